@@ -1,0 +1,20 @@
+# GoogleTest, built from Debian's sources for the target at hand.
+set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)
+set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+
+# wpk_add_test(NAME SOURCES... [LIBRARIES ...]): one GoogleTest program, one CTest entry of the same name. Programs for
+# Windows run under Wine in a prefix of the build folder's own (scripts/wine.sh).
+function(wpk_add_test name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} wpk_test_warnings GTest::gmock_main)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/src)
+  if(CMAKE_HOST_WIN32 OR NOT WIN32)
+    add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  else()
+    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine.sh $<TARGET_FILE:${name}>
+             WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+endfunction()

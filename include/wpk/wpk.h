@@ -1,0 +1,266 @@
+/* WPK: send messages to named services on a central server.
+ * SPDX-License-Identifier: MIT
+ *
+ * Load wpk.dll, initialise it once, then hand it messages from any thread. Every message travels as one HTTP POST on
+ * a connection and a thread of its own; its outcome comes back through a callback:
+ *
+ *     WPK_INITSTRUCT settings = {0};
+ *     settings.nConnectionType = WPK_CONNECTION_PERMANENT;
+ *     settings.lpfnCallback = OnNotification;
+ *     WPK_Init(&settings);
+ *
+ *     WPK_SENDSTRUCT message;                        // C++; in C, zero it and set nPort to 80
+ *     message.lpszServer = "server.example";
+ *     message.lpszServiceName = "Echo";
+ *     message.lpData = "hello";
+ *     message.dwDataLength = 5;
+ *     unsigned int handle = WPK_Send(&message);      // 0: not initialised, or out of resources
+ *
+ * A failure looks like this in the callback (no message was lost silently: every handle ends in exactly one final
+ * notification, reason 0 or reason 2):
+ *
+ *     if (notification->nReason == WPK_REASON_FAILURE && notification->body.failure.nError == WPK_ERROR_NO_SERVICE)
+ *         puts("the server has no service of that name");
+ *
+ * What it does not do: it does not retry, it does not queue, it does not encrypt, and it has no shut-down call. Once
+ * WPK_Init has run its start-up, the module stays loaded until the process ends, even when it is freed: its threads
+ * may be running at any moment.
+ *
+ * Threads: all three functions may be called from any thread, also from inside a callback. None of them throws.
+ * Texts are in the ANSI code page. This header works in C and from C++98 on and includes no other header.
+ */
+#ifndef WPK_WPK_H
+#define WPK_WPK_H
+
+#if defined(_WIN32) && !defined(WPK_BUILDING_DLL)
+#define WPK_API __declspec(dllimport)
+#else
+#define WPK_API
+#endif
+
+#if defined(_MSC_VER)
+typedef __int64 WPK_INT64;
+#elif defined(__GNUC__)
+__extension__ typedef long long WPK_INT64;
+#else
+typedef long long WPK_INT64;
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** How the library judges whether the network is there: WPK_INITSTRUCT::nConnectionType. */
+enum WPK_CONNECTION_TYPE {
+    /** Never: every request ends with WPK_ERROR_NO_NETWORK. The default callback is told once, with state 0. */
+    WPK_CONNECTION_NEVER = 0,
+    /** Dial-up: while a modem connection is up. The default callback is told of every change. */
+    WPK_CONNECTION_DIAL_UP = 1,
+    /** A permanent network (LAN): always, if the sockets interface starts. Nothing is told at the start. */
+    WPK_CONNECTION_PERMANENT = 2,
+    /** Dial-up where the system's remote access library "rasapi32.dll" can be loaded, else permanent. */
+    WPK_CONNECTION_AUTOMATIC = 3
+};
+
+/** What a notification says: WPK_CALLBACKSTRUCT::nReason. */
+enum WPK_REASON {
+    /** The request has failed; `body.failure`. Final. */
+    WPK_REASON_FAILURE = 0,
+    /** More of the reply has arrived; `body.progress`. Called once for every piece that is received. */
+    WPK_REASON_PROGRESS = 1,
+    /** The whole reply is there; `body.reply`. Final. */
+    WPK_REASON_REPLY = 2,
+    /** The network has come or gone; `body.connection`. Belongs to no request. */
+    WPK_REASON_CONNECTION = 3,
+    /** The proxy wants credentials; `body.credentials` may be changed by the callback. */
+    WPK_REASON_CREDENTIALS = 4
+};
+
+/** Why a request failed: `body.failure.nError`. */
+enum WPK_ERROR {
+    /** The request is unusable: no record, no server, a data length without data, or a proxy is wanted but not named. */
+    WPK_ERROR_BAD_REQUEST = -1,
+    /** There is no network connection. */
+    WPK_ERROR_NO_NETWORK = -2,
+    /** The server (or the proxy) could not be reached within 30 seconds. */
+    WPK_ERROR_CONNECT = -3,
+    /** WPK_Cancel has ended the request. */
+    WPK_ERROR_CANCELLED = -4,
+    /** The server speaks another version of the protocol, or is no server of this kind. */
+    WPK_ERROR_BAD_VERSION = -5,
+    /** The server has no service of that name. */
+    WPK_ERROR_NO_SERVICE = -6,
+    /** The exchange broke: a bad reply, an unknown status, a lost connection, or too little memory or disk space. */
+    WPK_ERROR_EXCHANGE = -7,
+    /** The proxy wants credentials, and the application declined to supply others. */
+    WPK_ERROR_PROXY_CREDENTIALS = -8
+};
+
+/** Bytes in each text of a WPK_REASON_CREDENTIALS notification, the terminating zero included. */
+enum { WPK_CREDENTIAL_SIZE = 256 };
+
+/** One notification. The record lives on the library's stack and is valid only during the call. */
+typedef struct WPK_CALLBACKSTRUCT {
+    /** A WPK_REASON: which member of `body` is filled. All else is zero. */
+    unsigned int nReason;
+    /** The context given with the callback, unchanged. */
+    void* lpUserData;
+    union {
+        /** WPK_REASON_FAILURE */
+        struct {
+            /** A WPK_ERROR. */
+            int nError;
+            unsigned int reserved;
+        } failure;
+        /** WPK_REASON_PROGRESS */
+        struct {
+            /** Always 0. */
+            int nError;
+            unsigned int reserved;
+            /** Always 1. */
+            WPK_INT64 nWord;
+            /** The start of the reply; the first `dwReceived` bytes are there. Read only, and only during the call. */
+            const void* lpData;
+            /** Bytes received so far. */
+            unsigned int dwReceived;
+            /** Bytes that the server has announced. */
+            unsigned int dwTotal;
+        } progress;
+        /** WPK_REASON_REPLY */
+        struct {
+            /** Always 0. */
+            int nError;
+            unsigned int reserved;
+            /** The reply; null when it is empty. Valid only during the call: copy what you keep. */
+            const void* lpData;
+            /** Its length in bytes. */
+            unsigned int dwDataLength;
+        } reply;
+        /** WPK_REASON_CONNECTION */
+        struct {
+            /** 1: a network connection is available; 0: none. */
+            unsigned int dwConnected;
+        } connection;
+        /** WPK_REASON_CREDENTIALS: on entry the credentials last used, cut to the fields, and bRetry 0. Overwrite both
+         * texts and set bRetry to have the request sent again with them; later requests use them too. */
+        struct {
+            char szUser[WPK_CREDENTIAL_SIZE];
+            char szPassword[WPK_CREDENTIAL_SIZE];
+            /** Non-zero: send again. 0: the request ends with WPK_ERROR_PROXY_CREDENTIALS. */
+            unsigned int bRetry;
+        } credentials;
+    } body;
+} WPK_CALLBACKSTRUCT;
+
+/** The application's callback.
+ *
+ * Called for a request on the thread that carries it, for a connection state on a thread of the library's: never on
+ * the thread that called WPK_Send. Callbacks of different requests run at the same time; those of one request follow
+ * each other. No lock is held for a request's notifications, so the callback may take as long as it likes and may call
+ * WPK_Send and WPK_Cancel, also for its own request. A connection notification must not wait for another one.
+ * It should not throw: an exception ends its request there, is written to the event log, and no further notification
+ * follows. */
+typedef void (*WPK_CALLBACK)(WPK_CALLBACKSTRUCT* notification);
+
+/** The settings of WPK_Init. Zero the record, then set what you need. Every text is copied. */
+typedef struct WPK_INITSTRUCT {
+    /** 0; not used. */
+    WPK_INT64 reserved;
+    /** The module instance of the application; kept, not used. */
+    void* hInstance;
+    /** A WPK_CONNECTION_TYPE. Usual: WPK_CONNECTION_PERMANENT. */
+    WPK_INT64 nConnectionType;
+    /** Gets connection states, and everything of requests that bring no callback of their own. Required. */
+    WPK_CALLBACK lpfnCallback;
+    /** Handed back in every call of the default callback. */
+    void* lpUserData;
+    /** 1: every request goes through the HTTP proxy below; any other value: directly. */
+    WPK_INT64 bBehindProxy;
+    /** Host name or dotted IPv4 address of the proxy. */
+    const char* lpszProxyServer;
+    /** Its port. Usual: 80. */
+    WPK_INT64 nProxyPort;
+    /** User name for the proxy's Basic authentication; null or empty for none. */
+    const char* lpszProxyUser;
+    /** Password for the proxy's Basic authentication; null or empty for none. */
+    const char* lpszProxyPassword;
+} WPK_INITSTRUCT;
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
+
+/** One message. The caller owns it and everything it points to, and keeps both unchanged from WPK_Send until the
+ * request's final callback has returned. The library reads it; where lpfnCallback is null it writes the default
+ * callback and context into it. In C++ the constructor zeroes every field but the port; in C zero the record, the
+ * first word (the place of the class's virtual table) included, and set nPort to 80. */
+#ifdef __cplusplus
+class WPK_SENDSTRUCT {
+public:
+    WPK_SENDSTRUCT()
+        : reserved(0),
+          nPort(80),
+          lpszServer(0),
+          lpszServiceName(0),
+          lpfnCallback(0),
+          lpUserData(0),
+          lpData(0),
+          dwDataLength(0) {}
+    virtual ~WPK_SENDSTRUCT() {}
+
+#else
+typedef struct WPK_SENDSTRUCT {
+    const void* lpVirtualTable;
+#endif
+    /** 0; not used. */
+    unsigned int reserved;
+    /** Server port. */
+    unsigned int nPort;
+    /** Host name or dotted IPv4 address of the server. Required. */
+    const char* lpszServer;
+    /** The service on the server that is to handle the message. Null counts as empty. */
+    const char* lpszServiceName;
+    /** This request's callback; null: the default callback with its context. */
+    WPK_CALLBACK lpfnCallback;
+    /** Handed back unchanged in every callback of this request. */
+    void* lpUserData;
+    /** The message, any bytes. May be null when dwDataLength is 0. */
+    const void* lpData;
+    /** Its length in bytes. */
+    unsigned int dwDataLength;
+#ifdef __cplusplus
+};
+#else
+} WPK_SENDSTRUCT;
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Initialises the library. Call it once, before anything else, and not from DllMain.
+ *
+ * @param settings copied; null is refused.
+ * @return 1 when the library is initialised, also when it was before (the first settings then stay in force);
+ *         0 when it could not be: everything is undone, and the call may be repeated. */
+WPK_API int WPK_Init(const WPK_INITSTRUCT* settings);
+
+/** Starts a request and returns as soon as a thread has taken it.
+ *
+ * @return the request's handle, which is the id of that thread; its outcome comes through the callback, possibly
+ *         before this call returns. 0 when the record is null, the library is not initialised or no thread could take
+ *         the request; then no callback comes. A handle may be used again by the system once its request has ended. */
+WPK_API unsigned int WPK_Send(WPK_SENDSTRUCT* message);
+
+/** Asks for the end of a request. The request still ends with its one final callback: WPK_ERROR_CANCELLED, within
+ * 250 ms wherever it waits for the network, unless it was already past that point.
+ *
+ * @return 1 at once, also for a handle that is unknown or has ended (which changes nothing); 0 when the handle is 0 or
+ *         the library is not initialised. */
+WPK_API int WPK_Cancel(unsigned int handle);
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
+
+#endif /* WPK_WPK_H */

@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Runs a Windows program under Wine, in a prefix below build/ that is made on first use and belongs to this checkout.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+export WINEPREFIX="${WINEPREFIX:-$root/build/wine}"
+export WINEDEBUG="${WINEDEBUG:--all}"
+export WINEDLLOVERRIDES="${WINEDLLOVERRIDES:-mscoree,mshtml=}"
+
+if [ ! -f "$WINEPREFIX/.ready" ]; then
+    mkdir -p "$(dirname "$WINEPREFIX")"
+    # Several tests may start at once on a fresh checkout: the first one makes the prefix, the others wait for it.
+    (
+        flock 9
+        if [ ! -f "$WINEPREFIX/.ready" ]; then
+            wine wineboot --init >/dev/null 2>&1
+            touch "$WINEPREFIX/.ready"
+        fi
+    ) 9>"$WINEPREFIX.lock"
+fi
+exec wine "$@"
