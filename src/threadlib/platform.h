@@ -1,0 +1,13 @@
+// The platform's headers, in the one order in which they work together.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_THREADLIB_PLATFORM_H
+#define WPK_THREADLIB_PLATFORM_H
+
+// Version 1.1 of the sockets interface. Its header must come before windows.h, which would bring a part of it along.
+#include <winsock.h>
+
+#include <windows.h>
+
+#include <process.h>
+
+#endif
