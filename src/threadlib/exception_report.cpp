@@ -1,0 +1,24 @@
+// The report of an exception that escapes a thread of the library.
+// SPDX-License-Identifier: MIT
+#include "threadlib/exception_report.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "threadlib/handle.h"
+
+namespace wpk {
+
+void ReportEscapedException(const char* threadName) {
+    char text[1024] = "ThreadLib::Thread Exception::";
+    const size_t used = std::strlen(text);
+    std::memcpy(text + used, threadName, std::min(std::strlen(threadName), sizeof text - used - 1));
+
+    const UniqueEventSource source(RegisterEventSourceA(/*lpUNCServerName=*/nullptr, "ThreadLib"));
+    if (!source) return;
+    const char* strings[] = {text};
+    ReportEventA(source.Get(), EVENTLOG_ERROR_TYPE, /*wCategory=*/0, /*dwEventID=*/0, /*lpUserSid=*/nullptr,
+                 /*wNumStrings=*/1, /*dwDataSize=*/0, strings, /*lpRawData=*/nullptr);
+}
+
+}  // namespace wpk

@@ -1,0 +1,13 @@
+// The report of an exception that escapes a thread of the library.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_THREADLIB_EXCEPTION_REPORT_H
+#define WPK_THREADLIB_EXCEPTION_REPORT_H
+
+namespace wpk {
+
+/// Writes one error to the event log, source "ThreadLib". `threadName` may be empty. Failing to report is no failure.
+void ReportEscapedException(const char* threadName);
+
+}  // namespace wpk
+
+#endif

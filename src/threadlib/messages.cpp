@@ -1,0 +1,97 @@
+// The rendezvous: send, receive, reply.
+// SPDX-License-Identifier: MIT
+//
+// Whoever wakes a thread has first, under the registry's lock, written its message and set its state. So the woken thread
+// has nothing left to look at under the lock, and a receiver that one sender has woken is no longer seen as waiting by
+// the next one.
+#include "threadlib/process_registry.h"
+#include "threadlib/threadlib.h"
+
+namespace wpk::ThreadLib {
+
+namespace {
+
+/// Hands the sender's message to the receiver, who owes it an answer from now on.
+void HandOver(ThreadRecord& sender, ThreadRecord& receiver) {
+    *receiver.message = *sender.message;
+    receiver.replyList.Append(sender.waiting);
+    receiver.state = ThreadState::kRunning;
+    sender.state = ThreadState::kReplyBlocked;
+}
+
+/// Queues the sender's message, or hands it over at once. Returns what the sender has to wait on; null on failure.
+const Semaphore* Post(ThreadRegistry& registry, uint32_t senderId, uint32_t target, Message& message) {
+    const ScopedLock lock(registry.Lock());
+    ThreadRecord* sender = registry.Find(senderId);
+    ThreadRecord* receiver = registry.Find(target);
+    if (!sender || !receiver || !sender->EnsureWakeSignal()) return nullptr;
+
+    sender->message = &message;
+    sender->partner = receiver;
+    if (receiver->state == ThreadState::kReceiveBlocked) {
+        HandOver(*sender, *receiver);
+        receiver->wakeSignal->Signal();
+    } else {
+        receiver->sendQueue.Append(sender->waiting);
+        sender->state = ThreadState::kSendBlocked;
+    }
+    return &*sender->wakeSignal;
+}
+
+/// Takes the longest waiting sender's message. Returns what the receiver has to wait on if there is none; null when the
+/// receive is over, well (message.threadId is the sender) or not (0).
+const Semaphore* TakeMessage(ThreadRegistry& registry, Message& message) {
+    const ScopedLock lock(registry.Lock());
+    ThreadRecord* receiver = registry.Find(GetCurrentThreadId());
+    if (!receiver || !receiver->EnsureWakeSignal()) return nullptr;
+
+    receiver->message = &message;
+    if (ThreadRecord* sender = receiver->sendQueue.Take()) {
+        HandOver(*sender, *receiver);
+        return nullptr;
+    }
+    receiver->state = ThreadState::kReceiveBlocked;
+    return &*receiver->wakeSignal;
+}
+
+}  // namespace
+
+uint32_t Send(uint32_t target, Message& message) {
+    ThreadRegistry* registry = processRegistry;
+    if (!registry) return 0;
+    message.threadId = GetCurrentThreadId();
+    const Semaphore* answered = Post(*registry, message.threadId, target, message);
+    if (!answered) return 0;
+    answered->Wait();
+    return message.threadId;
+}
+
+uint32_t Receive(Message& message) {
+    message = Message{};
+    ThreadRegistry* registry = processRegistry;
+    if (!registry) return 0;
+    if (const Semaphore* arrived = TakeMessage(*registry, message)) arrived->Wait();
+    return message.threadId;
+}
+
+uint32_t Reply(uint32_t sender, Message& message) {
+    return ReplyFor(sender, GetCurrentThreadId(), message);
+}
+
+uint32_t ReplyFor(uint32_t senderId, uint32_t receiverId, Message& message) {
+    ThreadRegistry* registry = processRegistry;
+    if (!registry) return 0;
+    message.threadId = GetCurrentThreadId();
+
+    const ScopedLock lock(registry->Lock());
+    ThreadRecord* sender = registry->Find(senderId);
+    ThreadRecord* receiver = registry->Find(receiverId);
+    if (!sender || !receiver || !receiver->replyList.Remove(sender->waiting)) return 0;
+    *sender->message = message;
+    sender->state = ThreadState::kRunning;
+    sender->partner = nullptr;
+    sender->wakeSignal->Signal();
+    return 1;
+}
+
+}  // namespace wpk::ThreadLib

@@ -1,0 +1,38 @@
+// The registry of all threads that the thread layer knows.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_THREADLIB_THREAD_REGISTRY_H
+#define WPK_THREADLIB_THREAD_REGISTRY_H
+
+#include <array>
+
+#include "threadlib/thread_record.h"
+
+namespace wpk {
+
+/// Thread records by thread id. One lock guards the registry and every record in it: whoever looks a record up is about
+/// to look into it, so a lock of the table's own would only be taken in addition.
+class ThreadRegistry {
+public:
+    static constexpr uint32_t kBucketCount = 1999;
+
+    /// Ids come in steps of four or eight, so their lowest bits carry nothing.
+    static constexpr uint32_t BucketOf(uint32_t id) { return ((id >> 3) * 0x9E3779B1u) % kBucketCount; }
+
+    /// The lock; false when the system could not make it.
+    const Semaphore& Lock() const { return lock_; }
+
+    // All below: with the lock held.
+
+    ThreadRecord* Find(uint32_t id) const;
+    void Insert(ThreadRecord& record) { buckets_[BucketOf(record.id)].Append(record.inBucket); }
+    /// Takes the record out and wakes everyone who waits for its thread; their sends return as if answered.
+    void Remove(ThreadRecord& record);
+
+private:
+    Semaphore lock_{SemaphoreKind::kLock};
+    std::array<List<ThreadRecord>, kBucketCount> buckets_;
+};
+
+}  // namespace wpk
+
+#endif
