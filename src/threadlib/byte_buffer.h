@@ -11,7 +11,7 @@ namespace wpk {
 /// Owns a copy of some bytes. Nothing here throws: where a copy cannot be allocated, the buffer becomes empty.
 class ByteBuffer {
 public:
-    ByteBuffer() = default;
+    constexpr ByteBuffer() = default;
     ByteBuffer(const void* bytes, uint32_t length);
     ByteBuffer(const ByteBuffer& other) : ByteBuffer(other.Data(), other.Length()) {}
     ByteBuffer(ByteBuffer&& other) noexcept;

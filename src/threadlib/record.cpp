@@ -9,6 +9,8 @@ namespace wpk {
 
 namespace {
 
+const ByteBuffer kEmptyField;
+
 ByteBuffer LittleEndian(uint64_t value, uint32_t width) {
     uint8_t bytes[sizeof value];
     for (uint32_t i = 0; i < sizeof value; ++i) bytes[i] = static_cast<uint8_t>(value >> (8 * i));
@@ -35,8 +37,7 @@ Record& Record::operator=(Record other) noexcept {
 }
 
 const ByteBuffer& Record::Field(uint64_t k) const {
-    static const ByteBuffer kEmpty;
-    return k < fieldCount_ ? fields_[k] : kEmpty;
+    return k < fieldCount_ ? fields_[k] : kEmptyField;
 }
 
 uint32_t Record::Set(uint64_t k, const ByteBuffer& value) {
