@@ -1,0 +1,30 @@
+// One attempt at a request: sent on a fresh connection, its reply read, judged and delivered.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_TRANSPORT_ATTEMPT_H
+#define WPK_TRANSPORT_ATTEMPT_H
+
+#include <cstdint>
+
+#include "transport/connection.h"
+#include "transport/notification.h"
+#include "transport/settings.h"
+#include "wpk/wpk.h"
+
+namespace wpk {
+
+/// Whom a request is sent to: its server, or the proxy.
+struct Peer {
+    const char* host;
+    uint32_t port;
+    Credentials credentials;
+    bool viaProxy;
+};
+
+/// Runs one attempt on a connected connection. True when the reply was delivered; else `outcome` (an Outcome) says what
+/// the reply amounted to. Throws what the callback throws.
+bool RunAttempt(const WPK_SENDSTRUCT& message, const Peer& peer, Connection& connection, const Notifier& notifier,
+                const CountedText& tempDirectory, uint32_t& outcome);
+
+}  // namespace wpk
+
+#endif

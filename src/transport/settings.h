@@ -1,0 +1,69 @@
+// What the transport knows of the process: settings, connection status, folders.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_TRANSPORT_SETTINGS_H
+#define WPK_TRANSPORT_SETTINGS_H
+
+#include <atomic>
+#include <cstdint>
+
+#include "threadlib/counted_text.h"
+#include "threadlib/semaphore.h"
+#include "wpk/wpk.h"
+
+namespace wpk {
+
+struct Credentials {
+    CountedText user;
+    CountedText password;
+
+    bool Empty() const { return user.Empty() && password.Empty(); }
+};
+
+/// The library's copy of the initialisation record. Written by the start-up alone, before any request runs; only the
+/// proxy credentials change later, and they have a lock of their own.
+class Settings {
+public:
+    /// Copies the record and its texts. False for want of memory.
+    bool CopyFrom(const WPK_INITSTRUCT& record);
+
+    /// Undoes what a start-up that failed must not leave behind: the texts and the record's first two words.
+    void Forget();
+
+    WPK_INT64 ConnectionType() const { return connectionType_; }
+    WPK_CALLBACK DefaultCallback() const { return callback_; }
+    void* DefaultUserData() const { return userData_; }
+    bool BehindProxy() const { return behindProxy_ == 1; }
+    const CountedText& ProxyServer() const { return proxyServer_; }
+    uint32_t ProxyPort() const { return static_cast<uint32_t>(proxyPort_); }
+
+    /// The credentials now in force, in copies of the caller's own. From any thread.
+    Credentials CopyProxyCredentials() const;
+
+    /// Puts other ones in force for all later requests; the latest caller wins. From any thread.
+    void ReplaceProxyCredentials(const Credentials& credentials);
+
+private:
+    WPK_INT64 reserved_ = 0;
+    void* instance_ = nullptr;
+    WPK_INT64 connectionType_ = 0;
+    WPK_CALLBACK callback_ = nullptr;
+    void* userData_ = nullptr;
+    WPK_INT64 behindProxy_ = 0;
+    CountedText proxyServer_;
+    WPK_INT64 proxyPort_ = 80;
+    Semaphore credentialsLock_{SemaphoreKind::kLock};
+    Credentials credentials_;
+};
+
+/// All that an exchange needs of the process it runs in.
+struct TransportState {
+    Settings settings;
+    /// 1 while the network is usable.
+    std::atomic<uint32_t> connectionStatus{0};
+    /// Where large replies are spooled: ends in a separator, or is empty for the current directory.
+    CountedText tempDirectory;
+};
+
+}  // namespace wpk
+
+#endif
