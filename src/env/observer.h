@@ -1,0 +1,56 @@
+// Observers of a change in the machine's state, and what they observe.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_ENV_OBSERVER_H
+#define WPK_ENV_OBSERVER_H
+
+#include <cstdint>
+
+#include "threadlib/list.h"
+#include "threadlib/semaphore.h"
+
+namespace wpk {
+
+class Observable;
+
+/// Told of changes on the thread that notices them, under the observable's lock: it must not attach to or notify the
+/// same observable from there.
+class Observer {
+public:
+    /// `arg` belongs to the caller and is valid only during the call. The result is ignored.
+    virtual uint32_t Update(Observable* source, void* arg);
+
+protected:
+    Observer() = default;
+    Observer(const Observer&) = delete;
+    Observer& operator=(const Observer&) = delete;
+    ~Observer() = default;
+};
+
+/// Keeps a list of observers and tells them all. Any thread may call it.
+class Observable {
+public:
+    Observable() = default;
+    Observable(const Observable&) = delete;
+    Observable& operator=(const Observable&) = delete;
+    ~Observable();
+
+    /// Adds an observer, which is not owned and must outlive this object; attached twice, it is told twice. 1, or 0 for
+    /// a null pointer or want of memory.
+    uint32_t Attach(Observer* observer);
+
+    /// Calls every observer's Update in the order of attachment. Returns 1.
+    uint32_t Notify(void* arg);
+
+private:
+    struct Entry {
+        Observer* observer;
+        ListNode<Entry> inList{*this};
+    };
+
+    Semaphore lock_{SemaphoreKind::kLock};
+    List<Entry> observers_;
+};
+
+}  // namespace wpk
+
+#endif

@@ -1,0 +1,15 @@
+// The process's one instance of the library's state.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_LIBRARY_INSTANCE_H
+#define WPK_LIBRARY_INSTANCE_H
+
+#include "env/global_object.h"
+
+namespace wpk {
+
+/// Built when the library is loaded.
+extern GlobalObject theGlobalObject;
+
+}  // namespace wpk
+
+#endif
