@@ -78,7 +78,8 @@ enum WPK_REASON {
 
 /** Why a request failed: `body.failure.nError`. */
 enum WPK_ERROR {
-    /** The request is unusable: no record, no server, a data length without data, or a proxy is wanted but not named. */
+    /** The request is unusable: no record, no server, a data length without data, or a proxy is wanted but not named.
+     */
     WPK_ERROR_BAD_REQUEST = -1,
     /** There is no network connection. */
     WPK_ERROR_NO_NETWORK = -2,

@@ -14,8 +14,8 @@
 
 namespace wpk {
 
-/// One static instance, built when the library is loaded and destroyed when it is unloaded. Building it starts no thread;
-/// destroying it stops none: threads that still run then are left to the end of the process.
+/// One static instance, built when the library is loaded and destroyed when it is unloaded. Building it starts no
+/// thread; destroying it stops none: threads that still run then are left to the end of the process.
 class GlobalObject : public Observer {
 public:
     GlobalObject();

@@ -125,8 +125,7 @@ bool SystemInformation::ReadUserName() {
 }
 
 bool SystemInformation::ReadUserFolders() {
-    for (CountedText* text : {&desktop_, &appData_, &startMenu_, &startup_, &programs_})
-        *text = CountedText();
+    for (CountedText* text : {&desktop_, &appData_, &startMenu_, &startup_, &programs_}) *text = CountedText();
 
     const RegistryKey key(calls_, HKEY_CURRENT_USER, kShellFolders);
     if (!key || !key.Read("Desktop", desktop_)) return false;
@@ -135,8 +134,7 @@ bool SystemInformation::ReadUserFolders() {
 }
 
 void SystemInformation::ReadDefaultUserFolders() {
-    for (CountedText* text : {&defaultDesktop_, &defaultPrograms_})
-        *text = CountedText();
+    for (CountedText* text : {&defaultDesktop_, &defaultPrograms_}) *text = CountedText();
 
     const RegistryKey key(calls_, HKEY_USERS, kDefaultUserShellFolders);
     if (!key) return;

@@ -18,9 +18,9 @@ enum Command : uint64_t {
     // All others belong to the service.
 };
 
-/// What all services have in common: a front desk thread, posts that wait for their answer, the start and stop commands.
-/// A post carries one or more pointer-sized arguments, the first of which is the command. Post may be called from any
-/// registered thread; starting and stopping are one thread's business at a time.
+/// What all services have in common: a front desk thread, posts that wait for their answer, the start and stop
+/// commands. A post carries one or more pointer-sized arguments, the first of which is the command. Post may be called
+/// from any registered thread; starting and stopping are one thread's business at a time.
 class FrontDesk {
 public:
     FrontDesk(const FrontDesk&) = delete;

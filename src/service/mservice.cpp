@@ -46,8 +46,8 @@ void MService::Serve(const Message& request) {
 uint32_t MService::StartWorker(const Message& request) {
     std::unique_ptr<Worker> worker(new (std::nothrow) Worker{this});
     if (!worker) return 0;
-    const uint32_t id = ThreadLib::Create(WorkerFunc, worker.get(), workerName_.CStr(),
-                                          ThreadLib::WakeSignal::kWhenNeeded);
+    const uint32_t id =
+        ThreadLib::Create(WorkerFunc, worker.get(), workerName_.CStr(), ThreadLib::WakeSignal::kWhenNeeded);
     if (id == 0) return 0;
 
     // The thread exists but does not run yet: it owns its Worker from Resume on.

@@ -1,9 +1,9 @@
 // The rendezvous: send, receive, reply.
 // SPDX-License-Identifier: MIT
 //
-// Whoever wakes a thread has first, under the registry's lock, written its message and set its state. So the woken thread
-// has nothing left to look at under the lock, and a receiver that one sender has woken is no longer seen as waiting by
-// the next one.
+// Whoever wakes a thread has first, under the registry's lock, written its message and set its state. So the woken
+// thread has nothing left to look at under the lock, and a receiver that one sender has woken is no longer seen as
+// waiting by the next one.
 #include "threadlib/process_registry.h"
 #include "threadlib/threadlib.h"
 

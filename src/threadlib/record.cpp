@@ -19,7 +19,7 @@ ByteBuffer LittleEndian(uint64_t value, uint32_t width) {
 
 }  // namespace
 
-Record::Record(uint64_t fieldCount) : fields_(new(std::nothrow) ByteBuffer[fieldCount]) {
+Record::Record(uint64_t fieldCount) : fields_(new (std::nothrow) ByteBuffer[fieldCount]) {
     if (fields_) fieldCount_ = fieldCount;
 }
 

@@ -10,7 +10,7 @@ namespace wpk {
 
 struct RecordTable::Row {
     Row(const Record& source, uint32_t indexCount)
-        : record(source), inIndex(new(std::nothrow) std::optional<ListNode<Row>>[indexCount]) {
+        : record(source), inIndex(new (std::nothrow) std::optional<ListNode<Row>>[indexCount]) {
         for (uint32_t i = 0; inIndex && i < indexCount; ++i) inIndex[i].emplace(*this);
     }
 
@@ -33,7 +33,7 @@ std::unique_ptr<RecordTable> RecordTable::Create(uint32_t indexCount) {
 }
 
 RecordTable::RecordTable(uint32_t indexCount)
-    : indexCount_(indexCount), buckets_(new(std::nothrow) Bucket[size_t{indexCount} * kBucketCount]) {}
+    : indexCount_(indexCount), buckets_(new (std::nothrow) Bucket[size_t{indexCount} * kBucketCount]) {}
 
 bool RecordTable::Complete() const {
     return buckets_ && lock_;

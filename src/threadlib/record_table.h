@@ -12,8 +12,8 @@
 
 namespace wpk {
 
-/// Rows under hashed indexes of their leading fields. Every index is kept up to date, look-ups go through the first one.
-/// Any thread may call any operation; none throws.
+/// Rows under hashed indexes of their leading fields. Every index is kept up to date, look-ups go through the first
+/// one. Any thread may call any operation; none throws.
 class RecordTable {
 public:
     static constexpr uint32_t kBucketCount = 1999;
@@ -40,8 +40,8 @@ public:
     /// A copy of the first row whose field 0 equals the key; an empty record when there is none.
     Record Find(const ByteBuffer& key);
 
-    /// Calls `visit(const Record&)` with that row, under the table's shared lock: the row stays until it returns, and it
-    /// must not call the table. False when there is no such row.
+    /// Calls `visit(const Record&)` with that row, under the table's shared lock: the row stays until it returns, and
+    /// it must not call the table. False when there is no such row.
     template <class Visitor>
     bool Visit(const ByteBuffer& key, Visitor visit) {
         if (indexCount_ == 0) return false;

@@ -81,8 +81,8 @@ uint32_t Create(ThreadEntry entry, void* argument, const char* name, WakeSignal 
     if (name) thread->name = CountedText(name);
 
     unsigned id = 0;
-    thread->handle.Reset(reinterpret_cast<HANDLE>(_beginthreadex(/*security=*/nullptr, /*stack_size=*/0, Trampoline,
-                                                                 thread.get(), CREATE_SUSPENDED, &id)));
+    thread->handle.Reset(reinterpret_cast<HANDLE>(
+        _beginthreadex(/*security=*/nullptr, /*stack_size=*/0, Trampoline, thread.get(), CREATE_SUSPENDED, &id)));
     if (!thread->handle) return 0;
     thread->id = id;
 

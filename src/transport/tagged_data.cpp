@@ -22,8 +22,7 @@ std::unique_ptr<unsigned char[]> Allocate(uint32_t size) noexcept {
 }
 
 unsigned char* PutLength(unsigned char* out, uint32_t length) noexcept {
-    for (uint32_t i = 0; i < kLengthSize; ++i)
-        *out++ = static_cast<unsigned char>(length >> (8 * i));
+    for (uint32_t i = 0; i < kLengthSize; ++i) *out++ = static_cast<unsigned char>(length >> (8 * i));
     return out;
 }
 

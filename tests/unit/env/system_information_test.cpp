@@ -192,8 +192,7 @@ Texts WholeMachineUpTo(const std::string& firstMissing) {
     const auto first =
         std::find_if(texts.begin(), texts.end(), [&](const auto& text) { return text.first == firstMissing; });
     EXPECT_NE(first, texts.end());
-    for (auto text = first; text != texts.end(); ++text)
-        text->second.clear();
+    for (auto text = first; text != texts.end(); ++text) text->second.clear();
     return texts;
 }
 

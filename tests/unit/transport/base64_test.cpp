@@ -16,23 +16,18 @@ std::string SlowBase64(const std::string& bytes) {
     const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::vector<int> bits;
     for (const char c : bytes) {
-        for (int bit = 7; bit >= 0; --bit)
-            bits.push_back(static_cast<unsigned char>(c) >> bit & 1);
+        for (int bit = 7; bit >= 0; --bit) bits.push_back(static_cast<unsigned char>(c) >> bit & 1);
     }
-    while (bits.size() % 6 != 0)
-        bits.push_back(0);
+    while (bits.size() % 6 != 0) bits.push_back(0);
     std::string flat;
     for (size_t i = 0; i < bits.size(); i += 6) {
         int value = 0;
-        for (size_t j = 0; j < 6; ++j)
-            value = value * 2 + bits[i + j];
+        for (size_t j = 0; j < 6; ++j) value = value * 2 + bits[i + j];
         flat += alphabet[static_cast<size_t>(value)];
     }
-    while (flat.size() % 4 != 0)
-        flat += '=';
+    while (flat.size() % 4 != 0) flat += '=';
     std::string folded;
-    for (size_t i = 0; i < flat.size(); i += 76)
-        folded += (i == 0 ? "" : "\r\n") + flat.substr(i, 76);
+    for (size_t i = 0; i < flat.size(); i += 76) folded += (i == 0 ? "" : "\r\n") + flat.substr(i, 76);
     return folded;
 }
 

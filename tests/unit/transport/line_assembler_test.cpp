@@ -160,8 +160,7 @@ TEST(LineAssembler, EveryShortInputReadsAsByteByByte) {
     constexpr std::string_view kBytes = "a\r\n";
     for (int number = 0; number < 3 * 3 * 3 * 3 * 3 * 3; ++number) {
         std::string bytes;
-        for (int rest = number, i = 0; i < 6; ++i, rest /= 3)
-            bytes += kBytes[static_cast<size_t>(rest % 3)];
+        for (int rest = number, i = 0; i < 6; ++i, rest /= 3) bytes += kBytes[static_cast<size_t>(rest % 3)];
         ExpectSameAsByteByByte(bytes);
     }
 }

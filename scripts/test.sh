@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# From a bare Debian machine to all tests passed. The last line is "N passed, N failed".
+#
+# Builds for Windows and runs everything under Wine; then builds the same sources natively with AddressSanitizer and
+# UndefinedBehaviorSanitizer and with ThreadSanitizer, over a stand-in for the platform's calls.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+
+presets=("$@")
+[ ${#presets[@]} -gt 0 ] || presets=(windows asan tsan)
+
+total_passed=0
+total_failed=0
+
+fail() {
+    echo "$1"
+    total_failed=$((total_failed + 1))
+}
+
+build() {
+    local preset=$1 log=build/$1.log
+    echo "Building: $preset"
+    mkdir -p build
+    { cmake --preset "$preset" && cmake --build --preset "$preset"; } >"$log" 2>&1 && return
+    tail -n 40 "$log"
+    fail "The build of $preset has failed; all of its output is in $log."
+    return 1
+}
+
+run() {
+    local preset=$1 log=build/$1-tests.log passed failed
+    echo "Testing: $preset"
+    ctest --preset "$preset" -V -j 2 >"$log" 2>&1
+    read -r passed failed < <(awk -f scripts/count_tests.awk "$log")
+    grep -aE '^ *[0-9]+/[0-9]+ Test +#' "$log" | sed 's/^ */  /'
+    [ "$failed" -eq 0 ] || grep -aE '^[0-9]+: (\[  FAILED  \] [A-Z]|.*(Failure|ERROR:))' "$log" | sort -u | head -n 60
+    [ "$passed" -gt 0 ] || fail "No test of $preset has run; see $log."
+    total_passed=$((total_passed + passed))
+    total_failed=$((total_failed + failed))
+}
+
+echo "Installing what is missing"
+scripts/setup.sh || fail "scripts/setup.sh has failed."
+echo "Checking the layout of the sources"
+scripts/format.sh --check || fail "Some files are not laid out as .clang-format says; scripts/format.sh does it."
+for preset in "${presets[@]}"; do
+    build "$preset" && run "$preset"
+done
+
+echo "$total_passed passed, $total_failed failed"
+[ "$total_failed" -eq 0 ]
