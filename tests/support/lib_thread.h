@@ -1,0 +1,77 @@
+// A thread of the thread layer that runs a test's lambda, and the layer itself for the length of a test.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_TESTS_SUPPORT_LIB_THREAD_H
+#define WPK_TESTS_SUPPORT_LIB_THREAD_H
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "threadlib/process_registry.h"
+#include "threadlib/threadlib.h"
+
+namespace wpk::test {
+
+/// Initialises the thread layer and takes it down again. The thread that makes it is registered meanwhile.
+class ThreadLayer : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(ThreadLib::Init(), GetCurrentThreadId()); }
+    void TearDown() override {
+        ThreadLib::Detach();
+        ThreadLib::Shutdown();
+    }
+};
+
+/// Made suspended; runs its body once resumed. Joined at the latest when it goes out of scope.
+class LibThread {
+public:
+    explicit LibThread(std::function<uint32_t()> body) : body_(std::make_unique<std::function<uint32_t()>>(body)) {
+        id_ = ThreadLib::Create(Run, body_.get());
+        ended_ = ThreadLib::OpenForWait(id_);
+    }
+    LibThread(const LibThread&) = delete;
+    LibThread& operator=(const LibThread&) = delete;
+    ~LibThread() { Join(); }
+
+    /// As the constructor, and resumed.
+    static LibThread Started(std::function<uint32_t()> body) { return LibThread(std::move(body), true); }
+
+    uint32_t Id() const { return id_; }
+    uint32_t Resume() const { return ThreadLib::Resume(id_); }
+
+    /// Waits for the thread's end.
+    void Join() {
+        if (!ended_) return;
+        WaitForSingleObject(ended_.Get(), INFINITE);
+        ended_.Reset();
+    }
+
+private:
+    LibThread(std::function<uint32_t()> body, bool) : LibThread(std::move(body)) { Resume(); }
+
+    static uint32_t Run(void* body) { return (*static_cast<std::function<uint32_t()>*>(body))(); }
+
+    std::unique_ptr<std::function<uint32_t()>> body_;
+    uint32_t id_ = 0;
+    UniqueHandle ended_;
+};
+
+/// The state of a thread as the layer sees it; kEnded when it is unknown.
+inline ThreadState StateOf(uint32_t id) {
+    ThreadRegistry* registry = ThreadLib::processRegistry;
+    const ScopedLock lock(registry->Lock());
+    const ThreadRecord* thread = registry->Find(id);
+    return thread ? thread->state : ThreadState::kEnded;
+}
+
+/// Waits until the layer sees the thread in this state. The layer has no event for it, so it is looked at again and again.
+inline void AwaitState(uint32_t id, ThreadState state) {
+    while (StateOf(id) != state) Sleep(1);
+}
+
+}  // namespace wpk::test
+
+#endif
