@@ -86,7 +86,7 @@ uint32_t FrontDesk::RunDesk() {
             }
             case kCommandStop:
                 stopping_ = 1;
-                StopServing();
+                StopServing(client);
                 Answer(client, Manager_ShutDown());
                 return kExitStopped;
             default:

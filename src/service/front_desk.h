@@ -53,8 +53,8 @@ protected:
 
     /// Sees to it that a request is run and its client is answered.
     virtual void Serve(const Message& request) = 0;
-    /// On the front desk, before Manager_ShutDown.
-    virtual void StopServing() {}
+    /// On the front desk, before Manager_ShutDown. `stopper` waits for the answer to the stop command.
+    virtual void StopServing(uint32_t /*stopper*/) {}
 
     /// Makes and starts the front desk; returns what the start command is answered. When that is 0, the front desk has
     /// ended on return. Until the start command comes, the thread bears `threadName`.

@@ -73,11 +73,12 @@ uint32_t MService::WorkerFunc(void* argument) {
     return result;
 }
 
-uint32_t MService::StopWorkers() {
+uint32_t MService::StopWorkers(uint32_t stopper) {
     const RecordTable::Rows drained = jobs_->Drain();
     for (uint32_t i = 0; i < drained.count; ++i) {
         ThreadLib::Terminate(drained.rows[i].GetUint32(kWorkerId));
-        Answer(drained.rows[i].GetUint32(kClientId), 0);
+        const uint32_t client = drained.rows[i].GetUint32(kClientId);
+        if (client != stopper) Answer(client, 0);
     }
     return 1;
 }

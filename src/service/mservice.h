@@ -24,13 +24,14 @@ public:
 protected:
     explicit MService(const char* name);
 
-    /// Ends all workers and answers their clients. Returns 1.
-    virtual uint32_t StopWorkers();
+    /// Ends all workers and answers their clients 0; but not `stopper`, which waits for another answer by now.
+    /// Returns 1.
+    virtual uint32_t StopWorkers(uint32_t stopper);
     virtual uint32_t AddJob(const Record& job);
     virtual uint32_t RemoveJob(const Record& job);
 
     void Serve(const Message& request) override;
-    void StopServing() override { StopWorkers(); }
+    void StopServing(uint32_t stopper) override { StopWorkers(stopper); }
 
 private:
     struct Worker;

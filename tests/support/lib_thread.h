@@ -67,7 +67,8 @@ inline ThreadState StateOf(uint32_t id) {
     return thread ? thread->state : ThreadState::kEnded;
 }
 
-/// Waits until the layer sees the thread in this state. The layer has no event for it, so it is looked at again and again.
+/// Waits until the layer sees the thread in this state. The layer has no event for it, so it is looked at again and
+/// again.
 inline void AwaitState(uint32_t id, ThreadState state) {
     while (StateOf(id) != state) Sleep(1);
 }

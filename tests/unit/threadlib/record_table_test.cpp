@@ -116,7 +116,8 @@ TEST(RecordTableTest, KeysOfOneBucketAreToldApart) {
     const auto table = RecordTable::Create(1);
     table->Insert(RowOf({std::string("\2\0", 2)}));
     table->Insert(RowOf({std::string("\0\1", 2)}));
-    ASSERT_EQ(RecordTable::BucketOf(Bytes(std::string("\2\0", 2))), RecordTable::BucketOf(Bytes(std::string("\0\1", 2))));
+    ASSERT_EQ(RecordTable::BucketOf(Bytes(std::string("\2\0", 2))),
+              RecordTable::BucketOf(Bytes(std::string("\0\1", 2))));
     EXPECT_EQ(TextOf(table->Find(Bytes(std::string("\0\1", 2))).Get(0)), std::string("\0\1", 2));
 }
 
