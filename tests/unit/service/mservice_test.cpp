@@ -17,12 +17,12 @@ namespace {
 
 using test::LibThread;
 
-constexpr uint64_t kEcho = 200;          // answered with the first operand
-constexpr uint64_t kMeet = 201;          // answered once two workers are there at the same time
-constexpr uint64_t kBlock = 202;         // never answered
-constexpr uint64_t kThrow = 203;         // throws, before it answers
+constexpr uint64_t kEcho = 200;   // answered with the first operand
+constexpr uint64_t kMeet = 201;   // answered once two workers are there at the same time
+constexpr uint64_t kBlock = 202;  // never answered
+constexpr uint64_t kThrow = 203;  // throws, before it answers
 constexpr uint64_t kAnswerAndThrow = 204;
-constexpr uint64_t kCount = 205;         // answered with the argument count
+constexpr uint64_t kCount = 205;  // answered with the argument count
 
 class TestService : public MService {
 public:
@@ -40,7 +40,9 @@ protected:
         lastWorker = GetCurrentThreadId();
         ++running;
         switch (arguments[0]) {
-            case kEcho: Answer(client, static_cast<uint32_t>(arguments[1])); break;
+            case kEcho:
+                Answer(client, static_cast<uint32_t>(arguments[1]));
+                break;
             case kMeet:
                 if (++arrived_ == 2) {
                     met_.Signal();
@@ -49,11 +51,19 @@ protected:
                 (arguments[1] == 1 ? met_ : met2_).Wait();
                 Answer(client, static_cast<uint32_t>(arguments[1]));
                 break;
-            case kBlock: never_.Wait(); break;
-            case kThrow: throw std::runtime_error("before the answer");
-            case kAnswerAndThrow: Answer(client, 9); throw std::runtime_error("after the answer");
-            case kCount: Answer(client, count); break;
-            default: return MService::ProcessRequest(client, count, arguments);
+            case kBlock:
+                never_.Wait();
+                break;
+            case kThrow:
+                throw std::runtime_error("before the answer");
+            case kAnswerAndThrow:
+                Answer(client, 9);
+                throw std::runtime_error("after the answer");
+            case kCount:
+                Answer(client, count);
+                break;
+            default:
+                return MService::ProcessRequest(client, count, arguments);
         }
         return 1;
     }

@@ -1,0 +1,167 @@
+// The library's start-up and the way of a call, on an instance of the test's own.
+// SPDX-License-Identifier: MIT
+#include "library/start_up.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <vector>
+
+#include "library/call.h"
+#include "support/lib_thread.h"
+
+namespace wpk {
+namespace {
+
+struct Notified {
+    Semaphore arrived{SemaphoreKind::kSignal};
+    std::atomic<uint32_t> count{0};
+    uint32_t reason = 99;
+    uint32_t connected = 99;
+    int error = 0;
+    uint32_t thread = 0;
+};
+
+void OnNotification(WPK_CALLBACKSTRUCT* notification) {
+    auto* notified = static_cast<Notified*>(notification->lpUserData);
+    notified->reason = notification->nReason;
+    if (notification->nReason == WPK_REASON_CONNECTION) notified->connected = notification->body.connection.dwConnected;
+    if (notification->nReason == WPK_REASON_FAILURE) notified->error = notification->body.failure.nError;
+    notified->thread = GetCurrentThreadId();
+    ++notified->count;
+    notified->arrived.Signal();
+}
+
+class StartUp : public ::testing::Test {
+protected:
+    StartUp() {
+        record_.lpfnCallback = OnNotification;
+        record_.lpUserData = &notified_;
+        record_.nConnectionType = WPK_CONNECTION_PERMANENT;
+    }
+
+    /// The library itself never stops once it is initialised: a test must, when the thread that told it something is gone.
+    void TearDown() override {
+        if (notified_.thread != 0) test::AwaitState(notified_.thread, ThreadState::kEnded);
+        ThreadLib::Attach();
+        global_.netOutbound.Stop();
+        ThreadLib::Detach();
+        ThreadLib::Shutdown();
+    }
+
+    uint32_t Send(WPK_SENDSTRUCT& message) {
+        return Call(global_, kCommandSend, uint64_t{reinterpret_cast<uintptr_t>(&message)});
+    }
+
+    WPK_INITSTRUCT record_{};
+    Notified notified_;
+    GlobalObject global_;
+};
+
+TEST_F(StartUp, NothingRunsBeforeIt) {
+    WPK_SENDSTRUCT message;
+    EXPECT_EQ(Send(message), 0u);
+    EXPECT_EQ(Call(global_, kCommandCancel, 4), 0u);
+    EXPECT_EQ(message.lpfnCallback, nullptr) << "the record is not touched";
+    EXPECT_EQ(notified_.count, 0u);
+}
+
+TEST_F(StartUp, APermanentNetworkStartsTheSocketsAndTellsNothing) {
+    EXPECT_EQ(Initialise(global_, record_), 1);
+    EXPECT_EQ(global_.initialised, 1u);
+    EXPECT_EQ(global_.transport.connectionStatus, 1u);
+    EXPECT_EQ(notified_.count, 0u);
+}
+
+TEST_F(StartUp, NeverConnectedTellsTheDefaultCallbackOnceOnAThreadOfItsOwn) {
+    record_.nConnectionType = WPK_CONNECTION_NEVER;
+    global_.transport.connectionStatus = 1;
+    EXPECT_EQ(Initialise(global_, record_), 1);
+    notified_.arrived.Wait();
+    EXPECT_EQ(notified_.reason, static_cast<uint32_t>(WPK_REASON_CONNECTION));
+    EXPECT_EQ(notified_.connected, 0u);
+    EXPECT_NE(notified_.thread, GetCurrentThreadId());
+    EXPECT_EQ(global_.transport.connectionStatus, 0u);
+}
+
+TEST_F(StartUp, AnUnknownConnectionTypeLeavesTheStatusAlone) {
+    for (WPK_INT64 type : {WPK_INT64{4}, WPK_INT64{-1}, WPK_INT64{1} << 32}) {
+        GlobalObject global;
+        record_.nConnectionType = type;
+        EXPECT_EQ(Initialise(global, record_), 1) << type;
+        EXPECT_EQ(global.transport.connectionStatus, 0u);
+        EXPECT_EQ(notified_.count, 0u);
+        ThreadLib::Attach();
+        global.netOutbound.Stop();
+        ThreadLib::Detach();
+        ThreadLib::Shutdown();
+    }
+}
+
+TEST_F(StartUp, ASecondOneReturnsOneAndLeavesTheFirstSettingsInForce) {
+    record_.lpszProxyServer = "first";
+    EXPECT_EQ(Initialise(global_, record_), 1);
+    WPK_INITSTRUCT second{};
+    second.lpszProxyServer = "second";
+    EXPECT_EQ(Initialise(global_, second), 1);
+    EXPECT_STREQ(global_.transport.settings.ProxyServer().CStr(), "first");
+    EXPECT_EQ(global_.transport.settings.DefaultCallback(), OnNotification);
+}
+
+TEST_F(StartUp, TheApplicationsThreadIsNotLeftRegistered) {
+    EXPECT_EQ(Initialise(global_, record_), 1);
+    EXPECT_EQ(test::StateOf(GetCurrentThreadId()), ThreadState::kEnded);
+    WPK_SENDSTRUCT message;
+    EXPECT_NE(Send(message), 0u);
+    EXPECT_EQ(test::StateOf(GetCurrentThreadId()), ThreadState::kEnded);
+    notified_.arrived.Wait();
+}
+
+TEST_F(StartUp, ASendFromARegisteredThreadDoesNotDetachIt) {
+    EXPECT_EQ(Initialise(global_, record_), 1);
+    ASSERT_EQ(ThreadLib::Attach(), 1u);
+    WPK_SENDSTRUCT message;
+    EXPECT_NE(Send(message), 0u);
+    EXPECT_EQ(test::StateOf(GetCurrentThreadId()), ThreadState::kRunning);
+    EXPECT_EQ(ThreadLib::Detach(), 1u);
+    notified_.arrived.Wait();
+}
+
+TEST_F(StartUp, TheTextsOfTheRecordAreCopied) {
+    char proxy[] = "proxy";
+    record_.lpszProxyServer = proxy;
+    record_.lpszProxyUser = proxy;
+    record_.lpszProxyPassword = proxy;
+    EXPECT_EQ(Initialise(global_, record_), 1);
+    proxy[0] = 'X';
+    EXPECT_STREQ(global_.transport.settings.ProxyServer().CStr(), "proxy");
+    EXPECT_STREQ(global_.transport.settings.CopyProxyCredentials().user.CStr(), "proxy");
+    EXPECT_STREQ(global_.transport.settings.CopyProxyCredentials().password.CStr(), "proxy");
+}
+
+TEST_F(StartUp, OfSeveralThreadsAtOnceOneStartsAndAllSucceed) {
+    struct Caller {
+        GlobalObject* global;
+        const WPK_INITSTRUCT* record;
+        int result;
+    };
+    Caller callers[8];
+    UniqueHandle threads[8];
+    for (int i = 0; i < 8; ++i) {
+        callers[i] = {&global_, &record_, 0};
+        threads[i].Reset(reinterpret_cast<HANDLE>(_beginthreadex(
+            nullptr, 0,
+            [](void* argument) -> unsigned {
+                auto* caller = static_cast<Caller*>(argument);
+                caller->result = Initialise(*caller->global, *caller->record);
+                return 0;
+            },
+            &callers[i], 0, nullptr)));
+    }
+    for (const UniqueHandle& thread : threads) WaitForSingleObject(thread.Get(), INFINITE);
+    for (const Caller& caller : callers) EXPECT_EQ(caller.result, 1);
+    EXPECT_EQ(global_.netOutbound.Started(), 1u);
+}
+
+}  // namespace
+}  // namespace wpk
