@@ -40,7 +40,8 @@ protected:
         record_.nConnectionType = WPK_CONNECTION_PERMANENT;
     }
 
-    /// The library itself never stops once it is initialised: a test must, when the thread that told it something is gone.
+    /// The library itself never stops once it is initialised: a test must, when the thread that told it something is
+    /// gone.
     void TearDown() override {
         if (notified_.thread != 0) test::AwaitState(notified_.thread, ThreadState::kEnded);
         ThreadLib::Attach();

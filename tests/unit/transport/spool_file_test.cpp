@@ -1,0 +1,118 @@
+// The temporary file that a large reply is received into.
+// SPDX-License-Identifier: MIT
+#include "transport/spool_file.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace wpk {
+namespace {
+
+constexpr uint32_t kId = 987654;
+
+bool Exists(const std::string& name) {
+    return std::filesystem::exists(name);
+}
+
+std::string NameOf(int fallback) {
+    return "tmp987654" + (fallback ? "_" + std::to_string(fallback) : "");
+}
+
+/// Files that stand in the way, removed at the end.
+class Obstacles {
+public:
+    explicit Obstacles(int count) {
+        for (int i = 0; i < count; ++i) {
+            names_.push_back(NameOf(i));
+            std::ofstream(names_.back()) << "someone else's";
+        }
+    }
+    ~Obstacles() {
+        for (const std::string& name : names_) std::remove(name.c_str());
+    }
+
+    bool Untouched() const {
+        for (const std::string& name : names_) {
+            std::string text;
+            std::getline(std::ifstream(name), text);
+            if (text != "someone else's") return false;
+        }
+        return true;
+    }
+
+private:
+    std::vector<std::string> names_;
+};
+
+TEST(SpoolFileTest, HasTheWholeSizeAndIsZeroFilledAndWritable) {
+    SpoolFile file;
+    ASSERT_TRUE(file.Create("", kId, 10241));
+    EXPECT_EQ(file.Data()[0], 0);
+    EXPECT_EQ(file.Data()[10240], 0);
+    std::memset(file.Data(), 'x', 10241);
+    EXPECT_EQ(file.Data()[10240], 'x');
+}
+
+TEST(SpoolFileTest, ExistsOnlyAsLongAsItsOwner) {
+    {
+        SpoolFile file;
+        ASSERT_TRUE(file.Create("", kId, 20000));
+        EXPECT_TRUE(Exists(NameOf(0)));
+    }
+    EXPECT_FALSE(Exists(NameOf(0)));
+}
+
+TEST(SpoolFileTest, TheDirectoryIsPutInFrontAsItStands) {
+    SpoolFile file;
+    ASSERT_TRUE(file.Create("./", kId, 20000));
+    EXPECT_TRUE(Exists(NameOf(0)));
+    SpoolFile nowhere;
+    EXPECT_FALSE(nowhere.Create("./no-such-directory/", kId, 20000));
+}
+
+TEST(SpoolFileTest, ATakenNameIsLeftAloneAndTheNextOneIsTried) {
+    for (int taken : {1, 2, 5}) {
+        const Obstacles obstacles(taken);
+        {
+            SpoolFile file;
+            ASSERT_TRUE(file.Create("", kId, 20000));
+            EXPECT_TRUE(Exists(NameOf(taken)));
+        }
+        EXPECT_FALSE(Exists(NameOf(taken)));
+        EXPECT_TRUE(obstacles.Untouched());
+    }
+}
+
+TEST(SpoolFileTest, GivesUpOnceTheNameWithOneThousandIsTaken) {
+    {
+        const Obstacles allButTheLast(1000);
+        SpoolFile file;
+        EXPECT_TRUE(file.Create("", kId, 20000));
+        EXPECT_TRUE(Exists(NameOf(1000)));
+    }
+    const Obstacles all(1001);
+    SpoolFile file;
+    EXPECT_FALSE(file.Create("", kId, 20000));
+    EXPECT_FALSE(Exists(NameOf(1001)));
+    EXPECT_TRUE(all.Untouched());
+}
+
+TEST(SpoolFileTest, LengthsOfTwoGibibytesAndMoreAreMadeOrFailCleanly) {
+    for (uint32_t length : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFEu}) {
+        SpoolFile file;
+        if (file.Create("", kId, length)) {
+            file.Data()[length - 1] = 1;
+            EXPECT_EQ(file.Data()[length - 1], 1) << length;
+        }
+    }
+    EXPECT_FALSE(Exists(NameOf(0)));
+}
+
+}  // namespace
+}  // namespace wpk
