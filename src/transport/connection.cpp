@@ -3,7 +3,6 @@
 #include "transport/connection.h"
 
 #include <algorithm>
-#include <climits>
 
 namespace wpk {
 
@@ -18,6 +17,10 @@ constexpr uint32_t kLookMs = 200;
 
 /// A socket that has room takes at least so much without blocking; sends are cut into pieces of this size.
 constexpr uint32_t kSendChunk = 4096;
+
+/// The most that one receive asks for. Some systems look at every page of the buffer first, which for a mapped file of
+/// gigabytes takes longer than the data itself; and no more than so much is there at a time.
+constexpr uint32_t kReceivePiece = 256 * 1024;
 
 }  // namespace
 
@@ -126,7 +129,7 @@ uint32_t Connection::Receive(void* buffer, uint32_t length, int seconds) {
         lastError_ = kNotConnected;
         return 0;
     }
-    const int wanted = static_cast<int>(std::min<uint32_t>(length, INT_MAX));
+    const int wanted = static_cast<int>(std::min(length, kReceivePiece));
     bool ready = eager_;
     for (;;) {
         if (!ready && !AwaitReady(Direction::kReadable, seconds)) return 0;
