@@ -1,4 +1,4 @@
-// Small text helpers for protocol text: ASCII only, whatever the process's locale.
+// Comparison and trimming of protocol text: ASCII only, whatever the process's locale.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TRANSPORT_ASCII_H
 #define WPK_TRANSPORT_ASCII_H

@@ -29,7 +29,7 @@ void AddRequest(TaggedData& data, bool viaProxy, std::string_view service, std::
     ASSERT_EQ(AddText(data, "WPK_ServiceData", message), 1);
 }
 
-TEST(TaggedData, RequestForEchoWithFiveBytesTakes82BytesAsDocumented) {
+TEST(TaggedData, RequestForEchoWithFiveBytesTakes82Bytes) {
     TaggedData data;
     AddRequest(data, /*viaProxy=*/false, "Echo", "hello");
     EXPECT_EQ(data.TotalLength(), 82U);
