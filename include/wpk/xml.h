@@ -1,0 +1,40 @@
+// The XML documents of message bodies: build a tree, write it, read one, look things up.
+// SPDX-License-Identifier: MIT
+//
+//     using namespace AdvXMLParser;
+//
+//     Document order("order");                                    // <order>
+//     order.root->GetOrCreateElement("customer")->AppendText("Miller");
+//     std::string body;
+//     WriteContext context;
+//     context.output = &body;
+//     order.Write(context);                                       // the bytes to send
+//
+//     std::unique_ptr<Document> reply(Parser().Parse(bytes, size));
+//     std::string state = reply->root->FindElement("state")->GetText();      // "" when there is no <state>
+//
+// A failing call:
+//
+//     try {
+//         Parser().Parse("<a></b>", 7);
+//     } catch (const ParsingException& fault) {
+//         // fault.code 13 (the end tag is another element's), fault.line 1, fault.column 7
+//     }
+//
+// What it does not do: it converts no character sets (a byte is a character), validates nothing, expands no entities
+// and reads no other file. Two habits to know: the writer turns < > & ' " in texts into the bare names lt gt amp apos
+// quot (write an EntityRef or CData node where the character itself must arrive), and a character reference keeps the
+// low eight bits of its number.
+//
+// It is plain C++17 and needs nothing but the standard library. docs/xml.md is the guide.
+#ifndef WPK_XML_H
+#define WPK_XML_H
+
+#include <wpk/xml/byte_string.h>
+#include <wpk/xml/exceptions.h>
+#include <wpk/xml/node_list.h>
+#include <wpk/xml/nodes.h>
+#include <wpk/xml/parser.h>
+#include <wpk/xml/write_context.h>
+
+#endif  // WPK_XML_H

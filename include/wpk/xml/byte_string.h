@@ -1,0 +1,111 @@
+// The 8-bit strings that nodes are made of: 16 bytes, short ones in place.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_BYTE_STRING_H
+#define WPK_XML_BYTE_STRING_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+namespace AdvXMLParser {
+
+struct PooledBytes;
+struct Internals;
+
+/// A byte string as nodes hold it: a name, a text, a datum. Any byte may occur in it, zero included; nothing is ever
+/// converted. It behaves like a small std::string: it converts to std::string_view and std::string, takes both and
+/// literals by assignment, and compares with all of them byte for byte.
+///
+/// Up to 15 bytes are held in place. Longest: 4,294,967,294 bytes; std::length_error above, std::bad_alloc when memory
+/// runs out, and the string is then as it was. Threads: const calls together, otherwise one thread at a time.
+class ByteString {
+public:
+    ByteString() noexcept { SetNear(0); }
+    explicit ByteString(std::string_view bytes) { Construct(bytes); }
+    ByteString(const ByteString& other) { Construct(other.View()); }
+    /// Takes the other string's bytes and leaves it empty. May allocate: bytes that live in the memory of a parsed
+    /// document are copied out of it.
+    ByteString(ByteString&& other);  // NOLINT(performance-noexcept-move-constructor): see above
+    /// For the parser alone.
+    explicit ByteString(const PooledBytes& bytes) noexcept;
+    ~ByteString() {
+        if (IsHeap()) FreeHeap();
+    }
+
+    ByteString& operator=(const ByteString& other) { return *this = other.View(); }
+    ByteString& operator=(ByteString&& other);  // NOLINT(performance-noexcept-move-constructor): as above
+    ByteString& operator=(std::string_view bytes);
+
+    /// Adds bytes at the end, in amortised constant time each.
+    ByteString& append(std::string_view bytes);
+    ByteString& operator+=(std::string_view bytes) { return append(bytes); }
+    void clear() noexcept;
+
+    /// The bytes; one zero byte follows them. Valid until the string is changed or destroyed.
+    const char* data() const noexcept { return IsNear() ? near_ : far_.data; }
+    const char* c_str() const noexcept { return data(); }
+    std::size_t size() const noexcept { return IsNear() ? kNearSize - Tag() : far_.size; }
+    std::size_t length() const noexcept { return size(); }
+    bool empty() const noexcept { return size() == 0; }
+    char operator[](std::size_t index) const noexcept { return data()[index]; }
+
+    operator std::string_view() const noexcept { return View(); }  // NOLINT(google-explicit-constructor): on purpose
+    operator std::string() const { return std::string(View()); }   // NOLINT(google-explicit-constructor): on purpose
+
+    friend bool operator==(const ByteString& a, const ByteString& b) noexcept { return a.View() == b.View(); }
+    friend bool operator!=(const ByteString& a, const ByteString& b) noexcept { return a.View() != b.View(); }
+    friend bool operator<(const ByteString& a, const ByteString& b) noexcept { return a.View() < b.View(); }
+    friend bool operator==(const ByteString& a, std::string_view b) noexcept { return a.View() == b; }
+    friend bool operator!=(const ByteString& a, std::string_view b) noexcept { return a.View() != b; }
+    friend bool operator==(std::string_view a, const ByteString& b) noexcept { return a == b.View(); }
+    friend bool operator!=(std::string_view a, const ByteString& b) noexcept { return a != b.View(); }
+
+    template <class Traits>
+    friend std::basic_ostream<char, Traits>& operator<<(std::basic_ostream<char, Traits>& out, const ByteString& s) {
+        return out << s.View();
+    }
+
+private:
+    friend struct Internals;
+
+    /// Bytes elsewhere: on the heap, or borrowed from the memory of the document that the string's node was parsed
+    /// into.
+    struct Far {
+        char* data;
+        std::uint32_t size;
+        std::uint8_t unused[3];
+        std::uint8_t tag;
+    };
+    /// The last byte says which form it is. In place it is the room that is left, so that a full string of 15 bytes has
+    /// its closing zero there.
+    static constexpr std::size_t kNearSize = sizeof(Far) - 1;
+    static constexpr std::uint8_t kBorrowed = 0x40;
+    static constexpr std::uint8_t kHeap = 0x80;
+
+    std::uint8_t Tag() const noexcept { return static_cast<std::uint8_t>(near_[kNearSize]); }
+    bool IsNear() const noexcept { return Tag() <= kNearSize; }
+    bool IsHeap() const noexcept { return (Tag() & kHeap) != 0; }
+    std::string_view View() const noexcept { return {data(), size()}; }
+
+    void SetNear(std::size_t size) noexcept {
+        near_[size] = '\0';
+        near_[kNearSize] = static_cast<char>(kNearSize - size);
+    }
+    void SetFar(char* data, std::size_t size, std::uint8_t tag) noexcept;
+    void Construct(std::string_view bytes);
+    void Grow(std::size_t size);
+    void Swap(ByteString& other) noexcept;
+    void FreeHeap() noexcept;
+
+    union {
+        char near_[sizeof(Far)];
+        Far far_;
+    };
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_BYTE_STRING_H

@@ -1,0 +1,47 @@
+// What the XML library throws.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_EXCEPTIONS_H
+#define WPK_XML_EXCEPTIONS_H
+
+#include <exception>
+#include <string>
+#include <string_view>
+
+namespace AdvXMLParser {
+
+/// The base of everything the library throws on its own account. (Exhausted memory is std::bad_alloc, a text or list
+/// that outgrows its type std::length_error.)
+class Exception : public std::exception {
+public:
+    const char* what() const noexcept override;
+};
+
+/// A reference to an entity that is none of lt, gt, amp, apos, quot. Thrown where an EntityRef is built or cloned; the
+/// parser reports the same fault as a ParsingException with code 9.
+class InvalidRefException : public Exception {
+public:
+    explicit InvalidRefException(std::string_view entityName) : name(entityName) {}
+    const char* what() const noexcept override;
+
+    /// The name that was not found.
+    std::string name;
+};
+
+/// The input is not a document that the parser takes.
+class ParsingException : public Exception {
+public:
+    ParsingException(unsigned code_, unsigned line_, unsigned column_) noexcept
+        : code(code_), line(line_), column(column_) {}
+    const char* what() const noexcept override;
+
+    /// What is wrong, 1 to 43; docs/xml.md lists the codes.
+    unsigned code;
+    /// Where the reader stood, from 1.
+    unsigned line;
+    /// Characters read on that line; one more on the first line.
+    unsigned column;
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_EXCEPTIONS_H

@@ -1,0 +1,164 @@
+// The lists of child nodes and attributes: 16 bytes, a single entry in place.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_NODE_LIST_H
+#define WPK_XML_NODE_LIST_H
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+
+namespace AdvXMLParser {
+
+struct Internals;
+
+/// An ordered, growable array of pointers to nodes. The list itself owns no node: the container whose `children` or
+/// `attributes` it is does, and deletes what the list holds when it dies. Whoever takes an entry out by `erase`,
+/// `pop_back` or `clear` owns that node from then on; whoever puts one in gives it away.
+///
+/// Most entries: 2,147,483,647; std::length_error above, std::bad_alloc when memory runs out, and the list is then as
+/// it was. Threads: const calls together, otherwise one thread at a time.
+template <class T>
+class NodeList {
+public:
+    using value_type = T*;
+    using iterator = T**;
+    using const_iterator = T* const*;
+
+    NodeList() noexcept : one_(nullptr) {}
+    NodeList(const NodeList& other) : NodeList() { CopyFrom(other); }
+    /// Takes the entries and leaves the other list empty. May allocate, as entries that live in the memory of a parsed
+    /// document are copied out of it.
+    NodeList(NodeList&& other)  // NOLINT(performance-noexcept-move-constructor): see above
+        : NodeList() {
+        MoveFrom(other);
+    }
+    ~NodeList() { Free(); }
+
+    NodeList& operator=(const NodeList& other) {
+        if (this == &other) return *this;
+        NodeList copy(other);
+        Swap(copy);
+        return *this;
+    }
+    NodeList& operator=(NodeList&& other) {  // NOLINT(performance-noexcept-move-constructor): as above
+        if (this == &other) return *this;
+        NodeList taken;
+        taken.MoveFrom(other);
+        Swap(taken);
+        return *this;
+    }
+
+    std::size_t size() const noexcept { return size_; }
+    bool empty() const noexcept { return size_ == 0; }
+
+    iterator begin() noexcept { return IsInPlace() ? &one_ : many_; }
+    iterator end() noexcept { return begin() + size_; }
+    const_iterator begin() const noexcept { return IsInPlace() ? &one_ : many_; }
+    const_iterator end() const noexcept { return begin() + size_; }
+
+    T*& operator[](std::size_t index) noexcept { return begin()[index]; }
+    T* operator[](std::size_t index) const noexcept { return begin()[index]; }
+    /// As [], but throws std::out_of_range when there is no such entry.
+    T* at(std::size_t index) const {
+        if (index >= size_) throw std::out_of_range("NodeList::at");
+        return begin()[index];
+    }
+    T* front() const noexcept { return *begin(); }
+    T* back() const noexcept { return begin()[size_ - 1]; }
+
+    void push_back(T* node) {
+        if (size_ == Capacity()) Reallocate(NextCapacity());
+        begin()[size_++] = node;
+    }
+    void pop_back() noexcept { --size_; }
+    iterator insert(const_iterator position, T* node) {
+        const std::ptrdiff_t index = position - begin();
+        push_back(node);
+        std::rotate(begin() + index, end() - 1, end());
+        return begin() + index;
+    }
+    iterator erase(const_iterator position) noexcept {
+        const iterator hole = begin() + (position - begin());
+        std::copy(hole + 1, end(), hole);
+        --size_;
+        return hole;
+    }
+    void reserve(std::size_t count) {
+        if (count > Capacity()) Reallocate(count);
+    }
+    /// Empties the list and gives its memory back. Deletes no node.
+    void clear() noexcept {
+        Free();
+        one_ = nullptr;
+        size_ = 0;
+        capacity_ = 0;
+    }
+
+private:
+    friend struct Internals;
+    friend class Teardown;
+
+    static constexpr std::uint32_t kBorrowed = 0x80000000U;
+    static constexpr std::uint32_t kMostEntries = 0x7FFFFFFFU;
+
+    /// Capacity 0 means one entry in place; the top bit marks an array in the memory of a parsed document.
+    bool IsInPlace() const noexcept { return capacity_ == 0; }
+    bool IsHeap() const noexcept { return capacity_ != 0 && (capacity_ & kBorrowed) == 0; }
+    std::size_t Capacity() const noexcept { return IsInPlace() ? 1 : capacity_ & ~kBorrowed; }
+    std::size_t NextCapacity() const {
+        if (size_ == kMostEntries) throw std::length_error("NodeList");
+        return std::min<std::size_t>(std::max<std::size_t>(4, std::size_t{size_} * 2), kMostEntries);
+    }
+
+    void Borrow(T** entries, std::size_t count) noexcept {
+        many_ = entries;
+        size_ = static_cast<std::uint32_t>(count);
+        capacity_ = size_ | kBorrowed;
+    }
+
+    void Reallocate(std::size_t capacity) {
+        if (capacity > kMostEntries) throw std::length_error("NodeList");
+        T** const entries = new T*[capacity];
+        std::copy(begin(), end(), entries);
+        Free();
+        many_ = entries;
+        capacity_ = static_cast<std::uint32_t>(capacity);
+    }
+
+    void CopyFrom(const NodeList& other) {
+        reserve(other.size());
+        std::copy(other.begin(), other.end(), begin());
+        size_ = other.size_;
+    }
+
+    void MoveFrom(NodeList& other) {
+        if (other.IsHeap()) {
+            Swap(other);
+            return;
+        }
+        CopyFrom(other);
+        other.clear();
+    }
+
+    void Swap(NodeList& other) noexcept {
+        std::swap(many_, other.many_);
+        std::swap(size_, other.size_);
+        std::swap(capacity_, other.capacity_);
+    }
+
+    void Free() noexcept {
+        if (IsHeap()) delete[] many_;
+    }
+
+    union {
+        T* one_;
+        T** many_;
+    };
+    std::uint32_t size_ = 0;
+    std::uint32_t capacity_ = 0;
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_NODE_LIST_H

@@ -1,0 +1,397 @@
+// The nodes of a document tree and what can be asked of them.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_NODES_H
+#define WPK_XML_NODES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include <wpk/xml/byte_string.h>
+#include <wpk/xml/exceptions.h>
+#include <wpk/xml/node_list.h>
+#include <wpk/xml/write_context.h>
+
+namespace AdvXMLParser {
+
+class Attribute;
+class CData;
+class Comment;
+class Element;
+class Node;
+class NodeContainer;
+class Pi;
+class Text;
+struct Internals;
+struct PoolSeat;
+
+/// What IsType is asked for. Other values match no node.
+enum NodeType {
+    ELEMENT_NODE = 1,
+    ATTRIBUTE_NODE = 2,
+    TEXT_NODE = 3,
+    CDATA_NODE = 4,
+    /// An EntityRef or a CharRef.
+    REFERENCE_NODE = 5,
+    PI_NODE = 7,
+    COMMENT_NODE = 8,
+    DOCUMENT_NODE = 9
+};
+
+/// Five nodes that stand for "there is none". They live as long as the process, are empty and stay so: the operations
+/// that would change them do nothing. Any thread may use them. Do not assign to their fields, and never delete them.
+Element& NullElement() noexcept;
+Attribute& NullAttribute() noexcept;
+Comment& NullComment() noexcept;
+Pi& NullPi() noexcept;
+CData& NullCData() noexcept;
+
+/// Whether this is one of the five null nodes. A null pointer counts as one.
+bool IsNull(const Node& node) noexcept;
+bool IsNull(const Node* node) noexcept;
+
+/// One node of a tree.
+///
+/// Make nodes with `new` and hand them to a container, which owns them from then on; or keep a node that belongs to no
+/// container on the stack. Deleting a node deletes everything below it. No operation uses the machine's stack per
+/// level: trees may be of any depth.
+///
+/// GetText, Write and Clone of a container know the classes of this header and do their work in one walk. A class
+/// derived from Node itself takes part through its virtual functions; a class derived from one of the concrete ones
+/// counts as that one wherever it stands below another node.
+///
+/// Threads: a tree is used by one thread at a time, which may be any thread; that holds for reading too. Different
+/// trees may be used at the same time, also while nodes that were parsed together are spread over them. Errors:
+/// std::bad_alloc where a string, list or node has to grow, and InvalidRefException from Clone.
+class Node {
+public:
+    /// Deletes the node and everything below it.
+    virtual ~Node();
+
+    /// The node's own value: the text of a Text, CData or Comment, the data of a Pi, the character of a reference, the
+    /// text of an Attribute; empty for an Element and a Document.
+    virtual std::string GetNodeValue() const = 0;
+
+    /// The text below the node: that of all children in order, comments and processing instructions included. White
+    /// space is space, tab, carriage return and line feed. A Document and an Element make one space of every run of it
+    /// and take it off both ends (an Element with `preserveSpace` does neither); an Attribute only takes it off the
+    /// ends.
+    virtual std::string GetText() const = 0;
+
+    /// Whether the node is of that NodeType.
+    virtual bool IsType(int code) const = 0;
+
+    /// A deep copy on the heap, owned by the caller, whose `parent` is the given container (the null element when that
+    /// is null). It is not added to the container: AppendChild does that. Not everything is copied: see the classes.
+    virtual Node* Clone(NodeContainer* newParent) const = 0;
+
+    /// Appends the node's text form to `*context.output`, as docs/xml.md shows. Never fails on what the tree holds,
+    /// even if no parser would take the result. When memory runs out the output is partly written.
+    virtual void Write(WriteContext& context) const = 0;
+
+    /// The node as what a look-up promises: itself when it is an Element, else the null element. Never fails.
+    Element& AsElement() noexcept;
+    const Element& AsElement() const noexcept;
+    /// The node itself when it can have children, else the null element.
+    NodeContainer& AsContainer() noexcept;
+    const NodeContainer& AsContainer() const noexcept;
+
+    /// The operations of NodeContainer, so that look-ups chain: each acts on AsContainer().
+    ///
+    ///     document->root->FindElement("order")->FindElement("customer")->GetText();
+    ///     Node* field = document->root->GetOrCreateElement("name");
+    ///     field->DeleteChildren();
+    ///     field->AppendText("Miller");
+    Node* FindElement(std::string_view elementName) const;
+    Node* GetOrCreateElement(std::string_view elementName);
+    void AppendChild(Node* node);
+    void AppendText(std::string_view text);
+    void DeleteChildren() noexcept;
+
+    Node(const Node&) = delete;
+    Node& operator=(const Node&) = delete;
+
+protected:
+    /// For classes outside of this header.
+    Node(NodeContainer* nodeParent, std::string_view nodeName);
+
+    /// What the library asks in place of the virtual IsType.
+    enum class Kind : std::uint8_t {
+        kForeign,
+        kElement,
+        kAttribute,
+        kText,
+        kCData,
+        kEntityRef,
+        kCharRef,
+        kPi,
+        kComment,
+        kDocument
+    };
+    Node(Kind kind, NodeContainer* nodeParent, std::string_view nodeName);
+    Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent, const PooledBytes& nodeName) noexcept;
+
+private:
+    friend struct Internals;
+
+    /// Where the node sits in the memory of a parsed document; 0 for a node that sits elsewhere. Declared first, so
+    /// that it dies last: with the last node's seat all of that memory goes.
+    struct Seat {
+        ~Seat() {
+            if (offset != 0) Leave();
+        }
+        void Leave() noexcept;
+
+        std::uint32_t offset;
+        Kind kind;
+    };
+    Seat seat_;
+
+public:
+    /// Tag name, attribute name, target of a processing instruction, name of an entity; "#text" and the like elsewhere.
+    ByteString name;
+    /// The node that contains this one. Not owned and never null: the null element stands in for none. Nothing in the
+    /// library walks up along it, so it may be set freely.
+    NodeContainer* parent;
+};
+
+/// A node that has children and owns them.
+class NodeContainer : public Node {
+public:
+    ~NodeContainer() override;
+
+    /// Writes every child in order.
+    void Write(WriteContext& context) const override;
+
+    /// Puts the node at the end of `children` and owns it from then on, also if this throws. Its `parent` is left as it
+    /// is; `pendingText` becomes null unless the node is a Text. A null pointer is ignored. A null node takes no
+    /// children: what is handed to it is deleted at once.
+    void AppendChild(Node* node);
+
+    /// Adds character data: to the text of `pendingText` if there is one, else as a new Text child (which does not
+    /// become `pendingText`). Does nothing on a null node.
+    void AppendText(std::string_view text);
+
+    /// The first child element of that name, compared byte for byte; the null element when there is none. Never null.
+    Node* FindElement(std::string_view elementName) const;
+
+    /// Goes on from `position`, an index into `children`, to the first child element of that name at or after it. True,
+    /// with `position` on it (step past it before the next call), or false with `position` at the end.
+    ///
+    ///     for (std::size_t i = 0; order.FindNextElement("item", i); ++i) Use(*order.children[i]);
+    bool FindNextElement(std::string_view elementName, std::size_t& position) const;
+
+    /// As FindElement, but makes and appends an empty element when there is none. A null node gives the null element.
+    Node* GetOrCreateElement(std::string_view elementName);
+
+    /// Deletes every child in order. `pendingText` is left as it is: whoever has set it sets it back.
+    void DeleteChildren() noexcept;
+
+    /// Appends a Clone of every child of `from` to `to`. What was appended before an exception stays.
+    static void CloneChildren(const NodeContainer& from, NodeContainer& to);
+    static void CloneChildren(const NodeContainer* from, NodeContainer* to) { CloneChildren(*from, *to); }
+
+protected:
+    using Node::Node;
+
+public:
+    /// The nodes inside this one, in document order. Owned.
+    NodeList<Node> children;
+    /// The Text child that AppendText adds to; null for none. Not owned, and set by the application alone.
+    Text* pendingText = nullptr;
+};
+
+/// An element: a tag with attributes and content. A Clone has the name and copies of the children, but no attributes,
+/// and does not preserve space.
+class Element : public NodeContainer {
+public:
+    Element(NodeContainer* parentNode, std::string_view tagName) : NodeContainer(Kind::kElement, parentNode, tagName) {}
+    ~Element() override;
+
+    std::string GetNodeValue() const override;
+    std::string GetText() const override;
+    bool IsType(int code) const override;
+    Element* Clone(NodeContainer* newParent) const override;
+    void Write(WriteContext& context) const override;
+
+protected:
+    Element(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& tagName) noexcept;
+
+public:
+    /// In document order; the same name may occur more than once. Owned.
+    NodeList<Attribute> attributes;
+    /// Whether GetText leaves white space as it is. The parser sets it for xml:space="preserve".
+    bool preserveSpace = false;
+};
+
+/// An attribute of an element. Its children are the pieces of its value: Text, EntityRef and CharRef nodes.
+class Attribute : public NodeContainer {
+public:
+    Attribute(NodeContainer* parentNode, std::string_view attributeName)
+        : NodeContainer(Kind::kAttribute, parentNode, attributeName) {}
+    ~Attribute() override;
+
+    std::string GetNodeValue() const override;
+    std::string GetText() const override;
+    bool IsType(int code) const override;
+    Attribute* Clone(NodeContainer* newParent) const override;
+    void Write(WriteContext& context) const override;
+
+protected:
+    Attribute(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& attributeName) noexcept;
+};
+
+/// A whole document. A Clone has copies of the children, but the fields below as a new document has them.
+class Document : public NodeContainer {
+public:
+    Document();
+    /// A document with an empty root element of that name: how a new message begins.
+    explicit Document(std::string_view rootName);
+    ~Document() override;
+
+    std::string GetNodeValue() const override;
+    std::string GetText() const override;
+    bool IsType(int code) const override;
+    Document* Clone(NodeContainer* newParent) const override;
+    void Write(WriteContext& context) const override;
+
+protected:
+    Document(const PoolSeat& seat, const PooledBytes& documentName) noexcept;
+
+public:
+    /// What the XML declaration says; the library does not act on any of it. `standalone` is never written.
+    ByteString version;
+    ByteString encoding;
+    bool standalone = true;
+    /// The root element, one of `children`; null until there is one. Not owned.
+    Element* root = nullptr;
+    /// The document itself.
+    Document& self;
+};
+
+/// A run of character data, as it stands between two pieces of markup. May be empty.
+class Text : public Node {
+public:
+    Text(NodeContainer* parentNode, std::string_view characters);
+
+    std::string GetNodeValue() const override;
+    std::string GetText() const override;
+    bool IsType(int code) const override;
+    Text* Clone(NodeContainer* newParent) const override;
+    void Write(WriteContext& context) const override;
+
+protected:
+    Text(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
+
+public:
+    ByteString text;
+};
+
+/// A CDATA section.
+class CData : public Node {
+public:
+    CData(NodeContainer* parentNode, std::string_view characters);
+
+    std::string GetNodeValue() const override;
+    std::string GetText() const override;
+    bool IsType(int code) const override;
+    CData* Clone(NodeContainer* newParent) const override;
+    void Write(WriteContext& context) const override;
+
+protected:
+    CData(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
+
+public:
+    ByteString text;
+};
+
+/// A comment.
+class Comment : public Node {
+public:
+    Comment(NodeContainer* parentNode, std::string_view characters);
+
+    std::string GetNodeValue() const override;
+    std::string GetText() const override;
+    bool IsType(int code) const override;
+    Comment* Clone(NodeContainer* newParent) const override;
+    void Write(WriteContext& context) const override;
+
+protected:
+    Comment(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
+
+public:
+    ByteString text;
+};
+
+/// A processing instruction; its target is its name.
+class Pi : public Node {
+public:
+    Pi(NodeContainer* parentNode, std::string_view target, std::string_view targetData);
+
+    std::string GetNodeValue() const override;
+    std::string GetText() const override;
+    bool IsType(int code) const override;
+    Pi* Clone(NodeContainer* newParent) const override;
+    void Write(WriteContext& context) const override;
+
+protected:
+    Pi(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& target,
+       const PooledBytes& targetData) noexcept;
+
+public:
+    ByteString data;
+};
+
+/// A reference, kept as such: it stands in the tree and is not expanded.
+class Reference : public Node {
+public:
+    bool IsType(int code) const override;
+
+protected:
+    using Node::Node;
+};
+
+/// A reference to one of the five entities lt, gt, amp, apos, quot. Its parent is the null element unless the parser
+/// has built it; so is a Clone's, whatever container is passed.
+class EntityRef : public Reference {
+public:
+    /// Throws InvalidRefException when there is no such entity.
+    explicit EntityRef(std::string_view entityName);
+
+    std::string GetNodeValue() const override;
+    std::string GetText() const override;
+    /// Looks the name up again, so it throws when the name has been changed to one that does not exist.
+    EntityRef* Clone(NodeContainer* newParent) const override;
+    void Write(WriteContext& context) const override;
+
+protected:
+    EntityRef(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& entityName, char character) noexcept;
+
+public:
+    /// The character that the entity stands for.
+    char value;
+};
+
+/// A character reference: one byte.
+class CharRef : public Reference {
+public:
+    /// Keeps the low eight bits of `character`.
+    CharRef(NodeContainer* parentNode, int character);
+
+    std::string GetNodeValue() const override;
+    std::string GetText() const override;
+    CharRef* Clone(NodeContainer* newParent) const override;
+    /// Zero and values below are written without a digit, "&#x;", which no parser takes.
+    void Write(WriteContext& context) const override;
+
+protected:
+    CharRef(const PoolSeat& seat, NodeContainer* parentNode, signed char character) noexcept;
+
+public:
+    signed char value;
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_NODES_H
