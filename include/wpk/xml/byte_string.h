@@ -30,7 +30,7 @@ public:
     /// document are copied out of it.
     ByteString(ByteString&& other);  // NOLINT(performance-noexcept-move-constructor): see above
     /// For the parser alone.
-    explicit ByteString(const PooledBytes& bytes) noexcept;
+    inline explicit ByteString(const PooledBytes& bytes) noexcept;
     ~ByteString() {
         if (IsHeap()) FreeHeap();
     }
@@ -80,7 +80,7 @@ private:
         std::uint8_t tag;
     };
     /// The last byte says which form it is. In place it is the room that is left, so that a full string of 15 bytes has
-    /// its closing zero there.
+    /// its closing zero there. Bytes elsewhere are more than that: 16 bytes can always be read.
     static constexpr std::size_t kNearSize = sizeof(Far) - 1;
     static constexpr std::uint8_t kBorrowed = 0x40;
     static constexpr std::uint8_t kHeap = 0x80;
@@ -96,7 +96,6 @@ private:
     }
     void SetFar(char* data, std::size_t size, std::uint8_t tag) noexcept;
     void Construct(std::string_view bytes);
-    void Grow(std::size_t size);
     void Swap(ByteString& other) noexcept;
     void FreeHeap() noexcept;
 

@@ -113,6 +113,8 @@ public:
     Node& operator=(const Node&) = delete;
 
 protected:
+    // Constructors with a PoolSeat are the parser's.
+
     /// For classes outside of this header.
     Node(NodeContainer* nodeParent, std::string_view nodeName);
 
@@ -130,21 +132,28 @@ protected:
         kDocument
     };
     Node(Kind kind, NodeContainer* nodeParent, std::string_view nodeName);
-    Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent, const PooledBytes& nodeName) noexcept;
+    inline Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent, const PooledBytes& nodeName) noexcept;
 
 private:
     friend struct Internals;
 
-    /// Where the node sits in the memory of a parsed document; 0 for a node that sits elsewhere. Declared first, so
-    /// that it dies last: with the last node's seat all of that memory goes.
-    struct Seat {
+    /// How far into its chunk of a parsed document's memory the node sits; 0 for a node that sits elsewhere. Declared
+    /// first, so that it dies last: with the last node's seat all of that memory goes.
+    class Seat {
+    public:
+        explicit Seat(Kind nodeKind) noexcept : offset(0), kind(nodeKind) {}
+        inline Seat(Kind nodeKind, const PoolSeat& place) noexcept;
+        Seat(const Seat&) = delete;
+        Seat& operator=(const Seat&) = delete;
         ~Seat() {
             if (offset != 0) Leave();
         }
         void Leave() noexcept;
+        const char* Chunk() const noexcept { return reinterpret_cast<const char*>(this) - std::size_t{offset} * kUnit; }
 
+        static constexpr std::size_t kUnit = 4;
         std::uint32_t offset;
-        Kind kind;
+        const Kind kind;
     };
     Seat seat_;
 
@@ -165,8 +174,8 @@ public:
     void Write(WriteContext& context) const override;
 
     /// Puts the node at the end of `children` and owns it from then on, also if this throws. Its `parent` is left as it
-    /// is; `pendingText` becomes null unless the node is a Text. A null pointer is ignored. A null node takes no
-    /// children: what is handed to it is deleted at once.
+    /// is; `pendingText` becomes null unless the node is a Text. A null pointer or null node is ignored. A null
+    /// node takes no children: what is handed to it is deleted at once.
     void AppendChild(Node* node);
 
     /// Adds character data: to the text of `pendingText` if there is one, else as a new Text child (which does not
@@ -216,7 +225,7 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
-    Element(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& tagName) noexcept;
+    inline Element(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& tagName) noexcept;
 
 public:
     /// In document order; the same name may occur more than once. Owned.
@@ -239,7 +248,7 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
-    Attribute(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& attributeName) noexcept;
+    inline Attribute(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& attributeName) noexcept;
 };
 
 /// A whole document. A Clone has copies of the children, but the fields below as a new document has them.
@@ -257,7 +266,7 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
-    Document(const PoolSeat& seat, const PooledBytes& documentName) noexcept;
+    inline explicit Document(const PoolSeat& seat) noexcept;
 
 public:
     /// What the XML declaration says; the library does not act on any of it. `standalone` is never written.
@@ -282,7 +291,7 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
-    Text(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
+    inline Text(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
 
 public:
     ByteString text;
@@ -300,7 +309,7 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
-    CData(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
+    inline CData(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
 
 public:
     ByteString text;
@@ -318,7 +327,7 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
-    Comment(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
+    inline Comment(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
 
 public:
     ByteString text;
@@ -336,8 +345,8 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
-    Pi(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& target,
-       const PooledBytes& targetData) noexcept;
+    inline Pi(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& target,
+              const PooledBytes& targetData) noexcept;
 
 public:
     ByteString data;
@@ -366,7 +375,8 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
-    EntityRef(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& entityName, char character) noexcept;
+    inline EntityRef(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& entityName,
+                     char character) noexcept;
 
 public:
     /// The character that the entity stands for.
@@ -386,7 +396,7 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
-    CharRef(const PoolSeat& seat, NodeContainer* parentNode, signed char character) noexcept;
+    inline CharRef(const PoolSeat& seat, NodeContainer* parentNode, signed char character) noexcept;
 
 public:
     signed char value;

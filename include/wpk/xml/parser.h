@@ -25,7 +25,7 @@ public:
     ///
     /// Throws ParsingException for anything that is no document; a null pointer, a size of 0 or below is one without a
     /// root element (code 16). Throws std::bad_alloc when memory runs out. Nothing is left behind in either case.
-    Document* Parse(const void* data, int size);
+    Document* Parse(const void* data, int size) const;
 };
 
 }  // namespace AdvXMLParser

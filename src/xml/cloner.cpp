@@ -1,0 +1,61 @@
+// Copying trees of any depth: the walk.
+// SPDX-License-Identifier: MIT
+#include "xml/cloner.h"
+
+#include <memory>
+
+#include "xml/small_stack.h"
+
+namespace AdvXMLParser {
+namespace {
+
+struct Level {
+    const NodeContainer* from;
+    NodeContainer* to;
+    std::size_t next;
+};
+
+/// A container as its Clone begins. Attributes and flags of an element stay behind, as do the fields of a document.
+std::unique_ptr<NodeContainer> CloneShell(const NodeContainer& container, NodeContainer* newParent) {
+    std::unique_ptr<NodeContainer> shell;
+    switch (Internals::KindOf(container)) {
+        case Internals::Kind::kAttribute:
+            shell = std::make_unique<Attribute>(newParent, container.name);
+            break;
+        case Internals::Kind::kDocument:
+            shell = std::make_unique<Document>();
+            break;
+        default:
+            shell = std::make_unique<Element>(newParent, container.name);
+            break;
+    }
+    shell->children.reserve(container.children.size());
+    return shell;
+}
+
+}  // namespace
+
+NodeContainer* CloneTree(const NodeContainer& container, NodeContainer* newParent) {
+    std::unique_ptr<NodeContainer> top = CloneShell(container, newParent);
+    SmallStack<Level, 16> levels;
+    levels.push_back({&container, top.get(), 0});
+    while (!levels.empty()) {
+        Level& level = levels.back();
+        if (level.next == level.from->children.size()) {
+            levels.pop_back();
+            continue;
+        }
+        const Node* const child = level.from->children[level.next++];
+        NodeContainer* const to = level.to;
+        if (const NodeContainer* const inner = Internals::OwnContainer(child)) {
+            NodeContainer* const shell = CloneShell(*inner, to).release();
+            to->AppendChild(shell);
+            levels.push_back({inner, shell, 0});
+        } else {
+            to->AppendChild(child->Clone(to));
+        }
+    }
+    return top.release();
+}
+
+}  // namespace AdvXMLParser

@@ -1,0 +1,16 @@
+// Copying trees of any depth.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_CLONER_H
+#define WPK_XML_CLONER_H
+
+#include "xml/internals.h"
+
+namespace AdvXMLParser {
+
+/// What Clone gives for a container: a new one of the same class with copies of the children, under `newParent`. Throws
+/// what copying a node below throws, and leaves nothing behind then.
+NodeContainer* CloneTree(const NodeContainer& container, NodeContainer* newParent);
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_CLONER_H

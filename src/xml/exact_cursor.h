@@ -1,0 +1,60 @@
+// Reading the input character by character, with line and column.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_EXACT_CURSOR_H
+#define WPK_XML_EXACT_CURSOR_H
+
+#include <cstddef>
+#include <string_view>
+
+#include "xml/fast_cursor.h"
+
+namespace AdvXMLParser {
+
+/// The cursor that says where a document is wrong. Its operations are those of FastCursor.
+///
+/// Line and column depend on how the input was read and not on the place alone, and callers rely on every bit of it:
+/// the column starts at 1 on the first line and at 0 on the others; taking back a lone CR does not take back its line,
+/// so that the line counts twice when it is read again; what is read past the end cannot be taken back.
+class ExactCursor {
+public:
+    struct Place {
+        std::size_t position;
+        unsigned line;
+        unsigned column;
+    };
+
+    ExactCursor(const Byte* input, std::size_t size) noexcept : input_(input), size_(size) {}
+
+    Byte Read() noexcept;
+    void Unread() noexcept;
+    Byte Peek(std::size_t distance) const noexcept;
+    bool Match(std::string_view literal) noexcept;
+    bool Expect(char c) noexcept;
+    bool SkipWhitespace() noexcept;
+    Slice Name() noexcept;
+    Slice NameToken() noexcept;
+    Byte ReadPastText() noexcept;
+    Byte ReadPastValue(char quote) noexcept;
+    /// Those that may do nothing.
+    bool SkipName(std::string_view /*name*/) noexcept { return false; }
+    void SkipTo(char /*stop*/) noexcept {}
+
+    Place Position() const noexcept { return place_; }
+    void Restore(const Place& place) noexcept { place_ = place; }
+    Slice Cut(const Place& from, std::size_t less) const noexcept;
+
+    [[noreturn]] void Fail(unsigned code) const;
+
+private:
+    Slice CharsOfName(CharClass first) noexcept;
+
+    const Byte* const input_;
+    const std::size_t size_;
+    /// The position is `size_` + 1 once something has been read past the end.
+    Place place_{0, 1, 1};
+    unsigned previousColumn_ = 0;
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_EXACT_CURSOR_H

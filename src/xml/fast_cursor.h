@@ -1,0 +1,163 @@
+// Reading the input fast, while all is well with it.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_FAST_CURSOR_H
+#define WPK_XML_FAST_CURSOR_H
+
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
+#include "xml/scan.h"
+
+namespace AdvXMLParser {
+
+/// A piece of the input.
+struct Slice {
+    const char* data = nullptr;
+    std::size_t size = 0;
+    /// Whether there may be carriage returns in it.
+    bool hasReturns = false;
+
+    explicit operator bool() const noexcept { return size != 0; }
+    operator std::string_view() const noexcept { return {data, size}; }
+};
+
+/// Thrown by the fast cursor, which knows that something is wrong and not where.
+struct Rejection {};
+
+/// A cursor that keeps nothing but its place and looks for the end of a run with whole registers. The rules of the
+/// grammar are templates over this one and ExactCursor, which knows line and column: a document that this one rejects
+/// is read again by the other to find out what to throw. Both have the same operations and accept the same documents.
+class FastCursor {
+public:
+    using Place = const Byte*;
+
+    FastCursor(const Byte* input, std::size_t size) noexcept : at_(input), start_(input), end_(input + size) {}
+
+    /// The next character. CR and CR LF are one LF; the end of the input is 0, as often as it is read.
+    Byte Read() noexcept {
+        if (at_ == end_) {
+            isPastEnd_ = true;
+            return 0;
+        }
+        const Byte c = *at_++;
+        return c == '\r' ? PassReturn() : c;
+    }
+
+    /// Takes back the Read before, but none past the end.
+    void Unread() noexcept {
+        if (isPastEnd_) return;
+        --at_;
+        if (*at_ == '\n' && at_ != start_ && at_[-1] == '\r') --at_;
+    }
+
+    /// A raw byte further on, 0 beyond the end. Moves nothing.
+    Byte Peek(std::size_t distance) const noexcept {
+        return distance < static_cast<std::size_t>(end_ - at_) ? at_[distance] : Byte{0};
+    }
+
+    /// Moves past the literal if it is there.
+    template <std::size_t N>
+    bool Match(const char (&literal)[N]) noexcept {
+        constexpr std::size_t size = N - 1;
+        if (static_cast<std::size_t>(end_ - at_) < size || std::memcmp(at_, literal, size) != 0) return false;
+        at_ += size;
+        return true;
+    }
+
+    /// Moves past the character if it is there. Not for line breaks.
+    bool Expect(char c) noexcept {
+        if (at_ == end_ || *at_ != static_cast<Byte>(c)) return false;
+        ++at_;
+        return true;
+    }
+
+    /// Moves past white space; whether there was any.
+    bool SkipWhitespace() noexcept {
+        const Byte* const from = at_;
+        while (at_ != end_ && Is(*at_, kWhite))
+            ++at_;
+        return at_ != from;
+    }
+
+    /// A name or name token; empty, without moving, when there is none.
+    Slice Name() noexcept { return at_ != end_ && Is(*at_, kNameStart) ? NameToken() : Slice{}; }
+    Slice NameToken() noexcept {
+        const Byte* const from = at_;
+        at_ = SkipNameChars(at_, end_);
+        return {AsChars(from), static_cast<std::size_t>(at_ - from), false};
+    }
+
+    /// May move past a name if it is the given one.
+    bool SkipName(std::string_view name) noexcept {
+        const std::size_t left = static_cast<std::size_t>(end_ - at_);
+        if (left <= name.size() || !SameBytes(at_, name.data(), name.size()) || Is(at_[name.size()], kNameChar)) {
+            return false;
+        }
+        at_ += name.size();
+        return true;
+    }
+
+    /// Reads on to the first character that is no plain one of content: '<', '&', ']' or one that is not allowed.
+    Byte ReadPastText() noexcept {
+        return ReadPast([this] { at_ = FindTextStop(at_, end_); });
+    }
+
+    /// Likewise in an attribute's value: the quote, '<', '&' or one that is not allowed.
+    Byte ReadPastValue(char quote) noexcept {
+        return ReadPast([this, quote] { at_ = FindValueStop(at_, end_, quote); });
+    }
+
+    /// May move on to the next such byte over characters that are allowed in text.
+    void SkipTo(char stop) noexcept { at_ = FindStop(at_, end_, stop); }
+
+    /// A place to cut from or to go back to.
+    Place Position() noexcept {
+        hasReturns_ = false;
+        return at_;
+    }
+    void Restore(Place place) noexcept {
+        at_ = place;
+        isPastEnd_ = false;
+    }
+    /// The bytes from the last Position up to here, less so many.
+    Slice Cut(Place from, std::size_t less) const noexcept {
+        return {AsChars(from), static_cast<std::size_t>(at_ - from) - less, hasReturns_};
+    }
+
+    [[noreturn]] static void Fail(unsigned /*code*/) { throw Rejection{}; }
+
+private:
+    static const char* AsChars(const Byte* bytes) noexcept { return reinterpret_cast<const char*>(bytes); }
+
+    template <class FindEnd>
+    Byte ReadPast(FindEnd findEnd) noexcept {
+        for (;;) {
+            findEnd();
+            if (at_ == end_) {
+                isPastEnd_ = true;
+                return 0;
+            }
+            const Byte c = *at_++;
+            if (c != '\r') return c;
+            PassReturn();
+        }
+    }
+
+    Byte PassReturn() noexcept {
+        if (at_ != end_ && *at_ == '\n') ++at_;
+        hasReturns_ = true;
+        return '\n';
+    }
+
+    const Byte* at_;
+    const Byte* const start_;
+    const Byte* const end_;
+    bool isPastEnd_ = false;
+    /// Whether a carriage return has been read since the last Position.
+    bool hasReturns_ = false;
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_FAST_CURSOR_H

@@ -1,0 +1,60 @@
+// What the library's own code may touch of the public classes and an application may not.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_INTERNALS_H
+#define WPK_XML_INTERNALS_H
+
+#include <wpk/xml/nodes.h>
+
+#include "xml/pool.h"
+
+namespace AdvXMLParser {
+
+struct Internals {
+    using Kind = Node::Kind;
+
+    static Kind KindOf(const Node& node) noexcept { return node.seat_.kind; }
+
+    static bool IsElement(const Node& node) {
+        return KindOf(node) == Kind::kElement || (KindOf(node) == Kind::kForeign && node.IsType(ELEMENT_NODE));
+    }
+
+    /// The container that a node of one of our own classes is, or null.
+    static NodeContainer* OwnContainer(Node* node) noexcept {
+        return HasChildren(KindOf(*node)) ? static_cast<NodeContainer*>(node) : nullptr;
+    }
+    static const NodeContainer* OwnContainer(const Node* node) noexcept {
+        return HasChildren(KindOf(*node)) ? static_cast<const NodeContainer*>(node) : nullptr;
+    }
+
+    /// The chunk that the node sits in, or null.
+    static const Pool::Chunk* ChunkOf(const Node& node) noexcept {
+        return node.seat_.offset == 0 ? nullptr : reinterpret_cast<const Pool::Chunk*>(node.seat_.Chunk());
+    }
+
+    static void FreeHeap(ByteString& bytes) noexcept {
+        if (bytes.IsHeap()) bytes.FreeHeap();
+    }
+    template <class T>
+    static void FreeHeap(NodeList<T>& list) noexcept {
+        list.Free();
+    }
+    template <class T>
+    static void Borrow(NodeList<T>& list, T** entries, std::size_t count) noexcept {
+        list.Borrow(entries, count);
+    }
+    /// The entry of a list that is known to be in place.
+    template <class T>
+    static void HoldOne(NodeList<T>& list, T* entry) noexcept {
+        list.one_ = entry;
+        list.size_ = 1;
+    }
+
+private:
+    static bool HasChildren(Kind kind) noexcept {
+        return kind == Kind::kElement || kind == Kind::kAttribute || kind == Kind::kDocument;
+    }
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_INTERNALS_H

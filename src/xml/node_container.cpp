@@ -1,0 +1,75 @@
+// What every container does with its children.
+// SPDX-License-Identifier: MIT
+#include <memory>
+
+#include <wpk/xml/nodes.h>
+
+#include "xml/internals.h"
+#include "xml/teardown.h"
+#include "xml/writer.h"
+
+namespace AdvXMLParser {
+
+NodeContainer::~NodeContainer() {
+    Teardown::Empty(*this, nullptr);
+}
+
+void NodeContainer::Write(WriteContext& context) const {
+    Writer::WriteChildren(*this, context);
+}
+
+void NodeContainer::AppendChild(Node* node) {
+    if (IsNull(node)) return;
+    std::unique_ptr<Node> owned(node);
+    if (IsNull(*this)) return;
+    const bool isText = node->IsType(TEXT_NODE);
+    children.push_back(node);
+    owned.release();
+    if (!isText) pendingText = nullptr;
+}
+
+void NodeContainer::AppendText(std::string_view text) {
+    if (IsNull(*this)) return;
+    if (pendingText != nullptr) {
+        pendingText->text.append(text);
+    } else {
+        AppendChild(new Text(this, text));
+    }
+}
+
+Node* NodeContainer::FindElement(std::string_view elementName) const {
+    std::size_t position = 0;
+    return FindNextElement(elementName, position) ? children[position] : &NullElement();
+}
+
+bool NodeContainer::FindNextElement(std::string_view elementName, std::size_t& position) const {
+    const std::size_t count = children.size();
+    for (; position < count; ++position) {
+        const Node& child = *children[position];
+        if (child.name == elementName && Internals::IsElement(child)) return true;
+    }
+    position = count;
+    return false;
+}
+
+Node* NodeContainer::GetOrCreateElement(std::string_view elementName) {
+    if (IsNull(*this)) return &NullElement();
+    std::size_t position = 0;
+    if (FindNextElement(elementName, position)) return children[position];
+    Element* const element = new Element(this, elementName);
+    AppendChild(element);
+    return element;
+}
+
+void NodeContainer::DeleteChildren() noexcept {
+    if (!IsNull(*this)) Teardown::Empty(*this, nullptr);
+}
+
+void NodeContainer::CloneChildren(const NodeContainer& from, NodeContainer& to) {
+    // The count as it is now: a container may be cloned into itself.
+    const std::size_t count = from.children.size();
+    for (std::size_t i = 0; i < count; ++i)
+        to.AppendChild(from.children[i]->Clone(&to));
+}
+
+}  // namespace AdvXMLParser

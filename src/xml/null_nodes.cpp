@@ -1,0 +1,50 @@
+// The five nodes that stand for "there is none".
+// SPDX-License-Identifier: MIT
+#include <wpk/xml/nodes.h>
+
+namespace AdvXMLParser {
+namespace {
+
+/// The null element is its own parent and everybody else's, so it comes first.
+struct NullNodes {
+    Element element{&element, ""};
+    Attribute attribute{&element, ""};
+    Comment comment{&element, ""};
+    Pi pi{&element, "", ""};
+    CData cdata{&element, ""};
+};
+
+NullNodes& TheNullNodes() noexcept {
+    static NullNodes nodes;
+    return nodes;
+}
+
+}  // namespace
+
+Element& NullElement() noexcept {
+    return TheNullNodes().element;
+}
+Attribute& NullAttribute() noexcept {
+    return TheNullNodes().attribute;
+}
+Comment& NullComment() noexcept {
+    return TheNullNodes().comment;
+}
+Pi& NullPi() noexcept {
+    return TheNullNodes().pi;
+}
+CData& NullCData() noexcept {
+    return TheNullNodes().cdata;
+}
+
+bool IsNull(const Node* node) noexcept {
+    const NullNodes& nodes = TheNullNodes();
+    return node == nullptr || node == &nodes.element || node == &nodes.attribute || node == &nodes.comment ||
+           node == &nodes.pi || node == &nodes.cdata;
+}
+
+bool IsNull(const Node& node) noexcept {
+    return IsNull(&node);
+}
+
+}  // namespace AdvXMLParser

@@ -1,0 +1,37 @@
+// From bytes to a tree.
+// SPDX-License-Identifier: MIT
+#include <wpk/xml/parser.h>
+
+#include "xml/document_rules.h"
+
+namespace AdvXMLParser {
+namespace {
+
+template <class Cursor>
+Document* ReadDocument(const Byte* input, std::size_t size) {
+    return DocumentRules<Cursor>(input, size).Read();
+}
+
+Document* ReadFast(const Byte* input, std::size_t size) {
+    try {
+        return ReadDocument<FastCursor>(input, size);
+    } catch (const Rejection&) {
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+Parser::~Parser() = default;
+
+Document* Parser::Parse(const void* data, int size) const {
+    static constexpr Byte kNothing[1] = {0};
+    const bool isEmpty = data == nullptr || size <= 0;
+    const Byte* const input = isEmpty ? kNothing : static_cast<const Byte*>(data);
+    const std::size_t count = isEmpty ? 0 : static_cast<std::size_t>(size);
+    if (Document* const document = ReadFast(input, count)) return document;
+    // What is wrong is found out by reading once more, slowly.
+    return ReadDocument<ExactCursor>(input, count);
+}
+
+}  // namespace AdvXMLParser

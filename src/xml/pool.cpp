@@ -1,0 +1,124 @@
+// The memory of one parsed document: making, sizing and freeing its chunks.
+// SPDX-License-Identifier: MIT
+#include "xml/pool.h"
+
+#include <algorithm>
+#include <new>
+
+#include <wpk/xml/nodes.h>
+
+namespace AdvXMLParser {
+namespace {
+
+/// How much of the input is looked at to size a chunk, and how much of the input one chunk is to serve. What holds on a
+/// page of a document is taken to hold on the next few.
+constexpr std::size_t kSample = 4096;
+constexpr std::size_t kStretch = std::size_t{64} * 1024;
+/// What a chunk is worth asking for when hardly any input is left.
+constexpr std::size_t kLeastChunk = 256;
+/// Input per piece of markup above which the rest is reckoned to be long text.
+constexpr std::size_t kUsualRun = 32;
+
+constexpr std::size_t RoundUp(std::size_t size) {
+    return (size + Pool::kUnit - 1) / Pool::kUnit * Pool::kUnit;
+}
+
+/// Bytes that tell how many nodes there will be.
+struct Census {
+    std::size_t tags = 0;
+    std::size_t endTags = 0;
+    std::size_t values = 0;
+    std::size_t references = 0;
+};
+
+Census Count(const char* bytes, std::size_t size) {
+    Census census;
+    while (size > 1) {
+        // Sums of one byte, which compilers turn into vector code.
+        const std::size_t block = std::min<std::size_t>(size - 1, 128);
+        std::uint8_t tags = 0;
+        std::uint8_t endTags = 0;
+        std::uint8_t values = 0;
+        std::uint8_t references = 0;
+        for (std::size_t i = 0; i < block; ++i) {
+            const bool isTag = bytes[i] == '<';
+            tags = static_cast<std::uint8_t>(tags + isTag);
+            endTags = static_cast<std::uint8_t>(endTags + (isTag & (bytes[i + 1] == '/')));
+            values = static_cast<std::uint8_t>(values + (bytes[i] == '='));
+            references = static_cast<std::uint8_t>(references + (bytes[i] == '&'));
+        }
+        census.tags += tags;
+        census.endTags += endTags;
+        census.values += values;
+        census.references += references;
+        bytes += block;
+        size -= block;
+    }
+    return census;
+}
+
+/// The memory that so much of a document takes as a tree, rather a little too much than too little.
+std::size_t Reckon(const char* bytes, std::size_t size) {
+    const Census census = Count(bytes, size);
+    const std::size_t elements = census.tags - census.endTags;
+    const std::size_t usual = kUsualRun * (census.tags + census.values);
+    return elements * (sizeof(Element) + 2 * sizeof(Node*)) + census.tags * sizeof(Text) +
+           census.values * (sizeof(Attribute) + sizeof(Text) + sizeof(Node*)) +
+           census.references * (sizeof(EntityRef) + sizeof(Text) + 2 * sizeof(Node*)) +
+           (size > usual ? size - usual : 0);
+}
+
+}  // namespace
+
+Pool* Pool::Create(std::size_t chunkSize) {
+    const std::size_t heads = sizeof(Chunk) + RoundUp(sizeof(Pool));
+    char* const memory = static_cast<char*>(::operator new(heads + chunkSize));
+    Chunk* const chunk = new (memory) Chunk{nullptr, nullptr};
+    chunk->pool = new (memory + sizeof(Chunk)) Pool(chunk);
+    return chunk->pool;
+}
+
+Pool::Chunk* Pool::AddChunk(std::size_t size) {
+    chunks_ = new (::operator new(sizeof(Chunk) + size)) Chunk{this, chunks_};
+    return chunks_;
+}
+
+void Pool::Destroy(Pool* pool) noexcept {
+    Chunk* chunk = pool->chunks_;
+    pool->~Pool();
+    while (chunk != nullptr) {
+        Chunk* const next = chunk->next;
+        ::operator delete(chunk);
+        chunk = next;
+    }
+}
+
+void Pool::Leave(Pool* pool, std::size_t seats) noexcept {
+    // Usually a whole tree goes at once and nobody else is there to be told.
+    const bool last = pool->seats_.load(std::memory_order_acquire) == seats ||
+                      pool->seats_.fetch_sub(seats, std::memory_order_acq_rel) == seats;
+    if (last) Destroy(pool);
+}
+
+void Node::Seat::Leave() noexcept {
+    Pool::Leave(reinterpret_cast<const Pool::Chunk*>(Chunk())->pool, 1);
+}
+
+void PoolCutter::Refill(std::size_t size, const char* reached) {
+    const std::size_t left = static_cast<std::size_t>(inputEnd_ - reached);
+    const std::size_t stretch = std::min(left, kStretch);
+    const std::size_t sample = std::min(stretch, kSample);
+    const std::size_t reckoned = sample == 0 ? 0 : Reckon(reached, sample) * stretch / sample;
+    const std::size_t room = RoundUp(size + std::max(reckoned, kLeastChunk));
+    if (pool_ == nullptr) {
+        pool_ = Pool::Create(room);
+        chunk_ = reinterpret_cast<char*>(pool_->FirstChunk());
+        top_ = reinterpret_cast<char*>(pool_) + RoundUp(sizeof(Pool));
+    } else {
+        chunk_ = reinterpret_cast<char*>(pool_->AddChunk(room));
+        top_ = chunk_ + sizeof(Pool::Chunk);
+    }
+    end_ = top_ + room;
+}
+
+}  // namespace AdvXMLParser

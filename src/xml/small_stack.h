@@ -1,0 +1,55 @@
+// The explicit stacks with which trees are walked.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_SMALL_STACK_H
+#define WPK_XML_SMALL_STACK_H
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <type_traits>
+
+namespace AdvXMLParser {
+
+/// A stack of plain records whose first entries cost no allocation. It lives on the machine's stack itself, so N is
+/// kept small: threads with 64 KiB of stack are to be served.
+template <class T, std::size_t N>
+class SmallStack {
+    static_assert(std::is_trivially_copyable<T>::value, "entries are moved as bytes");
+
+public:
+    SmallStack() noexcept : entries_(near_), capacity_(N) {}
+    SmallStack(const SmallStack&) = delete;
+    SmallStack& operator=(const SmallStack&) = delete;
+
+    bool empty() const noexcept { return size_ == 0; }
+    std::size_t size() const noexcept { return size_; }
+    T* data() noexcept { return entries_; }
+    T& back() noexcept { return entries_[size_ - 1]; }
+    void pop_back() noexcept { --size_; }
+    /// Drops everything above the first `size` entries.
+    void Shrink(std::size_t size) noexcept { size_ = size; }
+
+    void push_back(const T& entry) {
+        if (size_ == capacity_) Grow();
+        entries_[size_++] = entry;
+    }
+
+private:
+    void Grow() {
+        std::unique_ptr<T[]> grown(new T[capacity_ * 2]);
+        std::memcpy(static_cast<void*>(grown.get()), entries_, size_ * sizeof(T));
+        far_ = std::move(grown);
+        entries_ = far_.get();
+        capacity_ *= 2;
+    }
+
+    T near_[N];
+    std::unique_ptr<T[]> far_;
+    T* entries_;
+    std::size_t size_ = 0;
+    std::size_t capacity_;
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_SMALL_STACK_H

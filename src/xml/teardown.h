@@ -1,0 +1,50 @@
+// Deleting trees of any depth.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_TEARDOWN_H
+#define WPK_XML_TEARDOWN_H
+
+#include <cstddef>
+
+#include "xml/internals.h"
+
+namespace AdvXMLParser {
+
+/// Deletes everything that a container owns, attributes first, all in document order, the inner before the outer. It
+/// needs no memory and cannot fail: the way back up is kept in the nodes that are about to die.
+class Teardown {
+public:
+    /// Empties the children, and the attributes where they are given; the container itself stays as it is otherwise.
+    static void Empty(NodeContainer& container, NodeList<Attribute>* attributes) noexcept;
+
+    Teardown(const Teardown&) = delete;
+    Teardown& operator=(const Teardown&) = delete;
+
+private:
+    Teardown(NodeContainer& container, NodeList<Attribute>* attributes) noexcept
+        : top_(&container), topAttributes_(attributes), current_(&container), attributes_(attributes) {}
+    ~Teardown() { LeavePool(); }
+
+    void Run() noexcept;
+    Node* Next() noexcept;
+    void Enter(NodeContainer* container) noexcept;
+    void GoUp() noexcept;
+    void Drop(Node* node) noexcept;
+    void DropPooled(Node& node, Pool* pool) noexcept;
+    void LeavePool() noexcept;
+
+    NodeContainer* const top_;
+    NodeList<Attribute>* const topAttributes_;
+    NodeContainer* current_;
+    /// The attributes of the current container, if it has any.
+    NodeList<Attribute>* attributes_;
+    /// How many of the current container's attributes and children have been seen to.
+    std::size_t done_ = 0;
+
+    /// Leaving a pool costs an atomic operation, so the seats that become free one after the other leave together.
+    Pool* pool_ = nullptr;
+    std::size_t freeSeats_ = 0;
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_TEARDOWN_H

@@ -1,0 +1,50 @@
+// The text content of a tree.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_TEXT_COLLECTOR_H
+#define WPK_XML_TEXT_COLLECTOR_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "xml/internals.h"
+#include "xml/small_stack.h"
+
+namespace AdvXMLParser {
+
+/// Puts the texts below a container together, with white space as every level wants it: an element and a document make
+/// one space of each run and trim the ends, an attribute only trims them, a space-preserving element does neither.
+///
+/// Doing that level by level would touch a text once per level. It is done as the text arrives instead, so that the
+/// work is linear in the text: white space at the beginning of a level is not even taken over, a second white-space
+/// character in a row is not where any level around makes one of them, and what a level ends with is cut off when it
+/// is left. An inner level's result neither begins nor ends with white space, so that what it was and what stands
+/// around it never run together wrongly.
+class TextCollector {
+public:
+    static std::string Collect(const NodeContainer& container);
+
+private:
+    struct Level {
+        const NodeContainer* container;
+        std::size_t next;
+        /// Where in the result the innermost trimming level begins.
+        std::size_t start;
+        bool trimsItself;
+        bool isTrimmed;
+        bool isCollapsed;
+    };
+
+    void Enter(const NodeContainer& container);
+    void Leave();
+    void AddLeaf(const Node& node);
+    void Add(std::string_view text);
+    void AddCollapsed(std::string_view text);
+
+    std::string result_;
+    SmallStack<Level, 16> levels_;
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_TEXT_COLLECTOR_H

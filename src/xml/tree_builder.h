@@ -1,0 +1,147 @@
+// Building the nodes of a parsed document in its pool.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_TREE_BUILDER_H
+#define WPK_XML_TREE_BUILDER_H
+
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include "xml/fast_cursor.h"
+#include "xml/internals.h"
+
+namespace AdvXMLParser {
+
+/// Bytes for a string of a node in the pool. Short ones are copied from where they are, long ones are there already.
+struct PooledBytes {
+    const char* data;
+    std::size_t size;
+    /// Whether as many bytes as a ByteString has may be read.
+    bool isRoomy;
+};
+
+inline ByteString::ByteString(const PooledBytes& bytes) noexcept {
+    if (bytes.size > kNearSize) {
+        SetFar(const_cast<char*>(bytes.data), bytes.size, kBorrowed);
+        return;
+    }
+    // Of fixed size where possible: the common case is one load and one store.
+    std::memcpy(near_, bytes.data, bytes.isRoomy ? sizeof(near_) : bytes.size);
+    SetNear(bytes.size);
+}
+
+inline Node::Seat::Seat(Kind nodeKind, const PoolSeat& place) noexcept
+    : offset(static_cast<std::uint32_t>(static_cast<std::size_t>(reinterpret_cast<const char*>(this) - place.chunk) /
+                                        kUnit)),
+      kind(nodeKind) {}
+
+inline Node::Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent, const PooledBytes& nodeName) noexcept
+    : seat_(kind, seat), name(nodeName), parent(nodeParent) {}
+
+/// The names that all nodes of a class have, with a block to be read behind each.
+namespace fixed_names {
+inline constexpr PooledBytes kNone{"\0              ", 0, true};
+inline constexpr PooledBytes kDocument{"#document\0      ", 9, true};
+inline constexpr PooledBytes kText{"#text\0          ", 5, true};
+inline constexpr PooledBytes kCData{"#cdata-section\0 ", 14, true};
+inline constexpr PooledBytes kComment{"#comment\0       ", 8, true};
+}  // namespace fixed_names
+
+inline Element::Element(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& tagName) noexcept
+    : NodeContainer(Kind::kElement, seat, parentNode, tagName) {}
+inline Attribute::Attribute(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& attributeName) noexcept
+    : NodeContainer(Kind::kAttribute, seat, parentNode, attributeName) {}
+inline Document::Document(const PoolSeat& seat) noexcept
+    : NodeContainer(Kind::kDocument, seat, &NullElement(), fixed_names::kDocument),
+      version("1.0"),
+      encoding("UTF-8"),
+      self(*this) {}
+inline Text::Text(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
+    : Node(Kind::kText, seat, parentNode, fixed_names::kText), text(characters) {}
+inline CData::CData(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
+    : Node(Kind::kCData, seat, parentNode, fixed_names::kCData), text(characters) {}
+inline Comment::Comment(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
+    : Node(Kind::kComment, seat, parentNode, fixed_names::kComment), text(characters) {}
+inline Pi::Pi(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& target,
+              const PooledBytes& targetData) noexcept
+    : Node(Kind::kPi, seat, parentNode, target), data(targetData) {}
+inline EntityRef::EntityRef(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& entityName,
+                            char character) noexcept
+    : Reference(Kind::kEntityRef, seat, parentNode, entityName), value(character) {}
+inline CharRef::CharRef(const PoolSeat& seat, NodeContainer* parentNode, signed char character) noexcept
+    : Reference(Kind::kCharRef, seat, parentNode, fixed_names::kNone), value(character) {}
+
+/// A node of class T in a pool. `delete` destroys it and frees nothing: its seat gives the pool back, when it is the
+/// last one.
+template <class T>
+class Pooled final : public T {
+public:
+    template <class... Arguments>
+    explicit Pooled(const PoolSeat& seat, Arguments&&... arguments) noexcept
+        : T(seat, std::forward<Arguments>(arguments)...) {}
+
+    static void operator delete(void* /*memory*/) noexcept {}
+};
+
+/// Makes nodes and strings. Whatever has been made is given back with the builder, unless Finish hands it over.
+class TreeBuilder {
+public:
+    explicit TreeBuilder(const char* input, const char* inputEnd) noexcept
+        : cutter_(inputEnd), inputEnd_(inputEnd), reached_(input) {}
+
+    /// Memory runs out by std::bad_alloc, here and below.
+    template <class T, class... Arguments>
+    T* Make(Arguments&&... arguments) {
+        void* const piece = cutter_.Cut(RoundUp(sizeof(Pooled<T>)), reached_);
+        ++nodes_;
+        return ::new (piece) Pooled<T>(cutter_.Seat(), std::forward<Arguments>(arguments)...);
+    }
+
+    /// The bytes for a string of the node that is made next.
+    PooledBytes Keep(const Slice& slice) {
+        reached_ = slice.data;
+        if (slice.size < sizeof(ByteString) && !slice.hasReturns) {
+            return {slice.data, slice.size, static_cast<std::size_t>(inputEnd_ - slice.data) >= sizeof(ByteString)};
+        }
+        return slice.hasReturns ? KeepWithoutReturns(slice) : KeepLong(slice);
+    }
+
+    /// Changes a string of a node that was made here.
+    void Set(ByteString& bytes, const Slice& slice) {
+        const PooledBytes kept = Keep(slice);
+        bytes.~ByteString();
+        ::new (&bytes) ByteString(kept);
+    }
+
+    /// Fills an empty list.
+    template <class T>
+    void Fill(NodeList<T>& list, Node* const* nodes, std::size_t count) {
+        if (count == 0) return;
+        if (count == 1) return Internals::HoldOne(list, static_cast<T*>(*nodes));
+        void* const piece = cutter_.Cut(RoundUp(count * sizeof(T*)), reached_);
+        T** const entries = static_cast<T**>(piece);
+        for (std::size_t i = 0; i < count; ++i)
+            entries[i] = static_cast<T*>(nodes[i]);
+        Internals::Borrow(list, entries, count);
+    }
+
+    void Finish() noexcept { cutter_.Finish(nodes_); }
+
+private:
+    static constexpr std::size_t RoundUp(std::size_t size) noexcept {
+        return (size + Pool::kUnit - 1) / Pool::kUnit * Pool::kUnit;
+    }
+
+    PooledBytes KeepLong(const Slice& slice);
+    PooledBytes KeepWithoutReturns(const Slice& slice);
+
+    PoolCutter cutter_;
+    const char* const inputEnd_;
+    /// How far the input has been used: where the last string came from.
+    const char* reached_;
+    std::size_t nodes_ = 0;
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_TREE_BUILDER_H

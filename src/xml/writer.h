@@ -1,0 +1,80 @@
+// Trees back to text.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_WRITER_H
+#define WPK_XML_WRITER_H
+
+#include <string_view>
+
+#include "xml/internals.h"
+#include "xml/output_buffer.h"
+#include "xml/small_stack.h"
+
+namespace AdvXMLParser {
+
+/// Writes one node and everything below it in one walk.
+class Writer {
+public:
+    /// Appends to the context's output and leaves the context as the last node left it.
+    static void Write(const Node& node, WriteContext& context);
+    /// The same for the children of a container alone.
+    static void WriteChildren(const NodeContainer& container, WriteContext& context);
+
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+
+private:
+    using Kind = Internals::Kind;
+
+    /// Which part of a container is being written.
+    enum class Part : std::uint8_t { kAttributes, kChildren, kChildrenAlone };
+    struct Level {
+        const NodeContainer* container;
+        std::uint32_t next;
+        Part part;
+    };
+
+    explicit Writer(WriteContext& context);
+    void Run();
+    void Finish();
+
+    void WriteNode(const Node& node);
+    void WriteForeign(const Node& node);
+    void Enter(const NodeContainer& container, Part part) { levels_.push_back({&container, 0, part}); }
+    void WriteNextAttribute(Level& level);
+    void WriteNextChild(Level& level);
+    void Leave();
+
+    void BeginElement(const Element& element);
+    void EndStartTag(const Element& element);
+    void BeginAttribute(const Attribute& attribute);
+    void BeginDocument(const Document& document);
+    void WriteText(const ByteString& text);
+    void WriteBlock(std::string_view before, const ByteString& text, std::string_view after);
+    void WritePi(const Pi& pi);
+    void WriteCharRef(const CharRef& reference);
+
+    template <class Bytes>
+    void Put(const Bytes& bytes) {
+        atLineStart_ = false;
+        out_.Put(bytes);
+    }
+    void NewLine();
+    void BeginLevel();
+    void EndLevel();
+    void EndBlock();
+    void Indent();
+
+    WriteContext& context_;
+    OutputBuffer out_;
+    SmallStack<Level, 32> levels_;
+    const std::string_view indent_;
+    const bool isVerbatim_;
+    // The context's fields while the walk is under way.
+    std::int32_t depth_;
+    bool afterBlock_;
+    bool atLineStart_;
+};
+
+}  // namespace AdvXMLParser
+
+#endif  // WPK_XML_WRITER_H
