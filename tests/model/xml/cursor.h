@@ -1,0 +1,71 @@
+// The model's cursor: reads the input one byte at a time and counts lines and columns.
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace xml_model {
+
+/// What a failed parse reports.
+struct Fault {
+    std::uint32_t code;
+    std::uint32_t line;
+    std::uint32_t column;
+};
+
+/// A byte of the input as the rules see it; 0 stands for the end of the input as well as for a NUL.
+using Byte = unsigned char;
+
+bool IsWhitespace(Byte byte);
+bool IsNameStart(Byte byte);
+bool IsNameCharacter(Byte byte);
+bool IsAllowedInText(Byte byte);
+
+/// A place to come back to. The column before the last byte is not part of it.
+struct Place {
+    std::size_t position;
+    std::uint32_t line;
+    std::uint32_t column;
+};
+
+class Cursor {
+public:
+    explicit Cursor(std::string_view input) : input_(input) {}
+
+    Byte Read();
+    void Unread();
+
+    Place Save() const { return {position_, line_, column_}; }
+    void Restore(const Place& place);
+
+    bool Match(std::string_view literal);
+    bool Expect(char character);
+    bool SkipWhitespace();
+    /// Reads either quote character; 0 when there is none.
+    Byte ReadQuote();
+    /// A name; empty when there is none.
+    std::string ReadName();
+    /// One or more name characters.
+    bool SkipNameToken();
+    /// Whitespace, the keyword and an equals sign; throws 3 for a keyword without the sign.
+    bool MatchKeywordWithEquals(std::string_view keyword);
+    bool MatchEquals();
+
+    std::size_t Position() const { return position_; }
+    /// The input from `from` up to the cursor without the last `delimiter` bytes, every line break as one LF.
+    std::string Cut(std::size_t from, std::size_t delimiter = 0) const;
+
+    [[noreturn]] void Fail(std::uint32_t code) const { throw Fault{code, line_, column_}; }
+
+private:
+    std::string_view input_;
+    std::size_t position_ = 0;
+    std::uint32_t line_ = 1;
+    std::uint32_t column_ = 1;
+    std::uint32_t previous_column_ = 0;
+};
+
+}  // namespace xml_model
