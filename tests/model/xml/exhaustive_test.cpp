@@ -112,8 +112,11 @@ TEST_P(ExhaustiveInputs, AreSeenTheSameByModelAndLibrary) {
     TryFrom("", GetParam().length);
 }
 
-INSTANTIATE_TEST_SUITE_P(Everywhere, ExhaustiveInputs, testing::ValuesIn(kPlaces),
-                         [](const testing::TestParamInfo<Place>& info) { return std::string(info.param.name); });
+std::string NameOf(const testing::TestParamInfo<Place>& place) {
+    return place.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Everywhere, ExhaustiveInputs, testing::ValuesIn(kPlaces), NameOf);
 
 }  // namespace
 }  // namespace xml_model

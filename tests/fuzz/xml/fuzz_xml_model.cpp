@@ -1,0 +1,20 @@
+// Feeds any bytes to the XML library and to its model, which must agree.
+// SPDX-License-Identifier: MIT
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "model/xml/agreement.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    // The model calls itself for every level, and asks every node on its own.
+    if (size > 4096) return 0;
+    const std::string_view input(reinterpret_cast<const char*>(data), size);
+    const std::string difference = xml_model::Disagreement(input, xml_model::Depth::kEverything);
+    if (difference.empty()) return 0;
+    std::fprintf(stderr, "%s\n", difference.c_str());
+    std::abort();
+}
