@@ -37,12 +37,14 @@ bool IsAllowedInText(Byte byte) {
 
 Byte Cursor::Read() {
     if (position_ >= input_.size()) {
+        has_touched_end_ = true;
         position_ = input_.size() + 1;
         return 0;
     }
     Byte byte = static_cast<Byte>(input_[position_++]);
     if (byte == '\r') {
         byte = '\n';
+        has_touched_end_ = has_touched_end_ || position_ == input_.size();
         if (position_ < input_.size() && input_[position_] == '\n') ++position_;
     }
     previous_column_ = column_;

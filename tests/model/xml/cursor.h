@@ -55,6 +55,8 @@ public:
     bool MatchEquals();
 
     std::size_t Position() const { return position_; }
+    /// Whether a longer input could have been read differently.
+    bool HasTouchedEnd() const { return has_touched_end_; }
     /// The input from `from` up to the cursor without the last `delimiter` bytes, every line break as one LF.
     std::string Cut(std::size_t from, std::size_t delimiter = 0) const;
 
@@ -66,6 +68,7 @@ private:
     std::uint32_t line_ = 1;
     std::uint32_t column_ = 1;
     std::uint32_t previous_column_ = 0;
+    bool has_touched_end_ = false;
 };
 
 }  // namespace xml_model

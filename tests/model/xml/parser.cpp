@@ -172,6 +172,20 @@ void ParseContent(Cursor& cursor, Node& element) {
     }
 }
 
+Document ParseDocument(Cursor& cursor) {
+    Document document;
+    ParseXmlDeclaration(cursor, document);
+    ParseMiscellany(cursor, document);
+    if (ParseDoctype(cursor)) ParseMiscellany(cursor, document);
+    std::optional<Node> root = ParseElement(cursor);
+    if (!root) cursor.Fail(16);
+    document.root = document.node.children.size();
+    document.node.children.push_back(std::move(*root));
+    ParseMiscellany(cursor, document);
+    if (cursor.Read() != 0) cursor.Fail(43);
+    return document;
+}
+
 }  // namespace
 
 Node MakeNode(Type type, std::string name, std::string value) {
@@ -203,17 +217,17 @@ bool ParseAttributeValue(Cursor& cursor, Node& attribute) {
 
 Document Parse(std::string_view input) {
     Cursor cursor(input);
-    Document document;
-    ParseXmlDeclaration(cursor, document);
-    ParseMiscellany(cursor, document);
-    if (ParseDoctype(cursor)) ParseMiscellany(cursor, document);
-    std::optional<Node> root = ParseElement(cursor);
-    if (!root) cursor.Fail(16);
-    document.root = document.node.children.size();
-    document.node.children.push_back(std::move(*root));
-    ParseMiscellany(cursor, document);
-    if (cursor.Read() != 0) cursor.Fail(43);
-    return document;
+    return ParseDocument(cursor);
+}
+
+bool IsRefusedForGood(std::string_view input) {
+    Cursor cursor(input);
+    try {
+        ParseDocument(cursor);
+        return false;
+    } catch (const Fault&) {
+        return !cursor.HasTouchedEnd();
+    }
 }
 
 }  // namespace xml_model
