@@ -8,6 +8,7 @@
 #include <cstddef>
 
 // The C library's own entries, for programs that put theirs before them.
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the C library's
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -15,6 +16,7 @@ void* __libc_realloc(void* block, std::size_t size);
 void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 

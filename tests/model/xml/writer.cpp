@@ -8,11 +8,11 @@ namespace {
 
 /// The digits of a character reference; none for 0 and for characters of 0x80 and above, which count as negative.
 std::string CharRefDigits(char character) {
-    const int value = static_cast<signed char>(character);
+    const auto byte = static_cast<unsigned char>(character);
+    if (byte >= 0x80) return {};
     std::string digits;
-    for (int rest = value; rest > 0; rest >>= 4) {
+    for (unsigned rest = byte; rest > 0; rest >>= 4)
         digits.insert(digits.begin(), "0123456789ABCDEF"[rest & 15]);
-    }
     return digits;
 }
 
