@@ -1,0 +1,25 @@
+// One connection: reads a request, has it served, sends the reply.
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+#include "socket.h"
+
+namespace message_server {
+
+/// What every connection is held to.
+struct Limits {
+    /// The largest body of a request, in bytes.
+    std::size_t max_request = 16 * 1024 * 1024;
+    /// For the whole of a request to arrive, and for each step of taking the reply.
+    std::chrono::milliseconds timeout{30000};
+    /// Write a line on each request to standard error.
+    bool log = false;
+};
+
+/// Serves the one request that a connection carries. Does not throw: what goes wrong on a connection is over with it.
+void ServeConnection(Socket client, const Limits& limits) noexcept;
+
+}  // namespace message_server

@@ -1,0 +1,92 @@
+// message_server: serves messages on a port of 127.0.0.1.
+// SPDX-License-Identifier: MIT
+#include <CLI/CLI.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "connection.h"
+#include "connection_limit.h"
+#include "socket.h"
+
+namespace message_server {
+namespace {
+
+struct Options {
+    std::uint16_t port = 80;
+    unsigned connections = 128;
+    unsigned timeout_seconds = 30;
+    Limits limits;
+};
+
+void DescribeOptions(CLI::App& app, Options& options) {
+    app.add_option("-p,--port", options.port, "Port of 127.0.0.1; 0: chosen by the system")->capture_default_str();
+    app.add_option("--max-request", options.limits.max_request, "Largest body of a request, in bytes")
+        ->capture_default_str();
+    app.add_option("--connections", options.connections, "How many are served at once; others wait")
+        ->check(CLI::Range(1, 1024))
+        ->capture_default_str();
+    app.add_option("--timeout", options.timeout_seconds, "Seconds that a slow client is waited for")
+        ->check(CLI::Range(1, 3600))
+        ->capture_default_str();
+    app.add_flag("--log", options.limits.log, "Write a line on each request to standard error");
+    app.footer("Services: Echo, Reverse, Generate (a number of bytes), Sleep (a number of milliseconds).");
+}
+
+/// Waits for a client that does not vanish while it is taken in.
+Socket AcceptClient(Socket& listener) {
+    for (;;) {
+        try {
+            return listener.Accept();
+        } catch (const ConnectionLost&) {
+            // The system may be short of something for a moment; the next try must not come at once then.
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
+}
+
+[[noreturn]] void ServeForever(Socket& listener, const Options& options) {
+    ConnectionLimit limit(options.connections);
+    for (;;) {
+        // The place comes first: while all are taken, further clients wait in the system's queue.
+        auto place = limit.TakePlace();
+        Socket client = AcceptClient(listener);
+        try {
+            std::thread([place = std::move(place), client = std::move(client), &options]() mutable {
+                ServeConnection(std::move(client), options.limits);
+            }).detach();
+        } catch (const std::system_error& error) {
+            std::fprintf(stderr, "a connection is dropped: %s\n", error.what());
+        }
+    }
+}
+
+void Run(Options& options) {
+    options.limits.timeout = std::chrono::seconds(options.timeout_seconds);
+    const SocketsInterface sockets;
+    Socket listener = Socket::Listen(options.port);
+    std::printf("listening on 127.0.0.1:%u\n", static_cast<unsigned>(listener.Port()));
+    std::fflush(stdout);
+    ServeForever(listener, options);
+}
+
+}  // namespace
+}  // namespace message_server
+
+int main(int argc, char** argv) {
+    CLI::App app("Serves messages on a port of 127.0.0.1, until Ctrl-C.");
+    message_server::Options options;
+    message_server::DescribeOptions(app, options);
+    CLI11_PARSE(app, argc, argv);
+    try {
+        message_server::Run(options);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "message_server: %s\n", error.what());
+        return 1;
+    }
+}
