@@ -1,0 +1,55 @@
+// The message's bytes in, the reply's bytes out: files and standard streams, never changed on the way.
+// SPDX-License-Identifier: MIT
+#include "files.h"
+
+#include <fcntl.h>
+#include <io.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+
+namespace wpk_send {
+namespace {
+
+constexpr std::size_t kMaxMessage = 0xFFFFFFFF;
+
+/// Standard streams stay open: other parts of the program use them too.
+void CloseFile(std::FILE* file) {
+    if (file != stdin && file != stdout) std::fclose(file);
+}
+
+using File = std::unique_ptr<std::FILE, void (*)(std::FILE*)>;
+
+File Open(const std::string& name, const char* mode, std::FILE* standard) {
+    File file(name.empty() ? standard : std::fopen(name.c_str(), mode), CloseFile);
+    if (!file) throw std::runtime_error("cannot open " + name);
+    // Standard streams translate line ends unless they are told not to.
+    if (name.empty()) _setmode(_fileno(file.get()), _O_BINARY);
+    return file;
+}
+
+}  // namespace
+
+std::string ReadAll(const std::string& name) {
+    const File file = Open(name, "rb", stdin);
+    std::string bytes;
+    std::array<char, 64 * 1024> piece;
+    while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), file.get())) {
+        bytes.append(piece.data(), count);
+        if (bytes.size() > kMaxMessage) throw std::runtime_error("the message is too long");
+    }
+    if (std::ferror(file.get()) != 0) throw std::runtime_error("cannot read the message");
+    return bytes;
+}
+
+void WriteAll(const std::string& name, const void* data, std::size_t length) {
+    const File file = Open(name, "wb", stdout);
+    const bool written = length == 0 || std::fwrite(data, 1, length, file.get()) == length;
+    // Most of what can go wrong shows only when the buffers are emptied.
+    if (std::fflush(file.get()) != 0 || !written) throw std::runtime_error("cannot write the reply");
+}
+
+}  // namespace wpk_send

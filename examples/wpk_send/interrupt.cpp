@@ -1,0 +1,38 @@
+// Interrupt: Ctrl-C, as something that can be waited for.
+// SPDX-License-Identifier: MIT
+#include "interrupt.h"
+
+#include <windows.h>
+
+#include <stdexcept>
+
+namespace wpk_send {
+namespace {
+
+BOOL WINAPI OnControl(DWORD event) {
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) return FALSE;
+    if (Interrupted()) return FALSE;
+    return SetEvent(InterruptEvent());
+}
+
+WaitHandle MakeEvent() {
+    const HANDLE event = CreateEventA(/*lpEventAttributes=*/nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
+                                      /*lpName=*/nullptr);
+    if (event == nullptr) throw std::runtime_error("no event for Ctrl-C");
+    return event;
+}
+
+}  // namespace
+
+WaitHandle InterruptEvent() {
+    static const WaitHandle event = MakeEvent();
+    static const bool handled = SetConsoleCtrlHandler(OnControl, TRUE) != FALSE;
+    if (!handled) throw std::runtime_error("no handler for Ctrl-C");
+    return event;
+}
+
+bool Interrupted() {
+    return WaitForSingleObject(InterruptEvent(), 0) == WAIT_OBJECT_0;
+}
+
+}  // namespace wpk_send

@@ -1,0 +1,47 @@
+// Options: what the command line asks for.
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace wpk_send {
+
+/// The command line as a record; the field's comment names the option.
+struct Options {
+    std::string server = "127.0.0.1";         ///< --server
+    std::uint16_t port = 80;                  ///< --port
+    std::string service;                      ///< SERVICE
+    std::optional<std::string> message;       ///< MESSAGE
+    std::string input_file;                   ///< --input; empty: standard input, unless there is a MESSAGE
+    std::string output_file;                  ///< --output; empty: standard output
+    bool quiet = false;                       ///< --quiet
+    bool verbose = false;                     ///< --verbose
+    bool progress = false;                    ///< --progress
+    bool watch = false;                       ///< --watch
+    std::optional<unsigned> timeout_seconds;  ///< --timeout
+    int connection_type = 2;                  ///< --connection, a WPK_CONNECTION_TYPE
+    std::string proxy_host;                   ///< --proxy; empty: no proxy
+    std::uint16_t proxy_port = 80;            ///< --proxy
+    std::string proxy_user;                   ///< --proxy-user
+    std::string proxy_password;               ///< --proxy-password
+};
+
+/// The command line asks for nothing that could be done now: it is wrong, or asks for help. Its text is for the user.
+class Usage : public std::runtime_error {
+public:
+    Usage(const std::string& text, bool asked_for) : std::runtime_error(text), asked_for_(asked_for) {}
+
+    /// True when the user has asked for this text, so nothing is wrong.
+    bool AskedFor() const { return asked_for_; }
+
+private:
+    bool asked_for_;
+};
+
+/// @throws Usage
+Options ParseOptions(int argc, const char* const* argv);
+
+}  // namespace wpk_send

@@ -1,0 +1,149 @@
+// Request: one message on its way, from sending it to its outcome.
+// SPDX-License-Identifier: MIT
+#include "request.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "files.h"
+#include "outcome.h"
+#include "terminal.h"
+
+namespace wpk_send {
+namespace {
+
+Progress::Style ProgressStyle(const Options& options) {
+    if (options.quiet) return Progress::Style::kNone;
+    if (StandardErrorIsTerminal()) return Progress::Style::kBar;
+    return options.progress ? Progress::Style::kLines : Progress::Style::kNone;
+}
+
+/// Copies as much of the text as the field holds, with its terminating zero.
+void CopyText(const std::string& text, char (&field)[WPK_CREDENTIAL_SIZE]) {
+    const std::size_t length = std::min<std::size_t>(text.size(), WPK_CREDENTIAL_SIZE - 1);
+    std::memcpy(field, text.data(), length);
+    field[length] = '\0';
+}
+
+}  // namespace
+
+Request::Request(const Options& options, std::string message)
+    : options_(options),
+      message_(std::move(message)),
+      progress_(ProgressStyle(options)),
+      ended_(CreateEventA(/*lpEventAttributes=*/nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
+                          /*lpName=*/nullptr)) {
+    if (ended_ == nullptr) throw std::runtime_error("no event for the outcome");
+    record_.lpszServer = options_.server.c_str();
+    record_.nPort = options_.port;
+    record_.lpszServiceName = options_.service.c_str();
+    record_.lpData = message_.data();
+    record_.dwDataLength = static_cast<unsigned>(message_.size());
+    record_.lpfnCallback = OnNotification;
+    record_.lpUserData = this;
+}
+
+int Request::Run() {
+    const unsigned handle = WPK_Send(&record_);
+    if (handle == 0) {
+        Say("The library could not take the request.");
+        return kNotSent;
+    }
+    if (options_.verbose) Say("Sent; waiting for the reply.");
+    WaitAndCancel(handle);
+    return Report();
+}
+
+void Request::WaitAndCancel(unsigned handle) {
+    const HANDLE handles[] = {ended_, InterruptEvent()};
+    const DWORD time = options_.timeout_seconds ? *options_.timeout_seconds * 1000 : INFINITE;
+    const DWORD result = WaitForMultipleObjects(2, handles, /*bWaitAll=*/FALSE, time);
+    if (result == WAIT_OBJECT_0) return;
+    timed_out_ = result == WAIT_TIMEOUT;
+    // The request still ends with its one final notification, which says how.
+    WPK_Cancel(handle);
+    WaitForSingleObject(ended_, INFINITE);
+}
+
+void Request::OnNotification(WPK_CALLBACKSTRUCT* notification) {
+    Request& request = *static_cast<Request*>(notification->lpUserData);
+    const auto& body = notification->body;
+    switch (notification->nReason) {
+        case WPK_REASON_FAILURE:
+            return request.TakeFailure(body.failure.nError);
+        case WPK_REASON_PROGRESS:
+            return request.ShowProgress(body.progress.dwReceived, body.progress.dwTotal);
+        case WPK_REASON_REPLY:
+            return request.TakeReply(body.reply.lpData, body.reply.dwDataLength);
+        case WPK_REASON_CREDENTIALS:
+            return request.AskCredentials(*notification);
+        default:
+            return;
+    }
+}
+
+void Request::ShowProgress(unsigned received, unsigned total) {
+    const std::string text = progress_.Update(received, total);
+    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+void Request::AskCredentials(WPK_CALLBACKSTRUCT& notification) {
+    if (options_.quiet) return;
+    auto& credentials = notification.body.credentials;
+    const bool refused = credentials.szUser[0] != '\0';
+    const std::string asked = "The proxy " + options_.proxy_host + (refused ? " refuses user " : " wants a user name");
+    Say(asked + (refused ? credentials.szUser : "") + " and a password. Enter nothing to give up.");
+    const std::optional<std::string> user = AskOnTerminal("User name: ", Echo::kShown);
+    if (!user || user->empty()) return;
+    const std::optional<std::string> password = AskOnTerminal("Password: ", Echo::kHidden);
+    if (!password) return;
+    CopyText(*user, credentials.szUser);
+    CopyText(*password, credentials.szPassword);
+    credentials.bRetry = 1;
+}
+
+void Request::TakeReply(const void* data, unsigned length) {
+    // The bytes are there only during this call. No exception may leave it: the library would take it for its own.
+    try {
+        WriteAll(options_.output_file, data, length);
+    } catch (const std::exception& error) {
+        file_trouble_ = error.what();
+    }
+    SetEvent(ended_);
+}
+
+void Request::TakeFailure(int error) {
+    error_ = error;
+    SetEvent(ended_);
+}
+
+int Request::Report() const {
+    if (error_ == 0 && file_trouble_.empty()) return kReplied;
+    if (error_ == 0) {
+        Say(file_trouble_);
+        return kFileTrouble;
+    }
+    // A question that Ctrl-C has ended looks to the library like credentials that were declined.
+    const int error = Interrupted() ? WPK_ERROR_CANCELLED : error_;
+    if (error == WPK_ERROR_CANCELLED && timed_out_) {
+        Say("The time is over; the request was cancelled.");
+        return kTimedOut;
+    }
+    Say(ErrorText(error));
+    return ExitStatusOfError(error);
+}
+
+void Request::Say(const std::string& text) const {
+    if (options_.quiet) return;
+    std::fprintf(stderr, "%s\n", text.c_str());
+    std::fflush(stderr);
+}
+
+}  // namespace wpk_send

@@ -1,0 +1,52 @@
+// Request: one message on its way, from sending it to its outcome.
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <wpk/wpk.h>
+
+#include <string>
+
+#include "interrupt.h"
+#include "options.h"
+#include "progress.h"
+
+namespace wpk_send {
+
+/// Holds what the library reads until the final callback has returned, so it must not be destroyed before. As nothing
+/// tells when that is (the callback can only say that it is about to return), the program keeps it until it ends.
+class Request {
+public:
+    /// @param options must outlive the request.
+    Request(const Options& options, std::string message);
+    Request(const Request&) = delete;
+    Request& operator=(const Request&) = delete;
+
+    /// Sends the message and waits for the outcome; Ctrl-C and the time-out cancel it.
+    /// @return the program's exit status. What the user should know has been written to standard error.
+    int Run();
+
+private:
+    static void OnNotification(WPK_CALLBACKSTRUCT* notification);
+
+    // On the library's thread, one at a time.
+    void ShowProgress(unsigned received, unsigned total);
+    void AskCredentials(WPK_CALLBACKSTRUCT& notification);
+    void TakeReply(const void* data, unsigned length);
+    void TakeFailure(int error);
+
+    void WaitAndCancel(unsigned handle);
+    int Report() const;
+    void Say(const std::string& text) const;
+
+    const Options& options_;
+    const std::string message_;
+    WPK_SENDSTRUCT record_;
+    Progress progress_;
+    WaitHandle ended_;
+    bool timed_out_ = false;
+    // Written before ended_ is signalled, read after.
+    int error_ = 0;
+    std::string file_trouble_;
+};
+
+}  // namespace wpk_send

@@ -1,0 +1,101 @@
+// The user's terminal: is there one, and asking a question on it.
+// SPDX-License-Identifier: MIT
+#include "terminal.h"
+
+#include <windows.h>
+
+#include "interrupt.h"
+
+namespace wpk_send {
+namespace {
+
+/// One end of the terminal, by the name that stands for it whatever the standard handles lead to.
+class ConsoleHandle {
+public:
+    explicit ConsoleHandle(const char* name)
+        : handle_(CreateFileA(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                              /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING, /*dwFlagsAndAttributes=*/0,
+                              /*hTemplateFile=*/nullptr)) {}
+    ~ConsoleHandle() {
+        if (*this) CloseHandle(handle_);
+    }
+    ConsoleHandle(const ConsoleHandle&) = delete;
+    ConsoleHandle& operator=(const ConsoleHandle&) = delete;
+
+    explicit operator bool() const { return handle_ != INVALID_HANDLE_VALUE; }
+    HANDLE Get() const { return handle_; }
+
+private:
+    HANDLE handle_;
+};
+
+/// While it lives, key presses come one by one and nothing is shown by the system; Ctrl-C still interrupts.
+class KeyByKey {
+public:
+    explicit KeyByKey(HANDLE input) : input_(input) {
+        GetConsoleMode(input_, &mode_);
+        SetConsoleMode(input_, ENABLE_PROCESSED_INPUT);
+    }
+    ~KeyByKey() { SetConsoleMode(input_, mode_); }
+    KeyByKey(const KeyByKey&) = delete;
+    KeyByKey& operator=(const KeyByKey&) = delete;
+
+private:
+    HANDLE input_;
+    DWORD mode_ = 0;
+};
+
+void Show(HANDLE output, const std::string& text) {
+    DWORD written = 0;
+    WriteConsoleA(output, text.data(), static_cast<DWORD>(text.size()), &written, /*lpReserved=*/nullptr);
+}
+
+/// The character of the next key press; nothing when Ctrl-C comes instead. A read of a whole line would not do: whether
+/// Ctrl-C ends it differs from system to system.
+std::optional<char> ReadKey(HANDLE input) {
+    for (;;) {
+        const HANDLE handles[] = {InterruptEvent(), input};
+        if (WaitForMultipleObjects(2, handles, /*bWaitAll=*/FALSE, INFINITE) != WAIT_OBJECT_0 + 1) return std::nullopt;
+        INPUT_RECORD record;
+        DWORD count = 0;
+        if (!ReadConsoleInputA(input, &record, 1, &count) || count == 0) return std::nullopt;
+        const bool pressed = record.EventType == KEY_EVENT && record.Event.KeyEvent.bKeyDown != FALSE;
+        if (pressed && record.Event.KeyEvent.uChar.AsciiChar != 0) return record.Event.KeyEvent.uChar.AsciiChar;
+    }
+}
+
+std::optional<std::string> ReadLine(HANDLE input, HANDLE output, Echo echo) {
+    std::string line;
+    while (const std::optional<char> key = ReadKey(input)) {
+        if (*key == '\r' || *key == '\n') return line;
+        if (*key == '\b' || *key == '\x7F') {
+            if (line.empty()) continue;
+            line.pop_back();
+            if (echo == Echo::kShown) Show(output, "\b \b");
+            continue;
+        }
+        line += *key;
+        if (echo == Echo::kShown) Show(output, std::string(1, *key));
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+bool StandardErrorIsTerminal() {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != FALSE;
+}
+
+std::optional<std::string> AskOnTerminal(const std::string& question, Echo echo) {
+    const ConsoleHandle input("CONIN$");
+    const ConsoleHandle output("CONOUT$");
+    if (!input || !output) return std::nullopt;
+    const KeyByKey mode(input.Get());
+    Show(output.Get(), question);
+    std::optional<std::string> line = ReadLine(input.Get(), output.Get(), echo);
+    Show(output.Get(), "\r\n");
+    return line;
+}
+
+}  // namespace wpk_send
