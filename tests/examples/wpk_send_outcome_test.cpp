@@ -1,0 +1,44 @@
+// The console client's words and exit statuses.
+// SPDX-License-Identifier: MIT
+#include "wpk_send/outcome.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+namespace wpk_send {
+namespace {
+
+TEST(ExitStatus, IsAnotherForEachOutcome) {
+    std::set<int> statuses = {kReplied, kFileTrouble, kWrongUsage, kNotInitialised, kNotSent, kTimedOut};
+    EXPECT_EQ(statuses.size(), 6U);
+    for (int error = -1; error >= -8; --error) {
+        EXPECT_TRUE(statuses.insert(ExitStatusOfError(error)).second) << error;
+    }
+    EXPECT_EQ(ExitStatusOfError(-1), 11);
+    EXPECT_EQ(ExitStatusOfError(-8), 18);
+}
+
+TEST(ErrorText, IsAnotherForEachCode) {
+    std::set<std::string> texts;
+    for (int error = -1; error >= -8; --error) {
+        EXPECT_EQ(ErrorText(error).find("unknown"), std::string::npos) << error;
+        EXPECT_TRUE(texts.insert(ErrorText(error)).second) << error;
+    }
+}
+
+TEST(ErrorText, OfAnUnknownCodeNamesIt) {
+    EXPECT_EQ(ErrorText(-9), "The request failed with the unknown code -9.");
+}
+
+TEST(ExitStatusHelp, ListsEveryStatusOnALineOfItsOwn) {
+    const std::string help = ExitStatusHelp();
+    for (const char* status :
+         {"  0", "  1", "  2", "  3", "  4", "  5", " 11", " 12", " 13", " 14", " 15", " 16", " 17", " 18"}) {
+        EXPECT_NE(help.find("\n" + std::string(status) + "  "), std::string::npos) << status;
+    }
+}
+
+}  // namespace
+}  // namespace wpk_send
