@@ -1,0 +1,209 @@
+# Starting the example programs under Wine, and talking to the server without the library.
+# SPDX-License-Identifier: MIT
+import os
+import pathlib
+import pty
+import re
+import select
+import signal
+import socket
+import struct
+import subprocess
+import tempfile
+import threading
+import time
+
+WINE = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "wine.sh"
+# For whatever should come at once, on a machine that is busy with other things.
+PATIENCE = 120
+_folder = None
+
+
+def find_programs(folder):
+    global _folder
+    _folder = pathlib.Path(folder)
+
+
+def _command(program, arguments):
+    return [str(WINE), str(_folder / (program + ".exe"))] + [str(argument) for argument in arguments]
+
+
+class LineReader(threading.Thread):
+    """Collects a pipe's bytes, and wakes who waits for a line of them."""
+
+    def __init__(self, pipe):
+        super().__init__(daemon=True)
+        self._pipe = pipe
+        self._changed = threading.Condition()
+        self._ended = False
+        self.bytes = b""
+        self.start()
+
+    def run(self):
+        while piece := os.read(self._pipe.fileno(), 65536):
+            with self._changed:
+                self.bytes += piece
+                self._changed.notify_all()
+        with self._changed:
+            self._ended = True
+            self._changed.notify_all()
+
+    def wait_for_line(self, part):
+        with self._changed:
+            self._changed.wait_for(lambda: self._ended or self._line(part) is not None, PATIENCE)
+            line = self._line(part)
+        if line is None:
+            raise AssertionError(f"no line with {part!r} has come, only {self.bytes!r}")
+        return line
+
+    def _line(self, part):
+        lines = self.bytes.decode("latin-1").replace("\r", "").split("\n")[:-1]
+        return next((line for line in lines if part in line), None)
+
+
+class Client:
+    """One run of a program with its streams going to pipes."""
+
+    def __init__(self, *arguments, program="wpk_send"):
+        self._command = _command(program, arguments)
+        self._process = None
+
+    def run(self, message=b""):
+        """Returns exit status, standard output, standard error."""
+        result = subprocess.run(self._command, input=message, capture_output=True, timeout=PATIENCE)
+        return result.returncode, result.stdout, result.stderr
+
+    def start(self):
+        self._process = subprocess.Popen(self._command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                         stderr=subprocess.PIPE)
+        self._output = LineReader(self._process.stdout)
+        self._errors = LineReader(self._process.stderr)
+        return self
+
+    def wait_for_line(self, part):
+        return self._output.wait_for_line(part)
+
+    def wait_for_error_line(self, part):
+        return self._errors.wait_for_line(part)
+
+    def interrupt(self):
+        # Wine turns this signal into the Ctrl-C of the program's own system.
+        self._process.send_signal(signal.SIGINT)
+
+    def finish(self):
+        try:
+            status = self._process.wait(PATIENCE)
+        finally:
+            self._process.kill()
+        self._output.join()
+        self._errors.join()
+        return status, self._output.bytes, self._errors.bytes
+
+
+class Server:
+    """A running message_server on a port of the system's choice."""
+
+    def __init__(self, *arguments):
+        self._command = _command("message_server", ("--port", 0) + arguments)
+
+    def __enter__(self):
+        # A file rather than a pipe, which nobody would read.
+        self._errors = tempfile.TemporaryFile()
+        self._process = subprocess.Popen(self._command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                         stderr=self._errors)
+        line = LineReader(self._process.stdout).wait_for_line("listening on")
+        self.port = int(re.fullmatch(r"listening on 127\.0\.0\.1:(\d+)", line)[1])
+        return self
+
+    def is_running(self):
+        return self._process.poll() is None
+
+    def __exit__(self, *_):
+        lived = self.is_running()
+        self._process.kill()
+        self._process.wait()
+        self._errors.close()
+        if not lived:
+            raise AssertionError("the server has ended by itself")
+
+
+class TerminalClient:
+    """A run of the client on a terminal of its own."""
+
+    def __init__(self, *arguments):
+        command = _command("wpk_send", arguments)
+        self._bytes = b""
+        self._seen = 0
+        self._pid, self._terminal = pty.fork()
+        if self._pid == 0:
+            os.environ["TERM"] = "xterm"
+            os.execv(command[0], command)
+
+    def screen(self):
+        """What has been written, without the sequences that move the cursor and hide it."""
+        text = self._bytes.decode("latin-1")
+        text = re.sub(r"\x1b\[K\x1b\[(\d+)C", lambda move: " " * int(move[1]), text)
+        text = re.sub(r"\x1b\[(\d+)C", lambda move: " " * int(move[1]), text)
+        return re.sub(r"\x1b\[[?0-9;]*[A-Za-z]|\x1b\][^\x07]*\x07", "", text)
+
+    def answer(self, question, keys):
+        """Waits until the question, or any text, has come after the last one, then presses the keys."""
+        deadline = time.monotonic() + PATIENCE
+        while (place := self.screen().find(question, self._seen)) < 0:
+            if not self._read(deadline):
+                raise AssertionError(f"{question!r} has not come, only {self.screen()!r}")
+        self._seen = place + len(question)
+        os.write(self._terminal, keys.encode())
+
+    def finish(self):
+        """Returns the exit status."""
+        deadline = time.monotonic() + PATIENCE
+        while self._read(deadline):
+            pass
+        pid, status = os.waitpid(self._pid, os.WNOHANG) if time.monotonic() >= deadline else os.waitpid(self._pid, 0)
+        if pid == 0:
+            os.kill(self._pid, signal.SIGKILL)
+            os.waitpid(self._pid, 0)
+            raise AssertionError(f"the client does not end; its screen: {self.screen()!r}")
+        os.close(self._terminal)
+        return os.waitstatus_to_exitcode(status)
+
+    def _read(self, deadline):
+        """False at the end of the client, or when the time is up."""
+        if not select.select([self._terminal], [], [], max(0, deadline - time.monotonic()))[0]:
+            return False
+        try:
+            piece = os.read(self._terminal, 65536)
+        except OSError:  # This is how a terminal tells that nobody has it open any more.
+            return False
+        self._bytes += piece
+        return piece != b""
+
+
+def _entry(key, value):
+    return struct.pack("<I", len(key)) + key + struct.pack("<I", len(value)) + value
+
+
+def tagged_body(service, data):
+    return (_entry(b"WPK_IsBehindProxy", b"NO") + _entry(b"WPK_ServiceName", service.encode()) +
+            _entry(b"WPK_ServiceData", data))
+
+
+def whole_request(service, data):
+    body = tagged_body(service, data)
+    return (b"POST http://127.0.0.1:80/ HTTP/1.0\r\nUser-Agent: WPK/1.00\r\nContent-Type: application/tagged-data\r\n"
+            b"Content-Length: %d\r\n\r\n" % len(body)) + body
+
+
+def exchange(port, *pieces, end=False):
+    """Sends the pieces, each by itself, and returns everything that comes back."""
+    with socket.create_connection(("127.0.0.1", port), PATIENCE) as connection:
+        connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+        for piece in pieces:
+            connection.sendall(piece)
+        if end:
+            connection.shutdown(socket.SHUT_WR)
+        reply = b""
+        while piece := connection.recv(65536):
+            reply += piece
+        return reply
