@@ -382,7 +382,7 @@ def run_tests(tests):
     print(f"[==========] {len(tests)} tests ran.")
     print(f"[  PASSED  ] {len(tests) - len(failed)} tests.")
     if failed:
-        print(f"[  FAILED  ] {len(failed)} tests")
+        print(f"[  FAILED  ] {len(failed)} tests, named above.")
     return 1 if failed else 0
 
 

@@ -151,7 +151,7 @@ class TerminalClient:
         deadline = time.monotonic() + PATIENCE
         while (place := self.screen().find(question, self._seen)) < 0:
             if not self._read(deadline):
-                raise AssertionError(f"{question!r} has not come, only {self.screen()!r}")
+                self._give_up(f"{question!r} has not come")
         self._seen = place + len(question)
         os.write(self._terminal, keys.encode())
 
@@ -160,13 +160,15 @@ class TerminalClient:
         deadline = time.monotonic() + PATIENCE
         while self._read(deadline):
             pass
-        pid, status = os.waitpid(self._pid, os.WNOHANG) if time.monotonic() >= deadline else os.waitpid(self._pid, 0)
-        if pid == 0:
-            os.kill(self._pid, signal.SIGKILL)
-            os.waitpid(self._pid, 0)
-            raise AssertionError(f"the client does not end; its screen: {self.screen()!r}")
+        if time.monotonic() >= deadline:
+            self._give_up("the client does not end")
         os.close(self._terminal)
-        return os.waitstatus_to_exitcode(status)
+        return os.waitstatus_to_exitcode(os.waitpid(self._pid, 0)[1])
+
+    def _give_up(self, reason):
+        os.kill(self._pid, signal.SIGKILL)
+        os.waitpid(self._pid, 0)
+        raise AssertionError(f"{reason}; the screen: {self.screen()!r}")
 
     def _read(self, deadline):
         """False at the end of the client, or when the time is up."""

@@ -1,0 +1,131 @@
+#!/usr/bin/env bash
+# From a bare Debian machine to messages that travel: builds the library and the examples, starts the sample server under
+# Wine and sends it messages with the sample client. Its last line says whether all went as expected.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+programs=build/windows/bin
+work=$(mktemp -d)
+server_pid=
+client_pid=
+
+# Ends what this script has started, and nothing else, however it ends.
+clean_up() {
+    [ -z "$client_pid" ] || kill -KILL "$client_pid" 2>/dev/null || true
+    [ -z "$server_pid" ] || kill -KILL "$server_pid" 2>/dev/null || true
+    rm -rf "$work"
+}
+trap clean_up EXIT
+trap 'exit 130' INT TERM
+
+step() { echo; echo "== $1"; }
+
+give_up() {
+    echo
+    echo "Not as expected: $1"
+    exit 1
+}
+
+build() {
+    { cmake --preset windows && cmake --build --preset windows --target message_server wpk_send; } \
+        >"$work/build.log" 2>&1 && return
+    tail -n 40 "$work/build.log"
+    give_up "the build has failed."
+}
+
+# wait_for_line DESCRIPTOR TEXT: the first line that holds the text, without its line end.
+wait_for_line() {
+    local line
+    while IFS= read -r -t 120 -u "$1" line; do
+        line=${line%$'\r'}
+        if [[ $line == *"$2"* ]]; then
+            echo "$line"
+            return
+        fi
+    done
+    return 1
+}
+
+start_server() {
+    exec {server_output}< <(exec scripts/wine.sh "$programs/message_server.exe" --port 0 </dev/null 2>"$work/server.log")
+    server_pid=$!
+    local line
+    line=$(wait_for_line "$server_output" "listening on") || give_up "the server has not started."
+    echo "The server says: $line"
+    port=${line##*:}
+}
+
+# Shows a call of the client as one would type it.
+show_call() {
+    local word call="\$ wpk_send --port $port"
+    for word in "$@"; do
+        [[ $word =~ ^[A-Za-z0-9_./-]+$ ]] || word="'$word'"
+        call+=" $word"
+    done
+    echo "$call"
+}
+
+# send EXPECTED_STATUS ARGUMENTS...: one message; shows what the client writes, which $work/reply and $work/said keep.
+# The client's streams lead to files, so that all is the same with and without a terminal.
+send() {
+    local expected=$1 status=0
+    shift
+    show_call "$@"
+    scripts/wine.sh "$programs/wpk_send.exe" --port "$port" "$@" \
+        </dev/null >"$work/reply" 2>"$work/said" || status=$?
+    tr -d '\r' <"$work/said"
+    if [ -s "$work/reply" ]; then
+        cat "$work/reply"
+        echo
+    fi
+    [ "$status" -eq "$expected" ] || give_up "the exit status is $status instead of $expected."
+}
+
+expect_reply() { [ "$(cat "$work/reply")" = "$1" ] || give_up "the reply is not \"$1\"."; }
+
+expect_said() { grep -qF -- "$1" "$work/said" || give_up "the client has not said \"$1\"."; }
+
+# As send, but presses Ctrl-C as soon as the client says that its message is on its way.
+send_and_interrupt() {
+    local status=0
+    show_call "$@"
+    exec {client_output}< <(exec scripts/wine.sh "$programs/wpk_send.exe" --port "$port" "$@" \
+        </dev/null 2>&1)
+    client_pid=$!
+    wait_for_line "$client_output" "Sent" || give_up "the client has not sent its message."
+    echo "^C"
+    kill -INT "$client_pid"
+    wait_for_line "$client_output" "cancelled" || give_up "the client has not said that the request was cancelled."
+    wait "$client_pid" || status=$?
+    client_pid=
+    [ "$status" -eq 14 ] || give_up "the exit status is $status instead of 14."
+}
+
+step "Installing what is missing"
+scripts/setup.sh
+
+step "Building the library and the examples for Windows (build/windows)"
+build
+
+step "Starting the message server under Wine"
+start_server
+
+step "Sending a message to the service Echo, which replies with the same"
+send 0 Echo "hello, server"
+expect_reply "hello, server"
+
+step "Asking the service Generate for a reply of 64 MiB, with progress"
+send 0 --progress --output "$work/large" Generate 67108864
+expect_said "100 % (64.0 MiB of 64.0 MiB)"
+[ "$(stat -c %s "$work/large")" -eq 67108864 ] || give_up "the reply has another length."
+echo "The reply is in a file of $(stat -c %s "$work/large") bytes."
+
+step "Sending a message to a service that the server does not have"
+send 16 Nonsense "anybody there?"
+expect_said "no service of that name"
+
+step "Sending a message to the service Sleep, and pressing Ctrl-C while it sleeps"
+send_and_interrupt --verbose Sleep 60000
+
+echo
+echo "All went as expected."
