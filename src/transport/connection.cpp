@@ -28,6 +28,10 @@ bool Connection::Open() {
     Close();
     address_ = {};
     address_.sin_family = AF_INET;
+    if (!use_.Begin()) {
+        lastError_ = WSANOTINITIALISED;
+        return false;
+    }
     socket_.Reset(socket(AF_INET, SOCK_STREAM, /*protocol=*/0));
     if (!socket_) return FailWithSocketError();
 
@@ -150,6 +154,7 @@ void Connection::Close() {
     eager_ = false;
     sendCredit_ = 0;
     socket_.Reset();
+    use_.End();
 }
 
 bool Connection::SetBlocking(bool blocking) {
@@ -163,7 +168,7 @@ bool Connection::AwaitReady(Direction direction, int seconds) {
     for (;;) {
         const uint32_t step = seconds == kNoTimeout ? kLookMs : std::min(remaining, kLookMs);
         const int ready = Select(direction, step);
-        if (cancelled_) {
+        if (!Usable()) {
             lastError_ = kNotConnected;
             return false;
         }

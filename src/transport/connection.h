@@ -8,13 +8,15 @@
 
 #include "threadlib/handle.h"
 #include "threadlib/semaphore.h"
+#include "transport/sockets_interface.h"
 
 namespace wpk {
 
 /// A connection and what is known of it. All operations belong to the thread that carries the request, but for Cancel,
 /// which any thread may call: it only leaves a mark. From then on the socket counts as closed, and the carrying thread,
 /// which looks at the mark whenever it waits, closes it. So no thread ever waits on a socket that another one has
-/// closed, or uses a handle that the system has given to somebody else meanwhile.
+/// closed, or uses a handle that the system has given to somebody else meanwhile. When the network goes, the socket
+/// counts as closed in the same way.
 class Connection {
 public:
     /// Codes of the layer's own in LastError(), beside the system's.
@@ -54,7 +56,7 @@ public:
 private:
     enum class Direction { kReadable, kWritable };
 
-    bool Usable() const { return socket_ && !cancelled_; }
+    bool Usable() const { return socket_ && !cancelled_ && !use_.Lost(); }
     bool SetBlocking(bool blocking);
     bool Resolve(const char* host, uint32_t port);
     bool StartConnect();
@@ -64,6 +66,8 @@ private:
     int Select(Direction direction, uint32_t milliseconds) const;
     bool FailWithSocketError();
 
+    /// Outlives the socket.
+    SocketsUse use_;
     UniqueSocket socket_;
     sockaddr_in address_{};
     bool connected_ = false;

@@ -1,0 +1,79 @@
+// The process's use of the sockets interface.
+// SPDX-License-Identifier: MIT
+#include "transport/sockets_interface.h"
+
+#include <atomic>
+
+#include "threadlib/platform.h"
+
+namespace wpk {
+
+namespace {
+
+constexpr WORD kSocketsVersion = MAKEWORD(1, 1);
+
+/// How often the network has gone: the number of the one that is there, or comes next.
+std::atomic<uint32_t> networkNumber{0};
+
+/// Uses that have begun and not ended, clean-ups that wait for their end, and whether one is at work: in one word, so
+/// that they change together.
+constexpr uint64_t kOneUse = 1;
+constexpr uint64_t kUses = 0x00000000FFFFFFFF;
+constexpr uint64_t kOneCleanUp = uint64_t{1} << 32;
+constexpr uint64_t kCleanUps = 0x7FFFFFFF00000000;
+constexpr uint64_t kCleaning = uint64_t{1} << 63;
+std::atomic<uint64_t> state{0};
+
+/// Takes one waiting clean-up out, to be run now. False when there is none, or it has to wait on.
+bool TakeCleanUp() {
+    uint64_t now = state;
+    do {
+        if ((now & kUses) != 0 || (now & kCleanUps) == 0 || (now & kCleaning) != 0) return false;
+    } while (!state.compare_exchange_weak(now, (now - kOneCleanUp) | kCleaning));
+    return true;
+}
+
+void RunCleanUps() {
+    while (TakeCleanUp()) {
+        WSACleanup();
+        state &= ~kCleaning;
+    }
+}
+
+}  // namespace
+
+bool StartSockets() {
+    WSADATA data;
+    return WSAStartup(kSocketsVersion, &data) == 0;
+}
+
+void CleanUpSockets() {
+    ++networkNumber;
+    state += kOneCleanUp;
+    RunCleanUps();
+}
+
+bool SocketsUse::Begin() {
+    End();
+    // Read first: a network that goes from now on is noticed.
+    networkNumber_ = networkNumber;
+    uint64_t now = state;
+    do {
+        if ((now & kCleaning) != 0) return false;
+    } while (!state.compare_exchange_weak(now, now + kOneUse));
+    begun_ = true;
+    return true;
+}
+
+void SocketsUse::End() {
+    if (!begun_) return;
+    begun_ = false;
+    state -= kOneUse;
+    RunCleanUps();
+}
+
+bool SocketsUse::Lost() const {
+    return networkNumber_ != networkNumber;
+}
+
+}  // namespace wpk

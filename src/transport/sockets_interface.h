@@ -1,0 +1,46 @@
+// The process's use of the sockets interface, which comes and goes with the network.
+// SPDX-License-Identifier: MIT
+//
+// Cleaning the interface up closes every socket of the process under the hands of the threads that use them, and the
+// system may give the same value to the next socket, of another request, at once. So a clean-up waits for the sockets
+// that are open: until the last one is closed, by the thread it belongs to, the interface stays as it is. What
+// changes at once is that all of them count as lost, which their threads notice within the step of their waits.
+//
+// Requests do not start without the network, so a clean-up that has to wait does so for one such step, or for as long
+// as an application's callback keeps a request.
+#ifndef WPK_TRANSPORT_SOCKETS_INTERFACE_H
+#define WPK_TRANSPORT_SOCKETS_INTERFACE_H
+
+#include <cstdint>
+
+namespace wpk {
+
+/// Starts the interface, version 1.1. The system counts starts. From any thread.
+bool StartSockets();
+
+/// Takes one start back: now, or when the last open socket is closed. From any thread; does not wait.
+void CleanUpSockets();
+
+/// What everybody who opens a socket holds from before the opening until after the closing.
+class SocketsUse {
+public:
+    SocketsUse() = default;
+    SocketsUse(const SocketsUse&) = delete;
+    SocketsUse& operator=(const SocketsUse&) = delete;
+    ~SocketsUse() { End(); }
+
+    /// False while a clean-up is at work.
+    bool Begin();
+    void End();
+
+    /// True as soon as the network has gone once since Begin.
+    bool Lost() const;
+
+private:
+    bool begun_ = false;
+    uint32_t networkNumber_ = 0;
+};
+
+}  // namespace wpk
+
+#endif
