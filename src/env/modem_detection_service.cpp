@@ -1,0 +1,108 @@
+// The service that watches for dial-up connections.
+// SPDX-License-Identifier: MIT
+#include "env/modem_detection_service.h"
+
+#include <cstdio>
+
+#include "env/remote_access.h"
+
+namespace wpk {
+
+namespace {
+
+/// Signals at the end of a scope, also when an observer's exception ends it.
+class SignalAtEnd {
+public:
+    explicit SignalAtEnd(const Semaphore& signal) : signal_(signal) {}
+    SignalAtEnd(const SignalAtEnd&) = delete;
+    SignalAtEnd& operator=(const SignalAtEnd&) = delete;
+    ~SignalAtEnd() { signal_.Signal(); }
+
+private:
+    const Semaphore& signal_;
+};
+
+}  // namespace
+
+bool ModemDetectionService::IsModemConnected() const {
+    return ModemPoll(functions_).AnyModemIs(kRasConnected);
+}
+
+bool ModemDetectionService::IsModemDisconnected() const {
+    const ModemPoll poll(functions_);
+    return poll.Empty() || poll.AnyModemIs(kRasDisconnected);
+}
+
+uint32_t ModemDetectionService::Manager_StartUp() {
+    stopRequested_ = 0;
+    if (!CanLoadRemoteAccess(calls_)) return 0;
+    if (!LoadWrappers()) return 0;
+    // Without its signals the Peeker could neither wait nor be stopped.
+    if (!stopSignal_ || !stoppedSignal_) return 0;
+    peekerId_ = ThreadLib::Create(PeekerFunc, this, "ModemDetectionService::Peeker");
+    return ThreadLib::Resume(peekerId_);
+}
+
+uint32_t ModemDetectionService::Manager_ShutDown() {
+    stopRequested_ = 1;
+    stopSignal_.Signal();
+    stoppedSignal_.Wait();
+    functions_ = RemoteAccessFunctions();
+    calls_.freeLibrary(rasLibrary_);
+    rasLibrary_ = nullptr;
+    return 1;
+}
+
+/// The wrappers come from the library's own module by its name, which an application may therefore not change.
+bool ModemDetectionService::LoadWrappers() {
+    rasLibrary_ = calls_.loadLibrary("wpk.dll");
+    if (!rasLibrary_) {
+        RememberFailure(GetLastError(), "Modem not found.  Please make sure the modem is installed properly.");
+        return false;
+    }
+    functions_.enumConnections = calls_.Find<RasEnumConnectionsFunction>(rasLibrary_, "WRAPPER_RasEnumConnections");
+    if (functions_.enumConnections) {
+        functions_.getConnectStatus =
+            calls_.Find<RasGetConnectStatusFunction>(rasLibrary_, "WRAPPER_RasGetConnectStatus");
+    }
+    if (functions_.getConnectStatus) return true;
+    RememberFailure(GetLastError(), "function not found.  Please make sure the modem is installed properly.");
+    functions_ = RemoteAccessFunctions();
+    return false;
+}
+
+void ModemDetectionService::RememberFailure(DWORD error, const char* text) {
+    char formatted[160];
+    std::snprintf(formatted, sizeof formatted, "GetLastError() = %ld, (%s)", static_cast<long>(error), text);
+    errorText_ = CountedText(formatted);
+}
+
+uint32_t ModemDetectionService::PeekerFunc(void* service) {
+    static_cast<ModemDetectionService*>(service)->Peek();
+    return 1;
+}
+
+void ModemDetectionService::Peek() {
+    const SignalAtEnd stopped(stoppedSignal_);
+    Tell(0);
+    while (PollUntil(&ModemDetectionService::IsModemConnected)) {
+        Tell(1);
+        if (!PollUntil(&ModemDetectionService::IsModemDisconnected)) return;
+        Tell(0);
+    }
+}
+
+/// False when a stop was requested: nothing may be told any more.
+bool ModemDetectionService::PollUntil(Question answeredYes) {
+    while (!(this->*answeredYes)()) {
+        if (stopSignal_.WaitFor(pollPeriodMs_) && stopRequested_ == 1) return false;
+    }
+    return stopRequested_ != 1;
+}
+
+void ModemDetectionService::Tell(uint32_t state) {
+    connected_ = state;
+    Notify(&state);
+}
+
+}  // namespace wpk
