@@ -3,26 +3,55 @@
 #include "env/global_object.h"
 
 #include "transport/notification.h"
+#include "transport/sockets_interface.h"
 
 namespace wpk {
-
-namespace {
-
-uint32_t TellConnectionState(void* transport) {
-    const auto* state = static_cast<const TransportState*>(transport);
-    const Notifier notifier(state->settings.DefaultCallback(), state->settings.DefaultUserData());
-    notifier.ConnectionState(state->connectionStatus);
-    return 1;
-}
-
-}  // namespace
 
 GlobalObject::GlobalObject() {
     transport.tempDirectory = systemInformation.TempDirectory();
 }
 
 void GlobalObject::NotifyConnectionState() {
-    ThreadLib::Resume(ThreadLib::Create(TellConnectionState, &transport));
+    ThreadLib::Resume(ThreadLib::Create(TellCurrentState, this));
+}
+
+uint32_t GlobalObject::Update(Observable* source, void* arg) {
+    if (source != &modemDetection) return 0;
+    switch (*static_cast<const uint32_t*>(arg)) {
+        case 1:
+            NetworkComes();
+            break;
+        case 0:
+            NetworkGoes();
+            break;
+        default:
+            break;
+    }
+    return 1;
+}
+
+/// A network whose sockets interface does not start still counts as there: requests then fail for their own reasons.
+void GlobalObject::NetworkComes() {
+    transport.connectionStatus = 1;
+    StartSockets();
+    TellConnectionState(1);
+}
+
+void GlobalObject::NetworkGoes() {
+    transport.connectionStatus = 0;
+    CleanUpSockets();
+    TellConnectionState(0);
+}
+
+uint32_t GlobalObject::TellCurrentState(void* global) {
+    const auto* self = static_cast<const GlobalObject*>(global);
+    self->TellConnectionState(self->transport.connectionStatus);
+    return 1;
+}
+
+void GlobalObject::TellConnectionState(uint32_t connected) const {
+    const Settings& settings = transport.settings;
+    Notifier(settings.DefaultCallback(), settings.DefaultUserData()).ConnectionState(connected);
 }
 
 }  // namespace wpk

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "env/modem_detection_service.h"
 #include "env/observer.h"
 #include "env/system_information.h"
 #include "service/net_outbound_service.h"
@@ -15,21 +16,35 @@
 namespace wpk {
 
 /// One static instance, built when the library is loaded and destroyed when it is unloaded. Building it starts no
-/// thread; destroying it stops none: threads that still run then are left to the end of the process.
+/// thread; destroying it stops none: threads that still run then are left to the end of the process. The order of the
+/// members is that of their construction.
 class GlobalObject : public Observer {
 public:
     GlobalObject();
 
+    /// Follows the modem detection: state 1 starts the sockets interface, state 0 cleans it up, each once for every
+    /// notification; both set the connection status and tell the default callback, on the calling thread. 0 when
+    /// `source` is anything else than the own modem detection.
+    uint32_t Update(Observable* source, void* arg) override;
+
     /// Has a thread of its own tell the default callback the connection status, once.
     void NotifyConnectionState();
 
-    SystemInformation systemInformation;
-    TransportState transport;
     NetOutboundService netOutbound{transport};
+    ModemDetectionService modemDetection;
+    SystemInformation systemInformation;
     /// 1 once the library is initialised, for the rest of the process.
     std::atomic<uint32_t> initialised{0};
+    /// The connection status, and the copy of the initialisation record.
+    TransportState transport;
     /// Callers of the interface on the shared side, initialisation on the exclusive one.
     ReadersWriterLock gate;
+
+private:
+    void NetworkComes();
+    void NetworkGoes();
+    static uint32_t TellCurrentState(void* global);
+    void TellConnectionState(uint32_t connected) const;
 };
 
 }  // namespace wpk

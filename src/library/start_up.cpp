@@ -2,28 +2,20 @@
 // SPDX-License-Identifier: MIT
 #include "library/start_up.h"
 
+#include "env/remote_access.h"
 #include "threadlib/threadlib.h"
+#include "transport/sockets_interface.h"
 
 namespace wpk {
 
 namespace {
 
-constexpr WORD kSocketsVersion = MAKEWORD(1, 1);
-
 /// From now on freeing the library does not unload it: threads of its own may be running at any moment.
 bool KeepLoaded() {
+    static constexpr char kInside = 0;
     HMODULE self = nullptr;
-    return GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                              reinterpret_cast<const char*>(&kSocketsVersion), &self) != 0;
-}
-
-void UsePermanentNetwork(GlobalObject& global) {
-    WSADATA data;
-    global.transport.connectionStatus = WSAStartup(kSocketsVersion, &data) == 0;
-}
-
-bool CanLoadRemoteAccess() {
-    return static_cast<bool>(UniqueModule(LoadLibraryA("rasapi32.dll")));
+    return GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, &kInside,
+                              &self) != 0;
 }
 
 WPK_INT64 ResolveConnectionType(WPK_INT64 type) {
@@ -34,12 +26,16 @@ WPK_INT64 ResolveConnectionType(WPK_INT64 type) {
 void ActOnConnectionType(GlobalObject& global) {
     switch (ResolveConnectionType(global.transport.settings.ConnectionType())) {
         case WPK_CONNECTION_NEVER:
-        case WPK_CONNECTION_DIAL_UP:
             global.transport.connectionStatus = 0;
             global.NotifyConnectionState();
             break;
+        case WPK_CONNECTION_DIAL_UP:
+            // From the start on, the status is the detection's to set.
+            global.transport.connectionStatus = 0;
+            if (global.modemDetection.Start() == 0) global.NotifyConnectionState();
+            break;
         case WPK_CONNECTION_PERMANENT:
-            UsePermanentNetwork(global);
+            global.transport.connectionStatus = StartSockets();
             break;
         default:
             break;
@@ -59,7 +55,8 @@ void UndoStart(GlobalObject& global) {
 }
 
 int RunStartUp(GlobalObject& global, const WPK_INITSTRUCT& record) {
-    if (!global.transport.settings.CopyFrom(record) || !KeepLoaded() || !StartServices(global)) {
+    if (!global.transport.settings.CopyFrom(record) || !KeepLoaded() || !StartServices(global) ||
+        global.modemDetection.Attach(&global) == 0) {
         UndoStart(global);
         return 0;
     }
