@@ -1,0 +1,126 @@
+// Observers and what they observe.
+// SPDX-License-Identifier: MIT
+#include "env/observer.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <vector>
+
+#include "support/lib_thread.h"
+
+namespace wpk {
+namespace {
+
+struct Call {
+    const Observer* observer;
+    const Observable* source;
+    void* argument;
+    uint32_t thread;
+
+    bool operator==(const Call& other) const {
+        return observer == other.observer && source == other.source && argument == other.argument &&
+               thread == other.thread;
+    }
+};
+
+class Recorder : public Observer {
+public:
+    explicit Recorder(std::vector<Call>& calls) : calls_(calls) {}
+    uint32_t Update(Observable* source, void* arg) override {
+        calls_.push_back({this, source, arg, GetCurrentThreadId()});
+        return 0;  // ignored
+    }
+
+private:
+    std::vector<Call>& calls_;
+};
+
+class Blocker : public Observer {
+public:
+    uint32_t Update(Observable*, void*) override {
+        entered.Signal();
+        allowed.Wait();
+        return 1;
+    }
+    Semaphore entered{SemaphoreKind::kSignal}, allowed{SemaphoreKind::kSignal};
+};
+
+class PlainObserver : public Observer {};
+
+class ObservableTest : public test::ThreadLayer {
+protected:
+    Call CallOf(const Observer& observer) { return {&observer, &observable_, &argument_, GetCurrentThreadId()}; }
+
+    std::vector<Call> calls_;
+    Recorder first_{calls_}, second_{calls_};
+    uint32_t argument_ = 1;
+    Observable observable_;
+};
+
+TEST_F(ObservableTest, NotifyWithoutObserversReturnsOneAndGivesTheLockBack) {
+    EXPECT_EQ(observable_.Notify(&argument_), 1u);
+    EXPECT_EQ(observable_.Attach(&first_), 1u) << "the lock is free";
+    EXPECT_EQ(observable_.Notify(&argument_), 1u);
+}
+
+TEST_F(ObservableTest, ObserversAreCalledInAttachmentOrderWithTheSameArgumentOnTheNotifyingThread) {
+    EXPECT_EQ(observable_.Attach(&second_), 1u);
+    EXPECT_EQ(observable_.Attach(&first_), 1u);
+    EXPECT_EQ(observable_.Notify(&argument_), 1u);
+    EXPECT_EQ(calls_, (std::vector<Call>{CallOf(second_), CallOf(first_)}));
+}
+
+TEST_F(ObservableTest, AnObserverAttachedTwiceIsCalledTwice) {
+    observable_.Attach(&first_);
+    observable_.Attach(&second_);
+    observable_.Attach(&first_);
+    observable_.Notify(&argument_);
+    EXPECT_EQ(calls_, (std::vector<Call>{CallOf(first_), CallOf(second_), CallOf(first_)}));
+}
+
+TEST_F(ObservableTest, ANullObserverIsRefused) {
+    EXPECT_EQ(observable_.Attach(nullptr), 0u);
+    EXPECT_EQ(observable_.Attach(&first_), 1u);
+    EXPECT_EQ(observable_.Attach(nullptr), 0u);
+    EXPECT_EQ(observable_.Attach(&second_), 1u);
+    observable_.Notify(&argument_);
+    EXPECT_EQ(calls_, (std::vector<Call>{CallOf(first_), CallOf(second_)}));
+}
+
+TEST_F(ObservableTest, AttachWaitsUntilANotificationUnderWayIsOver) {
+    Blocker blocker;
+    observable_.Attach(&blocker);
+    std::atomic<bool> attached{false};
+    test::LibThread notifier = test::LibThread::Started([&] { return observable_.Notify(&argument_); });
+    blocker.entered.Wait();
+    test::LibThread attacher = test::LibThread::Started([&] {
+        const uint32_t result = observable_.Attach(&first_);
+        attached = true;
+        return result;
+    });
+    EXPECT_FALSE(attached);
+    blocker.allowed.Signal();
+    notifier.Join();
+    attacher.Join();
+    EXPECT_TRUE(attached);
+    EXPECT_TRUE(calls_.empty()) << "it came too late for that one";
+}
+
+TEST_F(ObservableTest, AnObserversExceptionGivesTheLockBack) {
+    class Thrower : public Observer {
+    public:
+        uint32_t Update(Observable*, void*) override { throw 1; }
+    } thrower;
+    observable_.Attach(&thrower);
+    EXPECT_THROW(observable_.Notify(&argument_), int);
+    EXPECT_EQ(observable_.Attach(&first_), 1u);
+}
+
+TEST_F(ObservableTest, ThePlainObserverDoesNothingAndReturnsOne) {
+    PlainObserver plain;
+    EXPECT_EQ(plain.Update(&observable_, nullptr), 1u);
+}
+
+}  // namespace
+}  // namespace wpk
