@@ -1,0 +1,15 @@
+// Entry point of every interface test program: runs its tests, or one scenario in a process of its own.
+// SPDX-License-Identifier: MIT
+#include "interface/rig/process.h"
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv) {
+    const bool scenario = argc > 1 && std::string(argv[1]) == "--scenario";
+    wpk::rig::EnterScratchFolder(/*clean=*/!scenario);
+    WSADATA sockets;
+    if (WSAStartup(MAKEWORD(2, 2), &sockets) != 0) wpk::rig::Die("no sockets");
+    if (scenario) return wpk::rig::RunScenario(argc, argv);
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

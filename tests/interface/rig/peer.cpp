@@ -1,0 +1,209 @@
+// A scripted peer: a listener on a loopback port chosen by the system, whose connections a script answers.
+// SPDX-License-Identifier: MIT
+#include "interface/rig/peer.h"
+
+#include "interface/rig/process.h"
+#include "interface/rig/wire.h"
+
+#include <algorithm>
+
+namespace wpk::rig {
+namespace {
+
+sockaddr_in Loopback(unsigned short port) {
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+}
+
+// A bound socket on a port that the system chose.
+SOCKET BindToLoopback(unsigned short& port) {
+    const SOCKET bound = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = Loopback(0);
+    int size = sizeof address;
+    if (bound == INVALID_SOCKET || bind(bound, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+        getsockname(bound, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+        Die("no port for a peer");
+    }
+    port = ntohs(address.sin_port);
+    return bound;
+}
+
+void ConnectOnce(unsigned short port) {
+    const SOCKET caller = socket(AF_INET, SOCK_STREAM, 0);
+    const sockaddr_in address = Loopback(port);
+    connect(caller, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    closesocket(caller);
+}
+
+}  // namespace
+
+Connection::Connection(Peer& peer, SOCKET socket, size_t index) : peer_(peer), socket_(socket), index_(index) {
+    const int patience = static_cast<int>(kPatience);
+    const int on = 1;
+    setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&patience), sizeof patience);
+    setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, reinterpret_cast<const char*>(&patience), sizeof patience);
+    setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
+}
+
+Connection::~Connection() {
+    if (socket_ == INVALID_SOCKET) return;
+    shutdown(socket_, SD_SEND);
+    WaitForEnd();
+    Close();
+}
+
+std::string Connection::ReadRequest() {
+    std::string request;
+    char buffer[65536];
+    while (request.size() < RequestLength(request)) {
+        const size_t missing = std::min(sizeof buffer, RequestLength(request) - request.size());
+        const int count = recv(socket_, buffer, static_cast<int>(missing), 0);
+        if (count <= 0) return {};
+        request.append(buffer, static_cast<size_t>(count));
+    }
+    peer_.NoteRequest(request);
+    return request;
+}
+
+std::string Connection::ReadBytes(size_t count) {
+    std::string bytes;
+    while (bytes.size() < count) {
+        char buffer[4096];
+        const size_t missing = std::min(sizeof buffer, count - bytes.size());
+        const int read = recv(socket_, buffer, static_cast<int>(missing), 0);
+        if (read <= 0) break;
+        bytes.append(buffer, static_cast<size_t>(read));
+    }
+    return bytes;
+}
+
+bool Connection::Send(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const int sent = send(socket_, bytes.data(), static_cast<int>(std::min<size_t>(bytes.size(), 1 << 20)), 0);
+        if (sent <= 0) return false;
+        bytes.remove_prefix(static_cast<size_t>(sent));
+    }
+    return true;
+}
+
+bool Connection::SendInPieces(std::string_view bytes, size_t piece) {
+    for (; !bytes.empty(); bytes.remove_prefix(std::min(piece, bytes.size()))) {
+        if (!Send(bytes.substr(0, piece))) return false;
+    }
+    return true;
+}
+
+bool Connection::WaitForEnd() {
+    char buffer[65536];
+    int count = 0;
+    while ((count = recv(socket_, buffer, sizeof buffer, 0)) > 0) {
+    }
+    return count == 0 || WSAGetLastError() != WSAETIMEDOUT;
+}
+
+void Connection::Close() {
+    closesocket(socket_);
+    socket_ = INVALID_SOCKET;
+}
+
+void Connection::Reset() {
+    const linger abort = {/*l_onoff=*/1, /*l_linger=*/0};
+    setsockopt(socket_, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&abort), sizeof abort);
+    Close();
+}
+
+Peer::Peer(Script script, int threads) : script_(std::move(script)), listener_(BindToLoopback(port_)) {
+    if (listen(listener_, SOMAXCONN) != 0) Die("a peer cannot listen");
+    for (int i = 0; i < threads; ++i) threads_.emplace_back([this] { Serve(); });
+}
+
+Peer::~Peer() {
+    monitor_.Update([this] { stopping_ = true; });
+    // Closing a listener under a waiting accept is not safe everywhere; a caller of our own is.
+    for (size_t i = 0; i < threads_.size(); ++i) ConnectOnce(port_);
+    threads_.clear();
+    closesocket(listener_);
+}
+
+void Peer::Serve() {
+    for (;;) {
+        const SOCKET accepted = accept(listener_, nullptr, nullptr);
+        if (accepted == INVALID_SOCKET) return;
+        size_t index = 0;
+        const bool stop = monitor_.Update([&] {
+            if (!stopping_) index = connections_++;
+            return stopping_;
+        });
+        if (stop) {
+            closesocket(accepted);
+            return;
+        }
+        Connection connection(*this, accepted, index);
+        script_(connection);
+    }
+}
+
+void Peer::NoteRequest(const std::string& request) {
+    monitor_.Update([&] { requests_.push_back(request); });
+}
+
+size_t Peer::Connections() {
+    return monitor_.Update([this] { return connections_; });
+}
+
+std::vector<std::string> Peer::Requests() {
+    return monitor_.Update([this] { return requests_; });
+}
+
+std::string Peer::WaitForRequest(size_t number) {
+    if (!monitor_.WaitUntil([&] { return requests_.size() > number; })) return {};
+    return Requests()[number];
+}
+
+Peer::Script Answer(std::string bytes) {
+    return [bytes = std::move(bytes)](Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(bytes);
+    };
+}
+
+Peer::Script AnswerByteByByte(std::string bytes) {
+    return [bytes = std::move(bytes)](Connection& connection) {
+        connection.ReadRequest();
+        connection.SendInPieces(bytes, 1);
+    };
+}
+
+FullListener::FullListener() : listener_(BindToLoopback(port_)) {
+    if (listen(listener_, 1) != 0) Die("a full listener cannot listen");
+    const sockaddr_in address = Loopback(port_);
+    // Callers join the queue until one of them has to wait outside.
+    for (bool queued = true; queued;) {
+        const SOCKET caller = socket(AF_INET, SOCK_STREAM, 0);
+        u_long on = 1;
+        ioctlsocket(caller, FIONBIO, &on);
+        connect(caller, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        waiting_.push_back(caller);
+        fd_set connected;
+        FD_ZERO(&connected);
+        FD_SET(caller, &connected);
+        timeval wait = {/*tv_sec=*/0, /*tv_usec=*/200 * 1000};
+        queued = select(0, nullptr, &connected, nullptr, &wait) == 1;
+    }
+}
+
+FullListener::~FullListener() {
+    for (const SOCKET caller : waiting_) closesocket(caller);
+    closesocket(listener_);
+}
+
+unsigned short DeadPort() {
+    unsigned short port = 0;
+    closesocket(BindToLoopback(port));
+    return port;
+}
+
+}  // namespace wpk::rig
