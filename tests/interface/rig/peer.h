@@ -75,8 +75,8 @@ private:
     void NoteRequest(const std::string& request);
 
     Script script_;
+    unsigned short port_ = 0;  // before the listener, which fills it
     SOCKET listener_;
-    unsigned short port_ = 0;
     Monitor monitor_;
     bool stopping_ = false;
     size_t connections_ = 0;
@@ -100,8 +100,8 @@ public:
     unsigned short port() const { return port_; }
 
 private:
+    unsigned short port_ = 0;  // before the listener, which fills it
     SOCKET listener_;
-    unsigned short port_ = 0;
     std::vector<SOCKET> waiting_;
 };
 
