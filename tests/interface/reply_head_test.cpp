@@ -31,7 +31,7 @@ void ExpectOutcome(const std::string& reply, int error) {
         ExpectFailure(request, error);
         EXPECT_EQ(request.inbox.All().size(), 1u) << "a refused reply must bring nothing but the failure";
     }
-    EXPECT_TRUE(FilesLike("", "stmp*").empty());
+    EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
 TEST(StatusLine, EveryKind_HasItsOutcome) {
@@ -43,21 +43,21 @@ TEST(StatusLine, EveryKind_HasItsOutcome) {
         {"HTTP/1.1 200 OK", kDelivered},
         {"http/1.0 200 OK", kDelivered},
         {"HTTP/1.0 200 Anything at all", kDelivered},
-        {"HTTP/1.0 200 ", kDelivered},          // an empty reason text, but a blank before it
-        {"HTTP/1.0 \t200\t OK", kDelivered},    // tabs around the code are trimmed
-        {"HTTPS 200 OK", kDelivered},           // any word that sorts behind "HTTP"
+        {"HTTP/1.0 200 ", kDelivered},        // an empty reason text, but a blank before it
+        {"HTTP/1.0 \t200\t OK", kDelivered},  // tabs around the code are trimmed
+        {"HTTPS 200 OK", kDelivered},         // any word that sorts behind "HTTP"
         {"icy 200 OK", kDelivered},
         {"ZZZ 200 OK", kDelivered},
-        {"HTTP/1.0 200", WPK_ERROR_EXCHANGE},   // no blank behind the code
-        {"HTTP/1.0", WPK_ERROR_EXCHANGE},       // no blank at all
+        {"HTTP/1.0 200", WPK_ERROR_EXCHANGE},  // no blank behind the code
+        {"HTTP/1.0", WPK_ERROR_EXCHANGE},      // no blank at all
         {"", WPK_ERROR_EXCHANGE},
-        {" HTTP/1.0 200 OK", WPK_ERROR_EXCHANGE},   // the first word is empty
-        {"HTTP 200 OK", WPK_ERROR_EXCHANGE},        // equal to "HTTP", not greater
+        {" HTTP/1.0 200 OK", WPK_ERROR_EXCHANGE},  // the first word is empty
+        {"HTTP 200 OK", WPK_ERROR_EXCHANGE},       // equal to "HTTP", not greater
         {"http 200 OK", WPK_ERROR_EXCHANGE},
         {"HTT 200 OK", WPK_ERROR_EXCHANGE},
         {"FTP/1.0 200 OK", WPK_ERROR_EXCHANGE},
         {"220 mail.example ESMTP", WPK_ERROR_EXCHANGE},
-        {"HTTP/1.0  200 OK", WPK_ERROR_EXCHANGE},   // the code is the empty word between two blanks
+        {"HTTP/1.0  200 OK", WPK_ERROR_EXCHANGE},  // the code is the empty word between two blanks
         {"HTTP/1.0 OK 200", WPK_ERROR_EXCHANGE},
         {"HTTP/1.0 0 OK", WPK_ERROR_EXCHANGE},
         {"HTTP/1.0 -200 OK", WPK_ERROR_EXCHANGE},
@@ -143,8 +143,8 @@ TEST(Headers, ContentLength_IsReadInAnyCaseAndTrimmed) {
 
 TEST(Headers, OtherHeaders_AreIgnored) {
     ExpectOutcome(Reply("HTTP/1.0 200 OK",
-                        {"Date: Thu, 01 Jan 1998 00:00:00 GMT", ":", ": no name", "X-Colons: a:b:c", "Empty:",
-                         "Transfer-Encoding: chunked", "Server: WPK/1.00", "Connection: keep-alive",
+                        {"Date: Thu, 01 Jan 1998 00:00:00 GMT", ":", ": no name", "X-Colons: a:b:c",
+                         "Empty:", "Transfer-Encoding: chunked", "Server: WPK/1.00", "Connection: keep-alive",
                          "Content-Length: 2"},
                         "ok"),
                   kDelivered);

@@ -44,8 +44,7 @@ ImportPatch::~ImportPatch() {
     for (void** slot : slots_) Write(slot, original_);
 }
 
-ImportPatch::ImportPatch(ImportPatch&& other) noexcept
-    : slots_(std::move(other.slots_)), original_(other.original_) {
+ImportPatch::ImportPatch(ImportPatch&& other) noexcept : slots_(std::move(other.slots_)), original_(other.original_) {
     other.slots_.clear();
 }
 

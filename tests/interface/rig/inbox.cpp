@@ -63,15 +63,24 @@ Notification Copy(const WPK_CALLBACKSTRUCT& record) {
     copy.user_data = record.lpUserData;
     copy.thread = GetCurrentThreadId();
     switch (record.nReason) {
-        case WPK_REASON_FAILURE: CopyFailure(record, copy); break;
-        case WPK_REASON_PROGRESS: CopyProgress(record, copy); break;
-        case WPK_REASON_REPLY: CopyReply(record, copy); break;
+        case WPK_REASON_FAILURE:
+            CopyFailure(record, copy);
+            break;
+        case WPK_REASON_PROGRESS:
+            CopyProgress(record, copy);
+            break;
+        case WPK_REASON_REPLY:
+            CopyReply(record, copy);
+            break;
         case WPK_REASON_CONNECTION:
             copy.connected = record.body.connection.dwConnected;
             copy.rest_is_zero = ZeroFrom(record, offsetof(WPK_CALLBACKSTRUCT, body.connection) + sizeof(int));
             break;
-        case WPK_REASON_CREDENTIALS: CopyCredentials(record, copy); break;
-        default: break;
+        case WPK_REASON_CREDENTIALS:
+            CopyCredentials(record, copy);
+            break;
+        default:
+            break;
     }
     return copy;
 }

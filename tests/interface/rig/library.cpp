@@ -31,7 +31,9 @@ Library::Library(std::string path) : path_(std::move(path)), module_(LoadLibrary
     cancel_ = Find<decltype(&WPK_Cancel)>(module_, "WPK_Cancel");
 }
 
-Library Library::Load() { return Library("wpk.dll"); }
+Library Library::Load() {
+    return Library("wpk.dll");
+}
 
 Library Library::LoadFresh() {
     static std::atomic<int> count{0};

@@ -79,8 +79,8 @@ public:
     explicit Thread(std::function<void()> body) : body_(new std::function<void()>(std::move(body))) {
         handle_ = CreateThread(nullptr, 0, &Thread::Run, body_, 0, nullptr);
     }
-    Thread(Thread&& other) noexcept : body_(std::exchange(other.body_, nullptr)),
-                                      handle_(std::exchange(other.handle_, nullptr)) {}
+    Thread(Thread&& other) noexcept
+        : body_(std::exchange(other.body_, nullptr)), handle_(std::exchange(other.handle_, nullptr)) {}
     Thread& operator=(Thread&&) = delete;
     ~Thread() { Join(); }
 

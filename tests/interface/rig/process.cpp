@@ -75,7 +75,9 @@ std::string ProgramFolder() {
     return path.substr(0, path.rfind('\\') + 1);
 }
 
-std::string ScratchFolder() { return ProgramFolder() + ProgramStem() + "_scratch\\"; }
+std::string ScratchFolder() {
+    return ProgramFolder() + ProgramStem() + "_scratch\\";
+}
 
 void EnterScratchFolder(bool clean) {
     const std::string folder = ScratchFolder();
@@ -98,7 +100,9 @@ std::vector<std::string> FilesLike(const std::string& folder, const std::string&
     return names;
 }
 
-bool FileExists(const std::string& path) { return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
+bool FileExists(const std::string& path) {
+    return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
 
 unsigned long long FileSize(const std::string& path) {
     WIN32_FILE_ATTRIBUTE_DATA data = {};
@@ -136,7 +140,9 @@ bool WaitForOtherThreads(const std::set<DWORD>& known) {
     return true;
 }
 
-ScenarioEntry::ScenarioEntry(const char* name, Scenario scenario) { Scenarios()[name] = scenario; }
+ScenarioEntry::ScenarioEntry(const char* name, Scenario scenario) {
+    Scenarios()[name] = scenario;
+}
 
 Child::Child(const std::string& scenario, const std::string& argument, const std::string& program_name) {
     std::string program = ProgramPath();
@@ -158,7 +164,9 @@ Child::Child(const std::string& scenario, const std::string& argument, const std
     process_ = started.hProcess;
 }
 
-Child::~Child() { CloseHandle(process_); }
+Child::~Child() {
+    CloseHandle(process_);
+}
 
 DWORD Child::Wait() {
     DWORD code = 0xDEAD;

@@ -62,9 +62,9 @@ int RunScenario(int argc, char** argv);
 }  // namespace wpk::rig
 
 // Defines a scenario: a function body with the parameter `argument` that returns its exit code.
-#define WPK_SCENARIO(name)                                                 \
-    int name(const std::string& argument);                                 \
-    const wpk::rig::ScenarioEntry name##_entry(#name, name);               \
+#define WPK_SCENARIO(name)                                   \
+    int name(const std::string& argument);                   \
+    const wpk::rig::ScenarioEntry name##_entry(#name, name); \
     int name([[maybe_unused]] const std::string& argument)
 
 #endif

@@ -33,9 +33,13 @@ unsigned int Request::Send(const Library& library) {
     return handle_;
 }
 
-bool Request::Run(const Library& library) { return Send(library) != 0 && WaitForEnd(); }
+bool Request::Run(const Library& library) {
+    return Send(library) != 0 && WaitForEnd();
+}
 
-bool Request::WaitForEnd() { return inbox.WaitForFinal() && inbox.WaitForThreadEnd(); }
+bool Request::WaitForEnd() {
+    return inbox.WaitForFinal() && inbox.WaitForThreadEnd();
+}
 
 Notification Request::Final() {
     for (const Notification& one : inbox.All()) {

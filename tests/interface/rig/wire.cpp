@@ -103,7 +103,9 @@ std::string OkHead(unsigned long long length) {
     return Reply("HTTP/1.0 200 OK", {"Server: WPK/1.00", "Content-Length: " + std::to_string(length)});
 }
 
-std::string Ok(const std::string& body) { return OkHead(body.size()) + body; }
+std::string Ok(const std::string& body) {
+    return OkHead(body.size()) + body;
+}
 
 std::string Reply(const std::string& status, const std::vector<std::string>& headers, const std::string& body) {
     std::string reply = status + "\r\n";

@@ -1,0 +1,278 @@
+// Cancelling a request in each phase of its life.
+// SPDX-License-Identifier: MIT
+#include "interface/rig/peer.h"
+#include "interface/rig/process.h"
+#include "interface/rig/request.h"
+#include "interface/rig/wire.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+
+namespace wpk::rig {
+namespace {
+
+// A cancel is promised to be seen within 250 ms; the rest is what a machine under load may add.
+constexpr ULONGLONG kCancelLimit = 250 + 500;
+
+const Library& TheLibrary() {
+    static const Library library = StartFresh();
+    return library;
+}
+
+// Cancels a request that is stuck somewhere, and expects its end in time.
+void CancelAndExpectTheEnd(Request& request) {
+    const ULONGLONG begin = GetTickCount64();
+    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    ASSERT_TRUE(request.inbox.WaitForFinal());
+    EXPECT_LE(GetTickCount64() - begin, kCancelLimit);
+    ASSERT_TRUE(request.inbox.WaitForThreadEnd());
+    ExpectFailure(request, WPK_ERROR_CANCELLED);
+}
+
+TEST(CancelWhileConnecting, ToAListenerThatNeverAccepts_EndsTheRequest) {
+    const FullListener listener;
+    Request request(listener.port());
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    CancelAndExpectTheEnd(request);
+}
+
+TEST(CancelWhileConnecting, AtOnceAfterTheSend_EndsTheRequest) {
+    const FullListener listener;
+    for (int i = 0; i < 20; ++i) {
+        Request request(listener.port());
+        ASSERT_NE(request.Send(TheLibrary()), 0u);
+        CancelAndExpectTheEnd(request);
+    }
+}
+
+// The wait for the connection is the same, whatever the system makes of the refusal.
+TEST(CancelWhileConnecting, ToAPortWithoutListener_EndsTheRequest) {
+    Request request(DeadPort());
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    CancelAndExpectTheEnd(request);
+}
+
+TEST(CancelWhileSending, ToAPeerThatDoesNotRead_EndsTheRequest) {
+    Signal sending;
+    Signal done;
+    Peer peer([&](Connection& connection) {
+        connection.ReadBytes(4);
+        sending.Set();
+        done.Wait();
+    });
+    // Far more than the system keeps under way for a connection.
+    Request request(peer.port(), Pattern(64u << 20));
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    ASSERT_TRUE(sending.Wait());
+    CancelAndExpectTheEnd(request);
+    done.Set();
+}
+
+TEST(CancelWhileWaitingForTheHead, OfASilentPeer_EndsTheRequestAndClosesItsConnection) {
+    Signal closed;
+    Peer peer([&](Connection& connection) {
+        connection.ReadRequest();
+        if (connection.WaitForEnd()) closed.Set();
+    });
+    Request request(peer.port());
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    ASSERT_FALSE(peer.WaitForRequest().empty());
+    CancelAndExpectTheEnd(request);
+    EXPECT_TRUE(closed.Wait());
+}
+
+TEST(CancelWhileWaitingForTheHead, ThatHasBegun_EndsTheRequest) {
+    Signal begun;
+    Peer peer([&](Connection& connection) {
+        connection.ReadRequest();
+        connection.Send("HTTP/1.0 200 OK\r\nServer: WPK/1.00\r\nContent-Le");
+        begun.Set();
+        connection.WaitForEnd();
+    });
+    Request request(peer.port());
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    ASSERT_TRUE(begun.Wait());
+    CancelAndExpectTheEnd(request);
+}
+
+TEST(CancelInTheBody, OfAStalledReply_EndsTheRequest) {
+    for (const size_t size : {100u, 100000u}) {
+        Peer peer([size](Connection& connection) {
+            connection.ReadRequest();
+            connection.Send(OkHead(size) + Pattern(50));
+            connection.WaitForEnd();
+        });
+        Request request(peer.port());
+        ASSERT_NE(request.Send(TheLibrary()), 0u);
+        ASSERT_TRUE(request.inbox.WaitForCount(1));
+        CancelAndExpectTheEnd(request);
+    }
+}
+
+TEST(CancelInTheBody, OfAReplyThatKeepsComing_EndsTheRequest) {
+    Peer peer([](Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(OkHead(200000000));
+        const std::string more(65536, 'm');
+        while (connection.Send(more)) {
+        }
+    });
+    Request request(peer.port());
+    request.inbox.DropProgress();
+    Signal running;
+    request.inbox.inside = [&](WPK_CALLBACKSTRUCT&) { running.Set(); };
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    ASSERT_TRUE(running.Wait());
+    CancelAndExpectTheEnd(request);
+    EXPECT_TRUE(FilesLike("", "tmp*").empty());
+}
+
+TEST(CancelInsideACallback, OfItsOwnProgress_EndsTheRequest) {
+    Peer peer([](Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(OkHead(100) + Pattern(50));
+        connection.WaitForEnd();
+    });
+    Request request(peer.port());
+    request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
+        if (record.nReason == WPK_REASON_PROGRESS) TheLibrary().Cancel(GetCurrentThreadId());
+    };
+    RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_CANCELLED);
+}
+
+TEST(CancelInsideACallback, OfItsOwnReply_IsTooLate) {
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    int answer = 0;
+    request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
+        if (record.nReason == WPK_REASON_REPLY) answer = TheLibrary().Cancel(GetCurrentThreadId());
+    };
+    RunAndExpectReply(TheLibrary(), request, "ok");
+    EXPECT_EQ(answer, 1);
+}
+
+TEST(CancelInsideACallback, OfAnotherRequest_EndsThatOneOnly) {
+    Peer silent([](Connection& connection) { connection.WaitForEnd(); });
+    Peer peer(Answer(Ok("ok")));
+    Request other(silent.port());
+    ASSERT_NE(other.Send(TheLibrary()), 0u);
+    Request request(peer.port());
+    request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
+        if (record.nReason == WPK_REASON_REPLY) TheLibrary().Cancel(other.handle());
+    };
+    RunAndExpectReply(TheLibrary(), request, "ok");
+    ASSERT_TRUE(other.WaitForEnd());
+    ExpectFailure(other, WPK_ERROR_CANCELLED);
+}
+
+TEST(CancelWhileACallbackRuns, IsSeenWhenTheCallbackReturns) {
+    Signal inside;
+    Signal cancelled;
+    Peer peer([](Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(OkHead(100) + Pattern(50));
+        connection.WaitForEnd();
+    });
+    Request request(peer.port());
+    request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
+        if (record.nReason != WPK_REASON_PROGRESS) return;
+        inside.Set();
+        cancelled.Wait();
+    };
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    ASSERT_TRUE(inside.Wait());
+    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    EXPECT_EQ(request.inbox.Finals(), 0u);
+    cancelled.Set();
+    ASSERT_TRUE(request.WaitForEnd());
+    ExpectFailure(request, WPK_ERROR_CANCELLED);
+}
+
+TEST(CancelTwice, EndsTheRequestOnce) {
+    Peer silent([](Connection& connection) { connection.WaitForEnd(); });
+    Request request(silent.port());
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    ASSERT_TRUE(request.WaitForEnd());
+    ExpectFailure(request, WPK_ERROR_CANCELLED);
+}
+
+TEST(CancelAfterTheEnd, ReturnsOneAndChangesNothing) {
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    RunAndExpectReply(TheLibrary(), request, "ok");
+    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    ExpectReply(request, "ok");
+    Request next(peer.port());
+    RunAndExpectReply(TheLibrary(), next, "ok");
+}
+
+TEST(CancelOfNothing, ReturnsZeroForNoHandleAndOneForAnUnknownOne) {
+    EXPECT_EQ(TheLibrary().Cancel(0), 0);
+    EXPECT_EQ(TheLibrary().Cancel(0xFFFFFFFF), 1);
+    EXPECT_EQ(TheLibrary().Cancel(1), 1);
+    EXPECT_EQ(TheLibrary().Cancel(GetCurrentThreadId()), 1);
+}
+
+// Cancels fly at random while replies come at random. A cancel that hit the wrong socket would break a neighbour:
+// every request that nobody cancelled must get its own reply, every other one its own reply or the cancel.
+TEST(CancelStorm, NeverTouchesARequestThatIsNotMeant) {
+    constexpr int kSenders = 4;
+    constexpr int kRounds = 75;
+    Peer peer(
+        [](Connection& connection) {
+            const std::string message = MessageOf(connection.ReadRequest());
+            if (message.empty()) return;
+            const std::string reply = Ok(message + " answered");
+            // Two segments: the request is caught in its head, its body, or behind it.
+            connection.Send(reply.substr(0, 10 + message.size() % 60));
+            connection.Send(reply.substr(10 + message.size() % 60));
+        },
+        8);
+
+    const std::set<DWORD> before = ThreadIds();
+    std::vector<std::unique_ptr<Request>> requests(kSenders * kRounds);
+    {
+        std::vector<Thread> senders;
+        for (int sender = 0; sender < kSenders; ++sender) {
+            senders.emplace_back([&, sender] {
+                std::minstd_rand random(static_cast<unsigned>(sender) + 1);
+                for (int round = 0; round < kRounds; ++round) {
+                    std::unique_ptr<Request>& request = requests[static_cast<size_t>(sender * kRounds + round)];
+                    request = std::make_unique<Request>(
+                        peer.port(), std::string(1 + random() % 90, 'a') + std::to_string(sender * kRounds + round));
+                    request->Send(TheLibrary());
+                    // Every third request is left alone; the others are cancelled now or a little later.
+                    if (round % 3 == 0) continue;
+                    for (unsigned spin = random() % 3; spin > 0; --spin) SwitchToThread();
+                    TheLibrary().Cancel(request->handle());
+                    // And once more one that has gone by: its handle may be somebody else's by now, but never the
+                    // handle of a request that is left alone, whose thread still runs or has run to its end.
+                    if (round % 7 == 0) request->WaitForEnd();
+                }
+            });
+        }
+    }
+    int cancelled = 0;
+    for (size_t i = 0; i < requests.size(); ++i) {
+        SCOPED_TRACE(i);
+        ASSERT_NE(requests[i]->handle(), 0u);
+        ASSERT_TRUE(requests[i]->WaitForEnd());
+        const bool may_be_cancelled = i % kRounds % 3 != 0;
+        if (may_be_cancelled && requests[i]->Final().reason == WPK_REASON_FAILURE) {
+            ExpectFailure(*requests[i], WPK_ERROR_CANCELLED);
+            ++cancelled;
+        } else {
+            ExpectReply(*requests[i], requests[i]->message() + " answered");
+        }
+    }
+    EXPECT_GT(cancelled, 0);
+    EXPECT_TRUE(WaitForOtherThreads(before));
+    Request after(peer.port(), "after the storm");
+    RunAndExpectReply(TheLibrary(), after, "after the storm answered");
+}
+
+}  // namespace
+}  // namespace wpk::rig

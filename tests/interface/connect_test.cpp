@@ -1,0 +1,89 @@
+// Time-outs and connections that cannot be made. Slow by nature: all waits run side by side.
+// SPDX-License-Identifier: MIT
+#include "interface/rig/peer.h"
+#include "interface/rig/request.h"
+#include "interface/rig/wire.h"
+
+#include <gtest/gtest.h>
+
+namespace wpk::rig {
+namespace {
+
+constexpr ULONGLONG kSecond = 1000;
+
+const Library& TheLibrary() {
+    static const Library library = StartFresh();
+    return library;
+}
+
+TEST(Connect, HostNameThatDoesNotExist_EndsWithConnectFailure) {
+    for (const char* host : {"no-such-host.invalid", "256.256.256.256", "not a host name", ":::"}) {
+        SCOPED_TRACE(host);
+        Request request(80);
+        request.Server(host);
+        RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_CONNECT);
+    }
+}
+
+// How long a request took, from its send to its final notification.
+class Timed {
+public:
+    explicit Timed(unsigned short port) : request(port) {
+        request.inbox.inside = [this](WPK_CALLBACKSTRUCT&) { end_ = GetTickCount64(); };
+        request.Send(TheLibrary());
+    }
+    ULONGLONG Duration() const { return end_ - begin_; }
+
+    Request request;
+
+private:
+    ULONGLONG begin_ = GetTickCount64();
+    ULONGLONG end_ = 0;
+};
+
+TEST(Timeouts, ConnectTakesAtMost30SecondsAndEveryByteOfTheHead60) {
+    const FullListener full;
+    Peer silent([](Connection& connection) {
+        connection.ReadRequest();
+        connection.WaitForEnd();
+    });
+    Peer halting([](Connection& connection) {
+        connection.ReadRequest();
+        connection.Send("HTTP/1.0 200 OK\r\nServer: WPK");
+        connection.WaitForEnd();
+    });
+    // The body has no time-out: this peer pauses for longer than any byte of a head may take.
+    Signal others_are_done;
+    Peer pausing([&](Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(OkHead(4) + "pa");
+        others_are_done.Wait();
+        connection.Send("us");
+    });
+
+    Timed refused(DeadPort());
+    Timed never_accepted(full.port());
+    Timed without_head(silent.port());
+    Timed with_half_a_head(halting.port());
+    Timed with_half_a_body(pausing.port());
+
+    for (Timed* timed : {&refused, &never_accepted}) {
+        ASSERT_TRUE(timed->request.WaitForEnd());
+        ExpectFailure(timed->request, WPK_ERROR_CONNECT);
+        EXPECT_LE(timed->Duration(), 40 * kSecond);
+    }
+    EXPECT_GE(never_accepted.Duration(), 29 * kSecond);
+    for (Timed* timed : {&without_head, &with_half_a_head}) {
+        ASSERT_TRUE(timed->request.WaitForEnd());
+        ExpectFailure(timed->request, WPK_ERROR_EXCHANGE);
+        EXPECT_GE(timed->Duration(), 59 * kSecond);
+        EXPECT_LE(timed->Duration(), 75 * kSecond);
+    }
+    EXPECT_EQ(with_half_a_body.request.inbox.Finals(), 0u);
+    others_are_done.Set();
+    ASSERT_TRUE(with_half_a_body.request.WaitForEnd());
+    ExpectReply(with_half_a_body.request, "paus");
+}
+
+}  // namespace
+}  // namespace wpk::rig

@@ -1,0 +1,356 @@
+// Initialisation, calls before it, connection types, freeing the library, the end of the process.
+// SPDX-License-Identifier: MIT
+#include "interface/rig/import_patch.h"
+#include "interface/rig/peer.h"
+#include "interface/rig/process.h"
+#include "interface/rig/request.h"
+#include "interface/rig/wire.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+
+namespace wpk::rig {
+namespace {
+
+// Default callbacks may come as long as the process lives.
+Inbox& NewInbox() {
+    return *new Inbox;
+}
+
+TEST(BeforeInit, SendAndCancel_ReturnZeroAndNoCallbackComes) {
+    const Library library = Library::LoadFresh();
+    const std::set<DWORD> before = ThreadIds();
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    EXPECT_EQ(request.Send(library), 0u);
+    EXPECT_EQ(library.Send(nullptr), 0u);
+    EXPECT_EQ(library.Cancel(0), 0);
+    EXPECT_EQ(library.Cancel(4711), 0);
+    // Whatever had been started would have to run on a thread: besides the peer's there is none.
+    EXPECT_EQ(ThreadIds().size(), before.size() + 1);
+    EXPECT_TRUE(request.inbox.All().empty());
+    EXPECT_EQ(peer.Connections(), 0u);
+}
+
+TEST(BeforeInit, LoadingAndFreeing_LeavesNothingBehind) {
+    // Once for everything that the system itself sets up.
+    FreeLibrary(Library::LoadFresh().module());
+    const size_t handles = HandleCount();
+    const size_t threads = ThreadIds().size();
+    for (int i = 0; i < 5; ++i) {
+        const Library library = Library::LoadFresh();
+        EXPECT_TRUE(FreeLibrary(library.module()));
+        EXPECT_EQ(GetModuleHandleA(library.path().c_str()), nullptr);
+    }
+    EXPECT_EQ(HandleCount(), handles);
+    EXPECT_EQ(ThreadIds().size(), threads);
+}
+
+TEST(Init, WithNull_ReturnsZeroAndStaysUninitialised) {
+    const Library library = Library::LoadFresh();
+    EXPECT_EQ(library.Init(nullptr), 0);
+    Request request(DeadPort());
+    EXPECT_EQ(request.Send(library), 0u);
+    Inbox& inbox = NewInbox();
+    const WPK_INITSTRUCT settings = PermanentSettings(inbox);
+    EXPECT_EQ(library.Init(&settings), 1);
+    EXPECT_EQ(library.Init(nullptr), 0);
+}
+
+TEST(Init, Twice_ReturnsOneAndLeavesTheFirstSettingsInForce) {
+    const Library library = Library::LoadFresh();
+    Inbox& first = NewInbox();
+    Inbox& second = NewInbox();
+    WPK_INITSTRUCT settings = PermanentSettings(first);
+    ASSERT_EQ(library.Init(&settings), 1);
+    const std::set<DWORD> threads = ThreadIds();
+    settings = PermanentSettings(second);
+    settings.nConnectionType = WPK_CONNECTION_NEVER;
+    EXPECT_EQ(library.Init(&settings), 1);
+    EXPECT_EQ(ThreadIds(), threads);
+
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    request.record.lpfnCallback = nullptr;
+    ASSERT_NE(request.Send(library), 0u);
+    ASSERT_TRUE(first.WaitForFinal());
+    ASSERT_TRUE(first.WaitForThreadEnd());
+    EXPECT_EQ(first.All().back().bytes, "ok");
+    EXPECT_TRUE(second.All().empty());
+}
+
+TEST(Init, StartsOneThread) {
+    const Library library = Library::LoadFresh();
+    const size_t before = ThreadIds().size();
+    const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
+    ASSERT_EQ(library.Init(&settings), 1);
+    EXPECT_EQ(ThreadIds().size(), before + 1);
+}
+
+TEST(Init, FromManyThreadsAtOnce_StartsOneService) {
+    for (int round = 0; round < 5; ++round) {
+        const Library library = Library::LoadFresh();
+        const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
+        const size_t before = ThreadIds().size();
+        Signal go;
+        int results[4] = {};
+        std::vector<Thread> threads;
+        for (int& result : results) {
+            threads.emplace_back([&] {
+                go.Wait();
+                result = library.Init(&settings);
+            });
+        }
+        go.Set();
+        threads.clear();
+        for (const int result : results) EXPECT_EQ(result, 1);
+        EXPECT_EQ(ThreadIds().size(), before + 1);
+        Peer peer(Answer(Ok("ok")));
+        Request request(peer.port());
+        RunAndExpectReply(library, request, "ok");
+    }
+}
+
+TEST(Init, WhileOthersSend_LetsEverySendFailOrWork) {
+    const Library library = Library::LoadFresh();
+    const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
+    Peer peer(Answer(Ok("ok")), 2);
+    Signal go;
+    std::vector<std::unique_ptr<Request>> requests;
+    for (int i = 0; i < 40; ++i) requests.push_back(std::make_unique<Request>(peer.port()));
+    std::vector<Thread> senders;
+    for (size_t sender = 0; sender < 4; ++sender) {
+        senders.emplace_back([&, sender] {
+            go.Wait();
+            for (size_t i = sender; i < requests.size(); i += 4) requests[i]->Send(library);
+        });
+    }
+    go.Set();
+    EXPECT_EQ(library.Init(&settings), 1);
+    senders.clear();
+    for (const auto& request : requests) {
+        if (request->handle() == 0) {
+            EXPECT_TRUE(request->inbox.All().empty());
+            continue;
+        }
+        ASSERT_TRUE(request->WaitForEnd());
+        ExpectReply(*request, "ok");
+    }
+}
+
+// Settings with one connection type, whatever its value.
+WPK_INITSTRUCT SettingsOfType(WPK_INT64 type, Inbox& inbox) {
+    WPK_INITSTRUCT settings = PermanentSettings(inbox);
+    settings.nConnectionType = type;
+    return settings;
+}
+
+void ExpectNoNetwork(const Library& library) {
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    RunAndExpectFailure(library, request, WPK_ERROR_NO_NETWORK);
+    EXPECT_EQ(request.inbox.All().size(), 1u);
+    EXPECT_EQ(peer.Connections(), 0u) << "the network was touched";
+}
+
+// The first word about the connection: there is none, said on a thread that is not the caller's.
+void ExpectToldOfNoConnection(Inbox& inbox) {
+    ASSERT_TRUE(inbox.WaitForCount(1));
+    const Notification told = inbox.All()[0];
+    EXPECT_EQ(told.reason, static_cast<unsigned int>(WPK_REASON_CONNECTION));
+    EXPECT_EQ(told.connected, 0u);
+    EXPECT_EQ(told.user_data, &inbox);
+    EXPECT_NE(told.thread, GetCurrentThreadId());
+    EXPECT_TRUE(told.rest_is_zero);
+}
+
+TEST(ConnectionType, Never_IsToldOnceAndEveryRequestFails) {
+    const Library library = Library::LoadFresh();
+    Inbox& inbox = NewInbox();
+    const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_NEVER, inbox);
+    ASSERT_EQ(library.Init(&settings), 1);
+    ExpectToldOfNoConnection(inbox);
+    // The thread that told it ends; had it more to say, it would have said so.
+    EXPECT_TRUE(inbox.WaitForThreadEnd());
+    EXPECT_EQ(inbox.All().size(), 1u);
+    ExpectNoNetwork(library);
+}
+
+TEST(ConnectionType, DialUp_BeginsWithoutConnection) {
+    const Library library = Library::LoadFresh();
+    Inbox& inbox = NewInbox();
+    const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_DIAL_UP, inbox);
+    ASSERT_EQ(library.Init(&settings), 1);
+    ExpectToldOfNoConnection(inbox);
+    ExpectNoNetwork(library);
+}
+
+TEST(ConnectionType, Permanent_WorksAtOnceAndTellsNothing) {
+    const Library library = Library::LoadFresh();
+    Inbox& inbox = NewInbox();
+    const std::set<DWORD> before = ThreadIds();
+    const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_PERMANENT, inbox);
+    ASSERT_EQ(library.Init(&settings), 1);
+    {
+        Peer peer(Answer(Ok("ok")));
+        Request request(peer.port());
+        RunAndExpectReply(library, request, "ok");
+    }
+    // Only the front desk is left: nobody is there who could still tell anything.
+    EXPECT_EQ(ThreadIds().size(), before.size() + 1);
+    EXPECT_TRUE(inbox.All().empty());
+}
+
+TEST(ConnectionType, AutomaticWithRemoteAccess_IsDialUp) {
+    const HMODULE remote_access = LoadLibraryA("rasapi32.dll");
+    if (!remote_access) GTEST_SKIP() << "this system has no rasapi32.dll";
+    FreeLibrary(remote_access);
+    const Library library = Library::LoadFresh();
+    Inbox& inbox = NewInbox();
+    const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_AUTOMATIC, inbox);
+    ASSERT_EQ(library.Init(&settings), 1);
+    ExpectToldOfNoConnection(inbox);
+    ExpectNoNetwork(library);
+}
+
+std::string asked_for;
+
+HMODULE WINAPI LoadNothing(LPCSTR name) {
+    asked_for = name;
+    SetLastError(ERROR_MOD_NOT_FOUND);
+    return nullptr;
+}
+
+TEST(ConnectionType, AutomaticWithoutRemoteAccess_IsPermanent) {
+    const Library library = Library::LoadFresh();
+    const ImportPatch load(library.module(), "LoadLibraryA", AddressOf(&LoadNothing));
+    ASSERT_TRUE(load.Found());
+    Inbox& inbox = NewInbox();
+    const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_AUTOMATIC, inbox);
+    ASSERT_EQ(library.Init(&settings), 1);
+    EXPECT_EQ(asked_for, "rasapi32.dll");
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    RunAndExpectReply(library, request, "ok");
+    EXPECT_TRUE(inbox.All().empty());
+}
+
+TEST(ConnectionType, Unknown_LeavesTheLibraryWithoutNetworkAndTellsNothing) {
+    // The last one would be "permanent" if only half of the number were looked at.
+    for (const WPK_INT64 type : {4LL, -1LL, 0x100000002LL}) {
+        SCOPED_TRACE(type);
+        const Library library = Library::LoadFresh();
+        Inbox& inbox = NewInbox();
+        const std::set<DWORD> before = ThreadIds();
+        const WPK_INITSTRUCT settings = SettingsOfType(type, inbox);
+        ASSERT_EQ(library.Init(&settings), 1);
+        ExpectNoNetwork(library);
+        EXPECT_EQ(ThreadIds().size(), before.size() + 1);
+        EXPECT_TRUE(inbox.All().empty());
+    }
+}
+
+int WSAAPI NoSockets(WORD, WSADATA*) {
+    return WSASYSNOTREADY;
+}
+
+TEST(ConnectionType, PermanentWithoutSockets_IsInitialisedButHasNoNetwork) {
+    const Library library = Library::LoadFresh();
+    const ImportPatch start(library.module(), "WSAStartup", AddressOf(&NoSockets));
+    ASSERT_TRUE(start.Found());
+    Inbox& inbox = NewInbox();
+    const WPK_INITSTRUCT settings = PermanentSettings(inbox);
+    ASSERT_EQ(library.Init(&settings), 1);
+    ExpectNoNetwork(library);
+    EXPECT_TRUE(inbox.All().empty());
+}
+
+// Children: what can be seen only from outside.
+
+constexpr int kGood = 0;
+
+// Frees the library as often as it likes while requests are under way, uses them to their end, and ends.
+WPK_SCENARIO(FreeWhileRequestsRun) {
+    Signal go;
+    Peer peer(
+        [&](Connection& connection) {
+            connection.ReadRequest();
+            go.Wait();
+            connection.Send(Ok(Pattern(20000)));
+        },
+        8);
+    const Library library = Library::Load();
+    const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
+    if (library.Init(&settings) != 1) return 1;
+    std::vector<std::unique_ptr<Request>> requests;
+    for (int i = 0; i < 8; ++i) {
+        requests.push_back(std::make_unique<Request>(peer.port()));
+        if (requests.back()->Send(library) == 0) return 2;
+    }
+    for (int i = 0; i < 10; ++i) FreeLibrary(library.module());
+    go.Set();
+    for (const auto& request : requests) {
+        if (!request->WaitForEnd() || request->Final().bytes != Pattern(20000)) return 3;
+    }
+    return kGood;
+}
+
+TEST(FreeLibrary, WhileRequestsRun_LetsThemEndAndTheProcessToo) {
+    EXPECT_EQ(Child("FreeWhileRequestsRun", "").Wait(), static_cast<DWORD>(kGood));
+}
+
+// Ends the process in the way that `argument` names, with requests in every phase and a spool file on disk.
+WPK_SCENARIO(EndWithRequestsInFlight) {
+    Peer& peer = *new Peer(
+        [](Connection& connection) {
+            connection.ReadRequest();
+            if (connection.index() % 2 == 0) connection.Send(OkHead(50000) + Pattern(20000));
+            connection.WaitForEnd();
+        },
+        4);
+    const Library library = Library::Load();
+    const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
+    if (library.Init(&settings) != 1) return 1;
+    for (int i = 0; i < 4; ++i) {
+        Request& request = *new Request(peer.port());
+        if (request.Send(library) == 0) return 2;
+        if (peer.WaitForRequest(static_cast<size_t>(i)).empty()) return 3;
+        if (i % 2 == 0 && !request.inbox.WaitForCount(1)) return 4;
+    }
+    Request& connecting = *new Request(DeadPort());
+    connecting.Send(library);
+    if (FilesLike("", "tmp*").size() != 2) return 5;
+    if (argument == "exit") ExitProcess(kGood);
+    if (argument == "terminate") TerminateProcess(GetCurrentProcess(), kGood);
+    return kGood;
+}
+
+TEST(ProcessEnd, WithRequestsInFlight_IsCleanAndLeavesNoFile) {
+    for (const char* way : {"return", "exit", "terminate"}) {
+        SCOPED_TRACE(way);
+        EXPECT_EQ(Child("EndWithRequestsInFlight", way).Wait(), static_cast<DWORD>(kGood));
+        EXPECT_TRUE(FilesLike("", "tmp*").empty());
+    }
+}
+
+// Loads, initialises, sends nothing, frees, ends.
+WPK_SCENARIO(EndAfterInit) {
+    const Library library = Library::Load();
+    WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
+    settings.nConnectionType = std::atoi(argument.c_str());
+    if (library.Init(&settings) != 1) return 1;
+    FreeLibrary(library.module());
+    return kGood;
+}
+
+TEST(ProcessEnd, AfterInitOfEveryType_IsClean) {
+    for (const char* type : {"0", "1", "2", "3", "4"}) {
+        SCOPED_TRACE(type);
+        EXPECT_EQ(Child("EndAfterInit", type).Wait(), static_cast<DWORD>(kGood));
+    }
+}
+
+}  // namespace
+}  // namespace wpk::rig

@@ -1,0 +1,285 @@
+// Replies that are too large for memory go through a temporary file, which never outlives its exchange.
+// SPDX-License-Identifier: MIT
+#include "interface/rig/import_patch.h"
+#include "interface/rig/peer.h"
+#include "interface/rig/process.h"
+#include "interface/rig/request.h"
+#include "interface/rig/wire.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace wpk::rig {
+namespace {
+
+constexpr size_t kSpooled = 10241;
+constexpr size_t kInMemory = 10240;
+
+const Library& TheLibrary() {
+    static const Library library = StartFresh();
+    return library;
+}
+
+std::string SpoolName(unsigned int handle) {
+    return "tmp" + std::to_string(handle);
+}
+
+void MakeFile(const std::string& name) {
+    const HANDLE file = CreateFileA(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE) << name;
+    CloseHandle(file);
+}
+
+std::vector<std::string> SpoolFiles() {
+    return FilesLike("", "tmp*");
+}
+
+// The names and sizes of spool files that one request showed while its callbacks ran.
+struct Sighting {
+    std::vector<std::string> names;
+    unsigned long long size = 0;
+};
+
+// Runs a request whose reply has that many bytes; `before_reply` runs when the handle is known and nothing has been
+// answered yet. Looks for spool files from inside every callback.
+Sighting Spool(size_t size, const std::function<void(unsigned int)>& before_reply = {}) {
+    Signal go;
+    const std::string body = Pattern(size);
+    Peer peer([&](Connection& connection) {
+        connection.ReadRequest();
+        go.Wait();
+        connection.Send(Ok(body));
+    });
+    Request request(peer.port());
+    Sighting sighting;
+    request.inbox.inside = [&](WPK_CALLBACKSTRUCT&) {
+        sighting.names = SpoolFiles();
+        if (!sighting.names.empty()) sighting.size = FileSize(sighting.names.back());
+    };
+    EXPECT_NE(request.Send(TheLibrary()), 0u);
+    if (before_reply) before_reply(request.handle());
+    go.Set();
+    EXPECT_TRUE(request.WaitForEnd());
+    ExpectReply(request, body);
+    return sighting;
+}
+
+TEST(Spool, ReplyOf10240Bytes_StaysInMemory) {
+    EXPECT_TRUE(Spool(kInMemory).names.empty());
+}
+
+// This system reports itself as newer than those whose temporary directory is looked up: the name has no directory.
+TEST(Spool, ReplyOf10241Bytes_GoesThroughAFileNamedAfterTheThread) {
+    unsigned int handle = 0;
+    const Sighting sighting = Spool(kSpooled, [&](unsigned int its) { handle = its; });
+    EXPECT_EQ(sighting.names, std::vector<std::string>{SpoolName(handle)});
+    EXPECT_EQ(sighting.size, kSpooled);
+    EXPECT_TRUE(SpoolFiles().empty()) << "the file outlived its request";
+}
+
+TEST(Spool, NameThatExists_IsLeftAloneAndTheNextOneIsTaken) {
+    std::string base;
+    const Sighting sighting = Spool(kSpooled, [&](unsigned int handle) {
+        base = SpoolName(handle);
+        MakeFile(base);
+        MakeFile(base + "_1");
+    });
+    EXPECT_EQ(sighting.names.size(), 3u);
+    EXPECT_EQ(FileSize(base), 0u);
+    EXPECT_EQ(SpoolFiles(), (std::vector<std::string>{base, base + "_1"}));
+    for (const std::string& name : SpoolFiles()) DeleteFileA(name.c_str());
+}
+
+TEST(Spool, NameTakenByAFolder_IsPassedOver) {
+    std::string base;
+    const Sighting sighting = Spool(kSpooled, [&](unsigned int handle) {
+        base = SpoolName(handle);
+        CreateDirectoryA(base.c_str(), nullptr);
+    });
+    EXPECT_EQ(sighting.names, std::vector<std::string>{base + "_1"});
+    RemoveDirectoryA(base.c_str());
+    EXPECT_TRUE(SpoolFiles().empty());
+}
+
+TEST(Spool, LastFallbackName_IsStillTaken) {
+    std::string base;
+    const Sighting sighting = Spool(kSpooled, [&](unsigned int handle) {
+        base = SpoolName(handle);
+        MakeFile(base);
+        for (int n = 1; n < 1000; ++n) MakeFile(base + "_" + std::to_string(n));
+    });
+    EXPECT_EQ(sighting.names.size(), 1001u);
+    EXPECT_FALSE(FileExists(base + "_1000"));
+    EXPECT_EQ(SpoolFiles().size(), 1000u);
+    for (const std::string& name : SpoolFiles()) DeleteFileA(name.c_str());
+}
+
+TEST(Spool, EveryNameTaken_FailsTheRequestAndTouchesNoFile) {
+    Signal go;
+    Peer peer([&](Connection& connection) {
+        connection.ReadRequest();
+        go.Wait();
+        connection.Send(Ok(Pattern(kSpooled)));
+    });
+    Request request(peer.port());
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    const std::string base = SpoolName(request.handle());
+    MakeFile(base);
+    for (int n = 1; n <= 1000; ++n) MakeFile(base + "_" + std::to_string(n));
+    go.Set();
+    ASSERT_TRUE(request.WaitForEnd());
+    ExpectFailure(request, WPK_ERROR_EXCHANGE);
+    EXPECT_EQ(SpoolFiles().size(), 1001u);
+    for (const std::string& name : SpoolFiles()) DeleteFileA(name.c_str());
+}
+
+TEST(Spool, TwoRequestsAtOnce_HaveAFileEach) {
+    Signal both;
+    const std::string body = Pattern(kSpooled);
+    Peer peer(
+        [&](Connection& connection) {
+            connection.ReadRequest();
+            connection.Send(OkHead(kSpooled) + body.substr(0, 1));
+            both.Wait();
+            connection.Send(body.substr(1));
+        },
+        2);
+    Request first(peer.port());
+    Request second(peer.port());
+    ASSERT_NE(first.Send(TheLibrary()), 0u);
+    ASSERT_NE(second.Send(TheLibrary()), 0u);
+    ASSERT_TRUE(first.inbox.WaitForCount(1));
+    ASSERT_TRUE(second.inbox.WaitForCount(1));
+    EXPECT_TRUE(FileExists(SpoolName(first.handle())));
+    EXPECT_TRUE(FileExists(SpoolName(second.handle())));
+    both.Set();
+    ASSERT_TRUE(first.WaitForEnd());
+    ASSERT_TRUE(second.WaitForEnd());
+    ExpectReply(first, body);
+    ExpectReply(second, body);
+    EXPECT_TRUE(SpoolFiles().empty());
+}
+
+TEST(Spool, CancelledInTheBody_LeavesNoFile) {
+    Peer peer([](Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(OkHead(50000) + Pattern(20000));
+        connection.WaitForEnd();
+    });
+    Request request(peer.port());
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    ASSERT_TRUE(request.inbox.WaitForCount(1));
+    EXPECT_TRUE(FileExists(SpoolName(request.handle())));
+    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    ASSERT_TRUE(request.WaitForEnd());
+    ExpectFailure(request, WPK_ERROR_CANCELLED);
+    EXPECT_TRUE(SpoolFiles().empty());
+}
+
+// A callback that throws ends its request there: nothing more is told, and nothing stays behind.
+void ThrowOn(unsigned int reason, size_t size) {
+    Peer peer(Answer(Ok(Pattern(size))));
+    {
+        Request request(peer.port());
+        request.inbox.DropProgress();
+        request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
+            if (record.nReason == reason) throw std::runtime_error("from a callback");
+        };
+        ASSERT_NE(request.Send(TheLibrary()), 0u);
+        ASSERT_TRUE(request.inbox.WaitForThreadEnd());
+        EXPECT_EQ(request.inbox.Finals(), reason == WPK_REASON_REPLY ? 1u : 0u);
+        EXPECT_TRUE(SpoolFiles().empty());
+    }
+    Request next(peer.port());
+    RunAndExpectReply(TheLibrary(), next, Pattern(size));
+}
+
+TEST(ThrowingCallback, InProgressOfASpooledReply_LeavesNoFile) {
+    ThrowOn(WPK_REASON_PROGRESS, 200000);
+}
+TEST(ThrowingCallback, InASpooledReply_LeavesNoFile) {
+    ThrowOn(WPK_REASON_REPLY, kSpooled);
+}
+TEST(ThrowingCallback, InProgressOfAReplyInMemory_EndsOnlyThatRequest) {
+    ThrowOn(WPK_REASON_PROGRESS, 100);
+}
+TEST(ThrowingCallback, InAReplyInMemory_EndsOnlyThatRequest) {
+    ThrowOn(WPK_REASON_REPLY, 100);
+}
+
+TEST(ThrowingCallback, ThrowsSomethingThatIsNoException_EndsOnlyThatRequest) {
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    request.inbox.inside = [](WPK_CALLBACKSTRUCT&) { throw 42; };
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    ASSERT_TRUE(request.inbox.WaitForThreadEnd());
+    EXPECT_EQ(request.inbox.All().size(), 1u);
+    Request next(peer.port());
+    RunAndExpectReply(TheLibrary(), next, "ok");
+}
+
+// What the library hands to the event log, noted instead of written.
+struct EventLog {
+    std::string source;
+    std::string server = "not called";
+    std::vector<std::string> texts;
+    WORD type = 0xFFFF;
+    WORD category = 0xFFFF;
+    DWORD id = 0xFFFF;
+    bool anonymous = false;
+    bool without_data = false;
+    int closed = 0;
+};
+
+EventLog event_log;
+const HANDLE kLogHandle = reinterpret_cast<HANDLE>(0x1234);
+
+HANDLE WINAPI NoteSource(LPCSTR server, LPCSTR source) {
+    event_log.server = server ? server : "local";
+    event_log.source = source;
+    return kLogHandle;
+}
+
+BOOL WINAPI NoteEvent(HANDLE log, WORD type, WORD category, DWORD id, PSID user, WORD strings, DWORD size,
+                      LPCSTR* texts, LPVOID data) {
+    if (log != kLogHandle) return FALSE;
+    event_log.type = type;
+    event_log.category = category;
+    event_log.id = id;
+    event_log.anonymous = user == nullptr;
+    event_log.without_data = size == 0 && data == nullptr;
+    event_log.texts.assign(texts, texts + strings);
+    return TRUE;
+}
+
+BOOL WINAPI NoteClose(HANDLE log) {
+    event_log.closed += log == kLogHandle;
+    return TRUE;
+}
+
+TEST(ThrowingCallback, IsReportedToTheEventLogWithItsThreadsName) {
+    event_log = EventLog();
+    const ImportPatch source(TheLibrary().module(), "RegisterEventSourceA", AddressOf(&NoteSource));
+    const ImportPatch report(TheLibrary().module(), "ReportEventA", AddressOf(&NoteEvent));
+    const ImportPatch close(TheLibrary().module(), "DeregisterEventSource", AddressOf(&NoteClose));
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    request.inbox.inside = [](WPK_CALLBACKSTRUCT&) { throw std::runtime_error("from a callback"); };
+    ASSERT_NE(request.Send(TheLibrary()), 0u);
+    ASSERT_TRUE(request.inbox.WaitForThreadEnd());
+
+    EXPECT_EQ(event_log.server, "local");
+    EXPECT_EQ(event_log.source, "ThreadLib");
+    EXPECT_EQ(event_log.type, EVENTLOG_ERROR_TYPE);
+    EXPECT_EQ(event_log.category, 0);
+    EXPECT_EQ(event_log.id, 0u);
+    EXPECT_TRUE(event_log.anonymous);
+    EXPECT_TRUE(event_log.without_data);
+    EXPECT_EQ(event_log.texts,
+              std::vector<std::string>{"ThreadLib::Thread Exception::NetOutboundService::WorkerFunc()"});
+    EXPECT_EQ(event_log.closed, 1);
+}
+
+}  // namespace
+}  // namespace wpk::rig

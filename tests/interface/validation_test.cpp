@@ -1,0 +1,201 @@
+// What becomes of requests that cannot be carried, and of requests without a callback of their own.
+// SPDX-License-Identifier: MIT
+#include "interface/rig/peer.h"
+#include "interface/rig/process.h"
+#include "interface/rig/request.h"
+#include "interface/rig/wire.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace wpk::rig {
+namespace {
+
+struct Started {
+    explicit Started(WPK_INT64 type) : inbox(*new Inbox), library(Library::LoadFresh()) {
+        WPK_INITSTRUCT settings = PermanentSettings(inbox);
+        settings.nConnectionType = type;
+        EXPECT_EQ(library.Init(&settings), 1);
+    }
+
+    Inbox& inbox;
+    const Library library;
+};
+
+const Started& WithNetwork() {
+    static const Started started(WPK_CONNECTION_PERMANENT);
+    return started;
+}
+
+// An unknown type: no network, and nothing told about it.
+const Started& WithoutNetwork() {
+    static const Started started(17);
+    return started;
+}
+
+TEST(SendRecord, BuiltByItsConstructor_IsZeroExceptForPort80) {
+    const WPK_SENDSTRUCT record;
+    EXPECT_EQ(record.reserved, 0u);
+    EXPECT_EQ(record.nPort, 80u);
+    EXPECT_EQ(record.lpszServer, nullptr);
+    EXPECT_EQ(record.lpszServiceName, nullptr);
+    EXPECT_EQ(record.lpfnCallback, nullptr);
+    EXPECT_EQ(record.lpUserData, nullptr);
+    EXPECT_EQ(record.lpData, nullptr);
+    EXPECT_EQ(record.dwDataLength, 0u);
+}
+
+TEST(Send, OfNull_ReturnsZero) {
+    EXPECT_EQ(WithNetwork().library.Send(nullptr), 0u);
+}
+
+TEST(Validation, DataLengthWithoutData_IsABadRequest) {
+    Request request(DeadPort());
+    request.record.lpData = nullptr;
+    RunAndExpectFailure(WithNetwork().library, request, WPK_ERROR_BAD_REQUEST);
+}
+
+TEST(Validation, ServerThatIsEmptyOrMissing_IsABadRequestTellingItsOwnCallback) {
+    Request empty(DeadPort());
+    empty.Server("");
+    RunAndExpectFailure(WithNetwork().library, empty, WPK_ERROR_BAD_REQUEST);
+    Request missing(DeadPort());
+    missing.record.lpszServer = nullptr;
+    RunAndExpectFailure(WithNetwork().library, missing, WPK_ERROR_BAD_REQUEST);
+    EXPECT_TRUE(WithNetwork().inbox.All().empty());
+}
+
+TEST(Validation, BadRequestWithoutNetwork_IsABadRequest) {
+    Request data(DeadPort());
+    data.record.lpData = nullptr;
+    RunAndExpectFailure(WithoutNetwork().library, data, WPK_ERROR_BAD_REQUEST);
+    Request server(DeadPort());
+    server.Server("");
+    RunAndExpectFailure(WithoutNetwork().library, server, WPK_ERROR_BAD_REQUEST);
+    Request good(DeadPort());
+    RunAndExpectFailure(WithoutNetwork().library, good, WPK_ERROR_NO_NETWORK);
+}
+
+TEST(DefaultCallback, OfARequestWithoutOne_IsWrittenIntoItsRecord) {
+    const Started started(WPK_CONNECTION_PERMANENT);
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    int own_data = 0;
+    request.record.lpfnCallback = nullptr;
+    request.record.lpUserData = &own_data;
+    const unsigned int handle = request.Send(started.library);
+    ASSERT_NE(handle, 0u);
+    ASSERT_TRUE(started.inbox.WaitForFinal());
+    ASSERT_TRUE(started.inbox.WaitForThreadEnd());
+    EXPECT_EQ(request.record.lpfnCallback, &Inbox::Callback);
+    EXPECT_EQ(request.record.lpUserData, &started.inbox);
+    for (const Notification& one : started.inbox.All()) {
+        EXPECT_EQ(one.user_data, &started.inbox);
+        EXPECT_EQ(one.thread, handle);
+    }
+    EXPECT_EQ(started.inbox.All().back().bytes, "ok");
+    EXPECT_TRUE(request.inbox.All().empty());
+}
+
+TEST(DefaultCallback, OfAnUnusableRequest_IsToldAndWrittenToo) {
+    const Started started(WPK_CONNECTION_PERMANENT);
+    Request request(DeadPort());
+    request.Server("");
+    request.record.lpfnCallback = nullptr;
+    ASSERT_NE(request.Send(started.library), 0u);
+    ASSERT_TRUE(started.inbox.WaitForFinal());
+    ASSERT_TRUE(started.inbox.WaitForThreadEnd());
+    EXPECT_EQ(started.inbox.All()[0].error, WPK_ERROR_BAD_REQUEST);
+    EXPECT_EQ(request.record.lpfnCallback, &Inbox::Callback);
+    EXPECT_EQ(request.record.lpUserData, &started.inbox);
+}
+
+TEST(OwnCallback, OfARequest_LeavesItsRecordUnchanged) {
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    request.record.reserved = 77;
+    RunAndExpectReply(WithNetwork().library, request, "ok");
+    EXPECT_EQ(request.record.reserved, 77u);
+    EXPECT_EQ(request.record.nPort, peer.port());
+    EXPECT_STREQ(request.record.lpszServer, "127.0.0.1");
+    EXPECT_STREQ(request.record.lpszServiceName, "Echo");
+    EXPECT_EQ(request.record.lpfnCallback, &Inbox::Callback);
+    EXPECT_EQ(request.record.lpUserData, &request.inbox);
+    EXPECT_EQ(request.record.lpData, request.message().data());
+    EXPECT_EQ(request.record.dwDataLength, 5u);
+}
+
+TEST(Handles, OfTwoRequestsInFlight_Differ) {
+    Signal go;
+    Peer peer(
+        [&](Connection& connection) {
+            connection.ReadRequest();
+            go.Wait();
+            connection.Send(Ok("ok"));
+        },
+        2);
+    Request first(peer.port());
+    Request second(peer.port());
+    EXPECT_NE(first.Send(WithNetwork().library), second.Send(WithNetwork().library));
+    go.Set();
+    ASSERT_TRUE(first.WaitForEnd());
+    ASSERT_TRUE(second.WaitForEnd());
+    ExpectReply(first, "ok");
+    ExpectReply(second, "ok");
+}
+
+TEST(SendFromACallback, StartsAnotherRequest) {
+    Peer peer(Answer(Ok("ok")));
+    Request inner(peer.port());
+    Request outer(peer.port());
+    outer.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
+        if (record.nReason == WPK_REASON_REPLY) inner.Send(WithNetwork().library);
+    };
+    RunAndExpectReply(WithNetwork().library, outer, "ok");
+    ASSERT_NE(inner.handle(), 0u);
+    ASSERT_TRUE(inner.WaitForEnd());
+    ExpectReply(inner, "ok");
+    EXPECT_NE(inner.handle(), outer.handle());
+}
+
+// A callback that sends many, and one that waits for another request's end: its own thread is all it holds up.
+TEST(SendFromACallback, AndWaitingForItsEnd_Works) {
+    Peer peer(Answer(Ok("ok")), 2);
+    std::vector<std::unique_ptr<Request>> inner;
+    Request outer(peer.port());
+    outer.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
+        if (record.nReason != WPK_REASON_REPLY) return;
+        for (int i = 0; i < 10; ++i) {
+            inner.push_back(std::make_unique<Request>(peer.port()));
+            inner.back()->Run(WithNetwork().library);
+        }
+    };
+    RunAndExpectReply(WithNetwork().library, outer, "ok");
+    ASSERT_EQ(inner.size(), 10u);
+    for (const auto& request : inner) ExpectReply(*request, "ok");
+}
+
+TEST(BlockingCallback, HoldsUpNobodyElse) {
+    Signal blocked;
+    Signal go_on;
+    Peer peer(Answer(Ok("ok")), 2);
+    Request blocking(peer.port());
+    blocking.inbox.inside = [&](WPK_CALLBACKSTRUCT&) {
+        blocked.Set();
+        go_on.Wait();
+    };
+    ASSERT_NE(blocking.Send(WithNetwork().library), 0u);
+    ASSERT_TRUE(blocked.Wait());
+    for (int i = 0; i < 10; ++i) {
+        Request request(peer.port());
+        RunAndExpectReply(WithNetwork().library, request, "ok");
+    }
+    EXPECT_EQ(blocking.inbox.Finals(), 0u);
+    go_on.Set();
+    ASSERT_TRUE(blocking.WaitForEnd());
+    ExpectReply(blocking, "ok");
+}
+
+}  // namespace
+}  // namespace wpk::rig
