@@ -1,0 +1,171 @@
+// Counting, failing and observing the stand-in's calls.
+// SPDX-License-Identifier: MIT
+#include "host/standin/call.h"
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <mutex>
+#include <utility>
+
+#include "host/control.h"
+#include "host/standin/thread.h"
+
+namespace wpk::host {
+
+namespace {
+
+// Relaxed counters throughout: they must not order the calls of different threads.
+struct Site {
+    const char* name;
+    uint32_t usual_error;
+    std::atomic<uint64_t> uses{0};
+    /// The use that fails; 0 for none.
+    std::atomic<uint64_t> first_failing{0};
+    std::atomic<bool> for_good{false};
+    std::atomic<uint32_t> error{0};
+    std::atomic<uint32_t> actions{0};
+};
+
+std::array sites{
+#define WPK_HOST_CALL(name, error) Site{#name, error},
+    WPK_HOST_CALLS(WPK_HOST_CALL)
+#undef WPK_HOST_CALL
+};
+
+std::atomic<uint64_t> fired{0};
+std::atomic<uint32_t> speed{1};
+
+/// What only tests and failures touch. Never destroyed: static objects of the library end after it.
+struct Rare {
+    std::mutex mutex;
+    std::map<std::pair<Site*, uint64_t>, std::function<void()>> actions;
+    std::vector<std::string> misuses;
+};
+
+Rare& TheRare() {
+    static Rare& rare = *new Rare;
+    return rare;
+}
+
+Site& SiteOf(std::string_view call) {
+    for (Site& site : sites) {
+        if (site.name == call) return site;
+    }
+    std::fprintf(stderr, "the stand-in has no call %.*s\n", static_cast<int>(call.size()), call.data());
+    std::abort();
+}
+
+void RunActions(Site& site, uint64_t use) {
+    std::function<void()> action;
+    {
+        Rare& rare = TheRare();
+        const std::lock_guard lock(rare.mutex);
+        const auto found = rare.actions.find({&site, use});
+        if (found == rare.actions.end()) return;
+        action = std::move(found->second);
+        rare.actions.erase(found);
+        site.actions.fetch_sub(1, std::memory_order_relaxed);
+    }
+    action();
+}
+
+}  // namespace
+
+CallScope::CallScope(Call call) : error_(0) {
+    StopPoint();
+    Site& site = sites[static_cast<size_t>(call)];
+    const uint64_t use = site.uses.fetch_add(1, std::memory_order_relaxed) + 1;
+    if (site.actions.load(std::memory_order_relaxed) != 0) RunActions(site, use);
+
+    const uint64_t first = site.first_failing.load(std::memory_order_relaxed);
+    if (first == 0 || use < first) return;
+    if (use > first && !site.for_good.load(std::memory_order_relaxed)) return;
+    error_ = site.error.load(std::memory_order_relaxed);
+    fired.fetch_add(1, std::memory_order_relaxed);
+    SetLastError(error_);
+}
+
+CallScope::~CallScope() {
+    StopPoint();
+}
+
+void RecordMisuse(std::string text) {
+    Rare& rare = TheRare();
+    const std::lock_guard lock(rare.mutex);
+    rare.misuses.push_back(std::move(text));
+}
+
+double RealMilliseconds(double milliseconds) {
+    return milliseconds / speed.load(std::memory_order_relaxed);
+}
+
+uint64_t Ticks() {
+    using namespace std::chrono;
+    const auto now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+    return static_cast<uint64_t>(now) * speed.load(std::memory_order_relaxed);
+}
+
+void ResetCalls() {
+    ClearFaults();
+    speed.store(1);
+    Rare& rare = TheRare();
+    const std::lock_guard lock(rare.mutex);
+    rare.actions.clear();
+    rare.misuses.clear();
+    for (Site& site : sites) {
+        site.uses.store(0);
+        site.actions.store(0);
+    }
+}
+
+void FailCall(std::string_view call, uint64_t nth, Times times, uint32_t error) {
+    Site& site = SiteOf(call);
+    site.error.store(error ? error : site.usual_error ? site.usual_error : ERROR_GEN_FAILURE);
+    site.for_good.store(times == Times::kForGood);
+    site.first_failing.store(site.uses.load() + nth);
+}
+
+void ClearFaults() {
+    for (Site& site : sites) site.first_failing.store(0);
+    fired.store(0);
+}
+
+uint64_t FaultsFired() {
+    return fired.load();
+}
+
+void RunBefore(std::string_view call, uint64_t nth, std::function<void()> action) {
+    Site& site = SiteOf(call);
+    Rare& rare = TheRare();
+    const std::lock_guard lock(rare.mutex);
+    rare.actions[{&site, site.uses.load() + nth}] = std::move(action);
+    site.actions.fetch_add(1);
+}
+
+uint64_t Uses(std::string_view call) {
+    return SiteOf(call).uses.load();
+}
+
+std::vector<std::string_view> FallibleCalls() {
+    std::vector<std::string_view> names;
+    for (const Site& site : sites) {
+        if (site.usual_error != 0) names.emplace_back(site.name);
+    }
+    return names;
+}
+
+std::vector<std::string> Misuses() {
+    Rare& rare = TheRare();
+    const std::lock_guard lock(rare.mutex);
+    return rare.misuses;
+}
+
+void SpeedUp(uint32_t factor) {
+    speed.store(factor);
+}
+
+}  // namespace wpk::host

@@ -1,0 +1,55 @@
+// What is open, and the way back to the start.
+// SPDX-License-Identifier: MIT
+#include "host/control.h"
+
+#include <ostream>
+#include <tuple>
+
+#include "host/standin/call.h"
+#include "host/standin/files.h"
+#include "host/standin/object.h"
+#include "host/standin/system.h"
+#include "host/standin/thread.h"
+
+namespace wpk::host {
+
+namespace {
+
+auto Tie(const Live& live) {
+    return std::tie(live.handles, live.files, live.mappings, live.views, live.sockets, live.keys, live.event_sources,
+                    live.threads, live.modules);
+}
+
+}  // namespace
+
+bool Live::operator==(const Live& other) const {
+    return Tie(*this) == Tie(other);
+}
+
+std::ostream& operator<<(std::ostream& out, const Live& live) {
+    return out << "handles " << live.handles << ", files " << live.files << ", mappings " << live.mappings << ", views "
+               << live.views << ", sockets " << live.sockets << ", keys " << live.keys << ", event sources "
+               << live.event_sources << ", threads " << live.threads << ", modules " << live.modules;
+}
+
+Live CountLive() {
+    Live live;
+    live.files = LiveHandles(Kind::kFile);
+    live.mappings = LiveHandles(Kind::kMapping);
+    live.handles = LiveHandles(Kind::kSemaphore) + LiveHandles(Kind::kThread) + live.files + live.mappings;
+    live.views = LiveViews();
+    live.sockets = LiveSockets();
+    live.keys = LiveHandles(Kind::kKey);
+    live.event_sources = LiveHandles(Kind::kEventSource);
+    live.threads = Thread::Running();
+    live.modules = LiveModules();
+    return live;
+}
+
+void Reset() {
+    ResetCalls();
+    ResetMachine();
+    ResetHosts();
+}
+
+}  // namespace wpk::host

@@ -1,0 +1,147 @@
+// Threads that can be made suspended, and that stop at their next call when they are suspended or terminated.
+// SPDX-License-Identifier: MIT
+#include "host/standin/thread.h"
+
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "host/standin/reusable_ids.h"
+
+namespace wpk::host {
+
+namespace {
+
+ReusableIds ids;
+std::atomic<int64_t> running{0};
+
+// Trivial, so that they can be asked at any time of a thread's life; Leaving clears them.
+thread_local Thread* current = nullptr;
+thread_local bool left = false;
+
+/// A thread that came from outside gives its id back when it goes.
+struct Leaving {
+    std::shared_ptr<Thread> thread;
+    ~Leaving() {
+        left = true;
+        current = nullptr;
+        if (thread) thread->Forget();
+    }
+};
+thread_local Leaving leaving;
+
+}  // namespace
+
+std::shared_ptr<Thread> Thread::Register(bool foreign, bool suspended) {
+    auto thread = std::make_shared<Thread>(foreign, suspended);
+    thread->number_ = ids.Claim();
+    thread->slot_ = AddObject(thread);
+    ids.SetSlot(thread->number_, thread->slot_);
+    return thread;
+}
+
+std::shared_ptr<Thread> Thread::Start(Entry entry, void* argument, bool suspended) {
+    std::shared_ptr<Thread> thread = Register(/*foreign=*/false, suspended);
+    running.fetch_add(1, std::memory_order_relaxed);
+    try {
+        std::thread([thread, entry, argument] { thread->Run(entry, argument); }).detach();
+    } catch (const std::system_error&) {
+        thread->Forget();
+        return nullptr;
+    }
+    return thread;
+}
+
+void Thread::Run(Entry entry, void* argument) {
+    current = this;
+    // Exit comes back here; whatever stands on the stack between is left as it is, as on Windows.
+    if (setjmp(base_) == 0) {
+        StopPoint();
+        result_ = entry(argument);
+    }
+    std::unique_lock lock(mutex_);
+    AwaitLeave(lock);
+    current = nullptr;
+    MarkEnded(result_);
+}
+
+void Thread::Exit(unsigned exit_code) {
+    result_ = exit_code;
+    std::longjmp(base_, 1);
+}
+
+void Thread::MarkEnded(DWORD exit_code) {
+    ended_ = true;
+    exit_code_ = exit_code;
+    RemoveObject(slot_);
+    ids.Free(number_);
+    if (!foreign_) running.fetch_sub(1, std::memory_order_relaxed);
+    changed_.notify_all();
+}
+
+void Thread::Forget() {
+    const std::lock_guard lock(mutex_);
+    if (!ended_) MarkEnded(0);
+}
+
+Thread* Thread::Current() {
+    if (!current && !left) {
+        leaving.thread = Register(/*foreign=*/true, /*suspended=*/false);
+        current = leaving.thread.get();
+    }
+    return current;
+}
+
+std::shared_ptr<Thread> Thread::ById(DWORD id) {
+    if (id % 4 != 0) return nullptr;
+    return std::dynamic_pointer_cast<Thread>(FindObject(ids.SlotOf(id / 4)));
+}
+
+DWORD Thread::Suspend() {
+    const std::lock_guard lock(mutex_);
+    if (ended_) return UINT32_MAX;
+    stop_.store(true, std::memory_order_relaxed);
+    return static_cast<DWORD>(suspended_++);
+}
+
+DWORD Thread::Resume() {
+    const std::lock_guard lock(mutex_);
+    if (suspended_ == 0) return 0;
+    const int before = suspended_--;
+    if (suspended_ == 0 && !Dead()) stop_.store(false, std::memory_order_relaxed);
+    changed_.notify_all();
+    return static_cast<DWORD>(before);
+}
+
+void Thread::Terminate(DWORD exit_code) {
+    const std::lock_guard lock(mutex_);
+    if (ended_) return;
+    dead_.store(true, std::memory_order_relaxed);
+    stop_.store(true, std::memory_order_relaxed);
+    MarkEnded(exit_code);
+}
+
+DWORD Thread::ExitCode() {
+    const std::lock_guard lock(mutex_);
+    return exit_code_;
+}
+
+void Thread::AwaitLeave(std::unique_lock<std::mutex>& lock) {
+    changed_.wait(lock, [this] { return suspended_ == 0 && !Dead(); });
+}
+
+void Thread::StopWhileAsked() {
+    std::unique_lock lock(mutex_);
+    AwaitLeave(lock);
+}
+
+int64_t Thread::Running() {
+    return running.load(std::memory_order_relaxed);
+}
+
+void StopPoint() {
+    Thread* self = current;
+    if (self && self->AskedToStop()) self->StopWhileAsked();
+}
+
+}  // namespace wpk::host

@@ -1,0 +1,73 @@
+// Threads that can be made suspended, and that stop at their next call when they are suspended or terminated.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_HOST_STANDIN_THREAD_H
+#define WPK_HOST_STANDIN_THREAD_H
+
+#include <csetjmp>
+
+#include "host/standin/waitable.h"
+
+namespace wpk::host {
+
+class Thread : public Waitable {
+public:
+    using Entry = unsigned (*)(void*);
+
+    /// Starts a thread. Null when the system has no more of them.
+    static std::shared_ptr<Thread> Start(Entry entry, void* argument, bool suspended);
+
+    /// The calling thread's record, made at its first use; null when the calling thread is about to end.
+    static Thread* Current();
+    static std::shared_ptr<Thread> ById(DWORD id);
+
+    Thread(bool foreign, bool suspended)
+        : Waitable(Kind::kThread), foreign_(foreign), suspended_(suspended), stop_(suspended) {}
+
+    DWORD Id() const { return number_ * 4; }
+    /// The count before the call; 0xFFFFFFFF for a thread that has ended.
+    DWORD Suspend();
+    DWORD Resume();
+    void Terminate(DWORD exit_code);
+    DWORD ExitCode();
+    bool Dead() const { return dead_.load(std::memory_order_relaxed); }
+    [[noreturn]] void Exit(unsigned exit_code);
+
+    /// Returns when the thread may go on, which for a terminated one is never. On the thread itself.
+    void StopWhileAsked();
+    bool AskedToStop() const { return stop_.load(std::memory_order_relaxed); }
+
+    /// A thread that the platform has not made leaves.
+    void Forget();
+
+    static int64_t Running();
+
+protected:
+    bool Take() override { return ended_; }
+    void LastHandleClosed() override {}
+
+private:
+    static std::shared_ptr<Thread> Register(bool foreign, bool suspended);
+    void Run(Entry entry, void* argument);
+    // Both with the mutex held.
+    void AwaitLeave(std::unique_lock<std::mutex>& lock);
+    void MarkEnded(DWORD exit_code);
+
+    const bool foreign_;
+    uint32_t number_ = 0;
+    /// Where the table has it while it runs, whether or not a handle is open.
+    uint32_t slot_ = 0;
+    int suspended_;
+    bool ended_ = false;
+    unsigned result_ = 0;
+    DWORD exit_code_ = STILL_ACTIVE;
+    std::atomic<bool> dead_{false};
+    std::atomic<bool> stop_;
+    std::jmp_buf base_;
+};
+
+/// Where a stopped thread stops.
+void StopPoint();
+
+}  // namespace wpk::host
+
+#endif  // WPK_HOST_STANDIN_THREAD_H

@@ -1,0 +1,64 @@
+// What WaitForSingleObject waits on.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_HOST_STANDIN_WAITABLE_H
+#define WPK_HOST_STANDIN_WAITABLE_H
+
+#include <condition_variable>
+#include <mutex>
+#include <vector>
+
+#include "host/standin/object.h"
+
+namespace wpk::host {
+
+class Thread;
+
+/// The threads that are inside a call about one object, to find out who pulls an object from under whom.
+class Users {
+public:
+    void Enter(Thread* thread) { threads_.push_back(thread); }
+    void Leave(Thread* thread);
+    /// Whether a thread other than the calling one, which has not been terminated, is among them.
+    bool AnyOther() const;
+
+private:
+    std::vector<Thread*> threads_;
+};
+
+class Waitable : public Object {
+public:
+    using Object::Object;
+
+    /// WAIT_OBJECT_0 or WAIT_TIMEOUT. A thread that is suspended or terminated meanwhile takes nothing.
+    DWORD Wait(DWORD milliseconds);
+
+protected:
+    /// Takes the signal if it is there. With the mutex held.
+    virtual bool Take() = 0;
+    void LastHandleClosed() override;
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+
+private:
+    Users waiters_;
+};
+
+class Semaphore : public Waitable {
+public:
+    Semaphore(LONG initial, LONG maximum) : Waitable(Kind::kSemaphore), count_(initial), maximum_(maximum) {}
+
+    /// False when the maximum would be passed.
+    bool Release(LONG count, LONG* previous);
+
+protected:
+    bool Take() override;
+
+private:
+    LONG count_;
+    const LONG maximum_;
+};
+
+}  // namespace wpk::host
+
+#endif  // WPK_HOST_STANDIN_WAITABLE_H
