@@ -24,8 +24,7 @@ using Tree = std::unique_ptr<Document>;
 
 std::string Repeat(const char* text, std::size_t count) {
     std::string repeated;
-    for (std::size_t left = count; left > 0; --left)
-        repeated += text;
+    for (std::size_t left = count; left > 0; --left) repeated += text;
     return repeated;
 }
 
@@ -117,7 +116,7 @@ StepTimes WalkEverything(const Shape& shape, const std::string& input) {
         EXPECT_EQ(text, shape.text);
         EXPECT_EQ(copy->GetText(), shape.text);
     }
-    if (shape.is_written_as_read) EXPECT_TRUE(written == kDeclaration + input);
+    EXPECT_EQ(written == kDeclaration + input, shape.is_written_as_read);
     EXPECT_GE(lines.size(), written.size());
     watch.Time([&] {
         tree.reset();
@@ -130,8 +129,7 @@ StepTimes WalkEverything(const Shape& shape, const std::string& input) {
 StepTimes MedianTimes(const Shape& shape, const std::string& input) {
     constexpr std::size_t kRuns = 5;
     std::array<StepTimes, kRuns> runs{};
-    for (StepTimes& run : runs)
-        run = WalkEverything(shape, input);
+    for (StepTimes& run : runs) run = WalkEverything(shape, input);
     StepTimes medians{};
     for (std::size_t step = 0; step < kSteps; ++step) {
         std::array<double, kRuns> times{};
@@ -238,8 +236,7 @@ TEST(Lookups, AmongAMillionChildrenFindFirstAndLast) {
     EXPECT_EQ(tree->root->FindElement("last"), tree->root->children[tree->root->children.size() - 2]);
     EXPECT_TRUE(AdvXMLParser::IsNull(tree->root->FindElement("none")));
     std::size_t found = 0;
-    for (std::size_t at = 0; tree->root->FindNextElement("a", at); ++at)
-        ++found;
+    for (std::size_t at = 0; tree->root->FindNextElement("a", at); ++at) ++found;
     EXPECT_EQ(found, kMillion);
 }
 

@@ -93,13 +93,9 @@ bool ParseParticle(Cursor& cursor) {
 }
 
 bool ParseGroup(Cursor& cursor) {
-    const Place before = cursor.Save();
     if (!cursor.Expect('(')) return false;
     cursor.SkipWhitespace();
-    if (!ParseParticle(cursor)) {
-        cursor.Restore(before);
-        return false;
-    }
+    if (!ParseParticle(cursor)) return false;
     cursor.SkipWhitespace();
     const Byte separator = cursor.Read();
     if (separator == ')') return true;
