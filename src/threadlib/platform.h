@@ -3,6 +3,11 @@
 #ifndef WPK_THREADLIB_PLATFORM_H
 #define WPK_THREADLIB_PLATFORM_H
 
+// Without it, min and max would be macros.
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+
 // Version 1.1 of the sockets interface. Its header must come before windows.h, which would bring a part of it along.
 #include <winsock.h>
 
