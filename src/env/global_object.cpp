@@ -12,7 +12,7 @@ GlobalObject::GlobalObject() {
 }
 
 void GlobalObject::NotifyConnectionState() {
-    ThreadLib::Resume(ThreadLib::Create(TellCurrentState, this));
+    ThreadLib::CreateRunning(TellCurrentState, this);
 }
 
 uint32_t GlobalObject::Update(Observable* source, void* arg) {

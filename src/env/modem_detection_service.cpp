@@ -39,8 +39,8 @@ uint32_t ModemDetectionService::Manager_StartUp() {
     if (!LoadWrappers()) return 0;
     // Without its signals the Peeker could neither wait nor be stopped.
     if (!stopSignal_ || !stoppedSignal_) return 0;
-    peekerId_ = ThreadLib::Create(PeekerFunc, this, "ModemDetectionService::Peeker");
-    return ThreadLib::Resume(peekerId_);
+    peekerId_ = ThreadLib::CreateRunning(PeekerFunc, this, "ModemDetectionService::Peeker");
+    return peekerId_ != 0;
 }
 
 uint32_t ModemDetectionService::Manager_ShutDown() {

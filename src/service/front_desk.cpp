@@ -31,29 +31,40 @@ uint32_t FrontDesk::ProcessRequest(uint32_t /*client*/, uint32_t /*count*/, cons
 }
 
 uint32_t FrontDesk::StartDesk(const char* threadName) {
-    deskId_ = ThreadLib::Create(FrontDeskFunc, this, threadName);
-    if (deskId_ == 0) return 0;
-    // Held over the start: a front desk that refuses it must be gone before its service can be touched again.
-    const UniqueHandle ended = ThreadLib::OpenForWait(deskId_);
-    ThreadLib::Resume(deskId_);
+    if (!RunDeskThread(threadName)) return 0;
     started_ = Post(kCommandStart);
-    if (started_ == 0) DeskEnds(ended);
+    if (started_ == 0) AwaitDeskEnd();
     return started_;
 }
 
 uint32_t FrontDesk::StopDesk() {
-    const UniqueHandle ended = ThreadLib::OpenForWait(deskId_);
     const uint32_t answer = Post(kCommandStop);
-    DeskEnds(ended);
+    AwaitDeskEnd();
     started_ = 0;
     stopping_ = 0;
     return answer;
 }
 
-void FrontDesk::DeskEnds(const UniqueHandle& ended) {
-    if (ended) WaitForSingleObject(ended.Get(), INFINITE);
+bool FrontDesk::RunDeskThread(const char* threadName) {
+    deskId_ = ThreadLib::Create(FrontDeskFunc, this, threadName);
+    if (deskId_ == 0) return false;
+    // Taken while the thread cannot have ended yet: whoever stops or refuses the desk must be able to wait for its end.
+    deskEnd_ = ThreadLib::OpenForWait(deskId_);
+    if (deskEnd_ && ThreadLib::Resume(deskId_)) return true;
+    ThreadLib::Terminate(deskId_);
+    ForgetDesk();
+    return false;
+}
+
+void FrontDesk::AwaitDeskEnd() {
+    WaitForSingleObject(deskEnd_.Get(), INFINITE);
+    ForgetDesk();
+}
+
+void FrontDesk::ForgetDesk() {
     // The system may give the id to another thread, which must get no posts.
     deskId_ = 0;
+    deskEnd_.Reset();
 }
 
 void FrontDesk::Answer(uint32_t client, uint32_t code) const {

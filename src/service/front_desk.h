@@ -71,10 +71,13 @@ protected:
 private:
     static uint32_t FrontDeskFunc(void* service);
     uint32_t RunDesk();
-    void DeskEnds(const UniqueHandle& ended);
+    bool RunDeskThread(const char* threadName);
+    void AwaitDeskEnd();
+    void ForgetDesk();
 
     std::atomic<uint32_t> started_{0};
     std::atomic<uint32_t> deskId_{0};
+    UniqueHandle deskEnd_;
     std::atomic<uint32_t> stopping_{0};
     CountedText name_;
 };

@@ -38,6 +38,9 @@ uint32_t Create(ThreadEntry entry, void* argument, const char* name = nullptr,
 /// Starts a thread made by Create: 1, once. A thread stopped by Suspend is never resumed.
 uint32_t Resume(uint32_t id);
 
+/// Create and Resume in one: the id of a thread that runs. When it cannot run, none is left.
+uint32_t CreateRunning(ThreadEntry entry, void* argument, const char* name = nullptr);
+
 /// Has the system suspend the thread: 1 when it did.
 uint32_t Suspend(uint32_t id);
 

@@ -100,6 +100,13 @@ uint32_t Resume(uint32_t id) {
     });
 }
 
+uint32_t CreateRunning(ThreadEntry entry, void* argument, const char* name) {
+    const uint32_t id = Create(entry, argument, name);
+    if (id == 0 || Resume(id)) return id;
+    Terminate(id);
+    return 0;
+}
+
 uint32_t Suspend(uint32_t id) {
     return WithThread(id, [](ThreadRegistry&, ThreadRecord& thread) -> uint32_t {
         return thread.handle && SuspendThread(thread.handle.Get()) != kCallFailed;
