@@ -1,0 +1,149 @@
+// The plain sockets program that the library is measured beside.
+// SPDX-License-Identifier: MIT
+#include "plain_client.h"
+
+#include <winsock.h>
+
+#include <windows.h>
+
+#include <process.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "in_flight.h"
+
+namespace bench {
+
+namespace {
+
+constexpr uint32_t kMaximumInMemory = 10240;
+
+void AppendEntry(std::string& body, const char* key, const void* value, uint32_t length) {
+    const uint32_t keyLength = static_cast<uint32_t>(std::strlen(key));
+    body.append(reinterpret_cast<const char*>(&keyLength), sizeof keyLength).append(key);
+    body.append(reinterpret_cast<const char*>(&length), sizeof length).append(static_cast<const char*>(value), length);
+}
+
+bool SendAll(SOCKET socket, const std::string& text) {
+    return send(socket, text.data(), static_cast<int>(text.size()), 0) == static_cast<int>(text.size());
+}
+
+bool SendRequest(SOCKET socket, const WPK_SENDSTRUCT& record) {
+    const std::string line =
+        std::string("POST http://") + record.lpszServer + ":" + std::to_string(record.nPort) + "/ HTTP/1.0\r\n";
+    std::string body;
+    AppendEntry(body, "WPK_IsBehindProxy", "NO", 2);
+    AppendEntry(body, "WPK_ServiceName", record.lpszServiceName,
+                static_cast<uint32_t>(std::strlen(record.lpszServiceName)));
+    AppendEntry(body, "WPK_ServiceData", record.lpData, record.dwDataLength);
+    const std::string headers = "User-Agent: WPK/1.00\r\nContent-Type: application/tagged-data\r\nContent-Length: " +
+                                std::to_string(body.size()) + "\r\n";
+    return SendAll(socket, line) && SendAll(socket, headers) && SendAll(socket, "\r\n") && SendAll(socket, body);
+}
+
+/// Reads until the head is complete, which may bring the start of the body along. Returns where that is; 0 on failure.
+uint32_t ReadHead(SOCKET socket, char* buffer, uint32_t size, uint32_t& filled) {
+    while (filled < size - 1) {
+        const int received = recv(socket, buffer + filled, static_cast<int>(size - 1 - filled), 0);
+        if (received <= 0) return 0;
+        filled += static_cast<uint32_t>(received);
+        buffer[filled] = 0;
+        if (const char* end = std::strstr(buffer, "\r\n\r\n")) return static_cast<uint32_t>(end + 4 - buffer);
+    }
+    return 0;
+}
+
+/// Memory for a reply, or a mapped file that goes when it is closed.
+struct Room {
+    explicit Room(uint32_t length) {
+        if (length <= kMaximumInMemory) {
+            memory = std::make_unique<char[]>(length);
+            data = memory.get();
+            return;
+        }
+        const std::string name = "plain" + std::to_string(GetCurrentThreadId());
+        file = CreateFileA(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                           FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+        mapping = CreateFileMappingA(file, nullptr, PAGE_READWRITE, 0, length, nullptr);
+        data = static_cast<char*>(MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, length));
+    }
+    ~Room() {
+        if (memory) return;
+        UnmapViewOfFile(data);
+        CloseHandle(mapping);
+        CloseHandle(file);
+    }
+
+    std::unique_ptr<char[]> memory;
+    HANDLE file = nullptr;
+    HANDLE mapping = nullptr;
+    char* data = nullptr;
+};
+
+void NotePiece(Request& request, uint32_t received) {
+    if (request.firstLength == 0) {
+        request.firstPiece = Now();
+        request.firstLength = received;
+    }
+    if (received == request.replyLength) request.lastPiece = Now();
+}
+
+bool ReceiveReply(SOCKET socket, Request& request) {
+    char buffer[16384];
+    uint32_t filled = 0;
+    const uint32_t begin = ReadHead(socket, buffer, sizeof buffer, filled);
+    const char* length = begin > 0 ? std::strstr(buffer, "Content-Length: ") : nullptr;
+    if (!length || std::strtoul(length + 16, nullptr, 10) != request.replyLength) return false;
+
+    Room room(request.replyLength);
+    if (!room.data) return false;
+    uint32_t received = filled - begin;
+    std::memcpy(room.data, buffer + begin, received);
+    if (received > 0) NotePiece(request, received);
+    while (received < request.replyLength) {
+        const int more = recv(socket, room.data + received, static_cast<int>(request.replyLength - received), 0);
+        if (more <= 0) return false;
+        received += static_cast<uint32_t>(more);
+        NotePiece(request, received);
+    }
+    return true;
+}
+
+bool Exchange(Request& request) {
+    const SOCKET socket = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<u_short>(request.record.nPort));
+    address.sin_addr.s_addr = inet_addr(request.record.lpszServer);
+    const bool done = connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+                      SendRequest(socket, request.record) && ReceiveReply(socket, request);
+    closesocket(socket);
+    return done;
+}
+
+unsigned __stdcall ExchangeThread(void* argument) {
+    auto& request = *static_cast<Request*>(argument);
+    Finish(request, Exchange(request));
+    return 0;
+}
+
+}  // namespace
+
+void InitialisePlain() {
+    WSADATA data;
+    if (WSAStartup(MAKEWORD(1, 1), &data) == 0) return;
+    std::fprintf(stderr, "the sockets interface cannot be started\n");
+    std::exit(1);
+}
+
+void StartPlain(Request& request) {
+    const uintptr_t thread = _beginthreadex(nullptr, 0, ExchangeThread, &request, 0, nullptr);
+    if (thread == 0) return Finish(request, false);
+    CloseHandle(reinterpret_cast<HANDLE>(thread));
+}
+
+}  // namespace bench
