@@ -22,8 +22,7 @@ public:
     explicit Assembler(uint8_t* place) : place_(place) {}
 
     Assembler& Bytes(std::initializer_list<uint8_t> bytes) {
-        for (const uint8_t byte : bytes)
-            *place_++ = byte;
+        for (const uint8_t byte : bytes) *place_++ = byte;
         return *this;
     }
     template <class Value>

@@ -53,8 +53,7 @@ void InFlight::WaitEmpty() {
 }
 
 void InFlight::WaitBelow(unsigned limit) {
-    while (count_ >= limit)
-        SleepConditionVariableSRW(&left_, &lock_, INFINITE, 0);
+    while (count_ >= limit) SleepConditionVariableSRW(&left_, &lock_, INFINITE, 0);
 }
 
 void Finish(Request& request, bool delivered) {

@@ -110,24 +110,25 @@ bool ReceiveReply(SOCKET socket, Request& request) {
         received += static_cast<uint32_t>(more);
         NotePiece(request, received);
     }
+    // Here the library makes its final call: the reply is there, and nothing has been given back yet.
+    Finish(request, true);
     return true;
 }
 
-bool Exchange(Request& request) {
+void Exchange(Request& request) {
     const SOCKET socket = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<u_short>(request.record.nPort));
     address.sin_addr.s_addr = inet_addr(request.record.lpszServer);
-    const bool done = connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-                      SendRequest(socket, request.record) && ReceiveReply(socket, request);
+    const bool delivered = connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+                           SendRequest(socket, request.record) && ReceiveReply(socket, request);
     closesocket(socket);
-    return done;
+    if (!delivered) Finish(request, false);
 }
 
 unsigned __stdcall ExchangeThread(void* argument) {
-    auto& request = *static_cast<Request*>(argument);
-    Finish(request, Exchange(request));
+    Exchange(*static_cast<Request*>(argument));
     return 0;
 }
 

@@ -41,8 +41,7 @@ void Print(const Comparison& comparison, Target kind, double target) {
 }
 
 void AddLatencies(const Block& block, Figures& figures) {
-    for (const Request& request : block.requests)
-        figures.push_back(request.ended - request.started);
+    for (const Request& request : block.requests) figures.push_back(request.ended - request.started);
 }
 
 void MeasureLatency(uint32_t port, unsigned rounds) {
