@@ -42,8 +42,9 @@ void InFlight::Enter() {
 void InFlight::Leave() {
     AcquireSRWLockExclusive(&lock_);
     --count_;
-    ReleaseSRWLockExclusive(&lock_);
+    // Not after the release: the last one out may find this object gone.
     WakeConditionVariable(&left_);
+    ReleaseSRWLockExclusive(&lock_);
 }
 
 void InFlight::WaitEmpty() {
