@@ -45,7 +45,7 @@ bool Connection::Open() {
     return true;
 }
 
-bool Connection::Connect(const char* host, uint32_t port, const Semaphore& cancelSignal) {
+bool Connection::Connect(const char* host, uint32_t port, CancelSignal& cancelSignal) {
     if (!Open() && !Open()) return false;
     if (!SetBlocking(false)) return FailWithSocketError();
     if (!Resolve(host, port) || !StartConnect() || !WaitConnected(cancelSignal)) return false;
@@ -79,7 +79,7 @@ bool Connection::StartConnect() {
     return true;
 }
 
-bool Connection::WaitConnected(const Semaphore& cancelSignal) {
+bool Connection::WaitConnected(CancelSignal& cancelSignal) {
     uint32_t budget = kConnectBudgetMs;
     while (Usable() && !connected_) {
         const int ready = Select(Direction::kWritable, 0);

@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "threadlib/handle.h"
-#include "threadlib/semaphore.h"
+#include "transport/cancel_signal.h"
 #include "transport/sockets_interface.h"
 
 namespace wpk {
@@ -32,7 +32,7 @@ public:
 
     /// Opens a socket and connects it within 30 seconds; `cancelSignal` ends the wait. `host` is a name or a dotted
     /// address.
-    bool Connect(const char* host, uint32_t port, const Semaphore& cancelSignal);
+    bool Connect(const char* host, uint32_t port, CancelSignal& cancelSignal);
 
     /// Sends all of it. True at once for no bytes.
     bool Send(const void* bytes, uint32_t length);
@@ -60,7 +60,7 @@ private:
     bool SetBlocking(bool blocking);
     bool Resolve(const char* host, uint32_t port);
     bool StartConnect();
-    bool WaitConnected(const Semaphore& cancelSignal);
+    bool WaitConnected(CancelSignal& cancelSignal);
     bool SendChunk(const char*& next, uint32_t& remaining);
     bool AwaitReady(Direction direction, int seconds);
     int Select(Direction direction, uint32_t milliseconds) const;

@@ -28,7 +28,7 @@ std::unique_ptr<PendingRequests> PendingRequests::Create() {
 
 PendingRequest* PendingRequests::Add(uint32_t handle) {
     std::unique_ptr<PendingRequest> request(new (std::nothrow) PendingRequest);
-    if (!request || !request->cancelSignal) return nullptr;
+    if (!request) return nullptr;
     Record row(kFieldCount);
     row.SetUint32(kHandleField, handle);
     row.SetUint64(kRecordsField, reinterpret_cast<uintptr_t>(request.get()));
@@ -46,7 +46,7 @@ uint32_t PendingRequests::Cancel(uint32_t handle) {
     return table_->Visit(KeyOf(handle), [](const Record& row) {
         PendingRequest* request = RecordsOf(row);
         request->connection.Cancel();
-        request->cancelSignal.Signal();
+        request->cancelSignal.Set();
     });
 }
 

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "threadlib/record_table.h"
-#include "threadlib/semaphore.h"
+#include "transport/cancel_signal.h"
 #include "transport/connection.h"
 
 namespace wpk {
@@ -15,7 +15,7 @@ namespace wpk {
 struct PendingRequest {
     Connection connection;
     /// Ends the wait for a connection.
-    Semaphore cancelSignal{SemaphoreKind::kSignal};
+    CancelSignal cancelSignal;
 };
 
 /// Requests in flight by handle: the id of the thread that carries one. Any thread may call any operation; none throws.

@@ -25,7 +25,7 @@ TEST(PendingRequestsTest, AnEntryExistsFromAddToRemove) {
 
 TEST(PendingRequestsTest, ANewRequestIsNotCancelled) {
     const auto pending = PendingRequests::Create();
-    const PendingRequest* request = pending->Add(4);
+    PendingRequest* request = pending->Add(4);
     EXPECT_FALSE(request->connection.Cancelled());
     EXPECT_FALSE(request->cancelSignal.WaitFor(0));
     pending->Remove(4);
@@ -33,7 +33,7 @@ TEST(PendingRequestsTest, ANewRequestIsNotCancelled) {
 
 TEST(PendingRequestsTest, CancelMarksTheConnectionAndSignals) {
     const auto pending = PendingRequests::Create();
-    const PendingRequest* cancelled = pending->Add(4);
+    PendingRequest* cancelled = pending->Add(4);
     const PendingRequest* other = pending->Add(8);
     EXPECT_EQ(pending->Cancel(4), 1u);
     EXPECT_EQ(pending->Cancel(4), 1u) << "twice is as good as once";
