@@ -120,6 +120,11 @@ expect_said "100 % (64.0 MiB of 64.0 MiB)"
 [ "$(stat -c %s "$work/large")" -eq 67108864 ] || give_up "the reply has another length."
 echo "The reply is in a file of $(stat -c %s "$work/large") bytes."
 
+step "Sending an XML message to the service Lookup, and taking a field out of its XML reply"
+send 0 Lookup "<request><name>iron</name></request>"
+send 0 --field symbol Lookup "<request><name>iron</name></request>"
+expect_reply "Fe"
+
 step "Sending a message to a service that the server does not have"
 send 16 Nonsense "anybody there?"
 expect_said "no service of that name"

@@ -64,8 +64,7 @@ private:
         const std::size_t body_length = ParseHead(bytes.substr(0, *head_length), limits_.max_request);
         bytes.erase(0, *head_length);
         // The body's memory is taken as it arrives, so an announced length alone costs nothing.
-        while (bytes.size() < body_length)
-            ReceiveMore(bytes, body_length - bytes.size());
+        while (bytes.size() < body_length) ReceiveMore(bytes, body_length - bytes.size());
         return ParseBody(std::string_view(bytes).substr(0, body_length));
     }
 

@@ -35,7 +35,9 @@ void DescribeOptions(CLI::App& app, Options& options) {
         ->check(CLI::Range(1, 3600))
         ->capture_default_str();
     app.add_flag("--log", options.limits.log, "Write a line on each request to standard error");
-    app.footer("Services: Echo, Reverse, Generate (a number of bytes), Sleep (a number of milliseconds).");
+    app.footer(
+        "Services: Echo, Reverse, Generate (a number of bytes), Sleep (a number of milliseconds),\n"
+        "Lookup (XML: <request><name>iron</name></request>).");
 }
 
 /// Waits for a client that does not vanish while it is taken in.

@@ -25,8 +25,7 @@ std::string RefusalReply(const Refusal& refusal) {
 }
 
 void FillWithAlphabet(std::uint64_t offset, char* into, std::size_t length) {
-    for (std::size_t i = 0; i < length; ++i)
-        into[i] = static_cast<char>('a' + (offset + i) % 26);
+    for (std::size_t i = 0; i < length; ++i) into[i] = static_cast<char>('a' + (offset + i) % 26);
 }
 
 }  // namespace message_server

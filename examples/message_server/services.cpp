@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "lookup.h"
 #include "refusal.h"
 
 namespace message_server {
@@ -23,8 +24,7 @@ constexpr std::uint64_t kMaxSleepMs = 10 * 60 * 1000;
 /// The decimal number that the message consists of. White space after it is let pass: a number that comes out of a
 /// file or a pipe usually ends with a line end.
 std::uint64_t ParseNumber(std::string_view text, std::uint64_t max) {
-    while (!text.empty() && (text.back() == '\n' || text.back() == '\r' || text.back() == ' '))
-        text.remove_suffix(1);
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r' || text.back() == ' ')) text.remove_suffix(1);
     std::uint64_t number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size() || number > max) throw Refusal(400, "Bad_Message");
@@ -33,6 +33,10 @@ std::uint64_t ParseNumber(std::string_view text, std::uint64_t max) {
 
 Answer Echo(std::string data, const Pause&) {
     return {std::move(data)};
+}
+
+Answer LookUp(std::string data, const Pause&) {
+    return {Lookup(data)};
 }
 
 Answer Reverse(std::string data, const Pause&) {
@@ -54,10 +58,7 @@ using Service = Answer (*)(std::string data, const Pause& pause);
 
 const std::map<std::string, Service>& Services() {
     static const std::map<std::string, Service> services = {
-        {"Echo", Echo},
-        {"Generate", Generate},
-        {"Reverse", Reverse},
-        {"Sleep", Sleep},
+        {"Echo", Echo}, {"Generate", Generate}, {"Lookup", LookUp}, {"Reverse", Reverse}, {"Sleep", Sleep},
     };
     return services;
 }

@@ -20,6 +20,7 @@ using Pause = std::function<void(std::chrono::milliseconds)>;
 /// | `Echo`     | any bytes                | the same bytes                          |
 /// | `Reverse`  | any bytes                | the same bytes, last first              |
 /// | `Generate` | a decimal number         | so many bytes                           |
+/// | `Lookup`   | XML (lookup.h)           | XML                                     |
 /// | `Sleep`    | a number of milliseconds | a line of text, after waiting that long |
 ///
 /// @throws Refusal where there is no such service, or where the service cannot read the message.

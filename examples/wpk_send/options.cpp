@@ -43,6 +43,8 @@ void DescribeMessage(CLI::App& app, Options& options) {
         ->check(CLI::ExistingFile)
         ->excludes(message);
     app.add_option("-o,--output", options.output_file, "Write the reply to this file instead of standard output");
+    app.add_option("-f,--field", options.field,
+                   "Take the reply as XML; write only the text of this element of its root");
     app.add_option("-s,--server", options.server, "Host name or IPv4 address of the server")->capture_default_str();
     app.add_option("-p,--port", options.port, "Its port")->check(CLI::Range(1, 65535))->capture_default_str();
     app.add_option("-t,--timeout", options.timeout_seconds, "Cancel the request after so many seconds")

@@ -17,6 +17,7 @@ struct Options {
     std::optional<std::string> message;       ///< MESSAGE
     std::string input_file;                   ///< --input; empty: standard input, unless there is a MESSAGE
     std::string output_file;                  ///< --output; empty: standard output
+    std::string field;                        ///< --field; empty: the whole reply
     bool quiet = false;                       ///< --quiet
     bool verbose = false;                     ///< --verbose
     bool progress = false;                    ///< --progress

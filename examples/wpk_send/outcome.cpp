@@ -35,6 +35,7 @@ constexpr StatusDescription kStatuses[] = {
     {kNotInitialised, "The library could not be initialised."},
     {kNotSent, "The library could not take the request."},
     {kTimedOut, "The time given by --timeout is over."},
+    {kNoSuchField, "The reply is no XML, or lacks the element that --field asks for."},
 };
 
 std::string Line(int status, const char* text) {
@@ -57,8 +58,7 @@ int ExitStatusOfError(int error) {
 
 std::string ExitStatusHelp() {
     std::string help = "Exit status:\n";
-    for (const StatusDescription& description : kStatuses)
-        help += Line(description.status, description.text);
+    for (const StatusDescription& description : kStatuses) help += Line(description.status, description.text);
     for (const ErrorDescription& description : kErrors) {
         help += Line(ExitStatusOfError(description.error), description.text);
     }

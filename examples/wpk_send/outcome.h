@@ -14,6 +14,7 @@ enum ExitStatus {
     kNotInitialised = 3,
     kNotSent = 4,
     kTimedOut = 5,
+    kNoSuchField = 6,
 };
 
 /// A sentence on a WPK_ERROR.

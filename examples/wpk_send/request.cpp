@@ -15,6 +15,7 @@
 #include "files.h"
 #include "outcome.h"
 #include "terminal.h"
+#include "xml_field.h"
 
 namespace wpk_send {
 namespace {
@@ -112,11 +113,22 @@ void Request::AskCredentials(WPK_CALLBACKSTRUCT& notification) {
 void Request::TakeReply(const void* data, unsigned length) {
     // The bytes are there only during this call. No exception may leave it: the library would take it for its own.
     try {
-        WriteAll(options_.output_file, data, length);
+        WriteReply(data, length);
+        reply_status_ = kReplied;
+    } catch (const NoField& error) {
+        reply_status_ = kNoSuchField;
+        reply_trouble_ = error.what();
     } catch (const std::exception& error) {
-        file_trouble_ = error.what();
+        reply_status_ = kFileTrouble;
+        reply_trouble_ = error.what();
     }
     SetEvent(ended_);
+}
+
+void Request::WriteReply(const void* data, unsigned length) const {
+    if (options_.field.empty()) return WriteAll(options_.output_file, data, length);
+    const std::string text = FieldText(data, length, options_.field) + "\n";
+    WriteAll(options_.output_file, text.data(), text.size());
 }
 
 void Request::TakeFailure(int error) {
@@ -125,10 +137,9 @@ void Request::TakeFailure(int error) {
 }
 
 int Request::Report() const {
-    if (error_ == 0 && file_trouble_.empty()) return kReplied;
     if (error_ == 0) {
-        Say(file_trouble_);
-        return kFileTrouble;
+        if (!reply_trouble_.empty()) Say(reply_trouble_);
+        return reply_status_;
     }
     // A question that Ctrl-C has ended looks to the library like credentials that were declined.
     const int error = Interrupted() ? WPK_ERROR_CANCELLED : error_;

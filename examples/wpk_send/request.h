@@ -32,6 +32,7 @@ private:
     void ShowProgress(unsigned received, unsigned total);
     void AskCredentials(WPK_CALLBACKSTRUCT& notification);
     void TakeReply(const void* data, unsigned length);
+    void WriteReply(const void* data, unsigned length) const;
     void TakeFailure(int error);
 
     void WaitAndCancel(unsigned handle);
@@ -46,7 +47,8 @@ private:
     bool timed_out_ = false;
     // Written before ended_ is signalled, read after.
     int error_ = 0;
-    std::string file_trouble_;
+    int reply_status_ = 0;
+    std::string reply_trouble_;
 };
 
 }  // namespace wpk_send

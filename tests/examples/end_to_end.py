@@ -161,6 +161,20 @@ def test_watching_client_shows_that_there_is_no_network_and_ends_on_an_interrupt
     check_equal(client.finish()[0], 0)
 
 
+def test_client_writes_a_field_of_an_xml_reply():
+    request = "<request><name>iron</name></request>"
+    check_equal(Client("--port", server.port, "--field", "symbol", "Lookup", request).run(), (0, b"Fe\n", b""))
+
+
+def test_client_says_that_a_reply_lacks_the_field_or_is_no_xml():
+    status, reply, errors = Client("--port", server.port, "--field", "colour", "Echo", "<a>b</a>").run()
+    check_equal((status, reply), (6, b""))
+    check(b"no field 'colour'" in errors, errors)
+    status, reply, errors = Client("--port", server.port, "--field", "colour", "Echo", "plain text").run()
+    check_equal((status, reply), (6, b""))
+    check(b"no XML" in errors, errors)
+
+
 # ---- the client behind a proxy ----
 
 

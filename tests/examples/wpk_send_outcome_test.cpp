@@ -11,8 +11,8 @@ namespace wpk_send {
 namespace {
 
 TEST(ExitStatus, IsAnotherForEachOutcome) {
-    std::set<int> statuses = {kReplied, kFileTrouble, kWrongUsage, kNotInitialised, kNotSent, kTimedOut};
-    EXPECT_EQ(statuses.size(), 6U);
+    std::set<int> statuses = {kReplied, kFileTrouble, kWrongUsage, kNotInitialised, kNotSent, kTimedOut, kNoSuchField};
+    EXPECT_EQ(statuses.size(), 7U);
     for (int error = -1; error >= -8; --error) {
         EXPECT_TRUE(statuses.insert(ExitStatusOfError(error)).second) << error;
     }
@@ -35,7 +35,7 @@ TEST(ErrorText, OfAnUnknownCodeNamesIt) {
 TEST(ExitStatusHelp, ListsEveryStatusOnALineOfItsOwn) {
     const std::string help = ExitStatusHelp();
     for (const char* status :
-         {"  0", "  1", "  2", "  3", "  4", "  5", " 11", " 12", " 13", " 14", " 15", " 16", " 17", " 18"}) {
+         {"  0", "  1", "  2", "  3", "  4", "  5", "  6", " 11", " 12", " 13", " 14", " 15", " 16", " 17", " 18"}) {
         EXPECT_NE(help.find("\n" + std::string(status) + "  "), std::string::npos) << status;
     }
 }
