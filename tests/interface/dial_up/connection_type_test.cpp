@@ -52,7 +52,9 @@ int OutcomeOfRequest(const Library& library) {
     return request.Final().error;
 }
 
-bool HasRemoteAccess() { return LoadLibraryA("rasapi32.dll") != nullptr; }
+bool HasRemoteAccess() {
+    return LoadLibraryA("rasapi32.dll") != nullptr;
+}
 
 // What the two wrappers return, whatever they are called with.
 bool WrappersReturn(const Library& library, DWORD code) {
@@ -62,7 +64,9 @@ bool WrappersReturn(const Library& library, DWORD code) {
            wrappers.get_connect_status(nullptr, nullptr) == code;
 }
 
-DWORD InAProcess(const char* scenario, const std::string& argument = "-") { return Child(scenario, argument).Wait(); }
+DWORD InAProcess(const char* scenario, const std::string& argument = "-") {
+    return Child(scenario, argument).Wait();
+}
 
 WPK_SCENARIO(NeverConnected) {
     const Library library = Start(WPK_CONNECTION_NEVER);
@@ -167,25 +171,37 @@ WPK_SCENARIO(WrappersPassThrough) {
     return 0;
 }
 
-TEST(ConnectionTypes, Never_TellsZeroOnceAndFailsEveryRequest) { EXPECT_EQ(InAProcess("NeverConnected"), 0u); }
+TEST(ConnectionTypes, Never_TellsZeroOnceAndFailsEveryRequest) {
+    EXPECT_EQ(InAProcess("NeverConnected"), 0u);
+}
 
-TEST(ConnectionTypes, Permanent_TellsNothingAndRequestsWork) { EXPECT_EQ(InAProcess("PermanentNetwork"), 0u); }
+TEST(ConnectionTypes, Permanent_TellsNothingAndRequestsWork) {
+    EXPECT_EQ(InAProcess("PermanentNetwork"), 0u);
+}
 
 TEST(ConnectionTypes, Unknown_TellsNothingAndFailsEveryRequest) {
     for (const char* type : {"4", "-1", "4294967296"}) EXPECT_EQ(InAProcess("UnknownType", type), 0u) << type;
 }
 
-TEST(ConnectionTypes, AutomaticWithRemoteAccess_Detects) { EXPECT_EQ(InAProcess("AutomaticDetects"), 0u); }
+TEST(ConnectionTypes, AutomaticWithRemoteAccess_Detects) {
+    EXPECT_EQ(InAProcess("AutomaticDetects"), 0u);
+}
 
 TEST(ConnectionTypes, RemoteAccessWithoutFunctions_NeverConnects) {
     for (const char* type : {"1", "3"}) EXPECT_EQ(InAProcess("FunctionsMissing", type), 0u) << type;
 }
 
-TEST(ConnectionTypes, Wrappers_PassArgumentsAndResultsThrough) { EXPECT_EQ(InAProcess("WrappersPassThrough"), 0u); }
+TEST(ConnectionTypes, Wrappers_PassArgumentsAndResultsThrough) {
+    EXPECT_EQ(InAProcess("WrappersPassThrough"), 0u);
+}
 
-TEST(WithoutRemoteAccess, DialUp_TakesThePathOfNeverConnected) { EXPECT_EQ(InAProcess("DetectionCannotStart", "1"), 0u); }
+TEST(WithoutRemoteAccess, DialUp_TakesThePathOfNeverConnected) {
+    EXPECT_EQ(InAProcess("DetectionCannotStart", "1"), 0u);
+}
 
-TEST(WithoutRemoteAccess, Automatic_IsAPermanentNetwork) { EXPECT_EQ(InAProcess("AutomaticIsPermanent"), 0u); }
+TEST(WithoutRemoteAccess, Automatic_IsAPermanentNetwork) {
+    EXPECT_EQ(InAProcess("AutomaticIsPermanent"), 0u);
+}
 
 }  // namespace
 }  // namespace wpk::rig

@@ -108,10 +108,10 @@ TEST_F(DialUp, EveryKindOfComingAndGoing_IsToldInItsOrder) {
     std::vector<StandInConnection> eleven = ten;
     eleven.push_back(Device("modem", kConnected));
     PlayUntilTold({Showing({Device("MODEM", kConnected)}), Showing({Device("MODEM", kDisconnected)}),  // 1 0
-                   Showing(ten), Failing(),                                                           // 1 0
-                   ModemIn(kConnected), Showing(eleven),                                              // 1 0
-                   Showing({Device("modem", kConnected, ERROR_INVALID_HANDLE)}), Failing(),           // nothing
-                   ModemIn(kConnected), Nothing()},                                                   // 1 0
+                   Showing(ten), Failing(),                                                            // 1 0
+                   ModemIn(kConnected), Showing(eleven),                                               // 1 0
+                   Showing({Device("modem", kConnected, ERROR_INVALID_HANDLE)}), Failing(),            // nothing
+                   ModemIn(kConnected), Nothing()},                                                    // 1 0
                   8);
     EXPECT_EQ(StatesTold(), (States{1, 0, 1, 0, 1, 0, 1, 0}));
     ExpectRequestFails(WPK_ERROR_NO_NETWORK);

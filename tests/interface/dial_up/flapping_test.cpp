@@ -84,7 +84,9 @@ Tally& TheTally() {
     return tally;
 }
 
-void OnState(WPK_CALLBACKSTRUCT* notification) { TheTally().NoteState(notification->body.connection.dwConnected); }
+void OnState(WPK_CALLBACKSTRUCT* notification) {
+    TheTally().NoteState(notification->body.connection.dwConnected);
+}
 
 // One request after the other until `over`.
 void KeepSending(const Library& library, unsigned short port, const std::atomic<bool>& over) {
@@ -106,6 +108,64 @@ bool SocketsStarted() {
     if (made == INVALID_SOCKET) return false;
     closesocket(made);
     return true;
+}
+
+// The states told.
+Inbox& States() {
+    static Inbox& inbox = *new Inbox;
+    return inbox;
+}
+
+// Sockets of the application's own. The system gives the values of closed ones to the next ones.
+class OwnSockets {
+public:
+    OwnSockets() {
+        for (SOCKET& made : sockets_) made = socket(AF_INET, SOCK_STREAM, 0);
+    }
+    ~OwnSockets() {
+        for (const SOCKET made : sockets_) closesocket(made);
+    }
+    OwnSockets(const OwnSockets&) = delete;
+    OwnSockets& operator=(const OwnSockets&) = delete;
+
+    bool AllOpen() const {
+        for (const SOCKET made : sockets_) {
+            int type = 0, size = sizeof type;
+            if (getsockopt(made, SOL_SOCKET, SO_TYPE, reinterpret_cast<char*>(&type), &size) != 0) return false;
+        }
+        return true;
+    }
+
+private:
+    SOCKET sockets_[40];
+};
+
+// The network goes and comes back while a request is in its callback. The argument is the port.
+WPK_SCENARIO(ReturnToAnotherNetwork) {
+    while (WSACleanup() == 0) continue;
+    const auto port = static_cast<unsigned short>(std::stoi(argument));
+    const Library library = LoadFromElsewhere();
+    WPK_INITSTRUCT settings = PermanentSettings(States());
+    settings.nConnectionType = WPK_CONNECTION_DIAL_UP;
+    Play({ModemIn(kConnected)});
+    if (library.Init(&settings) != 1 || !States().WaitForCount(2)) return 1;
+
+    Request old(port);
+    Signal inside, leave;
+    old.inbox.inside = [&](WPK_CALLBACKSTRUCT& record) {
+        if (record.nReason != WPK_REASON_PROGRESS) return;
+        inside.Set();
+        leave.Wait();
+    };
+    if (old.Send(library) == 0 || !inside.Wait()) return 2;
+    Play({Failing(), ModemIn(kConnected)});
+    if (!States().WaitForCount(4)) return 3;
+
+    const OwnSockets sockets;
+    if (!sockets.AllOpen()) return 4;
+    leave.Set();
+    if (!old.WaitForEnd() || old.Final().error != WPK_ERROR_EXCHANGE) return 5;
+    return sockets.AllOpen() ? 0 : 6;
 }
 
 // Here nobody but the library starts the sockets interface: when it cleans up, every socket of the process goes. The
@@ -153,6 +213,15 @@ WPK_SCENARIO(Flapping) {
 TEST(FlappingNetwork, RequestsAcrossEveryChange_AllEndOnceAndTheNextNetworkWorks) {
     Peer peer(&AnswerEverySecond, kSenders + 2);
     EXPECT_EQ(Child("Flapping", std::to_string(peer.port())).Wait(), 0u);
+}
+
+TEST(FlappingNetwork, RequestOfTheOldNetwork_LeavesTheSocketsOfTheNewOneAlone) {
+    Peer peer([](Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(OkHead(kEndlessLength) + "some");
+        connection.WaitForEnd();
+    });
+    EXPECT_EQ(Child("ReturnToAnotherNetwork", std::to_string(peer.port())).Wait(), 0u);
 }
 
 }  // namespace

@@ -42,9 +42,13 @@ StandInScene Showing(const std::vector<StandInConnection>& connections) {
     return scene;
 }
 
-StandInScene ModemIn(unsigned int state) { return Showing({Device("modem", state)}); }
+StandInScene ModemIn(unsigned int state) {
+    return Showing({Device("modem", state)});
+}
 
-StandInScene Nothing() { return Showing({}); }
+StandInScene Nothing() {
+    return Showing({});
+}
 
 StandInScene Failing() {
     StandInScene scene = ModemIn(kConnected);

@@ -82,7 +82,9 @@ void ShowNextScene() {
     WakeAllConditionVariable(&polled);
 }
 
-void* HandleOf(unsigned int index) { return reinterpret_cast<void*>(serial << 8 | (index + 1)); }
+void* HandleOf(unsigned int index) {
+    return reinterpret_cast<void*>(serial << 8 | (index + 1));
+}
 
 }  // namespace
 
