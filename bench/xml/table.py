@@ -9,6 +9,7 @@ import sys
 
 PEER = "pugixml"
 OURS = "wpk"
+PARSERS = (PEER, OURS, "rapidxml", "tinyxml2", "libxml2", "expat_events")
 
 
 def read_speed(path):
@@ -36,8 +37,13 @@ def read_memory(path):
     return table
 
 
+def in_order(rows, documents):
+    """The interleaved run yields its results in any order; a reader wants the documents in theirs."""
+    return {document: rows[document] for document in documents}
+
+
 def print_table(title, rows, shown):
-    parsers = list(next(iter(rows.values())))
+    parsers = [parser for parser in PARSERS if parser in next(iter(rows.values()))]
     print("\n%s" % title)
     print("%-18s" % "document" + "".join("%14s" % parser for parser in parsers))
     for document, figures in rows.items():
@@ -81,7 +87,7 @@ def main():
     speed = read_speed(sys.argv[1])
     memory = read_memory(sys.argv[2])
     for operation in ("parse", "write_raw", "write_indented", "find"):
-        print_table("%s: %s in ns, the others as ratios to it" % (operation, PEER), speed[operation], show_ratio)
+        print_table("%s: %s in ns, the others as ratios to it" % (operation, PEER), in_order(speed[operation], memory["size"]), show_ratio)
     for figure, unit in (("live", "bytes per byte of input"), ("peak", "bytes per byte of input"),
                          ("kept", "bytes per document, 40,000 of them kept")):
         print_table("heap, %s: %s" % (figure, unit), memory[figure], lambda figures, parser: "%.1f" % figures[parser])
