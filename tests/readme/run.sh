@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# run.sh WINE SERVER PROGRAM: runs the README's program against the sample server and looks at what it prints.
+set -euo pipefail
+wine=$1 server=$2 program=$3
+
+exec {said}< <(exec "$wine" "$server" --port 0 </dev/null 2>/dev/null)
+server_pid=$!
+trap 'kill -KILL "$server_pid" 2>/dev/null || true' EXIT
+
+port=
+while IFS= read -r -t 60 -u "$said" line; do
+    line=${line%$'\r'}
+    [[ $line == *"listening on"* ]] && port=${line##*:} && break
+done
+
+printed=$("$wine" "$program" "$port" </dev/null 2>/dev/null | tr -d '\r')
+if [ "$printed" = "Fe" ]; then
+    echo "[  PASSED  ] 1 test."
+else
+    echo "Printed \"$printed\" instead of \"Fe\"."
+    echo "[  FAILED  ] 1 test."
+    exit 1
+fi
