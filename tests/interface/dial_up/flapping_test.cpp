@@ -16,7 +16,7 @@
 namespace wpk::rig {
 namespace {
 
-constexpr unsigned int kChanges = 60;
+constexpr unsigned int kChanges = 24;
 constexpr int kSenders = 6;
 constexpr size_t kBodyLength = 20000;  // long enough to be spooled
 // Announced by replies of which the rest never comes.
