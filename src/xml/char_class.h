@@ -66,8 +66,7 @@ constexpr std::uint16_t Classify(int c) {
 
 constexpr std::array<std::uint16_t, 256> MakeTable() {
     std::array<std::uint16_t, 256> table{};
-    for (int c = 0; c < 256; ++c)
-        table[static_cast<std::size_t>(c)] = c == 0 ? kTextStop | kValueStop : Classify(c);
+    for (int c = 0; c < 256; ++c) table[static_cast<std::size_t>(c)] = c == 0 ? kTextStop | kValueStop : Classify(c);
     return table;
 }
 

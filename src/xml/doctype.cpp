@@ -87,16 +87,14 @@ private:
     bool SystemLiteral() {
         const char quote = ReadQuote(cursor_);
         if (quote == '\0') return false;
-        for (Byte c = 0; NextOfLiteral(quote, c);)
-            Require(Is(c, kAllowed), 2);
+        for (Byte c = 0; NextOfLiteral(quote, c);) Require(Is(c, kAllowed), 2);
         return true;
     }
 
     bool PublicLiteral() {
         const char quote = ReadQuote(cursor_);
         if (quote == '\0') return false;
-        for (Byte c = 0; NextOfLiteral(quote, c);)
-            Require(Is(c, kPublicId), 28);
+        for (Byte c = 0; NextOfLiteral(quote, c);) Require(Is(c, kPublicId), 28);
         return true;
     }
 
@@ -169,8 +167,7 @@ private:
                     continue;
                 }
                 // A group without a first particle is none, so that its own outer group lacks one as well.
-                while (!separators.empty() && separators.back() == kNoSeparator)
-                    separators.pop_back();
+                while (!separators.empty() && separators.back() == kNoSeparator) separators.pop_back();
                 Require(separators.empty(), 32);
                 return false;
             }

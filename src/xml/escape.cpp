@@ -19,18 +19,11 @@ char* CopyName(char* to, char escaped) noexcept {
 }
 
 const char* SkipWhite(const char* at, const char* end) noexcept {
-    while (at != end && IsWhite(*at))
-        ++at;
+    while (at != end && IsWhite(*at)) ++at;
     return at;
 }
 
 #ifdef WPK_XML_SSE2
-
-/// The bits of a block that lie before the end of the text.
-unsigned Valid(const char* at, const char* end) noexcept {
-    const std::size_t left = static_cast<std::size_t>(end - at);
-    return left >= Block::kSize ? Block::kAll : (1U << left) - 1;
-}
 
 /// What is left of a text, in pieces of which a whole block can be read from any byte on.
 class Pieces {

@@ -65,8 +65,7 @@ bool ExactCursor::Expect(char c) noexcept {
 
 bool ExactCursor::SkipWhitespace() noexcept {
     bool any = false;
-    while (Is(Read(), kWhite))
-        any = true;
+    while (Is(Read(), kWhite)) any = true;
     Unread();
     return any;
 }
@@ -93,8 +92,7 @@ Slice ExactCursor::CharsOfName(CharClass first) noexcept {
 
 Byte ExactCursor::ReadPastText() noexcept {
     Byte c = Read();
-    while (!Is(c, kTextStop))
-        c = Read();
+    while (!Is(c, kTextStop)) c = Read();
     return c;
 }
 

@@ -75,8 +75,7 @@ public:
     /// Moves past white space; whether there was any.
     bool SkipWhitespace() noexcept {
         const Byte* const from = at_;
-        while (at_ != end_ && Is(*at_, kWhite))
-            ++at_;
+        while (at_ != end_ && Is(*at_, kWhite)) ++at_;
         return at_ != from;
     }
 

@@ -68,8 +68,7 @@ void NodeContainer::DeleteChildren() noexcept {
 void NodeContainer::CloneChildren(const NodeContainer& from, NodeContainer& to) {
     // The count as it is now: a container may be cloned into itself.
     const std::size_t count = from.children.size();
-    for (std::size_t i = 0; i < count; ++i)
-        to.AppendChild(from.children[i]->Clone(&to));
+    for (std::size_t i = 0; i < count; ++i) to.AppendChild(from.children[i]->Clone(&to));
 }
 
 }  // namespace AdvXMLParser

@@ -68,6 +68,9 @@ std::size_t Reckon(const char* bytes, std::size_t size) {
            (size > usual ? size - usual : 0);
 }
 
+/// The pools of this thread that wait for the end of a destructor, the innermost first.
+thread_local Pool* waitingPools = nullptr;
+
 }  // namespace
 
 Pool* Pool::Create(std::size_t chunkSize) {
@@ -93,15 +96,23 @@ void Pool::Destroy(Pool* pool) noexcept {
     }
 }
 
-void Pool::Leave(Pool* pool, std::size_t seats) noexcept {
+bool Pool::Leave(std::size_t seats) noexcept {
     // Usually a whole tree goes at once and nobody else is there to be told.
-    const bool last = pool->seats_.load(std::memory_order_acquire) == seats ||
-                      pool->seats_.fetch_sub(seats, std::memory_order_acq_rel) == seats;
-    if (last) Destroy(pool);
+    return seats_.load(std::memory_order_acquire) == seats ||
+           seats_.fetch_sub(seats, std::memory_order_acq_rel) == seats;
 }
 
-void Node::Seat::Leave() noexcept {
-    Pool::Leave(reinterpret_cast<const Pool::Chunk*>(Chunk())->pool, 1);
+void Pool::DestroyWith(const void* node) noexcept {
+    lastNode_ = node;
+    nextWaiting_ = waitingPools;
+    waitingPools = this;
+}
+
+void Pool::OnDelete(const void* node) noexcept {
+    Pool* const pool = waitingPools;
+    if (pool == nullptr || pool->lastNode_ != node) return;
+    waitingPools = pool->nextWaiting_;
+    Destroy(pool);
 }
 
 void PoolCutter::Refill(std::size_t size, const char* reached) {

@@ -34,14 +34,22 @@ public:
     Chunk* FirstChunk() const noexcept { return chunks_; }
 
     void Occupy(std::size_t seats) noexcept { seats_.store(seats, std::memory_order_relaxed); }
-    /// The last one to leave closes the door.
-    static void Leave(Pool* pool, std::size_t seats) noexcept;
+    /// True when nobody is left. Then it is up to the caller to destroy the pool.
+    bool Leave(std::size_t seats) noexcept;
+
+    /// For a node that leaves last, but whose destructor has not come to its end: the pool stays until the node's
+    /// memory is given back, on the same thread.
+    void DestroyWith(const void* node) noexcept;
+    static void OnDelete(const void* node) noexcept;
 
 private:
     explicit Pool(Chunk* first) noexcept : chunks_(first) {}
 
     std::atomic<std::size_t> seats_{0};
     Chunk* chunks_;
+    /// The node that the pool waits for, and the pool that waits for a node whose destructor has called that node's.
+    const void* lastNode_ = nullptr;
+    Pool* nextWaiting_ = nullptr;
 };
 
 /// Cuts pieces off a pool while a document is parsed into it. Unless the work ends with Finish, everything is given

@@ -46,8 +46,7 @@ inline const Byte* FindTextStop(const Byte* at, const Byte* end) noexcept {
         return ((block == '<') | (block == '&') | (block == ']') | scan_detail::Controls(block)).Mask();
     });
 #endif
-    while (at != end && !Is(*at, kTextStop))
-        ++at;
+    while (at != end && !Is(*at, kTextStop)) ++at;
     return at;
 }
 
@@ -71,8 +70,7 @@ inline const Byte* FindStop(const Byte* at, const Byte* end, char stop) noexcept
         return ((block == stop) | scan_detail::Controls(block)).Mask();
     });
 #endif
-    while (at != end && *at != static_cast<Byte>(stop) && *at != '\r' && Is(*at, kAllowed))
-        ++at;
+    while (at != end && *at != static_cast<Byte>(stop) && *at != '\r' && Is(*at, kAllowed)) ++at;
     return at;
 }
 
@@ -83,8 +81,7 @@ inline const Byte* SkipNameChars(const Byte* at, const Byte* end) noexcept {
         at, end, [](const Block& block) noexcept { return scan_detail::NameChars(block).Mask() ^ Block::kAll; });
 #endif
     // Also where a block was left at a letter beyond ASCII.
-    while (at != end && Is(*at, kNameChar))
-        ++at;
+    while (at != end && Is(*at, kNameChar)) ++at;
     return at;
 }
 
@@ -98,8 +95,7 @@ inline bool SameBytes(const void* a, const void* b, std::size_t size) noexcept {
         if ((Block(first + i) == Block(second + i)).Mask() != Block::kAll) return false;
     }
 #endif
-    while (i < size && first[i] == second[i])
-        ++i;
+    while (i < size && first[i] == second[i]) ++i;
     return i == size;
 }
 

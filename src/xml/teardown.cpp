@@ -58,6 +58,11 @@ void Teardown::Empty(NodeContainer& container, NodeList<Attribute>* attributes) 
     if (attributes != nullptr) attributes->clear();
 }
 
+void Teardown::EmptyAll(Node& node) noexcept {
+    NodeContainer* const container = Internals::OwnContainer(&node);
+    if (container != nullptr) Empty(*container, AttributesOf(*container));
+}
+
 void Teardown::Run() noexcept {
     for (;;) {
         Node* const node = Next();
@@ -126,7 +131,7 @@ void Teardown::DropPooled(Node& node, Pool* pool) noexcept {
 }
 
 void Teardown::LeavePool() noexcept {
-    if (freeSeats_ != 0) Pool::Leave(pool_, freeSeats_);
+    if (freeSeats_ != 0 && pool_->Leave(freeSeats_)) Pool::Destroy(pool_);
     freeSeats_ = 0;
 }
 

@@ -15,6 +15,8 @@ class Teardown {
 public:
     /// Empties the children, and the attributes where they are given; the container itself stays as it is otherwise.
     static void Empty(NodeContainer& container, NodeList<Attribute>* attributes) noexcept;
+    /// Empties whatever the node is: children, attributes, or nothing.
+    static void EmptyAll(Node& node) noexcept;
 
     Teardown(const Teardown&) = delete;
     Teardown& operator=(const Teardown&) = delete;

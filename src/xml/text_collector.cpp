@@ -59,8 +59,7 @@ void TextCollector::Enter(const NodeContainer& container) {
 void TextCollector::Leave() {
     const Level& level = levels_.back();
     if (level.trimsItself) {
-        while (result_.size() > level.start && IsWhite(result_.back()))
-            result_.pop_back();
+        while (result_.size() > level.start && IsWhite(result_.back())) result_.pop_back();
     }
     levels_.pop_back();
 }

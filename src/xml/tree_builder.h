@@ -9,6 +9,7 @@
 
 #include "xml/fast_cursor.h"
 #include "xml/internals.h"
+#include "xml/teardown.h"
 
 namespace AdvXMLParser {
 
@@ -71,8 +72,8 @@ inline EntityRef::EntityRef(const PoolSeat& seat, NodeContainer* parentNode, con
 inline CharRef::CharRef(const PoolSeat& seat, NodeContainer* parentNode, signed char character) noexcept
     : Reference(Kind::kCharRef, seat, parentNode, fixed_names::kNone), value(character) {}
 
-/// A node of class T in a pool. `delete` destroys it and frees nothing: its seat gives the pool back, when it is the
-/// last one.
+/// A node of class T in a pool, for which `delete` does what it does for any other. (When a whole tree goes, Teardown
+/// takes the nodes in pools by itself, without their destructors.)
 template <class T>
 class Pooled final : public T {
 public:
@@ -80,7 +81,14 @@ public:
     explicit Pooled(const PoolSeat& seat, Arguments&&... arguments) noexcept
         : T(seat, std::forward<Arguments>(arguments)...) {}
 
-    static void operator delete(void* /*memory*/) noexcept {}
+    ~Pooled() override {
+        // Whoever is below leaves first, so that this node still has its seat then.
+        Teardown::EmptyAll(*this);
+        Pool* const pool = Internals::ChunkOf(*this)->pool;
+        if (pool->Leave(1)) pool->DestroyWith(this);
+    }
+
+    static void operator delete(void* memory) noexcept { Pool::OnDelete(memory); }
 };
 
 /// Makes nodes and strings. Whatever has been made is given back with the builder, unless Finish hands it over.
@@ -120,8 +128,7 @@ public:
         if (count == 1) return Internals::HoldOne(list, static_cast<T*>(*nodes));
         void* const piece = cutter_.Cut(RoundUp(count * sizeof(T*)), reached_);
         T** const entries = static_cast<T**>(piece);
-        for (std::size_t i = 0; i < count; ++i)
-            entries[i] = static_cast<T*>(nodes[i]);
+        for (std::size_t i = 0; i < count; ++i) entries[i] = static_cast<T*>(nodes[i]);
         Internals::Borrow(list, entries, count);
     }
 

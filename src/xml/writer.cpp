@@ -222,8 +222,7 @@ void Writer::EndBlock() {
 }
 
 void Writer::Indent() {
-    for (std::int32_t level = 1; level < depth_; ++level)
-        Put(indent_);
+    for (std::int32_t level = 1; level < depth_; ++level) Put(indent_);
 }
 
 }  // namespace AdvXMLParser

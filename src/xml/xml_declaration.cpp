@@ -22,8 +22,7 @@ template <class Cursor>
 Slice ReadRun(Cursor& cursor, CharClass first, CharClass others) {
     const auto from = cursor.Position();
     bool any = false;
-    while (Is(cursor.Read(), any ? others : first))
-        any = true;
+    while (Is(cursor.Read(), any ? others : first)) any = true;
     cursor.Unread();
     return any ? cursor.Cut(from, 0) : Slice{};
 }

@@ -137,25 +137,18 @@ protected:
 private:
     friend struct Internals;
 
-    /// How far into its chunk of a parsed document's memory the node sits; 0 for a node that sits elsewhere. Declared
-    /// first, so that it dies last: with the last node's seat all of that memory goes.
-    class Seat {
-    public:
+    /// What kind of node it is, and how far into its chunk of a parsed document's memory it sits; 0 for a node that
+    /// sits elsewhere.
+    struct Seat {
         explicit Seat(Kind nodeKind) noexcept : offset(0), kind(nodeKind) {}
         inline Seat(Kind nodeKind, const PoolSeat& place) noexcept;
-        Seat(const Seat&) = delete;
-        Seat& operator=(const Seat&) = delete;
-        ~Seat() {
-            if (offset != 0) Leave();
-        }
-        void Leave() noexcept;
         const char* Chunk() const noexcept { return reinterpret_cast<const char*>(this) - std::size_t{offset} * kUnit; }
 
         static constexpr std::size_t kUnit = 4;
         std::uint32_t offset;
-        const Kind kind;
+        Kind kind;
     };
-    Seat seat_;
+    const Seat seat_;
 
 public:
     /// Tag name, attribute name, target of a processing instruction, name of an entity; "#text" and the like elsewhere.

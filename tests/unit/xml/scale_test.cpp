@@ -1,0 +1,159 @@
+// A million of everything, with 64 KiB of stack. What is not linear in the input would not end within the time that a
+// test program has.
+// SPDX-License-Identifier: MIT
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "helpers.h"
+#include "small_stack_thread.h"
+
+using namespace AdvXMLParser;
+using xml_tests::Parse;
+using xml_tests::RunOnSmallStack;
+using xml_tests::WrittenVerbatim;
+
+namespace {
+
+constexpr std::size_t kMillion = 1000000;
+
+std::string Repeated(std::string_view text, std::size_t times) {
+    std::string result;
+    result.reserve(text.size() * times);
+    for (std::size_t i = 0; i < times; ++i) result += text;
+    return result;
+}
+
+TEST(Scale, AMillionNestedElementsAreUsedLikeAnyTree) {
+    const std::string text = Repeated("<a>", kMillion) + "x" + Repeated("</a>", kMillion);
+    std::string written;
+    std::string collected;
+    std::string ofClone;
+    ASSERT_TRUE(RunOnSmallStack([&] {
+        const auto document = Parse(text);
+        written = WrittenVerbatim(*document->root);
+        collected = document->GetText();
+        const std::unique_ptr<Element> copy(document->root->Clone(nullptr));
+        ofClone = copy->GetText();
+    }));
+    EXPECT_TRUE(written == text);
+    EXPECT_EQ(collected, "x");
+    EXPECT_EQ(ofClone, "x");
+}
+
+TEST(Scale, GetTextOfADeepTreeFullOfTextIsLinear) {
+    const std::string text = Repeated("<a> word ", kMillion) + Repeated("</a>", kMillion);
+    std::string collected;
+    ASSERT_TRUE(RunOnSmallStack([&] { collected = Parse(text)->GetText(); }));
+    EXPECT_EQ(collected.size(), 5 * kMillion - 1);
+    EXPECT_EQ(collected.substr(0, 14), "word word word");
+}
+
+TEST(Scale, GetTextOfADeepTreeWithWhiteSpaceBehindIsLinear) {
+    const std::string text =
+        Repeated("<a xml:space='preserve'><b>", kMillion / 4) + "x" + Repeated(" </b>  </a>", kMillion / 4);
+    std::string collected;
+    ASSERT_TRUE(RunOnSmallStack([&] { collected = Parse(text)->root->GetText(); }));
+    EXPECT_EQ(collected, "x  ");
+}
+
+TEST(Scale, ADeepTreeBuiltByHandIsUsedLikeAnyTree) {
+    std::string collected;
+    std::size_t writtenSize = 0;
+    ASSERT_TRUE(RunOnSmallStack([&] {
+        Document document("r");
+        NodeContainer* at = document.root;
+        for (std::size_t i = 0; i < kMillion; ++i) {
+            // Parents that say nothing about the tree.
+            Element* const element = new Element(i % 2 == 0 ? nullptr : document.root, "e");
+            at->AppendChild(element);
+            at = element;
+        }
+        at->AppendText("x");
+        collected = document.GetText();
+        writtenSize = WrittenVerbatim(*document.root).size();
+        delete document.root->Clone(nullptr);
+        document.root->DeleteChildren();
+    }));
+    EXPECT_EQ(collected, "x");
+    EXPECT_EQ(writtenSize, 7 * kMillion + 8);
+}
+
+TEST(Scale, ATreeDeepInItsAttributesIsUsedLikeAnyTree) {
+    std::string written;
+    ASSERT_TRUE(RunOnSmallStack([&] {
+        Element root(nullptr, "e");
+        Element* at = &root;
+        for (std::size_t i = 0; i < kMillion / 4; ++i) {
+            Attribute* const attribute = new Attribute(at, "a");
+            at->attributes.push_back(attribute);
+            Element* const element = new Element(attribute, "e");
+            attribute->AppendChild(element);
+            at = element;
+        }
+        written = WrittenVerbatim(root);
+    }));
+    EXPECT_TRUE(written == Repeated("<e a=\"", kMillion / 4) + "<e/>" + Repeated("\"/>", kMillion / 4));
+}
+
+TEST(Scale, AMillionNestedGroupsAreAccepted) {
+    const std::string groups = Repeated("(", kMillion) + "b" + Repeated(",c)*", kMillion);
+    ASSERT_TRUE(RunOnSmallStack([&] {
+        EXPECT_EQ(xml_tests::Verdict("<!DOCTYPE a[<!ELEMENT a " + groups + ">]><a/>"), "ok");
+        EXPECT_EQ(xml_tests::Verdict("<!DOCTYPE a[<!ELEMENT a " + Repeated("(", kMillion)), "29 1:1000025");
+    }));
+}
+
+TEST(Scale, AMillionSiblingsAreUsedLikeAny) {
+    const std::string text = "<r>" + Repeated("<a/>", kMillion) + "</r>";
+    std::size_t count = 0;
+    std::string written;
+    ASSERT_TRUE(RunOnSmallStack([&] {
+        const auto document = Parse(text);
+        for (std::size_t i = 0; document->root->FindNextElement("a", i); ++i) ++count;
+        written = WrittenVerbatim(*document->root);
+        delete document->root->Clone(nullptr);
+    }));
+    EXPECT_EQ(count, kMillion);
+    EXPECT_TRUE(written == text);
+}
+
+TEST(Scale, AMillionAttributesOfOneElementAreUsedLikeAny) {
+    const std::string text = "<r" + Repeated(" a=\"1\"", kMillion) + "/>";
+    std::string written;
+    ASSERT_TRUE(RunOnSmallStack([&] { written = WrittenVerbatim(*Parse(text)->root); }));
+    EXPECT_TRUE(written == text);
+}
+
+TEST(Scale, AMillionPiecesOfOneTextAreAppendedInLinearTime) {
+    Element element(nullptr, "e");
+    element.AppendText("");
+    element.pendingText = static_cast<Text*>(element.children[0]);
+    for (std::size_t i = 0; i < kMillion; ++i) element.AppendText("ten bytes.");
+    EXPECT_EQ(element.pendingText->text.size(), 10 * kMillion);
+}
+
+TEST(Scale, ADeepDocumentThatIsRefusedLeavesNothingBehind) {
+    const std::string text = Repeated("<a b='1'>x", kMillion);
+    ASSERT_TRUE(RunOnSmallStack([&] { EXPECT_EQ(xml_tests::Verdict(text), "1 1:10000001"); }));
+}
+
+TEST(Scale, OneTextOfAGibibyte) {
+    constexpr std::size_t kSize = std::size_t{1} << 30;
+    std::string text;
+    try {
+        text.assign("<a>");
+        text.resize(kSize + 3, 'x');
+        text += "</a>";
+        const std::unique_ptr<Document> document(Parser().Parse(text.data(), static_cast<int>(text.size())));
+        const Text& child = static_cast<const Text&>(*document->root->children[0]);
+        EXPECT_EQ(child.text.size(), kSize);
+        EXPECT_EQ(child.text[kSize - 1], 'x');
+        EXPECT_EQ(child.text.c_str()[kSize], '\0');
+    } catch (const std::bad_alloc&) {
+        GTEST_SKIP() << "needs 2 GiB of memory";
+    }
+}
+
+}  // namespace
