@@ -30,7 +30,7 @@ std::string RichDocument() {
         "<r a='1' an-attribute-of-a-rather-long-name='and a value that does not fit either' xml:space='preserve'>\r\n"
         "text<a x='&lt;&#65;'>a text that is too long to stand in its place &amp; more<b/></a>\r\n"
         "<![CDATA[ raw <>& ]]>&#x42;<!-- comment\r\nwith lines --><?pi?>]] ><b></b>\n";
-    for (int i = 0; i < 40; ++i)
+    for (int i = 0; i < 12; ++i)
         text += "<item n='" + std::to_string(i) + "'>value &gt; " + std::to_string(i) + "</item>";
     return text + "</r>\n<!-- after --><?end?> ";
 }
