@@ -54,7 +54,9 @@ extern "C" {
 enum WPK_CONNECTION_TYPE {
     /** Never: every request ends with WPK_ERROR_NO_NETWORK. The default callback is told once, with state 0. */
     WPK_CONNECTION_NEVER = 0,
-    /** Dial-up: while a modem connection is up. The default callback is told of every change. */
+    /** Dial-up: while a modem connection is up. The default callback is told of every change, and once at the start.
+     * Each time it is told 0, one start of the sockets interface is taken back, the first time also: an application
+     * that uses sockets itself starts the interface once more for that. docs/dial_up.md says all. */
     WPK_CONNECTION_DIAL_UP = 1,
     /** A permanent network (LAN): always, if the sockets interface starts. Nothing is told at the start. */
     WPK_CONNECTION_PERMANENT = 2,
@@ -198,6 +200,7 @@ typedef struct WPK_INITSTRUCT {
 #ifdef __cplusplus
 class WPK_SENDSTRUCT {
 public:
+    /* C++98 has no nullptr. NOLINTBEGIN(modernize-use-nullptr) */
     WPK_SENDSTRUCT()
         : reserved(0),
           nPort(80),
@@ -207,6 +210,7 @@ public:
           lpUserData(0),
           lpData(0),
           dwDataLength(0) {}
+    /* NOLINTEND(modernize-use-nullptr) */
     virtual ~WPK_SENDSTRUCT() {}
 
 #else
