@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "interface/rig/peer.h"
 #include "interface/rig/process.h"
+#include "interface/rig/proxied.h"
 #include "interface/rig/request.h"
 #include "interface/rig/wire.h"
 
@@ -13,23 +14,6 @@
 
 namespace wpk::rig {
 namespace {
-
-// A fresh library that sends everything to one proxy. The server named in its requests does not exist: only the
-// proxy can have answered.
-class Proxied {
-public:
-    Proxied(unsigned short proxy_port, const char* user, const char* password) : library(Library::LoadFresh()) {
-        WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);
-        settings.bBehindProxy = 1;
-        settings.lpszProxyServer = "127.0.0.1";
-        settings.nProxyPort = proxy_port;
-        settings.lpszProxyUser = user;
-        settings.lpszProxyPassword = password;
-        EXPECT_EQ(library.Init(&settings), 1);
-    }
-
-    const Library library;
-};
 
 std::unique_ptr<Request> ToNowhere() {
     auto request = std::make_unique<Request>(static_cast<unsigned short>(8080));
@@ -53,21 +37,6 @@ Peer::Script AnswerInTurn(std::vector<std::string> replies) {
     return [replies = std::move(replies)](Connection& connection) {
         connection.ReadRequest();
         connection.Send(connection.index() < replies.size() ? replies[connection.index()] : Ok("ok"));
-    };
-}
-
-void Fill(char (&field)[WPK_CREDENTIAL_SIZE], const std::string& text) {
-    std::fill(std::begin(field), std::end(field), '\0');
-    std::copy_n(text.data(), std::min<size_t>(text.size(), WPK_CREDENTIAL_SIZE), field);
-}
-
-// Makes a request answer a question for credentials.
-void AnswerCredentials(Request& request, const std::string& user, const std::string& password) {
-    request.inbox.inside = [=](WPK_CALLBACKSTRUCT& record) {
-        if (record.nReason != WPK_REASON_CREDENTIALS) return;
-        Fill(record.body.credentials.szUser, user);
-        Fill(record.body.credentials.szPassword, password);
-        record.body.credentials.bRetry = 1;
     };
 }
 
@@ -184,7 +153,7 @@ TEST(ProxyCredentials, ChangedWithoutTheRetryFlag_AreNotTaken) {
     const Proxied proxied(proxy.port(), "u", "p");
     const auto first = ToNowhere();
     first->inbox.inside = [](WPK_CALLBACKSTRUCT& record) {
-        if (record.nReason == WPK_REASON_CREDENTIALS) Fill(record.body.credentials.szUser, "another");
+        if (record.nReason == WPK_REASON_CREDENTIALS) FillField(record.body.credentials.szUser, "another");
     };
     RunAndExpectFailure(proxied.library, *first, WPK_ERROR_PROXY_CREDENTIALS);
     const auto second = ToNowhere();
@@ -213,8 +182,8 @@ TEST(ProxyCredentials, AskedForAgainAndAgain_ShowTheOnesLastUsed) {
     request->inbox.inside = [&](WPK_CALLBACKSTRUCT& record) {
         if (record.nReason != WPK_REASON_CREDENTIALS) return;
         ++asked;
-        Fill(record.body.credentials.szUser, "user" + std::to_string(asked));
-        Fill(record.body.credentials.szPassword, "pass" + std::to_string(asked));
+        FillField(record.body.credentials.szUser, "user" + std::to_string(asked));
+        FillField(record.body.credentials.szPassword, "pass" + std::to_string(asked));
         record.body.credentials.bRetry = 0x80000000;  // any value but 0
     };
     RunAndExpectReply(proxied.library, *request, "ok");

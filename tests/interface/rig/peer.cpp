@@ -18,10 +18,10 @@ sockaddr_in Loopback(unsigned short port) {
     return address;
 }
 
-// A bound socket on a port that the system chose.
+// A bound socket; a port of 0 becomes the one that the system chose.
 SOCKET BindToLoopback(unsigned short& port) {
     const SOCKET bound = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = Loopback(0);
+    sockaddr_in address = Loopback(port);
     int size = sizeof address;
     if (bound == INVALID_SOCKET || bind(bound, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
         getsockname(bound, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
@@ -115,7 +115,8 @@ void Connection::Reset() {
     Close();
 }
 
-Peer::Peer(Script script, int threads) : script_(std::move(script)), listener_(BindToLoopback(port_)) {
+Peer::Peer(Script script, int threads, unsigned short port)
+    : script_(std::move(script)), port_(port), listener_(BindToLoopback(port_)) {
     if (listen(listener_, SOMAXCONN) != 0) Die("a peer cannot listen");
     for (int i = 0; i < threads; ++i) threads_.emplace_back([this] { Serve(); });
 }
@@ -141,8 +142,11 @@ void Peer::Serve() {
             closesocket(accepted);
             return;
         }
-        Connection connection(*this, accepted, index);
-        script_(connection);
+        {
+            Connection connection(*this, accepted, index);
+            script_(connection);
+        }
+        monitor_.Update([this] { ++ended_; });
     }
 }
 
@@ -152,6 +156,10 @@ void Peer::NoteRequest(const std::string& request) {
 
 size_t Peer::Connections() {
     return monitor_.Update([this] { return connections_; });
+}
+
+bool Peer::WaitUntilIdle() {
+    return monitor_.WaitUntil([this] { return ended_ == connections_; });
 }
 
 std::vector<std::string> Peer::Requests() {

@@ -56,13 +56,16 @@ public:
     using Script = std::function<void(Connection&)>;
 
     // `script` runs for every connection, on up to `threads` connections at a time.
-    explicit Peer(Script script, int threads = 1);
+    // `port` is for peers that others must know beforehand; 0 lets the system choose.
+    explicit Peer(Script script, int threads = 1, unsigned short port = 0);
     ~Peer();
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
 
     unsigned short port() const { return port_; }
     size_t Connections();
+    // Waits until no connection is being served: the peer's own sockets are then closed.
+    bool WaitUntilIdle();
     // The requests that have been read whole, in the order of their reading.
     std::vector<std::string> Requests();
     // Waits for the request of that number; empty when it does not come.
@@ -80,6 +83,7 @@ private:
     Monitor monitor_;
     bool stopping_ = false;
     size_t connections_ = 0;
+    size_t ended_ = 0;
     std::vector<std::string> requests_;
     std::vector<Thread> threads_;
 };

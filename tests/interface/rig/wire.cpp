@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "interface/rig/wire.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 
@@ -65,9 +67,14 @@ std::string ExpectedRequest::Head() const {
 size_t RequestLength(const std::string& arrived) {
     const size_t end = arrived.find(kHeadEnd);
     if (end == std::string::npos) return arrived.size() + 1;
-    const char key[] = "Content-Length: ";
-    const size_t length = arrived.find(key);
-    const size_t body = length < end ? std::strtoul(arrived.c_str() + length + sizeof key - 1, nullptr, 10) : 0;
+    // Proxies between the library and a peer may write the name in another case.
+    std::string head = arrived.substr(0, end);
+    std::transform(head.begin(), head.end(), head.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const char key[] = "\ncontent-length:";
+    const size_t length = head.find(key);
+    const size_t body =
+        length == std::string::npos ? 0 : std::strtoul(head.c_str() + length + sizeof key - 1, nullptr, 10);
     return end + sizeof kHeadEnd - 1 + body;
 }
 
