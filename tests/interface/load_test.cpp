@@ -1,0 +1,210 @@
+// Many requests at once, accounted for one by one.
+// SPDX-License-Identifier: MIT
+#include "interface/rig/import_patch.h"
+#include "interface/rig/peer.h"
+#include "interface/rig/process.h"
+#include "interface/rig/request.h"
+#include "interface/rig/wire.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <memory>
+
+namespace wpk::rig {
+namespace {
+
+const Library& TheLibrary() {
+    static const Library library = StartFresh();
+    return library;
+}
+
+// Answers every message with itself, three times over.
+void AnswerThreefold(Connection& connection) {
+    const std::string message = MessageOf(connection.ReadRequest());
+    connection.Send(Ok(message + message + message));
+}
+
+std::string Threefold(const Request& request) {
+    return request.message() + request.message() + request.message();
+}
+
+// Messages of all sizes; every sixteenth reply is too large for memory.
+std::string MessageOfItsOwn(size_t number) {
+    const size_t length = number % 16 == 0 ? 4000 : number % 200;
+    return "request " + std::to_string(number) + " " + std::string(length, static_cast<char>('a' + number % 26));
+}
+
+// `count` requests from `senders` threads; each sender keeps a few in flight. Every one must get its own reply.
+void SendMany(Peer& peer, size_t count, size_t senders) {
+    constexpr size_t kWindow = 4;
+    std::vector<std::unique_ptr<Request>> requests;
+    for (size_t i = 0; i < count; ++i) {
+        requests.push_back(std::make_unique<Request>(peer.port(), MessageOfItsOwn(i)));
+    }
+    std::vector<Thread> threads;
+    for (size_t sender = 0; sender < senders; ++sender) {
+        threads.emplace_back([&, sender] {
+            for (size_t i = sender; i < count; i += senders) {
+                requests[i]->Send(TheLibrary());
+                if (i >= kWindow * senders) requests[i - kWindow * senders]->inbox.WaitForFinal();
+            }
+        });
+    }
+    threads.clear();
+    for (const auto& request : requests) {
+        ASSERT_NE(request->handle(), 0u);
+        ASSERT_TRUE(request->WaitForEnd());
+        ExpectReply(*request, Threefold(*request));
+    }
+    ASSERT_TRUE(peer.WaitUntilIdle());
+}
+
+TEST(Load, TwoHundredRequestsInFlightAtOnce_AllGetTheirReply) {
+    constexpr size_t kCount = 200;
+    Monitor monitor;
+    size_t arrived = 0;
+    // Nobody is answered before everybody has asked.
+    Peer peer(
+        [&](Connection& connection) {
+            const std::string message = MessageOf(connection.ReadRequest());
+            monitor.Update([&] { ++arrived; });
+            monitor.WaitUntil([&] { return arrived == kCount; });
+            connection.Send(Ok(message + message + message));
+        },
+        kCount);
+    std::vector<std::unique_ptr<Request>> requests;
+    std::set<unsigned int> handles;
+    for (size_t i = 0; i < kCount; ++i) {
+        requests.push_back(std::make_unique<Request>(peer.port(), MessageOfItsOwn(i)));
+        handles.insert(requests.back()->Send(TheLibrary()));
+    }
+    EXPECT_EQ(handles.size(), kCount);
+    EXPECT_EQ(handles.count(0), 0u);
+    for (const auto& request : requests) {
+        ASSERT_TRUE(request->WaitForEnd());
+        ExpectReply(*request, Threefold(*request));
+    }
+    EXPECT_TRUE(FilesLike("", "tmp*").empty());
+}
+
+TEST(Load, TwoThousandRequestsFromSixteenThreads_LeaveNoThreadAndNoHandle) {
+    Peer peer(AnswerThreefold, 8);
+    // Once in small for everything that is set up on first use.
+    SendMany(peer, 64, 16);
+    const std::set<DWORD> threads = ThreadIds();
+    const size_t handles = HandleCount();
+
+    SendMany(peer, 2000, 16);
+    EXPECT_EQ(peer.Connections(), 2064u);
+    EXPECT_EQ(ThreadIds(), threads);
+    EXPECT_EQ(HandleCount(), handles);
+    EXPECT_TRUE(FilesLike("", "tmp*").empty());
+}
+
+TEST(Load, RequestsOfEveryOutcome_LeaveNoThreadAndNoHandle) {
+    Peer good(Answer(Ok("ok")));
+    Peer refusing(Answer("HTTP/1.0 500 Bad_Plugin_Name\r\n\r\n"));
+    Peer breaking(Answer(OkHead(20000) + "cut"));
+    Peer silent([](Connection& connection) { connection.WaitForEnd(); }, 4);
+    const auto one_of_each = [&] {
+        Request delivered(good.port());
+        RunAndExpectReply(TheLibrary(), delivered, "ok");
+        Request refused(refusing.port());
+        RunAndExpectFailure(TheLibrary(), refused, WPK_ERROR_NO_SERVICE);
+        Request broken(breaking.port());
+        RunAndExpectFailure(TheLibrary(), broken, WPK_ERROR_EXCHANGE);
+        Request nowhere(80);
+        nowhere.Server("no-such-host.invalid");
+        RunAndExpectFailure(TheLibrary(), nowhere, WPK_ERROR_CONNECT);
+        Request unusable(80);
+        unusable.Server("");
+        RunAndExpectFailure(TheLibrary(), unusable, WPK_ERROR_BAD_REQUEST);
+        Request throwing(good.port());
+        throwing.inbox.inside = [](WPK_CALLBACKSTRUCT&) { throw 1; };
+        ASSERT_NE(throwing.Send(TheLibrary()), 0u);
+        ASSERT_TRUE(throwing.inbox.WaitForThreadEnd());
+
+        const std::set<DWORD> before = ThreadIds();
+        Request cancelled(silent.port());
+        ASSERT_NE(cancelled.Send(TheLibrary()), 0u);
+        TheLibrary().Cancel(cancelled.handle());
+        ASSERT_TRUE(cancelled.WaitForEnd());
+        ExpectFailure(cancelled, WPK_ERROR_CANCELLED);
+        ASSERT_TRUE(WaitForOtherThreads(before));
+        for (Peer* peer : {&good, &refusing, &breaking, &silent}) ASSERT_TRUE(peer->WaitUntilIdle());
+    };
+    one_of_each();
+    const size_t threads = ThreadIds().size();
+    const size_t handles = HandleCount();
+    for (int i = 0; i < 3; ++i) one_of_each();
+    EXPECT_EQ(ThreadIds().size(), threads);
+    EXPECT_EQ(HandleCount(), handles);
+}
+
+// The library's heap, counted at its imports.
+std::atomic<long> blocks{0};
+
+void* CountedMalloc(size_t size) {
+    void* block = std::malloc(size);
+    if (block) ++blocks;
+    return block;
+}
+
+void* CountedCalloc(size_t count, size_t size) {
+    void* block = std::calloc(count, size);
+    if (block) ++blocks;
+    return block;
+}
+
+void* CountedRealloc(void* block, size_t size) {
+    void* moved = std::realloc(block, size);
+    if (!block && moved) ++blocks;
+    if (block && !moved && size == 0) --blocks;
+    return moved;
+}
+
+void CountedFree(void* block) {
+    if (block) --blocks;
+    std::free(block);
+}
+
+TEST(Load, RequestsOfEveryKind_LeaveNoMemory) {
+    const Library library = Library::LoadFresh();
+    const ImportPatch patches[] = {
+        {library.module(), "malloc", AddressOf(&CountedMalloc)},
+        {library.module(), "calloc", AddressOf(&CountedCalloc)},
+        {library.module(), "realloc", AddressOf(&CountedRealloc)},
+        {library.module(), "free", AddressOf(&CountedFree)},
+    };
+    for (const ImportPatch& patch : patches) ASSERT_TRUE(patch.Found());
+    const WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);
+    ASSERT_EQ(library.Init(&settings), 1);
+
+    Peer good(AnswerThreefold);
+    Peer silent([](Connection& connection) { connection.WaitForEnd(); }, 2);
+    const auto round = [&] {
+        const std::set<DWORD> before = ThreadIds();
+        Request small(good.port());
+        RunAndExpectReply(library, small, Threefold(small));
+        Request large(good.port(), Pattern(20000));
+        RunAndExpectReply(library, large, Threefold(large));
+        Request throwing(good.port());
+        throwing.inbox.inside = [](WPK_CALLBACKSTRUCT&) { throw 1; };
+        ASSERT_NE(throwing.Send(library), 0u);
+        ASSERT_TRUE(throwing.inbox.WaitForThreadEnd());
+        Request cancelled(silent.port());
+        ASSERT_NE(cancelled.Send(library), 0u);
+        library.Cancel(cancelled.handle());
+        ASSERT_TRUE(cancelled.WaitForEnd());
+        ASSERT_TRUE(WaitForOtherThreads(before));
+    };
+    for (int i = 0; i < 3; ++i) round();
+    const long after_few = blocks;
+    for (int i = 0; i < 12; ++i) round();
+    EXPECT_EQ(blocks, after_few);
+}
+
+}  // namespace
+}  // namespace wpk::rig
