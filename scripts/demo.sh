@@ -76,7 +76,8 @@ send() {
     tr -d '\r' <"$work/said"
     if [ -s "$work/reply" ]; then
         cat "$work/reply"
-        echo
+        # A reply need not end with a line end; the screen looks better with one.
+        [ -z "$(tail -c 1 "$work/reply")" ] || echo
     fi
     [ "$status" -eq "$expected" ] || give_up "the exit status is $status instead of $expected."
 }

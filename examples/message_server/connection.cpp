@@ -21,7 +21,10 @@ namespace {
 // What a refused client may still be sending is read for so long and up to so much, and thrown away: a socket that is
 // closed over unread bytes resets the connection, and the refusal would be lost with it.
 constexpr std::chrono::seconds kDrainTime{2};
-constexpr std::size_t kDrainLength = 64 * 1024 * 1024;
+constexpr std::size_t kDrainLength = std::size_t{64} * 1024 * 1024;
+// Large enough for calls to be few, small enough for the stack of a thread.
+constexpr std::size_t kReceivePiece = std::size_t{16} * 1024;
+constexpr std::size_t kSendPiece = std::size_t{64} * 1024;
 
 class Connection {
 public:
@@ -69,7 +72,7 @@ private:
     }
 
     void ReceiveMore(std::string& bytes, std::size_t at_most) {
-        std::array<char, 16 * 1024> piece;
+        std::array<char, kReceivePiece> piece;
         const std::size_t received = client_.Receive(piece.data(), std::min(at_most, piece.size()), deadline_);
         if (received == 0) throw Refusal(400, "Request_Cut_Off");
         bytes.append(piece.data(), received);
@@ -84,7 +87,7 @@ private:
     void SendAnswer(const Answer& answer) {
         client_.Send(ReplyHead(answer.Length()), limits_.timeout);
         client_.Send(answer.text, limits_.timeout);
-        std::array<char, 64 * 1024> piece;
+        std::array<char, kSendPiece> piece;
         for (std::uint64_t sent = 0; sent < answer.alphabet_length;) {
             const auto length =
                 static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), answer.alphabet_length - sent));
@@ -99,7 +102,7 @@ private:
         Log(refusal.Code(), refusal.what(), reply.size());
         client_.Send(reply, limits_.timeout);
         client_.EndSending();
-        std::array<char, 16 * 1024> rest;
+        std::array<char, kReceivePiece> rest;
         const Clock::time_point deadline = Clock::now() + kDrainTime;
         for (std::size_t drained = 0; drained < kDrainLength;) {
             const std::size_t received = client_.Receive(rest.data(), rest.size(), deadline);

@@ -12,7 +12,7 @@ namespace message_server {
 /// What every connection is held to.
 struct Limits {
     /// The largest body of a request, in bytes.
-    std::size_t max_request = 16 * 1024 * 1024;
+    std::size_t max_request = std::size_t{16} * 1024 * 1024;
     /// For the whole of a request to arrive, and for each step of taking the reply.
     std::chrono::milliseconds timeout{30000};
     /// Write a line on each request to standard error.

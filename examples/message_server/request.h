@@ -14,7 +14,7 @@ namespace message_server {
 inline constexpr std::string_view kProtocolVersion = "WPK/1.00";
 
 /// A client's head has five short lines; a proxy adds some of its own.
-inline constexpr std::size_t kMaxHeadLength = 16 * 1024;
+inline constexpr std::size_t kMaxHeadLength = std::size_t{16} * 1024;
 
 /// What a request carries.
 struct Message {

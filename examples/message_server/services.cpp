@@ -19,7 +19,7 @@ namespace {
 // The length of a reply is a 32-bit number on the client's side.
 constexpr std::uint64_t kMaxGenerate = 0xFFFFFFFF;
 // A sleeping request holds one of the server's connections.
-constexpr std::uint64_t kMaxSleepMs = 10 * 60 * 1000;
+constexpr std::uint64_t kMaxSleepMs = std::uint64_t{10} * 60 * 1000;
 
 /// The decimal number that the message consists of. White space after it is let pass: a number that comes out of a
 /// file or a pipe usually ends with a line end.
@@ -31,30 +31,31 @@ std::uint64_t ParseNumber(std::string_view text, std::uint64_t max) {
     return number;
 }
 
-Answer Echo(std::string data, const Pause&) {
+Answer Echo(std::string& data, const Pause&) {
     return {std::move(data)};
 }
 
-Answer LookUp(std::string data, const Pause&) {
+Answer LookUp(std::string& data, const Pause&) {
     return {Lookup(data)};
 }
 
-Answer Reverse(std::string data, const Pause&) {
+Answer Reverse(std::string& data, const Pause&) {
     std::reverse(data.begin(), data.end());
     return {std::move(data)};
 }
 
-Answer Generate(std::string data, const Pause&) {
+Answer Generate(std::string& data, const Pause&) {
     return {"", ParseNumber(data, kMaxGenerate)};
 }
 
-Answer Sleep(std::string data, const Pause& pause) {
+Answer Sleep(std::string& data, const Pause& pause) {
     const std::uint64_t milliseconds = ParseNumber(data, kMaxSleepMs);
     pause(std::chrono::milliseconds(milliseconds));
     return {"Slept for " + std::to_string(milliseconds) + " ms.\n"};
 }
 
-using Service = Answer (*)(std::string data, const Pause& pause);
+/// A service may take the message's bytes over.
+using Service = Answer (*)(std::string& data, const Pause& pause);
 
 const std::map<std::string, Service>& Services() {
     static const std::map<std::string, Service> services = {
@@ -65,11 +66,11 @@ const std::map<std::string, Service>& Services() {
 
 }  // namespace
 
-Answer RunService(Message message, const Pause& pause) {
+Answer RunService(Message&& message, const Pause& pause) {
     const auto service = Services().find(message.service);
     // The client knows this reason text: it reports that the server has no such service.
     if (service == Services().end()) throw Refusal(500, "Bad_Plugin_Name");
-    return service->second(std::move(message.data), pause);
+    return service->second(message.data, pause);
 }
 
 }  // namespace message_server

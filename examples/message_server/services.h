@@ -24,6 +24,6 @@ using Pause = std::function<void(std::chrono::milliseconds)>;
 /// | `Sleep`    | a number of milliseconds | a line of text, after waiting that long |
 ///
 /// @throws Refusal where there is no such service, or where the service cannot read the message.
-Answer RunService(Message message, const Pause& pause);
+Answer RunService(Message&& message, const Pause& pause);
 
 }  // namespace message_server

@@ -11,7 +11,7 @@
 namespace message_server {
 namespace {
 
-constexpr std::size_t kPiece = 64 * 1024;
+constexpr std::size_t kPiece = std::size_t{64} * 1024;
 
 std::string ErrorText(const char* call) {
     return std::string(call) + " failed: " + std::to_string(WSAGetLastError());

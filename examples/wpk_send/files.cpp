@@ -15,6 +15,7 @@ namespace wpk_send {
 namespace {
 
 constexpr std::size_t kMaxMessage = 0xFFFFFFFF;
+constexpr std::size_t kPiece = std::size_t{64} * 1024;
 
 /// Standard streams stay open: other parts of the program use them too.
 void CloseFile(std::FILE* file) {
@@ -36,7 +37,7 @@ File Open(const std::string& name, const char* mode, std::FILE* standard) {
 std::string ReadAll(const std::string& name) {
     const File file = Open(name, "rb", stdin);
     std::string bytes;
-    std::array<char, 64 * 1024> piece;
+    std::array<char, kPiece> piece;
     while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), file.get())) {
         bytes.append(piece.data(), count);
         if (bytes.size() > kMaxMessage) throw std::runtime_error("the message is too long");

@@ -16,8 +16,8 @@ BOOL WINAPI OnControl(DWORD event) {
 }
 
 WaitHandle MakeEvent() {
-    const HANDLE event = CreateEventA(/*lpEventAttributes=*/nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
-                                      /*lpName=*/nullptr);
+    HANDLE event = CreateEventA(/*lpEventAttributes=*/nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
+                                /*lpName=*/nullptr);
     if (event == nullptr) throw std::runtime_error("no event for Ctrl-C");
     return event;
 }
@@ -25,7 +25,7 @@ WaitHandle MakeEvent() {
 }  // namespace
 
 WaitHandle InterruptEvent() {
-    static const WaitHandle event = MakeEvent();
+    static WaitHandle event = MakeEvent();
     static const bool handled = SetConsoleCtrlHandler(OnControl, TRUE) != FALSE;
     if (!handled) throw std::runtime_error("no handler for Ctrl-C");
     return event;

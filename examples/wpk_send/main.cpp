@@ -31,10 +31,10 @@ bool Initialise(const Options& options) {
 }
 
 int Run(const Options& options) {
-    // Before anything can take long, so that Ctrl-C always ends the program in order.
-    InterruptEvent();
     std::string message;
     if (!options.watch) message = options.message ? *options.message : ReadAll(options.input_file);
+    // From here on Ctrl-C ends the program in order; while it still reads its message, at once.
+    InterruptEvent();
     if (!Initialise(options)) {
         if (!options.quiet) std::fprintf(stderr, "The library could not be initialised.\n");
         return kNotInitialised;
