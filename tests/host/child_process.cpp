@@ -1,0 +1,73 @@
+// Runs one case of a test in a process of its own.
+// SPDX-License-Identifier: MIT
+#include "host/child_process.h"
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace wpk::host {
+
+namespace {
+
+constexpr unsigned kLongestSeconds = 60;
+
+/// Failures of the running test; the child inherits those that the parent has noted before.
+int CountFailures() {
+    const testing::TestResult& result = *testing::UnitTest::GetInstance()->current_test_info()->result();
+    int failures = 0;
+    for (int i = 0; i < result.total_part_count(); ++i) failures += result.GetTestPartResult(i).failed();
+    return failures;
+}
+
+[[noreturn]] void RunBody(const std::string& folder, const std::function<void()>& body) {
+    alarm(kLongestSeconds);
+    if (chdir(folder.c_str()) != 0) std::abort();
+    const int failures_before = CountFailures();
+    body();
+    const bool failed = CountFailures() > failures_before;
+    std::fflush(stdout);
+    // Static objects are destroyed and leaks are looked for.
+    std::exit(failed ? 1 : 0);
+}
+
+std::string Describe(int status) {
+    if (WIFSIGNALED(status)) {
+        const int signal = WTERMSIG(status);
+        return signal == SIGALRM ? "hung" : "ended by signal " + std::to_string(signal);
+    }
+    return "ended with exit code " + std::to_string(WEXITSTATUS(status));
+}
+
+}  // namespace
+
+bool RunInChild(const std::function<void()>& body) {
+    std::string folder = "/tmp/wpk-child-XXXXXX";
+    if (!mkdtemp(folder.data())) std::abort();
+    std::fflush(stdout);
+    const pid_t child = fork();
+    if (child < 0) std::abort();
+    if (child == 0) RunBody(folder, body);
+    int status = 0;
+    waitpid(child, &status, 0);
+    const bool clean = std::filesystem::is_empty(folder);
+    std::filesystem::remove_all(folder);
+    if (status != 0) std::printf("the process of this case %s\n", Describe(status).c_str());
+    if (!clean) std::puts("the process of this case left a file behind");
+    return status == 0 && clean;
+}
+
+void* SharedMemory(size_t size) {
+    void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) std::abort();
+    return memory;
+}
+
+}  // namespace wpk::host

@@ -1,0 +1,228 @@
+// Whole scenarios with every platform call made to fail, one use after the other, once and for good.
+// SPDX-License-Identifier: MIT
+//
+// Each scenario first runs undisturbed, to count the uses of every call. Then it runs once for every use, in a process
+// of its own, with that use failing. Whatever happens to the requests then: each one with a handle ends with exactly
+// one final notification, nothing stays open, no handle is misused, and afterwards the library works.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <memory>
+#include <ostream>
+#include <vector>
+
+#include "host/child_process.h"
+#include "host/control.h"
+#include "host/scene.h"
+
+namespace wpk::host {
+namespace {
+
+/// So that the thirty seconds of a connect that never succeeds do not take that long.
+constexpr uint32_t kSpeed = 50;
+
+/// A process in which a scenario runs.
+class Stage {
+public:
+    Stage() {
+        settings.nConnectionType = WPK_CONNECTION_PERMANENT;
+        settings.lpfnCallback = [](WPK_CALLBACKSTRUCT*) {};
+    }
+
+    Request& Send(const char* service) {
+        requests_.push_back(std::make_unique<Request>(server.Port(), service));
+        Request& request = *requests_.back();
+        request.user = "u";
+        request.password = "right";
+        request.Send();
+        return request;
+    }
+
+    void SendAndAwait(const char* service) {
+        Request& request = Send(service);
+        EXPECT_TRUE(request.Handle() == 0 || request.AwaitFinal()) << service;
+        AwaitQuiet();
+    }
+
+    /// Until only the front desk is left.
+    static void AwaitQuiet() {
+        EXPECT_TRUE(AwaitThat([] { return CountLive().threads <= 1; })) << CountLive();
+    }
+
+    /// With the faults over: the library can be initialised and carries a request, and nothing is open but what an
+    /// undisturbed library keeps.
+    void ExpectSound() {
+        // A request that nobody could cancel ends now.
+        for (auto& request : requests_) {
+            if (request->Handle() != 0 && request->Finals() == 0) WPK_Cancel(request->Handle());
+            EXPECT_TRUE(request->Handle() == 0 || request->AwaitFinal());
+        }
+        EXPECT_EQ(WPK_Init(&settings), 1);
+        Request& last = Send("Small");
+        EXPECT_NE(last.Handle(), 0u);
+        EXPECT_TRUE(last.AwaitFinal());
+        // A library whose sockets could not be started stays without a network.
+        EXPECT_EQ(last.Error(), SocketStarts() > 0 ? 0 : WPK_ERROR_NO_NETWORK);
+        AwaitQuiet();
+        for (auto& request : requests_) EXPECT_EQ(request->Finals(), request->Handle() != 0 ? 1 : 0);
+        EXPECT_EQ(Misuses(), std::vector<std::string>());
+    }
+
+    WPK_INITSTRUCT settings{};
+    Server server;
+
+private:
+    std::vector<std::unique_ptr<Request>> requests_;
+};
+
+struct Scenario {
+    const char* name;
+    /// Before the fault is armed.
+    void (*prepare)(Stage&);
+    void (*act)(Stage&);
+};
+
+void PrintTo(const Scenario& scenario, std::ostream* out) {
+    *out << scenario.name;
+}
+
+void Initialise(Stage& stage) {
+    ASSERT_EQ(WPK_Init(&stage.settings), 1);
+}
+
+void InitialiseBehindProxy(Stage& stage) {
+    stage.settings.bBehindProxy = 1;
+    stage.settings.lpszProxyServer = "127.0.0.1";
+    stage.settings.nProxyPort = stage.server.Port();
+    stage.settings.lpszProxyUser = "u";
+    stage.settings.lpszProxyPassword = "wrong";
+    Initialise(stage);
+}
+
+const Scenario kScenarios[] = {
+    {"Initialise", [](Stage&) {},
+     [](Stage& stage) {
+         WPK_Init(&stage.settings);
+         Stage::AwaitQuiet();
+     }},
+    {"InitialiseWithoutNetwork", [](Stage& stage) { stage.settings.nConnectionType = WPK_CONNECTION_NEVER; },
+     [](Stage& stage) {
+         WPK_Init(&stage.settings);
+         Stage::AwaitQuiet();
+     }},
+    {"InitialiseAutomatically", [](Stage& stage) { stage.settings.nConnectionType = WPK_CONNECTION_AUTOMATIC; },
+     [](Stage& stage) {
+         WPK_Init(&stage.settings);
+         Stage::AwaitQuiet();
+     }},
+    {"ReplyInMemory", Initialise, [](Stage& stage) { stage.SendAndAwait("Small"); }},
+    {"ReplyInFile", Initialise, [](Stage& stage) { stage.SendAndAwait("Large"); }},
+    {"UnknownService", Initialise, [](Stage& stage) { stage.SendAndAwait("Unknown"); }},
+    {"ServerByName", Initialise,
+     [](Stage& stage) {
+         Request request(stage.server.Port(), "Small");
+         request.message.lpszServer = "localhost";
+         EXPECT_TRUE(request.Send() == 0 || request.AwaitFinal());
+         Stage::AwaitQuiet();
+         EXPECT_EQ(request.Finals(), request.Handle() != 0 ? 1 : 0);
+     }},
+    {"ProxyQuestion", InitialiseBehindProxy, [](Stage& stage) { stage.SendAndAwait("Guarded"); }},
+    {"CallbackThatThrows", Initialise,
+     [](Stage& stage) {
+         Request request(stage.server.Port(), "Small");
+         request.on_notification = [](const WPK_CALLBACKSTRUCT& notification) {
+             if (notification.nReason == WPK_REASON_PROGRESS) throw 1;
+         };
+         request.Send();
+         Stage::AwaitQuiet();
+     }},
+    {"CancelWhileWaitingForTheReply", Initialise,
+     [](Stage& stage) {
+         Request& request = stage.Send("Silent");
+         if (request.Handle() == 0) return;
+         EXPECT_TRUE(AwaitThat([&] { return stage.server.Silent() > 0 || request.Finals() > 0; }));
+         WPK_Cancel(request.Handle());
+         // A cancel that fails leaves the request as it is.
+         EXPECT_TRUE(AwaitThat([&] { return request.Finals() > 0 || CountLive().threads == 2; }));
+     }},
+};
+
+/// What the processes of one scenario tell each other.
+struct Board {
+    std::array<uint64_t, 100> uses;
+    Live live;
+    bool fired;
+};
+
+Board& TheBoard() {
+    static Board& board = *static_cast<Board*>(SharedMemory(sizeof(Board)));
+    return board;
+}
+
+void RunUndisturbed(const Scenario& scenario) {
+    SpeedUp(kSpeed);
+    Stage stage;
+    scenario.prepare(stage);
+    const std::vector<std::string_view> calls = FallibleCalls();
+    std::array<uint64_t, 100> before{};
+    for (size_t i = 0; i < calls.size(); ++i) before[i] = Uses(calls[i]);
+    scenario.act(stage);
+    for (size_t i = 0; i < calls.size(); ++i) TheBoard().uses[i] = Uses(calls[i]) - before[i];
+    stage.ExpectSound();
+    TheBoard().live = CountLive();
+}
+
+void RunWithFault(const Scenario& scenario, std::string_view call, uint64_t nth, Times times) {
+    SpeedUp(kSpeed);
+    Stage stage;
+    scenario.prepare(stage);
+    FailCall(call, nth, times);
+    scenario.act(stage);
+    TheBoard().fired = FaultsFired() > 0;
+    ClearFaults();
+    stage.ExpectSound();
+    EXPECT_EQ(CountLive(), TheBoard().live);
+}
+
+/// How often a call is used varies a little with the timing; a use that does not come is waited for in further runs.
+constexpr int kRunsUntilFired = 5;
+
+bool FireOnce(const Scenario& scenario, std::string_view call, uint64_t nth, Times times) {
+    for (int run = 0; run < kRunsUntilFired; ++run) {
+        TheBoard().fired = false;
+        if (!RunInChild([&] { RunWithFault(scenario, call, nth, times); })) return false;
+        if (TheBoard().fired) return true;
+    }
+    std::puts("the fault never fired");
+    return false;
+}
+
+class Faults : public testing::TestWithParam<Scenario> {};
+
+TEST_P(Faults, LeaveNothingOpenAndTheLibraryWorking) {
+    const Scenario& scenario = GetParam();
+    // Made here, so that the processes share it.
+    TheBoard();
+    ASSERT_TRUE(RunInChild([&] { RunUndisturbed(scenario); }));
+    const std::array<uint64_t, 100> uses = TheBoard().uses;
+    const std::vector<std::string_view> calls = FallibleCalls();
+    int cases = 0;
+    for (size_t i = 0; i < calls.size(); ++i) {
+        for (uint64_t nth = 1; nth <= uses[i]; ++nth) {
+            for (const Times times : {Times::kOnce, Times::kForGood}) {
+                EXPECT_TRUE(FireOnce(scenario, calls[i], nth, times))
+                    << calls[i] << " failing at use " << nth << (times == Times::kOnce ? " once" : " for good");
+                ++cases;
+            }
+        }
+    }
+    EXPECT_GT(cases, 0);
+    RecordProperty("cases", cases);
+    std::printf("%d cases\n", cases);
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Faults, testing::ValuesIn(kScenarios),
+                         [](const auto& tested) { return std::string(tested.param.name); });
+
+}  // namespace
+}  // namespace wpk::host
