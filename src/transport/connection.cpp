@@ -19,8 +19,9 @@ constexpr uint32_t kLookMs = 200;
 constexpr uint32_t kSendChunk = 4096;
 
 /// The most that one receive asks for. Some systems look at every page of the buffer first, which for a mapped file of
-/// gigabytes takes longer than the data itself; and no more than so much is there at a time.
-constexpr uint32_t kReceivePiece = 256 * 1024;
+/// gigabytes takes longer than the data itself. Above what a socket holds at a time on a fast network, a few MiB: a
+/// smaller limit would cut full buffers up and cost calls.
+constexpr uint32_t kReceivePiece = 4 * 1024 * 1024;
 
 }  // namespace
 
