@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "library/call.h"
 
-#include "threadlib/threadlib.h"
-
 namespace wpk {
 
 namespace {
@@ -17,24 +15,10 @@ bool IsInitialised(GlobalObject& global) {
     return global.initialised != 0;
 }
 
-class AttachedScope {
-public:
-    AttachedScope() : attached_(ThreadLib::Attach() != 0) {}
-    AttachedScope(const AttachedScope&) = delete;
-    AttachedScope& operator=(const AttachedScope&) = delete;
-    ~AttachedScope() {
-        if (attached_) ThreadLib::Detach();
-    }
-
-private:
-    bool attached_;
-};
-
 }  // namespace
 
 uint32_t Call(GlobalObject& global, uint64_t command, uint64_t operand) {
     if (!IsInitialised(global)) return 0;
-    const AttachedScope attached;
     return global.netOutbound.Post(command, operand);
 }
 

@@ -21,7 +21,7 @@ uint32_t FrontDesk::PostArguments(uint32_t count, const uint64_t* arguments) {
     Message message;
     message.code = count;
     message.data = reinterpret_cast<uintptr_t>(arguments);
-    const uint32_t replier = ThreadLib::Send(deskId_, message);
+    const uint32_t replier = ThreadLib::SendFromAnyThread(deskId_, message);
     // A front desk that ended before it answered leaves the request as it was, under the sender's own id.
     return replier == 0 || replier == GetCurrentThreadId() ? 0 : message.code;
 }

@@ -20,7 +20,7 @@ enum Command : uint64_t {
 
 /// What all services have in common: a front desk thread, posts that wait for their answer, the start and stop
 /// commands. A post carries one or more pointer-sized arguments, the first of which is the command. Post may be called
-/// from any registered thread; starting and stopping are one thread's business at a time.
+/// from any thread; starting and stopping are one thread's business at a time.
 class FrontDesk {
 public:
     FrontDesk(const FrontDesk&) = delete;

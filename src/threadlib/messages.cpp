@@ -19,12 +19,23 @@ void HandOver(ThreadRecord& sender, ThreadRecord& receiver) {
     sender.state = ThreadState::kReplyBlocked;
 }
 
-/// Queues the sender's message, or hands it over at once. Returns what the sender has to wait on; null on failure.
-const Semaphore* Post(ThreadRegistry& registry, uint32_t senderId, uint32_t target, Message& message) {
+/// Whether a sender has to be registered, or becomes so for the length of its send.
+enum class Senders { kRegistered, kAny };
+
+ThreadRecord* FindSender(ThreadRegistry& registry, uint32_t id, Senders allowed) {
+    ThreadRecord* sender = registry.Find(id);
+    if (sender || allowed == Senders::kRegistered) return sender;
+    sender = registry.Register(id);
+    if (sender) sender->guest = true;
+    return sender;
+}
+
+/// Queues the sender's message, or hands it over at once. Returns the sender's record; null on failure.
+ThreadRecord* Post(ThreadRegistry& registry, uint32_t target, Message& message, Senders allowed) {
     const ScopedLock lock(registry.Lock());
-    ThreadRecord* sender = registry.Find(senderId);
     ThreadRecord* receiver = registry.Find(target);
-    if (!sender || !receiver || !sender->EnsureWakeSignal()) return nullptr;
+    ThreadRecord* sender = receiver ? FindSender(registry, message.threadId, allowed) : nullptr;
+    if (!sender || !sender->EnsureWakeSignal()) return nullptr;
 
     sender->message = &message;
     sender->partner = receiver;
@@ -35,7 +46,7 @@ const Semaphore* Post(ThreadRegistry& registry, uint32_t senderId, uint32_t targ
         receiver->sendQueue.Append(sender->waiting);
         sender->state = ThreadState::kSendBlocked;
     }
-    return &*sender->wakeSignal;
+    return sender;
 }
 
 /// Takes the longest waiting sender's message. Returns what the receiver has to wait on if there is none; null when the
@@ -54,16 +65,25 @@ const Semaphore* TakeMessage(ThreadRegistry& registry, Message& message) {
     return &*receiver->wakeSignal;
 }
 
-}  // namespace
-
-uint32_t Send(uint32_t target, Message& message) {
+uint32_t Send(uint32_t target, Message& message, Senders allowed) {
     ThreadRegistry* registry = processRegistry;
     if (!registry) return 0;
     message.threadId = GetCurrentThreadId();
-    const Semaphore* answered = Post(*registry, message.threadId, target, message);
-    if (!answered) return 0;
-    answered->Wait();
+    ThreadRecord* sender = Post(*registry, target, message, allowed);
+    if (!sender) return 0;
+    sender->wakeSignal->Wait();
+    if (sender->guest) delete sender;
     return message.threadId;
+}
+
+}  // namespace
+
+uint32_t Send(uint32_t target, Message& message) {
+    return Send(target, message, Senders::kRegistered);
+}
+
+uint32_t SendFromAnyThread(uint32_t target, Message& message) {
+    return Send(target, message, Senders::kAny);
 }
 
 uint32_t Receive(Message& message) {
@@ -88,9 +108,7 @@ uint32_t ReplyFor(uint32_t senderId, uint32_t receiverId, Message& message) {
     ThreadRecord* receiver = registry->Find(receiverId);
     if (!sender || !receiver || !receiver->replyList.Remove(sender->waiting)) return 0;
     *sender->message = message;
-    sender->state = ThreadState::kRunning;
-    sender->partner = nullptr;
-    sender->wakeSignal->Signal();
+    registry->Release(*sender);
     return 1;
 }
 

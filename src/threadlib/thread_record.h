@@ -55,6 +55,8 @@ struct ThreadRecord {
     UniqueHandle handle;
     uint32_t id = 0;
     ThreadState state = ThreadState::kCreated;
+    /// Registered for one send only: who ends that takes the record out of the registry.
+    bool guest = false;
     CountedText name;
     ThreadEntry entry = nullptr;
     void* argument = nullptr;

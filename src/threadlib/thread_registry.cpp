@@ -2,19 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "threadlib/thread_registry.h"
 
+#include <memory>
+#include <new>
+
 namespace wpk {
-
-namespace {
-
-void WakeAll(List<ThreadRecord>& waiting) {
-    while (ThreadRecord* thread = waiting.Take()) {
-        thread->state = ThreadState::kRunning;
-        thread->partner = nullptr;
-        thread->wakeSignal->Signal();
-    }
-}
-
-}  // namespace
 
 ThreadRecord* ThreadRegistry::Find(uint32_t id) const {
     for (auto* node = buckets_[BucketOf(id)].Head(); node; node = node->Next()) {
@@ -23,11 +14,27 @@ ThreadRecord* ThreadRegistry::Find(uint32_t id) const {
     return nullptr;
 }
 
+ThreadRecord* ThreadRegistry::Register(uint32_t id) {
+    std::unique_ptr<ThreadRecord> thread(new (std::nothrow) ThreadRecord);
+    if (!thread || !thread->EnsureWakeSignal()) return nullptr;
+    thread->id = id;
+    thread->state = ThreadState::kRunning;
+    Insert(*thread);
+    return thread.release();
+}
+
 void ThreadRegistry::Remove(ThreadRecord& record) {
     buckets_[BucketOf(record.id)].Remove(record.inBucket);
     record.state = ThreadState::kEnded;
-    WakeAll(record.sendQueue);
-    WakeAll(record.replyList);
+    while (ThreadRecord* sender = record.sendQueue.Take()) Release(*sender);
+    while (ThreadRecord* sender = record.replyList.Take()) Release(*sender);
+}
+
+void ThreadRegistry::Release(ThreadRecord& sender) {
+    sender.state = ThreadState::kRunning;
+    sender.partner = nullptr;
+    if (sender.guest) Remove(sender);
+    sender.wakeSignal->Signal();
 }
 
 }  // namespace wpk

@@ -24,9 +24,14 @@ public:
     // All below: with the lock held.
 
     ThreadRecord* Find(uint32_t id) const;
+    /// Registers a running thread that the layer did not make; null when the system lacks something. The caller owns
+    /// it.
+    ThreadRecord* Register(uint32_t id);
     void Insert(ThreadRecord& record) { buckets_[BucketOf(record.id)].Append(record.inBucket); }
     /// Takes the record out and wakes everyone who waits for its thread; their sends return as if answered.
     void Remove(ThreadRecord& record);
+    /// Takes a guest out whose send is over, and wakes the thread. From then on the record is that thread's to free.
+    void Release(ThreadRecord& sender);
 
 private:
     Semaphore lock_{SemaphoreKind::kLock};

@@ -64,6 +64,10 @@ UniqueHandle OpenForWait(uint32_t id);
 /// receiver ends before it answers, returns the caller's own id with the message unchanged.
 uint32_t Send(uint32_t target, Message& message);
 
+/// As Send, for a thread that need not be registered: until it is answered, it is. Spares it to be attached and
+/// detached again, which would take the registry's lock two times more.
+uint32_t SendFromAnyThread(uint32_t target, Message& message);
+
 /// Waits for a message; returns its sender, who stays blocked until it is answered.
 uint32_t Receive(Message& message);
 

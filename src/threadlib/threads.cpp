@@ -35,17 +35,6 @@ unsigned __stdcall Trampoline(void* argument) {
     return exitCode;
 }
 
-/// Registers the calling thread. With the registry's lock held.
-uint32_t RegisterCaller(ThreadRegistry& registry) {
-    std::unique_ptr<ThreadRecord> thread(new (std::nothrow) ThreadRecord);
-    if (!thread || !thread->EnsureWakeSignal()) return 0;
-    thread->id = GetCurrentThreadId();
-    thread->state = ThreadState::kRunning;
-    const uint32_t id = thread->id;
-    registry.Insert(*thread.release());
-    return id;
-}
-
 /// Calls `operation` with the record of a thread, under the registry's lock; 0 when the thread is unknown.
 template <class Operation>
 uint32_t WithThread(uint32_t id, Operation operation) {
@@ -61,9 +50,10 @@ uint32_t WithThread(uint32_t id, Operation operation) {
 uint32_t Init() {
     std::unique_ptr<ThreadRegistry> registry(new (std::nothrow) ThreadRegistry);
     if (!registry || !registry->Lock()) return 0;
-    const uint32_t id = RegisterCaller(*registry);
-    if (id != 0) processRegistry = registry.release();
-    return id;
+    const ThreadRecord* caller = registry->Register(GetCurrentThreadId());
+    if (!caller) return 0;
+    processRegistry = registry.release();
+    return caller->id;
 }
 
 uint32_t Shutdown() {
@@ -137,8 +127,8 @@ uint32_t Attach() {
     ThreadRegistry* registry = processRegistry;
     if (!registry) return 0;
     const ScopedLock lock(registry->Lock());
-    if (registry->Find(GetCurrentThreadId())) return 0;
-    return RegisterCaller(*registry) != 0;
+    const uint32_t id = GetCurrentThreadId();
+    return !registry->Find(id) && registry->Register(id);
 }
 
 uint32_t Detach() {

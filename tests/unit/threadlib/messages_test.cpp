@@ -190,6 +190,85 @@ TEST_F(Messages, ADetachedReceiverReleasesItsSenders) {
     EXPECT_EQ(ThreadLib::Attach(), 1u);
 }
 
+/// Sends of a thread that is not registered.
+class SendsFromOutside : public Messages {
+protected:
+    /// On a thread that the layer did not make and does not know.
+    struct Outsider {
+        explicit Outsider(uint32_t receiver) : target(receiver) {
+            message.code = 5;
+            handle.Reset(CreateThread(nullptr, 0, Run, this, 0, &id));
+        }
+        static DWORD WINAPI Run(void* argument) {
+            auto& self = *static_cast<Outsider*>(argument);
+            self.result = ThreadLib::SendFromAnyThread(self.target, self.message);
+            self.registeredAfterwards = ThreadLib::Detach();
+            return 0;
+        }
+        void Join() { WaitForSingleObject(handle.Get(), INFINITE); }
+
+        uint32_t target;
+        Message message;
+        uint32_t result = 0xFFFFFFFF;
+        uint32_t registeredAfterwards = 0xFFFFFFFF;
+        DWORD id = 0;
+        UniqueHandle handle;
+    };
+};
+
+TEST_F(SendsFromOutside, AnUnregisteredSenderIsRegisteredUntilItIsAnswered) {
+    Outsider outsider(self_);
+    Message request;
+    EXPECT_EQ(ThreadLib::Receive(request), outsider.id);
+    EXPECT_EQ(request.code, 5u);
+    EXPECT_EQ(StateOf(outsider.id), ThreadState::kReplyBlocked);
+    EXPECT_EQ(ReplyWith(outsider.id, 6), 1u);
+    EXPECT_EQ(ReplyWith(outsider.id, 7), 0u) << "it is gone";
+    outsider.Join();
+    EXPECT_EQ(outsider.result, self_);
+    EXPECT_EQ(outsider.message.code, 6u);
+    EXPECT_EQ(outsider.registeredAfterwards, 0u);
+}
+
+TEST_F(SendsFromOutside, ARegisteredSenderStaysRegistered) {
+    LibThread receiver = LibThread::Started([] {
+        Message request;
+        return ThreadLib::Reply(ThreadLib::Receive(request), request);
+    });
+    Message message;
+    EXPECT_EQ(ThreadLib::SendFromAnyThread(receiver.Id(), message), receiver.Id());
+    EXPECT_EQ(ThreadLib::Attach(), 0u);
+}
+
+TEST_F(SendsFromOutside, AReceiverThatEndsReleasesAQueuedSenderFromOutside) {
+    LibThread receiver([] { return 0u; });
+    Outsider outsider(receiver.Id());
+    AwaitState(outsider.id, ThreadState::kSendBlocked);
+    EXPECT_EQ(ThreadLib::Terminate(receiver.Id()), 1u);
+    outsider.Join();
+    EXPECT_EQ(outsider.result, outsider.id);
+    EXPECT_EQ(outsider.registeredAfterwards, 0u);
+}
+
+TEST_F(SendsFromOutside, AReceiverThatEndsReleasesAReceivedSenderFromOutside) {
+    Outsider outsider(self_);
+    Message request;
+    EXPECT_EQ(ThreadLib::Receive(request), outsider.id);
+    EXPECT_EQ(ThreadLib::Detach(), 1u);
+    outsider.Join();
+    EXPECT_EQ(outsider.result, outsider.id);
+    EXPECT_EQ(outsider.message.code, 5u) << "unchanged";
+    EXPECT_EQ(outsider.registeredAfterwards, 0u);
+    EXPECT_EQ(ThreadLib::Attach(), 1u);
+}
+
+TEST_F(SendsFromOutside, ASendToAnUnknownThreadReturnsZeroAndRegistersNobody) {
+    Outsider outsider(0xFFFFFFFC);
+    outsider.Join();
+    EXPECT_EQ(outsider.result, 0u);
+    EXPECT_EQ(outsider.registeredAfterwards, 0u);
+}
+
 TEST_F(Messages, ATerminatedSenderLeavesTheQueueItStoodIn) {
     auto gone = QueuedSender(1);
     auto stays = QueuedSender(2);
