@@ -248,8 +248,8 @@ TEST(CancelStorm, NeverTouchesARequestThatIsNotMeant) {
                     if (round % 3 == 0) continue;
                     for (unsigned spin = random() % 3; spin > 0; --spin) SwitchToThread();
                     TheLibrary().Cancel(request->handle());
-                    // And once more one that has gone by: its handle may be somebody else's by now, but never the
-                    // handle of a request that is left alone, whose thread still runs or has run to its end.
+                    // The handle cannot be a neighbour's yet, though its request may be over: the inbox still holds
+                    // the thread, and with it the id.
                     if (round % 7 == 0) request->WaitForEnd();
                 }
             });

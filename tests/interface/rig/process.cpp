@@ -131,9 +131,11 @@ std::set<DWORD> ThreadIds() {
 bool WaitForOtherThreads(const std::set<DWORD>& known) {
     for (const DWORD id : ThreadIds()) {
         if (known.count(id)) continue;
-        const HANDLE thread = OpenThread(SYNCHRONIZE, FALSE, id);
+        const HANDLE thread = OpenThread(SYNCHRONIZE | THREAD_QUERY_LIMITED_INFORMATION, FALSE, id);
         if (!thread) continue;
-        const DWORD waited = WaitForSingleObject(thread, kPatience);
+        // The thread may have ended meanwhile, and its id may be that of a thread of another process by now.
+        const bool own = GetProcessIdOfThread(thread) == GetCurrentProcessId();
+        const DWORD waited = own ? WaitForSingleObject(thread, kPatience) : WAIT_OBJECT_0;
         CloseHandle(thread);
         if (waited != WAIT_OBJECT_0) return false;
     }
