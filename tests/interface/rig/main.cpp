@@ -11,5 +11,9 @@ int main(int argc, char** argv) {
     if (WSAStartup(MAKEWORD(2, 2), &sockets) != 0) wpk::rig::Die("no sockets");
     if (scenario) return wpk::rig::RunScenario(argc, argv);
     testing::InitGoogleTest(&argc, argv);
+    {
+        // GoogleTest starts a thread of its own on the first use of a trace: now, before any test counts threads.
+        SCOPED_TRACE("first");
+    }
     return RUN_ALL_TESTS();
 }
