@@ -35,6 +35,24 @@ TEST(ByteBufferTest, CopiesOwnTheirBytes) {
     EXPECT_NE(copy.Data(), buffer.Data());
 }
 
+TEST(ByteBufferTest, ShortAndLongOnesAreCopiedMovedAndReplacedAlike) {
+    for (size_t length : {0u, 1u, 7u, 8u, 9u, 100u}) {
+        const std::string text(length, 'x');
+        ByteBuffer buffer = Bytes(text);
+        ByteBuffer copy = buffer;
+        EXPECT_EQ(TextOf(copy), text);
+        const ByteBuffer moved = std::move(buffer);
+        EXPECT_EQ(TextOf(moved), text);
+        EXPECT_EQ(buffer.Length(), 0u);  // NOLINT(bugprone-use-after-move): a moved-from buffer is empty
+        for (const std::string& other : {std::string("y"), std::string(20, 'y')}) {
+            copy = Bytes(other);
+            EXPECT_EQ(TextOf(copy), other);
+            copy = moved;
+            EXPECT_EQ(TextOf(copy), text);
+        }
+    }
+}
+
 TEST(ByteBufferTest, EqualWhenNoByteOfTheFirstOnesLengthDiffers) {
     EXPECT_TRUE(Bytes("ab") == Bytes("ab"));
     EXPECT_TRUE(Bytes("ab") == Bytes("abc")) << "only the first one's length counts";
