@@ -3,6 +3,15 @@
 #ifndef WPK_XML_BLOCK_H
 #define WPK_XML_BLOCK_H
 
+// For the few functions whose call would cost more than they do.
+#if defined(__GNUC__)
+#define WPK_XML_INLINE inline __attribute__((always_inline))
+#elif defined(_MSC_VER)
+#define WPK_XML_INLINE __forceinline
+#else
+#define WPK_XML_INLINE inline
+#endif
+
 #if !defined(WPK_XML_NO_SSE2) && (defined(__SSE2__) || defined(_M_X64))
 #define WPK_XML_SSE2 1
 #include <emmintrin.h>

@@ -9,12 +9,17 @@ namespace AdvXMLParser {
 
 /// The character that the entity stands for; zero when there is no entity of that name.
 constexpr char PredefinedEntity(std::string_view name) noexcept {
-    if (name == "lt") return '<';
-    if (name == "gt") return '>';
-    if (name == "amp") return '&';
-    if (name == "apos") return '\'';
-    if (name == "quot") return '"';
-    return '\0';
+    switch (name.size()) {
+        case 2:
+            return name[1] != 't' ? '\0' : name[0] == 'l' ? '<' : name[0] == 'g' ? '>' : '\0';
+        case 3:
+            return name[0] == 'a' && name[1] == 'm' && name[2] == 'p' ? '&' : '\0';
+        case 4:
+            if (name[0] == 'a' && name[1] == 'p' && name[2] == 'o' && name[3] == 's') return '\'';
+            return name[0] == 'q' && name[1] == 'u' && name[2] == 'o' && name[3] == 't' ? '"' : '\0';
+        default:
+            return '\0';
+    }
 }
 
 /// The name of the entity that stands for the character; empty when there is none.

@@ -36,7 +36,10 @@ public:
     Byte ReadPastText() noexcept;
     Byte ReadPastValue(char quote) noexcept;
     /// Those that may do nothing.
-    bool SkipName(std::string_view /*name*/) noexcept { return false; }
+    bool SkipName(const Slice& /*name*/) noexcept { return false; }
+    bool SkipPlainContent(const Slice& /*name*/, Slice& /*text*/) noexcept { return false; }
+    bool SkipPlainValue(Slice& /*text*/) noexcept { return false; }
+    bool SkipEntity(Slice& /*name*/, char& /*value*/) noexcept { return false; }
     void SkipTo(char /*stop*/) noexcept {}
 
     Place Position() const noexcept { return place_; }
@@ -48,8 +51,8 @@ public:
 private:
     Slice CharsOfName(CharClass first) noexcept;
 
-    const Byte* const input_;
-    const std::size_t size_;
+    const Byte* input_;
+    std::size_t size_;
     /// The position is `size_` + 1 once something has been read past the end.
     Place place_{0, 1, 1};
     unsigned previousColumn_ = 0;

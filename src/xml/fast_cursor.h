@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "xml/entities.h"
 #include "xml/scan.h"
 
 namespace AdvXMLParser {
@@ -87,13 +88,47 @@ public:
         return {AsChars(from), static_cast<std::size_t>(at_ - from), false};
     }
 
-    /// May move past a name if it is the given one.
-    bool SkipName(std::string_view name) noexcept {
-        const std::size_t left = static_cast<std::size_t>(end_ - at_);
-        if (left <= name.size() || !SameBytes(at_, name.data(), name.size()) || Is(at_[name.size()], kNameChar)) {
-            return false;
-        }
-        at_ += name.size();
+    /// May move past a name that has been read before, if it is there again.
+    bool SkipName(const Slice& name) noexcept {
+        if (!BeginsWith(at_, end_, reinterpret_cast<const Byte*>(name.data), name.size)) return false;
+        const Byte* const behind = at_ + name.size;
+        if (behind == end_ || Is(*behind, kNameChar)) return false;
+        at_ = behind;
+        return true;
+    }
+
+    /// Behind the name of a start tag: may move past the rest of the element, if that is '>', plain text and the end tag.
+    bool SkipPlainContent(const Slice& name, Slice& text) noexcept {
+        if (at_ == end_ || *at_ != '>') return false;
+        const Byte* const from = at_ + 1;
+        const Byte* const to = FindTextStop(from, end_);
+        if (static_cast<std::size_t>(end_ - to) < name.size + 3) return false;
+        if (to[0] != '<' || to[1] != '/' || to[name.size + 2] != '>') return false;
+        if (!BeginsWith(to + 2, end_, reinterpret_cast<const Byte*>(name.data), name.size)) return false;
+        text = {AsChars(from), static_cast<std::size_t>(to - from), false};
+        at_ = to + name.size + 3;
+        return true;
+    }
+
+    /// Behind the name of an attribute: may move past '=' and a value that is plain text.
+    bool SkipPlainValue(Slice& text) noexcept {
+        if (end_ - at_ < 3 || at_[0] != '=' || (at_[1] != '"' && at_[1] != '\'')) return false;
+        const Byte* const from = at_ + 2;
+        const Byte* const to = FindValueStop(from, end_, static_cast<char>(at_[1]));
+        if (to == end_ || *to != at_[1]) return false;
+        text = {AsChars(from), static_cast<std::size_t>(to - from), false};
+        at_ = to + 1;
+        return true;
+    }
+
+    /// May move past a reference to an entity.
+    bool SkipEntity(Slice& name, char& value) noexcept {
+        if (end_ - at_ < 6 || *at_ != '&') return false;
+        const std::size_t size = at_[3] == ';' ? 2 : at_[4] == ';' ? 3 : 4;
+        name = {AsChars(at_ + 1), size, false};
+        value = PredefinedEntity(name);
+        if (value == '\0' || at_[size + 1] != ';') return false;
+        at_ += size + 2;
         return true;
     }
 
@@ -150,8 +185,8 @@ private:
     }
 
     const Byte* at_;
-    const Byte* const start_;
-    const Byte* const end_;
+    const Byte* start_;
+    const Byte* end_;
     bool isPastEnd_ = false;
     /// Whether a carriage return has been read since the last Position.
     bool hasReturns_ = false;

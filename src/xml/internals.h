@@ -31,6 +31,9 @@ struct Internals {
         return node.seat_.offset == 0 ? nullptr : reinterpret_cast<const Pool::Chunk*>(node.seat_.Chunk());
     }
 
+    /// Whether a text in a pool has got one of its strings from elsewhere.
+    static bool HasHeapStrings(const Text& text) noexcept { return text.name.IsHeap() || text.text.IsHeap(); }
+
     static void FreeHeap(ByteString& bytes) noexcept {
         if (bytes.IsHeap()) bytes.FreeHeap();
     }
@@ -51,7 +54,7 @@ struct Internals {
 
 private:
     static bool HasChildren(Kind kind) noexcept {
-        return kind == Kind::kElement || kind == Kind::kAttribute || kind == Kind::kDocument;
+        return kind >= Kind::kElement && kind <= Kind::kDocument;
     }
 };
 

@@ -22,6 +22,18 @@ struct ReferenceParts {
 template <class Cursor>
 ReferenceParts ReadReference(Cursor& cursor);
 
+/// The same for callers that want to keep their cursor in registers: the usual ones are read on the spot, the others
+/// with a copy.
+template <class Cursor>
+WPK_XML_INLINE ReferenceParts ReadReferenceInline(Cursor& cursor) {
+    ReferenceParts parts{{}, '\0'};
+    if (cursor.SkipEntity(parts.name, parts.value)) return parts;
+    Cursor copy = cursor;
+    parts = ReadReference(copy);
+    cursor = copy;
+    return parts;
+}
+
 template <class Cursor>
 bool ReadComment(Cursor& cursor, Slice& text);
 
@@ -56,7 +68,7 @@ bool ReadValue(Cursor& cursor, Target&& target) {
         if (stop != '&') cursor.Fail(stop == 0 ? 1 : stop == '<' ? 5 : 2);
         target.AddText(cursor.Cut(from, 1));
         cursor.Unread();
-        target.AddReference(ReadReference(cursor));
+        target.AddReference(ReadReferenceInline(cursor));
         from = cursor.Position();
     }
 }

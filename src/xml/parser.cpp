@@ -7,11 +7,6 @@
 namespace AdvXMLParser {
 namespace {
 
-template <class Cursor>
-Document* ReadDocument(const Byte* input, std::size_t size) {
-    return DocumentRules<Cursor>(input, size).Read();
-}
-
 Document* ReadFast(const Byte* input, std::size_t size) {
     try {
         return ReadDocument<FastCursor>(input, size);

@@ -10,10 +10,11 @@
 namespace AdvXMLParser {
 namespace {
 
-/// How much of the input is looked at to size a chunk, and how much of the input one chunk is to serve. What holds on a
-/// page of a document is taken to hold on the next few.
+/// How much of the input one chunk is to serve: nearly always all of it.
+constexpr std::size_t kStretch = std::size_t{4} << 20;
+/// How much of a stretch is looked at to size its chunk, and in how many pieces when that is not all of it.
 constexpr std::size_t kSample = 4096;
-constexpr std::size_t kStretch = std::size_t{64} * 1024;
+constexpr std::size_t kPieces = 16;
 /// What a chunk is worth asking for when hardly any input is left.
 constexpr std::size_t kLeastChunk = 256;
 /// Input per piece of markup above which the rest is reckoned to be long text.
@@ -26,46 +27,45 @@ constexpr std::size_t RoundUp(std::size_t size) {
 /// Bytes that tell how many nodes there will be.
 struct Census {
     std::size_t tags = 0;
-    std::size_t endTags = 0;
     std::size_t values = 0;
     std::size_t references = 0;
+
+    void Add(const char* bytes, std::size_t size) {
+        while (size != 0) {
+            // Sums of one byte, which compilers turn into vector code.
+            const std::size_t block = std::min<std::size_t>(size, 128);
+            std::uint8_t sums[3] = {};
+            for (std::size_t i = 0; i < block; ++i) {
+                sums[0] = static_cast<std::uint8_t>(sums[0] + (bytes[i] == '<'));
+                sums[1] = static_cast<std::uint8_t>(sums[1] + (bytes[i] == '='));
+                sums[2] = static_cast<std::uint8_t>(sums[2] + (bytes[i] == '&'));
+            }
+            tags += sums[0];
+            values += sums[1];
+            references += sums[2];
+            bytes += block;
+            size -= block;
+        }
+    }
 };
 
-Census Count(const char* bytes, std::size_t size) {
-    Census census;
-    while (size > 1) {
-        // Sums of one byte, which compilers turn into vector code.
-        const std::size_t block = std::min<std::size_t>(size - 1, 128);
-        std::uint8_t tags = 0;
-        std::uint8_t endTags = 0;
-        std::uint8_t values = 0;
-        std::uint8_t references = 0;
-        for (std::size_t i = 0; i < block; ++i) {
-            const bool isTag = bytes[i] == '<';
-            tags = static_cast<std::uint8_t>(tags + isTag);
-            endTags = static_cast<std::uint8_t>(endTags + (isTag & (bytes[i + 1] == '/')));
-            values = static_cast<std::uint8_t>(values + (bytes[i] == '='));
-            references = static_cast<std::uint8_t>(references + (bytes[i] == '&'));
-        }
-        census.tags += tags;
-        census.endTags += endTags;
-        census.values += values;
-        census.references += references;
-        bytes += block;
-        size -= block;
-    }
-    return census;
-}
-
-/// The memory that so much of a document takes as a tree, rather a little too much than too little.
+/// The memory that so much of a document takes as a tree. Where it takes more there will be another chunk.
 std::size_t Reckon(const char* bytes, std::size_t size) {
-    const Census census = Count(bytes, size);
-    const std::size_t elements = census.tags - census.endTags;
+    Census census;
+    std::size_t sample = size;
+    if (size <= kSample) {
+        census.Add(bytes, size);
+    } else {
+        sample = kSample;
+        for (std::size_t i = 0; i < kPieces; ++i) census.Add(bytes + size / kPieces * i, kSample / kPieces);
+    }
     const std::size_t usual = kUsualRun * (census.tags + census.values);
-    return elements * (sizeof(Element) + 2 * sizeof(Node*)) + census.tags * sizeof(Text) +
-           census.values * (sizeof(Attribute) + sizeof(Text) + sizeof(Node*)) +
-           census.references * (sizeof(EntityRef) + sizeof(Text) + 2 * sizeof(Node*)) +
-           (size > usual ? size - usual : 0);
+    // Of two tags one begins an element, and there is a text in front of each.
+    const std::size_t reckoned = census.tags * (sizeof(Element) / 2 + sizeof(Text) + sizeof(Node*)) +
+                                 census.values * (sizeof(Attribute) + sizeof(Text) + sizeof(Node*)) +
+                                 census.references * (sizeof(EntityRef) + sizeof(Text) + 2 * sizeof(Node*)) +
+                                 (sample > usual ? sample - usual : 0);
+    return sample == 0 ? 0 : size / sample * reckoned + size % sample * reckoned / sample;
 }
 
 /// The pools of this thread that wait for the end of a destructor, the innermost first.
@@ -118,9 +118,7 @@ void Pool::OnDelete(const void* node) noexcept {
 void PoolCutter::Refill(std::size_t size, const char* reached) {
     const std::size_t left = static_cast<std::size_t>(inputEnd_ - reached);
     const std::size_t stretch = std::min(left, kStretch);
-    const std::size_t sample = std::min(stretch, kSample);
-    const std::size_t reckoned = sample == 0 ? 0 : Reckon(reached, sample) * stretch / sample;
-    const std::size_t room = RoundUp(size + std::max(reckoned, kLeastChunk));
+    const std::size_t room = RoundUp(size + std::max(Reckon(reached, stretch), kLeastChunk));
     if (pool_ == nullptr) {
         pool_ = Pool::Create(room);
         chunk_ = reinterpret_cast<char*>(pool_->FirstChunk());

@@ -4,6 +4,7 @@
 #define WPK_XML_SCAN_H
 
 #include <cstddef>
+#include <cstring>
 
 #include "xml/block.h"
 #include "xml/char_class.h"
@@ -13,90 +14,84 @@ namespace AdvXMLParser {
 
 using Byte = unsigned char;
 
-#ifdef WPK_XML_SSE2
 namespace scan_detail {
 
 /// Control characters but tab and line feed.
-inline Matches Controls(const Block& block) noexcept {
+template <class AnyBlock>
+auto Controls(const AnyBlock& block) noexcept {
     return block.Between(0, 0x1F).AndNot(block.Between('\t', '\n'));
 }
 
-inline Matches NameChars(const Block& block) noexcept {
-    // The ASCII ones. '-', '.', digits and ':' stand in a row, with a '/' among them.
+/// The ASCII ones. '-', '.', digits and ':' stand in a row, with a '/' among them.
+template <class AnyBlock>
+auto NameChars(const AnyBlock& block) noexcept {
     return block.LowerCase().Between('a', 'z') | block.Between('-', ':').AndNot(block == '/') | (block == '_');
 }
 
-/// Skips whole blocks without a stop. Leaves fewer than sixteen bytes, or `at` on a stop.
-template <class Stops>
-const Byte* SkipBlocks(const Byte* at, const Byte* end, Stops stops) noexcept {
+/// Ends at the first byte for which `isStop`; `stops` says the same for the bytes of a block.
+template <class Stops, class IsStop>
+WPK_XML_INLINE const Byte* Find(const Byte* at, const Byte* end, [[maybe_unused]] Stops stops, IsStop isStop) noexcept {
+#ifdef WPK_XML_SSE2
     for (; static_cast<std::size_t>(end - at) >= Block::kSize; at += Block::kSize) {
         const unsigned mask = stops(Block(at));
         if (mask != 0) return at + LowestBit(mask);
     }
+#endif
+    while (at != end && !isStop(*at)) ++at;
     return at;
 }
 
 }  // namespace scan_detail
-#endif
 
 /// Ends at what CharClass calls a text stop.
-inline const Byte* FindTextStop(const Byte* at, const Byte* end) noexcept {
-#ifdef WPK_XML_SSE2
-    at = scan_detail::SkipBlocks(at, end, [](const Block& block) noexcept {
-        return ((block == '<') | (block == '&') | (block == ']') | scan_detail::Controls(block)).Mask();
-    });
-#endif
-    while (at != end && !Is(*at, kTextStop)) ++at;
-    return at;
+WPK_XML_INLINE const Byte* FindTextStop(const Byte* at, const Byte* end) noexcept {
+    return scan_detail::Find(
+        at, end,
+        [](const auto& block) {
+            return ((block == '<') | (block == '&') | (block == ']') | scan_detail::Controls(block)).Mask();
+        },
+        [](Byte c) { return Is(c, kTextStop); });
 }
 
 /// Ends at the quote, and at what CharClass calls a value stop other than a quote.
-inline const Byte* FindValueStop(const Byte* at, const Byte* end, char quote) noexcept {
-#ifdef WPK_XML_SSE2
-    at = scan_detail::SkipBlocks(at, end, [quote](const Block& block) noexcept {
-        return ((block == quote) | (block == '<') | (block == '&') | scan_detail::Controls(block)).Mask();
-    });
-#endif
-    for (; at != end; ++at) {
-        if (Is(*at, kValueStop) && (*at == static_cast<Byte>(quote) || (*at != '"' && *at != '\''))) break;
-    }
-    return at;
+WPK_XML_INLINE const Byte* FindValueStop(const Byte* at, const Byte* end, char quote) noexcept {
+    return scan_detail::Find(
+        at, end,
+        [quote](const auto& block) {
+            return ((block == quote) | (block == '<') | (block == '&') | scan_detail::Controls(block)).Mask();
+        },
+        [quote](Byte c) { return Is(c, kValueStop) && (c == static_cast<Byte>(quote) || (c != '"' && c != '\'')); });
 }
 
 /// Ends at the given byte, at a carriage return, and at what is not allowed in text.
 inline const Byte* FindStop(const Byte* at, const Byte* end, char stop) noexcept {
-#ifdef WPK_XML_SSE2
-    at = scan_detail::SkipBlocks(at, end, [stop](const Block& block) noexcept {
-        return ((block == stop) | scan_detail::Controls(block)).Mask();
-    });
-#endif
-    while (at != end && *at != static_cast<Byte>(stop) && *at != '\r' && Is(*at, kAllowed)) ++at;
-    return at;
+    return scan_detail::Find(
+        at, end, [stop](const auto& block) { return ((block == stop) | scan_detail::Controls(block)).Mask(); },
+        [stop](Byte c) { return c == static_cast<Byte>(stop) || c == '\r' || !Is(c, kAllowed); });
 }
 
 /// Ends behind the last character of a name.
-inline const Byte* SkipNameChars(const Byte* at, const Byte* end) noexcept {
-#ifdef WPK_XML_SSE2
-    at = scan_detail::SkipBlocks(
-        at, end, [](const Block& block) noexcept { return scan_detail::NameChars(block).Mask() ^ Block::kAll; });
-#endif
-    // Also where a block was left at a letter beyond ASCII.
+WPK_XML_INLINE const Byte* SkipNameChars(const Byte* at, const Byte* end) noexcept {
+    at = scan_detail::Find(
+        at, end, [](const auto& block) { return scan_detail::NameChars(block).Mask() ^ 0xFFFFU; },
+        [](Byte c) { return !Is(c, kNameChar); });
+    // A letter beyond ASCII ends a block too.
+    if (at == end || *at < 0x80) return at;
     while (at != end && Is(*at, kNameChar)) ++at;
     return at;
 }
 
-/// Whether `size` bytes are the same.
-inline bool SameBytes(const void* a, const void* b, std::size_t size) noexcept {
-    const Byte* const first = static_cast<const Byte*>(a);
-    const Byte* const second = static_cast<const Byte*>(b);
-    std::size_t i = 0;
+/// Whether [at, end) begins with the `size` bytes at `bytes`, which stand before `at` in the same memory.
+WPK_XML_INLINE bool BeginsWith(const Byte* at, const Byte* end, const Byte* bytes, std::size_t size) noexcept {
+    const std::size_t left = static_cast<std::size_t>(end - at);
+    if (left < size) return false;
 #ifdef WPK_XML_SSE2
-    for (; size - i >= Block::kSize; i += Block::kSize) {
-        if ((Block(first + i) == Block(second + i)).Mask() != Block::kAll) return false;
+    if (size <= Block::kSize && left >= Block::kSize) {
+        const unsigned different = (Block(at) == Block(bytes)).Mask() ^ Block::kAll;
+        return (different & ((1U << size) - 1)) == 0;
     }
 #endif
-    while (i < size && first[i] == second[i]) ++i;
-    return i == size;
+    return std::memcmp(at, bytes, size) == 0;
 }
 
 }  // namespace AdvXMLParser

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "xml/block.h"
+
 namespace AdvXMLParser {
 namespace {
 
@@ -42,9 +44,7 @@ void FreeHeap(Node& node) noexcept {
         case Kind::kPi:
             Internals::FreeHeap(static_cast<Pi&>(node).data);
             break;
-        case Kind::kEntityRef:
-        case Kind::kCharRef:
-        case Kind::kForeign:
+        default:
             break;
     }
 }
@@ -63,40 +63,85 @@ void Teardown::EmptyAll(Node& node) noexcept {
     if (container != nullptr) Empty(*container, AttributesOf(*container));
 }
 
+WPK_XML_INLINE void Teardown::Drop(Node* node) noexcept {
+    const Pool::Chunk* const chunk = Internals::ChunkOf(*node);
+    if (chunk == nullptr) return DropHeapNode(node);
+    if (chunk != chunk_) ChangeChunk(chunk);
+    ++freeSeats_;
+    // Texts are as many as all others together, and hardly ever changed.
+    if (Internals::KindOf(*node) == Kind::kText && !Internals::HasHeapStrings(static_cast<Text&>(*node))) return;
+    FreeHeap(*node);
+}
+
+/// Drops the nodes in front of the first that is a container, and says how many those are.
+WPK_XML_INLINE std::size_t Teardown::DropLeaves(const NodeList<Node>& nodes) noexcept {
+    Node* const* const begin = nodes.begin();
+    Node* const* const end = begin + nodes.size();
+    Node* const* at = begin;
+    for (; at != end && Internals::OwnContainer(*at) == nullptr; ++at) Drop(*at);
+    return static_cast<std::size_t>(at - begin);
+}
+
 void Teardown::Run() noexcept {
     for (;;) {
-        Node* const node = Next();
-        if (node == nullptr) {
-            if (current_ == top_) return;
-            GoUp();
-            continue;
-        }
-        NodeContainer* const container = Internals::OwnContainer(node);
-        if (container != nullptr) {
-            Enter(container);
-        } else {
-            Drop(node);
-        }
+        if (Advance()) continue;
+        if (current_ == top_) return;
+        GoUp();
     }
 }
 
-Node* Teardown::Next() noexcept {
-    std::size_t index = done_++;
-    if (attributes_ != nullptr) {
-        if (index < attributes_->size()) return (*attributes_)[index];
-        index -= attributes_->size();
+/// Drops what the current container holds, up to its end or to a container that has to be entered.
+bool Teardown::Advance() noexcept {
+    const std::size_t attributes = attributes_ != nullptr ? attributes_->size() : 0;
+    while (done_ < attributes) {
+        if (!DropContainer((*attributes_)[done_++])) return true;
     }
-    return index < current_->children.size() ? current_->children[index] : nullptr;
+    const NodeList<Node>& children = current_->children;
+    while (done_ - attributes < children.size()) {
+        Node* const child = children[done_++ - attributes];
+        NodeContainer* const container = Internals::OwnContainer(child);
+        if (container == nullptr) {
+            Drop(child);
+        } else if (!DropContainer(container)) {
+            return true;
+        }
+    }
+    return false;
 }
 
-void Teardown::Enter(NodeContainer* container) noexcept {
+/// Drops a container with all it holds, as long as that is leaves. Where it is not, the container becomes the current one.
+bool Teardown::DropContainer(NodeContainer* container) noexcept {
+    std::size_t done = 0;
+    NodeList<Attribute>* const attributes = AttributesOf(*container);
+    if (attributes != nullptr && !attributes->empty()) {
+        for (Attribute* attribute : *attributes) {
+            ++done;
+            const std::size_t leaves = DropLeaves(attribute->children);
+            if (leaves != attribute->children.size()) {
+                Enter(container, done);
+                Enter(attribute, leaves);
+                return false;
+            }
+            Drop(attribute);
+        }
+    }
+    const std::size_t leaves = DropLeaves(container->children);
+    if (leaves != container->children.size()) {
+        Enter(container, done + leaves);
+        return false;
+    }
+    Drop(container);
+    return true;
+}
+
+void Teardown::Enter(NodeContainer* container, std::size_t done) noexcept {
     // An application may have set `parent` to anything; from here on it is the way back, and the node's last field
     // without a task keeps how far the outer container had come.
     container->parent = current_;
     container->pendingText = reinterpret_cast<Text*>(static_cast<std::uintptr_t>(done_));
     current_ = container;
     attributes_ = AttributesOf(*container);
-    done_ = 0;
+    done_ = done;
 }
 
 void Teardown::GoUp() noexcept {
@@ -107,12 +152,7 @@ void Teardown::GoUp() noexcept {
     Drop(finished);
 }
 
-void Teardown::Drop(Node* node) noexcept {
-    const Pool::Chunk* const chunk = Internals::ChunkOf(*node);
-    if (chunk != nullptr) {
-        DropPooled(*node, chunk->pool);
-        return;
-    }
+void Teardown::DropHeapNode(Node* node) noexcept {
     // What a container held is gone already; its destructor must not find it again.
     if (NodeContainer* const container = Internals::OwnContainer(node)) {
         container->children.clear();
@@ -121,13 +161,11 @@ void Teardown::Drop(Node* node) noexcept {
     delete node;
 }
 
-void Teardown::DropPooled(Node& node, Pool* pool) noexcept {
-    FreeHeap(node);
-    if (pool != pool_) {
-        LeavePool();
-        pool_ = pool;
-    }
-    ++freeSeats_;
+void Teardown::ChangeChunk(const Pool::Chunk* chunk) noexcept {
+    chunk_ = chunk;
+    if (chunk->pool == pool_) return;
+    LeavePool();
+    pool_ = chunk->pool;
 }
 
 void Teardown::LeavePool() noexcept {

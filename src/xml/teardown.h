@@ -27,11 +27,14 @@ private:
     ~Teardown() { LeavePool(); }
 
     void Run() noexcept;
-    Node* Next() noexcept;
-    void Enter(NodeContainer* container) noexcept;
+    bool Advance() noexcept;
+    bool DropContainer(NodeContainer* container) noexcept;
+    std::size_t DropLeaves(const NodeList<Node>& nodes) noexcept;
+    void Enter(NodeContainer* container, std::size_t done) noexcept;
     void GoUp() noexcept;
     void Drop(Node* node) noexcept;
-    void DropPooled(Node& node, Pool* pool) noexcept;
+    void DropHeapNode(Node* node) noexcept;
+    void ChangeChunk(const Pool::Chunk* chunk) noexcept;
     void LeavePool() noexcept;
 
     NodeContainer* const top_;
@@ -42,6 +45,8 @@ private:
     /// How many of the current container's attributes and children have been seen to.
     std::size_t done_ = 0;
 
+    /// The chunk that the last pooled node sat in, and its pool.
+    const Pool::Chunk* chunk_ = nullptr;
     /// Leaving a pool costs an atomic operation, so the seats that become free one after the other leave together.
     Pool* pool_ = nullptr;
     std::size_t freeSeats_ = 0;

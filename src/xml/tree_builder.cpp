@@ -4,14 +4,14 @@
 
 namespace AdvXMLParser {
 
-PooledBytes TreeBuilder::KeepLong(const Slice& slice) {
+PooledBytes TreeBuilder::KeepLong(Slice slice) {
     char* const bytes = cutter_.Cut(RoundUp(slice.size + 1), reached_);
     std::memcpy(bytes, slice.data, slice.size);
     bytes[slice.size] = '\0';
     return {bytes, slice.size, false};
 }
 
-PooledBytes TreeBuilder::KeepWithoutReturns(const Slice& slice) {
+PooledBytes TreeBuilder::KeepWithoutReturns(Slice slice) {
     char* const bytes = cutter_.Cut(RoundUp(slice.size + 1), reached_);
     char* to = bytes;
     const char* const end = slice.data + slice.size;

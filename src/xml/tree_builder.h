@@ -21,13 +21,17 @@ struct PooledBytes {
     bool isRoomy;
 };
 
-inline ByteString::ByteString(const PooledBytes& bytes) noexcept {
+WPK_XML_INLINE ByteString::ByteString(const PooledBytes& bytes) noexcept {
     if (bytes.size > kNearSize) {
         SetFar(const_cast<char*>(bytes.data), bytes.size, kBorrowed);
         return;
     }
-    // Of fixed size where possible: the common case is one load and one store.
-    std::memcpy(near_, bytes.data, bytes.isRoomy ? sizeof(near_) : bytes.size);
+    // Of fixed size where possible: that is one load and one store.
+    if (bytes.isRoomy) {
+        std::memcpy(near_, bytes.data, sizeof(near_));
+    } else {
+        std::memcpy(near_, bytes.data, bytes.size);
+    }
     SetNear(bytes.size);
 }
 
@@ -99,14 +103,14 @@ public:
 
     /// Memory runs out by std::bad_alloc, here and below.
     template <class T, class... Arguments>
-    T* Make(Arguments&&... arguments) {
+    WPK_XML_INLINE T* Make(Arguments&&... arguments) {
         void* const piece = cutter_.Cut(RoundUp(sizeof(Pooled<T>)), reached_);
         ++nodes_;
         return ::new (piece) Pooled<T>(cutter_.Seat(), std::forward<Arguments>(arguments)...);
     }
 
     /// The bytes for a string of the node that is made next.
-    PooledBytes Keep(const Slice& slice) {
+    WPK_XML_INLINE PooledBytes Keep(Slice slice) {
         reached_ = slice.data;
         if (slice.size < sizeof(ByteString) && !slice.hasReturns) {
             return {slice.data, slice.size, static_cast<std::size_t>(inputEnd_ - slice.data) >= sizeof(ByteString)};
@@ -139,8 +143,8 @@ private:
         return (size + Pool::kUnit - 1) / Pool::kUnit * Pool::kUnit;
     }
 
-    PooledBytes KeepLong(const Slice& slice);
-    PooledBytes KeepWithoutReturns(const Slice& slice);
+    PooledBytes KeepLong(Slice slice);
+    PooledBytes KeepWithoutReturns(Slice slice);
 
     PoolCutter cutter_;
     const char* const inputEnd_;

@@ -39,7 +39,12 @@ private:
 
     void WriteNode(const Node& node);
     void WriteForeign(const Node& node);
-    void Enter(const NodeContainer& container, Part part) { levels_.push_back({&container, 0, part}); }
+    void Enter(const NodeContainer& container, Part part) {
+        Level& level = levels_.Extend();
+        level.container = &container;
+        level.next = 0;
+        level.part = part;
+    }
     void WriteNextAttribute(Level& level);
     void WriteNextChild(Level& level);
     void Leave();

@@ -123,13 +123,13 @@ protected:
         kForeign,
         kElement,
         kAttribute,
+        kDocument,
         kText,
         kCData,
-        kEntityRef,
-        kCharRef,
-        kPi,
         kComment,
-        kDocument
+        kPi,
+        kEntityRef,
+        kCharRef
     };
     Node(Kind kind, NodeContainer* nodeParent, std::string_view nodeName);
     inline Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent, const PooledBytes& nodeName) noexcept;

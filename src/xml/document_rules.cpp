@@ -1,0 +1,258 @@
+// The rules for a document and its elements, instantiated for both cursors.
+// SPDX-License-Identifier: MIT
+#include "xml/document_rules.h"
+
+#include "xml/markup_rules.h"
+#include "xml/prolog_rules.h"
+#include "xml/small_stack.h"
+#include "xml/tree_builder.h"
+
+namespace AdvXMLParser {
+namespace {
+
+/// Reads one document. The nodes go with the builder unless the document is complete.
+template <class Cursor>
+class DocumentRules {
+public:
+    DocumentRules(const Byte* input, std::size_t size) noexcept
+        : cursor_(input, size), builder_(AsChars(input), AsChars(input + size)) {}
+
+    Document* Read() {
+        Document* const document = builder_.Make<Document>();
+        Declaration(*document);
+        Miscellany(document);
+        if (ReadDoctype(cursor_)) Miscellany(document);
+        const std::size_t root = nodes_.size();
+        Elements(document);
+        document->root = static_cast<Element*>(nodes_.data()[root]);
+        Miscellany(document);
+        if (cursor_.Read() != 0) cursor_.Fail(43);
+        builder_.Fill(document->children, nodes_.data(), nodes_.size());
+        builder_.Finish();
+        return document;
+    }
+
+private:
+    /// An element whose end tag is still to come.
+    struct OpenElement {
+        Element* element;
+        const char* name;
+        std::size_t nameSize;
+        /// Where its children begin among the nodes.
+        std::size_t firstChild;
+    };
+
+    /// Gives an attribute the pieces of its value.
+    struct ValueTarget {
+        DocumentRules& rules;
+        Attribute* attribute;
+
+        void AddText(Slice text) { rules.AddText(attribute, text); }
+        void AddReference(const ReferenceParts& parts) { rules.AddReference(attribute, parts); }
+    };
+
+    static const char* AsChars(const Byte* bytes) noexcept { return reinterpret_cast<const char*>(bytes); }
+
+    void Declaration(Document& document) {
+        XmlDeclaration declaration;
+        if (!ReadXmlDeclaration(cursor_, declaration)) return;
+        builder_.Set(document.version, declaration.version);
+        if (declaration.encoding) builder_.Set(document.encoding, declaration.encoding);
+        document.standalone = declaration.isStandalone;
+    }
+
+    void Miscellany(Document* document) {
+        while (AddComment(document) || AddPi(document) || cursor_.SkipWhitespace()) {
+        }
+    }
+
+    /// Reads the root element with everything in it. The cursor is a copy whose address goes nowhere, so that what it
+    /// holds can stay in registers: this is where the time goes. Rules that are not part of the loop take a cursor and
+    /// give one back.
+    void Elements(Document* document) {
+        Cursor cursor = cursor_;
+        NodeContainer* parent = document;
+        do {
+            StartTag(cursor, parent);
+            parent = ContentToStartTag(cursor);
+        } while (parent != nullptr);
+        cursor_ = cursor;
+    }
+
+    /// The element goes to the nodes, and to the open ones unless its tag is an empty-element tag.
+    WPK_XML_INLINE void StartTag(Cursor& cursor, NodeContainer* parent) {
+        if (!cursor.Expect('<')) cursor.Fail(16);
+        const Slice name = cursor.Name();
+        if (!name) cursor.Fail(10);
+        Element* const element = builder_.Make<Element>(parent, builder_.Keep(name));
+        nodes_.push_back(element);
+        Slice text;
+        if (cursor.SkipPlainContent(name, text)) return AddOnlyText(element, text);
+        if (cursor.SkipWhitespace()) Attributes(cursor, element);
+        const Byte c = cursor.Read();
+        if (c == '/') {
+            if (!cursor.Expect('>')) cursor.Fail(11);
+            return;
+        }
+        if (c != '>') cursor.Fail(12);
+        OpenElement& open = open_.Extend();
+        open.element = element;
+        open.name = name.data;
+        open.nameSize = name.size;
+        open.firstChild = nodes_.size();
+    }
+
+    WPK_XML_INLINE void Attributes(Cursor& cursor, Element* element) {
+        const std::size_t first = nodes_.size();
+        while (AddAttribute(cursor, element) && cursor.SkipWhitespace()) {
+        }
+        TakeNodes(element->attributes, first);
+    }
+
+    WPK_XML_INLINE bool AddAttribute(Cursor& cursor, Element* element) {
+        const Slice name = cursor.Name();
+        if (!name) return false;
+        Slice text;
+        if (cursor.SkipPlainValue(text)) {
+            Attribute* const attribute = builder_.Make<Attribute>(element, builder_.Keep(name));
+            nodes_.push_back(attribute);
+            AddOnlyText(attribute, text);
+        } else {
+            cursor = AddPieces(cursor, element, name);
+        }
+        if (std::string_view(name) == "xml:space") SetPreserveSpace(element);
+        return true;
+    }
+
+    /// The attribute whose name has been read gets its value piece by piece.
+    Cursor AddPieces(Cursor cursor, Element* element, Slice name) {
+        ReadEquals(cursor);
+        Attribute* const attribute = builder_.Make<Attribute>(element, builder_.Keep(name));
+        nodes_.push_back(attribute);
+        const std::size_t first = nodes_.size();
+        if (!ReadValue(cursor, ValueTarget{*this, attribute})) cursor.Fail(4);
+        TakeNodes(attribute->children, first);
+        return cursor;
+    }
+
+    /// By the attribute that has been read last.
+    void SetPreserveSpace(Element* element) { element->preserveSpace = nodes_.back()->GetText() == "preserve"; }
+
+    /// Reads what is inside of the elements that are open. The result is the element in which the next one begins, or
+    /// null when the last one has ended.
+    WPK_XML_INLINE NodeContainer* ContentToStartTag(Cursor& cursor) {
+        if (open_.empty()) return nullptr;
+        Element* element = open_.back().element;
+        auto from = cursor.Position();
+        for (;;) {
+            const Byte stop = cursor.ReadPastText();
+            if (stop == ']') {
+                if (cursor.Match("]>")) cursor.Fail(15);
+                continue;
+            }
+            if (stop != '<' && stop != '&') cursor.Fail(stop == 0 ? 1 : 2);
+            AddText(element, cursor.Cut(from, 1));
+            cursor.Unread();
+            if (stop == '&') {
+                AddReference(element, ReadReferenceInline(cursor));
+            } else if (cursor.Peek(1) == '/') {
+                EndTag(cursor);
+                if (open_.empty()) return nullptr;
+                element = open_.back().element;
+            } else if (!AddMarkup(cursor, element)) {
+                return element;
+            }
+            from = cursor.Position();
+        }
+    }
+
+    WPK_XML_INLINE void EndTag(Cursor& cursor) {
+        cursor.Match("</");
+        const OpenElement& open = open_.back();
+        const Slice expected{open.name, open.nameSize, false};
+        if (!cursor.SkipName(expected)) {
+            const Slice name = cursor.Name();
+            if (!name) cursor.Fail(10);
+            if (std::string_view(name) != std::string_view(expected)) cursor.Fail(13);
+        }
+        cursor.SkipWhitespace();
+        if (!cursor.Expect('>')) cursor.Fail(12);
+        TakeNodes(open.element->children, open.firstChild);
+        open_.pop_back();
+    }
+
+    /// Reads a comment, a section or an instruction if the cursor is on one.
+    bool AddMarkup(Cursor& cursor, Element* element) {
+        const Byte mark = cursor.Peek(1);
+        if (mark != '!' && mark != '?') return false;
+        cursor_ = cursor;
+        const bool isAdded = AddComment(element) || AddCData(element) || AddPi(element);
+        cursor = cursor_;
+        return isAdded;
+    }
+
+    bool AddComment(NodeContainer* parent) {
+        Slice text;
+        if (!ReadComment(cursor_, text)) return false;
+        nodes_.push_back(builder_.Make<Comment>(parent, builder_.Keep(text)));
+        return true;
+    }
+
+    bool AddCData(NodeContainer* parent) {
+        Slice text;
+        if (!ReadCData(cursor_, text)) return false;
+        nodes_.push_back(builder_.Make<CData>(parent, builder_.Keep(text)));
+        return true;
+    }
+
+    bool AddPi(NodeContainer* parent) {
+        Slice target;
+        Slice data;
+        if (!ReadPi(cursor_, target, data)) return false;
+        const PooledBytes name = builder_.Keep(target);
+        nodes_.push_back(builder_.Make<Pi>(parent, name, builder_.Keep(data)));
+        return true;
+    }
+
+    void AddText(NodeContainer* parent, Slice text) {
+        nodes_.push_back(builder_.Make<Text>(parent, builder_.Keep(text)));
+    }
+
+    void AddOnlyText(NodeContainer* parent, Slice text) {
+        Internals::HoldOne<Node>(parent->children, builder_.Make<Text>(parent, builder_.Keep(text)));
+    }
+
+    void AddReference(NodeContainer* parent, const ReferenceParts& parts) {
+        if (parts.name) {
+            nodes_.push_back(builder_.Make<EntityRef>(parent, builder_.Keep(parts.name), parts.value));
+        } else {
+            nodes_.push_back(builder_.Make<CharRef>(parent, static_cast<signed char>(parts.value)));
+        }
+    }
+
+    /// Moves the nodes from the given one on into a list.
+    template <class T>
+    void TakeNodes(NodeList<T>& list, std::size_t first) {
+        builder_.Fill(list, nodes_.data() + first, nodes_.size() - first);
+        nodes_.Shrink(first);
+    }
+
+    Cursor cursor_;
+    TreeBuilder builder_;
+    /// The elements that are open, the innermost last, and the nodes that are not in a list yet: for every open element
+    /// its children so far.
+    SmallStack<OpenElement, 32> open_;
+    SmallStack<Node*, 128> nodes_;
+};
+
+}  // namespace
+
+template <class Cursor>
+Document* ReadDocument(const Byte* input, std::size_t size) {
+    return DocumentRules<Cursor>(input, size).Read();
+}
+
+template Document* ReadDocument<FastCursor>(const Byte*, std::size_t);
+template Document* ReadDocument<ExactCursor>(const Byte*, std::size_t);
+
+}  // namespace AdvXMLParser
