@@ -197,9 +197,9 @@ protected:
     struct Outsider {
         explicit Outsider(uint32_t receiver) : target(receiver) {
             message.code = 5;
-            handle.Reset(CreateThread(nullptr, 0, Run, this, 0, &id));
+            handle.Reset(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Run, this, 0, &id)));
         }
-        static DWORD WINAPI Run(void* argument) {
+        static unsigned __stdcall Run(void* argument) {
             auto& self = *static_cast<Outsider*>(argument);
             self.result = ThreadLib::SendFromAnyThread(self.target, self.message);
             self.registeredAfterwards = ThreadLib::Detach();
@@ -211,7 +211,7 @@ protected:
         Message message;
         uint32_t result = 0xFFFFFFFF;
         uint32_t registeredAfterwards = 0xFFFFFFFF;
-        DWORD id = 0;
+        unsigned id = 0;
         UniqueHandle handle;
     };
 };
