@@ -2,15 +2,14 @@
 // SPDX-License-Identifier: MIT
 #include "xml/escape.h"
 
+#include <algorithm>
+
 #include "xml/block.h"
 #include "xml/char_class.h"
 #include "xml/entities.h"
 
 namespace AdvXMLParser {
 namespace {
-
-/// What one step may put: a block, and the name of an entity behind it.
-constexpr std::size_t kStep = 32;
 
 char* CopyName(char* to, char escaped) noexcept {
     const std::string_view name = EscapeName(escaped);
@@ -25,51 +24,87 @@ const char* SkipWhite(const char* at, const char* end) noexcept {
 
 #ifdef WPK_XML_SSE2
 
-/// What is left of a text, in pieces of which a whole block can be read from any byte on.
-class Pieces {
+/// How much is put between two looks at the room in the buffer, and what may be put beyond it: a block, or a name.
+constexpr std::size_t kRun = 32 * Block::kSize;
+constexpr std::size_t kBeyond = Block::kSize;
+
+/// Puts pieces of one text, one after the other.
+template <WhiteSpace kSpace>
+class Escaper {
 public:
-    explicit Pieces(const ByteString& text) noexcept : at_(text.data()), end_(at_ + text.size()) {
-        if (text.size() >= Block::kSize) return;
-        Block(at_).Store(copy_);
-        UseCopy(text.size());
-    }
-    Pieces(const Pieces&) = delete;
-    Pieces& operator=(const Pieces&) = delete;
+    explicit Escaper(OutputBuffer& out) noexcept : out_(out) {}
 
-    bool IsEmpty() const noexcept { return at_ == end_; }
-    const char* At() const noexcept { return at_; }
-    const char* End() const noexcept { return end_; }
-    void MoveTo(const char* at) noexcept { at_ = at; }
-
-    /// A block of what comes next; only as many of its bytes count as there are left.
-    Block Next() noexcept {
-        if (Left() < Block::kSize && !isCopied_) CopyRest();
-        return Block(at_);
+    /// Whole blocks. What is left is less than one.
+    const char* PutBlocks(const char* at, const char* end) {
+        while (static_cast<std::size_t>(end - at) >= Block::kSize) {
+            const char* const runEnd = at + std::min(static_cast<std::size_t>(end - at), kRun) / Block::kSize * Block::kSize;
+            char* to = out_.Reserve(kRun + kBeyond);
+            unsigned stops = 0;
+            do {
+                const Block block(at);
+                block.Store(to);
+                stops = Stops(block);
+                if (stops != 0) break;
+                at += Block::kSize;
+                to += Block::kSize;
+                isAfterWhite_ = white_ >> (Block::kSize - 1);
+            } while (at != runEnd);
+            at = stops != 0 ? PutStop(at, end, to, LowestBit(stops)) : Finish(at, to);
+        }
+        return at;
     }
-    unsigned Size() const noexcept { return Left() < Block::kSize ? static_cast<unsigned>(Left()) : Block::kSize; }
+
+    /// Less than a block, of which a whole one can be read from any byte on.
+    void PutRest(const char* at, const char* end) {
+        while (at != end) {
+            const std::size_t size = static_cast<std::size_t>(end - at);
+            char* const to = out_.Reserve(Block::kSize + kBeyond);
+            const Block block(at);
+            block.Store(to);
+            const unsigned stops = Stops(block) & ((1U << size) - 1);
+            at = stops != 0 ? PutStop(at, end, to, LowestBit(stops)) : Finish(end, to + size);
+        }
+    }
 
 private:
-    std::size_t Left() const noexcept { return static_cast<std::size_t>(end_ - at_); }
-    void CopyRest() noexcept {
-        const std::size_t left = Left();
-        std::memcpy(copy_, at_, left);
-        UseCopy(left);
-    }
-    void UseCopy(std::size_t size) noexcept {
-        at_ = copy_;
-        end_ = copy_ + size;
-        isCopied_ = true;
+    /// Where a block cannot be put as it is. Single spaces can; other white space, and what of it follows white space,
+    /// cannot when it is collapsed.
+    unsigned Stops(const Block& block) noexcept {
+        const Matches escaped =
+            (block == '<') | (block == '>') | (block == '&') | (block == '\'') | (block == '"');
+        if constexpr (kSpace == WhiteSpace::kAsIs) {
+            return escaped.Mask();
+        } else {
+            const Matches breaks = (block == '\t') | (block == '\n') | (block == '\r');
+            white_ = (breaks | (block == ' ')).Mask();
+            return (escaped | breaks).Mask() | (white_ & ((white_ << 1) | isAfterWhite_));
+        }
     }
 
-    const char* at_;
-    const char* end_;
-    bool isCopied_ = false;
-    char copy_[2 * Block::kSize];
+    const char* Finish(const char* at, char* to) noexcept {
+        out_.Advance(to);
+        return at;
+    }
+
+    /// Puts what stands for the character that stops a block at `copied`, and gives the place behind it in the text.
+    const char* PutStop(const char* at, const char* end, char* to, unsigned copied) noexcept {
+        const char* const stop = at + copied;
+        if (!IsWhite(*stop)) {
+            isAfterWhite_ = 0;
+            return Finish(stop + 1, CopyName(to + copied, *stop));
+        }
+        // Where the white space has begun before, its space is there.
+        const unsigned isThere = ((white_ << 1) | isAfterWhite_) >> copied & 1;
+        to[copied] = ' ';
+        isAfterWhite_ = 1;
+        return Finish(SkipWhite(stop, end), to + copied + 1 - isThere);
+    }
+
+    OutputBuffer& out_;
+    unsigned white_ = 0;
+    /// 1 when the last character put was white space, else 0.
+    unsigned isAfterWhite_ = 0;
 };
-
-Matches Escapes(const Block& block) noexcept {
-    return (block == '<') | (block == '>') | (block == '&') | (block == '\'') | (block == '"');
-}
 
 #endif
 
@@ -77,76 +112,30 @@ Matches Escapes(const Block& block) noexcept {
 
 #ifdef WPK_XML_SSE2
 
+template <WhiteSpace kSpace>
 void PutEscaped(OutputBuffer& out, const ByteString& text) {
-    Pieces pieces(text);
-    while (!pieces.IsEmpty()) {
-        char* const to = out.Reserve(kStep);
-        const Block block = pieces.Next();
-        block.Store(to);
-        const unsigned size = pieces.Size();
-        const unsigned stops = Escapes(block).Mask() & ((1U << size) - 1);
-        if (stops == 0) {
-            out.Advance(to + size);
-            pieces.MoveTo(pieces.At() + size);
-            continue;
-        }
-        const unsigned copied = LowestBit(stops);
-        out.Advance(CopyName(to + copied, pieces.At()[copied]));
-        pieces.MoveTo(pieces.At() + copied + 1);
+    Escaper<kSpace> escaper(out);
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    // A block can be read from the beginning of every string, and of a short one it is all there is.
+    char rest[2 * Block::kSize];
+    if (text.size() < Block::kSize) {
+        Block(at).Store(rest);
+    } else {
+        at = escaper.PutBlocks(at, end);
+        std::memcpy(rest, at, static_cast<std::size_t>(end - at));
     }
-}
-
-void PutCollapsedAndEscaped(OutputBuffer& out, const ByteString& text) {
-    Pieces pieces(text);
-    unsigned afterWhite = 0;
-    while (!pieces.IsEmpty()) {
-        char* const to = out.Reserve(kStep);
-        const Block block = pieces.Next();
-        block.Store(to);
-        const unsigned size = pieces.Size();
-        // Single spaces are copied with the rest; any other white space, and what of it follows white space, is a stop.
-        const Matches breaks = (block == '\t') | (block == '\n') | (block == '\r');
-        const unsigned white = (breaks | (block == ' ')).Mask();
-        const unsigned repeated = white & ((white << 1) | afterWhite);
-        const unsigned stops = ((Escapes(block) | breaks).Mask() | repeated) & ((1U << size) - 1);
-        if (stops == 0) {
-            out.Advance(to + size);
-            pieces.MoveTo(pieces.At() + size);
-            afterWhite = white >> (size - 1) & 1;
-            continue;
-        }
-        const unsigned copied = LowestBit(stops);
-        const char* const stop = pieces.At() + copied;
-        if (IsWhite(*stop)) {
-            to[copied] = ' ';
-            out.Advance(to + copied + ((repeated >> copied & 1) ^ 1));
-            pieces.MoveTo(SkipWhite(stop, pieces.End()));
-            afterWhite = 1;
-        } else {
-            out.Advance(CopyName(to + copied, *stop));
-            pieces.MoveTo(stop + 1);
-            afterWhite = 0;
-        }
-    }
+    escaper.PutRest(rest, rest + (end - at));
 }
 
 #else
 
+template <WhiteSpace kSpace>
 void PutEscaped(OutputBuffer& out, const ByteString& text) {
-    for (const char c : std::string_view(text)) {
-        if (Is(static_cast<unsigned char>(c), kEscaped)) {
-            out.Put(EscapeName(c));
-        } else {
-            out.Put(c);
-        }
-    }
-}
-
-void PutCollapsedAndEscaped(OutputBuffer& out, const ByteString& text) {
     const char* at = text.data();
     const char* const end = at + text.size();
     while (at != end) {
-        if (IsWhite(*at)) {
+        if (kSpace == WhiteSpace::kCollapsed && IsWhite(*at)) {
             out.Put(' ');
             at = SkipWhite(at, end);
         } else if (Is(static_cast<unsigned char>(*at), kEscaped)) {
@@ -158,5 +147,8 @@ void PutCollapsedAndEscaped(OutputBuffer& out, const ByteString& text) {
 }
 
 #endif
+
+template void PutEscaped<WhiteSpace::kAsIs>(OutputBuffer&, const ByteString&);
+template void PutEscaped<WhiteSpace::kCollapsed>(OutputBuffer&, const ByteString&);
 
 }  // namespace AdvXMLParser

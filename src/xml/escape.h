@@ -9,11 +9,12 @@
 
 namespace AdvXMLParser {
 
-/// Puts the text with the five special characters replaced by their entities' bare names.
-void PutEscaped(OutputBuffer& out, const ByteString& text);
+/// Whether a run of white space is put as it is, or as one space.
+enum class WhiteSpace { kAsIs, kCollapsed };
 
-/// The same with every run of white space made one space.
-void PutCollapsedAndEscaped(OutputBuffer& out, const ByteString& text);
+/// Puts a text with the five special characters replaced by their entities' bare names.
+template <WhiteSpace kSpace>
+void PutEscaped(OutputBuffer& out, const ByteString& text);
 
 }  // namespace AdvXMLParser
 

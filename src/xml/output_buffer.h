@@ -26,45 +26,63 @@ public:
         top_ = bytes_;
     }
 
-    void Put(char c) {
-        if (top_ == bytes_ + kSize) Flush();
-        *top_++ = c;
-    }
-
-    void Put(std::string_view bytes) {
-        if (bytes.size() > Room()) return PutLong(bytes);
-        std::memcpy(top_, bytes.data(), bytes.size());
-        top_ += bytes.size();
-    }
-
-    void Put(const ByteString& bytes) {
-        const std::size_t size = bytes.size();
-        if (size > kBlock || Room() < kBlock) return Put(std::string_view(bytes));
-        // A block can always be read: see ByteString.
-        std::memcpy(top_, bytes.data(), kBlock);
-        top_ += size;
-    }
-
-    /// At least `size` bytes to write to directly, a few dozen at most. Advance says how many were used.
+    /// At least `size` bytes to write to directly, kMostReserved at most. Advance says up to where they were used.
     char* Reserve(std::size_t size) {
         if (Room() < size) Flush();
         return top_;
     }
     void Advance(char* newTop) noexcept { top_ = newTop; }
+    static constexpr std::size_t kMostReserved = 1024;
+
+    void Put(char c) {
+        char* const to = Reserve(1);
+        *to = c;
+        top_ = to + 1;
+    }
+
+    void Put(std::string_view bytes) {
+        if (bytes.size() > kMostReserved) return PutLong(bytes);
+        char* const to = Reserve(bytes.size());
+        std::memcpy(to, bytes.data(), bytes.size());
+        top_ = to + bytes.size();
+    }
+
+    void Put(const ByteString& bytes) {
+        if (bytes.size() > kBlock) return Put(std::string_view(bytes));
+        top_ = CopyShort(Reserve(kBlock), bytes);
+    }
+
+    /// A string between a few characters, the way tags and references are made.
+    template <std::size_t N, std::size_t M>
+    void Put(const char (&before)[N], const ByteString& bytes, const char (&after)[M]) {
+        if (bytes.size() > kBlock) {
+            Put(std::string_view(before, N - 1));
+            Put(std::string_view(bytes));
+            return Put(std::string_view(after, M - 1));
+        }
+        char* to = Reserve(N + kBlock + M);
+        std::memcpy(to, before, N - 1);
+        to = CopyShort(to + N - 1, bytes);
+        std::memcpy(to, after, M - 1);
+        top_ = to + M - 1;
+    }
 
 private:
-    static constexpr std::size_t kSize = 4096;
     static constexpr std::size_t kBlock = sizeof(ByteString);
+
+    /// Moves a block whatever the size is: so many bytes can be read from every ByteString.
+    static char* CopyShort(char* to, const ByteString& bytes) noexcept {
+        std::memcpy(to, bytes.data(), kBlock);
+        return to + bytes.size();
+    }
+
+    static constexpr std::size_t kSize = 4096;
 
     std::size_t Room() const noexcept { return static_cast<std::size_t>(bytes_ + kSize - top_); }
 
     void PutLong(std::string_view bytes) {
         Flush();
-        if (bytes.size() > kSize) {
-            output_.append(bytes);
-            return;
-        }
-        Put(bytes);
+        output_.append(bytes);
     }
 
     std::string& output_;

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "xml/writer.h"
 
+#include <algorithm>
+
 #include "xml/escape.h"
 
 namespace AdvXMLParser {
@@ -29,15 +31,19 @@ Writer::Writer(WriteContext& context)
       isVerbatim_((context.flags & WRITE_VERBATIM) != 0),
       depth_(context.depth),
       afterBlock_(context.afterBlock),
-      atLineStart_(context.atLineStart) {}
+      atLineStart_(context.atLineStart) {
+    while (!indent_.empty() && (indentLevels_ + 1) * indent_.size() <= sizeof(indents_)) {
+        std::memcpy(indents_ + indentLevels_++ * indent_.size(), indent_.data(), indent_.size());
+    }
+}
 
 void Writer::Run() {
     while (!levels_.empty()) {
         Level& level = levels_.back();
         if (level.part == Part::kAttributes) {
-            WriteNextAttribute(level);
+            WriteAttributes(level);
         } else {
-            WriteNextChild(level);
+            WriteChildren(level);
         }
     }
     Finish();
@@ -50,19 +56,67 @@ void Writer::Finish() {
     context_.atLineStart = atLineStart_;
 }
 
-void Writer::WriteNextAttribute(Level& level) {
+void Writer::WriteAttributes(Level& level) {
     const Element& element = static_cast<const Element&>(*level.container);
-    if (level.next < element.attributes.size()) {
+    while (level.next < element.attributes.size()) {
+        const Attribute& attribute = *element.attributes[level.next++];
         Put(' ');
-        return WriteNode(*element.attributes[level.next++]);
+        if (!WriteSimple(attribute)) return WriteNode(attribute);
     }
     levels_.pop_back();
     EndStartTag(element);
 }
 
-void Writer::WriteNextChild(Level& level) {
-    if (level.next < level.container->children.size()) return WriteNode(*level.container->children[level.next++]);
+/// Writes children up to the end, or to one that has to be entered.
+void Writer::WriteChildren(Level& level) {
+    const NodeList<Node>& children = level.container->children;
+    while (level.next < children.size()) {
+        const Node& child = *children[level.next++];
+        switch (Internals::KindOf(child)) {
+            case Kind::kText:
+                WriteText(static_cast<const Text&>(child).text);
+                break;
+            case Kind::kEntityRef:
+                WriteEntityRef(static_cast<const EntityRef&>(child));
+                break;
+            case Kind::kElement:
+                if (WriteSimple(static_cast<const Element&>(child))) break;
+                [[fallthrough]];
+            default:
+                return WriteNode(child);
+        }
+    }
     Leave();
+}
+
+/// The text of a container that holds one text and nothing else, or null.
+const ByteString* Writer::OnlyText(const NodeContainer& container) noexcept {
+    if (container.children.size() != 1) return nullptr;
+    const Node& child = *container.children[0];
+    return Internals::KindOf(child) == Kind::kText ? &static_cast<const Text&>(child).text : nullptr;
+}
+
+/// Writes an attribute if it is nothing but a text, without coming back to it.
+bool Writer::WriteSimple(const Attribute& attribute) {
+    const ByteString* const text = OnlyText(attribute);
+    if (text == nullptr) return false;
+    out_.Put("", attribute.name, "=\"");
+    WriteText(*text);
+    out_.Put('"');
+    return true;
+}
+
+/// The same for an element without attributes.
+bool Writer::WriteSimple(const Element& element) {
+    const ByteString* const text = OnlyText(element);
+    if (text == nullptr || !element.attributes.empty()) return false;
+    BeginLevel();
+    out_.Put("<", element.name, ">");
+    WriteText(*text);
+    // A text leaves no line to end.
+    if (!isVerbatim_) EndBlock();
+    out_.Put("</", element.name, ">");
+    return true;
 }
 
 void Writer::Leave() {
@@ -72,9 +126,8 @@ void Writer::Leave() {
     switch (Internals::KindOf(*level.container)) {
         case Kind::kElement:
             EndLevel();
-            Put("</"sv);
-            Put(level.container->name);
-            return Put('>');
+            atLineStart_ = false;
+            return out_.Put("</", level.container->name, ">");
         case Kind::kAttribute:
             return Put('"');
         default:
@@ -99,9 +152,7 @@ void Writer::WriteNode(const Node& node) {
         case Kind::kPi:
             return WritePi(static_cast<const Pi&>(node));
         case Kind::kEntityRef:
-            Put('&');
-            Put(node.name);
-            return Put(';');
+            return WriteEntityRef(static_cast<const EntityRef&>(node));
         case Kind::kCharRef:
             return WriteCharRef(static_cast<const CharRef&>(node));
         case Kind::kForeign:
@@ -129,12 +180,20 @@ void Writer::BeginDocument(const Document& document) {
 
 void Writer::BeginElement(const Element& element) {
     BeginLevel();
-    Put('<');
-    Put(element.name);
-    if (element.attributes.empty()) return EndStartTag(element);
-    Enter(element, Part::kAttributes);
+    atLineStart_ = false;
+    if (!element.attributes.empty()) {
+        out_.Put("<", element.name, "");
+        return Enter(element, Part::kAttributes);
+    }
+    if (element.children.empty()) {
+        out_.Put("<", element.name, "/>");
+        return EndBlock();
+    }
+    out_.Put("<", element.name, ">");
+    Enter(element, Part::kChildren);
 }
 
+/// Behind the attributes.
 void Writer::EndStartTag(const Element& element) {
     if (element.children.empty()) {
         Put("/>"sv);
@@ -145,17 +204,17 @@ void Writer::EndStartTag(const Element& element) {
 }
 
 void Writer::BeginAttribute(const Attribute& attribute) {
-    Put(attribute.name);
-    Put("=\""sv);
+    atLineStart_ = false;
+    out_.Put("", attribute.name, "=\"");
     Enter(attribute, Part::kChildren);
 }
 
 void Writer::WriteText(const ByteString& text) {
     atLineStart_ = false;
     if (isVerbatim_) {
-        PutEscaped(out_, text);
+        PutEscaped<WhiteSpace::kAsIs>(out_, text);
     } else {
-        PutCollapsedAndEscaped(out_, text);
+        PutEscaped<WhiteSpace::kCollapsed>(out_, text);
     }
 }
 
@@ -179,6 +238,11 @@ void Writer::WritePi(const Pi& pi) {
     Put("?>"sv);
     NewLine();
     EndBlock();
+}
+
+void Writer::WriteEntityRef(const EntityRef& reference) {
+    atLineStart_ = false;
+    out_.Put("&", reference.name, ";");
 }
 
 void Writer::WriteCharRef(const CharRef& reference) {
@@ -222,7 +286,20 @@ void Writer::EndBlock() {
 }
 
 void Writer::Indent() {
-    for (std::int32_t level = 1; level < depth_; ++level) Put(indent_);
+    if (depth_ <= 1 || indent_.empty()) return;
+    atLineStart_ = false;
+    std::size_t levels = static_cast<std::size_t>(depth_) - 1;
+    if (indentLevels_ == 0) {
+        for (; levels != 0; --levels) out_.Put(indent_);
+        return;
+    }
+    while (levels != 0) {
+        const std::size_t some = std::min(levels, indentLevels_);
+        char* const to = out_.Reserve(sizeof(indents_));
+        std::memcpy(to, indents_, sizeof(indents_));
+        out_.Advance(to + some * indent_.size());
+        levels -= some;
+    }
 }
 
 }  // namespace AdvXMLParser

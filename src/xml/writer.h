@@ -45,8 +45,8 @@ private:
         level.next = 0;
         level.part = part;
     }
-    void WriteNextAttribute(Level& level);
-    void WriteNextChild(Level& level);
+    void WriteAttributes(Level& level);
+    void WriteChildren(Level& level);
     void Leave();
 
     void BeginElement(const Element& element);
@@ -56,6 +56,10 @@ private:
     void WriteText(const ByteString& text);
     void WriteBlock(std::string_view before, const ByteString& text, std::string_view after);
     void WritePi(const Pi& pi);
+    static const ByteString* OnlyText(const NodeContainer& container) noexcept;
+    bool WriteSimple(const Attribute& attribute);
+    bool WriteSimple(const Element& element);
+    void WriteEntityRef(const EntityRef& reference);
     void WriteCharRef(const CharRef& reference);
 
     template <class Bytes>
@@ -73,6 +77,9 @@ private:
     OutputBuffer out_;
     SmallStack<Level, 32> levels_;
     const std::string_view indent_;
+    /// The indentation of as many levels as fit, to be moved at once.
+    char indents_[64] = {};
+    std::size_t indentLevels_ = 0;
     const bool isVerbatim_;
     // The context's fields while the walk is under way.
     std::int32_t depth_;
