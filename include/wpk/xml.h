@@ -32,6 +32,7 @@
 
 #include <wpk/xml/byte_string.h>
 #include <wpk/xml/exceptions.h>
+#include <wpk/xml/node.h>
 #include <wpk/xml/node_list.h>
 #include <wpk/xml/nodes.h>
 #include <wpk/xml/parser.h>

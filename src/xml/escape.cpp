@@ -37,7 +37,8 @@ public:
     /// Whole blocks. What is left is less than one.
     const char* PutBlocks(const char* at, const char* end) {
         while (static_cast<std::size_t>(end - at) >= Block::kSize) {
-            const char* const runEnd = at + std::min(static_cast<std::size_t>(end - at), kRun) / Block::kSize * Block::kSize;
+            const char* const runEnd =
+                at + std::min(static_cast<std::size_t>(end - at), kRun) / Block::kSize * Block::kSize;
             char* to = out_.Reserve(kRun + kBeyond);
             unsigned stops = 0;
             do {
@@ -70,8 +71,7 @@ private:
     /// Where a block cannot be put as it is. Single spaces can; other white space, and what of it follows white space,
     /// cannot when it is collapsed.
     unsigned Stops(const Block& block) noexcept {
-        const Matches escaped =
-            (block == '<') | (block == '>') | (block == '&') | (block == '\'') | (block == '"');
+        const Matches escaped = (block == '<') | (block == '>') | (block == '&') | (block == '\'') | (block == '"');
         if constexpr (kSpace == WhiteSpace::kAsIs) {
             return escaped.Mask();
         } else {

@@ -97,7 +97,8 @@ public:
         return true;
     }
 
-    /// Behind the name of a start tag: may move past the rest of the element, if that is '>', plain text and the end tag.
+    /// Behind the name of a start tag: may move past the rest of the element, if that is '>', plain text and the end
+    /// tag.
     bool SkipPlainContent(const Slice& name, Slice& text) noexcept {
         if (at_ == end_ || *at_ != '>') return false;
         const Byte* const from = at_ + 1;

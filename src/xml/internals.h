@@ -31,8 +31,11 @@ struct Internals {
         return node.seat_.offset == 0 ? nullptr : reinterpret_cast<const Pool::Chunk*>(node.seat_.Chunk());
     }
 
-    /// Whether a text in a pool has got one of its strings from elsewhere.
-    static bool HasHeapStrings(const Text& text) noexcept { return text.name.IsHeap() || text.text.IsHeap(); }
+    /// Whether a text or an element in a pool has got any of its memory from elsewhere.
+    static bool HasHeapMemory(const Text& text) noexcept { return text.name.IsHeap() || text.text.IsHeap(); }
+    static bool HasHeapMemory(const Element& element) noexcept {
+        return element.name.IsHeap() || element.attributes.IsHeap() || element.children.IsHeap();
+    }
 
     static void FreeHeap(ByteString& bytes) noexcept {
         if (bytes.IsHeap()) bytes.FreeHeap();
@@ -53,9 +56,7 @@ struct Internals {
     }
 
 private:
-    static bool HasChildren(Kind kind) noexcept {
-        return kind >= Kind::kElement && kind <= Kind::kDocument;
-    }
+    static bool HasChildren(Kind kind) noexcept { return kind >= Kind::kElement && kind <= Kind::kDocument; }
 };
 
 }  // namespace AdvXMLParser

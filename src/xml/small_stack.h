@@ -30,8 +30,8 @@ public:
     void Shrink(std::size_t size) noexcept { size_ = size; }
 
     void push_back(const T& entry) { Extend() = entry; }
-    /// A new entry on top, to be filled in field by field: a record that is put together elsewhere and copied from there
-    /// would have to wait until its fields have reached the memory.
+    /// A new entry on top, to be filled in field by field: a record that is put together elsewhere and copied from
+    /// there would have to wait until its fields have reached the memory.
     T& Extend() {
         if (size_ == capacity_) Grow();
         return entries_[size_++];

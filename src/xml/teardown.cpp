@@ -68,8 +68,10 @@ WPK_XML_INLINE void Teardown::Drop(Node* node) noexcept {
     if (chunk == nullptr) return DropHeapNode(node);
     if (chunk != chunk_) ChangeChunk(chunk);
     ++freeSeats_;
-    // Texts are as many as all others together, and hardly ever changed.
-    if (Internals::KindOf(*node) == Kind::kText && !Internals::HasHeapStrings(static_cast<Text&>(*node))) return;
+    // Most nodes are texts and elements, and hardly any has been changed.
+    const Kind kind = Internals::KindOf(*node);
+    if (kind == Kind::kText && !Internals::HasHeapMemory(static_cast<const Text&>(*node))) return;
+    if (kind == Kind::kElement && !Internals::HasHeapMemory(static_cast<const Element&>(*node))) return;
     FreeHeap(*node);
 }
 
@@ -109,7 +111,8 @@ bool Teardown::Advance() noexcept {
     return false;
 }
 
-/// Drops a container with all it holds, as long as that is leaves. Where it is not, the container becomes the current one.
+/// Drops a container with all it holds, as long as that is leaves. Where it is not, the container becomes the current
+/// one.
 bool Teardown::DropContainer(NodeContainer* container) noexcept {
     std::size_t done = 0;
     NodeList<Attribute>* const attributes = AttributesOf(*container);

@@ -99,7 +99,10 @@ public:
 class TreeBuilder {
 public:
     explicit TreeBuilder(const char* input, const char* inputEnd) noexcept
-        : cutter_(inputEnd), inputEnd_(inputEnd), reached_(input) {}
+        : cutter_(inputEnd),
+          lastRoomy_(static_cast<std::size_t>(inputEnd - input) >= sizeof(ByteString) ? inputEnd - sizeof(ByteString)
+                                                                                      : nullptr),
+          reached_(input) {}
 
     /// Memory runs out by std::bad_alloc, here and below.
     template <class T, class... Arguments>
@@ -113,7 +116,7 @@ public:
     WPK_XML_INLINE PooledBytes Keep(Slice slice) {
         reached_ = slice.data;
         if (slice.size < sizeof(ByteString) && !slice.hasReturns) {
-            return {slice.data, slice.size, static_cast<std::size_t>(inputEnd_ - slice.data) >= sizeof(ByteString)};
+            return {slice.data, slice.size, slice.data <= lastRoomy_};
         }
         return slice.hasReturns ? KeepWithoutReturns(slice) : KeepLong(slice);
     }
@@ -147,7 +150,8 @@ private:
     PooledBytes KeepWithoutReturns(Slice slice);
 
     PoolCutter cutter_;
-    const char* const inputEnd_;
+    /// The last place in the input from which a block can be read.
+    const char* const lastRoomy_;
     /// How far the input has been used: where the last string came from.
     const char* reached_;
     std::size_t nodes_ = 0;
