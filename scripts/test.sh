@@ -30,7 +30,9 @@ build() {
 run() {
     local preset=$1 log=build/$1-tests.log passed failed
     echo "Testing: $preset"
-    ctest --preset "$preset" -V -j 2 >"$log" 2>&1
+    [ "$preset" != windows ] || scripts/wine.sh --start
+    ctest --preset "$preset" -V -j 3 >"$log" 2>&1
+    [ "$preset" != windows ] || scripts/wine.sh --stop
     read -r passed failed < <(awk -f scripts/count_tests.awk "$log")
     grep -aE '^ *[0-9]+/[0-9]+ Test +#' "$log" | sed 's/^ */  /'
     [ "$failed" -eq 0 ] || grep -aE '^[0-9]+: (\[  FAILED  \] [A-Z]|.*(Failure|ERROR:))' "$log" | sort -u | head -n 60

@@ -1,5 +1,8 @@
 #!/usr/bin/env bash
 # Runs a Windows program under Wine, in a prefix below build/ that is made on first use and belongs to this checkout.
+#
+# --start keeps Wine's server and services running until --stop: programs then start at once, and no program is the one
+# that they were started by, whose output they would hold open.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 export WINEPREFIX="${WINEPREFIX:-$root/build/wine}"
@@ -17,4 +20,11 @@ if [ ! -f "$WINEPREFIX/.ready" ]; then
         fi
     ) 9>"$WINEPREFIX.lock"
 fi
-exec wine "$@"
+case "$1" in
+    --start)
+        wineserver -p </dev/null >/dev/null 2>&1 || true
+        wine cmd /c exit </dev/null >/dev/null 2>&1
+        ;;
+    --stop) wineserver -k </dev/null >/dev/null 2>&1 || true ;;
+    *) exec wine "$@" ;;
+esac

@@ -78,8 +78,7 @@ Document Repeat(const std::string& name, std::size_t count, Part part) {
     for (bool indented : {true, false}) {
         DocumentWriter writer(indented);
         writer.Open("message");
-        for (std::size_t at = 0; at < count; ++at)
-            part(writer);
+        for (std::size_t at = 0; at < count; ++at) part(writer);
         writer.Field("trailer", writer.Number());
         writer.Close();
         (indented ? document.indented : document.compact) = writer.Take();
@@ -127,11 +126,9 @@ void AddReferences(DocumentWriter& writer) {
 
 void AddChain(DocumentWriter& writer) {
     constexpr int kLevels = 85;
-    for (int level = 0; level < kLevels; ++level)
-        writer.Open("level");
+    for (int level = 0; level < kLevels; ++level) writer.Open("level");
     writer.Field("bottom", writer.Words(3));
-    for (int level = 0; level < kLevels; ++level)
-        writer.Close();
+    for (int level = 0; level < kLevels; ++level) writer.Close();
 }
 
 /// Too small for lines: a handful of fields.

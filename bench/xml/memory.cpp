@@ -45,16 +45,14 @@ void MeasureManyKept(const Document& document) {
     std::vector<typename Contestant::Tree> kept;
     kept.reserve(kDocuments);
     const std::size_t before = LiveHeapBytes();
-    for (std::size_t at = 0; at < kDocuments; ++at)
-        kept.push_back(Contestant::Parse(document.indented));
+    for (std::size_t at = 0; at < kDocuments; ++at) kept.push_back(Contestant::Parse(document.indented));
     const double each = static_cast<double>(LiveHeapBytes() - before) / static_cast<double>(kDocuments);
     Print("kept", document.name, Contestant::kName, each);
 }
 
 template <class Contestant>
 void MeasureAll(const std::vector<Document>& documents) {
-    for (const Document& document : documents)
-        MeasureTree<Contestant>(document);
+    for (const Document& document : documents) MeasureTree<Contestant>(document);
     MeasureManyKept<Contestant>(documents.front());
 }
 

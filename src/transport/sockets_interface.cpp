@@ -5,12 +5,16 @@
 #include <atomic>
 
 #include "threadlib/platform.h"
+#include "threadlib/semaphore.h"
 
 namespace wpk {
 
 namespace {
 
 constexpr WORD kSocketsVersion = MAKEWORD(1, 1);
+
+/// The system may count starts without a lock of its own: two threads at once would lose one.
+const Semaphore startsLock{SemaphoreKind::kLock};
 
 /// How often the network has gone: the number of the one that is there, or comes next.
 std::atomic<uint32_t> networkNumber{0};
@@ -35,7 +39,10 @@ bool TakeCleanUp() {
 
 void RunCleanUps() {
     while (TakeCleanUp()) {
-        WSACleanup();
+        {
+            const ScopedLock counting(startsLock);
+            WSACleanup();
+        }
         state &= ~kCleaning;
     }
 }
@@ -43,6 +50,7 @@ void RunCleanUps() {
 }  // namespace
 
 bool StartSockets() {
+    const ScopedLock counting(startsLock);
     WSADATA data;
     return WSAStartup(kSocketsVersion, &data) == 0;
 }

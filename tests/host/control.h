@@ -63,6 +63,8 @@ struct Live {
     int64_t modules = 0;
 
     bool operator==(const Live& other) const;
+    /// No more of anything than in the other one.
+    bool IsWithin(const Live& other) const;
 };
 std::ostream& operator<<(std::ostream& out, const Live& live);
 Live CountLive();
@@ -111,8 +113,10 @@ bool ModulePinned(std::string_view name);
 /// Host names beside "localhost"; no other name is known, and none is looked up outside.
 void AddHost(std::string_view name, std::string_view dotted_address);
 
-/// Time-outs and sleeps pass, and the tick counts run, so many times faster; thirty seconds become 300 ms at 100.
+/// Time-outs and sleeps pass, and the tick counts run, so many times faster; thirty seconds become 300 ms at 100. Waits
+/// of select may keep another pace: how often they are repeated would depend on the speed of the machine.
 void SpeedUp(uint32_t factor);
+void SpeedUp(uint32_t factor, uint32_t select_factor);
 
 }  // namespace wpk::host
 

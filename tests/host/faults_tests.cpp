@@ -6,7 +6,9 @@
 // one final notification, nothing stays open, no handle is misused, and afterwards the library works.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <memory>
 #include <ostream>
 #include <vector>
@@ -20,13 +22,19 @@ namespace {
 
 /// So that the thirty seconds of a connect that never succeeds do not take that long.
 constexpr uint32_t kSpeed = 50;
+/// So that a request waits for its reply in the same number of steps on every machine.
+constexpr uint32_t kSelectSpeed = 1;
 
 /// A process in which a scenario runs.
 class Stage {
 public:
     Stage() {
         settings.nConnectionType = WPK_CONNECTION_PERMANENT;
-        settings.lpfnCallback = [](WPK_CALLBACKSTRUCT*) {};
+        settings.lpfnCallback = [](WPK_CALLBACKSTRUCT* notification) {
+            auto* stage = static_cast<Stage*>(notification->lpUserData);
+            ++(notification->body.connection.dwConnected ? stage->comes : stage->goes);
+        };
+        settings.lpUserData = this;
     }
 
     Request& Send(const char* service) {
@@ -44,9 +52,9 @@ public:
         AwaitQuiet();
     }
 
-    /// Until only the front desk is left.
-    static void AwaitQuiet() {
-        EXPECT_TRUE(AwaitThat([] { return CountLive().threads <= 1; })) << CountLive();
+    /// Until only the threads are left that are there for good.
+    void AwaitQuiet() const {
+        EXPECT_TRUE(AwaitThat([this] { return CountLive().threads <= lasting_threads; })) << CountLive();
     }
 
     /// With the faults over: the library can be initialised and carries a request, and nothing is open but what an
@@ -58,6 +66,8 @@ public:
             EXPECT_TRUE(request->Handle() == 0 || request->AwaitFinal());
         }
         EXPECT_EQ(WPK_Init(&settings), 1);
+        AwaitQuiet();
+        if (DetectsModem()) DialAgain();
         Request& last = Send("Small");
         EXPECT_NE(last.Handle(), 0u);
         EXPECT_TRUE(last.AwaitFinal());
@@ -70,8 +80,26 @@ public:
 
     WPK_INITSTRUCT settings{};
     Server server;
+    /// Connections told to the default callback.
+    std::atomic<int> comes{0};
+    std::atomic<int> goes{0};
+    /// The front desk; in dial-up mode the detection's as well, and its Peeker.
+    int64_t lasting_threads = 1;
 
 private:
+    /// Detection has two threads of its own, unless it could not be started.
+    bool DetectsModem() const { return lasting_threads == 3 && CountLive().threads == 3; }
+
+    /// Whatever the library thought of the modem before, it then knows that it is connected.
+    void DialAgain() {
+        modem::HangUp();
+        const int looks = modem::Looks();
+        EXPECT_TRUE(AwaitThat([looks] { return modem::Looks() >= looks + 3; }));
+        comes = 0;
+        modem::Dial();
+        EXPECT_TRUE(AwaitThat([this] { return comes > 0; }));
+    }
+
     std::vector<std::unique_ptr<Request>> requests_;
 };
 
@@ -80,6 +108,8 @@ struct Scenario {
     /// Before the fault is armed.
     void (*prepare)(Stage&);
     void (*act)(Stage&);
+    /// Whether a fault may leave a part of the library out for good.
+    bool may_lack_parts = false;
 };
 
 void PrintTo(const Scenario& scenario, std::ostream* out) {
@@ -99,22 +129,59 @@ void InitialiseBehindProxy(Stage& stage) {
     Initialise(stage);
 }
 
+void PrepareDialUp(Stage& stage) {
+    // The modem is looked at every five seconds.
+    SpeedUp(kSpeed * 10, kSelectSpeed);
+    modem::Install();
+    stage.settings.nConnectionType = WPK_CONNECTION_DIAL_UP;
+    stage.lasting_threads = 3;
+}
+
+/// Until the modem's state has been told, unless a fault keeps the library from seeing it.
+void AwaitTold(const std::atomic<int>& told) {
+    EXPECT_TRUE(AwaitThat([&told] { return told > 0 || FaultsFired() > 0; }));
+}
+
+void DialAndHangUp(Stage& stage) {
+    WPK_Init(&stage.settings);
+    AwaitTold(stage.goes);
+    modem::Dial();
+    AwaitTold(stage.comes);
+    stage.goes = 0;
+    modem::HangUp();
+    AwaitTold(stage.goes);
+}
+
+void DialSendAndHangUp(Stage& stage) {
+    WPK_Init(&stage.settings);
+    modem::Dial();
+    AwaitTold(stage.comes);
+    Request& request = stage.Send("Silent");
+    EXPECT_TRUE(AwaitThat([&] { return stage.server.Silent() > 0 || FaultsFired() > 0; }));
+    stage.goes = 0;
+    modem::HangUp();
+    AwaitTold(stage.goes);
+    EXPECT_TRUE(AwaitThat([&] { return request.Finals() > 0 || FaultsFired() > 0; }));
+}
+
 const Scenario kScenarios[] = {
     {"Initialise", [](Stage&) {},
      [](Stage& stage) {
          WPK_Init(&stage.settings);
-         Stage::AwaitQuiet();
+         stage.AwaitQuiet();
      }},
     {"InitialiseWithoutNetwork", [](Stage& stage) { stage.settings.nConnectionType = WPK_CONNECTION_NEVER; },
      [](Stage& stage) {
          WPK_Init(&stage.settings);
-         Stage::AwaitQuiet();
+         stage.AwaitQuiet();
      }},
     {"InitialiseAutomatically", [](Stage& stage) { stage.settings.nConnectionType = WPK_CONNECTION_AUTOMATIC; },
      [](Stage& stage) {
          WPK_Init(&stage.settings);
-         Stage::AwaitQuiet();
+         stage.AwaitQuiet();
      }},
+    {"DialUp", PrepareDialUp, DialAndHangUp, /*may_lack_parts=*/true},
+    {"DialUpWithRequest", PrepareDialUp, DialSendAndHangUp, /*may_lack_parts=*/true},
     {"ReplyInMemory", Initialise, [](Stage& stage) { stage.SendAndAwait("Small"); }},
     {"ReplyInFile", Initialise, [](Stage& stage) { stage.SendAndAwait("Large"); }},
     {"UnknownService", Initialise, [](Stage& stage) { stage.SendAndAwait("Unknown"); }},
@@ -123,7 +190,7 @@ const Scenario kScenarios[] = {
          Request request(stage.server.Port(), "Small");
          request.message.lpszServer = "localhost";
          EXPECT_TRUE(request.Send() == 0 || request.AwaitFinal());
-         Stage::AwaitQuiet();
+         stage.AwaitQuiet();
          EXPECT_EQ(request.Finals(), request.Handle() != 0 ? 1 : 0);
      }},
     {"ProxyQuestion", InitialiseBehindProxy, [](Stage& stage) { stage.SendAndAwait("Guarded"); }},
@@ -134,7 +201,7 @@ const Scenario kScenarios[] = {
              if (notification.nReason == WPK_REASON_PROGRESS) throw 1;
          };
          request.Send();
-         Stage::AwaitQuiet();
+         stage.AwaitQuiet();
      }},
     {"CancelWhileWaitingForTheReply", Initialise,
      [](Stage& stage) {
@@ -160,20 +227,22 @@ Board& TheBoard() {
 }
 
 void RunUndisturbed(const Scenario& scenario) {
-    SpeedUp(kSpeed);
+    SpeedUp(kSpeed, kSelectSpeed);
     Stage stage;
     scenario.prepare(stage);
     const std::vector<std::string_view> calls = FallibleCalls();
     std::array<uint64_t, 100> before{};
     for (size_t i = 0; i < calls.size(); ++i) before[i] = Uses(calls[i]);
     scenario.act(stage);
-    for (size_t i = 0; i < calls.size(); ++i) TheBoard().uses[i] = Uses(calls[i]) - before[i];
+    for (size_t i = 0; i < calls.size(); ++i) {
+        TheBoard().uses[i] = std::min(TheBoard().uses[i], Uses(calls[i]) - before[i]);
+    }
     stage.ExpectSound();
     TheBoard().live = CountLive();
 }
 
 void RunWithFault(const Scenario& scenario, std::string_view call, uint64_t nth, Times times) {
-    SpeedUp(kSpeed);
+    SpeedUp(kSpeed, kSelectSpeed);
     Stage stage;
     scenario.prepare(stage);
     FailCall(call, nth, times);
@@ -181,10 +250,16 @@ void RunWithFault(const Scenario& scenario, std::string_view call, uint64_t nth,
     TheBoard().fired = FaultsFired() > 0;
     ClearFaults();
     stage.ExpectSound();
-    EXPECT_EQ(CountLive(), TheBoard().live);
+    if (scenario.may_lack_parts) {
+        EXPECT_TRUE(CountLive().IsWithin(TheBoard().live)) << CountLive() << "\nnot within\n" << TheBoard().live;
+    } else {
+        EXPECT_EQ(CountLive(), TheBoard().live);
+    }
 }
 
-/// How often a call is used varies a little with the timing; a use that does not come is waited for in further runs.
+/// How often a call is used varies a little with the timing. Only uses that came in each of several runs are made to
+/// fail, and one that does not come then is waited for in further runs.
+constexpr int kUndisturbedRuns = 3;
 constexpr int kRunsUntilFired = 5;
 
 bool FireOnce(const Scenario& scenario, std::string_view call, uint64_t nth, Times times) {
@@ -201,9 +276,10 @@ class Faults : public testing::TestWithParam<Scenario> {};
 
 TEST_P(Faults, LeaveNothingOpenAndTheLibraryWorking) {
     const Scenario& scenario = GetParam();
-    // Made here, so that the processes share it.
-    TheBoard();
-    ASSERT_TRUE(RunInChild([&] { RunUndisturbed(scenario); }));
+    TheBoard().uses.fill(UINT64_MAX);
+    for (int run = 0; run < kUndisturbedRuns; ++run) {
+        ASSERT_TRUE(RunInChild([&] { RunUndisturbed(scenario); }));
+    }
     const std::array<uint64_t, 100> uses = TheBoard().uses;
     const std::vector<std::string_view> calls = FallibleCalls();
     int cases = 0;

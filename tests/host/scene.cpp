@@ -7,6 +7,10 @@
 #include <thread>
 #include <utility>
 
+#include "env/remote_access.h"
+#include "host/control.h"
+#include "ras.h"
+
 namespace wpk::host {
 
 namespace {
@@ -100,6 +104,54 @@ void Server::Serve(Peer::Connection& connection) {
         connection.Write(known ? host::Reply("small") : host::Reply("", "407 Who are you"));
     }
 }
+
+namespace modem {
+
+namespace {
+
+std::atomic<bool> connected{false};
+std::atomic<int> looks{0};
+
+DWORD EnumConnections(RASCONNA* connections, DWORD* size, DWORD* count) {
+    ++looks;
+    *count = connected ? 1 : 0;
+    if (*size < sizeof(RASCONNA)) return ERROR_INSUFFICIENT_BUFFER;
+    std::snprintf(connections->szDeviceType, sizeof connections->szDeviceType, "Modem");
+    return ERROR_SUCCESS;
+}
+
+DWORD GetConnectStatus(HRASCONN, RASCONNSTATUSA* status) {
+    status->rasconnstate = connected ? RASCS_Connected : RASCS_Disconnected;
+    return ERROR_SUCCESS;
+}
+
+template <class Function>
+FARPROC ToProcedure(Function* function) {
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(function));
+}
+
+}  // namespace
+
+void Install() {
+    AddModule("rasapi32.dll", {{"RasEnumConnectionsA", ToProcedure(EnumConnections)},
+                               {"RasGetConnectStatusA", ToProcedure(GetConnectStatus)}});
+    AddModule("wpk.dll", {{"WRAPPER_RasEnumConnections", ToProcedure(WRAPPER_RasEnumConnections)},
+                          {"WRAPPER_RasGetConnectStatus", ToProcedure(WRAPPER_RasGetConnectStatus)}});
+}
+
+void Dial() {
+    connected = true;
+}
+
+void HangUp() {
+    connected = false;
+}
+
+int Looks() {
+    return looks;
+}
+
+}  // namespace modem
 
 bool AwaitThat(const std::function<bool()>& condition) {
     const auto deadline = std::chrono::steady_clock::now() + kAmple;

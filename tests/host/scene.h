@@ -81,6 +81,17 @@ private:
     Peer peer_;
 };
 
+/// A modem of the pretended machine, behind its remote access library and the wrappers of wpk.dll.
+namespace modem {
+
+void Install();
+void Dial();
+void HangUp();
+/// Enumerations of the connections so far.
+int Looks();
+
+}  // namespace modem
+
 /// Waits until a condition holds, without an event to wait on; false when it takes too long.
 bool AwaitThat(const std::function<bool()>& condition);
 

@@ -92,8 +92,7 @@ void CheckHead(std::string_view bytes, size_t portion) {
 uint32_t TakeLength(std::string_view& bytes) {
     Require(bytes.size() >= 4);
     uint32_t length = 0;
-    for (size_t i = 4; i-- > 0;)
-        length = length << 8 | static_cast<unsigned char>(bytes[i]);
+    for (size_t i = 4; i-- > 0;) length = length << 8 | static_cast<unsigned char>(bytes[i]);
     bytes.remove_prefix(4);
     return length;
 }

@@ -63,8 +63,7 @@ void AskEveryNode(Document& tree) {
         node->GetNodeValue();
         Write(*node, 0);
         const std::unique_ptr<Node> copy(node->Clone(&AdvXMLParser::NullElement()));
-        for (int code = 1; code < 10; ++code)
-            Require(copy->IsType(code) == node->IsType(code));
+        for (int code = 1; code < 10; ++code) Require(copy->IsType(code) == node->IsType(code));
     }
 }
 
@@ -101,8 +100,7 @@ void TakeApart(Tree tree) {
         container->children.pop_back();
     }
     tree.reset();
-    for (std::size_t at = 0; at < kept.size(); at += 2)
-        kept[at].reset();
+    for (std::size_t at = 0; at < kept.size(); at += 2) kept[at].reset();
     for (const std::unique_ptr<Node>& node : kept) {
         if (node) node->GetText();
     }

@@ -38,6 +38,7 @@ std::array sites{
 
 std::atomic<uint64_t> fired{0};
 std::atomic<uint32_t> speed{1};
+std::atomic<uint32_t> select_speed{1};
 
 /// What only tests and failures touch. Never destroyed: static objects of the library end after it.
 struct Rare {
@@ -103,6 +104,10 @@ double RealMilliseconds(double milliseconds) {
     return milliseconds / speed.load(std::memory_order_relaxed);
 }
 
+double RealSelectMilliseconds(double milliseconds) {
+    return milliseconds / select_speed.load(std::memory_order_relaxed);
+}
+
 uint64_t Ticks() {
     using namespace std::chrono;
     const auto now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
@@ -111,7 +116,7 @@ uint64_t Ticks() {
 
 void ResetCalls() {
     ClearFaults();
-    speed.store(1);
+    SpeedUp(1);
     Rare& rare = TheRare();
     const std::lock_guard lock(rare.mutex);
     rare.actions.clear();
@@ -165,7 +170,12 @@ std::vector<std::string> Misuses() {
 }
 
 void SpeedUp(uint32_t factor) {
+    SpeedUp(factor, factor);
+}
+
+void SpeedUp(uint32_t factor, uint32_t select_factor) {
     speed.store(factor);
+    select_speed.store(select_factor);
 }
 
 }  // namespace wpk::host

@@ -99,6 +99,7 @@ void ResetCalls();
 
 /// Real milliseconds for `milliseconds` of a call.
 double RealMilliseconds(double milliseconds);
+double RealSelectMilliseconds(double milliseconds);
 /// Pretended milliseconds since some moment in the past.
 uint64_t Ticks();
 

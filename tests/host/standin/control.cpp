@@ -26,6 +26,12 @@ bool Live::operator==(const Live& other) const {
     return Tie(*this) == Tie(other);
 }
 
+bool Live::IsWithin(const Live& other) const {
+    return handles <= other.handles && files <= other.files && mappings <= other.mappings && views <= other.views &&
+           sockets <= other.sockets && keys <= other.keys && event_sources <= other.event_sources &&
+           threads <= other.threads && modules <= other.modules;
+}
+
 std::ostream& operator<<(std::ostream& out, const Live& live) {
     return out << "handles " << live.handles << ", files " << live.files << ", mappings " << live.mappings << ", views "
                << live.views << ", sockets " << live.sockets << ", keys " << live.keys << ", event sources "

@@ -56,7 +56,8 @@ void Thread::Run(Entry entry, void* argument) {
     current = this;
     // Exit comes back here; whatever stands on the stack between is left as it is, as on Windows.
     if (setjmp(base_) == 0) {
-        StopPoint();
+        // Through the mutex even when nothing stops it: what came before the resume comes before the thread.
+        StopWhileAsked();
         result_ = entry(argument);
     }
     std::unique_lock lock(mutex_);
@@ -75,7 +76,8 @@ void Thread::MarkEnded(DWORD exit_code) {
     exit_code_ = exit_code;
     RemoveObject(slot_);
     ids.Free(number_);
-    if (!foreign_) running.fetch_sub(1, std::memory_order_relaxed);
+    // Whoever counts the threads and finds this one ended comes after it.
+    if (!foreign_) running.fetch_sub(1, std::memory_order_release);
     changed_.notify_all();
 }
 
@@ -136,7 +138,7 @@ void Thread::StopWhileAsked() {
 }
 
 int64_t Thread::Running() {
-    return running.load(std::memory_order_relaxed);
+    return running.load(std::memory_order_acquire);
 }
 
 void StopPoint() {

@@ -154,7 +154,7 @@ int Select(wpk_host_fd_set* readable, wpk_host_fd_set* writable, wpk_host_fd_set
     if (all_empty) return Refuse(WSAEINVAL);
 
     const double wanted = timeout ? static_cast<double>(timeout->tv_sec) * 1000 + timeout->tv_usec / 1000.0 : 0;
-    const auto limit = std::chrono::duration<double, std::milli>(RealMilliseconds(wanted));
+    const auto limit = std::chrono::duration<double, std::milli>(RealSelectMilliseconds(wanted));
     const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
     const Thread* self = Thread::Current();
     for (;;) {

@@ -78,8 +78,7 @@ std::string DocumentGenerator::Group(int depth) {
 
 std::string DocumentGenerator::AttributeListDeclaration() {
     std::string list = "<!ATTLIST" + Space() + Name();
-    while (!random_.OneIn(3))
-        list += AttributeDefinition();
+    while (!random_.OneIn(3)) list += AttributeDefinition();
     return list + MaybeSpace() + ">";
 }
 
@@ -89,8 +88,7 @@ std::string DocumentGenerator::AttributeDefinition() {
     if (type.empty()) {
         const bool is_notation = random_.OneIn(2);
         type = (is_notation ? "NOTATION" + Space() : "") + "(" + MaybeSpace() + Name();
-        while (random_.OneIn(2))
-            type += MaybeSpace() + "|" + MaybeSpace() + (is_notation ? Name() : "-9" + Name());
+        while (random_.OneIn(2)) type += MaybeSpace() + "|" + MaybeSpace() + (is_notation ? Name() : "-9" + Name());
         type += MaybeSpace() + ")";
     }
     std::string value(random_.Pick({"#REQUIRED", "#IMPLIED", "", ""}));
@@ -116,8 +114,7 @@ std::string DocumentGenerator::NotationDeclaration() {
 
 std::string DocumentGenerator::EntityValue() {
     std::string value = "'" + Text("%&'");
-    while (random_.OneIn(2))
-        value += (random_.OneIn(2) ? "%" + Name() + ";" : Reference()) + Text("%&'");
+    while (random_.OneIn(2)) value += (random_.OneIn(2) ? "%" + Name() + ";" : Reference()) + Text("%&'");
     return value + "'";
 }
 

@@ -32,8 +32,7 @@ std::string DocumentGenerator::XmlDeclaration() {
 
 std::string DocumentGenerator::Miscellany() {
     std::string text = MaybeSpace();
-    while (random_.OneIn(3))
-        text += (random_.OneIn(2) ? Comment() : Pi()) + MaybeSpace();
+    while (random_.OneIn(3)) text += (random_.OneIn(2) ? Comment() : Pi()) + MaybeSpace();
     return text;
 }
 

@@ -82,16 +82,14 @@ std::optional<Node> ParseReference(Cursor& cursor) {
 std::optional<Node> ParseCData(Cursor& cursor) {
     if (!cursor.Match("<![CDATA[")) return std::nullopt;
     const std::size_t start = cursor.Position();
-    while (!cursor.Match("]]>"))
-        ReadAllowed(cursor);
+    while (!cursor.Match("]]>")) ReadAllowed(cursor);
     return MakeNode(kCData, "#cdata-section", cursor.Cut(start, 3));
 }
 
 std::optional<Node> ParseComment(Cursor& cursor) {
     if (!cursor.Match("<!--")) return std::nullopt;
     const std::size_t start = cursor.Position();
-    while (!cursor.Match("--"))
-        ReadAllowed(cursor);
+    while (!cursor.Match("--")) ReadAllowed(cursor);
     if (!cursor.Expect('>')) cursor.Fail(23);
     return MakeNode(kComment, "#comment", cursor.Cut(start, 3));
 }
@@ -103,8 +101,7 @@ std::optional<Node> ParsePi(Cursor& cursor) {
     if (IsXmlInAnyCase(target)) cursor.Fail(25);
     cursor.SkipWhitespace();
     const std::size_t start = cursor.Position();
-    while (!cursor.Match("?>"))
-        ReadAllowed(cursor);
+    while (!cursor.Match("?>")) ReadAllowed(cursor);
     return MakeNode(kPi, target, cursor.Cut(start, 2));
 }
 

@@ -73,8 +73,7 @@ TEST(RandomBytes, AreSeenTheSameByModelAndLibrary) {
     RandomSource random(42);
     for (int attempt = 0; attempt < 50000; ++attempt) {
         std::string input = random.OneIn(2) ? "<a>" : "<a b='";
-        for (std::size_t left = random.Below(12); left > 0; --left)
-            input += static_cast<char>(random.Below(256));
+        for (std::size_t left = random.Below(12); left > 0; --left) input += static_cast<char>(random.Below(256));
         const std::string difference = Disagreement(input, Depth::kTree);
         if (difference.empty()) continue;
         ADD_FAILURE() << difference;

@@ -21,10 +21,8 @@ std::string CollapseWhitespace(const std::string& text) {
 std::string TrimWhitespace(const std::string& text) {
     std::size_t from = 0;
     std::size_t to = text.size();
-    while (from < to && IsWhitespace(static_cast<Byte>(text[from])))
-        ++from;
-    while (to > from && IsWhitespace(static_cast<Byte>(text[to - 1])))
-        --to;
+    while (from < to && IsWhitespace(static_cast<Byte>(text[from]))) ++from;
+    while (to > from && IsWhitespace(static_cast<Byte>(text[to - 1]))) --to;
     return text.substr(from, to - from);
 }
 
@@ -36,8 +34,7 @@ std::string GetNodeValue(const Node& node) {
 std::string GetText(const Node& node) {
     if (node.type != kElement && node.type != kAttribute && node.type != kDocument) return node.value;
     std::string text;
-    for (const Node& child : node.children)
-        text += GetText(child);
+    for (const Node& child : node.children) text += GetText(child);
     if (node.type == kAttribute) return TrimWhitespace(text);
     if (node.type == kElement && node.preserve_space) return text;
     return TrimWhitespace(CollapseWhitespace(text));
@@ -45,8 +42,7 @@ std::string GetText(const Node& node) {
 
 Node Clone(const Node& node) {
     Node copy{node.type, node.name, node.value, node.is_character_reference, false, {}, {}};
-    for (const Node& child : node.children)
-        copy.children.push_back(Clone(child));
+    for (const Node& child : node.children) copy.children.push_back(Clone(child));
     return copy;
 }
 

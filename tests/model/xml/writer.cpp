@@ -11,8 +11,7 @@ std::string CharRefDigits(char character) {
     const auto byte = static_cast<unsigned char>(character);
     if (byte >= 0x80) return {};
     std::string digits;
-    for (unsigned rest = byte; rest > 0; rest >>= 4)
-        digits.insert(digits.begin(), "0123456789ABCDEF"[rest & 15]);
+    for (unsigned rest = byte; rest > 0; rest >>= 4) digits.insert(digits.begin(), "0123456789ABCDEF"[rest & 15]);
     return digits;
 }
 
@@ -114,8 +113,7 @@ void Writer::WriteReference(const Node& node) {
 }
 
 void Writer::WriteChildren(const Node& node) {
-    for (const Node& child : node.children)
-        Write(child);
+    for (const Node& child : node.children) Write(child);
 }
 
 void Writer::Append(const std::string& text) {
@@ -124,8 +122,7 @@ void Writer::Append(const std::string& text) {
 }
 
 void Writer::AppendIndent() {
-    for (int level = 1; level < depth_; ++level)
-        Append(indent_);
+    for (int level = 1; level < depth_; ++level) Append(indent_);
 }
 
 void Writer::NewLine() {
