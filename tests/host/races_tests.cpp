@@ -283,6 +283,7 @@ RACE_IN_CHILD(CallbacksMaySendAndCancelFurtherRequests) {
     EXPECT_GT(sent, kRounds / 2);
     ExpectNothingLeft();
     for (auto& request : second) EXPECT_EQ(request->Finals(), request->Handle() != 0 ? 1 : 0);
+<<<<<<< HEAD
 }
 
 /// Connections that the default callback has been told of: comes and goes.
@@ -328,6 +329,8 @@ RACE_IN_CHILD(ModemThatComesAndGoesUnderRequestsEndsEachOfThemOnce) {
     for (Requests& own : requests) {
         for (auto& request : own) EXPECT_EQ(request->Finals(), 1);
     }
+=======
+>>>>>>> 8ac611a (wip)
 }
 
 }  // namespace
