@@ -23,8 +23,14 @@ ThreadRecord* ThreadRegistry::Register(uint32_t id) {
     return thread.release();
 }
 
+void ThreadRegistry::Insert(ThreadRecord& record) {
+    buckets_[BucketOf(record.id)].Append(record.inBucket);
+    ++count_;
+}
+
 void ThreadRegistry::Remove(ThreadRecord& record) {
     buckets_[BucketOf(record.id)].Remove(record.inBucket);
+    --count_;
     record.state = ThreadState::kEnded;
     while (ThreadRecord* sender = record.sendQueue.Take()) Release(*sender);
     while (ThreadRecord* sender = record.replyList.Take()) Release(*sender);

@@ -24,10 +24,11 @@ public:
     // All below: with the lock held.
 
     ThreadRecord* Find(uint32_t id) const;
+    uint32_t Count() const { return count_; }
     /// Registers a running thread that the layer did not make; null when the system lacks something. The caller owns
     /// it.
     ThreadRecord* Register(uint32_t id);
-    void Insert(ThreadRecord& record) { buckets_[BucketOf(record.id)].Append(record.inBucket); }
+    void Insert(ThreadRecord& record);
     /// Takes the record out and wakes everyone who waits for its thread; their sends return as if answered.
     void Remove(ThreadRecord& record);
     /// Takes a guest out whose send is over, and wakes the thread. From then on the record is that thread's to free.
@@ -35,6 +36,7 @@ public:
 
 private:
     Semaphore lock_{SemaphoreKind::kLock};
+    uint32_t count_ = 0;
     std::array<List<ThreadRecord>, kBucketCount> buckets_;
 };
 

@@ -15,14 +15,23 @@
 
 namespace wpk::test {
 
+/// Takes the thread layer down once its last thread has left: one that has just done its work still has to sign off.
+inline void ShutDownLayer() {
+    ThreadLib::Detach();
+    ThreadRegistry* registry = ThreadLib::processRegistry;
+    auto empty = [registry] {
+        const ScopedLock lock(registry->Lock());
+        return registry->Count() == 0;
+    };
+    while (registry && !empty()) Sleep(1);
+    ThreadLib::Shutdown();
+}
+
 /// Initialises the thread layer and takes it down again. The thread that makes it is registered meanwhile.
 class ThreadLayer : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_EQ(ThreadLib::Init(), GetCurrentThreadId()); }
-    void TearDown() override {
-        ThreadLib::Detach();
-        ThreadLib::Shutdown();
-    }
+    void TearDown() override { ShutDownLayer(); }
 };
 
 /// Made suspended; runs its body once resumed. Joined at the latest when it goes out of scope.

@@ -40,14 +40,12 @@ protected:
         record_.nConnectionType = WPK_CONNECTION_PERMANENT;
     }
 
-    /// The library itself never stops once it is initialised: a test must, when the thread that told it something is
-    /// gone.
-    void TearDown() override {
-        if (notified_.thread != 0) test::AwaitState(notified_.thread, ThreadState::kEnded);
-        ThreadLib::Attach();
-        global_.netOutbound.Stop();
-        ThreadLib::Detach();
-        ThreadLib::Shutdown();
+    void TearDown() override { StopLibrary(global_); }
+
+    /// The library itself never stops once it is initialised: a test must.
+    static void StopLibrary(GlobalObject& global) {
+        global.netOutbound.Stop();
+        test::ShutDownLayer();
     }
 
     uint32_t Send(WPK_SENDSTRUCT& message) {
@@ -92,10 +90,7 @@ TEST_F(StartUp, AnUnknownConnectionTypeLeavesTheStatusAlone) {
         EXPECT_EQ(Initialise(global, record_), 1) << type;
         EXPECT_EQ(global.transport.connectionStatus, 0u);
         EXPECT_EQ(notified_.count, 0u);
-        ThreadLib::Attach();
-        global.netOutbound.Stop();
-        ThreadLib::Detach();
-        ThreadLib::Shutdown();
+        StopLibrary(global);
     }
 }
 
