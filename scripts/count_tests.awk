@@ -19,6 +19,8 @@
     sub(/^.*Test +#/, "", program)
     program += 0
     ended[program] = ($0 ~ /Passed +[0-9.]+ sec/) ? "well" : "badly"
+    # A program that passes when it is run once more has nothing failed any more.
+    if (ended[program] == "well") failed[program] = 0
 }
 
 END {
