@@ -14,12 +14,6 @@
 #include "host/control.h"
 #include "host/scene.h"
 
-// Sends and receives of different connections must not look ordered to ThreadSanitizer.
-extern "C" const char* __tsan_default_options();
-extern "C" const char* __tsan_default_options() {
-    return "io_sync=0";
-}
-
 namespace wpk::host {
 namespace {
 
@@ -283,7 +277,6 @@ RACE_IN_CHILD(CallbacksMaySendAndCancelFurtherRequests) {
     EXPECT_GT(sent, kRounds / 2);
     ExpectNothingLeft();
     for (auto& request : second) EXPECT_EQ(request->Finals(), request->Handle() != 0 ? 1 : 0);
-<<<<<<< HEAD
 }
 
 /// Connections that the default callback has been told of: comes and goes.
@@ -329,8 +322,6 @@ RACE_IN_CHILD(ModemThatComesAndGoesUnderRequestsEndsEachOfThemOnce) {
     for (Requests& own : requests) {
         for (auto& request : own) EXPECT_EQ(request->Finals(), 1);
     }
-=======
->>>>>>> 8ac611a (wip)
 }
 
 }  // namespace
