@@ -13,9 +13,12 @@
 #include <ostream>
 #include <vector>
 
+#include "env/global_object.h"
 #include "host/child_process.h"
 #include "host/control.h"
 #include "host/scene.h"
+#include "library/call.h"
+#include "library/start_up.h"
 
 namespace wpk::host {
 namespace {
@@ -299,6 +302,60 @@ TEST_P(Faults, LeaveNothingOpenAndTheLibraryWorking) {
 
 INSTANTIATE_TEST_SUITE_P(Of, Faults, testing::ValuesIn(kScenarios),
                          [](const auto& tested) { return std::string(tested.param.name); });
+
+constexpr char kFolders[] = "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders";
+
+/// A machine on which the folders are gathered.
+void PretendOldMachine() {
+    Reset();
+    SetVersion(Version(5, 1));
+    SetRegistryValue(HKEY_LOCAL_MACHINE, "Software\\Microsoft\\Windows\\CurrentVersion", "ProgramFilesDir", "C:\\P");
+    for (const char* name : {"Desktop", "AppData", "Start Menu", "Programs", "Startup"}) {
+        SetRegistryValue(HKEY_CURRENT_USER, kFolders, name, name);
+    }
+    SetRegistryValue(HKEY_USERS, std::string(".DEFAULT\\") + kFolders, "Desktop", "Desktop");
+    SetRegistryValue(HKEY_LOCAL_MACHINE, kFolders, "Common Desktop", "Desktop");
+}
+
+TEST(FaultsAtLoad, LeaveNothingOpen) {
+    const bool passed = RunInChild([] {
+        PretendOldMachine();
+        { const GlobalObject undisturbed; }
+        const std::vector<std::string_view> calls = FallibleCalls();
+        std::vector<uint64_t> uses;
+        for (const std::string_view call : calls) uses.push_back(Uses(call));
+        int cases = 0;
+        for (size_t i = 0; i < calls.size(); ++i) {
+            for (uint64_t nth = 1; nth <= uses[i]; ++nth) {
+                PretendOldMachine();
+                const Live before = CountLive();
+                FailCall(calls[i], nth);
+                { const GlobalObject disturbed; }
+                EXPECT_EQ(FaultsFired(), 1u) << calls[i] << ' ' << nth;
+                EXPECT_EQ(CountLive(), before) << calls[i] << ' ' << nth;
+                EXPECT_EQ(Misuses(), std::vector<std::string>());
+                ++cases;
+            }
+        }
+        EXPECT_GT(cases, 20);
+    });
+    EXPECT_TRUE(passed);
+}
+
+TEST(FaultsAtLoad, WithoutItsLocksTheLibraryRefusesToInitialise) {
+    const bool passed = RunInChild([] {
+        FailCall("CreateSemaphoreA", 1, Times::kForGood);
+        GlobalObject global;
+        ClearFaults();
+        WPK_INITSTRUCT settings{};
+        settings.nConnectionType = WPK_CONNECTION_PERMANENT;
+        settings.lpfnCallback = [](WPK_CALLBACKSTRUCT*) {};
+        EXPECT_EQ(Initialise(global, settings), 0);
+        EXPECT_EQ(Call(global, kCommandSend, 0), 0u);
+        EXPECT_EQ(CountLive().threads, 0);
+    });
+    EXPECT_TRUE(passed);
+}
 
 }  // namespace
 }  // namespace wpk::host
