@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "host/standin/call.h"
-#include "host/standin/files.h"
+#include "host/standin/file_objects.h"
 #include "host/standin/object.h"
 #include "host/standin/system.h"
 #include "host/standin/thread.h"
@@ -55,6 +55,7 @@ Live CountLive() {
 void Reset() {
     ResetCalls();
     ResetMachine();
+    ResetRegistry();
     ResetHosts();
 }
 

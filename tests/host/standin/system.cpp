@@ -1,7 +1,5 @@
-// The machine that the stand-in pretends to be: version, folders, registry, modules and event log.
+// The machine that the stand-in pretends to be: version, folders, modules and event log.
 // SPDX-License-Identifier: MIT
-#include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -18,12 +16,6 @@ namespace wpk::host {
 
 namespace {
 
-std::string Lower(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
-    return lower;
-}
-
 struct Module {
     std::map<std::string, FARPROC> functions;
     int64_t references = 0;
@@ -31,17 +23,12 @@ struct Module {
     bool pinned = false;
 };
 
-/// A registry key: its root and its path, in lower case.
-using KeyPath = std::pair<HKEY, std::string>;
-
 struct Machine {
     uint32_t version = Version(6, 2);
     std::string temp_directory = "/tmp/";
     std::string windows_directory = "C:\\Windows";
     std::string system_directory = "C:\\Windows\\System32";
     std::string user_name = "user";
-    bool key_creation = true;
-    std::map<KeyPath, std::map<std::string, std::string>> keys;
     std::vector<Event> events;
 };
 
@@ -57,15 +44,6 @@ System& TheSystem() {
     static System& system = *new System;
     return system;
 }
-
-class Key : public Object {
-public:
-    explicit Key(KeyPath path) : Object(Kind::kKey), path_(std::move(path)) {}
-    const KeyPath& Path() const { return path_; }
-
-private:
-    const KeyPath path_;
-};
 
 class EventSource : public Object {
 public:
@@ -92,44 +70,6 @@ void SetText(std::string Machine::*text, std::string value) {
     System& system = TheSystem();
     const std::lock_guard lock(system.mutex);
     system.machine.*text = std::move(value);
-}
-
-LSTATUS OpenKey(HKEY parent, const char* path, bool create, HKEY* key) {
-    KeyPath wanted(parent, Lower(path ? path : ""));
-    if (parent != HKEY_CURRENT_USER && parent != HKEY_LOCAL_MACHINE && parent != HKEY_USERS) {
-        const auto object = UseHandle("RegOpenKeyExA", parent, Kind::kKey);
-        if (!object) return ERROR_INVALID_HANDLE;
-        const KeyPath& above = static_cast<Key&>(*object).Path();
-        wanted = {above.first, above.second + "\\" + wanted.second};
-    }
-    System& system = TheSystem();
-    {
-        const std::lock_guard lock(system.mutex);
-        Machine& machine = system.machine;
-        if (machine.keys.count(wanted) == 0) {
-            if (!create) return ERROR_FILE_NOT_FOUND;
-            if (!machine.key_creation) return ERROR_ACCESS_DENIED;
-            machine.keys[wanted];
-        }
-    }
-    *key = static_cast<HKEY>(OpenHandle(std::make_shared<Key>(std::move(wanted))));
-    return ERROR_SUCCESS;
-}
-
-LSTATUS QueryValue(const KeyPath& key, const char* name, DWORD* type, BYTE* data, DWORD* size) {
-    System& system = TheSystem();
-    const std::lock_guard lock(system.mutex);
-    const auto& values = system.machine.keys[key];
-    const auto found = values.find(Lower(name ? name : ""));
-    if (found == values.end()) return ERROR_FILE_NOT_FOUND;
-    if (type) *type = REG_SZ;
-    if (!size) return data ? ERROR_INVALID_PARAMETER : ERROR_SUCCESS;
-    const auto needed = static_cast<DWORD>(found->second.size());
-    const DWORD room = std::exchange(*size, needed);
-    if (!data) return ERROR_SUCCESS;
-    if (room < needed) return ERROR_MORE_DATA;
-    std::memcpy(data, found->second.data(), needed);
-    return ERROR_SUCCESS;
 }
 
 std::string ModuleName(std::string_view name) {
@@ -197,19 +137,6 @@ void SetUserName(std::string name) {
     SetText(&Machine::user_name, std::move(name));
 }
 
-void SetRegistryValue(HKEY root, std::string_view path, std::string_view name, std::string_view data) {
-    System& system = TheSystem();
-    const std::lock_guard lock(system.mutex);
-    // Texts are stored with their zero.
-    system.machine.keys[{root, Lower(path)}][Lower(name)] = std::string(data) + '\0';
-}
-
-void AllowKeyCreation(bool allowed) {
-    System& system = TheSystem();
-    const std::lock_guard lock(system.mutex);
-    system.machine.key_creation = allowed;
-}
-
 void AddModule(std::string_view name, std::map<std::string, FARPROC> functions) {
     System& system = TheSystem();
     const std::lock_guard lock(system.mutex);
@@ -267,31 +194,6 @@ BOOL GetUserNameA(LPSTR buffer, LPDWORD size) {
     if (length < room) return TRUE;
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return FALSE;
-}
-
-LSTATUS RegCreateKeyA(HKEY parent, LPCSTR path, PHKEY key) {
-    const CallScope call(Call::kRegCreateKeyA);
-    return call.Fails() ? static_cast<LSTATUS>(call.Error()) : OpenKey(parent, path, /*create=*/true, key);
-}
-
-LSTATUS RegOpenKeyExA(HKEY parent, LPCSTR path, DWORD, REGSAM, PHKEY key) {
-    const CallScope call(Call::kRegOpenKeyExA);
-    return call.Fails() ? static_cast<LSTATUS>(call.Error()) : OpenKey(parent, path, /*create=*/false, key);
-}
-
-LSTATUS RegQueryValueExA(HKEY handle, LPCSTR name, LPDWORD, LPDWORD type, LPBYTE data, LPDWORD size) {
-    const CallScope call(Call::kRegQueryValueExA);
-    if (call.Fails()) return static_cast<LSTATUS>(call.Error());
-    const auto key = UseHandle("RegQueryValueExA", handle, Kind::kKey);
-    if (!key) return ERROR_INVALID_HANDLE;
-    return QueryValue(static_cast<Key&>(*key).Path(), name, type, data, size);
-}
-
-LSTATUS RegCloseKey(HKEY handle) {
-    const CallScope call(Call::kRegCloseKey);
-    if (!UseHandle("RegCloseKey", handle, Kind::kKey)) return ERROR_INVALID_HANDLE;
-    CloseSlot("RegCloseKey", handle);
-    return static_cast<LSTATUS>(call.Error());
 }
 
 HMODULE LoadLibraryA(LPCSTR name) {

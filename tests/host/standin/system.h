@@ -4,13 +4,18 @@
 #define WPK_HOST_STANDIN_SYSTEM_H
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace wpk::host {
 
 void ResetMachine();
+void ResetRegistry();
 int64_t LiveModules();
 void ResetHosts();
 int64_t LiveSockets();
+
+std::string Lower(std::string_view text);
 
 }  // namespace wpk::host
 
