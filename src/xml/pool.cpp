@@ -17,6 +17,8 @@ constexpr std::size_t kSample = 4096;
 constexpr std::size_t kPieces = 16;
 /// What a chunk is worth asking for when hardly any input is left.
 constexpr std::size_t kLeastChunk = 256;
+/// A piece that can only be a long text or a long list.
+constexpr std::size_t kLongPiece = 256;
 /// Input per piece of markup above which the rest is reckoned to be long text.
 constexpr std::size_t kUsualRun = 32;
 
@@ -49,8 +51,9 @@ struct Census {
     }
 };
 
-/// The memory that so much of a document takes as a tree. Where it takes more there will be another chunk.
-std::size_t Reckon(const char* bytes, std::size_t size) {
+/// The memory that so much of a document takes as a tree. Where it takes more there will be another chunk. Long texts
+/// are only taken into account when there is reason to: what looks like one may be a declaration, which takes nothing.
+std::size_t Reckon(const char* bytes, std::size_t size, bool hasLongTexts) {
     Census census;
     std::size_t sample = size;
     if (size <= kSample) {
@@ -59,12 +62,12 @@ std::size_t Reckon(const char* bytes, std::size_t size) {
         sample = kSample;
         for (std::size_t i = 0; i < kPieces; ++i) census.Add(bytes + size / kPieces * i, kSample / kPieces);
     }
-    const std::size_t usual = kUsualRun * (census.tags + census.values);
     // Of two tags one begins an element, and there is a text in front of each.
-    const std::size_t reckoned = census.tags * (sizeof(Element) / 2 + sizeof(Text) + sizeof(Node*)) +
-                                 census.values * (sizeof(Attribute) + sizeof(Text) + sizeof(Node*)) +
-                                 census.references * (sizeof(EntityRef) + sizeof(Text) + 2 * sizeof(Node*)) +
-                                 (sample > usual ? sample - usual : 0);
+    std::size_t reckoned = census.tags * (sizeof(Element) / 2 + sizeof(Text) + sizeof(Node*)) +
+                           census.values * (sizeof(Attribute) + sizeof(Text) + sizeof(Node*)) +
+                           census.references * (sizeof(EntityRef) + sizeof(Text) + 2 * sizeof(Node*));
+    const std::size_t usual = kUsualRun * (census.tags + census.values);
+    if (hasLongTexts && sample > usual) reckoned += sample - usual;
     return sample == 0 ? 0 : size / sample * reckoned + size % sample * reckoned / sample;
 }
 
@@ -118,7 +121,7 @@ void Pool::OnDelete(const void* node) noexcept {
 void PoolCutter::Refill(std::size_t size, const char* reached) {
     const std::size_t left = static_cast<std::size_t>(inputEnd_ - reached);
     const std::size_t stretch = std::min(left, kStretch);
-    const std::size_t room = RoundUp(size + std::max(Reckon(reached, stretch), kLeastChunk));
+    const std::size_t room = RoundUp(size + std::max(Reckon(reached, stretch, size > kLongPiece), kLeastChunk));
     if (pool_ == nullptr) {
         pool_ = Pool::Create(room);
         chunk_ = reinterpret_cast<char*>(pool_->FirstChunk());

@@ -12,6 +12,10 @@ namespace AdvXMLParser {
 
 struct Internals;
 
+/// The memory of lists with more than one entry. Not for applications.
+void* AllocateEntries(std::size_t size);
+void FreeEntries(void* entries) noexcept;
+
 /// An ordered, growable array of pointers to nodes. The list itself owns no node: the container whose `children` or
 /// `attributes` it is does, and deletes what the list holds when it dies. Whoever takes an entry out by `erase`,
 /// `pop_back` or `clear` owns that node from then on; whoever puts one in gives it away.
@@ -119,7 +123,7 @@ private:
 
     void Reallocate(std::size_t capacity) {
         if (capacity > kMostEntries) throw std::length_error("NodeList");
-        T** const entries = new T*[capacity];
+        T** const entries = static_cast<T**>(AllocateEntries(capacity * sizeof(T*)));
         std::copy(begin(), end(), entries);
         Free();
         many_ = entries;
@@ -148,7 +152,7 @@ private:
     }
 
     void Free() noexcept {
-        if (IsHeap()) delete[] many_;
+        if (IsHeap()) FreeEntries(many_);
     }
 
     union {
