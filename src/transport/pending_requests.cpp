@@ -30,7 +30,7 @@ PendingRequest* PendingRequests::Add(uint32_t handle) {
     std::unique_ptr<PendingRequest> request(new (std::nothrow) PendingRequest);
     if (!request) return nullptr;
     Record row(kFieldCount);
-    row.SetUint32(kHandleField, handle);
+    if (!row.SetUint32(kHandleField, handle)) return nullptr;
     row.SetUint64(kRecordsField, reinterpret_cast<uintptr_t>(request.get()));
     if (!row.GetUint64(kRecordsField) || !table_->Replace(row)) return nullptr;
     return request.release();
