@@ -91,6 +91,7 @@ BOOL CloseHandle(HANDLE handle) {
 
 void Sleep(DWORD milliseconds) {
     const CallScope call(Call::kSleep);
+    const wpk::host::WaitScope wait;
     std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(wpk::host::RealMilliseconds(milliseconds)));
 }
 

@@ -94,15 +94,12 @@ Socket::State Socket::Settle() {
 }
 
 int Socket::Await(short events) {
-    const Thread* self = Thread::Current();
+    WaitScope wait;
     for (;;) {
-        if (Closed()) return WSAEINTR;
-        if (self && self->AskedToStop()) {
-            if (self->Dead()) return WSAEINTR;
-            StopPoint();
-        }
+        if (Closed() || wait.Dead()) return WSAEINTR;
+        if (wait.AskedToStop()) StopPoint();
         pollfd item{descriptor_, events, 0};
-        if (poll(&item, 1, kSocketStep) > 0 && !(self && self->AskedToStop())) return 0;
+        if (poll(&item, 1, kSocketStep) > 0 && !wait.AskedToStop()) return wait.End() ? 0 : WSAEINTR;
     }
 }
 

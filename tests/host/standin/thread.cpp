@@ -117,10 +117,11 @@ DWORD Thread::Resume() {
 
 void Thread::Terminate(DWORD exit_code) {
     const std::lock_guard lock(mutex_);
-    if (ended_) return;
+    if (ended_ || Dead()) return;
+    exit_code_ = exit_code;
     dead_.store(true, std::memory_order_relaxed);
     stop_.store(true, std::memory_order_relaxed);
-    MarkEnded(exit_code);
+    if (waiting_) MarkEnded(exit_code);
 }
 
 DWORD Thread::ExitCode() {
@@ -129,12 +130,28 @@ DWORD Thread::ExitCode() {
 }
 
 void Thread::AwaitLeave(std::unique_lock<std::mutex>& lock) {
+    if (Dead() && !ended_) MarkEnded(exit_code_);
+    const bool was_waiting = std::exchange(waiting_, true);
     changed_.wait(lock, [this] { return suspended_ == 0 && !Dead(); });
+    waiting_ = was_waiting;
 }
 
 void Thread::StopWhileAsked() {
     std::unique_lock lock(mutex_);
     AwaitLeave(lock);
+}
+
+void Thread::BeginWait() {
+    const std::lock_guard lock(mutex_);
+    if (Dead() && !ended_) MarkEnded(exit_code_);
+    waiting_ = true;
+}
+
+bool Thread::EndWait() {
+    const std::lock_guard lock(mutex_);
+    if (Dead()) return false;
+    waiting_ = false;
+    return true;
 }
 
 int64_t Thread::Running() {

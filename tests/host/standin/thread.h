@@ -27,6 +27,7 @@ public:
     /// The count before the call; 0xFFFFFFFF for a thread that has ended.
     DWORD Suspend();
     DWORD Resume();
+    /// The thread counts as ended once it stands still: at once if it waits in here, else from its next call on.
     void Terminate(DWORD exit_code);
     DWORD ExitCode();
     bool Dead() const { return dead_.load(std::memory_order_relaxed); }
@@ -35,6 +36,11 @@ public:
     /// Returns when the thread may go on, which for a terminated one is never. On the thread itself.
     void StopWhileAsked();
     bool AskedToStop() const { return stop_.load(std::memory_order_relaxed); }
+
+    /// From here to the end of it the thread touches nothing of its caller's. On the thread itself.
+    void BeginWait();
+    /// False when it has been terminated meanwhile: it must touch nothing any more and let go of what it holds in here.
+    bool EndWait();
 
     /// A thread that the platform has not made leaves.
     void Forget();
@@ -58,11 +64,36 @@ private:
     uint32_t slot_ = 0;
     int suspended_;
     bool ended_ = false;
+    bool waiting_ = false;
     unsigned result_ = 0;
     DWORD exit_code_ = STILL_ACTIVE;
     std::atomic<bool> dead_{false};
     std::atomic<bool> stop_;
     std::jmp_buf base_;
+};
+
+/// The length of a wait inside a call.
+class WaitScope {
+public:
+    WaitScope() : self_(Thread::Current()) {
+        if (self_) self_->BeginWait();
+    }
+    WaitScope(const WaitScope&) = delete;
+    WaitScope& operator=(const WaitScope&) = delete;
+    ~WaitScope() { End(); }
+
+    /// As Thread::EndWait.
+    bool End() {
+        const bool alive = !self_ || self_->EndWait();
+        self_ = nullptr;
+        return alive;
+    }
+    /// Whether the wait has to make way for a stop.
+    bool AskedToStop() const { return self_ && self_->AskedToStop(); }
+    bool Dead() const { return self_ && self_->Dead(); }
+
+private:
+    Thread* self_;
 };
 
 /// Where a stopped thread stops.

@@ -26,13 +26,14 @@ DWORD Waitable::Wait(DWORD milliseconds) {
     const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
     Thread* self = Thread::Current();
 
+    WaitScope wait;
     std::unique_lock lock(mutex_);
     waiters_.Enter(self);
     DWORD result = WAIT_TIMEOUT;
     for (;;) {
-        if (self && self->AskedToStop()) {
+        if (wait.AskedToStop()) {
             lock.unlock();
-            self->StopWhileAsked();
+            StopPoint();
             lock.lock();
         } else if (Take()) {
             result = WAIT_OBJECT_0;

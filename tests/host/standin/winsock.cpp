@@ -156,20 +156,21 @@ int Select(wpk_host_fd_set* readable, wpk_host_fd_set* writable, wpk_host_fd_set
     const double wanted = timeout ? static_cast<double>(timeout->tv_sec) * 1000 + timeout->tv_usec / 1000.0 : 0;
     const auto limit = std::chrono::duration<double, std::milli>(RealSelectMilliseconds(wanted));
     const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
-    const Thread* self = Thread::Current();
+    WaitScope wait;
     for (;;) {
         int count = 0;
         for (const Watched& set : sets) {
             if (set.AnyClosed()) return Refuse(WSAENOTSOCK);
             count += set.Count();
         }
-        if (self && self->AskedToStop()) {
-            if (self->Dead()) return Refuse(WSAEINTR);
+        if (wait.Dead()) return Refuse(WSAEINTR);
+        if (wait.AskedToStop()) {
             StopPoint();
             continue;
         }
         const auto left = std::chrono::duration<double, std::milli>(deadline - Clock::now()).count();
         if (count > 0 || (timeout && left <= 0)) {
+            if (!wait.End()) return Refuse(WSAEINTR);
             for (Watched& set : sets) set.Store();
             return count;
         }

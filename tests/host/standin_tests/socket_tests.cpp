@@ -167,7 +167,7 @@ TEST_F(StandInSocket, TerminatedReaderTakesNothingAndLetsTheSocketGo) {
     const auto thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Reader::Read, &reader, 0, nullptr));
     while (Uses("recv") == 0) Sleep(1);
     TerminateThread(thread, 0);
-    EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
     EXPECT_EQ(closesocket(s), 0);
     // The peer sees the end only when nobody holds the socket any more.
     peer.AwaitServed();

@@ -91,7 +91,7 @@ TEST_F(StandInThread, TerminatedWhileItWaitsEndsAtOnceAndTakesNothing) {
         const HANDLE thread = Begin(Gate::Pass, &gate);
         WaitForSingleObject(gate.reached, INFINITE);
         EXPECT_TRUE(TerminateThread(thread, 3));
-        EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_OBJECT_0);
+        EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
         DWORD exit_code = 0;
         GetExitCodeThread(thread, &exit_code);
         EXPECT_EQ(exit_code, 3u);
@@ -110,6 +110,7 @@ TEST_F(StandInThread, TerminatedBeforeItRanNeverRuns) {
         const HANDLE thread = Begin(Gate::Pass, &gate, CREATE_SUSPENDED);
         EXPECT_TRUE(TerminateThread(thread, 0));
         ResumeThread(thread);
+        EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
         EXPECT_EQ(WaitForSingleObject(gate.reached, 30), WAIT_TIMEOUT);
         CloseHandle(thread);
     }
@@ -127,12 +128,16 @@ TEST_F(StandInThread, IdsComeBackLowestFirst) {
         WaitForSingleObject(gate.reached, INFINITE);
         EXPECT_LT(first, second);
         TerminateThread(one, 0);
+        WaitForSingleObject(one, INFINITE);
         unsigned third = 0;
         const HANDLE three = Begin(Gate::Pass, &gate, 0, &third);
         EXPECT_EQ(third, first);
         WaitForSingleObject(gate.reached, INFINITE);
         for (const HANDLE thread : {two, three}) TerminateThread(thread, 0);
-        for (const HANDLE thread : {one, two, three}) CloseHandle(thread);
+        for (const HANDLE thread : {one, two, three}) {
+            WaitForSingleObject(thread, INFINITE);
+            CloseHandle(thread);
+        }
     }
     ExpectAllReleased();
 }
