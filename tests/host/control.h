@@ -7,8 +7,8 @@
 // - Values of kernel handles are never used twice: whatever uses a closed handle is recorded as a misuse.
 // - Socket values and thread ids are used again at once, the lowest free one first.
 // - Threads cannot be stopped by force. A suspended thread stops at its next call into the stand-in, and so does a
-//   terminated one, for good: it keeps its stack, takes nothing that it waited for and runs no destructor. Its handle is
-//   signalled as soon as it stands still: at once while it waits in the stand-in.
+//   terminated one, for good: it keeps its stack, takes nothing that it waited for and runs no destructor. Its handle
+//   is signalled as soon as it stands still: at once while it waits in the stand-in.
 // - Calls of different threads order nothing between them unless they are about the same object. So ThreadSanitizer
 // sees
 //   the races that a process-wide lock in here would hide.

@@ -15,15 +15,20 @@
 
 namespace wpk::test {
 
-/// Takes the thread layer down once its last thread has left: one that has just done its work still has to sign off.
+/// Waits until no more than so many threads are registered: one that has just done its work still has to sign off.
+inline void AwaitThreads(uint32_t count) {
+    ThreadRegistry* registry = ThreadLib::processRegistry;
+    auto registered = [registry] {
+        const ScopedLock lock(registry->Lock());
+        return registry->Count();
+    };
+    while (registry && registered() > count) Sleep(1);
+}
+
+/// Takes the thread layer down once its last thread has left.
 inline void ShutDownLayer() {
     ThreadLib::Detach();
-    ThreadRegistry* registry = ThreadLib::processRegistry;
-    auto empty = [registry] {
-        const ScopedLock lock(registry->Lock());
-        return registry->Count() == 0;
-    };
-    while (registry && !empty()) Sleep(1);
+    AwaitThreads(0);
     ThreadLib::Shutdown();
 }
 

@@ -44,6 +44,7 @@ protected:
 
     /// The library itself never stops once it is initialised: a test must.
     static void StopLibrary(GlobalObject& global) {
+        if (global.netOutbound.Started() != 0) test::AwaitThreads(1);
         global.netOutbound.Stop();
         test::ShutDownLayer();
     }

@@ -84,6 +84,8 @@ private:
 class MServiceTest : public test::ThreadLayer {
 protected:
     void TearDown() override {
+        // A stop ends workers where they stand, with whatever lock they hold just then: only this thread and the desk.
+        if (service.Started() != 0) test::AwaitThreads(2);
         service.Stop();
         ThreadLayer::TearDown();
     }
