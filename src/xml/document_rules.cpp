@@ -47,7 +47,7 @@ private:
         DocumentRules& rules;
         Attribute* attribute;
 
-        void AddText(Slice text) { rules.AddText(attribute, text); }
+        void AddText(const Slice& text) { rules.AddText(attribute, text); }
         void AddReference(const ReferenceParts& parts) { rules.AddReference(attribute, parts); }
     };
 
@@ -125,9 +125,10 @@ private:
     }
 
     /// The attribute whose name has been read gets its value piece by piece.
-    Cursor AddPieces(Cursor cursor, Element* element, Slice name) {
+    Cursor AddPieces(Cursor cursor, Element* element, std::string_view name) {
         ReadEquals(cursor);
-        Attribute* const attribute = builder_.Make<Attribute>(element, builder_.Keep(name));
+        Attribute* const attribute =
+            builder_.Make<Attribute>(element, builder_.Keep({name.data(), name.size(), false}));
         nodes_.push_back(attribute);
         const std::size_t first = nodes_.size();
         if (!ReadValue(cursor, ValueTarget{*this, attribute})) cursor.Fail(4);
@@ -214,11 +215,11 @@ private:
         return true;
     }
 
-    void AddText(NodeContainer* parent, Slice text) {
+    WPK_XML_INLINE void AddText(NodeContainer* parent, const Slice& text) {
         nodes_.push_back(builder_.Make<Text>(parent, builder_.Keep(text)));
     }
 
-    void AddOnlyText(NodeContainer* parent, Slice text) {
+    WPK_XML_INLINE void AddOnlyText(NodeContainer* parent, const Slice& text) {
         Internals::HoldOne<Node>(parent->children, builder_.Make<Text>(parent, builder_.Keep(text)));
     }
 

@@ -35,6 +35,24 @@ public:
 
     FastCursor(const Byte* input, std::size_t size) noexcept : at_(input), start_(input), end_(input + size) {}
 
+    /// Copies go field by field: a whole one that was just changed would have to wait until that has reached the
+    /// memory.
+    FastCursor(const FastCursor& other) noexcept
+        : at_(other.at_),
+          start_(other.start_),
+          end_(other.end_),
+          isPastEnd_(other.isPastEnd_),
+          hasReturns_(other.hasReturns_) {}
+    FastCursor& operator=(const FastCursor& other) noexcept {
+        at_ = other.at_;
+        start_ = other.start_;
+        end_ = other.end_;
+        isPastEnd_ = other.isPastEnd_;
+        hasReturns_ = other.hasReturns_;
+        return *this;
+    }
+    ~FastCursor() = default;
+
     /// The next character. CR and CR LF are one LF; the end of the input is 0, as often as it is read.
     Byte Read() noexcept {
         if (at_ == end_) {
@@ -81,12 +99,8 @@ public:
     }
 
     /// A name or name token; empty, without moving, when there is none.
-    Slice Name() noexcept { return at_ != end_ && Is(*at_, kNameStart) ? NameToken() : Slice{}; }
-    Slice NameToken() noexcept {
-        const Byte* const from = at_;
-        at_ = SkipNameChars(at_, end_);
-        return {AsChars(from), static_cast<std::size_t>(at_ - from), false};
-    }
+    Slice Name() noexcept { return NameFrom(kNameStart); }
+    Slice NameToken() noexcept { return NameFrom(kNameChar); }
 
     /// May move past a name that has been read before, if it is there again.
     bool SkipName(const Slice& name) noexcept {
@@ -164,6 +178,12 @@ public:
 
 private:
     static const char* AsChars(const Byte* bytes) noexcept { return reinterpret_cast<const char*>(bytes); }
+
+    Slice NameFrom(CharClass first) noexcept {
+        const Byte* const from = at_;
+        if (at_ != end_ && Is(*at_, first)) at_ = SkipNameChars(at_ + 1, end_);
+        return {AsChars(from), static_cast<std::size_t>(at_ - from), false};
+    }
 
     template <class FindEnd>
     Byte ReadPast(FindEnd findEnd) noexcept {

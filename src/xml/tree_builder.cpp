@@ -4,18 +4,18 @@
 
 namespace AdvXMLParser {
 
-PooledBytes TreeBuilder::KeepLong(Slice slice) {
-    char* const bytes = cutter_.Cut(RoundUp(slice.size + 1), reached_);
-    std::memcpy(bytes, slice.data, slice.size);
-    bytes[slice.size] = '\0';
-    return {bytes, slice.size, false};
+PooledBytes TreeBuilder::KeepLong(const char* data, std::size_t size) {
+    char* const bytes = cutter_.Cut(RoundUp(size + 1), reached_);
+    std::memcpy(bytes, data, size);
+    bytes[size] = '\0';
+    return {bytes, size, false};
 }
 
-PooledBytes TreeBuilder::KeepWithoutReturns(Slice slice) {
-    char* const bytes = cutter_.Cut(RoundUp(slice.size + 1), reached_);
+PooledBytes TreeBuilder::KeepWithoutReturns(const char* data, std::size_t size) {
+    char* const bytes = cutter_.Cut(RoundUp(size + 1), reached_);
     char* to = bytes;
-    const char* const end = slice.data + slice.size;
-    for (const char* at = slice.data; at != end; ++at) {
+    const char* const end = data + size;
+    for (const char* at = data; at != end; ++at) {
         const bool isReturn = *at == '\r';
         *to++ = isReturn ? '\n' : *at;
         if (isReturn && at + 1 != end && at[1] == '\n') ++at;

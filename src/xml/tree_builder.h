@@ -35,12 +35,13 @@ WPK_XML_INLINE ByteString::ByteString(const PooledBytes& bytes) noexcept {
     SetNear(bytes.size);
 }
 
-inline Node::Seat::Seat(Kind nodeKind, const PoolSeat& place) noexcept
+WPK_XML_INLINE Node::Seat::Seat(Kind nodeKind, const PoolSeat& place) noexcept
     : offset(static_cast<std::uint32_t>(static_cast<std::size_t>(reinterpret_cast<const char*>(this) - place.chunk) /
                                         kUnit)),
       kind(nodeKind) {}
 
-inline Node::Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent, const PooledBytes& nodeName) noexcept
+WPK_XML_INLINE Node::Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent,
+                          const PooledBytes& nodeName) noexcept
     : seat_(kind, seat), name(nodeName), parent(nodeParent) {}
 
 /// The names that all nodes of a class have, with a block to be read behind each.
@@ -52,28 +53,29 @@ inline constexpr PooledBytes kCData{"#cdata-section\0 ", 14, true};
 inline constexpr PooledBytes kComment{"#comment\0       ", 8, true};
 }  // namespace fixed_names
 
-inline Element::Element(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& tagName) noexcept
+WPK_XML_INLINE Element::Element(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& tagName) noexcept
     : NodeContainer(Kind::kElement, seat, parentNode, tagName) {}
-inline Attribute::Attribute(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& attributeName) noexcept
+WPK_XML_INLINE Attribute::Attribute(const PoolSeat& seat, NodeContainer* parentNode,
+                                    const PooledBytes& attributeName) noexcept
     : NodeContainer(Kind::kAttribute, seat, parentNode, attributeName) {}
-inline Document::Document(const PoolSeat& seat) noexcept
+WPK_XML_INLINE Document::Document(const PoolSeat& seat) noexcept
     : NodeContainer(Kind::kDocument, seat, &NullElement(), fixed_names::kDocument),
       version("1.0"),
       encoding("UTF-8"),
       self(*this) {}
-inline Text::Text(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
+WPK_XML_INLINE Text::Text(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
     : Node(Kind::kText, seat, parentNode, fixed_names::kText), text(characters) {}
-inline CData::CData(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
+WPK_XML_INLINE CData::CData(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
     : Node(Kind::kCData, seat, parentNode, fixed_names::kCData), text(characters) {}
-inline Comment::Comment(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
+WPK_XML_INLINE Comment::Comment(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
     : Node(Kind::kComment, seat, parentNode, fixed_names::kComment), text(characters) {}
-inline Pi::Pi(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& target,
-              const PooledBytes& targetData) noexcept
+WPK_XML_INLINE Pi::Pi(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& target,
+                      const PooledBytes& targetData) noexcept
     : Node(Kind::kPi, seat, parentNode, target), data(targetData) {}
-inline EntityRef::EntityRef(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& entityName,
-                            char character) noexcept
+WPK_XML_INLINE EntityRef::EntityRef(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& entityName,
+                                    char character) noexcept
     : Reference(Kind::kEntityRef, seat, parentNode, entityName), value(character) {}
-inline CharRef::CharRef(const PoolSeat& seat, NodeContainer* parentNode, signed char character) noexcept
+WPK_XML_INLINE CharRef::CharRef(const PoolSeat& seat, NodeContainer* parentNode, signed char character) noexcept
     : Reference(Kind::kCharRef, seat, parentNode, fixed_names::kNone), value(character) {}
 
 /// A node of class T in a pool, for which `delete` does what it does for any other. (When a whole tree goes, Teardown
@@ -113,12 +115,12 @@ public:
     }
 
     /// The bytes for a string of the node that is made next.
-    WPK_XML_INLINE PooledBytes Keep(Slice slice) {
+    WPK_XML_INLINE PooledBytes Keep(const Slice& slice) {
         reached_ = slice.data;
         if (slice.size < sizeof(ByteString) && !slice.hasReturns) {
             return {slice.data, slice.size, slice.data <= lastRoomy_};
         }
-        return slice.hasReturns ? KeepWithoutReturns(slice) : KeepLong(slice);
+        return slice.hasReturns ? KeepWithoutReturns(slice.data, slice.size) : KeepLong(slice.data, slice.size);
     }
 
     /// Changes a string of a node that was made here.
@@ -146,8 +148,8 @@ private:
         return (size + Pool::kUnit - 1) / Pool::kUnit * Pool::kUnit;
     }
 
-    PooledBytes KeepLong(Slice slice);
-    PooledBytes KeepWithoutReturns(Slice slice);
+    PooledBytes KeepLong(const char* data, std::size_t size);
+    PooledBytes KeepWithoutReturns(const char* data, std::size_t size);
 
     PoolCutter cutter_;
     /// The last place in the input from which a block can be read.

@@ -120,14 +120,15 @@ bool Writer::WriteSimple(const Element& element) {
 }
 
 void Writer::Leave() {
-    const Level level = levels_.back();
+    const NodeContainer& container = *levels_.back().container;
+    const Part part = levels_.back().part;
     levels_.pop_back();
-    if (level.part == Part::kChildrenAlone) return;
-    switch (Internals::KindOf(*level.container)) {
+    if (part == Part::kChildrenAlone) return;
+    switch (Internals::KindOf(container)) {
         case Kind::kElement:
             EndLevel();
             atLineStart_ = false;
-            return out_.Put("</", level.container->name, ">");
+            return out_.Put("</", container.name, ">");
         case Kind::kAttribute:
             return Put('"');
         default:
