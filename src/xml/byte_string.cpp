@@ -50,11 +50,13 @@ void ByteString::Construct(std::string_view bytes) {
     SetFar(data, bytes.size(), kHeap);
 }
 
-ByteString::ByteString(ByteString&& other) : ByteString() {
+// Not noexcept, as borrowed bytes have to be copied.
+ByteString::ByteString(ByteString&& other)  // NOLINT(performance-noexcept-move-constructor)
+    : ByteString() {
     *this = std::move(other);
 }
 
-ByteString& ByteString::operator=(ByteString&& other) {
+ByteString& ByteString::operator=(ByteString&& other) {  // NOLINT(performance-noexcept-move-constructor)
     if (this == &other) return *this;
     if (!other.IsHeap()) {
         *this = other.View();

@@ -11,18 +11,18 @@
 namespace AdvXMLParser {
 namespace {
 
-char* CopyName(char* to, char escaped) noexcept {
-    const std::string_view name = EscapeName(escaped);
-    std::memcpy(to, name.data(), name.size());
-    return to + name.size();
-}
-
 const char* SkipWhite(const char* at, const char* end) noexcept {
     while (at != end && IsWhite(*at)) ++at;
     return at;
 }
 
 #ifdef WPK_XML_SSE2
+
+char* CopyName(char* to, char escaped) noexcept {
+    const std::string_view name = EscapeName(escaped);
+    std::memcpy(to, name.data(), name.size());
+    return to + name.size();
+}
 
 /// How much is put between two looks at the room in the buffer, and what may be put beyond it: a block, or a name.
 constexpr std::size_t kRun = 32 * Block::kSize;

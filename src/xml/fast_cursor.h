@@ -43,7 +43,7 @@ public:
           end_(other.end_),
           isPastEnd_(other.isPastEnd_),
           hasReturns_(other.hasReturns_) {}
-    FastCursor& operator=(const FastCursor& other) noexcept {
+    FastCursor& operator=(const FastCursor& other) noexcept {  // NOLINT(bugprone-unhandled-self-assignment): harmless
         at_ = other.at_;
         start_ = other.start_;
         end_ = other.end_;

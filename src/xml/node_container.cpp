@@ -24,7 +24,7 @@ void NodeContainer::AppendChild(Node* node) {
     if (IsNull(*this)) return;
     const bool isText = node->IsType(TEXT_NODE);
     children.push_back(node);
-    owned.release();
+    static_cast<void>(owned.release());
     if (!isText) pendingText = nullptr;
 }
 
@@ -56,9 +56,8 @@ Node* NodeContainer::GetOrCreateElement(std::string_view elementName) {
     if (IsNull(*this)) return &NullElement();
     std::size_t position = 0;
     if (FindNextElement(elementName, position)) return children[position];
-    Element* const element = new Element(this, elementName);
-    AppendChild(element);
-    return element;
+    AppendChild(new Element(this, elementName));
+    return children.back();
 }
 
 void NodeContainer::DeleteChildren() noexcept {

@@ -51,6 +51,9 @@ struct Census {
     }
 };
 
+/// What a list takes for each of its nodes.
+constexpr std::size_t kEntry = sizeof(void*);
+
 /// The memory that so much of a document takes as a tree. Where it takes more there will be another chunk. Long texts
 /// are only taken into account when there is reason to: what looks like one may be a declaration, which takes nothing.
 std::size_t Reckon(const char* bytes, std::size_t size, bool hasLongTexts) {
@@ -63,9 +66,9 @@ std::size_t Reckon(const char* bytes, std::size_t size, bool hasLongTexts) {
         for (std::size_t i = 0; i < kPieces; ++i) census.Add(bytes + size / kPieces * i, kSample / kPieces);
     }
     // Of two tags one begins an element, and there is a text in front of each.
-    std::size_t reckoned = census.tags * (sizeof(Element) / 2 + sizeof(Text) + sizeof(Node*)) +
-                           census.values * (sizeof(Attribute) + sizeof(Text) + sizeof(Node*)) +
-                           census.references * (sizeof(EntityRef) + sizeof(Text) + 2 * sizeof(Node*));
+    std::size_t reckoned = census.tags * (sizeof(Element) / 2 + sizeof(Text) + kEntry) +
+                           census.values * (sizeof(Attribute) + sizeof(Text) + kEntry) +
+                           census.references * (sizeof(EntityRef) + sizeof(Text) + 2 * kEntry);
     const std::size_t usual = kUsualRun * (census.tags + census.values);
     if (hasLongTexts && sample > usual) reckoned += sample - usual;
     return sample == 0 ? 0 : size / sample * reckoned + size % sample * reckoned / sample;

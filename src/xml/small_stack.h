@@ -3,10 +3,11 @@
 #ifndef WPK_XML_SMALL_STACK_H
 #define WPK_XML_SMALL_STACK_H
 
+#include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 namespace AdvXMLParser {
 
@@ -40,7 +41,7 @@ public:
 private:
     void Grow() {
         std::unique_ptr<T[]> grown(new T[capacity_ * 2]);
-        std::memcpy(static_cast<void*>(grown.get()), entries_, size_ * sizeof(T));
+        std::copy(entries_, entries_ + size_, grown.get());
         far_ = std::move(grown);
         entries_ = far_.get();
         capacity_ *= 2;

@@ -141,6 +141,7 @@ void Teardown::Enter(NodeContainer* container, std::size_t done) noexcept {
     // An application may have set `parent` to anything; from here on it is the way back, and the node's last field
     // without a task keeps how far the outer container had come.
     container->parent = current_;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): never used as a pointer
     container->pendingText = reinterpret_cast<Text*>(static_cast<std::uintptr_t>(done_));
     current_ = container;
     attributes_ = AttributesOf(*container);

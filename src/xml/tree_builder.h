@@ -94,6 +94,9 @@ public:
         if (pool->Leave(1)) pool->DestroyWith(this);
     }
 
+    static void* operator new(std::size_t size) = delete;
+    static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
+    static void operator delete(void* /*memory*/, void* /*place*/) noexcept {}
     static void operator delete(void* memory) noexcept { Pool::OnDelete(memory); }
 };
 
@@ -111,7 +114,7 @@ public:
     WPK_XML_INLINE T* Make(Arguments&&... arguments) {
         void* const piece = cutter_.Cut(RoundUp(sizeof(Pooled<T>)), reached_);
         ++nodes_;
-        return ::new (piece) Pooled<T>(cutter_.Seat(), std::forward<Arguments>(arguments)...);
+        return new (piece) Pooled<T>(cutter_.Seat(), std::forward<Arguments>(arguments)...);
     }
 
     /// The bytes for a string of the node that is made next.

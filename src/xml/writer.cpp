@@ -250,7 +250,7 @@ void Writer::WriteCharRef(const CharRef& reference) {
     constexpr std::string_view kDigits = "0123456789ABCDEF";
     Put("&#x"sv);
     // A value is a signed byte: those of 0x80 and above are negative and, like zero, get no digit.
-    const int value = reference.value;
+    const int value = reference.value;  // NOLINT(bugprone-signed-char-misuse): on purpose
     if (value > 0xF) Put(kDigits[static_cast<std::size_t>(value >> 4)]);
     if (value > 0) Put(kDigits[static_cast<std::size_t>(value & 0xF)]);
     Put(';');

@@ -83,7 +83,7 @@ public:
         return begin() + index;
     }
     iterator erase(const_iterator position) noexcept {
-        const iterator hole = begin() + (position - begin());
+        T** const hole = begin() + (position - begin());
         std::copy(hole + 1, end(), hole);
         --size_;
         return hole;
