@@ -97,6 +97,7 @@ public:
     static void* operator new(std::size_t size) = delete;
     static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
     static void operator delete(void* /*memory*/, void* /*place*/) noexcept {}
+    // NOLINTNEXTLINE(misc-new-delete-overloads): what it would match is deleted
     static void operator delete(void* memory) noexcept { Pool::OnDelete(memory); }
 };
 
