@@ -25,3 +25,11 @@ endif()
 if(MINGW)
   add_link_options(-static)
 endif()
+
+# The same sources give the same bytes, wherever and whenever they are built.
+if(NOT MSVC)
+  add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+endif()
+if(MINGW)
+  add_link_options(-Wl,--no-insert-timestamp)
+endif()

@@ -18,15 +18,13 @@ std::string Contents(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-/// This file's path up to the top of the sources, and from there the given one.
 std::string InSources(const std::string& path) {
-    const std::string here = __FILE__;
-    return here.substr(0, here.rfind("tests")) + path;
+    return std::string(WPK_SOURCE_FOLDER "/") + path;
 }
 
 /// What stands between the lines "// sample: name" and "// end" of this file, less the indentation of a test's body.
 std::string SampleHere(const std::string& name) {
-    const std::string source = Contents(__FILE__);
+    const std::string source = Contents(InSources("tests/unit/xml/guide_test.cpp"));
     const std::string mark = "    // sample: " + name + "\n";
     const std::size_t begin = source.find(mark) + mark.size();
     std::string sample;
