@@ -1,15 +1,13 @@
-// Fuzz target: foreign bytes as a reply head, and as keys and values of tagged data.
+// Fuzz target: foreign bytes as a reply head.
 // SPDX-License-Identifier: MIT
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "transport/line_assembler.h"
 #include "transport/reply_head.h"
-#include "transport/tagged_data.h"
 
 namespace wpk {
 namespace {
@@ -89,48 +87,6 @@ void CheckHead(std::string_view bytes, size_t portion) {
         Require(whole.state.contentLength != kNoContentLength);
 }
 
-uint32_t TakeLength(std::string_view& bytes) {
-    Require(bytes.size() >= 4);
-    uint32_t length = 0;
-    for (size_t i = 4; i-- > 0;) length = length << 8 | static_cast<unsigned char>(bytes[i]);
-    bytes.remove_prefix(4);
-    return length;
-}
-
-std::string_view TakeText(std::string_view& bytes) {
-    const uint32_t length = TakeLength(bytes);
-    Require(bytes.size() >= length);
-    const std::string_view text = bytes.substr(0, length);
-    bytes.remove_prefix(length);
-    return text;
-}
-
-// Keys and values cut from the input come out of the joined bytes again, as any reader of the format takes them apart.
-void CheckTaggedData(std::string_view bytes, size_t portion) {
-    TaggedData data(portion % 2 == 0 ? TaggedData::Keys::kCaseSensitive : TaggedData::Keys::kCaseInsensitive);
-    std::vector<std::string_view> expected;
-    while (!bytes.empty() && expected.size() < 64) {
-        const std::string_view key = bytes.substr(0, portion % 5);
-        bytes.remove_prefix(key.size());
-        const std::string_view value = bytes.substr(0, portion);
-        bytes.remove_prefix(value.size());
-        if (data.Add(key, value.data(), static_cast<uint32_t>(value.size())) == 1) {
-            expected.push_back(key);
-            expected.push_back(value);
-        }
-        if (value.size() % 3 == 1) Require(data.Join() == 1);
-    }
-    Require(data.Join() == 1);
-    std::string_view joined = data.Joined();
-    Require(joined.size() == data.TotalLength() && data.Count() * 2 == expected.size());
-    for (size_t i = 0; i < expected.size(); i += 2) {
-        Require(data.Key(i / 2) == expected[i] && data.Value(i / 2) == expected[i + 1]);
-        Require(TakeText(joined) == expected[i]);
-        Require(TakeText(joined) == expected[i + 1]);
-    }
-    Require(joined.empty());
-}
-
 }  // namespace
 }  // namespace wpk
 
@@ -139,6 +95,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const size_t portion = size_t{data[0]} + 1;
     const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
     wpk::CheckHead(bytes, portion);
-    wpk::CheckTaggedData(bytes, portion);
     return 0;
 }
