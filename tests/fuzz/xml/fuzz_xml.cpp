@@ -30,10 +30,11 @@ Tree Parse(const std::string& text) {
     }
 }
 
-std::string Write(const Node& node, unsigned flags) {
+std::string Write(const Node& node, unsigned flags, const char* indent = "  ") {
     std::string output;
     AdvXMLParser::WriteContext context;
     context.flags = flags;
+    context.indent = indent;
     context.output = &output;
     node.Write(context);
     return output;
@@ -67,12 +68,37 @@ void AskEveryNode(Document& tree) {
     }
 }
 
-/// A tree written verbatim reads back as the same, but for character references of 0x80 and above.
-void WriteAndReadBack(const Document& tree) {
-    const std::string written = Write(tree, AdvXMLParser::WRITE_VERBATIM);
-    const Tree again = Parse(written);
+/// What is written reads back, but for character references of 0x80 and above.
+Tree ReadBack(const std::string& written) {
+    Tree again = Parse(written);
     Require(again != nullptr || written.find("&#x;") != std::string::npos);
-    if (again) Require(Write(*again, AdvXMLParser::WRITE_VERBATIM) == written);
+    return again;
+}
+
+/// A tree written verbatim reads back as the same.
+void WriteVerbatimAndReadBack(const Document& tree) {
+    const std::string written = Write(tree, AdvXMLParser::WRITE_VERBATIM);
+    if (const Tree again = ReadBack(written)) Require(Write(*again, AdvXMLParser::WRITE_VERBATIM) == written);
+}
+
+/// The layout adds white space between the nodes. Once it is there, another round changes nothing any more.
+void LayOutAndReadBack(const Document& tree, const char* indent) {
+    const Tree first = ReadBack(Write(tree, 0, indent));
+    if (!first) return;
+    const std::string laid_out = Write(*first, 0, indent);
+    const Tree second = ReadBack(laid_out);
+    Require(second && Write(*second, 0, indent) == laid_out);
+}
+
+/// The copy of a document has all that is below it but attributes, and no root of its own.
+void CloneWhole(const Document& tree) {
+    const std::unique_ptr<Document> copy(tree.Clone(&AdvXMLParser::NullElement()));
+    Require(copy->root == nullptr && copy->children.size() == tree.children.size());
+    Require(copy->version == "1.0" && copy->encoding == "UTF-8" && copy->standalone);
+    const std::string written = Write(*copy, AdvXMLParser::WRITE_VERBATIM);
+    const std::unique_ptr<Document> again(copy->Clone(nullptr));
+    Require(Write(*again, AdvXMLParser::WRITE_VERBATIM) == written);
+    ReadBack(written);
 }
 
 void FindAndChange(Document& tree) {
@@ -81,13 +107,60 @@ void FindAndChange(Document& tree) {
         const std::string name(node->name);
         Node* parent = node->parent;
         Require(parent->FindElement(name)->IsType(1));
-        Require(IsNull(node->FindElement("no such")) || node->FindElement("no such")->name == "no such");
+        Require(IsNull(node->FindElement("no such")));
         node->AppendText("more text than fits in place");
         node->name += "-and-a-longer-name";
         node->GetOrCreateElement("made")->AppendText("x");
     }
     tree.GetText();
     Write(tree, 0);
+}
+
+/// The look-ups of one container agree with each other and with a plain count.
+void CountByName(NodeContainer& container) {
+    if (container.children.size() > 100) return;
+    for (const Node* wanted : container.children) {
+        const std::string name(wanted->name);
+        std::size_t expected = 0;
+        for (const Node* child : container.children) expected += child->IsType(1) && child->name == name ? 1 : 0;
+        std::size_t found = 0;
+        for (std::size_t i = 0; container.FindNextElement(name, i); ++i) {
+            Require(container.children[i]->name == name && container.children[i]->IsType(1));
+            if (found == 0) Require(container.FindElement(name) == container.children[i]);
+            ++found;
+        }
+        Require(found == expected && IsNull(container.FindElement(name)) == (found == 0));
+    }
+}
+
+/// Children go from one container to another, by clones and by hand, and some die.
+void MoveAround(Document& tree) {
+    Element target(nullptr, "target");
+    for (Node* node : AllNodes(tree)) {
+        auto* container = dynamic_cast<NodeContainer*>(node);
+        if (container == nullptr) continue;
+        CountByName(*container);
+        if (container->children.empty() || target.children.size() > 100) continue;
+        NodeContainer::CloneChildren(*container, target);
+        container->children.insert(container->children.begin(), new AdvXMLParser::EntityRef("lt"));
+        container->children.push_back(new AdvXMLParser::CharRef(container, 0x141));
+        container->children.push_back(new AdvXMLParser::CData(container, node->GetNodeValue()));
+        container->pendingText = new AdvXMLParser::Text(container, "");
+        container->AppendChild(container->pendingText);
+        container->AppendText("a");
+        container->AppendText("b");
+        Require(container->pendingText->text == "ab");
+        container->AppendChild(new AdvXMLParser::Comment(container, "c"));
+        Require(container->pendingText == nullptr);
+    }
+    Require(IsNull(AdvXMLParser::NullElement().GetOrCreateElement("x")));
+    target.GetText();
+    Write(target, 0, "\t");
+    Write(tree, 0, nullptr);
+    target.GetOrCreateElement("made")->AppendText("x");
+    Require(target.FindElement("made") == target.GetOrCreateElement("made"));
+    target.DeleteChildren();
+    Require(target.children.empty() && Write(target, AdvXMLParser::WRITE_VERBATIM) == "<target/>");
 }
 
 /// Nodes of one parse share their memory: take the tree apart and let the pieces die in another order.
@@ -118,8 +191,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     Require(tree->root != nullptr);
     AskEveryNode(*tree);
-    WriteAndReadBack(*tree);
+    WriteVerbatimAndReadBack(*tree);
+    LayOutAndReadBack(*tree, "  ");
+    LayOutAndReadBack(*tree, "\t");
+    LayOutAndReadBack(*tree, "");
+    CloneWhole(*tree);
     FindAndChange(*tree);
+    MoveAround(*tree);
     TakeApart(std::move(tree));
     return 0;
 }
