@@ -55,6 +55,7 @@ scripts/format.sh --check || fail "Some files are not laid out as .clang-format 
 for preset in "${presets[@]}"; do
     build "$preset" && run "$preset"
 done
+read -r p _ f _ < <(scripts/fuzz.sh --seconds 10 | tee >(cat >&2) | tail -n 1) && total_passed=$((total_passed + p)) total_failed=$((total_failed + f)) || fail "The fuzz targets have not run."
 
 echo "$total_passed passed, $total_failed failed"
 [ "$total_failed" -eq 0 ]
