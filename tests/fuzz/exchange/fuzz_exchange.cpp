@@ -7,8 +7,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "fuzz/exchange/model.h"
 #include "fuzz/exchange/script.h"
@@ -51,11 +53,15 @@ const SpoolFolder spool_folder;
 /// Gets the notifications of one exchange and checks each as it comes.
 class Application {
 public:
-    Application(const Script& script, const Expectation& expected) : script_(script), expected_(expected) {}
+    Application(const Script& script, const Expectation& expected, std::function<void()> cancel)
+        : script_(script), expected_(expected), cancel_(std::move(cancel)) {}
 
     static void Notify(WPK_CALLBACKSTRUCT* notification) {
         static_cast<Application*>(notification->lpUserData)->Take(*notification);
     }
+
+    /// Whether it has cancelled the request before all of a reply had come.
+    bool Cancelled() const { return cancelled_; }
 
     void CheckAllCame() const {
         Require(ended_, "an exchange ends with a final notification");
@@ -81,7 +87,8 @@ private:
 
     void Fail(int error) {
         ended_ = true;
-        Require(error == expected_.error && error != 0, "the failure is the one that the peers have caused");
+        Require(error == (cancelled_ ? WPK_ERROR_CANCELLED : expected_.error) && error != 0,
+                "the failure is the one that the peers have caused");
     }
 
     template <class Body>
@@ -93,13 +100,17 @@ private:
         data_ = progress.lpData;
         total_ = progress.dwTotal;
         CheckBytes(received_, progress.dwReceived);
+        if (received_ == 0 && script_.cancels_in_progress) {
+            cancel_();
+            cancelled_ = progress.dwReceived < progress.dwTotal;
+        }
         received_ = progress.dwReceived;
     }
 
     template <class Body>
     void Reply(const Body& reply) {
         ended_ = true;
-        Require(expected_.error == 0, "a reply is delivered only where there is one");
+        Require(expected_.error == 0 && !cancelled_, "a reply is delivered only where there is one");
         const size_t length = expected_.body.size();
         Require(reply.nError == 0 && reply.dwDataLength == length, "a reply has the length announced");
         Require((reply.lpData == nullptr) == (length == 0), "only an empty reply has no bytes");
@@ -122,6 +133,7 @@ private:
             question.bRetry = 1;
         }
         ++questions_;
+        if (script_.cancels_in_question) cancel_();
     }
 
     void CheckBytes(uint32_t from, uint32_t to) const {
@@ -133,6 +145,8 @@ private:
 
     const Script& script_;
     const Expectation& expected_;
+    const std::function<void()> cancel_;
+    bool cancelled_ = false;
     bool ended_ = false;
     size_t questions_ = 0;
     uint32_t received_ = 0;
@@ -168,7 +182,12 @@ void Run(const Script& script) {
     state.connectionStatus = 1;
     state.tempDirectory = CountedText(spool_folder.Path());
 
-    Application application(script, expected);
+    PendingRequest request;
+    const auto cancel = [&request] {
+        request.connection.Cancel();
+        request.cancelSignal.Set();
+    };
+    Application application(script, expected, cancel);
     WPK_SENDSTRUCT message;
     message.nPort = 8080;
     message.lpszServer = "127.0.0.1";
@@ -178,16 +197,13 @@ void Run(const Script& script) {
     message.lpData = script.message.data();
     message.dwDataLength = static_cast<uint32_t>(script.message.size());
 
-    PendingRequest request;
-    const ScriptedNetwork network(script, [&request] {
-        request.connection.Cancel();
-        request.cancelSignal.Set();
-    });
+    const ScriptedNetwork network(script, cancel);
     const uint32_t delivered = RunExchange(&message, request, state);
     request.connection.Close();
 
     application.CheckAllCame();
-    Require(delivered == (expected.error == 0 ? 1U : 0U), "an exchange returns what it has notified");
+    Require(delivered == (expected.error == 0 && !application.Cancelled() ? 1U : 0U),
+            "an exchange returns what it has notified");
     CheckRequests(network.Requests(), expected);
     const Credentials kept = state.settings.CopyProxyCredentials();
     Require(kept.user.View() == expected.login.user && kept.password.View() == expected.login.password,

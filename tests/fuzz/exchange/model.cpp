@@ -96,6 +96,13 @@ private:
         throw Broken();
     }
 
+    /// A body that is complete with what has come already is still delivered.
+    void LateCancel(bool in_head) {
+        if (in_head || at_ == reply_.size()) Cancel();
+        cancelled_ = true;
+        event_ = script_.receives.size();
+    }
+
     void Send(const std::string& request) {
         size_t end = 0;
         for (const Event& event : script_.sends) {
@@ -118,6 +125,7 @@ private:
             if (event.kind == Kind::kPause) waited += event.amount;
             if (in_head && waited >= kHeadTimeoutMs) throw Broken();
             if (event.kind == Kind::kCancel) Cancel();
+            if (event.kind == Kind::kLateCancel) LateCancel(in_head);
             if (event.kind == Kind::kClose || event.kind == Kind::kReset) throw Broken();
             ++event_;
             in_piece_ = 0;
@@ -249,6 +257,10 @@ Expectation Expect(const Script& script) {
         const size_t question = expected.questions.size();
         expected.questions.push_back(
             {expected.login.user.substr(0, kFieldText), expected.login.password.substr(0, kFieldText)});
+        if (script.cancels_in_question) {
+            cancelled = true;
+            expected.error = -4;
+        }
         if (question == script.answers.size()) return expected;
         expected.login = script.answers[question];
     }

@@ -52,6 +52,7 @@ std::vector<Event> ReadEvents(std::string_view text) {
         if (c == '.') events.push_back({Kind::kPause, 400});
         if (c == ':') events.push_back({Kind::kPause, 30000});
         if (c == 'x') events.push_back({Kind::kCancel});
+        if (c == 'y') events.push_back({Kind::kLateCancel});
         if (c == '0') events.push_back({Kind::kClose});
         if (c == '!') events.push_back({Kind::kReset});
     }
@@ -65,6 +66,9 @@ Script::Script(std::string_view input) {
     ReadModes(TakeUntil(words, " "));
     receives = ReadEvents(TakeUntil(words, " "));
     sends = ReadEvents(TakeUntil(words, " "));
+    sends.erase(std::remove_if(sends.begin(), sends.end(),
+                               [](const Event& event) { return event.kind == Event::Kind::kLateCancel; }),
+                sends.end());
     connects = words;
     ReadReplies(input, filler_);
 }
@@ -76,6 +80,8 @@ void Script::ReadModes(std::string_view modes) {
         modes.remove_prefix(1);
         if (mode == 'p') via_proxy = true;
         if (mode == 'k') stays_open = true;
+        if (mode == 'x') cancels_in_progress = true;
+        if (mode == 'q') cancels_in_question = true;
         if (mode == 'f') filler_ = TakeNumber(modes, kMostFiller);
         if (mode == 'm') message = Pattern(TakeNumber(modes, kMostMessage));
         if (mode == 'c')

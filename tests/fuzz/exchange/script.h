@@ -9,10 +9,12 @@
 // |----------|-----------------------------------------------------------------------------------------------------|
 // | modes    | p: through a proxy; c: with credentials from the start; l: all credentials are longer than a field; |
 // |          | a: the next question for credentials is answered; k: the peer does not close behind its reply;     |
-// |          | fN: N more bytes behind every reply; mN: a message of N bytes                                       |
+// |          | fN: N more bytes behind every reply; mN: a message of N bytes; x: cancelled by the first callback   |
+// |          | that tells progress; q: by the first question                                                       |
 // | receives | 1 to 9, a to m: a piece of so many bytes, or of 16, 32, 64 ...; *: the piece before 100 times more; |
-// |          | .: 400 ms pass; :: 30 seconds pass; x: the request is cancelled; 0: the peer closes; !: it resets   |
-// | sends    | the same for what is sent; 0 and !: the send fails                                                  |
+// |          | .: 400 ms pass; :: 30 seconds pass; x: the request is cancelled; y: it is while all that is left    |
+// |          | arrives; 0: the peer closes; !: it resets                                                           |
+// | sends    | the same for what is sent, but for y; 0 and !: the send fails                                       |
 // | connects | i: connected at once; r: refused at once; .: not yet; !: fails; x: the request is cancelled         |
 #ifndef WPK_FUZZ_EXCHANGE_SCRIPT_H
 #define WPK_FUZZ_EXCHANGE_SCRIPT_H
@@ -27,7 +29,7 @@ namespace wpk::fuzz {
 
 /// What befalls a stream of bytes. Behind the last event everything passes.
 struct Event {
-    enum class Kind { kPiece, kPause, kCancel, kClose, kReset };
+    enum class Kind { kPiece, kPause, kCancel, kLateCancel, kClose, kReset };
     Kind kind;
     /// Bytes of a piece, milliseconds of a pause.
     uint32_t amount = 0;
@@ -45,6 +47,8 @@ struct Script {
 
     bool via_proxy = false;
     bool stays_open = false;
+    bool cancels_in_progress = false;
+    bool cancels_in_question = false;
     Login login;
     /// What the questions for credentials are answered with, until they run out.
     std::vector<Login> answers;

@@ -130,7 +130,7 @@ int ScriptedNetwork::SelectReadable(uintptr_t socket, uint32_t milliseconds) {
         milliseconds = receives_.Wait(milliseconds);
         if (milliseconds == 0) return 0;
     }
-    if (receives_.At(Kind::kCancel)) {
+    if (receives_.At(Kind::kCancel) || (receives_.At(Kind::kLateCancel) && reply_.empty())) {
         receives_.Skip();
         Cancel();
         return 0;
@@ -173,6 +173,10 @@ int ScriptedNetwork::Receive(uintptr_t socket, char* bytes, size_t length) {
     Require(connected_ && length > 0, "something is received, on a connection");
     if (receives_.At(Kind::kReset)) return -WSAECONNRESET;
     if (receives_.At(Kind::kClose)) return 0;
+    if (receives_.At(Kind::kLateCancel) && !reply_.empty()) {
+        Cancel();
+        receives_.SkipAll();
+    }
     const bool waits = receives_.Room() == 0 || (AtEnd() && script_.stays_open);
     Require(!waits || !blocking_, "a receive that blocks has found something to receive");
     if (waits) return -WSAEWOULDBLOCK;

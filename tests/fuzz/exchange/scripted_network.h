@@ -25,6 +25,7 @@ public:
     void Pass(size_t bytes);
     /// Lets the event go by.
     void Skip() { Enter(at_ + 1); }
+    void SkipAll() { Enter(events_->size()); }
     /// Lets a pause pass, at most so much of it; what is left of `milliseconds`.
     uint32_t Wait(uint32_t milliseconds);
 
