@@ -1,0 +1,146 @@
+// What can go wrong, as error codes with texts.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_CLIENT_ERROR_H
+#define WPK_CLIENT_ERROR_H
+
+#include <wpk/wpk.h>
+
+#include <string>
+#include <system_error>
+#include <type_traits>
+
+namespace wpk {
+inline namespace client {
+
+/// Why a request failed (below zero; the values of WPK_ERROR), or why a call was refused (above zero; thrown as
+/// std::system_error, and no request exists then). Compares with std::error_code: `outcome.error() ==
+/// Errc::kCancelled`.
+enum class Errc : int {
+    /// The request names no server, or a proxy is wanted but not named.
+    kBadRequest = WPK_ERROR_BAD_REQUEST,
+    /// There is no network connection. Also equal to std::errc::network_unreachable.
+    kNoNetwork = WPK_ERROR_NO_NETWORK,
+    /// The server (or the proxy) could not be reached within 30 seconds. Also equal to std::errc::host_unreachable.
+    kConnect = WPK_ERROR_CONNECT,
+    /// The request was cancelled. Also equal to std::errc::operation_canceled.
+    kCancelled = WPK_ERROR_CANCELLED,
+    /// The server speaks another version of the protocol, or is no server of this kind.
+    kBadVersion = WPK_ERROR_BAD_VERSION,
+    /// The server has no service of that name.
+    kNoService = WPK_ERROR_NO_SERVICE,
+    /// The exchange broke: a bad reply, an unknown status, a lost connection, or too little memory or disk space.
+    kExchange = WPK_ERROR_EXCHANGE,
+    /// The proxy wants credentials, and no (other) ones were supplied. Also equal to std::errc::permission_denied.
+    kProxyCredentials = WPK_ERROR_PROXY_CREDENTIALS,
+
+    /// A Client: the library has been initialised in this process before, and takes no second settings.
+    kAlreadyInitialised = 1,
+    /// A Client: the library could not be initialised. It may be tried again.
+    kNotInitialised = 2,
+    /// Send: the library could not take the request, for want of a thread.
+    kNotTaken = 3,
+    /// A text holds a character that the ANSI code page does not have.
+    kNotConvertible = 4,
+    /// A text holds a zero character, at which it would be cut off.
+    kZeroInText = 5,
+    /// A message body is longer than 4,294,967,295 bytes.
+    kMessageTooLong = 6,
+    /// A user name or a password that answers a proxy's question is longer than 255 bytes.
+    kCredentialsTooLong = 7,
+    /// Send: the function that is to get the outcome is empty.
+    kNoFunction = 8,
+    /// An outcome: the request's progress function or the credentials function has thrown; see Outcome::exception.
+    kFunctionThrew = 9
+};
+
+namespace detail {
+
+class ErrorCategory final : public std::error_category {
+public:
+    const char* name() const noexcept override { return "wpk"; }
+
+    std::string message(int value) const override {
+        switch (static_cast<Errc>(value)) {
+            case Errc::kBadRequest:
+                return "the request names no server, or a proxy is wanted but not named";
+            case Errc::kNoNetwork:
+                return "there is no network connection";
+            case Errc::kConnect:
+                return "the server (or the proxy) could not be reached";
+            case Errc::kCancelled:
+                return "the request was cancelled";
+            case Errc::kBadVersion:
+                return "the server speaks another version of the protocol, or is no server of this kind";
+            case Errc::kNoService:
+                return "the server has no service of that name";
+            case Errc::kExchange:
+                return "the exchange with the server broke";
+            case Errc::kProxyCredentials:
+                return "the proxy wants credentials";
+            case Errc::kAlreadyInitialised:
+                return "the library has been initialised in this process before; keep one Client and share it";
+            case Errc::kNotInitialised:
+                return "the library could not be initialised";
+            case Errc::kNotTaken:
+                return "the library could not take the request";
+            case Errc::kNotConvertible:
+                return "a text holds a character that the ANSI code page does not have";
+            case Errc::kZeroInText:
+                return "a text holds a zero character";
+            case Errc::kMessageTooLong:
+                return "the message is longer than 4294967295 bytes";
+            case Errc::kCredentialsTooLong:
+                return "a user name or password for the proxy is longer than 255 bytes";
+            case Errc::kNoFunction:
+                return "the function that is to get the outcome is empty";
+            case Errc::kFunctionThrew:
+                return "a function that the application gave has thrown an exception";
+        }
+        return "unknown error " + std::to_string(value);
+    }
+
+    std::error_condition default_error_condition(int value) const noexcept override {
+        switch (static_cast<Errc>(value)) {
+            case Errc::kNoNetwork:
+                return std::errc::network_unreachable;
+            case Errc::kConnect:
+                return std::errc::host_unreachable;
+            case Errc::kCancelled:
+                return std::errc::operation_canceled;
+            case Errc::kProxyCredentials:
+                return std::errc::permission_denied;
+            default:
+                return {value, *this};
+        }
+    }
+};
+
+}  // namespace detail
+
+/// The category of every Errc; its name is "wpk". Each module (program or DLL) of a process that uses this header has
+/// one of its own: hand error codes from one module to another as numbers.
+inline const std::error_category& ErrorCategory() noexcept {
+    static const detail::ErrorCategory category;
+    return category;
+}
+
+/// For the standard library, which calls it by this name.
+inline std::error_code make_error_code(Errc error) noexcept {
+    return {static_cast<int>(error), ErrorCategory()};
+}
+
+namespace detail {
+
+[[noreturn]] inline void Throw(Errc error) {
+    throw std::system_error(make_error_code(error));
+}
+
+}  // namespace detail
+
+}  // namespace client
+}  // namespace wpk
+
+template <>
+struct std::is_error_code_enum<wpk::Errc> : std::true_type {};
+
+#endif  // WPK_CLIENT_ERROR_H

@@ -1,0 +1,229 @@
+// One request from its sending to its outcome. Nothing here is for applications; Request is their handle to it.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_CLIENT_EXCHANGE_H
+#define WPK_CLIENT_EXCHANGE_H
+
+#include <wpk/client/message.h>
+#include <wpk/client/options.h>
+#include <wpk/client/parcel.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <exception>
+#include <functional>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <utility>
+
+namespace wpk {
+inline namespace client {
+
+/// Gets the outcome of one request: exactly once, on the thread that carries it.
+using OutcomeFunction = std::function<void(const Outcome&)>;
+
+namespace detail {
+
+/// What a Client and the requests that it has sent share. Unchanged once the first request is sent.
+struct Shared {
+    Functions functions;
+    Text server;
+    unsigned int port = 0;
+    decltype(Options::on_credentials) on_credentials;
+    decltype(Options::on_exception) on_exception;
+
+    /// From inside of a handler.
+    void TellException() const noexcept {
+        if (!on_exception) return;
+        try {
+            on_exception(std::current_exception());
+        } catch (...) {  // There is nobody left to tell; Options says so.
+        }
+    }
+};
+
+/// Owned by the request itself until its outcome has been told, and by every handle to it.
+///
+/// The final callback may come before WPK_Send is back with the handle, and a cancel before either. What both sides
+/// look at is behind `mutex_`; everything else is written before WPK_Send and from then on belongs to the thread that
+/// carries the request. No function of the application is called, or destroyed, with the lock held.
+class Exchange {
+public:
+    /// Throws std::system_error; the outcome function is then never called.
+    static std::shared_ptr<Exchange> Start(std::shared_ptr<const Shared> shared, Message message,
+                                           OutcomeFunction on_outcome) {
+        if (!on_outcome) Throw(Errc::kNoFunction);
+        if (message.body.size() > (std::numeric_limits<unsigned int>::max)()) Throw(Errc::kMessageTooLong);
+        const Functions functions = shared->functions;
+        const std::shared_ptr<Exchange> exchange(
+            new Exchange(std::move(shared), std::move(message), std::move(on_outcome)));
+        ParcelsDone::All().Collect();
+        exchange->self_ = exchange;
+        const unsigned int handle = functions.send(exchange->parcel_->Record());
+        if (handle == 0) {
+            exchange->self_.reset();
+            Throw(Errc::kNotTaken);
+        }
+        exchange->TakeHandle(handle);
+        return exchange;
+    }
+
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+
+    void Cancel() noexcept {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        // Once at most: a handle that has ended may be another request's.
+        if (std::exchange(cancelled_, true)) return;
+        if (handle_ != 0 && shared_) shared_->functions.cancel(handle_);
+    }
+
+    bool Done() const noexcept {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return done_;
+    }
+
+    /// True inside of a function that is called for this request.
+    bool OnOwnThread() const noexcept {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return !done_ && thread_ == CurrentThread();
+    }
+
+    void Wait() noexcept {
+        std::unique_lock<std::mutex> lock(mutex_);
+        ended_.wait(lock, [this] { return done_; });
+    }
+
+private:
+    Exchange(std::shared_ptr<const Shared> shared, Message message, OutcomeFunction on_outcome)
+        : shared_(std::move(shared)),
+          on_progress_(std::move(message.on_progress)),
+          on_outcome_(std::move(on_outcome)),
+          parcel_(std::make_unique<Parcel>(message.server.empty() ? shared_->server.str() : message.server.str(),
+                                           message.port == 0 ? shared_->port : message.port, message.service.str(),
+                                           std::move(message.body), &Exchange::OnNotification, this)) {}
+
+    void TakeHandle(unsigned int handle) noexcept {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        handle_ = handle;
+        // Somebody was quicker; unless the request has been quicker still.
+        if (cancelled_ && shared_) shared_->functions.cancel(handle_);
+    }
+
+    static std::string_view View(const void* data, unsigned int length) noexcept {
+        return data ? std::string_view(static_cast<const char*>(data), length) : std::string_view();
+    }
+
+    /// What the library calls, on the thread that carries the request.
+    static void OnNotification(WPK_CALLBACKSTRUCT* notification) noexcept {
+        Exchange& exchange = *static_cast<Exchange*>(notification->lpUserData);
+        exchange.NoteThread();
+        auto& body = notification->body;
+        switch (notification->nReason) {
+            case WPK_REASON_PROGRESS:
+                return exchange.TellProgress(View(body.progress.lpData, body.progress.dwReceived),
+                                             body.progress.dwTotal);
+            case WPK_REASON_CREDENTIALS:
+                return exchange.AskCredentials(*notification);
+            case WPK_REASON_REPLY:
+                return exchange.End(Outcome(View(body.reply.lpData, body.reply.dwDataLength)));
+            case WPK_REASON_FAILURE:
+                return exchange.End(Outcome(static_cast<Errc>(body.failure.nError)));
+            default:
+                return;
+        }
+    }
+
+    void NoteThread() noexcept {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        thread_ = CurrentThread();
+    }
+
+    void TellProgress(std::string_view arrived, unsigned int total) noexcept {
+        if (!on_progress_ || thrown_) return;
+        try {
+            on_progress_(Progress(arrived, total, *this));
+        } catch (...) {
+            thrown_ = std::current_exception();
+            Cancel();
+        }
+    }
+
+    void AskCredentials(WPK_CALLBACKSTRUCT& notification) noexcept {
+        if (!shared_->on_credentials || thrown_) return;
+        auto& fields = notification.body.credentials;
+        try {
+            const auto answer = shared_->on_credentials({Text(fields.szUser), Text(fields.szPassword)});
+            if (!answer) return;
+            Fill(fields.szUser, answer->user);
+            Fill(fields.szPassword, answer->password);
+            fields.bRetry = 1;
+        } catch (...) {
+            thrown_ = std::current_exception();
+        }
+    }
+
+    static void Fill(char (&field)[WPK_CREDENTIAL_SIZE], const Text& text) {
+        if (text.str().size() >= WPK_CREDENTIAL_SIZE) Throw(Errc::kCredentialsTooLong);
+        std::fill(std::begin(field), std::end(field), '\0');
+        std::copy(text.str().begin(), text.str().end(), field);
+    }
+
+    /// The final notification. Nothing of the request but the parcel is left when a wait for it is over.
+    void End(const Outcome& outcome) noexcept {
+        const std::shared_ptr<Exchange> alive = std::move(self_);
+        {
+            const std::shared_ptr<const Shared> shared = TakeShared();
+            on_progress_ = nullptr;
+            TellOutcome(outcome, *shared);
+            on_outcome_ = nullptr;
+            thrown_ = nullptr;
+        }
+        ParcelsDone::All().Add(std::move(parcel_));
+        ParcelsDone::All().Collect();
+        const std::lock_guard<std::mutex> lock(mutex_);
+        done_ = true;
+        ended_.notify_all();
+    }
+
+    /// From here on there is nothing to cancel.
+    std::shared_ptr<const Shared> TakeShared() noexcept {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return std::move(shared_);
+    }
+
+    void TellOutcome(const Outcome& outcome, const Shared& shared) noexcept {
+        try {
+            thrown_ ? on_outcome_(Outcome(Errc::kFunctionThrew, thrown_)) : on_outcome_(outcome);
+        } catch (...) {
+            shared.TellException();
+        }
+    }
+
+    std::shared_ptr<const Shared> shared_;  // null from the final notification on
+    std::function<void(const Progress&)> on_progress_;
+    OutcomeFunction on_outcome_;
+    std::unique_ptr<Parcel> parcel_;
+    std::exception_ptr thrown_;
+    std::shared_ptr<Exchange> self_;
+
+    mutable std::mutex mutex_;
+    std::condition_variable ended_;
+    unsigned int handle_ = 0;
+    unsigned long thread_ = 0;  // 0 is no thread's id
+    bool cancelled_ = false;
+    bool done_ = false;
+};
+
+}  // namespace detail
+
+inline void Progress::Cancel() const noexcept {
+    exchange_.Cancel();
+}
+
+}  // namespace client
+}  // namespace wpk
+
+#endif  // WPK_CLIENT_EXCHANGE_H

@@ -1,0 +1,101 @@
+// A message, and what comes back: progress, an outcome, a reply.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_CLIENT_MESSAGE_H
+#define WPK_CLIENT_MESSAGE_H
+
+#include <wpk/client/error.h>
+#include <wpk/client/text.h>
+
+#include <exception>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace wpk {
+inline namespace client {
+
+class Progress;
+
+namespace detail {
+class Exchange;
+}
+
+/// One message. Plain values that Send takes over: nothing of it need be kept, and a large body is not copied when the
+/// message is moved in.
+struct Message {
+    Message() = default;
+    Message(Text to_service, std::string bytes = {}) : service(std::move(to_service)), body(std::move(bytes)) {}
+
+    /// The service on the server that is to handle the message.
+    Text service;
+    /// Any bytes, up to 4,294,967,295 of them.
+    std::string body;
+    /// Host name or dotted IPv4 address; empty: the Client's default.
+    Text server;
+    /// 0: the Client's default.
+    unsigned int port = 0;
+    /// Called once for every piece of the reply that has been received, on the thread that carries the request, one
+    /// call after the other. It is destroyed before the outcome is told. If it throws, the request is cancelled, it is
+    /// not called again, and the outcome is Errc::kFunctionThrew.
+    std::function<void(const Progress&)> on_progress;
+};
+
+/// A whole reply, with bytes of its own.
+struct Reply {
+    std::string body;
+};
+
+/// How far a reply has come. Valid only during the call of the function that gets it, on its thread.
+class Progress {
+public:
+    Progress(std::string_view arrived, unsigned int total, detail::Exchange& exchange) noexcept
+        : arrived_(arrived), total_(total), exchange_(exchange) {}
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    /// Bytes received so far, from 1 to total().
+    unsigned int received() const noexcept { return static_cast<unsigned int>(arrived_.size()); }
+    /// Bytes that the server has announced.
+    unsigned int total() const noexcept { return total_; }
+    /// What has been received. Copy what you keep.
+    std::string_view body() const noexcept { return arrived_; }
+    /// Asks for the end of this request, like Request::Cancel.
+    void Cancel() const noexcept;
+
+private:
+    std::string_view arrived_;
+    unsigned int total_;
+    detail::Exchange& exchange_;
+};
+
+/// How a request has ended. Valid only during the call of the function that gets it, on its thread.
+class Outcome {
+public:
+    explicit Outcome(std::string_view body) noexcept : body_(body) {}
+    explicit Outcome(std::error_code error, std::exception_ptr exception = nullptr) noexcept
+        : error_(error), exception_(std::move(exception)) {}
+    Outcome(const Outcome&) = delete;
+    Outcome& operator=(const Outcome&) = delete;
+
+    /// True: there is a reply.
+    explicit operator bool() const noexcept { return !error_; }
+    /// An Errc; no error when there is a reply.
+    const std::error_code& error() const noexcept { return error_; }
+    /// The reply, where the library has received it, not copied: a large one is a file mapped into memory, which goes
+    /// when the call is back. Empty after a failure.
+    std::string_view body() const noexcept { return body_; }
+    /// What a function of the application has thrown: with Errc::kFunctionThrew, else null.
+    const std::exception_ptr& exception() const noexcept { return exception_; }
+
+private:
+    std::error_code error_;
+    std::string_view body_;
+    std::exception_ptr exception_;
+};
+
+}  // namespace client
+}  // namespace wpk
+
+#endif  // WPK_CLIENT_MESSAGE_H
