@@ -1,0 +1,257 @@
+// Cancelling: explicitly, by destruction, from inside, too early and too late.
+// SPDX-License-Identifier: MIT
+#include "client/scene.h"
+#include "client/scripted_library.h"
+
+#include <gtest/gtest.h>
+
+#include <utility>
+
+namespace wpk::client_test {
+namespace {
+
+// A cancel is promised to be seen within 250 ms; the rest is what a machine under load may add.
+constexpr ULONGLONG kCancelLimit = 250 + 500;
+
+using Handles = std::vector<unsigned int>;
+
+// Notes the outcome of a request and says when it has come.
+class Ending {
+public:
+    OutcomeFunction Function() {
+        return [this](const Outcome& outcome) {
+            code_ = outcome.error();
+            told_.Set();
+        };
+    }
+    bool Wait() { return told_.Wait(); }
+    std::error_code code() const { return code_; }
+
+private:
+    std::error_code code_;
+    rig::Signal told_;
+};
+
+TEST(Request, Cancelled_EndsInTimeAndTellsSo) {
+    SilentPeer peer;
+    Ending ending;
+    const Request request = TheClient().Send(To(peer.port()), ending.Function());
+    ASSERT_TRUE(peer.WaitForRequest());
+    EXPECT_FALSE(request.Ended());
+    const ULONGLONG begin = GetTickCount64();
+    request.Cancel();
+    request.Cancel();
+    request.Wait();
+    EXPECT_LE(GetTickCount64() - begin, kCancelLimit);
+    EXPECT_TRUE(request.Ended());
+    EXPECT_EQ(ending.code(), Errc::kCancelled);
+}
+
+TEST(Request, CancelledAtOnceAfterTheSend_Ends) {
+    const rig::FullListener listener;
+    for (int i = 0; i < 20; ++i) {
+        Ending ending;
+        const Request request = TheClient().Send(To(listener.port()), ending.Function());
+        request.Cancel();
+        request.Wait();
+        EXPECT_EQ(ending.code(), Errc::kCancelled);
+    }
+}
+
+TEST(Request, Copied_MeansTheSameRequest) {
+    SilentPeer peer;
+    Ending ending;
+    const Request request = TheClient().Send(To(peer.port()), ending.Function());
+    const Request copy = request;  // NOLINT: the copy is what is tested
+    copy.Cancel();
+    request.Wait();
+    EXPECT_TRUE(copy.Ended());
+    EXPECT_EQ(ending.code(), Errc::kCancelled);
+}
+
+TEST(Request, Empty_DoesNothing) {
+    const Request none;
+    none.Cancel();
+    none.Wait();
+    EXPECT_TRUE(none.Ended());
+    EXPECT_FALSE(none.IsCallingThisThread());
+}
+
+TEST(Request, WaitedForInItsOwnFunction_IsADeadlockThatIsRefused) {
+    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    rig::Signal known;
+    std::error_code refused;
+    bool inside = false;
+    Request request;
+    request = TheClient().Send(To(peer.port()), [&](const Outcome&) {
+        known.Wait();
+        inside = request.IsCallingThisThread();
+        refused = CodeThrownBy([&] { request.Wait(); });
+    });
+    EXPECT_FALSE(request.IsCallingThisThread());
+    known.Set();
+    request.Wait();
+    EXPECT_TRUE(inside);
+    EXPECT_EQ(refused, std::errc::resource_deadlock_would_occur);
+}
+
+TEST(Request, WaitedForInAnotherRequestsFunction_IsWaitedFor) {
+    rig::Peer peer(rig::Answer(rig::Ok("world")), /*threads=*/2);
+    const Request first = TheClient().Send(To(peer.port()), [](const Outcome&) {});
+    bool ended = false;
+    const Request second = TheClient().Send(To(peer.port()), [&](const Outcome&) {
+        first.Wait();
+        ended = first.Ended();
+    });
+    second.Wait();
+    EXPECT_TRUE(ended);
+}
+
+TEST(Cancel, AfterTheEnd_DoesNotReachTheLibrary) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT* message) {
+        rig::Thread([&] { TellReply(*message, "done"); }).Join();
+        return 8u;
+    };
+    const Client client(Options(), library.functions());
+    const Request request = client.Send(To(80), [](const Outcome&) {});
+    request.Wait();
+    request.Cancel();
+    EXPECT_EQ(library.Cancelled(), Handles());
+}
+
+TEST(Cancel, Twice_ReachesTheLibraryOnce) {
+    ScriptedLibrary library;
+    const WPK_SENDSTRUCT* sent = nullptr;
+    library.on_send = [&](WPK_SENDSTRUCT* message) {
+        sent = message;
+        return 8u;
+    };
+    const Client client(Options(), library.functions());
+    const Request request = client.Send(To(80), [](const Outcome&) {});
+    request.Cancel();
+    request.Cancel();
+    EXPECT_EQ(library.Cancelled(), Handles{8});
+    rig::Thread([&] { TellFailure(*sent, WPK_ERROR_CANCELLED); }).Join();
+    request.Wait();
+}
+
+TEST(Cancel, BeforeTheHandleIsKnown_IsMadeUpFor) {
+    ScriptedLibrary library;
+    const WPK_SENDSTRUCT* sent = nullptr;
+    library.on_send = [&](WPK_SENDSTRUCT* message) {
+        sent = message;
+        rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
+        EXPECT_EQ(library.Cancelled(), Handles());
+        return 8u;
+    };
+    const Client client(Options(), library.functions());
+    Message message = To(80);
+    message.on_progress = [](const Progress& progress) { progress.Cancel(); };
+    const Request request = client.Send(std::move(message), [](const Outcome&) {});
+    EXPECT_EQ(library.Cancelled(), Handles{8});
+    rig::Thread([&] { TellFailure(*sent, WPK_ERROR_CANCELLED); }).Join();
+    request.Wait();
+}
+
+TEST(Cancel, AndTheEndBothBeforeTheHandleIsKnown_ReachesNobody) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT* message) {
+        rig::Thread([&] {
+            TellProgress(*message, "some", 4);
+            TellReply(*message, "some");
+        }).Join();
+        return 8u;
+    };
+    const Client client(Options(), library.functions());
+    Message message = To(80);
+    message.on_progress = [](const Progress& progress) { progress.Cancel(); };
+    EXPECT_EQ(client.Send(std::move(message)).get().body, "some");
+    EXPECT_EQ(library.Cancelled(), Handles());
+}
+
+TEST(ScopedRequest, Destroyed_CancelsAndWaits) {
+    SilentPeer peer;
+    Ending ending;
+    const auto captured = std::make_shared<int>();
+    {
+        const ScopedRequest request = TheClient().Send(
+            To(peer.port()), [captured, tell = ending.Function()](const Outcome& outcome) { tell(outcome); });
+        ASSERT_TRUE(peer.WaitForRequest());
+        EXPECT_FALSE(request.Ended());
+    }
+    EXPECT_EQ(captured.use_count(), 1);
+    EXPECT_EQ(ending.code(), Errc::kCancelled);
+}
+
+TEST(ScopedRequest, DestroyedAfterTheEnd_DoesNothing) {
+    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    Ending ending;
+    {
+        const ScopedRequest request = TheClient().Send(To(peer.port()), ending.Function());
+        request.Wait();
+    }
+    EXPECT_FALSE(ending.code());
+}
+
+TEST(ScopedRequest, Detached_RunsOn) {
+    rig::Signal answer;
+    rig::Peer peer([&](rig::Connection& connection) {
+        connection.ReadRequest();
+        answer.Wait();
+        connection.Send(rig::Ok("world"));
+    });
+    Ending ending;
+    Request request;
+    {
+        ScopedRequest scoped = TheClient().Send(To(peer.port()), ending.Function());
+        request = scoped.Detach();
+        EXPECT_TRUE(scoped.Ended());
+    }
+    answer.Set();
+    request.Wait();
+    EXPECT_FALSE(ending.code());
+}
+
+TEST(ScopedRequest, Moved_TakesTheRequestAlong) {
+    SilentPeer peer;
+    Ending ending;
+    ScopedRequest outer;
+    {
+        ScopedRequest inner = TheClient().Send(To(peer.port()), ending.Function());
+        outer = std::move(inner);
+    }
+    EXPECT_FALSE(outer.Ended());
+    const ScopedRequest last(std::move(outer));
+    last.Cancel();
+    last.Wait();
+    EXPECT_EQ(ending.code(), Errc::kCancelled);
+}
+
+TEST(ScopedRequest, AssignedTo_EndsWhatItHeld) {
+    SilentPeer peer(/*threads=*/2);
+    Ending first;
+    Ending second;
+    ScopedRequest request = TheClient().Send(To(peer.port()), first.Function());
+    request = TheClient().Send(To(peer.port()), second.Function());
+    EXPECT_EQ(first.code(), Errc::kCancelled);
+    EXPECT_FALSE(request.Ended());
+}
+
+TEST(ScopedRequest, DestroyedInItsOwnFunction_DoesNotWaitForItself) {
+    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    rig::Signal known;
+    Ending ending;
+    auto request = std::make_unique<ScopedRequest>();
+    *request = TheClient().Send(To(peer.port()), [&](const Outcome& outcome) {
+        known.Wait();
+        request.reset();
+        ending.Function()(outcome);
+    });
+    known.Set();
+    ASSERT_TRUE(ending.Wait());
+    EXPECT_FALSE(ending.code());
+}
+
+}  // namespace
+}  // namespace wpk::client_test

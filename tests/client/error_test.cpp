@@ -1,0 +1,111 @@
+// Every failure as an error code with a text of its own.
+// SPDX-License-Identifier: MIT
+#include "client/scene.h"
+#include "client/scripted_library.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace wpk::client_test {
+namespace {
+
+using rig::Answer;
+using rig::Peer;
+using rig::Reply;
+
+constexpr WPK_ERROR kCoded[] = {WPK_ERROR_BAD_REQUEST, WPK_ERROR_NO_NETWORK,       WPK_ERROR_CONNECT,
+                                WPK_ERROR_CANCELLED,   WPK_ERROR_BAD_VERSION,      WPK_ERROR_NO_SERVICE,
+                                WPK_ERROR_EXCHANGE,    WPK_ERROR_PROXY_CREDENTIALS};
+
+// The code with which a request ends that gets this answer; the same in both forms.
+std::error_code CodeAfter(const std::string& answer) {
+    Peer peer(Answer(answer));
+    const Kept kept = SendAndWait(TheClient(), To(peer.port()));
+    EXPECT_EQ(CodeOf(TheClient().Send(To(peer.port()))), kept.error);
+    EXPECT_EQ(kept.body, "");
+    EXPECT_EQ(kept.count, 1);
+    return kept.error;
+}
+
+TEST(ErrorCode, OfEveryFailureOfTheLibrary_ReachesFutureAndFunction) {
+    for (const WPK_ERROR coded : kCoded) {
+        ScriptedLibrary library;
+        library.on_send = [&](WPK_SENDSTRUCT* message) {
+            rig::Thread([&] { TellFailure(*message, coded); }).Join();
+            return 8u;
+        };
+        const Client client(Options(), library.functions());
+        const std::error_code expected = static_cast<Errc>(coded);
+        EXPECT_EQ(expected.value(), coded);
+        EXPECT_EQ(CodeOf(client.Send(To(80))), expected);
+        EXPECT_EQ(SendAndWait(client, To(80)).error, expected);
+    }
+}
+
+TEST(ErrorCode, EveryOne_HasATextOfItsOwn) {
+    std::set<std::string> texts;
+    for (int value = -8; value <= 9; ++value) {
+        if (value == 0) continue;
+        const std::string text = std::error_code(value, ErrorCategory()).message();
+        EXPECT_EQ(text.find("unknown"), std::string::npos) << value;
+        EXPECT_TRUE(texts.insert(text).second) << text;
+    }
+    EXPECT_EQ(std::error_code(-9, ErrorCategory()).message(), "unknown error -9");
+    EXPECT_EQ(std::error_code(10, ErrorCategory()).message(), "unknown error 10");
+    EXPECT_STREQ(ErrorCategory().name(), "wpk");
+}
+
+TEST(ErrorCode, WithACounterpartInTheStandardLibrary_EqualsIt) {
+    EXPECT_EQ(make_error_code(Errc::kNoNetwork), std::errc::network_unreachable);
+    EXPECT_EQ(make_error_code(Errc::kConnect), std::errc::host_unreachable);
+    EXPECT_EQ(make_error_code(Errc::kCancelled), std::errc::operation_canceled);
+    EXPECT_EQ(make_error_code(Errc::kProxyCredentials), std::errc::permission_denied);
+    EXPECT_NE(make_error_code(Errc::kExchange), std::errc::operation_canceled);
+}
+
+TEST(Request, WithoutAServer_IsBad) {
+    Options options;
+    options.server = "";
+    const Client client(std::move(options), FreshLibrary());
+    EXPECT_EQ(CodeOf(client.Send({"Echo", "hello"})), Errc::kBadRequest);
+}
+
+TEST(Request, WithoutANetwork_EndsSo) {
+    Options options = ToLoopback();
+    options.connection = Connection::kNever;
+    const Client client(std::move(options), FreshLibrary());
+    EXPECT_EQ(CodeOf(client.Send({"Echo", "hello"})), Errc::kNoNetwork);
+}
+
+TEST(Request, ToAPortWithoutListener_EndsSo) {
+    EXPECT_EQ(CodeOf(TheClient().Send(To(rig::DeadPort()))), Errc::kConnect);
+}
+
+TEST(Request, ToAServerOfAnotherVersion_EndsSo) {
+    EXPECT_EQ(CodeAfter(Reply("HTTP/1.0 500 Bad_Version", {"Server: WPK/1.00", "Content-Length: 0"})),
+              Errc::kBadVersion);
+}
+
+TEST(Request, ForAServiceThatTheServerLacks_EndsSo) {
+    EXPECT_EQ(CodeAfter(Reply("HTTP/1.0 500 Bad_Plugin_Name", {"Server: WPK/1.00", "Content-Length: 0"})),
+              Errc::kNoService);
+}
+
+TEST(Request, ToAServerThatSaysNonsense_EndsSo) {
+    EXPECT_EQ(CodeAfter("nonsense\r\n\r\n"), Errc::kExchange);
+}
+
+TEST(Send, ThatTheLibraryDoesNotTake_ThrowsAndCallsNothing) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT*) { return 0u; };
+    const Client client(Options(), library.functions());
+    const auto captured = std::make_shared<int>();
+    EXPECT_EQ(CodeThrownBy([&] { client.Send(To(80), [captured](const Outcome&) { FAIL() << "nothing was sent"; }); }),
+              Errc::kNotTaken);
+    EXPECT_EQ(captured.use_count(), 1);
+    EXPECT_EQ(CodeThrownBy([&] { client.Send(To(80)).get(); }), Errc::kNotTaken);
+}
+
+}  // namespace
+}  // namespace wpk::client_test

@@ -1,0 +1,183 @@
+// What the layer keeps, and for how long.
+// SPDX-License-Identifier: MIT
+#include "client/scene.h"
+#include "client/scripted_library.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace wpk::client_test {
+namespace {
+
+bool IsCommitted(const void* address) {
+    MEMORY_BASIC_INFORMATION memory = {};
+    VirtualQuery(address, &memory, sizeof memory);
+    return memory.State == MEM_COMMIT;
+}
+
+// So large that the heap gives its memory back to the system at once.
+constexpr size_t kLarge = 8u << 20;
+
+TEST(MessageKept, MadeOfTemporaries_ArrivesWhole) {
+    rig::Signal sent;
+    std::string arrived;
+    rig::Peer peer([&](rig::Connection& connection) {
+        sent.Wait();  // until everything that the message was made of has gone
+        arrived = connection.ReadRequest();
+        connection.Send(rig::Ok("world"));
+    });
+    std::future<Reply> future;
+    {
+        std::string service = "a service whose name is too long for any short string";
+        Message message(service, rig::Pattern(kLarge));
+        message.server = std::wstring(L"127.0.0.1");
+        message.port = peer.port();
+        future = TheClient().Send(std::move(message));
+        service.assign(service.size(), '-');
+    }
+    sent.Set();
+    EXPECT_EQ(future.get().body, "world");
+    EXPECT_NE(arrived.find("a service whose name is too long for any short string"), std::string::npos);
+    EXPECT_TRUE(rig::MessageOf(arrived) == rig::Pattern(kLarge));
+}
+
+// The library may look at a record until the final callback has returned, and nobody is told when that is.
+TEST(MessageKept, AfterItsOutcome_StaysUntilItsThreadHasEnded) {
+    ScriptedLibrary library;
+    rig::Signal returned;
+    rig::Signal go_on;
+    const WPK_SENDSTRUCT* record = nullptr;
+    const void* body = nullptr;
+    std::unique_ptr<rig::Thread> thread;
+    library.on_send = [&](WPK_SENDSTRUCT* message) {
+        record = message;
+        body = message->lpData;
+        thread = std::make_unique<rig::Thread>([&, message] {
+            TellReply(*message, "done");
+            returned.Set();
+            go_on.Wait();
+        });
+        return 8u;
+    };
+    const Client client(Options(), library.functions());
+    Message large("Echo", std::string(kLarge, 'x'));
+    large.server = "server.example";
+    const Request request = client.Send(std::move(large), [](const Outcome&) {});
+    ASSERT_TRUE(returned.Wait());
+
+    // Everything that gives memory back, while the thread still runs.
+    request.Wait();
+    library.on_send = [](WPK_SENDSTRUCT* message) {
+        rig::Thread([&] { TellReply(*message, "done"); }).Join();
+        return 12u;
+    };
+    client.Send({"Echo", "other"}).get();
+    ASSERT_TRUE(IsCommitted(body));
+    EXPECT_STREQ(record->lpszServer, "server.example");
+    EXPECT_STREQ(record->lpszServiceName, "Echo");
+    EXPECT_EQ(record->dwDataLength, kLarge);
+    EXPECT_EQ(std::memcmp(body, "xxxx", 4), 0);
+
+    go_on.Set();
+    thread->Join();
+    client.Send({"Echo", "other"}).get();
+    EXPECT_FALSE(IsCommitted(body));
+}
+
+TEST(MessageKept, OfARequestThatTheLibraryRefused_IsGivenBackAtOnce) {
+    ScriptedLibrary library;
+    const void* body = nullptr;
+    library.on_send = [&](WPK_SENDSTRUCT* message) {
+        body = message->lpData;
+        return 0u;
+    };
+    const Client client(Options(), library.functions());
+    EXPECT_EQ(CodeThrownBy([&] { client.Send({"Echo", std::string(kLarge, 'x')}).get(); }), Errc::kNotTaken);
+    EXPECT_FALSE(IsCommitted(body));
+}
+
+TEST(MessageMoved, WithALargeBody_IsNotCopied) {
+    ScriptedLibrary library;
+    const void* sent = nullptr;
+    library.on_send = [&](WPK_SENDSTRUCT* message) {
+        sent = message->lpData;
+        rig::Thread([&] { TellReply(*message, "done"); }).Join();
+        return 8u;
+    };
+    const Client client(Options(), library.functions());
+    Message message("Echo", std::string(kLarge, 'x'));
+    const void* const mine = message.body.data();
+    client.Send(std::move(message)).get();
+    EXPECT_EQ(sent, mine);
+}
+
+TEST(Client, DestroyedWhileRequestsRun_LetsThemEnd) {
+    rig::Signal answer;
+    rig::Peer peer(
+        [&](rig::Connection& connection) {
+            connection.ReadRequest();
+            answer.Wait();
+            connection.Send(rig::Ok("late"));
+        },
+        /*threads=*/2);
+    std::future<Reply> future;
+    Request request;
+    Kept kept;
+    {
+        const Client client(ToLoopback(peer.port()), FreshLibrary());
+        future = client.Send({"Echo", "hello"});
+        request = client.Send({"Echo", "hello"}, [&](const Outcome& outcome) { kept.body = outcome.body(); });
+    }
+    EXPECT_FALSE(request.Ended());
+    answer.Set();
+    request.Wait();
+    EXPECT_EQ(future.get().body, "late");
+    EXPECT_EQ(kept.body, "late");
+}
+
+TEST(Client, DestroyedWhileARequestRuns_LeavesItsHandleWorking) {
+    SilentPeer peer;
+    std::error_code code;
+    Request request;
+    {
+        const Client client(ToLoopback(peer.port()), FreshLibrary());
+        request = client.Send({"Echo", "hello"}, [&](const Outcome& outcome) { code = outcome.error(); });
+    }
+    request.Cancel();
+    request.Wait();
+    EXPECT_EQ(code, Errc::kCancelled);
+}
+
+TEST(Client, DestroyedInsideAnOutcome_IsNoTrouble) {
+    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    auto client = std::make_unique<Client>(ToLoopback(peer.port()), FreshLibrary());
+    rig::Signal known;
+    const Request request = client->Send({"Echo", "hello"}, [&](const Outcome&) {
+        known.Wait();
+        client.reset();
+    });
+    known.Set();
+    request.Wait();
+    EXPECT_FALSE(client);
+}
+
+TEST(FinalNotification, BeforeTheSendIsBack_IsTheOutcome) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT* message) {
+        rig::Thread([&] { TellReply(*message, "quick"); }).Join();
+        return 8u;
+    };
+    const Client client(Options(), library.functions());
+    int count = 0;
+    const Request request = client.Send({"Echo", "hello"}, [&](const Outcome& outcome) {
+        EXPECT_EQ(outcome.body(), "quick");
+        ++count;
+    });
+    EXPECT_TRUE(request.Ended());
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "quick");
+}
+
+}  // namespace
+}  // namespace wpk::client_test

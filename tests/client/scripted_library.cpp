@@ -1,0 +1,75 @@
+// A stand-in for the three functions of wpk.dll whose every step a test dictates.
+// SPDX-License-Identifier: MIT
+#include "client/scripted_library.h"
+
+#include <cstring>
+
+namespace wpk::client_test {
+namespace {
+
+WPK_CALLBACKSTRUCT Notification(const WPK_SENDSTRUCT& message, WPK_REASON reason) {
+    WPK_CALLBACKSTRUCT notification = {};
+    notification.nReason = reason;
+    notification.lpUserData = message.lpUserData;
+    return notification;
+}
+
+}  // namespace
+
+ScriptedLibrary* ScriptedLibrary::current_ = nullptr;
+
+ScriptedLibrary::ScriptedLibrary() {
+    current_ = this;
+}
+
+ScriptedLibrary::~ScriptedLibrary() {
+    current_ = nullptr;
+}
+
+Functions ScriptedLibrary::functions() const {
+    return {&ScriptedLibrary::Init, &ScriptedLibrary::Send, &ScriptedLibrary::Cancel};
+}
+
+std::vector<unsigned int> ScriptedLibrary::Cancelled() {
+    return monitor_.Update([this] { return cancelled_; });
+}
+
+int ScriptedLibrary::Init(const WPK_INITSTRUCT* given) {
+    current_->settings = *given;
+    current_->initialised_ = current_->init_answer == 1;
+    return current_->init_answer;
+}
+
+unsigned int ScriptedLibrary::Send(WPK_SENDSTRUCT* message) {
+    return current_->on_send(message);
+}
+
+int ScriptedLibrary::Cancel(unsigned int handle) {
+    if (!current_->initialised_) return 0;
+    current_->monitor_.Update([&] { current_->cancelled_.push_back(handle); });
+    return 1;
+}
+
+void TellFailure(const WPK_SENDSTRUCT& message, int error) {
+    WPK_CALLBACKSTRUCT notification = Notification(message, WPK_REASON_FAILURE);
+    notification.body.failure.nError = error;
+    message.lpfnCallback(&notification);
+}
+
+void TellReply(const WPK_SENDSTRUCT& message, const char* text) {
+    WPK_CALLBACKSTRUCT notification = Notification(message, WPK_REASON_REPLY);
+    notification.body.reply.lpData = text;
+    notification.body.reply.dwDataLength = static_cast<unsigned int>(std::strlen(text));
+    message.lpfnCallback(&notification);
+}
+
+void TellProgress(const WPK_SENDSTRUCT& message, const char* text, unsigned int total) {
+    WPK_CALLBACKSTRUCT notification = Notification(message, WPK_REASON_PROGRESS);
+    notification.body.progress.nWord = 1;
+    notification.body.progress.lpData = text;
+    notification.body.progress.dwReceived = static_cast<unsigned int>(std::strlen(text));
+    notification.body.progress.dwTotal = total;
+    message.lpfnCallback(&notification);
+}
+
+}  // namespace wpk::client_test

@@ -1,0 +1,99 @@
+// The library takes its settings once: what becomes of a second Client.
+// SPDX-License-Identifier: MIT
+#include "client/scene.h"
+#include "client/scripted_library.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace wpk::client_test {
+namespace {
+
+std::error_code CodeOfAClient(const Functions& functions) {
+    return CodeThrownBy([&] { const Client client(ToLoopback(), functions); });
+}
+
+TEST(SecondClient, BesideTheFirst_IsRefusedAndLeavesItAlone) {
+    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    const Functions functions = FreshLibrary();
+    const Client first(ToLoopback(peer.port()), functions);
+    EXPECT_EQ(CodeOfAClient(functions), Errc::kAlreadyInitialised);
+    EXPECT_EQ(first.Send({"Echo", "hello"}).get().body, "world");
+}
+
+TEST(SecondClient, AfterTheFirst_IsRefused) {
+    const Functions functions = FreshLibrary();
+    EXPECT_FALSE(CodeOfAClient(functions));
+    EXPECT_EQ(CodeOfAClient(functions), Errc::kAlreadyInitialised);
+}
+
+TEST(Client, WhereOtherCodeHasInitialisedTheLibrary_IsRefused) {
+    const Functions functions = FreshLibrary();
+    WPK_INITSTRUCT settings = {};
+    settings.nConnectionType = WPK_CONNECTION_PERMANENT;
+    settings.lpfnCallback = [](WPK_CALLBACKSTRUCT*) {};
+    ASSERT_EQ(functions.init(&settings), 1);
+    EXPECT_EQ(CodeOfAClient(functions), Errc::kAlreadyInitialised);
+}
+
+TEST(Client, MadeWhileAnotherOneIsBeingMade_IsRefused) {
+    ScriptedLibrary library;
+    std::error_code second;
+    Functions functions = library.functions();
+    static std::function<void()> during;
+    static Functions real;
+    during = [&] { rig::Thread([&] { second = CodeOfAClient(functions); }).Join(); };
+    real = library.functions();
+    functions.init = [](const WPK_INITSTRUCT* settings) {
+        during();
+        return real.init(settings);
+    };
+    EXPECT_FALSE(CodeOfAClient(functions));
+    EXPECT_EQ(second, Errc::kAlreadyInitialised);
+}
+
+TEST(Client, OfALibraryThatDoesNotStart_IsRefusedAndMayBeTriedAgain) {
+    ScriptedLibrary library;
+    library.init_answer = 0;
+    EXPECT_EQ(CodeOfAClient(library.functions()), Errc::kNotInitialised);
+    library.init_answer = 1;
+    EXPECT_FALSE(CodeOfAClient(library.functions()));
+}
+
+TEST(Client, WithDefaultOptions_AsksForAPermanentNetworkWithoutAProxy) {
+    ScriptedLibrary library;
+    const Client client(Options(), library.functions());
+    EXPECT_EQ(library.settings.nConnectionType, WPK_CONNECTION_PERMANENT);
+    EXPECT_EQ(library.settings.bBehindProxy, 0);
+    EXPECT_EQ(library.settings.hInstance, nullptr);
+    EXPECT_NE(library.settings.lpfnCallback, nullptr);
+}
+
+TEST(Client, WithEveryOption_HandsAllOfThemOver) {
+    ScriptedLibrary library;
+    static std::string texts;
+    static Functions real;
+    real = library.functions();
+    Functions functions = real;
+    // The texts need to live only during the call.
+    functions.init = [](const WPK_INITSTRUCT* settings) {
+        texts =
+            std::string(settings->lpszProxyServer) + " " + settings->lpszProxyUser + " " + settings->lpszProxyPassword;
+        return real.init(settings);
+    };
+    int instance = 0;
+    Options options;
+    options.connection = Connection::kDialUp;
+    options.proxy = Proxy{L"proxy.example", 3128, {"user", L"w\u00F6rd"}};
+    options.instance = &instance;
+    const Client client(std::move(options), functions);
+    EXPECT_EQ(library.settings.nConnectionType, WPK_CONNECTION_DIAL_UP);
+    EXPECT_EQ(library.settings.bBehindProxy, 1);
+    EXPECT_EQ(library.settings.nProxyPort, 3128);
+    EXPECT_EQ(library.settings.hInstance, &instance);
+    EXPECT_EQ(texts, "proxy.example user w\xF6rd");
+}
+
+}  // namespace
+}  // namespace wpk::client_test

@@ -1,0 +1,228 @@
+// Sending messages and getting their replies, as futures and as function calls.
+// SPDX-License-Identifier: MIT
+#include "client/scene.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace wpk::client_test {
+namespace {
+
+using rig::Answer;
+using rig::Ok;
+using rig::Peer;
+
+// Longer than what the library keeps in memory.
+constexpr size_t kSpooled = 300000;
+
+std::string ExpectedBytes(unsigned short port, const std::string& service, const std::string& data) {
+    rig::ExpectedRequest expected;
+    expected.port = port;
+    expected.service = service;
+    expected.data = data;
+    return expected.Bytes();
+}
+
+TEST(SendForAFuture, ToAService_GetsTheReply) {
+    Peer peer(Answer(Ok("world")));
+    std::future<Reply> future = TheClient().Send(To(peer.port(), "hello"));
+    EXPECT_EQ(future.get().body, "world");
+    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.port(), "Echo", "hello"));
+}
+
+TEST(SendForAFuture, AnEmptyReply_IsEmpty) {
+    Peer peer(Answer(Ok("")));
+    EXPECT_EQ(TheClient().Send(To(peer.port())).get().body, "");
+}
+
+TEST(SendForAFuture, ASpooledReply_HasBytesOfItsOwn) {
+    const std::string bytes = rig::Pattern(kSpooled);
+    Peer peer(Answer(Ok(bytes)));
+    Request request;
+    std::future<Reply> future = TheClient().Send(To(peer.port()), request);
+    request.Wait();  // the mapped file has gone
+    EXPECT_TRUE(future.get().body == bytes);
+}
+
+TEST(SendForAFuture, WithAHandle_CanBeCancelled) {
+    SilentPeer peer;
+    Request request;
+    std::future<Reply> future = TheClient().Send(To(peer.port()), request);
+    ASSERT_TRUE(peer.WaitForRequest());
+    request.Cancel();
+    EXPECT_EQ(CodeOf(std::move(future)), Errc::kCancelled);
+}
+
+TEST(SendForAFuture, WhichIsDropped_RunsOn) {
+    Peer peer(Answer(Ok("late")));
+    Request request;
+    { const std::future<Reply> dropped = TheClient().Send(To(peer.port()), request); }
+    request.Wait();
+    EXPECT_EQ(peer.Requests().size(), 1u);
+}
+
+TEST(SendForAFuture, WhenReady_HasDestroyedTheProgressFunction) {
+    Peer peer(Answer(Ok("world")));
+    const auto captured = std::make_shared<int>();
+    Message message = To(peer.port());
+    message.on_progress = [captured](const Progress&) {};
+    std::future<Reply> future = TheClient().Send(std::move(message));
+    future.get();
+    EXPECT_EQ(captured.use_count(), 1);
+}
+
+TEST(SendForAFunction, ToAService_TellsTheReplyOnceOnAThreadOfTheLibrarys) {
+    Peer peer(Answer(Ok("world")));
+    const Kept kept = SendAndWait(TheClient(), To(peer.port()));
+    EXPECT_FALSE(kept.error);
+    EXPECT_EQ(kept.body, "world");
+    EXPECT_EQ(kept.count, 1);
+    EXPECT_NE(kept.thread, GetCurrentThreadId());
+    EXPECT_FALSE(kept.exception);
+}
+
+TEST(SendForAFunction, ASpooledReply_IsShownWhereItIsMapped) {
+    const std::string bytes = rig::Pattern(kSpooled);
+    Peer peer(Answer(Ok(bytes)));
+    bool equal = false;
+    DWORD kind = 0;
+    const Request request = TheClient().Send(To(peer.port()), [&](const Outcome& outcome) {
+        equal = outcome.body() == bytes;
+        MEMORY_BASIC_INFORMATION memory = {};
+        VirtualQuery(outcome.body().data(), &memory, sizeof memory);
+        kind = memory.Type;
+    });
+    request.Wait();
+    EXPECT_TRUE(equal);
+    EXPECT_EQ(kind, static_cast<DWORD>(MEM_MAPPED));
+}
+
+TEST(SendForAFunction, WhoseHandleIsDropped_StillTellsTheOutcome) {
+    Peer peer(Answer(Ok("world")));
+    rig::Signal told;
+    TheClient().Send(To(peer.port()), [&](const Outcome& outcome) {
+        EXPECT_TRUE(outcome);
+        told.Set();
+    });
+    EXPECT_TRUE(told.Wait());
+}
+
+TEST(SendForAFunction, WhenEnded_HasDestroyedTheFunction) {
+    Peer peer(Answer(Ok("world")));
+    const auto captured = std::make_shared<int>();
+    const Request request = TheClient().Send(To(peer.port()), [captured](const Outcome&) {});
+    request.Wait();
+    EXPECT_TRUE(request.Ended());
+    EXPECT_EQ(captured.use_count(), 1);
+}
+
+TEST(SendForAFunction, FromInsideAnOutcome_Works) {
+    Peer peer(Answer(Ok("world")));
+    std::future<Reply> inner;
+    const Request request =
+        TheClient().Send(To(peer.port()), [&](const Outcome&) { inner = TheClient().Send(To(peer.port())); });
+    request.Wait();
+    EXPECT_EQ(inner.get().body, "world");
+}
+
+TEST(SendForAFunction, WithAnEmptyFunction_IsRefused) {
+    Peer peer(Answer(Ok("never")));
+    const OutcomeFunction none;
+    EXPECT_EQ(CodeThrownBy([&] { TheClient().Send(To(peer.port()), none); }), Errc::kNoFunction);
+    EXPECT_EQ(peer.Connections(), 0u);
+}
+
+TEST(Message, WithoutADestination_GoesToTheClients) {
+    Peer peer(Answer(Ok("default")));
+    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "default");
+    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.port(), "Echo", "hello"));
+}
+
+TEST(Message, WithADestination_GoesThere) {
+    Peer elsewhere(Answer(Ok("elsewhere")));
+    Options options;
+    options.server = "server.invalid";
+    const Client client(std::move(options), FreshLibrary());
+    Message message("Echo", "hello");
+    message.server = "127.0.0.1";
+    message.port = elsewhere.port();
+    EXPECT_EQ(client.Send(std::move(message)).get().body, "elsewhere");
+}
+
+TEST(Message, OfAnyBytes_ArrivesWhole) {
+    const std::string bytes = rig::Pattern(1u << 20) + std::string("\0tail", 5);
+    Peer peer(Answer(Ok("got it")));
+    EXPECT_EQ(TheClient().Send(To(peer.port(), bytes)).get().body, "got it");
+    EXPECT_TRUE(rig::MessageOf(peer.WaitForRequest()) == bytes);
+}
+
+TEST(Message, WithoutBody_ArrivesEmpty) {
+    Peer peer(Answer(Ok("got it")));
+    EXPECT_EQ(TheClient().Send(To(peer.port(), "")).get().body, "got it");
+    EXPECT_EQ(rig::MessageOf(peer.WaitForRequest()), "");
+}
+
+TEST(Message, InWideCharacters_ArrivesInTheAnsiCodePage) {
+    Peer peer(Answer(Ok("got it")));
+    Message message(L"Gr\u00FC\u00DFe", "hello");
+    message.server = std::wstring_view(L"127.0.0.1");
+    message.port = peer.port();
+    EXPECT_EQ(TheClient().Send(std::move(message)).get().body, "got it");
+    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.port(),
+                                                   "Gr\xFC\xDF"
+                                                   "e",
+                                                   "hello"));
+}
+
+TEST(ProgressFunction, DuringAReply_SeesItGrow) {
+    const std::string bytes = rig::Pattern(50000);
+    rig::Signal begun;
+    Peer peer([&](rig::Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(rig::OkHead(bytes.size()));
+        connection.Send(std::string_view(bytes).substr(0, 100));
+        begun.Wait();
+        connection.Send(std::string_view(bytes).substr(100));
+    });
+    std::vector<unsigned int> received;
+    bool prefix = true;
+    bool total = true;
+    DWORD thread = 0;
+    Message message = To(peer.port());
+    message.on_progress = [&](const Progress& progress) {
+        received.push_back(progress.received());
+        prefix = prefix && progress.body() == std::string_view(bytes).substr(0, progress.received());
+        total = total && progress.total() == bytes.size();
+        thread = GetCurrentThreadId();
+        begun.Set();
+    };
+    const Kept kept = SendAndWait(TheClient(), std::move(message));
+    EXPECT_TRUE(kept.body == bytes);
+    ASSERT_GE(received.size(), 2u);
+    EXPECT_LE(received.front(), 100u);
+    EXPECT_EQ(received.back(), bytes.size());
+    EXPECT_TRUE(std::is_sorted(received.begin(), received.end()));
+    EXPECT_TRUE(prefix);
+    EXPECT_TRUE(total);
+    EXPECT_EQ(thread, kept.thread);
+}
+
+TEST(ProgressFunction, WhichCancels_EndsTheRequest) {
+    rig::Signal over;
+    Peer peer([&](rig::Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(rig::OkHead(100) + "some");
+        over.Wait();
+    });
+    Message message = To(peer.port());
+    message.on_progress = [](const Progress& progress) { progress.Cancel(); };
+    EXPECT_EQ(SendAndWait(TheClient(), std::move(message)).error, Errc::kCancelled);
+    over.Set();
+}
+
+}  // namespace
+}  // namespace wpk::client_test
