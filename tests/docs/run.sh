@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# run.sh WINE SERVER PROGRAM: runs the README's program against the sample server and looks at what it prints.
+# run.sh WINE SERVER PROGRAM EXPECTED: runs a page's program against the sample server, whose port is the program's one
+# argument, and compares what it prints with the file EXPECTED.
 set -euo pipefail
-wine=$1 server=$2 program=$3
+wine=$1 server=$2 program=$3 expected=$4
 
 exec {said}< <(exec "$wine" "$server" --port 0 </dev/null 2>/dev/null)
 server_pid=$!
@@ -14,10 +15,10 @@ while IFS= read -r -t 60 -u "$said" line; do
 done
 
 printed=$("$wine" "$program" "$port" </dev/null 2>/dev/null | tr -d '\r')
-if [ "$printed" = "Fe" ]; then
+if [ "$printed" = "$(cat "$expected")" ]; then
     echo "[  PASSED  ] 1 test."
 else
-    echo "Printed \"$printed\" instead of \"Fe\"."
+    echo "Printed \"$printed\" instead of \"$(cat "$expected")\"."
     echo "[  FAILED  ] 1 test."
     exit 1
 fi

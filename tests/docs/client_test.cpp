@@ -1,0 +1,87 @@
+// The samples of docs/client.md: they compile as they stand there, and do what the page says.
+// SPDX-License-Identifier: MIT
+#include "client/scene.h"
+#include "client/scoped.inc"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <optional>
+#include <utility>
+
+namespace wpk::client_test {
+namespace {
+
+void Echo(rig::Connection& connection) {
+    connection.Send(rig::Ok(rig::MessageOf(connection.ReadRequest())));
+}
+
+class ClientPage : public testing::Test {
+protected:
+    rig::Peer peer_{Echo};
+    const unsigned short port = peer_.port();
+    const Client client{ToLoopback(port), FreshLibrary()};
+};
+
+TEST_F(ClientPage, Function_GetsTheOutcome) {
+    size_t length = 0;
+    std::string trouble;
+#include "client/function.inc"
+    EXPECT_EQ(length, 5u);
+    EXPECT_EQ(trouble, "");
+}
+
+TEST_F(ClientPage, Message_SaysWhereItGoes) {
+    std::string large(1 << 20, 'x');
+#include "client/message.inc"
+    EXPECT_EQ(reply.get().body, std::string(1 << 20, 'x'));
+}
+
+TEST(ClientPageWithSilence, Cancel_EndsTheRequest) {
+    SilentPeer peer;
+    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    bool cancelled = false;
+#include "client/cancel.inc"
+    EXPECT_TRUE(cancelled);
+}
+
+TEST(ClientPageWithSilence, Window_GoesWithItsRequest) {
+    SilentPeer peer;
+    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    auto window = std::make_unique<Window>();
+    window->Refresh(client);
+    ASSERT_TRUE(peer.WaitForRequest());
+    window.reset();
+}
+
+TEST_F(ClientPage, Progress_EndsAtHundred) {
+    double percent = 0;
+    const std::atomic<bool> tired{false};
+#include "client/progress.inc"
+    EXPECT_EQ(percent, 100.0);
+    EXPECT_EQ(body, "hello");
+}
+
+TEST(ClientPageWithAProxy, Credentials_AreReplaced) {
+    rig::Peer proxy([](rig::Connection& connection) {
+        const bool known = rig::CredentialsOf(connection.ReadRequest()) == "user:new password";
+        connection.Send(known ? rig::Ok("in") : rig::Reply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
+    });
+    const unsigned short port = proxy.port();
+#include "client/proxy.inc"
+    const Client client(std::move(options), FreshLibrary());
+    EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "in");
+    EXPECT_EQ(proxy.Requests().size(), 2u);
+}
+
+TEST(ClientPageOptions, Connection_IsWatched) {
+    Options options;
+    bool online = false;
+#include "client/connection.inc"
+    EXPECT_EQ(options.connection, Connection::kDialUp);
+    options.on_connection(true);
+    EXPECT_TRUE(online);
+}
+
+}  // namespace
+}  // namespace wpk::client_test

@@ -1,0 +1,3 @@
+// The program of README.md.
+// SPDX-License-Identifier: MIT
+#include "readme/program.inc"
