@@ -1,0 +1,189 @@
+// The C++ layer under storms from many threads, for ThreadSanitizer and AddressSanitizer above all.
+// SPDX-License-Identifier: MIT
+
+// What a native compiler does not know.
+#define __declspec(attribute)
+#define __stdcall
+#include <wpk/client.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <optional>
+#include <random>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "host/child_process.h"
+#include "host/control.h"
+#include "host/scene.h"
+
+namespace wpk::client_test {
+namespace {
+
+using host::Server;
+
+constexpr int kThreads = 6;
+constexpr int kRounds = 30;
+
+Options To(const Server& server) {
+    Options options;
+    options.server = L"127.0.0.1";
+    options.port = server.Port();
+    return options;
+}
+
+template <class Work>
+void RunOnThreads(Work work) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) threads.emplace_back([&work, i] { work(i); });
+    for (std::thread& thread : threads) thread.join();
+}
+
+/// The front desk stays for good, and with a modem to watch, its service's and the Peeker.
+void ExpectNothingLeft(int64_t lasting_threads = 1) {
+    ASSERT_TRUE(host::AwaitThat([=] { return host::CountLive().threads == lasting_threads; }));
+    detail::ParcelsDone::All().Collect();
+    EXPECT_EQ(host::CountLive().sockets, 0);
+    EXPECT_EQ(host::CountLive().views, 0);
+    EXPECT_EQ(host::Misuses(), std::vector<std::string>());
+}
+
+#define RACE_IN_CHILD(name)                         \
+    void name();                                    \
+    TEST(ClientRaces, name) {                       \
+        const bool passed = host::RunInChild(name); \
+        EXPECT_TRUE(passed);                        \
+    }                                               \
+    void name()
+
+RACE_IN_CHILD(RequestsCancelledFromTwoThreadsAtRandomMomentsEndOnce) {
+    const Server server;
+    std::atomic<int> outcomes{0};
+    {
+        const Client client(To(server));
+        RunOnThreads([&](int thread) {
+            std::minstd_rand random(static_cast<unsigned>(thread) + 1);
+            const char* const services[] = {"Small", "Large", "Silent", "Unknown"};
+            for (int round = 0; round < kRounds; ++round) {
+                const char* const service = services[random() % 4];
+                const std::chrono::microseconds pause(random() % 3000);
+                int own = 0;
+                Request request = client.Send({service, "hello"}, [&](const Outcome&) {
+                    ++own;
+                    ++outcomes;
+                });
+                std::thread other([request, pause] {
+                    std::this_thread::sleep_for(pause);
+                    request.Cancel();
+                });
+                if (random() % 2 == 0) request.Cancel();
+                request.Wait();
+                EXPECT_EQ(own, 1);
+                other.join();
+            }
+        });
+    }
+    EXPECT_EQ(outcomes, kThreads * kRounds);
+    ExpectNothingLeft();
+}
+
+RACE_IN_CHILD(ScopedRequestsLeaveNoFunctionBehind) {
+    const Server server;
+    const Client client(To(server));
+    RunOnThreads([&](int thread) {
+        std::minstd_rand random(static_cast<unsigned>(thread) + 1);
+        for (int round = 0; round < kRounds; ++round) {
+            // On the stack: touched by a function that still runs, it would be somebody else's.
+            std::string shown;
+            Message message(random() % 2 == 0 ? "Large" : "Silent", std::string(20000, 'x'));
+            message.on_progress = [&](const Progress& progress) { shown = progress.body().substr(0, 10); };
+            const ScopedRequest request =
+                client.Send(std::move(message), [&](const Outcome& outcome) { shown = outcome.error().message(); });
+            std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
+        }
+    });
+    ExpectNothingLeft();
+}
+
+RACE_IN_CHILD(FuturesOutliveTheClient) {
+    const Server server;
+    std::vector<std::vector<std::future<Reply>>> futures(kThreads);
+    {
+        const Client client(To(server));
+        RunOnThreads([&](int thread) {
+            for (int round = 0; round < kRounds; ++round) {
+                futures[static_cast<size_t>(thread)].push_back(client.Send({round % 2 == 0 ? "Small" : "Large"}));
+            }
+        });
+    }
+    for (auto& own : futures) {
+        for (int round = 0; round < kRounds; ++round) {
+            EXPECT_EQ(own[static_cast<size_t>(round)].get().body,
+                      round % 2 == 0 ? "small" : std::string(Server::kLargeSize, 'x'));
+        }
+    }
+    ExpectNothingLeft();
+}
+
+RACE_IN_CHILD(FunctionsThatThrowAndCancelEndTheirRequestsOnce) {
+    const Server server;
+    std::atomic<int> reported{0};
+    std::atomic<int> outcomes{0};
+    Options options = To(server);
+    options.on_exception = [&](const std::exception_ptr&) { ++reported; };
+    const Client client(std::move(options));
+    RunOnThreads([&](int) {
+        for (int round = 0; round < kRounds; ++round) {
+            Message message("Large");
+            message.on_progress = [round](const Progress& progress) {
+                if (round % 2 == 0) throw std::runtime_error("no");
+                progress.Cancel();
+            };
+            const Request request = client.Send(std::move(message), [&](const Outcome&) {
+                ++outcomes;
+                throw std::runtime_error("no");
+            });
+            request.Wait();
+        }
+    });
+    EXPECT_EQ(outcomes, kThreads * kRounds);
+    EXPECT_EQ(reported, kThreads * kRounds);
+    ExpectNothingLeft();
+}
+
+RACE_IN_CHILD(AClientThatGoesWhileTheNetworkComesAndGoesIsNotToldAnyMore) {
+    host::SpeedUp(500, 1);
+    host::modem::Install();
+    const Server server;
+    std::atomic<bool> over{false};
+    std::thread network([&] {
+        for (int round = 0; !over; ++round) {
+            round % 2 == 0 ? host::modem::Dial() : host::modem::HangUp();
+            std::this_thread::sleep_for(std::chrono::milliseconds(15));
+        }
+    });
+    {
+        int changes = 0;  // behind no lock: the calls follow each other, and none comes when the Client has gone
+        std::atomic<bool> enough{false};
+        Options options = To(server);
+        options.connection = Connection::kDialUp;
+        options.on_connection = [&](bool) { enough = ++changes > 5; };
+        std::optional<Client> client(std::in_place, std::move(options));
+        EXPECT_TRUE(host::AwaitThat([&] { return enough.load(); }));
+        client.reset();
+        EXPECT_GT(changes, 5);
+        changes = 0;
+        const int looks = host::modem::Looks();
+        EXPECT_TRUE(host::AwaitThat([&] { return host::modem::Looks() > looks + 20; }));
+        EXPECT_EQ(changes, 0);
+    }
+    over = true;
+    network.join();
+    ExpectNothingLeft(3);
+}
+
+}  // namespace
+}  // namespace wpk::client_test
