@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "client/scene.h"
 #include "client/scripted_library.h"
+#include "interface/rig/process.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <vector>
 
 namespace wpk::client_test {
 namespace {
@@ -160,6 +162,22 @@ TEST(Client, DestroyedInsideAnOutcome_IsNoTrouble) {
     known.Set();
     request.Wait();
     EXPECT_FALSE(client);
+}
+
+// In a process of its own, which has the library that it is linked with to itself.
+WPK_SCENARIO(ends_with_requests_under_way) {
+    static const rig::FullListener listener;
+    static SilentPeer peer;
+    static const Client client(ToLoopback(listener.port()));
+    static std::vector<std::future<Reply>> futures;
+    for (int i = 0; i < 4; ++i) futures.push_back(client.Send({"Echo", "hello"}));
+    static const ScopedRequest cancelled_at_the_end = client.Send({"Echo", "hello"}, [](const Outcome&) {});
+    client.Send(To(peer.port()), [](const Outcome&) {});
+    return peer.WaitForRequest() ? 0 : 1;
+}
+
+TEST(Process, WhichEndsWithRequestsUnderWay_EndsAsItWants) {
+    EXPECT_EQ(rig::Child("ends_with_requests_under_way", "none").Wait(), 0u);
 }
 
 TEST(FinalNotification, BeforeTheSendIsBack_IsTheOutcome) {

@@ -55,7 +55,7 @@ enum class Errc : int {
 
 namespace detail {
 
-class ErrorCategory final : public std::error_category {
+class Category final : public std::error_category {
 public:
     const char* name() const noexcept override { return "wpk"; }
 
@@ -120,7 +120,8 @@ public:
 /// The category of every Errc; its name is "wpk". Each module (program or DLL) of a process that uses this header has
 /// one of its own: hand error codes from one module to another as numbers.
 inline const std::error_category& ErrorCategory() noexcept {
-    static const detail::ErrorCategory category;
+    // Never destroyed: requests may end while the process does.
+    static const std::error_category& category = *new detail::Category;
     return category;
 }
 
