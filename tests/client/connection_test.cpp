@@ -63,27 +63,20 @@ TEST(ConnectionFunction, AfterTheClientsEnd_IsNotCalled) {
 TEST(ConnectionFunction, RunningWhenTheClientEnds_IsWaitedFor) {
     ScriptedLibrary library;
     rig::Signal running;
-    rig::Signal go_on;
+    rig::Signal destroyed;
     std::atomic<bool> finished{false};
-    std::atomic<bool> destroyed{false};
     Options options;
     options.on_connection = [&](bool) {
         running.Set();
-        go_on.Wait();
-        EXPECT_FALSE(destroyed);
+        EXPECT_FALSE(destroyed.Wait(/*milliseconds=*/500));
         finished = true;
     };
     auto client = std::make_unique<Client>(std::move(options), library.functions());
     rig::Thread teller([&] { TellConnection(library, 1); });
     ASSERT_TRUE(running.Wait());
-    rig::Thread destroyer([&] {
-        client.reset();
-        destroyed = true;
-        EXPECT_TRUE(finished);
-    });
-    go_on.Set();
-    destroyer.Join();
-    EXPECT_TRUE(destroyed);
+    client.reset();
+    EXPECT_TRUE(finished);
+    destroyed.Set();
 }
 
 TEST(ConnectionFunction, WhichDestroysTheClient_ReturnsFromThat) {
