@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# run.sh BUILD_FOLDER PROGRAM_SOURCE SERVER: packs the library from two builds, takes the archive in as another project
-# does, and runs that project's programs.
+# run.sh BUILD_FOLDER SAMPLES SERVER: packs the library from two builds, takes the archive in as another project does, and
+# runs that project's programs: the README's, with SAMPLES/program.inc as source and SAMPLES/program.txt as output.
 set -uo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
-build=$1 program=$2 server=$3
+build=$1 samples=$2 server=$3
 work=$build/package_test
 rm -rf "$work" && mkdir -p "$work"
 passed=0 failed=0
@@ -46,14 +46,15 @@ makes_import_library() {
 }
 
 consumer_builds() {
-    cmake -S "$root/tests/package/consumer" -B "$work/consumer" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-        -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" \
-        -DCMAKE_PREFIX_PATH="$work/taken" -DCONSUMER_SOURCE="$program" -DCONSUMER_IMPORT_LIBRARY="$work/wpk.lib" &&
+    cp "$samples/program.inc" "$work/program.cpp" &&
+        cmake -S "$root/tests/package/consumer" -B "$work/consumer" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+            -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" -DCMAKE_PREFIX_PATH="$work/taken" \
+            -DCONSUMER_SOURCE="$work/program.cpp" -DCONSUMER_IMPORT_LIBRARY="$work/wpk.lib" &&
         cmake --build "$work/consumer" && cp "$work/taken/bin/wpk.dll" "$work/consumer/"
 }
 
 runs() {
-    "$root/tests/readme/run.sh" "$root/scripts/wine.sh" "$server" "$work/consumer/$1.exe"
+    "$root/tests/docs/run.sh" "$root/scripts/wine.sh" "$server" "$work/consumer/$1.exe" "$samples/program.txt"
 }
 
 check "TwoBuilds_GiveTheSameArchive" archives_are_equal
