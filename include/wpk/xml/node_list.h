@@ -12,8 +12,9 @@ namespace AdvXMLParser {
 
 struct Internals;
 
-/// The memory of lists with more than one entry. Not for applications.
-void* AllocateEntries(std::size_t size);
+/// The memory of lists with more than one entry. Not for applications. ForgetFirst gives the entries behind the first.
+void* AllocateEntries(std::size_t count);
+void* ForgetFirst(void* entries) noexcept;
 void FreeEntries(void* entries) noexcept;
 
 /// An ordered, growable array of pointers to nodes. The list itself owns no node: the container whose `children` or
@@ -82,7 +83,9 @@ public:
         std::rotate(begin() + index, end() - 1, end());
         return begin() + index;
     }
+    /// Costs a move of all that stands behind, but from either end nothing: a list may be emptied one by one.
     iterator erase(const_iterator position) noexcept {
+        if (position == begin() && size_ > 1) return EraseFirst();
         T** const hole = begin() + (position - begin());
         std::copy(hole + 1, end(), hole);
         --size_;
@@ -115,6 +118,14 @@ private:
         return std::min<std::size_t>(std::max<std::size_t>(4, std::size_t{size_} * 2), kMostEntries);
     }
 
+    /// Moves the beginning and not the entries. There must be more than one, so that there is an array.
+    iterator EraseFirst() noexcept {
+        many_ = IsHeap() ? static_cast<T**>(ForgetFirst(many_)) : many_ + 1;
+        --size_;
+        --capacity_;
+        return many_;
+    }
+
     void Borrow(T** entries, std::size_t count) noexcept {
         many_ = entries;
         size_ = static_cast<std::uint32_t>(count);
@@ -123,7 +134,7 @@ private:
 
     void Reallocate(std::size_t capacity) {
         if (capacity > kMostEntries) throw std::length_error("NodeList");
-        T** const entries = static_cast<T**>(AllocateEntries(capacity * sizeof(T*)));
+        T** const entries = static_cast<T**>(AllocateEntries(capacity));
         std::copy(begin(), end(), entries);
         Free();
         many_ = entries;

@@ -1,5 +1,8 @@
 // Byte strings and node lists.
 // SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <deque>
+#include <random>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -140,6 +143,35 @@ TEST(NodeLists, BehaveLikeAVectorOfPointers) {
     EXPECT_EQ(list.back(), &nodes[8]);
     EXPECT_EQ(list.at(1), &nodes[3]);
     EXPECT_THROW(list.at(9), std::out_of_range);
+}
+
+TEST(NodeLists, TakeAndLoseEntriesAtEitherEndLikeADeque) {
+    const auto document = xml_tests::Parse("<r><a/><b/><c/><d/><e/></r>");
+    NodeList<Node>& list = document->root->children;
+    std::deque<Node*> model(list.begin(), list.end());
+    std::mt19937 random(7);
+    for (int step = 0; step < 20000; ++step) {
+        // Growing and shrinking in turn, through empty, so that the memory is got, used up and given back often.
+        const bool grows = random() % 100 < (step / 500 % 2 == 0 ? 35U : 65U);
+        if (grows || model.empty()) {
+            Node* const node = new Text(document->root, "t");
+            list.push_back(node);
+            model.push_back(node);
+        } else if (random() % 4 == 0) {
+            delete model.back();
+            list.erase(list.end() - 1);
+            model.pop_back();
+        } else {
+            delete model.front();
+            const auto next = list.erase(list.begin());
+            EXPECT_EQ(next, list.begin());
+            model.pop_front();
+        }
+        ASSERT_EQ(list.size(), model.size());
+        ASSERT_TRUE(std::equal(list.begin(), list.end(), model.begin()));
+    }
+    const NodeList<Node> copy(list);
+    EXPECT_TRUE(std::equal(copy.begin(), copy.end(), model.begin(), model.end()));
 }
 
 TEST(NodeLists, CopyAndMove) {
