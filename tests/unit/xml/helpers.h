@@ -67,6 +67,20 @@ inline std::string Shape(const AdvXMLParser::NodeContainer& container) {
     return shape;
 }
 
+/// A message with a number of orders, as applications send them; about 330 bytes each.
+inline std::string Message(int orders) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<message>\n";
+    for (int i = 0; i < orders; ++i) {
+        const std::string number = std::to_string(10000 + i * 7);
+        text += "  <order id=\"" + number +
+                "\">\n    <customer>Miller &amp; Sons</customer>\n    <city>Copenhagen</city>\n" +
+                "    <item><name>Left-handed screwdriver</name><quantity>" + std::to_string(i % 13) +
+                "</quantity><price currency=\"EUR\">" + std::to_string(i % 97) +
+                ".95</price></item>\n    <remark>deliver before noon if possible</remark>\n  </order>\n";
+    }
+    return text + "</message>\n";
+}
+
 }  // namespace xml_tests
 
 #endif  // WPK_TESTS_XML_HELPERS_H
