@@ -9,6 +9,7 @@
 
 #include "model/xml/agreement.h"
 #include "model/xml/parser.h"
+#include "support/sanitized.h"
 
 namespace xml_model {
 namespace {
@@ -112,7 +113,8 @@ private:
 };
 
 TEST_P(ExhaustiveInputs, AreSeenTheSameByModelAndLibrary) {
-    TryFrom("", GetParam().length);
+    // A piece less is a tenth of the strings.
+    TryFrom("", GetParam().length - support::Many(0, 1));
 }
 
 std::string NameOf(const testing::TestParamInfo<Place>& place) {

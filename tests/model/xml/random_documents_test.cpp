@@ -8,6 +8,7 @@
 #include "model/xml/agreement.h"
 #include "model/xml/document_generator.h"
 #include "model/xml/parser.h"
+#include "support/sanitized.h"
 
 namespace xml_model {
 namespace {
@@ -24,7 +25,7 @@ bool IsAccepted(const std::string& input) {
 }
 
 TEST(RandomDocuments, AsGeneratedAreSeenTheSameByModelAndLibrary) {
-    constexpr std::uint64_t kDocuments = 20000;
+    constexpr std::uint64_t kDocuments = support::Many(20000, 2000);
     int reported = 0;
     std::uint64_t accepted = 0;
     std::uint64_t seen = 0;
@@ -41,7 +42,7 @@ TEST(RandomDocuments, AsGeneratedAreSeenTheSameByModelAndLibrary) {
 }
 
 TEST(RandomDocuments, MutatedAreSeenTheSameByModelAndLibrary) {
-    constexpr std::uint64_t kDocuments = 20000;
+    constexpr std::uint64_t kDocuments = support::Many(20000, 2000);
     int reported = 0;
     for (std::uint64_t seed = 1; seed <= kDocuments; ++seed) {
         DocumentGenerator generator(0x10000000 + seed);
@@ -57,7 +58,7 @@ TEST(RandomDocuments, MutatedAreSeenTheSameByModelAndLibrary) {
 
 TEST(RandomDocuments, CutOffAtEveryByteAreSeenTheSameByModelAndLibrary) {
     int reported = 0;
-    for (std::uint64_t seed = 1; seed <= 300; ++seed) {
+    for (std::uint64_t seed = 1; seed <= support::Many(300, 60); ++seed) {
         const std::string document = DocumentGenerator(0x20000000 + seed).Document();
         for (std::size_t length = 0; length < document.size(); ++length) {
             const std::string difference = Disagreement(document.substr(0, length), Depth::kTree);
@@ -71,7 +72,8 @@ TEST(RandomDocuments, CutOffAtEveryByteAreSeenTheSameByModelAndLibrary) {
 TEST(RandomBytes, AreSeenTheSameByModelAndLibrary) {
     int reported = 0;
     RandomSource random(42);
-    for (int attempt = 0; attempt < 50000; ++attempt) {
+    constexpr std::size_t kInputs = support::Many(50000, 10000);
+    for (std::size_t attempt = 0; attempt < kInputs; ++attempt) {
         std::string input = random.OneIn(2) ? "<a>" : "<a b='";
         for (std::size_t left = random.Below(12); left > 0; --left) input += static_cast<char>(random.Below(256));
         const std::string difference = Disagreement(input, Depth::kTree);
