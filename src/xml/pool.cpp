@@ -74,8 +74,9 @@ std::size_t Reckon(const char* bytes, std::size_t size, bool hasLongTexts) {
     return sample == 0 ? 0 : size / sample * reckoned + size % sample * reckoned / sample;
 }
 
-/// The pools of this thread that wait for the end of a destructor, the innermost first.
-thread_local Pool* waitingPools = nullptr;
+/// The pool of the node whose destructor is coming to its end on this thread. Never more than one: what is below a node
+/// has been deleted by then.
+thread_local Pool* poolBeingLeft = nullptr;
 
 }  // namespace
 
@@ -108,17 +109,13 @@ bool Pool::Leave(std::size_t seats) noexcept {
            seats_.fetch_sub(seats, std::memory_order_acq_rel) == seats;
 }
 
-void Pool::DestroyWith(const void* node) noexcept {
-    lastNode_ = node;
-    nextWaiting_ = waitingPools;
-    waitingPools = this;
+void Pool::BeginToLeave(Pool* pool) noexcept {
+    poolBeingLeft = pool;
 }
 
-void Pool::OnDelete(const void* node) noexcept {
-    Pool* const pool = waitingPools;
-    if (pool == nullptr || pool->lastNode_ != node) return;
-    waitingPools = pool->nextWaiting_;
-    Destroy(pool);
+void Pool::EndToLeave() noexcept {
+    Pool* const pool = poolBeingLeft;
+    if (pool->Leave(1)) Destroy(pool);
 }
 
 void PoolCutter::Refill(std::size_t size, const char* reached) {

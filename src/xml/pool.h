@@ -37,19 +37,17 @@ public:
     /// True when nobody is left. Then it is up to the caller to destroy the pool.
     bool Leave(std::size_t seats) noexcept;
 
-    /// For a node that leaves last, but whose destructor has not come to its end: the pool stays until the node's
-    /// memory is given back, on the same thread.
-    void DestroyWith(const void* node) noexcept;
-    static void OnDelete(const void* node) noexcept;
+    /// For a node that is deleted by itself. It leaves in two steps, on one thread: its destructor says which pool it
+    /// sits in, and when that has come to its end, the node's memory being given back, the seat is free. Any earlier
+    /// another thread might see the last seat free and give the memory back under the destructor.
+    static void BeginToLeave(Pool* pool) noexcept;
+    static void EndToLeave() noexcept;
 
 private:
     explicit Pool(Chunk* first) noexcept : chunks_(first) {}
 
     std::atomic<std::size_t> seats_{0};
     Chunk* chunks_;
-    /// The node that the pool waits for, and the pool that waits for a node whose destructor has called that node's.
-    const void* lastNode_ = nullptr;
-    Pool* nextWaiting_ = nullptr;
 };
 
 /// Cuts pieces off a pool while a document is parsed into it. Unless the work ends with Finish, everything is given

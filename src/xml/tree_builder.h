@@ -90,15 +90,14 @@ public:
     ~Pooled() override {
         // Whoever is below leaves first, so that this node still has its seat then.
         Teardown::EmptyAll(*this);
-        Pool* const pool = Internals::ChunkOf(*this)->pool;
-        if (pool->Leave(1)) pool->DestroyWith(this);
+        Pool::BeginToLeave(Internals::ChunkOf(*this)->pool);
     }
 
     static void* operator new(std::size_t size) = delete;
     static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
     static void operator delete(void* /*memory*/, void* /*place*/) noexcept {}
     // NOLINTNEXTLINE(misc-new-delete-overloads): what it would match is deleted
-    static void operator delete(void* memory) noexcept { Pool::OnDelete(memory); }
+    static void operator delete(void* /*memory*/) noexcept { Pool::EndToLeave(); }
 };
 
 /// Makes nodes and strings. Whatever has been made is given back with the builder, unless Finish hands it over.
