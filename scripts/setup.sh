@@ -8,7 +8,7 @@ packages=(
     clang libclang-rt-14-dev clang-format clang-tidy python3
     libpugixml-dev librapidxml-dev libtinyxml2-dev libxml2-dev libexpat1-dev
     squid tinyproxy-bin nginx haproxy util-linux
-    llvm zip unzip
+    llvm zip unzip doxygen
 )
 
 missing=()

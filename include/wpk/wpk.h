@@ -108,6 +108,7 @@ typedef struct WPK_CALLBACKSTRUCT {
     unsigned int nReason;
     /** The context given with the callback, unchanged. */
     void* lpUserData;
+    /** What it says. Only the member that nReason names is filled. */
     union {
         /** WPK_REASON_FAILURE */
         struct {

@@ -141,7 +141,10 @@ namespace detail {
 }  // namespace client
 }  // namespace wpk
 
+namespace std {
+/// An Errc turns into a std::error_code by itself.
 template <>
-struct std::is_error_code_enum<wpk::Errc> : std::true_type {};
+struct is_error_code_enum<wpk::Errc> : true_type {};
+}  // namespace std
 
 #endif  // WPK_CLIENT_ERROR_H

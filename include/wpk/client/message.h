@@ -26,6 +26,7 @@ class Exchange;
 /// message is moved in.
 struct Message {
     Message() = default;
+    /// A message to a service of the Client's default server.
     Message(Text to_service, std::string bytes = {}) : service(std::move(to_service)), body(std::move(bytes)) {}
 
     /// The service on the server that is to handle the message.
@@ -44,12 +45,14 @@ struct Message {
 
 /// A whole reply, with bytes of its own.
 struct Reply {
+    /// Any bytes; empty when the server has sent none.
     std::string body;
 };
 
 /// How far a reply has come. Valid only during the call of the function that gets it, on its thread.
 class Progress {
 public:
+    /// For the layer itself.
     Progress(std::string_view arrived, unsigned int total, detail::Exchange& exchange) noexcept
         : arrived_(arrived), total_(total), exchange_(exchange) {}
     Progress(const Progress&) = delete;
@@ -73,9 +76,12 @@ private:
 /// How a request has ended. Valid only during the call of the function that gets it, on its thread.
 class Outcome {
 public:
+    /// A reply; a failure. (Made by the layer, and by tests of functions that take one.)
+    ///@{
     explicit Outcome(std::string_view body) noexcept : body_(body) {}
     explicit Outcome(std::error_code error, std::exception_ptr exception = nullptr) noexcept
         : error_(error), exception_(std::move(exception)) {}
+    ///@}
     Outcome(const Outcome&) = delete;
     Outcome& operator=(const Outcome&) = delete;
 

@@ -27,14 +27,18 @@ enum class Connection {
 
 /// A name and a password for the proxy's Basic authentication.
 struct Credentials {
+    /// Either may be empty; both empty means none.
+    ///@{
     Text user;
     Text password;
+    ///@}
 };
 
 /// The HTTP proxy that every request goes through.
 struct Proxy {
     /// Host name or dotted IPv4 address. Required.
     Text server;
+    /// Its TCP port.
     unsigned int port = 80;
     /// Used from the first request on; empty: none, until the proxy asks.
     Credentials credentials;
@@ -43,9 +47,12 @@ struct Proxy {
 /// The three functions of wpk.dll. An application that links the import library never needs this; one that loads the
 /// DLL itself, with LoadLibrary, fills all three with what GetProcAddress gives.
 struct Functions {
+    /// What GetProcAddress gives for "WPK_Init", "WPK_Send" and "WPK_Cancel". Required, all three.
+    ///@{
     decltype(&WPK_Init) init = nullptr;
     decltype(&WPK_Send) send = nullptr;
     decltype(&WPK_Cancel) cancel = nullptr;
+    ///@}
 
     /// Those of the DLL that the program is linked with.
     static Functions Linked() noexcept { return {&WPK_Init, &WPK_Send, &WPK_Cancel}; }
@@ -55,12 +62,16 @@ struct Functions {
 /// `server` and `port`, or nothing. A function left empty is not called. The functions are called on threads of the
 /// library's; an exception that one throws goes no further than described.
 struct Options {
+    /// How it is known whether the network is there.
     Connection connection = Connection::kPermanent;
+    /// The proxy for every request; none: directly.
     std::optional<Proxy> proxy;
 
     /// Where messages go that name no server and no port of their own.
+    ///@{
     Text server;
     unsigned int port = 80;
+    ///@}
 
     /// Told when the network comes (true) or goes (false); for which connections, docs/dial_up.md says. One call at a
     /// time, possibly before the Client's constructor is back. It may send and cancel, and destroy the Client; it must

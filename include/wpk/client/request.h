@@ -20,6 +20,7 @@ inline namespace client {
 class Request {
 public:
     Request() = default;
+    /// For the layer itself.
     explicit Request(std::shared_ptr<detail::Exchange> exchange) noexcept : exchange_(std::move(exchange)) {}
 
     /// Asks for the end of the request, and returns without waiting for it. The outcome still comes, once:
@@ -61,8 +62,11 @@ private:
 class ScopedRequest {
 public:
     ScopedRequest() = default;
+    /// Takes the request over; what is moved from is empty then.
+    ///@{
     ScopedRequest(Request request) noexcept : request_(std::move(request)) {}
     ScopedRequest(ScopedRequest&& other) noexcept : request_(std::exchange(other.request_, Request())) {}
+    ///@}
     /// What was held before is cancelled and waited for first.
     ScopedRequest& operator=(ScopedRequest&& other) noexcept {
         if (this == &other) return *this;
@@ -72,10 +76,12 @@ public:
     }
     ~ScopedRequest() { End(); }
 
+    /// As those of Request.
+    ///@{
     void Cancel() const noexcept { request_.Cancel(); }
     bool Ended() const noexcept { return request_.Ended(); }
-    /// As Request::Wait.
     void Wait() const { request_.Wait(); }
+    ///@}
 
     /// Lets go: the request runs on, and nothing happens when this object is destroyed.
     Request Detach() noexcept { return std::exchange(request_, Request()); }

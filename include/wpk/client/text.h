@@ -29,13 +29,19 @@ class Text {
 public:
     /// Empty.
     Text() = default;
+    /// A copy of the bytes, as they stand.
+    ///@{
     Text(std::string text) : text_(std::move(text)) { Check(); }
     Text(std::string_view text) : Text(std::string(text)) {}
+    ///@}
     /// Zero-terminated; a null pointer is an empty text.
     Text(const char* text) : text_(text ? text : "") {}
 
+    /// Converted to the ANSI code page.
+    ///@{
     Text(std::wstring_view text) : text_(Convert(text)) { Check(); }
     Text(const std::wstring& text) : Text(std::wstring_view(text)) {}
+    ///@}
     /// Zero-terminated; a null pointer is an empty text.
     Text(const wchar_t* text) : text_(Convert(text ? std::wstring_view(text) : std::wstring_view())) {}
 
@@ -43,8 +49,11 @@ public:
     Text(std::nullptr_t) = delete;
 
     /// The bytes, in the ANSI code page. Valid as long as this object is, and unchanged.
+    ///@{
     const std::string& str() const noexcept { return text_; }
     const char* c_str() const noexcept { return text_.c_str(); }
+    ///@}
+    /// Whether there are none.
     bool empty() const noexcept { return text_.empty(); }
 
 private:

@@ -23,9 +23,12 @@ struct Internals;
 /// runs out, and the string is then as it was. Threads: const calls together, otherwise one thread at a time.
 class ByteString {
 public:
+    /// An empty string, or a copy of the bytes.
+    ///@{
     ByteString() noexcept { SetNear(0); }
     explicit ByteString(std::string_view bytes) { Construct(bytes); }
     ByteString(const ByteString& other) { Construct(other.View()); }
+    ///@}
     /// Takes the other string's bytes and leaves it empty. May allocate: bytes that live in the memory of a parsed
     /// document are copied out of it.
     ByteString(ByteString&& other);  // NOLINT(performance-noexcept-move-constructor): see above
@@ -35,26 +38,43 @@ public:
         if (IsHeap()) FreeHeap();
     }
 
+    /// As construction. The bytes may be a part of the string itself.
+    ///@{
     ByteString& operator=(const ByteString& other) { return *this = other.View(); }
     ByteString& operator=(ByteString&& other);  // NOLINT(performance-noexcept-move-constructor): as above
     ByteString& operator=(std::string_view bytes);
+    ///@}
 
     /// Adds bytes at the end, in amortised constant time each.
+    ///@{
     ByteString& append(std::string_view bytes);
     ByteString& operator+=(std::string_view bytes) { return append(bytes); }
+    ///@}
+    /// Empties the string.
     void clear() noexcept;
 
     /// The bytes; one zero byte follows them. Valid until the string is changed or destroyed.
+    ///@{
     const char* data() const noexcept { return IsNear() ? near_ : far_.data; }
     const char* c_str() const noexcept { return data(); }
+    ///@}
+    /// How many bytes there are, and whether there are none.
+    ///@{
     std::size_t size() const noexcept { return IsNear() ? kNearSize - Tag() : far_.size; }
     std::size_t length() const noexcept { return size(); }
     bool empty() const noexcept { return size() == 0; }
+    ///@}
+    /// The byte of that index, which must be at most size(): there stands the zero.
     char operator[](std::size_t index) const noexcept { return data()[index]; }
 
+    /// The bytes as a view (valid as data() is) and as a copy.
+    ///@{
     operator std::string_view() const noexcept { return View(); }  // NOLINT(google-explicit-constructor): on purpose
     operator std::string() const { return std::string(View()); }   // NOLINT(google-explicit-constructor): on purpose
+    ///@}
 
+    /// Comparison byte for byte.
+    ///@{
     friend bool operator==(const ByteString& a, const ByteString& b) noexcept { return a.View() == b.View(); }
     friend bool operator!=(const ByteString& a, const ByteString& b) noexcept { return a.View() != b.View(); }
     friend bool operator<(const ByteString& a, const ByteString& b) noexcept { return a.View() < b.View(); }
@@ -62,7 +82,9 @@ public:
     friend bool operator!=(const ByteString& a, std::string_view b) noexcept { return a.View() != b; }
     friend bool operator==(std::string_view a, const ByteString& b) noexcept { return a == b.View(); }
     friend bool operator!=(std::string_view a, const ByteString& b) noexcept { return a != b.View(); }
+    ///@}
 
+    /// Writes the bytes to a stream.
     template <class Traits>
     friend std::basic_ostream<char, Traits>& operator<<(std::basic_ostream<char, Traits>& out, const ByteString& s) {
         return out << s.View();

@@ -13,6 +13,7 @@ namespace AdvXMLParser {
 /// that outgrows its type std::length_error.)
 class Exception : public std::exception {
 public:
+    /// The kind of fault, in English; lives as long as the process.
     const char* what() const noexcept override;
 };
 
@@ -20,7 +21,9 @@ public:
 /// parser reports the same fault as a ParsingException with code 9.
 class InvalidRefException : public Exception {
 public:
+    /// Copies the name.
     explicit InvalidRefException(std::string_view entityName) : name(entityName) {}
+    /// As Exception::what.
     const char* what() const noexcept override;
 
     /// The name that was not found.
@@ -30,8 +33,10 @@ public:
 /// The input is not a document that the parser takes.
 class ParsingException : public Exception {
 public:
+    /// For the parser; the fields below say what the numbers are.
     ParsingException(unsigned code_, unsigned line_, unsigned column_) noexcept
         : code(code_), line(line_), column(column_) {}
+    /// As Exception::what.
     const char* what() const noexcept override;
 
     /// What is wrong, 1 to 43; docs/xml.md lists the codes.

@@ -41,15 +41,19 @@ enum NodeType {
 
 /// Five nodes that stand for "there is none". They live as long as the process, are empty and stay so: the operations
 /// that would change them do nothing. Any thread may use them. Do not assign to their fields, and never delete them.
+///@{
 Element& NullElement() noexcept;
 Attribute& NullAttribute() noexcept;
 Comment& NullComment() noexcept;
 Pi& NullPi() noexcept;
 CData& NullCData() noexcept;
+///@}
 
 /// Whether this is one of the five null nodes. A null pointer counts as one.
+///@{
 bool IsNull(const Node& node) noexcept;
 bool IsNull(const Node* node) noexcept;
+///@}
 
 /// One node of a tree.
 ///
@@ -91,11 +95,15 @@ public:
     virtual void Write(WriteContext& context) const = 0;
 
     /// The node as what a look-up promises: itself when it is an Element, else the null element. Never fails.
+    ///@{
     Element& AsElement() noexcept;
     const Element& AsElement() const noexcept;
+    ///@}
     /// The node itself when it can have children, else the null element.
+    ///@{
     NodeContainer& AsContainer() noexcept;
     const NodeContainer& AsContainer() const noexcept;
+    ///@}
 
     /// The operations of NodeContainer, so that look-ups chain: each acts on AsContainer().
     ///
@@ -103,18 +111,18 @@ public:
     ///     Node* field = document->root->GetOrCreateElement("name");
     ///     field->DeleteChildren();
     ///     field->AppendText("Miller");
+    ///@{
     Node* FindElement(std::string_view elementName) const;
     Node* GetOrCreateElement(std::string_view elementName);
     void AppendChild(Node* node);
     void AppendText(std::string_view text);
     void DeleteChildren() noexcept;
+    ///@}
 
     Node(const Node&) = delete;
     Node& operator=(const Node&) = delete;
 
 protected:
-    // Constructors with a PoolSeat are the parser's.
-
     /// For classes outside of this header.
     Node(NodeContainer* nodeParent, std::string_view nodeName);
 
@@ -131,8 +139,11 @@ protected:
         kEntityRef,
         kCharRef
     };
+    /// For the library's own classes; with a PoolSeat, for the parser.
+    ///@{
     Node(Kind kind, NodeContainer* nodeParent, std::string_view nodeName);
     inline Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent, const PooledBytes& nodeName) noexcept;
+    ///@}
 
 private:
     friend struct Internals;
@@ -191,10 +202,13 @@ public:
     void DeleteChildren() noexcept;
 
     /// Appends a Clone of every child of `from` to `to`. What was appended before an exception stays.
+    ///@{
     static void CloneChildren(const NodeContainer& from, NodeContainer& to);
     static void CloneChildren(const NodeContainer* from, NodeContainer* to) { CloneChildren(*from, *to); }
+    ///@}
 
 protected:
+    /// For the library's own classes.
     using Node::Node;
 
 public:

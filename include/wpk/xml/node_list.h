@@ -13,9 +13,11 @@ namespace AdvXMLParser {
 struct Internals;
 
 /// The memory of lists with more than one entry. Not for applications. ForgetFirst gives the entries behind the first.
+///@{
 void* AllocateEntries(std::size_t count);
 void* ForgetFirst(void* entries) noexcept;
 void FreeEntries(void* entries) noexcept;
+///@}
 
 /// An ordered, growable array of pointers to nodes. The list itself owns no node: the container whose `children` or
 /// `attributes` it is does, and deletes what the list holds when it dies. Whoever takes an entry out by `erase`,
@@ -26,11 +28,16 @@ void FreeEntries(void* entries) noexcept;
 template <class T>
 class NodeList {
 public:
+    /// As in the standard containers. Iterators are pointers; every change of the list makes them invalid.
+    ///@{
     using value_type = T*;
     using iterator = T**;
     using const_iterator = T* const*;
+    ///@}
 
+    /// An empty list.
     NodeList() noexcept : one_(nullptr) {}
+    /// The same entries: both lists then hold the same nodes, which only one container may go on to own.
     NodeList(const NodeList& other) : NodeList() { CopyFrom(other); }
     /// Takes the entries and leaves the other list empty. May allocate, as entries that live in the memory of a parsed
     /// document are copied out of it.
@@ -40,6 +47,8 @@ public:
     }
     ~NodeList() { Free(); }
 
+    /// As construction; the entries that were there are forgotten, not deleted.
+    ///@{
     NodeList& operator=(const NodeList& other) {
         if (this == &other) return *this;
         NodeList copy(other);
@@ -53,37 +62,54 @@ public:
         Swap(taken);
         return *this;
     }
+    ///@}
 
+    /// How many entries there are, and whether there are none.
+    ///@{
     std::size_t size() const noexcept { return size_; }
     bool empty() const noexcept { return size_ == 0; }
+    ///@}
 
+    /// The entries in order.
+    ///@{
     iterator begin() noexcept { return IsInPlace() ? &one_ : many_; }
     iterator end() noexcept { return begin() + size_; }
     const_iterator begin() const noexcept { return IsInPlace() ? &one_ : many_; }
     const_iterator end() const noexcept { return begin() + size_; }
+    ///@}
 
+    /// The entry of that index, which must be less than size().
+    ///@{
     T*& operator[](std::size_t index) noexcept { return begin()[index]; }
     T* operator[](std::size_t index) const noexcept { return begin()[index]; }
+    ///@}
     /// As [], but throws std::out_of_range when there is no such entry.
     T* at(std::size_t index) const {
         if (index >= size_) throw std::out_of_range("NodeList::at");
         return begin()[index];
     }
+    /// The first and the last entry of a list that has any.
+    ///@{
     T* front() const noexcept { return *begin(); }
     T* back() const noexcept { return begin()[size_ - 1]; }
+    ///@}
 
+    /// Adds an entry at the end.
     void push_back(T* node) {
         if (size_ == Capacity()) Reallocate(NextCapacity());
         begin()[size_++] = node;
     }
+    /// Takes the last entry out; the list must have one.
     void pop_back() noexcept { --size_; }
+    /// Adds an entry before `position`; returns where it is now.
     iterator insert(const_iterator position, T* node) {
         const std::ptrdiff_t index = position - begin();
         push_back(node);
         std::rotate(begin() + index, end() - 1, end());
         return begin() + index;
     }
-    /// Costs a move of all that stands behind, but from either end nothing: a list may be emptied one by one.
+    /// Takes out the entry at `position`, which must be one; returns where the next one is now. Costs a move of all
+    /// that stands behind, but from either end nothing: a list may be emptied one by one.
     iterator erase(const_iterator position) noexcept {
         if (position == begin() && size_ > 1) return EraseFirst();
         T** const hole = begin() + (position - begin());
@@ -91,6 +117,7 @@ public:
         --size_;
         return hole;
     }
+    /// Makes room for that many entries in all, so that adding them cannot fail.
     void reserve(std::size_t count) {
         if (count > Capacity()) Reallocate(count);
     }

@@ -14,6 +14,7 @@ namespace AdvXMLParser {
 /// and does not preserve space.
 class Element : public NodeContainer {
 public:
+    /// An empty element. Its `parent` is the given container (null: the null element), which does not own it yet.
     Element(NodeContainer* parentNode, std::string_view tagName) : NodeContainer(Kind::kElement, parentNode, tagName) {}
     ~Element() override;
 
@@ -24,6 +25,7 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
+    /// For the parser.
     inline Element(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& tagName) noexcept;
 
 public:
@@ -36,6 +38,7 @@ public:
 /// An attribute of an element. Its children are the pieces of its value: Text, EntityRef and CharRef nodes.
 class Attribute : public NodeContainer {
 public:
+    /// An attribute without a value. `parent` as with Element.
     Attribute(NodeContainer* parentNode, std::string_view attributeName)
         : NodeContainer(Kind::kAttribute, parentNode, attributeName) {}
     ~Attribute() override;
@@ -47,12 +50,14 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
+    /// For the parser.
     inline Attribute(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& attributeName) noexcept;
 };
 
 /// A whole document. A Clone has copies of the children, but the fields below as a new document has them.
 class Document : public NodeContainer {
 public:
+    /// A document without nodes, whose declaration is what a new one has.
     Document();
     /// A document with an empty root element of that name: how a new message begins.
     explicit Document(std::string_view rootName);
@@ -65,13 +70,16 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
+    /// For the parser.
     inline explicit Document(const PoolSeat& seat) noexcept;
 
 public:
     /// What the XML declaration says; the library does not act on any of it. `standalone` is never written.
+    ///@{
     ByteString version;
     ByteString encoding;
     bool standalone = true;
+    ///@}
     /// The root element, one of `children`; null until there is one. Not owned.
     Element* root = nullptr;
     /// The document itself.
@@ -81,6 +89,7 @@ public:
 /// A run of character data, as it stands between two pieces of markup. May be empty.
 class Text : public Node {
 public:
+    /// Copies the characters. `parent` as with Element.
     Text(NodeContainer* parentNode, std::string_view characters);
 
     std::string GetNodeValue() const override;
@@ -90,15 +99,18 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
+    /// For the parser.
     inline Text(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
 
 public:
+    /// The characters, as they are in the document.
     ByteString text;
 };
 
 /// A CDATA section.
 class CData : public Node {
 public:
+    /// Copies the characters. `parent` as with Element.
     CData(NodeContainer* parentNode, std::string_view characters);
 
     std::string GetNodeValue() const override;
@@ -108,15 +120,18 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
+    /// For the parser.
     inline CData(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
 
 public:
+    /// What stands between "<![CDATA[" and "]]>".
     ByteString text;
 };
 
 /// A comment.
 class Comment : public Node {
 public:
+    /// Copies the characters. `parent` as with Element.
     Comment(NodeContainer* parentNode, std::string_view characters);
 
     std::string GetNodeValue() const override;
@@ -126,15 +141,18 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
+    /// For the parser.
     inline Comment(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
 
 public:
+    /// What stands between the two hyphens at either end.
     ByteString text;
 };
 
 /// A processing instruction; its target is its name.
 class Pi : public Node {
 public:
+    /// Copies both. `parent` as with Element.
     Pi(NodeContainer* parentNode, std::string_view target, std::string_view targetData);
 
     std::string GetNodeValue() const override;
@@ -144,10 +162,12 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
+    /// For the parser.
     inline Pi(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& target,
               const PooledBytes& targetData) noexcept;
 
 public:
+    /// What follows the target.
     ByteString data;
 };
 
@@ -157,6 +177,7 @@ public:
     bool IsType(int code) const override;
 
 protected:
+    /// For the library's own classes.
     using Node::Node;
 };
 
@@ -174,6 +195,7 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
+    /// For the parser.
     inline EntityRef(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& entityName,
                      char character) noexcept;
 
@@ -195,9 +217,11 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
+    /// For the parser.
     inline CharRef(const PoolSeat& seat, NodeContainer* parentNode, signed char character) noexcept;
 
 public:
+    /// The character: the low eight bits of the number.
     signed char value;
 };
 

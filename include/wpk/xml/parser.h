@@ -11,10 +11,13 @@ namespace AdvXMLParser {
 /// documents, by any number of threads.
 class Parser {
 public:
+    /// Parsers are all alike, and copying one costs nothing.
+    ///@{
     Parser() = default;
     Parser(const Parser&) = default;
     Parser& operator=(const Parser&) = default;
     virtual ~Parser();
+    ///@}
 
     /// Reads the `size` bytes at `data` as one document. They need no terminator, are only read, and are not needed any
     /// more once the call is back; a zero byte counts as the end of the input. Nesting may be of any depth.
