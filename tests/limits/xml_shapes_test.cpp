@@ -137,27 +137,27 @@ void KeepFreedMemory() {
     mallopt(M_ARENA_MAX, 1);
 }
 
-/// The median of five runs, step by step.
-StepTimes MedianTimes(const Shape& shape, const std::string& input) {
-    constexpr std::size_t kRuns = 5;
-    std::array<StepTimes, kRuns> runs{};
-    for (StepTimes& run : runs) run = WalkEverything(shape, input);
-    StepTimes medians{};
-    for (std::size_t step = 0; step < kSteps; ++step) {
-        std::array<double, kRuns> times{};
-        std::transform(runs.begin(), runs.end(), times.begin(), [step](const StepTimes& run) { return run[step]; });
-        std::sort(times.begin(), times.end());
-        medians[step] = times[kRuns / 2];
+/// The best of five runs, step by step: what other programs and the state of the heap add is not the library's.
+StepTimes BestTimes(const Shape& shape, const std::string& input) {
+    constexpr int kRuns = 5;
+    StepTimes best = WalkEverything(shape, input);
+    for (int run = 1; run < kRuns; ++run) {
+        const StepTimes times = WalkEverything(shape, input);
+        for (std::size_t step = 0; step < kSteps; ++step) best[step] = std::min(best[step], times[step]);
     }
-    return medians;
+    return best;
 }
 
-/// Four times the size may cost eight times as much, as caches end in between; a square would cost sixteen times.
+/// Sixteen times the size may cost a hundred times as much, as the smaller tree may be one that the caches hold and
+/// the larger one is not; a square would cost 256 times.
+constexpr std::size_t kTimesAsMany = 16;
 void ExpectLinear(const StepTimes& small, const StepTimes& large) {
-    constexpr double kTooShortToTell = 0.0005;
+    constexpr double kMostTimes = 100;
+    constexpr double kTooShortToTell = 0.0002;
     for (std::size_t step = 0; step < kSteps; ++step) {
-        EXPECT_LE(large[step], 8 * std::max(small[step], kTooShortToTell))
-            << kStepNames[step] << ": " << small[step] << " s, four times as many: " << large[step] << " s";
+        EXPECT_LE(large[step], kMostTimes * std::max(small[step], kTooShortToTell))
+            << kStepNames[step] << ": " << small[step] << " s, " << kTimesAsMany << " times as many: " << large[step]
+            << " s";
     }
 }
 
@@ -171,8 +171,8 @@ TEST_P(AMillion, NeedsNoStackAndTimeInProportion) {
             WalkEverything(GetParam(), GetParam().make(kMillion));
             return;
         }
-        const StepTimes small = MedianTimes(GetParam(), GetParam().make(kMillion / 4));
-        const StepTimes large = MedianTimes(GetParam(), GetParam().make(kMillion));
+        const StepTimes small = BestTimes(GetParam(), GetParam().make(kMillion / kTimesAsMany));
+        const StepTimes large = BestTimes(GetParam(), GetParam().make(kMillion));
         ExpectLinear(small, large);
     });
 }
