@@ -11,7 +11,10 @@ namespace AdvXMLParser {
 namespace {
 
 /// How much of the input one chunk is to serve: nearly always all of it.
-constexpr std::size_t kStretch = std::size_t{4} << 20;
+constexpr std::size_t kStretch = std::size_t{1} << 20;
+/// The most that a chunk is made larger than its stretch. Trees that are denser than that get more chunks; what only
+/// looks like markup does not get much for nothing.
+constexpr std::size_t kMostPerByte = 16;
 /// How much of a stretch is looked at to size its chunk, and in how many pieces when that is not all of it.
 constexpr std::size_t kSample = 4096;
 constexpr std::size_t kPieces = 16;
@@ -71,7 +74,8 @@ std::size_t Reckon(const char* bytes, std::size_t size, bool hasLongTexts) {
                            census.references * (sizeof(EntityRef) + sizeof(Text) + 2 * kEntry);
     const std::size_t usual = kUsualRun * (census.tags + census.values);
     if (hasLongTexts && sample > usual) reckoned += sample - usual;
-    return sample == 0 ? 0 : size / sample * reckoned + size % sample * reckoned / sample;
+    if (sample == 0) return 0;
+    return std::min(size / sample * reckoned + size % sample * reckoned / sample, kMostPerByte * size);
 }
 
 /// The pool of the node whose destructor is coming to its end on this thread. Never more than one: what is below a node

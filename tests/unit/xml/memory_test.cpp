@@ -52,6 +52,14 @@ TEST(Memory, OfManySmallDocumentsIsTheirOwnOnly) {
     EXPECT_EQ(LiveBytes(), before);
 }
 
+TEST(Memory, OfTextThatOnlyLooksLikeMarkupIsBounded) {
+    for (const char* lookAlike : {"=", "<", "&"}) {
+        std::string text = "<a><![CDATA[";
+        for (int i = 0; i < 4000000; ++i) text += lookAlike;
+        EXPECT_LE(LiveBytesPerByte(text + "]]></a>"), 9.0) << lookAlike;
+    }
+}
+
 TEST(Memory, GoesWithTheTree) {
     const std::string text = Message(300);
     const std::ptrdiff_t before = LiveBytes();
