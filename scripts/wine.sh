@@ -16,6 +16,8 @@ if [ ! -f "$WINEPREFIX/.ready" ]; then
         flock 9
         if [ ! -f "$WINEPREFIX/.ready" ]; then
             wine wineboot --init >/dev/null 2>&1
+            # The signs on the buttons of windows, for pictures of them.
+            cp /usr/share/wine/fonts/marlett.ttf "$WINEPREFIX/drive_c/windows/Fonts/" 2>/dev/null || true
             touch "$WINEPREFIX/.ready"
         fi
     ) 9>"$WINEPREFIX.lock"
