@@ -6,29 +6,19 @@
 Prints as GoogleTest does, so that its results are counted with the others.
 """
 import pathlib
-import signal
 import socket
 import sys
 import tempfile
 import threading
 import time
-import traceback
 
 sys.path.insert(0, str(pathlib.Path(__file__).parent))
 from programs import Client, Server, TerminalClient, exchange, find_programs, tagged_body, whole_request
 from scripted_proxy import ScriptedProxy
+from test_run import check, check_equal, end_in_order, run_tests, wanted_tests
 
 ALPHABET = b"abcdefghijklmnopqrstuvwxyz"
 server = None
-
-
-def check(condition, text):
-    if not condition:
-        raise AssertionError(text)
-
-
-def check_equal(got, expected):
-    check(got == expected, f"got {got!r}, expected {expected!r}")
 
 
 def alphabet(length):
@@ -381,35 +371,12 @@ def test_server_has_lived_through_all_of_this():
     check(server.is_running(), "the server has ended by itself")
 
 
-def run_tests(tests):
-    failed = []
-    for name, test in tests:
-        print(f"[ RUN      ] EndToEnd.{name}", flush=True)
-        started = time.monotonic()
-        try:
-            test()
-        except Exception:  # Whatever it is, it is this test's failure, and the others still run.
-            traceback.print_exc(file=sys.stdout)
-            failed.append(name)
-        verdict = "[  FAILED  ]" if name in failed else "[       OK ]"
-        print(f"{verdict} EndToEnd.{name} ({(time.monotonic() - started) * 1000:.0f} ms)", flush=True)
-    print(f"[==========] {len(tests)} tests ran.")
-    print(f"[  PASSED  ] {len(tests) - len(failed)} tests.")
-    if failed:
-        print(f"[  FAILED  ] {len(failed)} tests, named above.")
-    return 1 if failed else 0
-
-
 def main():
     global server
+    end_in_order()
     find_programs(sys.argv[1])
-    tests = [(name[5:], test) for name, test in globals().items() if name.startswith("test_")]
-    if len(sys.argv) > 2:
-        tests = [(name, test) for name, test in tests if name in sys.argv[2:]]
-    # Ended from outside, the run still leaves its blocks, so that its server ends with it.
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     with Server() as server:
-        return run_tests(tests)
+        return run_tests("EndToEnd", wanted_tests(globals(), sys.argv[2:]))
 
 
 if __name__ == "__main__":

@@ -24,8 +24,12 @@ def find_programs(folder):
     _folder = pathlib.Path(folder)
 
 
-def _command(program, arguments):
-    return [str(WINE), str(_folder / (program + ".exe"))] + [str(argument) for argument in arguments]
+def program_path(program):
+    return str(_folder / (program + ".exe"))
+
+
+def program_command(program, arguments):
+    return [str(WINE), program_path(program)] + [str(argument) for argument in arguments]
 
 
 class LineReader(threading.Thread):
@@ -65,7 +69,7 @@ class Client:
     """One run of a program with its streams going to pipes."""
 
     def __init__(self, *arguments, program="wpk_send"):
-        self._command = _command(program, arguments)
+        self._command = program_command(program, arguments)
         self._process = None
 
     def run(self, message=b""):
@@ -104,7 +108,7 @@ class Server:
     """A running message_server on a port of the system's choice."""
 
     def __init__(self, *arguments):
-        self._command = _command("message_server", ("--port", 0) + arguments)
+        self._command = program_command("message_server", ("--port", 0) + arguments)
 
     def __enter__(self):
         # A file rather than a pipe, which nobody would read.
@@ -131,7 +135,7 @@ class TerminalClient:
     """A run of the client on a terminal of its own."""
 
     def __init__(self, *arguments):
-        command = _command("wpk_send", arguments)
+        command = program_command("wpk_send", arguments)
         self._bytes = b""
         self._seen = 0
         self._pid, self._terminal = pty.fork()
