@@ -1,0 +1,32 @@
+// Options: what the command line says.
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+namespace desktop {
+
+/// What the library is initialised with, and what the fields begin with. The example server's port and a message that
+/// its service Lookup understands make a first try one key press.
+struct Options {
+    std::string server = "127.0.0.1";
+    std::uint16_t port = 8080;
+    std::string service = "Lookup";
+    std::string message = "<request><name>iron</name></request>";
+    int connection_type = 2;  ///< a WPK_CONNECTION_TYPE
+    std::string proxy_host;   ///< empty: no proxy
+    std::uint16_t proxy_port = 80;
+};
+
+/// The command line is wrong, or asks for help; what() is for the user.
+class Usage : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// @throws Usage
+Options ParseOptions(int argc, const char* const* argv);
+
+}  // namespace desktop

@@ -1,0 +1,63 @@
+// Session: the library as the window sees it: one message at a time, and all news through the mailbox.
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <wpk/wpk.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "mailbox.h"
+#include "options.h"
+
+namespace desktop {
+
+/// What the user wants sent. Server and service in ANSI, as the library's records want them.
+struct Message {
+    std::string server;
+    unsigned port;
+    std::string service;
+    std::string body;
+};
+
+/// The window's thread only. There is one, and it is never destroyed: the library has no shut-down, and its threads may
+/// read the message on its way until the process ends.
+class Session {
+public:
+    /// Initialises the library. @throws std::runtime_error where that fails.
+    Session(const Options& options, Mailbox& mailbox);
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    /// Only while none is running. @return false when the library cannot take it; then no outcome comes either.
+    bool Send(Message message);
+
+    /// Asks for the end of the running request, if there is one; its outcome still comes.
+    void Cancel();
+
+    /// To be called when the outcome has been taken out of the mailbox.
+    void RequestHasEnded();
+
+    bool IsRunning() const { return running_ != nullptr; }
+
+    /// Before the window goes: nothing comes through the mailbox any more, and what is on its way is cancelled.
+    void Leave();
+
+private:
+    struct Request;
+    struct RequestDeleter {
+        void operator()(Request* request) const;
+    };
+    using RequestOwner = std::unique_ptr<Request, RequestDeleter>;
+
+    static void OnDefaultNotification(WPK_CALLBACKSTRUCT* notification);
+    static void OnNotification(WPK_CALLBACKSTRUCT* notification);
+    void DeleteEndedRequests();
+
+    Mailbox& mailbox_;
+    RequestOwner running_;
+    std::vector<RequestOwner> ended_;
+};
+
+}  // namespace desktop

@@ -1,0 +1,22 @@
+// Texts between the window (UTF-16), the library's records (ANSI code page) and messages (UTF-8).
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace desktop {
+
+/// For what comes out of the library's records and off the command line.
+std::wstring FromAnsi(std::string_view text);
+
+/// For the names in the library's records. A character that the code page lacks becomes its nearest or a "?".
+std::string ToAnsi(std::wstring_view text);
+
+/// For the bytes of a reply, whose encoding nobody tells: UTF-8 where that is what they are, else the ANSI code page.
+std::wstring FromBytes(std::string_view bytes);
+
+/// For the bytes of a message.
+std::string ToUtf8(std::wstring_view text);
+
+}  // namespace desktop

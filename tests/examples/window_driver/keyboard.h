@@ -1,0 +1,15 @@
+// The keyboard: keys as a user presses them, for whatever program has the focus.
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+namespace window_driver {
+
+/// @param keys names of keys, held down together: "Enter", "Ctrl+Enter", "Alt+S".
+/// @throws std::runtime_error for a name that is none
+void PressKeys(const std::wstring& keys);
+
+void TypeText(const std::wstring& text);
+
+}  // namespace window_driver
