@@ -21,7 +21,7 @@ _folder = None
 
 def find_programs(folder):
     global _folder
-    _folder = pathlib.Path(folder)
+    _folder = pathlib.Path(folder).resolve()
 
 
 def program_path(program):

@@ -17,7 +17,13 @@ def check(condition, text):
 
 
 def check_equal(got, expected):
-    check(got == expected, f"got {got!r}, expected {expected!r}")
+    check(got == expected, f"got {_shown(got)}, expected {_shown(expected)}")
+
+
+def _shown(value):
+    """Some values are megabytes long."""
+    text = repr(value)
+    return text if len(text) <= 1000 else f"{text[:500]} ... {text[-500:]}"
 
 
 def wanted_tests(names, wanted):
