@@ -70,13 +70,15 @@ Outcome FailureOutcome(int error) {
 }
 
 /// The library's thread stands still in here while the user thinks; other requests are not held up by that.
-void AskForCredentials(Mailbox& mailbox, WPK_CALLBACKSTRUCT& notification) {
+void AskForCredentials(Mailbox& mailbox, WPK_CALLBACKSTRUCT& notification) try {
     auto& credentials = notification.body.credentials;
     const std::optional<Credentials> answer = mailbox.Ask(credentials.szUser);
     if (!answer) return;  // bRetry stays 0: the request ends.
     CopyText(answer->user, credentials.szUser);
     CopyText(answer->password, credentials.szPassword);
     credentials.bRetry = 1;
+} catch (const std::exception&) {
+    // Without memory there is no answer either.
 }
 
 }  // namespace
