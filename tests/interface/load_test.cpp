@@ -1,6 +1,6 @@
 // Many requests at once, accounted for one by one.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/import_patch.h"
+#include "interface/rig/heap_count.h"
 #include "interface/rig/peer.h"
 #include "interface/rig/process.h"
 #include "interface/rig/request.h"
@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <memory>
 
 namespace wpk::rig {
@@ -143,42 +141,9 @@ TEST(Load, RequestsOfEveryOutcome_LeaveNoThreadAndNoHandle) {
     EXPECT_EQ(HandleCount(), handles);
 }
 
-// The library's heap, counted at its imports.
-std::atomic<long> blocks{0};
-
-void* CountedMalloc(size_t size) {
-    void* block = std::malloc(size);
-    if (block) ++blocks;
-    return block;
-}
-
-void* CountedCalloc(size_t count, size_t size) {
-    void* block = std::calloc(count, size);
-    if (block) ++blocks;
-    return block;
-}
-
-void* CountedRealloc(void* block, size_t size) {
-    void* moved = std::realloc(block, size);
-    if (!block && moved) ++blocks;
-    if (block && !moved && size == 0) --blocks;
-    return moved;
-}
-
-void CountedFree(void* block) {
-    if (block) --blocks;
-    std::free(block);
-}
-
 TEST(Load, RequestsOfEveryKind_LeaveNoMemory) {
     const Library library = Library::LoadFresh();
-    const ImportPatch patches[] = {
-        {library.module(), "malloc", AddressOf(&CountedMalloc)},
-        {library.module(), "calloc", AddressOf(&CountedCalloc)},
-        {library.module(), "realloc", AddressOf(&CountedRealloc)},
-        {library.module(), "free", AddressOf(&CountedFree)},
-    };
-    for (const ImportPatch& patch : patches) ASSERT_TRUE(patch.Found());
+    const HeapCount heap(library.module());
     const WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);
     ASSERT_EQ(library.Init(&settings), 1);
 
@@ -198,9 +163,9 @@ TEST(Load, RequestsOfEveryKind_LeaveNoMemory) {
         ASSERT_TRUE(WaitForOtherThreads(before));
     };
     for (int i = 0; i < 3; ++i) round();
-    const long after_few = blocks;
+    const long after_few = heap.Blocks();
     for (int i = 0; i < 12; ++i) round();
-    EXPECT_EQ(blocks, after_few);
+    EXPECT_EQ(heap.Blocks(), after_few);
 }
 
 }  // namespace
