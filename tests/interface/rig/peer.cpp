@@ -43,7 +43,6 @@ void ConnectOnce(unsigned short port) {
 Connection::Connection(Peer& peer, SOCKET socket, size_t index) : peer_(peer), socket_(socket), index_(index) {
     const int patience = static_cast<int>(kPatience);
     const int on = 1;
-    setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&patience), sizeof patience);
     setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, reinterpret_cast<const char*>(&patience), sizeof patience);
     setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
 }
@@ -60,7 +59,7 @@ std::string Connection::ReadRequest() {
     char buffer[65536];
     while (request.size() < RequestLength(request)) {
         const size_t missing = std::min(sizeof buffer, RequestLength(request) - request.size());
-        const int count = recv(socket_, buffer, static_cast<int>(missing), 0);
+        const int count = Receive(buffer, missing);
         if (count <= 0) return {};
         request.append(buffer, static_cast<size_t>(count));
     }
@@ -73,7 +72,7 @@ std::string Connection::ReadBytes(size_t count) {
     while (bytes.size() < count) {
         char buffer[4096];
         const size_t missing = std::min(sizeof buffer, count - bytes.size());
-        const int read = recv(socket_, buffer, static_cast<int>(missing), 0);
+        const int read = Receive(buffer, missing);
         if (read <= 0) break;
         bytes.append(buffer, static_cast<size_t>(read));
     }
@@ -99,9 +98,26 @@ bool Connection::SendInPieces(std::string_view bytes, size_t piece) {
 bool Connection::WaitForEnd() {
     char buffer[65536];
     int count = 0;
-    while ((count = recv(socket_, buffer, sizeof buffer, 0)) > 0) {
+    while ((count = Receive(buffer, sizeof buffer)) > 0) {
     }
     return count == 0 || WSAGetLastError() != WSAETIMEDOUT;
+}
+
+// In short steps: Wine, when it is very busy, now and then forgets to wake a thread that waits for a socket; but it
+// does see what has come when it is asked again.
+int Connection::Receive(char* buffer, size_t size) {
+    constexpr DWORD kStep = 200;
+    for (DWORD waited = 0; waited < kPatience; waited += kStep) {
+        fd_set readable;
+        FD_ZERO(&readable);
+        FD_SET(socket_, &readable);
+        timeval step = {/*tv_sec=*/0, /*tv_usec=*/kStep * 1000};
+        const int ready = select(0, &readable, nullptr, nullptr, &step);
+        if (ready == SOCKET_ERROR) return SOCKET_ERROR;
+        if (ready == 1) return recv(socket_, buffer, static_cast<int>(size), 0);
+    }
+    WSASetLastError(WSAETIMEDOUT);
+    return SOCKET_ERROR;
 }
 
 void Connection::Close() {

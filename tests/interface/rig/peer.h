@@ -45,6 +45,9 @@ public:
     void Reset();
 
 private:
+    // As recv, with an end to its wait.
+    int Receive(char* buffer, size_t size);
+
     Peer& peer_;
     SOCKET socket_;
     size_t index_;
