@@ -167,7 +167,13 @@ void Peer::Serve() {
 }
 
 void Peer::NoteRequest(const std::string& request) {
-    monitor_.Update([&] { requests_.push_back(request); });
+    monitor_.Update([&] {
+        if (keep_requests_) requests_.push_back(request);
+    });
+}
+
+void Peer::KeepNoRequests() {
+    monitor_.Update([this] { keep_requests_ = false; });
 }
 
 size_t Peer::Connections() {

@@ -69,6 +69,8 @@ public:
     size_t Connections();
     // Waits until no connection is being served: the peer's own sockets are then closed.
     bool WaitUntilIdle();
+    // For peers that serve for hours: what is read from now on is not noted.
+    void KeepNoRequests();
     // The requests that have been read whole, in the order of their reading.
     std::vector<std::string> Requests();
     // Waits for the request of that number; empty when it does not come.
@@ -85,6 +87,7 @@ private:
     SOCKET listener_;
     Monitor monitor_;
     bool stopping_ = false;
+    bool keep_requests_ = true;
     size_t connections_ = 0;
     size_t ended_ = 0;
     std::vector<std::string> requests_;

@@ -1,0 +1,122 @@
+// The books of a run: what was sent and what came of it, kind by kind, and everything that does not add up.
+// SPDX-License-Identifier: MIT
+#include "soak/account.h"
+
+#include "interface/rig/process.h"
+
+#include <algorithm>
+
+namespace wpk::soak {
+namespace {
+
+// Of one fault there may be thousands.
+constexpr std::uint64_t kShownMismatches = 50;
+// A cancel is promised to be seen within 250 ms; the rest is what a machine under full load adds. Counted, not judged.
+constexpr ULONGLONG kCancelPromise = 250 + 500;
+
+unsigned long long Number(std::uint64_t number) {
+    return number;
+}
+
+std::string Listed(const std::map<int, std::uint64_t>& failures) {
+    std::string text;
+    for (auto one = failures.rbegin(); one != failures.rend(); ++one) {
+        text += " " + std::to_string(one->first) + ":" + std::to_string(one->second);
+    }
+    return text.empty() ? " none" : text;
+}
+
+}  // namespace
+
+Report::Report(const std::string& path) : file_(std::fopen(path.c_str(), "w")) {
+    if (!file_) rig::Die("cannot write " + path);
+}
+
+Report::~Report() {
+    std::fclose(file_);
+}
+
+void Report::Line(const char* format, ...) {
+    char line[1000];
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    monitor_.Update([&] {
+        for (std::FILE* file : {stdout, file_}) {
+            std::fprintf(file, "%s\n", line);
+            std::fflush(file);
+        }
+    });
+}
+
+void Account::NoteAccepted(const Job& job) {
+    monitor_.Update([&] {
+        ++all_.accepted;
+        ++kinds_[job.plan().kind].accepted;
+        bytes_out_ += job.MessageLength();
+    });
+}
+
+void Account::NoteRefused(bool as_expected) {
+    monitor_.Update([this] { ++refused_; });
+    if (!as_expected) NoteMismatch("a send was refused that is to be accepted, or the other way round");
+}
+
+void Account::NoteEnded(const Job& job, const std::string& wrong) {
+    const rig::Notification& last = job.Final();
+    monitor_.Update([&] {
+        ++ended_;
+        for (Tally* tally : {&all_, &kinds_[job.plan().kind]}) {
+            tally->longest = std::max(tally->longest, job.Took());
+            if (last.reason == WPK_REASON_REPLY) ++tally->replies;
+            if (last.reason == WPK_REASON_FAILURE) ++tally->failures[last.error];
+        }
+        bytes_back_ += last.bytes.size();
+        if (!job.Cancelled()) return;
+        ++cancels_;
+        if (last.error != WPK_ERROR_CANCELLED) {
+            ++cancels_too_late_;
+            return;
+        }
+        longest_cancel_ = std::max(longest_cancel_, job.CancelTook());
+        if (job.CancelTook() > kCancelPromise) ++late_cancels_;
+    });
+    if (!wrong.empty()) NoteMismatch(wrong + " (" + job.Describe() + ")");
+}
+
+void Account::NoteMismatch(const std::string& text) {
+    const std::uint64_t count = monitor_.Update([this] { return ++mismatches_; });
+    if (count <= kShownMismatches) report_.Line("MISMATCH: %s", text.c_str());
+}
+
+std::uint64_t Account::Accepted() {
+    return monitor_.Update([this] { return all_.accepted; });
+}
+
+std::uint64_t Account::InFlight() {
+    return monitor_.Update([this] { return all_.accepted - std::min(all_.accepted, ended_); });
+}
+
+std::uint64_t Account::Mismatches() {
+    return monitor_.Update([this] { return mismatches_; });
+}
+
+void Account::Print(const std::string& kind, const Tally& tally) {
+    report_.Line("%-16s %9llu %9llu %10llu %s", kind.c_str(), Number(tally.accepted), Number(tally.replies),
+                 tally.longest, Listed(tally.failures).c_str());
+}
+
+void Account::Print(unsigned int server_ends) {
+    report_.Line("%-16s %9s %9s %10s  failures by code", "kind", "requests", "replies", "longest ms");
+    for (const auto& [kind, tally] : kinds_) Print(kind, tally);
+    Print("all", all_);
+    report_.Line("refused sends: %llu; servers ended and started again: %u", Number(refused_), server_ends);
+    report_.Line(
+        "cancels: %llu, of them too late to change anything: %llu, seen after more than %llu ms: %llu, "
+        "longest: %llu ms",
+        Number(cancels_), Number(cancels_too_late_), kCancelPromise, Number(late_cancels_), longest_cancel_);
+    report_.Line("bytes of messages out: %llu, of replies back: %llu", Number(bytes_out_), Number(bytes_back_));
+}
+
+}  // namespace wpk::soak

@@ -1,0 +1,74 @@
+// The books of a run: what was sent and what came of it, kind by kind, and everything that does not add up.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_TESTS_SOAK_ACCOUNT_H
+#define WPK_TESTS_SOAK_ACCOUNT_H
+
+#include "soak/job.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <string>
+
+namespace wpk::soak {
+
+// Writes lines to standard output and to the report file. Any thread.
+class Report {
+public:
+    explicit Report(const std::string& path);
+    ~Report();
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
+
+    [[gnu::format(printf, 2, 3)]] void Line(const char* format, ...);
+
+private:
+    rig::Monitor monitor_;
+    std::FILE* file_;
+};
+
+// Any thread.
+class Account {
+public:
+    explicit Account(Report& report) : report_(report) {}
+
+    void NoteAccepted(const Job& job);
+    void NoteRefused(bool as_expected);
+    // Of a request that has ended, with what Judge said of it.
+    void NoteEnded(const Job& job, const std::string& wrong);
+    void NoteMismatch(const std::string& text);
+
+    std::uint64_t Accepted();
+    std::uint64_t InFlight();
+    std::uint64_t Mismatches();
+    void Print(unsigned int server_ends);
+
+private:
+    struct Tally {
+        std::uint64_t accepted = 0;
+        std::uint64_t replies = 0;
+        std::map<int, std::uint64_t> failures;
+        ULONGLONG longest = 0;
+    };
+
+    void Print(const std::string& kind, const Tally& tally);
+
+    Report& report_;
+    rig::Monitor monitor_;
+    std::map<std::string, Tally> kinds_;
+    Tally all_;
+    std::uint64_t ended_ = 0;
+    std::uint64_t refused_ = 0;
+    std::uint64_t bytes_out_ = 0;
+    std::uint64_t bytes_back_ = 0;
+    std::uint64_t cancels_ = 0;
+    std::uint64_t cancels_too_late_ = 0;
+    std::uint64_t late_cancels_ = 0;
+    ULONGLONG longest_cancel_ = 0;
+    std::uint64_t mismatches_ = 0;
+};
+
+}  // namespace wpk::soak
+
+#endif

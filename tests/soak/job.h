@@ -1,0 +1,92 @@
+// One request of the load: what is sent, what may come of it, and what has come.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_TESTS_SOAK_JOB_H
+#define WPK_TESTS_SOAK_JOB_H
+
+#include "interface/rig/request.h"
+#include "soak/server_process.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace wpk::soak {
+
+// When the application takes the request back.
+struct CancelPlan {
+    enum When { kNever, kAfter, kInProgress, kInFinal };
+    When when = kNever;
+    DWORD milliseconds = 0;  // kAfter: from the return of the send on
+};
+
+struct Plan {
+    const char* kind = "";
+    unsigned short port = 0;
+    std::string service = "Echo";
+    std::string message;
+    // Whether this body is the reply to that message. Empty: no reply may come.
+    std::function<bool(const std::string& message, const std::string& body)> right;
+    // The failures that may come without a cancel.
+    std::vector<int> errors;
+    CancelPlan cancel;
+    // Spoils the record so that the library finds it unusable.
+    bool without_server_name = false;
+    // The server that carries it, if it is one that dies; then the sight of it from before the request.
+    ServerProcess* server = nullptr;
+    ServerProcess::Sight sight = {};
+};
+
+class Job {
+public:
+    // `ended` is called once on the request's thread, at the end of its final callback.
+    Job(Plan plan, const rig::Library& library, std::function<void(Job&)> ended);
+
+    // False when the library refuses.
+    bool Send();
+    // Cancels, unless the final callback has begun already: until that has returned, the handle is this request's.
+    void Cancel();
+
+    // Waits until nothing can come any more.
+    bool WaitForThreadEnd();
+    // What is wrong with the outcome; empty when nothing is. After the end.
+    std::string Judge();
+
+    const Plan& plan() const { return plan_; }
+    size_t MessageLength() const { return request_.message().size(); }
+    bool Cancelled() const { return cancelled_at_ != 0; }
+    // The final notification; after the end.
+    const rig::Notification& Final() const { return final_; }
+    // How long the request went on after it had been cancelled.
+    ULONGLONG CancelTook() const { return ended_at_ - cancelled_at_; }
+    // From before the send to the final notification.
+    ULONGLONG Took() const { return ended_at_ - made_at_; }
+    std::string Describe() const;
+
+private:
+    void Inside(const WPK_CALLBACKSTRUCT& record);
+    void CheckProgress(const WPK_CALLBACKSTRUCT& record);
+    void CancelFromInside();
+    std::string JudgeNotifications();
+    std::string JudgeReply() const;
+    std::string JudgeFailure() const;
+
+    Plan plan_;
+    const rig::Library& library_;
+    std::function<void(Job&)> ended_;
+    rig::Request request_;
+    rig::Notification final_;
+    ULONGLONG made_at_ = GetTickCount64();
+
+    rig::Monitor monitor_;  // of what follows
+    bool sent_ = false;
+    bool final_begun_ = false;
+    ULONGLONG cancelled_at_ = 0;
+    ULONGLONG ended_at_ = 0;
+    unsigned int received_ = 0;
+    bool progress_wrong_ = false;
+};
+
+}  // namespace wpk::soak
+
+#endif

@@ -1,0 +1,32 @@
+// What the process holds at some moment: threads, handles, memory, files.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_TESTS_SOAK_LEVEL_H
+#define WPK_TESTS_SOAK_LEVEL_H
+
+#include "interface/rig/heap_count.h"
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace wpk::soak {
+
+struct Level {
+    size_t threads = 0;
+    size_t handles = 0;
+    size_t private_kb = 0;    // memory of the process's own
+    long library_blocks = 0;  // blocks that the library has allocated and not freed
+    size_t files = 0;         // temporary files
+
+    static Level Now(const rig::HeapCount& library_heap);
+};
+
+// A time and a value.
+using Point = std::pair<double, double>;
+
+// What a value grows by in each unit of time, as the line shows that fits the points best.
+double Slope(const std::vector<Point>& points);
+
+}  // namespace wpk::soak
+
+#endif

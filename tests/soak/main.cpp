@@ -1,0 +1,210 @@
+// Loads the library for minutes or hours with all that can go wrong going wrong, and accounts for every request.
+// SPDX-License-Identifier: MIT
+#include "interface/rig/heap_count.h"
+#include "interface/rig/process.h"
+#include "soak/account.h"
+#include "soak/level.h"
+#include "soak/load.h"
+#include "soak/traffic.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+
+namespace wpk::soak {
+namespace {
+
+constexpr DWORD kWarmUpMs = 6000;
+constexpr DWORD kShortestSeconds = 60;
+// Between two looks at the process without any request in flight.
+constexpr DWORD kRoundMs = 4 * 60 * 1000;
+// Memory that the system's heap keeps for later, more or less of it each time.
+constexpr size_t kPrivateRoomKb = 16 * 1024;
+
+struct Options {
+    DWORD seconds = 0;
+    std::uint64_t seed = 0;
+};
+
+std::optional<std::uint64_t> Number(const char* text) {
+    char* end = nullptr;
+    const std::uint64_t number = std::strtoull(text, &end, 10);
+    if (end == text || *end != '\0') return std::nullopt;
+    return number;
+}
+
+std::optional<Options> ParseOptions(int argc, char** argv) {
+    Options options;
+    options.seed = GetTickCount64() ^ GetCurrentProcessId();
+    for (int i = 1; i < argc; i += 2) {
+        const auto number = i + 1 < argc ? Number(argv[i + 1]) : std::nullopt;
+        if (!number) return std::nullopt;
+        if (std::strcmp(argv[i], "--seconds") == 0) {
+            options.seconds = static_cast<DWORD>(*number);
+        } else if (std::strcmp(argv[i], "--seed") == 0) {
+            options.seed = *number;
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (options.seconds < kShortestSeconds) return std::nullopt;
+    return options;
+}
+
+// The library under load, and the process around it.
+class Soak {
+public:
+    explicit Soak(const Options& options)
+        : options_(options),
+          report_(rig::ProgramFolder() + "soak.txt"),
+          library_(rig::Library::LoadFresh()),
+          heap_(library_.module()),
+          account_(report_),
+          peers_(options.seed),
+          traffic_(peers_, steady_, dying_),
+          load_(library_, traffic_, dying_, account_, options.seed) {}
+
+    int Run() {
+        report_.Line("seed %llu, %lu seconds", static_cast<unsigned long long>(options_.seed), options_.seconds);
+        const WPK_INITSTRUCT settings = rig::PermanentSettings(everybody_);
+        if (library_.Init(&settings) != 1) rig::Die("WPK_Init failed");
+        begin_ = GetTickCount64();
+        {
+            const rig::Thread watch([this] { Watch(); });
+            known_threads_ = rig::ThreadIds();
+            if (!RunRounds()) GiveUp();
+            over_.Set();
+        }
+        account_.Print(dying_.Ends());
+        PrintTrend();
+        return PrintVerdict();
+    }
+
+private:
+    DWORD Elapsed() const { return static_cast<DWORD>(GetTickCount64() - begin_); }
+
+    bool RunRounds() {
+        if (!load_.RunRound(kWarmUpMs)) return false;
+        // In its second life like in every later one.
+        dying_.Kill();
+        dying_.Start();
+        const Level first = QuietLevel("after warm-up");
+        const DWORD whole = std::max(options_.seconds * 1000, 2 * Elapsed());
+        while (Elapsed() < whole) {
+            const DWORD left = whole - Elapsed();
+            // No round too short for anything to happen in it.
+            if (!load_.RunRound(left < 2 * kRoundMs ? left : kRoundMs)) return false;
+            Compare(first, QuietLevel("at rest"));
+        }
+        return true;
+    }
+
+    Level QuietLevel(const char* when) {
+        if (!peers_.WaitUntilIdle()) account_.NoteMismatch("a peer's connection does not end");
+        if (!rig::WaitForOtherThreads(known_threads_)) account_.NoteMismatch("a thread of the library does not end");
+        const Level level = Level::Now(heap_);
+        Print(level, when);
+        quiet_.emplace_back(Elapsed() / 60000.0, static_cast<double>(level.private_kb));
+        return level;
+    }
+
+    void Compare(const Level& first, const Level& now) {
+        CompareOne("threads", first.threads, now.threads);
+        CompareOne("handles", first.handles, now.handles);
+        CompareOne("blocks of the library's", static_cast<size_t>(first.library_blocks),
+                   static_cast<size_t>(now.library_blocks));
+        CompareOne("temporary files", 0, now.files);
+        if (now.private_kb > first.private_kb + kPrivateRoomKb) {
+            CompareOne("KB of private memory", first.private_kb, now.private_kb);
+        }
+    }
+
+    void CompareOne(const char* what, size_t first, size_t now) {
+        if (first == now) return;
+        account_.NoteMismatch(std::string(what) + ": " + std::to_string(first) + " after warm-up, " +
+                              std::to_string(now) + " now");
+    }
+
+    void Print(const Level& level, const char* when) {
+        report_.Line("%6lu s %8llu requests %4llu in flight %4llu threads %5llu handles %7llu KB %6ld blocks %s",
+                     Elapsed() / 1000, static_cast<unsigned long long>(account_.Accepted()),
+                     static_cast<unsigned long long>(account_.InFlight()),
+                     static_cast<unsigned long long>(level.threads), static_cast<unsigned long long>(level.handles),
+                     static_cast<unsigned long long>(level.private_kb), level.library_blocks, when);
+    }
+
+    void Watch() {
+        const DWORD step = options_.seconds < 300 ? 5000 : 30000;
+        while (!over_.Wait(step)) {
+            const Level level = Level::Now(heap_);
+            Print(level, "");
+            samples_.emplace_back(Elapsed() / 60000.0, static_cast<double>(level.private_kb));
+        }
+    }
+
+    void PrintTrend() {
+        report_.Line("growth of private memory, second half: %+.1f KB a minute under load, %+.1f KB a minute at rest",
+                     Slope(SecondHalf(samples_)), Slope(SecondHalf(quiet_)));
+    }
+
+    static std::vector<Point> SecondHalf(const std::vector<Point>& points) {
+        // Two points at least, for a line.
+        const size_t count = std::min(points.size(), std::max<size_t>(2, (points.size() + 1) / 2));
+        return std::vector<Point>(points.end() - static_cast<std::ptrdiff_t>(count), points.end());
+    }
+
+    int PrintVerdict() {
+        if (!everybody_.All().empty()) account_.NoteMismatch("the default callback was called");
+        if (account_.InFlight() != 0) account_.NoteMismatch("requests without an end");
+        const auto mismatches = static_cast<unsigned long long>(account_.Mismatches());
+        // As GoogleTest says it, so that it is counted with the other tests.
+        if (mismatches == 0) {
+            report_.Line("[  PASSED  ] 1 test.");
+            return 0;
+        }
+        report_.Line("[  FAILED  ] 1 test: %llu mismatches, named above; the seed was %llu.", mismatches,
+                     static_cast<unsigned long long>(options_.seed));
+        return 1;
+    }
+
+    // Requests are still using what would be taken down now.
+    [[noreturn]] void GiveUp() {
+        account_.Print(dying_.Ends());
+        PrintVerdict();
+        TerminateProcess(GetCurrentProcess(), 1);
+        std::abort();
+    }
+
+    Options options_;
+    Report report_;
+    rig::Inbox& everybody_ = *new rig::Inbox;  // as long as the process: the library may call it any time
+    rig::Library library_;
+    rig::HeapCount heap_;
+    Account account_;
+    Peers peers_;
+    ServerProcess steady_;
+    ServerProcess dying_;
+    Traffic traffic_;
+    Load load_;
+    ULONGLONG begin_ = 0;
+    std::set<DWORD> known_threads_;
+    rig::Signal over_;
+    std::vector<Point> samples_;  // minutes, KB of private memory
+    std::vector<Point> quiet_;    // the same, without any request in flight
+};
+
+}  // namespace
+}  // namespace wpk::soak
+
+int main(int argc, char** argv) {
+    const auto options = wpk::soak::ParseOptions(argc, argv);
+    if (!options) {
+        std::fprintf(stderr, "usage: soak --seconds NUMBER [--seed NUMBER]    (60 seconds at least)\n");
+        return 2;
+    }
+    wpk::rig::EnterScratchFolder(/*clean=*/true);
+    WSADATA sockets;
+    if (WSAStartup(MAKEWORD(2, 2), &sockets) != 0) wpk::rig::Die("no sockets");
+    return wpk::soak::Soak(*options).Run();
+}

@@ -1,0 +1,76 @@
+// The scripted peers of the load: each request to the actor says what is to be done to it, the others do one thing.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_TESTS_SOAK_PEERS_H
+#define WPK_TESTS_SOAK_PEERS_H
+
+#include "interface/rig/peer.h"
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+namespace wpk::soak {
+
+// What the actor does with a request. It travels as the beginning of the message.
+struct Act {
+    enum What : unsigned {
+        kReply,      // a good reply
+        kSlowly,     // the same in pieces, with pauses
+        kCut,        // the first bytes of a good reply, then the end of the connection
+        kReset,      // the same with a reset
+        kStall,      // the first bytes of a good reply, then nothing
+        kWrongHead,  // the wrong head of that number
+    };
+    What what = kReply;
+    size_t body_length = 0;
+    size_t body_offset = 0;  // where in Bytes() the body begins
+    size_t place = 0;        // the first bytes' count, the pieces' count, or the head's number
+
+    std::string Text() const;
+    static Act In(const std::string& message);
+    // The whole good reply.
+    std::string Reply() const;
+};
+
+// A reply with something wrong in its head, and the code that the request must end with; 0 when it is to be accepted.
+struct WrongHead {
+    const char* bytes;
+    int error;
+};
+extern const WrongHead kWrongHeads[];
+extern const size_t kWrongHeadCount;
+
+class Peers {
+public:
+    explicit Peers(std::uint64_t seed);
+
+    // Does as the request says.
+    unsigned short Actor() const { return actor_.port(); }
+    // The same, after it has left the connection alone for a while.
+    unsigned short LateActor() const { return late_actor_.port(); }
+    // Ends the connection before it has answered anything: at once, amid the request, or behind it.
+    unsigned short Cutter() const { return cutter_.port(); }
+    // Takes the connection and reads nothing for a while, then everything, and never answers.
+    unsigned short Deaf() const { return deaf_.port(); }
+    // Does not even take the connection.
+    unsigned short Full() const { return full_.port(); }
+
+    // Waits until no peer has a connection.
+    bool WaitUntilIdle();
+
+private:
+    size_t NextChoice(size_t limit);
+    void CutEarly(rig::Connection& connection);
+
+    std::uint64_t seed_;
+    std::atomic<std::uint64_t> choices_{0};
+    rig::Peer actor_;
+    rig::Peer late_actor_;
+    rig::Peer cutter_;
+    rig::Peer deaf_;
+    rig::FullListener full_;
+};
+
+}  // namespace wpk::soak
+
+#endif

@@ -1,0 +1,229 @@
+// What an application under load sends: requests of every kind and size, at random.
+// SPDX-License-Identifier: MIT
+#include "soak/traffic.h"
+
+#include <algorithm>
+
+namespace wpk::soak {
+
+struct Traffic::Sort {
+    size_t weight;
+    Plan (Traffic::*make)(Random& random) const;
+};
+
+const Traffic::Sort Traffic::kSorts[] = {
+    {26, &Traffic::Echo},          {8, &Traffic::Reverse},   {10, &Traffic::Generate},
+    {4, &Traffic::ShortSleep},     {2, &Traffic::LongSleep}, {4, &Traffic::BadMessage},
+    {5, &Traffic::UnknownService}, {2, &Traffic::Unusable},  {9, &Traffic::Reply},
+    {4, &Traffic::SlowReply},      {9, &Traffic::Cut},       {6, &Traffic::CutEarly},
+    {9, &Traffic::WrongHead},      {3, &Traffic::Stall},     {2, &Traffic::Deaf},
+    {1, &Traffic::NotAccepted},
+};
+
+namespace {
+
+std::string AnyMessage(Random& random) {
+    const size_t offset = AnyOffset(random);
+    return std::string(Stretch(offset, AnySize(random)));
+}
+
+Act AnyReply(Random& random) {
+    Act act;
+    act.body_length = AnySize(random);
+    act.body_offset = AnyOffset(random);
+    return act;
+}
+
+bool IsAlphabet(const std::string& body, size_t length) {
+    if (body.size() != length) return false;
+    for (size_t i = 0; i < length; ++i) {
+        if (body[i] != static_cast<char>('a' + i % 26)) return false;
+    }
+    return true;
+}
+
+// For requests that would not end by themselves.
+void CancelSoon(Random& random, Plan& plan) {
+    plan.cancel = {CancelPlan::kAfter, static_cast<DWORD>(random.Below(700))};
+}
+
+// Of the others, every eighth is taken back somewhere.
+void PerhapsCancel(Random& random, Plan& plan) {
+    if (plan.cancel.when != CancelPlan::kNever || !random.OneIn(8)) return;
+    plan.cancel.when = static_cast<CancelPlan::When>(random.Between(CancelPlan::kAfter, CancelPlan::kInFinal));
+    plan.cancel.milliseconds = random.OneIn(3) ? 0 : static_cast<DWORD>(random.Below(60));
+}
+
+}  // namespace
+
+Plan Traffic::Next(Random& random) const {
+    size_t total = 0;
+    for (const Sort& sort : kSorts) total += sort.weight;
+    size_t choice = random.Below(total);
+    const Sort* sort = kSorts;
+    while (choice >= sort->weight) choice -= (sort++)->weight;
+    Plan plan = (this->*sort->make)(random);
+    PerhapsCancel(random, plan);
+    return plan;
+}
+
+Plan Traffic::ToServer(Random& random, const char* kind, const char* service, std::string message) const {
+    Plan plan;
+    plan.kind = kind;
+    plan.service = service;
+    plan.message = std::move(message);
+    ServerProcess* server = random.OneIn(3) ? &dying_ : &steady_;
+    plan.sight = server->Look();
+    // A request to a dead port ends after 30 seconds only: a few are enough, or there would soon be nothing else.
+    if (!plan.sight.up && !random.OneIn(10)) {
+        server = &steady_;
+        plan.sight = server->Look();
+    }
+    plan.server = server;
+    plan.port = plan.sight.port;
+    return plan;
+}
+
+Plan Traffic::ToActor(Random& random, const char* kind, const Act& act) const {
+    Plan plan;
+    plan.kind = kind;
+    plan.port = random.OneIn(5) ? peers_.LateActor() : peers_.Actor();
+    plan.message = act.Text() + AnyMessage(random);
+    return plan;
+}
+
+Plan Traffic::Echo(Random& random) const {
+    Plan plan = ToServer(random, "echo", "Echo", AnyMessage(random));
+    plan.right = [](const std::string& message, const std::string& body) { return body == message; };
+    return plan;
+}
+
+Plan Traffic::Reverse(Random& random) const {
+    Plan plan = ToServer(random, "reverse", "Reverse", AnyMessage(random));
+    plan.right = [](const std::string& message, const std::string& body) {
+        return std::equal(body.begin(), body.end(), message.rbegin(), message.rend());
+    };
+    return plan;
+}
+
+Plan Traffic::Generate(Random& random) const {
+    const size_t length = AnySize(random);
+    Plan plan = ToServer(random, "generate", "Generate", std::to_string(length));
+    plan.right = [length](const std::string&, const std::string& body) { return IsAlphabet(body, length); };
+    return plan;
+}
+
+Plan Traffic::ShortSleep(Random& random) const {
+    Plan plan = ToServer(random, "short sleep", "Sleep", std::to_string(random.Below(200)));
+    plan.right = [](const std::string& message, const std::string& body) {
+        return body == "Slept for " + message + " ms.\n";
+    };
+    return plan;
+}
+
+Plan Traffic::LongSleep(Random& random) const {
+    Plan plan = ToServer(random, "long sleep", "Sleep", "600000");
+    CancelSoon(random, plan);
+    return plan;
+}
+
+Plan Traffic::UnknownService(Random& random) const {
+    Plan plan = ToServer(random, "unknown service", "Nonsense", AnyMessage(random));
+    plan.errors = {WPK_ERROR_NO_SERVICE};
+    return plan;
+}
+
+Plan Traffic::BadMessage(Random& random) const {
+    Plan plan = ToServer(random, "bad message", "Generate", "many");
+    plan.errors = {WPK_ERROR_EXCHANGE};
+    return plan;
+}
+
+Plan Traffic::Unusable(Random& random) const {
+    Plan plan = ToServer(random, "unusable record", "Echo", AnyMessage(random));
+    plan.without_server_name = true;
+    plan.errors = {WPK_ERROR_BAD_REQUEST};
+    return plan;
+}
+
+Plan Traffic::Reply(Random& random) const {
+    const Act act = AnyReply(random);
+    Plan plan = ToActor(random, "reply", act);
+    plan.right = [act](const std::string&, const std::string& body) {
+        return body == Stretch(act.body_offset, act.body_length);
+    };
+    return plan;
+}
+
+Plan Traffic::SlowReply(Random& random) const {
+    Act act = AnyReply(random);
+    act.what = Act::kSlowly;
+    act.place = random.Between(2, 25);
+    Plan plan = ToActor(random, "slow reply", act);
+    plan.right = [act](const std::string&, const std::string& body) {
+        return body == Stretch(act.body_offset, act.body_length);
+    };
+    return plan;
+}
+
+Plan Traffic::Cut(Random& random) const {
+    Act act = AnyReply(random);
+    act.what = random.OneIn(2) ? Act::kCut : Act::kReset;
+    // In the head as often as in the body.
+    const size_t head = rig::OkHead(act.body_length).size();
+    act.place = random.Below(random.OneIn(2) ? head : head + act.body_length);
+    Plan plan = ToActor(random, act.what == Act::kCut ? "cut" : "reset", act);
+    plan.errors = {WPK_ERROR_EXCHANGE};
+    return plan;
+}
+
+Plan Traffic::CutEarly(Random& random) const {
+    Plan plan;
+    plan.kind = "cut early";
+    plan.port = peers_.Cutter();
+    plan.message = AnyMessage(random);
+    plan.errors = {WPK_ERROR_EXCHANGE};
+    return plan;
+}
+
+Plan Traffic::WrongHead(Random& random) const {
+    Act act;
+    act.what = Act::kWrongHead;
+    act.place = random.Below(kWrongHeadCount);
+    Plan plan = ToActor(random, "wrong head", act);
+    const int error = kWrongHeads[act.place].error;
+    if (error != 0) plan.errors = {error};
+    if (error == 0) plan.right = [](const std::string&, const std::string& body) { return body == "hi"; };
+    return plan;
+}
+
+Plan Traffic::Stall(Random& random) const {
+    Act act = AnyReply(random);
+    act.what = Act::kStall;
+    const size_t head = rig::OkHead(act.body_length).size();
+    // Short of the whole by one byte at least, which for an empty body is the head's last.
+    act.place = random.Below(random.OneIn(2) ? head : head + act.body_length);
+    Plan plan = ToActor(random, "stall", act);
+    CancelSoon(random, plan);
+    return plan;
+}
+
+Plan Traffic::Deaf(Random& random) const {
+    Plan plan;
+    plan.kind = "deaf peer";
+    plan.port = peers_.Deaf();
+    plan.message = AnyMessage(random);
+    CancelSoon(random, plan);
+    return plan;
+}
+
+Plan Traffic::NotAccepted(Random& random) const {
+    Plan plan;
+    plan.kind = "not accepted";
+    plan.port = peers_.Full();
+    plan.message = AnyMessage(random);
+    CancelSoon(random, plan);
+    return plan;
+}
+
+}  // namespace wpk::soak
