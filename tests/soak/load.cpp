@@ -81,7 +81,7 @@ void Load::CancelWhenDue() {
             const auto end = cancels_.upper_bound(GetTickCount64());
             for (auto one = cancels_.begin(); one != end; ++one) due.push_back(one->second);
             cancels_.erase(cancels_.begin(), end);
-            return cancelling_ || !cancels_.empty();
+            return cancelling_;
         });
         for (const JobPointer& job : due) job->Cancel();
         Sleep(kLookForCancelsMs);

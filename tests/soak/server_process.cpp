@@ -61,7 +61,8 @@ private:
 // The process, with its standard output and errors going to the pipe.
 HANDLE Launch(HANDLE output) {
     const std::string program = rig::ProgramFolder() + "message_server.exe";
-    std::string command = "\"" + program + "\" --port 0";
+    // A machine under full load may be slow, but must not seem dead to the server.
+    std::string command = "\"" + program + "\" --port 0 --timeout 600";
     OnlyInherited inherited(output);
     STARTUPINFOEXA startup = {};
     startup.StartupInfo.cb = sizeof startup;
@@ -70,9 +71,14 @@ HANDLE Launch(HANDLE output) {
     startup.StartupInfo.hStdError = output;
     startup.lpAttributeList = inherited.List();
     PROCESS_INFORMATION started = {};
-    if (!CreateProcessA(program.c_str(), command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE,
-                        EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, &startup.StartupInfo, &started)) {
-        rig::Die("cannot start " + program);
+    // Wine, when it is very busy, now and then cannot start a process, and can a moment later.
+    constexpr int kTries = 40;
+    constexpr DWORD kPauseMs = 250;
+    for (int i = 0; !CreateProcessA(program.c_str(), command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE,
+                                    EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, &startup.StartupInfo, &started);
+         ++i) {
+        if (i == kTries) rig::Die("cannot start " + program);
+        Sleep(kPauseMs);
     }
     CloseHandle(started.hThread);
     AssignProcessToJobObject(Leash(), started.hProcess);
@@ -88,12 +94,30 @@ unsigned short PortIn(const std::string& line) {
 
 }  // namespace
 
-ServerProcess::ServerProcess() {
+ServerProcess::ServerProcess() : knocker_([this] { Knock(); }) {
     Start();
 }
 
 ServerProcess::~ServerProcess() {
+    over_.Set();
+    knocker_.Join();
     Kill();
+}
+
+// Wine, when it is very busy, now and then forgets to wake a server that waits for connections; the next one wakes it.
+void ServerProcess::Knock() {
+    constexpr DWORD kKnockMs = 1000;
+    while (!over_.Wait(kKnockMs)) {
+        const Sight sight = Look();
+        if (!sight.up) continue;
+        const SOCKET caller = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(sight.port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        connect(caller, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        closesocket(caller);
+    }
 }
 
 void ServerProcess::Start() {

@@ -34,9 +34,13 @@ public:
     unsigned int Ends();
 
 private:
+    void Knock();
+
     rig::Monitor monitor_;
     Sight now_;
     HANDLE process_ = nullptr;
+    rig::Signal over_;
+    rig::Thread knocker_;  // last: it uses the others
 };
 
 }  // namespace wpk::soak
