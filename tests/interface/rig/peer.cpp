@@ -31,11 +31,20 @@ SOCKET BindToLoopback(unsigned short& port) {
     return bound;
 }
 
-void ConnectOnce(unsigned short port) {
-    const SOCKET caller = socket(AF_INET, SOCK_STREAM, 0);
-    const sockaddr_in address = Loopback(port);
-    connect(caller, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    closesocket(caller);
+// Peers wait in short steps: Wine, when it is very busy, now and then forgets to wake a thread that waits for a socket;
+// but it does see what has come when it is asked again.
+constexpr DWORD kStepMs = 200;
+// What is sent is sent: the other side's end is waited for out of courtesy. Wine, when it is very busy, now and then
+// keeps a connection open that the other side has closed.
+constexpr DWORD kGoodbyeMs = 15000;
+
+// Waits for one step. As select: 1 when there is something to take in.
+int LookForInput(SOCKET socket) {
+    fd_set readable;
+    FD_ZERO(&readable);
+    FD_SET(socket, &readable);
+    timeval step = {/*tv_sec=*/0, /*tv_usec=*/kStepMs * 1000};
+    return select(0, &readable, nullptr, nullptr, &step);
 }
 
 }  // namespace
@@ -47,10 +56,13 @@ Connection::Connection(Peer& peer, SOCKET socket, size_t index) : peer_(peer), s
     setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
 }
 
+Connection::Connection(Connection&& other) noexcept
+    : peer_(other.peer_), socket_(std::exchange(other.socket_, INVALID_SOCKET)), index_(other.index_) {}
+
 Connection::~Connection() {
     if (socket_ == INVALID_SOCKET) return;
     shutdown(socket_, SD_SEND);
-    WaitForEnd();
+    WaitForEnd(kGoodbyeMs);
     Close();
 }
 
@@ -95,24 +107,17 @@ bool Connection::SendInPieces(std::string_view bytes, size_t piece) {
     return true;
 }
 
-bool Connection::WaitForEnd() {
+bool Connection::WaitForEnd(DWORD patience) {
     char buffer[65536];
     int count = 0;
-    while ((count = Receive(buffer, sizeof buffer)) > 0) {
+    while ((count = Receive(buffer, sizeof buffer, patience)) > 0) {
     }
     return count == 0 || WSAGetLastError() != WSAETIMEDOUT;
 }
 
-// In short steps: Wine, when it is very busy, now and then forgets to wake a thread that waits for a socket; but it
-// does see what has come when it is asked again.
-int Connection::Receive(char* buffer, size_t size) {
-    constexpr DWORD kStep = 200;
-    for (DWORD waited = 0; waited < kPatience; waited += kStep) {
-        fd_set readable;
-        FD_ZERO(&readable);
-        FD_SET(socket_, &readable);
-        timeval step = {/*tv_sec=*/0, /*tv_usec=*/kStep * 1000};
-        const int ready = select(0, &readable, nullptr, nullptr, &step);
+int Connection::Receive(char* buffer, size_t size, DWORD patience) {
+    for (DWORD waited = 0; waited < patience; waited += kStepMs) {
+        const int ready = LookForInput(socket_);
         if (ready == SOCKET_ERROR) return SOCKET_ERROR;
         if (ready == 1) return recv(socket_, buffer, static_cast<int>(size), 0);
     }
@@ -139,31 +144,34 @@ Peer::Peer(Script script, int threads, unsigned short port)
 
 Peer::~Peer() {
     monitor_.Update([this] { stopping_ = true; });
-    // Closing a listener under a waiting accept is not safe everywhere; a caller of our own is.
-    for (size_t i = 0; i < threads_.size(); ++i) ConnectOnce(port_);
     threads_.clear();
     closesocket(listener_);
 }
 
 void Peer::Serve() {
-    for (;;) {
-        const SOCKET accepted = accept(listener_, nullptr, nullptr);
-        if (accepted == INVALID_SOCKET) return;
-        size_t index = 0;
-        const bool stop = monitor_.Update([&] {
-            if (!stopping_) index = connections_++;
-            return stopping_;
-        });
-        if (stop) {
-            closesocket(accepted);
-            return;
-        }
+    // What the system makes for each thread on its first wait is there before any test counts handles.
+    LookForInput(listener_);
+    for (SOCKET accepted = Accept(); accepted != INVALID_SOCKET; accepted = Accept()) {
+        const size_t index = monitor_.Update([this] { return connections_++; });
         {
             Connection connection(*this, accepted, index);
             script_(connection);
         }
         monitor_.Update([this] { ++ended_; });
     }
+}
+
+// The next connection; none once the peer stops. One thread at a time waits for it.
+SOCKET Peer::Accept() {
+    return accepting_.Update([this] {
+        while (!monitor_.Update([this] { return stopping_; })) {
+            if (LookForInput(listener_) != 1) continue;
+            const SOCKET accepted = accept(listener_, nullptr, nullptr);
+            // The caller may have gone again.
+            if (accepted != INVALID_SOCKET) return accepted;
+        }
+        return INVALID_SOCKET;
+    });
 }
 
 void Peer::NoteRequest(const std::string& request) {

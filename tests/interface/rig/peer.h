@@ -20,6 +20,8 @@ public:
     Connection(Peer& peer, SOCKET socket, size_t index);
     // Ends the stream properly: says that no more comes, reads what is still sent, closes.
     ~Connection();
+    // For scripts that keep connections beyond their own end.
+    Connection(Connection&& other) noexcept;
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
@@ -37,7 +39,7 @@ public:
     bool SendInPieces(std::string_view bytes, size_t piece);
 
     // Reads until the other side closes or resets the connection; false when it stays.
-    bool WaitForEnd();
+    bool WaitForEnd(DWORD patience = kPatience);
 
     // Closes without a word (the other side reads the end of the stream).
     void Close();
@@ -46,7 +48,7 @@ public:
 
 private:
     // As recv, with an end to its wait.
-    int Receive(char* buffer, size_t size);
+    int Receive(char* buffer, size_t size, DWORD patience = kPatience);
 
     Peer& peer_;
     SOCKET socket_;
@@ -80,12 +82,14 @@ private:
     friend class Connection;
 
     void Serve();
+    SOCKET Accept();
     void NoteRequest(const std::string& request);
 
     Script script_;
     unsigned short port_ = 0;  // before the listener, which fills it
     SOCKET listener_;
-    Monitor monitor_;
+    Monitor accepting_;
+    Monitor monitor_;  // of what follows
     bool stopping_ = false;
     bool keep_requests_ = true;
     size_t connections_ = 0;
