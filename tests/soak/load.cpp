@@ -79,11 +79,13 @@ void Load::CancelWhenDue() {
         std::vector<JobPointer> due;
         go_on = cancels_monitor_.Update([&] {
             const auto end = cancels_.upper_bound(GetTickCount64());
-            for (auto one = cancels_.begin(); one != end; ++one) due.push_back(one->second);
+            for (auto one = cancels_.begin(); one != end; ++one) due.push_back(one->second.lock());
             cancels_.erase(cancels_.begin(), end);
             return cancelling_;
         });
-        for (const JobPointer& job : due) job->Cancel();
+        for (const JobPointer& job : due) {
+            if (job) job->Cancel();
+        }
         Sleep(kLookForCancelsMs);
     }
 }

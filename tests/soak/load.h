@@ -52,7 +52,7 @@ private:
 
     rig::Monitor cancels_monitor_;  // of what follows
     bool cancelling_ = false;
-    std::multimap<ULONGLONG, JobPointer> cancels_;
+    std::multimap<ULONGLONG, std::weak_ptr<Job>> cancels_;
 };
 
 }  // namespace wpk::soak

@@ -14,6 +14,8 @@ namespace {
 
 constexpr int kActors = 24;
 constexpr int kOthers = 8;
+// Whoever gets no answer here is cancelled, and has closed the connection, long before.
+constexpr DWORD kCancelMs = 15000;
 
 void SendSlowly(rig::Connection& connection, const std::string& reply, size_t pieces) {
     const size_t piece = reply.size() / pieces + 1;
@@ -45,7 +47,7 @@ void Perform(rig::Connection& connection) {
             break;
         case Act::kStall:
             connection.Send(act.Reply().substr(0, act.place));
-            connection.WaitForEnd();
+            connection.WaitForEnd(kCancelMs);
             break;
         case Act::kWrongHead:
             connection.Send(kWrongHeads[act.place].bytes);
@@ -118,7 +120,7 @@ Peers::Peers(std::uint64_t seed)
           [this](rig::Connection& connection) {
               connection.ReadBytes(4);
               Sleep(static_cast<DWORD>(NextChoice(500)));
-              connection.WaitForEnd();
+              connection.WaitForEnd(kCancelMs);
           },
           kOthers) {
     for (rig::Peer* peer : {&actor_, &late_actor_, &cutter_, &deaf_}) peer->KeepNoRequests();

@@ -47,6 +47,11 @@ void CancelSoon(Random& random, Plan& plan) {
     plan.cancel = {CancelPlan::kAfter, static_cast<DWORD>(random.Below(700))};
 }
 
+// Wine now and then keeps a connection open that its peer has closed: the request would then wait for a minute.
+void CancelAtLast(Plan& plan) {
+    plan.cancel = {CancelPlan::kAfter, 6000};
+}
+
 // Of the others, every eighth is taken back somewhere.
 void PerhapsCancel(Random& random, Plan& plan) {
     if (plan.cancel.when != CancelPlan::kNever || !random.OneIn(8)) return;
@@ -79,6 +84,9 @@ Plan Traffic::ToServer(Random& random, const char* kind, const char* service, st
         server = &steady_;
         plan.sight = server->Look();
     }
+    // Of a process that is ended, Wine now and then keeps a connection open: in the middle of a reply, nothing but a
+    // cancel would end such a request.
+    if (server == &dying_) plan.cancel = {CancelPlan::kAfter, 45000};
     plan.server = server;
     plan.port = plan.sight.port;
     return plan;
@@ -174,6 +182,7 @@ Plan Traffic::Cut(Random& random) const {
     act.place = random.Below(random.OneIn(2) ? head : head + act.body_length);
     Plan plan = ToActor(random, act.what == Act::kCut ? "cut" : "reset", act);
     plan.errors = {WPK_ERROR_EXCHANGE};
+    if (!random.OneIn(8)) CancelAtLast(plan);
     return plan;
 }
 
@@ -183,8 +192,7 @@ Plan Traffic::CutEarly(Random& random) const {
     plan.port = peers_.Cutter();
     plan.message = AnyMessage(random);
     plan.errors = {WPK_ERROR_EXCHANGE};
-    // Wine now and then keeps a connection open that the peer has closed at once. The request would wait for a minute.
-    plan.cancel = {CancelPlan::kAfter, 6000};
+    CancelAtLast(plan);
     return plan;
 }
 
