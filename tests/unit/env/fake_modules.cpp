@@ -91,18 +91,29 @@ namespace script {
 
 namespace {
 
-/// Guarded by the lock. The one thread that enumerates reads its scene without it.
+/// Guarded by the lock.
 struct State {
     Semaphore lock{SemaphoreKind::kLock};
     Semaphore advanced{SemaphoreKind::kSignal};
     std::vector<Scene> scenes;
     uint32_t enumerations = 0;
-    Scene current;
 };
 
 State& TheState() {
     static State state;
     return state;
+}
+
+/// What the calling thread's last enumeration has shown: its questions about connections are about that one, whatever
+/// other threads enumerate meanwhile.
+thread_local Scene shown_scene;
+
+Scene TakeScene() {
+    State& state = TheState();
+    const ScopedLock lock(state.lock);
+    const size_t index = std::min<size_t>(state.enumerations, state.scenes.size() - 1);
+    ++state.enumerations;
+    return state.scenes.at(index);
 }
 
 }  // namespace
@@ -125,18 +136,12 @@ void AwaitEnumerations(uint32_t count) {
 }
 
 DWORD WINAPI EnumConnections(RasConnection* connections, DWORD* bufferSize, DWORD* count) {
-    State& state = TheState();
-    {
-        const ScopedLock lock(state.lock);
-        const size_t index = std::min<size_t>(state.enumerations, state.scenes.size() - 1);
-        state.current = state.scenes.at(index);
-        ++state.enumerations;
-    }
-    state.advanced.Signal();
+    shown_scene = TakeScene();
+    TheState().advanced.Signal();
 
     EXPECT_EQ(connections[0].size, 724u);
     EXPECT_EQ(*bufferSize, 7240u);
-    const Scene& scene = state.current;
+    const Scene& scene = shown_scene;
     *count = static_cast<DWORD>(scene.connections.size());
     if (scene.connections.size() > 10) {
         *bufferSize = static_cast<DWORD>(scene.connections.size() * sizeof(RasConnection));
@@ -154,7 +159,7 @@ DWORD WINAPI EnumConnections(RasConnection* connections, DWORD* bufferSize, DWOR
 
 DWORD WINAPI GetConnectStatus(void* connection, RasConnectionStatus* status) {
     EXPECT_EQ(status->size, 332u);
-    const FakeConnection& shown = TheState().current.connections.at(reinterpret_cast<uintptr_t>(connection) - 1);
+    const FakeConnection& shown = shown_scene.connections.at(reinterpret_cast<uintptr_t>(connection) - 1);
     EXPECT_EQ(shown.deviceType.size(), 5u) << "only modems are asked for their state";
     if (shown.statusResult == ERROR_SUCCESS) status->state = shown.state;
     return shown.statusResult;
