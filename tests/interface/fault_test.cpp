@@ -209,8 +209,10 @@ protected:
     }
 
     // How often a reply is awaited and received is the network's business: beyond the first few calls nothing is sure.
+    // Nor is the semaphore that only a connect makes which has to wait; the sender's own one is.
     int SureCalls() const {
         const std::string name = GetParam().name;
+        if (name == "CreateSemaphoreA") return std::min(calls_, 1);
         return std::min(calls_, name == "recv" || name == "select" ? 3 : 40);
     }
 
