@@ -10,8 +10,7 @@
 //   terminated one, for good: it keeps its stack, takes nothing that it waited for and runs no destructor. Its handle
 //   is signalled as soon as it stands still: at once while it waits in the stand-in.
 // - Calls of different threads order nothing between them unless they are about the same object. So ThreadSanitizer
-// sees
-//   the races that a process-wide lock in here would hide.
+//   sees the races that a process-wide lock in here would hide.
 // - A call that releases something and is made to fail has released it all the same: nobody could do better.
 #ifndef WPK_HOST_CONTROL_H
 #define WPK_HOST_CONTROL_H
@@ -40,12 +39,38 @@ void FailCall(std::string_view call, uint64_t nth, Times times = Times::kOnce, u
 void ClearFaults();
 /// How often calls have failed because of FailCall since the last ClearFaults.
 uint64_t FaultsFired();
+uint64_t FaultsFired(std::string_view call);
 /// Runs `action` on the calling thread when the call is used for the `nth` time from now, before it does anything.
 void RunBefore(std::string_view call, uint64_t nth, std::function<void()> action);
+/// Forgets the actions that have not run.
+void ClearActions();
 /// Uses of the call since Reset.
 uint64_t Uses(std::string_view call);
 /// The calls that can fail on a sane system; waits, releases and questions about the caller itself are none of them.
 std::vector<std::string_view> FallibleCalls();
+
+// Allocations fail under the name "operator_new", in programs whose operator new asks AllocationFails. Only those of
+// the library count: threads of the platform run its code, all others run the test's unless they say something else.
+
+enum class Code { kTest, kLibrary };
+
+/// Whose code the calling thread runs for the length of a scope.
+class CodeScope {
+public:
+    explicit CodeScope(Code code);
+    CodeScope(const CodeScope&) = delete;
+    CodeScope& operator=(const CodeScope&) = delete;
+    ~CodeScope();
+
+private:
+    const Code before_;
+};
+
+/// Counts an allocation on the calling thread; true when it is to fail.
+bool AllocationFails();
+
+/// Sends and receives move at most so many bytes at a time; 0: as many as they can.
+void ShortenTransfers(int most);
 
 // What is open.
 

@@ -28,6 +28,7 @@ struct Site {
     std::atomic<bool> for_good{false};
     std::atomic<uint32_t> error{0};
     std::atomic<uint32_t> actions{0};
+    std::atomic<uint64_t> fired{0};
 };
 
 std::array sites{
@@ -36,7 +37,6 @@ std::array sites{
 #undef WPK_HOST_CALL
 };
 
-std::atomic<uint64_t> fired{0};
 std::atomic<uint32_t> speed{1};
 std::atomic<uint32_t> select_speed{1};
 
@@ -74,20 +74,44 @@ void RunActions(Site& site, uint64_t use) {
     action();
 }
 
-}  // namespace
-
-CallScope::CallScope(Call call) : error_(0) {
-    StopPoint();
+/// Counts a use of the call; the error with which it is to fail, or 0.
+uint32_t CountUse(Call call) {
     Site& site = sites[static_cast<size_t>(call)];
     const uint64_t use = site.uses.fetch_add(1, std::memory_order_relaxed) + 1;
     if (site.actions.load(std::memory_order_relaxed) != 0) RunActions(site, use);
 
     const uint64_t first = site.first_failing.load(std::memory_order_relaxed);
-    if (first == 0 || use < first) return;
-    if (use > first && !site.for_good.load(std::memory_order_relaxed)) return;
-    error_ = site.error.load(std::memory_order_relaxed);
-    fired.fetch_add(1, std::memory_order_relaxed);
-    SetLastError(error_);
+    if (first == 0 || use < first) return 0;
+    if (use > first && !site.for_good.load(std::memory_order_relaxed)) return 0;
+    const uint32_t error = site.error.load(std::memory_order_relaxed);
+    site.fired.fetch_add(1, std::memory_order_relaxed);
+    SetLastError(error);
+    return error;
+}
+
+thread_local Code running_code = Code::kTest;
+
+}  // namespace
+
+CodeScope::CodeScope(Code code) : before_(running_code) {
+    running_code = code;
+}
+
+CodeScope::~CodeScope() {
+    running_code = before_;
+}
+
+void SetRunningCode(Code code) {
+    running_code = code;
+}
+
+bool AllocationFails() {
+    return running_code == Code::kLibrary && CountUse(Call::koperator_new) != 0;
+}
+
+CallScope::CallScope(Call call) {
+    StopPoint();
+    error_ = CountUse(call);
 }
 
 CallScope::~CallScope() {
@@ -117,14 +141,11 @@ uint64_t Ticks() {
 void ResetCalls() {
     ClearFaults();
     SpeedUp(1);
+    ClearActions();
     Rare& rare = TheRare();
     const std::lock_guard lock(rare.mutex);
-    rare.actions.clear();
     rare.misuses.clear();
-    for (Site& site : sites) {
-        site.uses.store(0);
-        site.actions.store(0);
-    }
+    for (Site& site : sites) site.uses.store(0);
 }
 
 void FailCall(std::string_view call, uint64_t nth, Times times, uint32_t error) {
@@ -135,12 +156,20 @@ void FailCall(std::string_view call, uint64_t nth, Times times, uint32_t error) 
 }
 
 void ClearFaults() {
-    for (Site& site : sites) site.first_failing.store(0);
-    fired.store(0);
+    for (Site& site : sites) {
+        site.first_failing.store(0);
+        site.fired.store(0);
+    }
 }
 
 uint64_t FaultsFired() {
-    return fired.load();
+    uint64_t fired = 0;
+    for (const Site& site : sites) fired += site.fired.load();
+    return fired;
+}
+
+uint64_t FaultsFired(std::string_view call) {
+    return SiteOf(call).fired.load();
 }
 
 void RunBefore(std::string_view call, uint64_t nth, std::function<void()> action) {
@@ -149,6 +178,13 @@ void RunBefore(std::string_view call, uint64_t nth, std::function<void()> action
     const std::lock_guard lock(rare.mutex);
     rare.actions[{&site, site.uses.load() + nth}] = std::move(action);
     site.actions.fetch_add(1);
+}
+
+void ClearActions() {
+    Rare& rare = TheRare();
+    const std::lock_guard lock(rare.mutex);
+    rare.actions.clear();
+    for (Site& site : sites) site.actions.store(0);
 }
 
 uint64_t Uses(std::string_view call) {

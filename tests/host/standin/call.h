@@ -6,9 +6,12 @@
 #include <cstdint>
 #include <string>
 
+#include "host/control.h"
+
 namespace wpk::host {
 
-// The calls with the error they fail with unless the test names another one; 0: not to be failed.
+// The calls with the error they fail with unless the test names another one; 0: not to be failed. The last one is no
+// call of the platform but the library's own allocations, in programs that let them come here.
 #define WPK_HOST_CALLS(X)         \
     X(CreateSemaphoreA, 8)        \
     X(ReleaseSemaphore, 0)        \
@@ -69,7 +72,8 @@ namespace wpk::host {
     X(select, 10050)              \
     X(send, 10054)                \
     X(recv, 10054)                \
-    X(closesocket, 10050)
+    X(closesocket, 10050)         \
+    X(operator_new, 8)
 
 enum class Call {
 #define WPK_HOST_CALL(name, error) k##name,
@@ -91,9 +95,12 @@ public:
     uint32_t Error() const { return error_; }
 
 private:
+    const CodeScope code_{Code::kTest};
     uint32_t error_;
 };
 
+/// For good; for threads, which may end without leaving their scopes.
+void SetRunningCode(Code code);
 void RecordMisuse(std::string text);
 void ResetCalls();
 

@@ -57,6 +57,7 @@ void Reset() {
     ResetMachine();
     ResetRegistry();
     ResetHosts();
+    ShortenTransfers(0);
 }
 
 }  // namespace wpk::host

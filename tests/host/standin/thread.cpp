@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "host/standin/call.h"
 #include "host/standin/reusable_ids.h"
 
 namespace wpk::host {
@@ -58,8 +59,10 @@ void Thread::Run(Entry entry, void* argument) {
     if (setjmp(base_) == 0) {
         // Through the mutex even when nothing stops it: what came before the resume comes before the thread.
         StopWhileAsked();
+        SetRunningCode(Code::kLibrary);
         result_ = entry(argument);
     }
+    SetRunningCode(Code::kTest);
     std::unique_lock lock(mutex_);
     AwaitLeave(lock);
     current = nullptr;
