@@ -12,9 +12,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
+#endif
+#if defined(WPK_COVERAGE)
+#include <gcov.h>
 #endif
 
 // Sends and receives of different connections must not look ordered to ThreadSanitizer, and a child that races ends.
@@ -28,6 +32,13 @@ namespace wpk::host {
 namespace {
 
 constexpr unsigned kLongestSeconds = 60;
+
+/// What the process has run; an exit without destructors would lose it.
+void WriteCoverage() {
+#if defined(WPK_COVERAGE)
+    __gcov_dump();
+#endif
+}
 
 bool HasLeaked() {
 #if defined(__SANITIZE_ADDRESS__)
@@ -52,6 +63,7 @@ int CountFailures() {
     body();
     const bool failed = CountFailures() > failures_before || HasLeaked();
     std::fflush(stdout);
+    WriteCoverage();
     // Static objects are not destroyed: where the library belongs, its threads are gone before that happens.
     std::_Exit(failed ? 1 : 0);
 }
@@ -66,20 +78,40 @@ std::string Describe(int status) {
 
 }  // namespace
 
-bool RunInChild(const std::function<void()>& body) {
+void Children::Start(const std::function<void()>& body, Ended ended) {
+    while (running_.size() >= at_once_) AwaitOne();
     std::string folder = "/tmp/wpk-child-XXXXXX";
     if (!mkdtemp(folder.data())) std::abort();
     std::fflush(stdout);
     const pid_t child = fork();
     if (child < 0) std::abort();
     if (child == 0) RunBody(folder, body);
+    running_[child] = {folder, std::move(ended)};
+}
+
+void Children::AwaitAll() {
+    while (!running_.empty()) AwaitOne();
+}
+
+void Children::AwaitOne() {
     int status = 0;
-    waitpid(child, &status, 0);
-    const bool clean = std::filesystem::is_empty(folder);
-    std::filesystem::remove_all(folder);
-    if (status != 0) std::printf("the process of this case %s\n", Describe(status).c_str());
-    if (!clean) std::puts("the process of this case left a file behind");
-    return status == 0 && clean;
+    const pid_t id = wait(&status);
+    if (id < 0) std::abort();
+    const Child child = std::move(running_.at(id));
+    running_.erase(id);
+    const bool clean = std::filesystem::is_empty(child.folder);
+    std::filesystem::remove_all(child.folder);
+    if (status != 0) std::printf("the process of a case %s\n", Describe(status).c_str());
+    if (!clean) std::puts("the process of a case left a file behind");
+    child.ended(status == 0 && clean);
+}
+
+bool RunInChild(const std::function<void()>& body) {
+    bool passed = false;
+    Children only(1);
+    only.Start(body, [&passed](bool child_passed) { passed = child_passed; });
+    only.AwaitAll();
+    return passed;
 }
 
 void* SharedMemory(size_t size) {

@@ -3,7 +3,11 @@
 #ifndef WPK_HOST_CHILD_PROCESS_H
 #define WPK_HOST_CHILD_PROCESS_H
 
+#include <sys/types.h>
+
 #include <functional>
+#include <map>
+#include <string>
 
 namespace wpk::host {
 
@@ -11,6 +15,32 @@ namespace wpk::host {
 /// expectation failed there, the leak check of the sanitizer passed, nothing crashed and nothing was left in the
 /// folder. A child that takes longer than any case may is ended, and says so.
 bool RunInChild(const std::function<void()>& body);
+
+/// The same for many bodies, several of them at a time: what they do most is wait.
+class Children {
+public:
+    /// Told, on the calling thread, what RunInChild would have returned; may start another one.
+    using Ended = std::function<void(bool passed)>;
+
+    explicit Children(size_t at_once) : at_once_(at_once) {}
+    Children(const Children&) = delete;
+    Children& operator=(const Children&) = delete;
+    ~Children() { AwaitAll(); }
+
+    /// Waits until there is room.
+    void Start(const std::function<void()>& body, Ended ended);
+    void AwaitAll();
+
+private:
+    struct Child {
+        std::string folder;
+        Ended ended;
+    };
+    void AwaitOne();
+
+    const size_t at_once_;
+    std::map<pid_t, Child> running_;
+};
 
 /// Memory that is shared with children.
 void* SharedMemory(size_t size);

@@ -19,7 +19,18 @@ constexpr std::chrono::seconds kAmple{20};
 
 }  // namespace
 
-Request::Request(uint16_t port, std::string service) : service_(std::move(service)) {
+int InitLibrary(const WPK_INITSTRUCT& settings) {
+    const CodeScope library(Code::kLibrary);
+    return WPK_Init(&settings);
+}
+
+int CancelRequest(unsigned handle) {
+    const CodeScope library(Code::kLibrary);
+    return WPK_Cancel(handle);
+}
+
+Request::Request(uint16_t port, std::string service, std::string data)
+    : service_(std::move(service)), data_(std::move(data)) {
     message.nPort = port;
     message.lpszServer = server_.c_str();
     message.lpszServiceName = service_.c_str();
@@ -30,6 +41,7 @@ Request::Request(uint16_t port, std::string service) : service_(std::move(servic
 }
 
 unsigned Request::Send() {
+    const CodeScope library(Code::kLibrary);
     handle_ = WPK_Send(&message);
     return handle_;
 }
@@ -50,6 +62,7 @@ std::string Request::Reply() {
 }
 
 void Request::Notify(WPK_CALLBACKSTRUCT* notification) {
+    const CodeScope test(Code::kTest);
     static_cast<Request*>(notification->lpUserData)->Note(*notification);
 }
 
@@ -96,6 +109,12 @@ void Server::Serve(Peer::Connection& connection) {
     } else if (asks_for("Silent")) {
         ++silent_;
         connection.AwaitClose();
+    } else if (asks_for("Half")) {
+        const std::string whole = host::Reply(std::string(kLargeSize, 'x'));
+        connection.Write(whole.substr(0, whole.size() - kLargeSize / 2));
+        connection.AwaitClose();
+    } else if (asks_for("Echo")) {
+        connection.Write(host::Reply(request.substr(request.find("\r\n\r\n") + 4)));
     } else if (asks_for("Unknown")) {
         connection.Write(host::Reply("", "500 Bad_Plugin_Name"));
     } else if (asks_for("Guarded")) {

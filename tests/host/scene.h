@@ -17,14 +17,19 @@
 
 namespace wpk::host {
 
+// As WPK_Init and WPK_Cancel, but what they allocate counts as the library's.
+
+int InitLibrary(const WPK_INITSTRUCT& settings);
+int CancelRequest(unsigned handle);
+
 /// A message with the notifications it has got. It must live until its request's thread has ended.
 class Request {
 public:
-    Request(uint16_t port, std::string service);
+    Request(uint16_t port, std::string service, std::string data = "hello");
     Request(const Request&) = delete;
     Request& operator=(const Request&) = delete;
 
-    /// Returns and keeps the handle.
+    /// Returns and keeps the handle. What the library allocates for it counts as its own.
     unsigned Send();
     /// False when no final notification comes within a time that is ample.
     bool AwaitFinal();
@@ -51,7 +56,7 @@ private:
 
     const std::string server_ = "127.0.0.1";
     const std::string service_;
-    const std::string data_ = "hello";
+    const std::string data_;
     unsigned handle_ = 0;
     std::atomic<int> finals_{0};
     std::atomic<int> questions_{0};
@@ -63,8 +68,9 @@ private:
 };
 
 /// The server of the tests. What it does depends on the service that is asked for:
-/// "Small" and "Large" are answered at once, in memory and by way of a spool file; "Silent" is never answered;
-/// "Unknown" is refused as a service that it does not have; "Guarded" asks for the proxy credentials "u" and "right".
+/// "Small" and "Large" are answered at once, in memory and by way of a spool file; "Silent" is never answered, "Half"
+/// like "Large" but not to the end; "Echo" is answered with the request's body; "Unknown" is refused as a service that
+/// it does not have; "Guarded" asks for the proxy credentials "u" and "right".
 class Server {
 public:
     static constexpr size_t kLargeSize = 20000;

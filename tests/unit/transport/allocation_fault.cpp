@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "unit/transport/allocation_fault.h"
 
-#include <cstdlib>
-#include <new>
+#include "support/replaced_new.h"
 
 namespace wpk::test {
 namespace {
@@ -18,12 +17,10 @@ thread_local Plan plan;
 
 }  // namespace
 
-static void* AllocateOrNull(std::size_t size) {
-    if (plan.active && size >= plan.minimumSize && plan.successesLeft-- <= 0) {
-        ++plan.fired;
-        return nullptr;
-    }
-    return std::malloc(size == 0 ? 1 : size);
+bool RefuseAllocation(std::size_t size) noexcept {
+    if (!plan.active || size < plan.minimumSize || plan.successesLeft-- > 0) return false;
+    ++plan.fired;
+    return true;
 }
 
 AllocationFault::AllocationFault(int successes, std::size_t minimumSize) {
@@ -39,38 +36,3 @@ int AllocationFault::Fired() const {
 }
 
 }  // namespace wpk::test
-
-namespace {
-
-void* AllocateOrThrow(std::size_t size) {
-    void* const memory = wpk::test::AllocateOrNull(size);
-    if (memory == nullptr) throw std::bad_alloc();
-    return memory;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return AllocateOrThrow(size);
-}
-void* operator new[](std::size_t size) {
-    return AllocateOrThrow(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return wpk::test::AllocateOrNull(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return wpk::test::AllocateOrNull(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}

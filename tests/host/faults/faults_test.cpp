@@ -1,0 +1,185 @@
+// Whole scenarios with every call made to fail, one use after the other, once and for good.
+// SPDX-License-Identifier: MIT
+//
+// The calls are those of the platform and the library's own allocations. Each scenario first runs undisturbed, to count
+// the uses of every call. Then it runs once for every use, in a process of its own, with that use failing. Whatever
+// happens to the requests then: each one with a handle ends with exactly one final notification, nothing stays open, no
+// handle is misused, and afterwards the library works.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "host/child_process.h"
+#include "host/control.h"
+#include "host/faults/scenarios.h"
+#include "host/faults/tally.h"
+
+namespace wpk::host {
+namespace {
+
+constexpr size_t kMostCalls = 100;
+constexpr size_t kMostCases = 10000;
+
+/// What the processes of one scenario tell each other.
+struct Board {
+    std::array<uint64_t, kMostCalls> uses;
+    Live live;
+    std::array<bool, kMostCases> fired;
+};
+
+Board& TheBoard() {
+    static Board& board = *static_cast<Board*>(SharedMemory(sizeof(Board)));
+    return board;
+}
+
+/// One use of one call that fails.
+struct Case {
+    std::string_view call;
+    uint64_t nth;
+    Times times;
+    size_t number;
+};
+
+std::string Describe(const Case& which) {
+    return std::string(which.call) + " failing at use " + std::to_string(which.nth) +
+           (which.times == Times::kOnce ? " once" : " for good");
+}
+
+void Prepare(const Scenario& scenario, Stage& stage) {
+    SpeedUp(kSpeed, kSelectSpeed);
+    scenario.prepare(stage);
+    if (scenario.broken) FailCall(scenario.broken, 1);
+}
+
+/// What is broken already fails anyhow; and a thread that can neither run nor be terminated, nobody can get rid of.
+bool CanFail(std::string_view call, const Scenario& scenario) {
+    return !scenario.broken || (call != scenario.broken && call != "TerminateThread");
+}
+
+void RunUndisturbed(const Scenario& scenario) {
+    Stage stage;
+    Prepare(scenario, stage);
+    const std::vector<std::string_view> calls = FallibleCalls();
+    std::array<uint64_t, kMostCalls> before{};
+    for (size_t i = 0; i < calls.size(); ++i) before[i] = Uses(calls[i]);
+    scenario.act(stage);
+    for (size_t i = 0; i < calls.size(); ++i) {
+        const uint64_t used = CanFail(calls[i], scenario) ? Uses(calls[i]) - before[i] : 0;
+        TheBoard().uses[i] = std::min(TheBoard().uses[i], used);
+    }
+    ClearFaults();
+    EXPECT_EQ(stage.AwaitEnds(Stage::Rescue::kNone), scenario.ends);
+    stage.ExpectSound();
+    TheBoard().live = CountLive();
+}
+
+/// A fault ends a request with a general error, and may keep it from seeing what else would have ended it.
+bool MayEndAs(int expected, int end) {
+    switch (end) {
+        case kRefused:
+        case WPK_ERROR_NO_NETWORK:
+        case WPK_ERROR_CONNECT:
+        case WPK_ERROR_EXCHANGE:
+            return true;
+        case 0:
+            return expected == 0 || expected == WPK_ERROR_CANCELLED;
+        case WPK_ERROR_CANCELLED:
+            return expected == WPK_ERROR_CANCELLED || expected == WPK_ERROR_NO_NETWORK;
+        default:
+            return end == expected;
+    }
+}
+
+void ExpectEnds(const Scenario& scenario, const std::vector<int>& ends, bool disturbed) {
+    if (!disturbed) {
+        EXPECT_EQ(ends, scenario.ends);
+        return;
+    }
+    EXPECT_TRUE(std::equal(ends.begin(), ends.end(), scenario.ends.begin(), scenario.ends.end(),
+                           [](int end, int expected) { return MayEndAs(expected, end); }))
+        << testing::PrintToString(ends);
+}
+
+void RunWithFault(const Scenario& scenario, const Case& which) {
+    SCOPED_TRACE(Describe(which));
+    Stage stage;
+    Prepare(scenario, stage);
+    FailCall(which.call, which.nth, which.times);
+    scenario.act(stage);
+    const uint64_t fired = FaultsFired(which.call);
+    ClearFaults();
+    EXPECT_TRUE(fired <= 1 || which.times == Times::kForGood) << fired;
+    TheBoard().fired[which.number] = fired > 0;
+    ExpectEnds(scenario, stage.AwaitEnds(Stage::Rescue::kCancel), fired > 0);
+    stage.ExpectSound();
+    if (scenario.may_lack_parts) {
+        EXPECT_TRUE(CountLive().IsWithin(TheBoard().live)) << CountLive() << "\nnot within\n" << TheBoard().live;
+    } else {
+        EXPECT_EQ(CountLive(), TheBoard().live);
+    }
+}
+
+/// How often a call is used varies a little with the timing. Only uses that came in each of several runs are made to
+/// fail, and one that does not come then is waited for in further runs.
+constexpr int kUndisturbedRuns = 3;
+constexpr int kRunsUntilFired = 5;
+
+/// The processes mostly wait.
+constexpr size_t kAtOnce = 6;
+
+void FireOnce(Children& children, const Scenario& scenario, const Case& which, int runs_left = kRunsUntilFired) {
+    const auto judge = [&children, &scenario, which, runs_left](bool passed) {
+        EXPECT_TRUE(passed) << Describe(which);
+        if (!passed || TheBoard().fired[which.number]) return;
+        EXPECT_GT(runs_left, 1) << Describe(which) << " never came";
+        if (runs_left > 1) FireOnce(children, scenario, which, runs_left - 1);
+    };
+    children.Start([&scenario, which] { RunWithFault(scenario, which); }, judge);
+}
+
+std::vector<Case> CasesOf(const std::array<uint64_t, kMostCalls>& uses) {
+    std::vector<Case> cases;
+    const std::vector<std::string_view> calls = FallibleCalls();
+    for (size_t i = 0; i < calls.size(); ++i) {
+        for (uint64_t nth = 1; nth <= uses[i]; ++nth) {
+            for (const Times times : {Times::kOnce, Times::kForGood}) {
+                cases.push_back({calls[i], nth, times, cases.size()});
+            }
+        }
+    }
+    return cases;
+}
+
+class Faults : public testing::TestWithParam<Scenario> {};
+
+TEST_P(Faults, LeaveNothingOpenAndTheLibraryWorking) {
+    const Scenario& scenario = GetParam();
+    TheBoard().uses.fill(UINT64_MAX);
+    TheBoard().fired.fill(false);
+    for (int run = 0; run < kUndisturbedRuns; ++run) {
+        ASSERT_TRUE(RunInChild([&] { RunUndisturbed(scenario); }));
+    }
+    const std::vector<Case> cases = CasesOf(TheBoard().uses);
+    ASSERT_GT(cases.size(), 0u);
+    ASSERT_LE(cases.size(), kMostCases);
+    Children children(kAtOnce);
+    for (const Case& which : cases) FireOnce(children, scenario, which);
+    children.AwaitAll();
+    CountInjected(scenario.name, cases.size());
+}
+
+std::vector<Scenario> AllScenarios() {
+    std::vector<Scenario> all = StartScenarios();
+    for (const auto& more : {RequestScenarios(), CancelScenarios()}) all.insert(all.end(), more.begin(), more.end());
+    return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Faults, testing::ValuesIn(AllScenarios()),
+                         [](const auto& tested) { return std::string(tested.param.name); });
+
+}  // namespace
+}  // namespace wpk::host
