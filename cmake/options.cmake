@@ -21,6 +21,12 @@ if(WPK_SANITIZE)
   add_link_options(-fsanitize=${WPK_SANITIZE})
 endif()
 
+if(WPK_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_compile_definitions(WPK_COVERAGE)
+  add_link_options(--coverage)
+endif()
+
 # Programs and the DLL carry their run-time libraries with them: they must start on a machine that has no compiler.
 if(MINGW)
   add_link_options(-static)

@@ -3,14 +3,41 @@ set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)
 set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
 add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
 
+# Builds the test programs and what they are made of, nothing else.
+add_custom_target(tests)
+
+# What all test programs are compiled with.
+function(wpk_set_test_options target)
+  target_link_libraries(${target} PRIVATE wpk_test_warnings GTest::gmock_main)
+  # Most of the time a test program takes is the compiler's.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-O1>)
+endfunction()
+
+# A good part of that time goes into the same headers; native builds read them once.
+if(NOT WIN32)
+  add_library(wpk_test_headers OBJECT EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/tests/support/test_headers.cpp)
+  wpk_set_test_options(wpk_test_headers)
+  target_precompile_headers(wpk_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+endif()
+
+# Sanitizers have nothing to look for in the test framework itself.
+if(WPK_SANITIZE)
+  foreach(target IN ITEMS gtest gmock gmock_main)
+    target_compile_options(${target} PRIVATE -O0 -g0 -fno-sanitize=all)
+  endforeach()
+endif()
+
 # wpk_add_test(NAME SOURCES... [LIBRARIES ...]): one GoogleTest program, one CTest entry of the same name. Programs for
 # Windows run under Wine in a prefix of the build folder's own (scripts/wine.sh).
 function(wpk_add_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
-  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} wpk_test_warnings GTest::gmock_main)
-  # Most of the time a test program takes is the compiler's.
-  target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-O1>)
+  add_dependencies(tests ${name})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES})
+  wpk_set_test_options(${name})
+  if(TARGET wpk_test_headers)
+    target_precompile_headers(${name} REUSE_FROM wpk_test_headers)
+  endif()
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/src)
   if(CMAKE_HOST_WIN32 OR NOT WIN32)
     add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})

@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(
     git cmake ninja-build g++ g++-mingw-w64-x86-64 wine wine64 fonts-wine xvfb
     googletest libbenchmark-dev libcli11-dev
-    clang libclang-rt-14-dev clang-format clang-tidy python3
+    clang libclang-rt-14-dev clang-format clang-tidy gcovr python3
     libpugixml-dev librapidxml-dev libtinyxml2-dev libxml2-dev libexpat1-dev
     squid tinyproxy-bin nginx haproxy util-linux
     llvm zip unzip doxygen

@@ -1,0 +1,2 @@
+// Carries the precompiled headers of the native test programs.
+// SPDX-License-Identifier: MIT
