@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # From a bare Debian machine to all tests passed. The last line is "N passed, N failed".
 #
-# Builds for Windows and runs everything under Wine. With presets named, these instead: `scripts/test.sh asan tsan` builds
-# the same sources natively, over a stand-in for the platform's calls, with AddressSanitizer and
-# UndefinedBehaviorSanitizer and with ThreadSanitizer.
+# Builds for Windows and runs everything under Wine; then builds the same sources natively, over a stand-in for the
+# platform's calls, with AddressSanitizer and UndefinedBehaviorSanitizer (asan) and with ThreadSanitizer (tsan), and runs
+# that. With presets named, these alone: `scripts/test.sh windows`. Last of all each fuzz target runs for a moment.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
 presets=("$@")
-[ ${#presets[@]} -gt 0 ] || presets=(windows)
+[ ${#presets[@]} -gt 0 ] || presets=(windows asan tsan)
 
 total_passed=0
 total_failed=0
