@@ -39,14 +39,14 @@ awk -F, '
         }
     }
     function row(name) {
-        printf "%-18s %6d of %6d  %5.1f %%   %6d of %6d  %5.1f %%\n", name, run[name], lines[name],
+        return sprintf("%-18s %6d of %6d  %5.1f %%   %6d of %6d  %5.1f %%", name, run[name], lines[name],
             100 * run[name] / (lines[name] ? lines[name] : 1), taken[name], branches[name],
-            100 * taken[name] / (branches[name] ? branches[name] : 1)
+            100 * taken[name] / (branches[name] ? branches[name] : 1))
     }
     END {
         printf "%-18s %16s  %7s   %16s  %7s\n", "", "lines", "", "branches", ""
-        for (name in lines) if (name != "total") row(name) | "sort"
+        for (name in lines) if (name != "total") print row(name) | "sort"
         close("sort")
-        row("total")
+        print row("total")
     }' "$build/report/files.csv"
 echo "Line by line: $build/report/index.html"

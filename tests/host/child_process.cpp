@@ -18,7 +18,7 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 #if defined(WPK_COVERAGE)
-#include <gcov.h>
+extern "C" void __gcov_dump();
 #endif
 
 // Sends and receives of different connections must not look ordered to ThreadSanitizer, and a child that races ends.

@@ -11,6 +11,14 @@
 
 namespace wpk::host {
 
+namespace {
+
+constexpr int64_t kDeskThreads = 1;
+/// The detection's own desk, and its Peeker.
+constexpr int64_t kDetectionThreads = 2;
+
+}  // namespace
+
 Stage::Stage() {
     settings.nConnectionType = WPK_CONNECTION_PERMANENT;
     settings.lpfnCallback = [](WPK_CALLBACKSTRUCT* notification) {
@@ -47,12 +55,13 @@ void Stage::SendAndAwait(Request& request) {
 }
 
 void Stage::AwaitQuiet() const {
-    EXPECT_TRUE(AwaitThat([this] { return CountLive().threads <= lasting_threads; })) << CountLive();
+    const int64_t lasting = kDeskThreads + (DetectsModem() ? kDetectionThreads : 0);
+    EXPECT_TRUE(AwaitThat([lasting] { return CountLive().threads <= lasting; })) << CountLive();
 }
 
 void Stage::AwaitQuietOrWaiting(Request& request) const {
     EXPECT_TRUE(AwaitThat([&] {
-        const int64_t threads = CountLive().threads - lasting_threads;
+        const int64_t threads = CountLive().threads - kDeskThreads;
         return threads <= 0 || (threads == 1 && request.Finals() == 0 && FaultsFired() > 0);
     })) << CountLive();
 }
@@ -89,9 +98,12 @@ void Stage::ExpectSound() {
     EXPECT_EQ(Misuses(), std::vector<std::string>());
 }
 
-/// Detection has two threads of its own, unless it could not be started.
+/// Detection looks again and again, unless it could not be started; then its threads go.
 bool Stage::DetectsModem() const {
-    return lasting_threads == 3 && CountLive().threads == 3;
+    if (settings.nConnectionType != WPK_CONNECTION_DIAL_UP) return false;
+    const int looks = modem::Looks();
+    EXPECT_TRUE(AwaitThat([looks] { return modem::Looks() > looks || CountLive().threads <= kDeskThreads; }));
+    return modem::Looks() > looks;
 }
 
 /// Whatever the library thought of the modem before, it then knows that it is connected.

@@ -47,8 +47,6 @@ public:
     /// Connections told to the default callback.
     std::atomic<int> comes{0};
     std::atomic<int> goes{0};
-    /// The front desk; in dial-up mode the detection's as well, and its Peeker.
-    int64_t lasting_threads = 1;
 
 private:
     bool DetectsModem() const;

@@ -37,7 +37,6 @@ void PrepareDialUp(Stage& stage) {
     SpeedUp(kSpeed * 10, kSelectSpeed);
     modem::Install();
     stage.settings.nConnectionType = WPK_CONNECTION_DIAL_UP;
-    stage.lasting_threads = 3;
 }
 
 /// Until the modem's state has been told, unless a fault keeps the library from seeing it.
