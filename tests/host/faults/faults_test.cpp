@@ -128,18 +128,45 @@ void RunWithFault(const Scenario& scenario, const Case& which) {
 constexpr int kUndisturbedRuns = 3;
 constexpr int kRunsUntilFired = 5;
 
+/// A reply that arrives in fewer pieces than before, or a connect that does not have to wait any more, may keep a few
+/// from coming at all.
+constexpr size_t MostMissed(size_t cases) {
+    return cases / 20;
+}
+
 /// The processes mostly wait.
 constexpr size_t kAtOnce = 6;
 
-void FireOnce(Children& children, const Scenario& scenario, const Case& which, int runs_left = kRunsUntilFired) {
-    const auto judge = [&children, &scenario, which, runs_left](bool passed) {
-        EXPECT_TRUE(passed) << Describe(which);
-        if (!passed || TheBoard().fired[which.number]) return;
-        EXPECT_GT(runs_left, 1) << Describe(which) << " never came";
-        if (runs_left > 1) FireOnce(children, scenario, which, runs_left - 1);
-    };
-    children.Start([&scenario, which] { RunWithFault(scenario, which); }, judge);
-}
+/// Runs cases of a scenario, each until its fault has come.
+class Campaign {
+public:
+    explicit Campaign(const Scenario& scenario) : scenario_(scenario) {}
+
+    void Run(const Case& which, int runs = kRunsUntilFired) {
+        const auto judge = [this, which, runs](bool passed) {
+            EXPECT_TRUE(passed) << Describe(which);
+            if (!passed || TheBoard().fired[which.number]) return;
+            if (runs > 1) {
+                Run(which, runs - 1);
+                return;
+            }
+            std::printf("%s never came\n", Describe(which).c_str());
+            ++missed_;
+        };
+        children_.Start([this, which] { RunWithFault(scenario_, which); }, judge);
+    }
+
+    /// How many faults never came.
+    size_t AwaitMissed() {
+        children_.AwaitAll();
+        return missed_;
+    }
+
+private:
+    const Scenario& scenario_;
+    size_t missed_ = 0;
+    Children children_{kAtOnce};
+};
 
 /// Faults that last lead to the same places, only more often: no news for ThreadSanitizer, which is slow.
 #if defined(__SANITIZE_THREAD__)
@@ -171,10 +198,11 @@ TEST_P(Faults, LeaveNothingOpenAndTheLibraryWorking) {
     const std::vector<Case> cases = CasesOf(TheBoard().uses);
     ASSERT_GT(cases.size(), 0u);
     ASSERT_LE(cases.size(), kMostCases);
-    Children children(kAtOnce);
-    for (const Case& which : cases) FireOnce(children, scenario, which);
-    children.AwaitAll();
-    CountInjected(scenario.name, cases.size());
+    Campaign campaign(scenario);
+    for (const Case& which : cases) campaign.Run(which);
+    const size_t missed = campaign.AwaitMissed();
+    EXPECT_LE(missed, MostMissed(cases.size()));
+    CountInjected(scenario.name, cases.size() - missed);
 }
 
 std::vector<Scenario> AllScenarios() {
