@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 
 #include "threadlib/semaphore.h"
 
@@ -97,6 +98,10 @@ struct State {
     Semaphore advanced{SemaphoreKind::kSignal};
     std::vector<Scene> scenes;
     uint32_t enumerations = 0;
+    /// What each thread's last enumeration has shown: its questions about connections are about that one, whatever
+    /// other threads enumerate meanwhile. No thread_local: objects of threads that are ended by force are never
+    /// destroyed.
+    std::map<DWORD, Scene> shown;
 };
 
 State& TheState() {
@@ -104,16 +109,20 @@ State& TheState() {
     return state;
 }
 
-/// What the calling thread's last enumeration has shown: its questions about connections are about that one, whatever
-/// other threads enumerate meanwhile.
-thread_local Scene shown_scene;
-
+/// The next scene, which the calling thread is shown.
 Scene TakeScene() {
     State& state = TheState();
     const ScopedLock lock(state.lock);
     const size_t index = std::min<size_t>(state.enumerations, state.scenes.size() - 1);
     ++state.enumerations;
-    return state.scenes.at(index);
+    return state.shown[GetCurrentThreadId()] = state.scenes.at(index);
+}
+
+/// What the calling thread was shown last.
+Scene ShownScene() {
+    State& state = TheState();
+    const ScopedLock lock(state.lock);
+    return state.shown.at(GetCurrentThreadId());
 }
 
 }  // namespace
@@ -136,12 +145,11 @@ void AwaitEnumerations(uint32_t count) {
 }
 
 DWORD WINAPI EnumConnections(RasConnection* connections, DWORD* bufferSize, DWORD* count) {
-    shown_scene = TakeScene();
+    const Scene scene = TakeScene();
     TheState().advanced.Signal();
 
     EXPECT_EQ(connections[0].size, 724u);
     EXPECT_EQ(*bufferSize, 7240u);
-    const Scene& scene = shown_scene;
     *count = static_cast<DWORD>(scene.connections.size());
     if (scene.connections.size() > 10) {
         *bufferSize = static_cast<DWORD>(scene.connections.size() * sizeof(RasConnection));
@@ -159,7 +167,7 @@ DWORD WINAPI EnumConnections(RasConnection* connections, DWORD* bufferSize, DWOR
 
 DWORD WINAPI GetConnectStatus(void* connection, RasConnectionStatus* status) {
     EXPECT_EQ(status->size, 332u);
-    const FakeConnection& shown = shown_scene.connections.at(reinterpret_cast<uintptr_t>(connection) - 1);
+    const FakeConnection shown = ShownScene().connections.at(reinterpret_cast<uintptr_t>(connection) - 1);
     EXPECT_EQ(shown.deviceType.size(), 5u) << "only modems are asked for their state";
     if (shown.statusResult == ERROR_SUCCESS) status->state = shown.state;
     return shown.statusResult;
