@@ -31,6 +31,7 @@ uint32_t Milliseconds(const wpk_host_timeval* timeout) {
 namespace wpk::host {
 
 void ResetHosts() {}
+void ShortenTransfers(int) {}
 int64_t LiveSockets() {
     return ScriptedNetwork::AnyOpen() ? 1 : 0;
 }
