@@ -18,6 +18,11 @@ fail() {
     total_failed=$((total_failed + 1))
 }
 
+# What has begun, and after how many seconds.
+announce() {
+    echo "$1 (${SECONDS} s)"
+}
+
 count() {
     total_passed=$((total_passed + $1))
     total_failed=$((total_failed + $2))
@@ -25,7 +30,7 @@ count() {
 
 build() {
     local preset=$1 log=build/$1.log
-    echo "Building: $preset"
+    announce "Building: $preset"
     mkdir -p build
     { cmake --preset "$preset" && cmake --build --preset "$preset"; } >"$log" 2>&1 && return
     tail -n 40 "$log"
@@ -35,7 +40,7 @@ build() {
 
 run() {
     local preset=$1 log=build/$1-tests.log passed failed
-    echo "Testing: $preset"
+    announce "Testing: $preset"
     local repeat=()
     if [ "$preset" = windows ]; then
         scripts/wine.sh --start
@@ -54,6 +59,7 @@ run() {
 
 fuzz() {
     local log=build/fuzz-tests.log passed failed
+    announce "Building and running the fuzz targets"
     mkdir -p build
     scripts/fuzz.sh --seconds 10 2>&1 | tee "$log"
     read -r passed failed < <(sed -n '$s/ passed, \([0-9]*\) failed$/ \1/p' "$log")
@@ -76,5 +82,6 @@ for preset in "${presets[@]}"; do
     fi
 done
 
+announce "All done"
 echo "$total_passed passed, $total_failed failed"
 [ "$total_failed" -eq 0 ]
