@@ -43,6 +43,9 @@ bool Connection::Open() {
         Close();
         return false;
     }
+    // A program that the application starts meanwhile would keep the connection open for its own lifetime. Where the
+    // system refuses, the request is carried all the same.
+    SetHandleInformation(reinterpret_cast<HANDLE>(socket_.Get()), HANDLE_FLAG_INHERIT, /*dwFlags=*/0);
     return true;
 }
 

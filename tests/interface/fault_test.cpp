@@ -84,6 +84,7 @@ WPK_FAILING(CreateSemaphoreA, ERROR_NOT_ENOUGH_MEMORY, HANDLE{nullptr});
 WPK_FAILING(_beginthreadex, ERROR_NOT_ENOUGH_MEMORY, uintptr_t{0});
 WPK_FAILING(socket, WSAEMFILE, SOCKET{INVALID_SOCKET});
 WPK_FAILING(setsockopt, WSAENOPROTOOPT, -1);
+WPK_FAILING(SetHandleInformation, ERROR_INVALID_HANDLE, FALSE);
 WPK_FAILING(ioctlsocket, WSAENETDOWN, -1);
 WPK_FAILING(connect, WSAENETUNREACH, -1);
 WPK_FAILING(select, WSAENETDOWN, -1);
@@ -108,6 +109,7 @@ std::vector<Target> CallsOfARequest() {
             WPK_TARGET(_beginthreadex),
             WPK_TARGET(socket),
             WPK_TARGET(setsockopt),
+            WPK_TARGET(SetHandleInformation),
             WPK_TARGET(ioctlsocket),
             WPK_TARGET(connect),
             WPK_TARGET(select),

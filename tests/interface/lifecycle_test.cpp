@@ -335,6 +335,35 @@ TEST(ProcessEnd, WithRequestsInFlight_IsCleanAndLeavesNoFile) {
     }
 }
 
+// Lives until its event of that name is set.
+WPK_SCENARIO(LiveUntilTold) {
+    const HANDLE told = OpenEventA(SYNCHRONIZE, /*bInheritHandle=*/FALSE, argument.c_str());
+    return told && WaitForSingleObject(told, 10 * kPatience) == WAIT_OBJECT_0 ? kGood : 1;
+}
+
+TEST(ProgramStartedMeanwhile, WithAllThatCanBeInherited_DoesNotKeepTheConnectionOpen) {
+    Signal closed;
+    Peer peer([&](Connection& connection) {
+        connection.ReadRequest();
+        if (connection.WaitForEnd()) closed.Set();
+    });
+    const Library library = StartFresh();
+    Request request(peer.port());
+    ASSERT_NE(request.Send(library), 0u);
+    ASSERT_FALSE(peer.WaitForRequest().empty());
+
+    const std::string name = "wpk-test-" + std::to_string(GetCurrentProcessId());
+    const HANDLE told = CreateEventA(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, name.c_str());
+    ASSERT_NE(told, nullptr);
+    Child child("LiveUntilTold", name);
+    library.Cancel(request.handle());
+    ASSERT_TRUE(request.WaitForEnd());
+    EXPECT_TRUE(closed.Wait());
+    SetEvent(told);
+    EXPECT_EQ(child.Wait(), static_cast<DWORD>(kGood));
+    CloseHandle(told);
+}
+
 // Loads, initialises, sends nothing, frees, ends.
 WPK_SCENARIO(EndAfterInit) {
     const Library library = Library::Load();

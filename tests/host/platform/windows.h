@@ -142,6 +142,8 @@ HANDLE CreateSemaphoreA(LPSECURITY_ATTRIBUTES attributes, LONG initial, LONG max
 BOOL ReleaseSemaphore(HANDLE semaphore, LONG count, LPLONG previous);
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
 BOOL CloseHandle(HANDLE object);
+#define HANDLE_FLAG_INHERIT 1u
+BOOL SetHandleInformation(HANDLE object, DWORD mask, DWORD flags);
 void Sleep(DWORD milliseconds);
 DWORD GetTickCount();
 ULONGLONG GetTickCount64();

@@ -66,6 +66,7 @@ namespace wpk::host {
     X(WSACleanup, 10050)          \
     X(socket, 10055)              \
     X(setsockopt, 10042)          \
+    X(SetHandleInformation, 6)    \
     X(ioctlsocket, 10050)         \
     X(gethostbyname, 11001)       \
     X(connect, 10051)             \

@@ -85,6 +85,18 @@ int wpk_host_setsockopt(SOCKET socket, int level, int option, const char* value,
     return level == 0xffff && option == 0x0100 ? 0 : RefuseSocket(WSAENOPROTOOPT);
 }
 
+// Only for sockets: no other handle of the library's begins its life inheritable. Here no program inherits any.
+BOOL SetHandleInformation(HANDLE object, DWORD mask, DWORD) {
+    const CallScope call(Call::kSetHandleInformation);
+    if (call.Fails()) return FALSE;
+    const SocketUse use("SetHandleInformation", reinterpret_cast<SOCKET>(object));
+    if (!use || (mask & ~HANDLE_FLAG_INHERIT) != 0) {
+        SetLastError(use ? ERROR_INVALID_PARAMETER : ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    return TRUE;
+}
+
 int ioctlsocket(SOCKET socket, long command, unsigned long* argument) {
     const CallScope call(Call::kioctlsocket);
     if (call.Fails()) return SOCKET_ERROR;

@@ -182,5 +182,16 @@ TEST_F(StandInSocket, FailsWithTheErrorThatWasNamed) {
     EXPECT_EQ(FaultsFired(), 1u);
 }
 
+TEST_F(StandInSocket, TakenOutOfInheritanceIsNoMisuseWhileItIsOpen) {
+    const SOCKET s = NewSocket(true);
+    const HANDLE handle = reinterpret_cast<HANDLE>(s);
+    EXPECT_TRUE(SetHandleInformation(handle, HANDLE_FLAG_INHERIT, 0));
+    EXPECT_FALSE(SetHandleInformation(handle, HANDLE_FLAG_INHERIT << 1, 0));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(closesocket(s), 0);
+    EXPECT_FALSE(SetHandleInformation(reinterpret_cast<HANDLE>(INVALID_SOCKET), HANDLE_FLAG_INHERIT, 0));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+}
+
 }  // namespace
 }  // namespace wpk::host
