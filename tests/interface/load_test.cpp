@@ -25,6 +25,12 @@ void AnswerThreefold(Connection& connection) {
     connection.Send(Ok(message + message + message));
 }
 
+// Takes the request in and says nothing.
+void KeepWaiting(Connection& connection) {
+    connection.ReadRequest();
+    connection.WaitForEnd();
+}
+
 std::string Threefold(const Request& request) {
     return request.message() + request.message() + request.message();
 }
@@ -142,7 +148,8 @@ TEST(Load, RequestsOfEveryOutcome_LeaveNoThreadAndNoHandle) {
     Peer good(Answer(Ok("ok")));
     Peer refusing(Answer("HTTP/1.0 500 Bad_Plugin_Name\r\n\r\n"));
     Peer breaking(Answer(OkHead(20000) + "cut"));
-    Peer silent([](Connection& connection) { connection.WaitForEnd(); }, 4);
+    Peer silent(KeepWaiting, 4);
+    size_t kept_waiting = 0;
     const auto one_of_each = [&] {
         Request delivered(good.port());
         RunAndExpectReply(TheLibrary(), delivered, "ok");
@@ -164,6 +171,8 @@ TEST(Load, RequestsOfEveryOutcome_LeaveNoThreadAndNoHandle) {
         const std::set<DWORD> before = ThreadIds();
         Request cancelled(silent.port());
         ASSERT_NE(cancelled.Send(TheLibrary()), 0u);
+        // Until then the peer may not have seen it at all, and would still take it in when the handles are counted.
+        ASSERT_FALSE(silent.WaitForRequest(kept_waiting++).empty());
         TheLibrary().Cancel(cancelled.handle());
         ASSERT_TRUE(cancelled.WaitForEnd());
         ExpectFailure(cancelled, WPK_ERROR_CANCELLED);
@@ -185,7 +194,7 @@ TEST(Load, RequestsOfEveryKind_LeaveNoMemory) {
     ASSERT_EQ(library.Init(&settings), 1);
 
     Peer good(AnswerThreefold);
-    Peer silent([](Connection& connection) { connection.WaitForEnd(); }, 2);
+    Peer silent(KeepWaiting, 2);
     // Without a callback that throws: such a request leaves the row of its job behind, until a worker of the same id.
     const auto round = [&] {
         const std::set<DWORD> before = ThreadIds();
