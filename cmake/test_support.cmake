@@ -18,12 +18,10 @@ function(wpk_set_test_options target)
   endif()
 endfunction()
 
-# A good part of that time goes into the same headers; native builds read them once.
-if(NOT WIN32)
-  add_library(wpk_test_headers OBJECT EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/tests/support/test_headers.cpp)
-  wpk_set_test_options(wpk_test_headers)
-  target_precompile_headers(wpk_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
-endif()
+# A good part of that time goes into the same headers: they are read once.
+add_library(wpk_test_headers OBJECT EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/tests/support/test_headers.cpp)
+wpk_set_test_options(wpk_test_headers)
+target_precompile_headers(wpk_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 
 # Sanitizers have nothing to look for in the test framework itself.
 if(WPK_SANITIZE)
@@ -40,9 +38,7 @@ function(wpk_add_test name)
   add_dependencies(tests ${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES})
   wpk_set_test_options(${name})
-  if(TARGET wpk_test_headers)
-    target_precompile_headers(${name} REUSE_FROM wpk_test_headers)
-  endif()
+  target_precompile_headers(${name} REUSE_FROM wpk_test_headers)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/src)
   if(CMAKE_HOST_WIN32 OR NOT WIN32)
     add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})

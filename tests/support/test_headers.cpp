@@ -1,2 +1,2 @@
-// Carries the precompiled headers of the native test programs.
+// Carries the precompiled headers of the test programs.
 // SPDX-License-Identifier: MIT
