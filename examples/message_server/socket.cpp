@@ -12,18 +12,45 @@ namespace message_server {
 namespace {
 
 constexpr std::size_t kPiece = std::size_t{64} * 1024;
+constexpr std::chrono::milliseconds kLook{500};
 
 std::string ErrorText(const char* call) {
     return std::string(call) + " failed: " + std::to_string(WSAGetLastError());
 }
 
-timeval TimeUntil(Clock::time_point deadline) {
+enum class Direction { kInput, kRoom };
+
+/// Waits until a transfer is worth a try; false when the time is up.
+bool WaitFor(Direction direction, SOCKET socket, Clock::time_point deadline) {
     const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now()).count();
     timeval time{};
-    if (left <= 0) return time;
-    time.tv_sec = static_cast<long>(left / 1000000);
-    time.tv_usec = static_cast<long>(left % 1000000);
-    return time;
+    if (left > 0) {
+        time.tv_sec = static_cast<long>(left / 1000000);
+        time.tv_usec = static_cast<long>(left % 1000000);
+    }
+    fd_set set{1, {socket}};
+    const bool input = direction == Direction::kInput;
+    const int ready = select(0, input ? &set : nullptr, input ? nullptr : &set, nullptr, &time);
+    if (ready == SOCKET_ERROR) throw ConnectionLost(ErrorText("select"));
+    return ready == 1;
+}
+
+/// Repeats a call that does not block until it has done something. The socket itself is asked again and again, for not
+/// every system wakes whoever waits for a socket every time: Wine, when it is busy, forgets one now and then.
+template <class Call>
+std::size_t Repeat(Direction direction, SOCKET socket, Clock::time_point deadline, const char* name, Call call) {
+    for (;;) {
+        const int done = call();
+        if (done != SOCKET_ERROR) return static_cast<std::size_t>(done);
+        if (WSAGetLastError() != WSAEWOULDBLOCK) throw ConnectionLost(ErrorText(name));
+        if (Clock::now() >= deadline) throw TimedOut(std::string("the client is too slow: ") + name);
+        WaitFor(direction, socket, std::min(deadline, Clock::now() + kLook));
+    }
+}
+
+void MakeNonBlocking(SOCKET socket) {
+    u_long non_blocking = 1;
+    if (ioctlsocket(socket, FIONBIO, &non_blocking) == SOCKET_ERROR) throw ConnectionLost(ErrorText("ioctlsocket"));
 }
 
 sockaddr_in LoopbackAddress(std::uint16_t port) {
@@ -32,14 +59,6 @@ sockaddr_in LoopbackAddress(std::uint16_t port) {
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     return address;
-}
-
-bool WaitWritable(SOCKET socket, Clock::time_point deadline) {
-    fd_set set{1, {socket}};
-    timeval time = TimeUntil(deadline);
-    const int ready = select(0, nullptr, &set, nullptr, &time);
-    if (ready == SOCKET_ERROR) throw ConnectionLost(ErrorText("select"));
-    return ready == 1;
 }
 
 }  // namespace
@@ -61,6 +80,7 @@ Socket Socket::Listen(std::uint16_t port) {
         throw std::runtime_error(ErrorText("bind"));
     }
     if (listen(listener.handle_, SOMAXCONN) == SOCKET_ERROR) throw std::runtime_error(ErrorText("listen"));
+    MakeNonBlocking(listener.handle_);
     return listener;
 }
 
@@ -80,38 +100,31 @@ std::uint16_t Socket::Port() const {
 }
 
 Socket Socket::Accept() {
-    Socket client(accept(handle_, nullptr, nullptr));
-    if (client.handle_ == INVALID_SOCKET) throw ConnectionLost(ErrorText("accept"));
-    u_long non_blocking = 1;
-    if (ioctlsocket(client.handle_, FIONBIO, &non_blocking) == SOCKET_ERROR) {
-        throw ConnectionLost(ErrorText("ioctlsocket"));
+    for (;;) {
+        Socket client(accept(handle_, nullptr, nullptr));
+        if (client.handle_ != INVALID_SOCKET) {
+            MakeNonBlocking(client.handle_);
+            return client;
+        }
+        if (WSAGetLastError() != WSAEWOULDBLOCK) throw ConnectionLost(ErrorText("accept"));
+        WaitReadable(Clock::now() + kLook);
     }
-    return client;
 }
 
 bool Socket::WaitReadable(Clock::time_point deadline) const {
-    fd_set set{1, {handle_}};
-    timeval time = TimeUntil(deadline);
-    const int ready = select(0, &set, nullptr, nullptr, &time);
-    if (ready == SOCKET_ERROR) throw ConnectionLost(ErrorText("select"));
-    return ready == 1;
+    return WaitFor(Direction::kInput, handle_, deadline);
 }
 
 std::size_t Socket::Receive(char* into, std::size_t size, Clock::time_point deadline) {
-    if (!WaitReadable(deadline)) throw TimedOut("the client sends too slowly");
-    const int received = recv(handle_, into, static_cast<int>(std::min(size, kPiece)), 0);
-    if (received == SOCKET_ERROR) throw ConnectionLost(ErrorText("recv"));
-    return static_cast<std::size_t>(received);
+    const int piece = static_cast<int>(std::min(size, kPiece));
+    return Repeat(Direction::kInput, handle_, deadline, "recv", [&] { return recv(handle_, into, piece, 0); });
 }
 
 void Socket::Send(std::string_view bytes, std::chrono::milliseconds stall) {
     while (!bytes.empty()) {
-        if (!WaitWritable(handle_, Clock::now() + stall)) throw TimedOut("the client takes no more of the reply");
-        const int sent = send(handle_, bytes.data(), static_cast<int>(std::min(bytes.size(), kPiece)), 0);
-        // Another part of the system may have taken the buffer space between the two calls: then wait again.
-        if (sent == SOCKET_ERROR && WSAGetLastError() == WSAEWOULDBLOCK) continue;
-        if (sent == SOCKET_ERROR) throw ConnectionLost(ErrorText("send"));
-        bytes.remove_prefix(static_cast<std::size_t>(sent));
+        const int piece = static_cast<int>(std::min(bytes.size(), kPiece));
+        bytes.remove_prefix(Repeat(Direction::kRoom, handle_, Clock::now() + stall, "send",
+                                   [&] { return send(handle_, bytes.data(), piece, 0); }));
     }
 }
 
