@@ -31,28 +31,43 @@ SOCKET BindToLoopback(unsigned short& port) {
     return bound;
 }
 
-// Peers wait in short steps: Wine, when it is very busy, now and then forgets to wake a thread that waits for a socket;
-// but it does see what has come when it is asked again.
+// Peers wait in short steps and ask the connection itself after each: Wine, when it is very busy, now and then forgets
+// to wake a thread that waits for a socket, most of all when the other side has reset the connection.
 constexpr DWORD kStepMs = 200;
-// What is sent is sent: the other side's end is waited for out of courtesy. Wine, when it is very busy, now and then
-// keeps a connection open that the other side has closed.
+// What is sent is sent: the other side's end is waited for out of courtesy.
 constexpr DWORD kGoodbyeMs = 15000;
 
-// Waits for one step. As select: 1 when there is something to take in.
-int LookForInput(SOCKET socket) {
-    fd_set readable;
-    FD_ZERO(&readable);
-    FD_SET(socket, &readable);
+enum class Direction { kInput, kRoom };
+
+// Waits for one step. As select: 1 when it is worth a try.
+int LookFor(Direction direction, SOCKET socket) {
+    fd_set sockets;
+    FD_ZERO(&sockets);
+    FD_SET(socket, &sockets);
     timeval step = {/*tv_sec=*/0, /*tv_usec=*/kStepMs * 1000};
-    return select(0, &readable, nullptr, nullptr, &step);
+    const bool input = direction == Direction::kInput;
+    return select(0, input ? &sockets : nullptr, input ? nullptr : &sockets, nullptr, &step);
+}
+
+// Tries a call that does not block until it has done something; SOCKET_ERROR with the last error set when it fails or
+// the time is over.
+template <class Call>
+int Retry(Direction direction, SOCKET socket, DWORD patience, Call call) {
+    for (DWORD waited = 0; waited < patience; waited += kStepMs) {
+        const int count = call();
+        if (count != SOCKET_ERROR || WSAGetLastError() != WSAEWOULDBLOCK) return count;
+        if (LookFor(direction, socket) == SOCKET_ERROR) return SOCKET_ERROR;
+    }
+    WSASetLastError(WSAETIMEDOUT);
+    return SOCKET_ERROR;
 }
 
 }  // namespace
 
 Connection::Connection(Peer& peer, SOCKET socket, size_t index) : peer_(peer), socket_(socket), index_(index) {
-    const int patience = static_cast<int>(kPatience);
+    u_long non_blocking = 1;
+    ioctlsocket(socket_, static_cast<long>(FIONBIO), &non_blocking);
     const int on = 1;
-    setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, reinterpret_cast<const char*>(&patience), sizeof patience);
     setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
 }
 
@@ -93,7 +108,9 @@ std::string Connection::ReadBytes(size_t count) {
 
 bool Connection::Send(std::string_view bytes) {
     while (!bytes.empty()) {
-        const int sent = send(socket_, bytes.data(), static_cast<int>(std::min<size_t>(bytes.size(), 1 << 20)), 0);
+        const int piece = static_cast<int>(std::min<size_t>(bytes.size(), 1 << 20));
+        const int sent =
+            Retry(Direction::kRoom, socket_, kPatience, [&] { return send(socket_, bytes.data(), piece, 0); });
         if (sent <= 0) return false;
         bytes.remove_prefix(static_cast<size_t>(sent));
     }
@@ -116,13 +133,8 @@ bool Connection::WaitForEnd(DWORD patience) {
 }
 
 int Connection::Receive(char* buffer, size_t size, DWORD patience) {
-    for (DWORD waited = 0; waited < patience; waited += kStepMs) {
-        const int ready = LookForInput(socket_);
-        if (ready == SOCKET_ERROR) return SOCKET_ERROR;
-        if (ready == 1) return recv(socket_, buffer, static_cast<int>(size), 0);
-    }
-    WSASetLastError(WSAETIMEDOUT);
-    return SOCKET_ERROR;
+    return Retry(Direction::kInput, socket_, patience,
+                 [&] { return recv(socket_, buffer, static_cast<int>(size), 0); });
 }
 
 void Connection::Close() {
@@ -150,7 +162,7 @@ Peer::~Peer() {
 
 void Peer::Serve() {
     // What the system makes for each thread on its first wait is there before any test counts handles.
-    LookForInput(listener_);
+    LookFor(Direction::kInput, listener_);
     for (SOCKET accepted = Accept(); accepted != INVALID_SOCKET; accepted = Accept()) {
         const size_t index = monitor_.Update([this] { return connections_++; });
         {
@@ -165,7 +177,7 @@ void Peer::Serve() {
 SOCKET Peer::Accept() {
     return accepting_.Update([this] {
         while (!monitor_.Update([this] { return stopping_; })) {
-            if (LookForInput(listener_) != 1) continue;
+            if (LookFor(Direction::kInput, listener_) != 1) continue;
             const SOCKET accepted = accept(listener_, nullptr, nullptr);
             // The caller may have gone again.
             if (accepted != INVALID_SOCKET) return accepted;
