@@ -158,6 +158,9 @@ private:
 
     int PrintVerdict() {
         if (!everybody_.All().empty()) account_.NoteMismatch("the default callback was called");
+        for (ServerProcess* server : {&steady_, &dying_}) {
+            if (!server->OwnEnd().empty()) account_.NoteMismatch(server->OwnEnd());
+        }
         if (account_.InFlight() != 0) account_.NoteMismatch("requests without an end");
         const auto mismatches = static_cast<unsigned long long>(account_.Mismatches());
         // As GoogleTest says it, so that it is counted with the other tests.

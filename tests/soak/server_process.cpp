@@ -33,16 +33,25 @@ std::string ReadLine(HANDLE pipe) {
     return line;
 }
 
-// A list that lets a new process inherit this one handle. Sockets are inherited too otherwise: the connections that
+// Where all servers write what they have to say of errors: in the current folder.
+HANDLE OpenErrors() {
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, /*bInheritHandle=*/TRUE};
+    const HANDLE errors = CreateFileA("server_errors.txt", FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                      &inherited, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (errors == INVALID_HANDLE_VALUE) rig::Die("no file for the servers' errors");
+    return errors;
+}
+
+// A list that lets a new process inherit these handles alone. Sockets are inherited too otherwise: the connections that
 // are under way would stay open in the server when both their ends have closed them.
 class OnlyInherited {
 public:
-    explicit OnlyInherited(HANDLE handle) : handle_(handle) {
+    OnlyInherited(HANDLE one, HANDLE other) : handles_{one, other} {
         SIZE_T size = 0;
         InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
         bytes_.resize(size);
         if (!InitializeProcThreadAttributeList(List(), 1, 0, &size) ||
-            !UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, &handle_, sizeof handle_, nullptr,
+            !UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles_, sizeof handles_, nullptr,
                                        nullptr)) {
             rig::Die("no list of inherited handles");
         }
@@ -54,21 +63,21 @@ public:
     LPPROC_THREAD_ATTRIBUTE_LIST List() { return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(bytes_.data()); }
 
 private:
-    HANDLE handle_;
+    HANDLE handles_[2];
     std::vector<char> bytes_;
 };
 
-// The process, with its standard output and errors going to the pipe.
-HANDLE Launch(HANDLE output) {
+// The process, with its standard output going to the pipe.
+HANDLE Launch(HANDLE output, HANDLE errors) {
     const std::string program = rig::ProgramFolder() + "message_server.exe";
     // A machine under full load may be slow, but must not seem dead to the server.
     std::string command = "\"" + program + "\" --port 0 --timeout 600";
-    OnlyInherited inherited(output);
+    OnlyInherited inherited(output, errors);
     STARTUPINFOEXA startup = {};
     startup.StartupInfo.cb = sizeof startup;
     startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
     startup.StartupInfo.hStdOutput = output;
-    startup.StartupInfo.hStdError = output;
+    startup.StartupInfo.hStdError = errors;
     startup.lpAttributeList = inherited.List();
     PROCESS_INFORMATION started = {};
     // Wine, when it is very busy, now and then cannot start a process, and can a moment later.
@@ -94,30 +103,12 @@ unsigned short PortIn(const std::string& line) {
 
 }  // namespace
 
-ServerProcess::ServerProcess() : knocker_([this] { Knock(); }) {
+ServerProcess::ServerProcess() {
     Start();
 }
 
 ServerProcess::~ServerProcess() {
-    over_.Set();
-    knocker_.Join();
     Kill();
-}
-
-// Wine, when it is very busy, now and then forgets to wake a server that waits for connections; the next one wakes it.
-void ServerProcess::Knock() {
-    constexpr DWORD kKnockMs = 1000;
-    while (!over_.Wait(kKnockMs)) {
-        const Sight sight = Look();
-        if (!sight.up) continue;
-        const SOCKET caller = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(sight.port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        connect(caller, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-        closesocket(caller);
-    }
 }
 
 void ServerProcess::Start() {
@@ -126,7 +117,9 @@ void ServerProcess::Start() {
     HANDLE write = nullptr;
     if (!CreatePipe(&read, &write, &inherited, 0)) rig::Die("no pipe");
     SetHandleInformation(read, HANDLE_FLAG_INHERIT, 0);
-    process_ = Launch(write);
+    const HANDLE errors = OpenErrors();
+    process_ = Launch(write, errors);
+    CloseHandle(errors);
     CloseHandle(write);
     const unsigned short port = PortIn(ReadLine(read));
     CloseHandle(read);
@@ -137,6 +130,7 @@ void ServerProcess::Start() {
 }
 
 void ServerProcess::Kill() {
+    NoteOwnEnd();
     // Before the deed: who looks between the two must not take the server for a sound one.
     monitor_.Update([this] {
         ++now_.ends;
@@ -153,6 +147,18 @@ ServerProcess::Sight ServerProcess::Look() {
 
 bool ServerProcess::TroubledSince(const Sight& sight) {
     return !sight.up || Ends() != sight.ends;
+}
+
+std::string ServerProcess::OwnEnd() {
+    NoteOwnEnd();
+    return own_end_;
+}
+
+void ServerProcess::NoteOwnEnd() {
+    DWORD status = 0;
+    if (!Look().up || WaitForSingleObject(process_, 0) != WAIT_OBJECT_0) return;
+    GetExitCodeProcess(process_, &status);
+    own_end_ = "a server has ended by itself, with exit status " + std::to_string(status);
 }
 
 unsigned int ServerProcess::Ends() {

@@ -5,6 +5,8 @@
 
 #include "interface/rig/platform.h"
 
+#include <string>
+
 namespace wpk::soak {
 
 class ServerProcess {
@@ -32,15 +34,17 @@ public:
     // Whether the server was gone at that moment, or has been ended since.
     bool TroubledSince(const Sight& sight);
     unsigned int Ends();
+    // What is to be said of an end that nobody has asked for; empty when there was none. For the thread that calls Kill
+    // and Start, or when no other thread does.
+    std::string OwnEnd();
 
 private:
-    void Knock();
+    void NoteOwnEnd();
 
     rig::Monitor monitor_;
     Sight now_;
     HANDLE process_ = nullptr;
-    rig::Signal over_;
-    rig::Thread knocker_;  // last: it uses the others
+    std::string own_end_;
 };
 
 }  // namespace wpk::soak
