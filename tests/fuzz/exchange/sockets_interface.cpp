@@ -62,6 +62,10 @@ int wpk_host_setsockopt(SOCKET, int, int, const char*, int) {
     return 0;
 }
 
+BOOL SetHandleInformation(HANDLE, DWORD, DWORD) {
+    return TRUE;
+}
+
 int ioctlsocket(SOCKET socket, long, unsigned long* argument) {
     ScriptedNetwork::Current().SetBlocking(socket, *argument == 0);
     return 0;
