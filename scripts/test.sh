@@ -7,8 +7,15 @@
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
+known=(windows asan tsan fuzz host)
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(windows asan tsan fuzz)
+for preset in "${presets[@]}"; do
+    if [[ " ${known[*]} " != *" $preset "* ]]; then
+        echo "usage: scripts/test.sh [${known[*]}]    (without names: ${known[*]:0:4})" >&2
+        exit 2
+    fi
+done
 
 total_passed=0
 total_failed=0
@@ -38,21 +45,34 @@ build() {
     return 1
 }
 
+# run_programs PRESET ARGUMENTS...: the test programs, all that they say going on at the end of the log.
+run_programs() {
+    local preset=$1
+    shift
+    ctest --preset "$preset" -V -j 2 "$@" >>"build/$preset-tests.log" 2>&1
+}
+
+# Wine's server now and then ends a program of its own accord. A program that has vanished without a word of its result
+# is run once more, and said to be. One that has failed, or has not come to an end, has failed.
+run_vanished_again() {
+    local preset=$1 log=build/$1-tests.log vanished
+    vanished=$(awk -v vanished=1 -f scripts/count_tests.awk "$log" | paste -s -d '|')
+    [ -n "$vanished" ] || return
+    echo "  Ended without a result, and run once more: ${vanished//|/, }"
+    run_programs "$preset" -R "^($vanished)$"
+}
+
 run() {
     local preset=$1 log=build/$1-tests.log passed failed
     announce "Testing: $preset"
-    local repeat=()
-    if [ "$preset" = windows ]; then
-        scripts/wine.sh --start
-        # Wine's server now and then ends a program of its own accord when it is very busy, so a program that fails is
-        # run once more; the list below shows both runs.
-        repeat=(--repeat until-pass:2)
-    fi
-    ctest --preset "$preset" -V -j 2 "${repeat[@]}" >"$log" 2>&1
+    : >"$log"
+    [ "$preset" != windows ] || scripts/wine.sh --start
+    run_programs "$preset"
+    [ "$preset" != windows ] || run_vanished_again "$preset"
     [ "$preset" != windows ] || scripts/wine.sh --stop
     read -r passed failed < <(awk -f scripts/count_tests.awk "$log")
     grep -aE '^ *[0-9]+/[0-9]+ Test +#' "$log" | sed 's/^ */  /'
-    [ "$failed" -eq 0 ] || grep -aE '^[0-9]+: (\[  FAILED  \] [A-Z]|.*(Failure|ERROR:))' "$log" | sort -u | head -n 60
+    [ "$failed" -eq 0 ] || grep -aE '^[0-9]+: (\[  FAILED  \] [A-Z]|.*(Failure|ERROR:|MISMATCH))' "$log" | sort -u | head -n 60
     [ "$passed" -gt 0 ] || fail "No test of $preset has run; see $log."
     count "$passed" "$failed"
 }
@@ -71,7 +91,7 @@ fuzz() {
 }
 
 echo "Installing what is missing"
-scripts/setup.sh || fail "scripts/setup.sh has failed."
+scripts/setup.sh || fail "What the tests need is not all there; see above."
 echo "Checking the layout of the sources"
 scripts/format.sh --check || fail "Some files are not laid out as .clang-format says; scripts/format.sh does it."
 for preset in "${presets[@]}"; do
