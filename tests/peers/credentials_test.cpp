@@ -87,37 +87,31 @@ TEST(Credentials, ThatTheUserGivesUpOn_EndTheRequestAndTheLastOnesAreKept) {
     EXPECT_EQ(QuestionsOf(next)[0].password, "wrong");
 }
 
-const std::string& Large() {
-    static const std::string large = Pattern(8 * 1024 * 1024);
-    return large;
-}
-
 // The proxy refuses as soon as it has read the head, and closes the connection under the hands of a client that is
 // still sending: that is a failed send, and the question is lost. A smaller request finds out first what the proxy
 // wants.
-void ExpectLargeRequestCutOff(const Library& library) {
-    Request cut_off(PortOf("server"), Large());
+void ExpectLargeRequestsOnlyWithCredentials(unsigned short proxy) {
+    const Proxied proxied(proxy, nullptr, nullptr);
+    const std::string large = Pattern(8 * 1024 * 1024);
+    Request cut_off(PortOf("server"), large);
     AnswerInTurn(cut_off, {"pass"});
-    RunAndExpectFailure(library, cut_off, WPK_ERROR_EXCHANGE);
+    RunAndExpectFailure(proxied.library, cut_off, WPK_ERROR_EXCHANGE);
     EXPECT_TRUE(QuestionsOf(cut_off).empty());
 
     Request small(PortOf("server"));
     AnswerInTurn(small, {"pass"});
-    RunAndExpectReply(library, small, "hello");
+    RunAndExpectReply(proxied.library, small, "hello");
+    Request carried(PortOf("server"), large);
+    carried.inbox.DropProgress();
+    RunAndExpectReply(proxied.library, carried, large);
 }
 
 TEST(Credentials, MissingForALargeRequestThroughSquid_CutItOffBeforeTheQuestion) {
-    const Proxied proxied(PortOf("squid"), nullptr, nullptr);
-    ExpectLargeRequestCutOff(proxied.library);
+    ExpectLargeRequestsOnlyWithCredentials(PortOf("squid"));
 }
 
 TEST(Credentials, MissingForALargeRequestThroughTinyproxy_CutItOffBeforeTheQuestion) {
-    const Proxied proxied(PortOf("tinyproxy_password"), nullptr, nullptr);
-    ExpectLargeRequestCutOff(proxied.library);
-
-    Request carried(PortOf("server"), Large());
-    carried.inbox.DropProgress();
-    RunAndExpectReply(proxied.library, carried, Large());
+    ExpectLargeRequestsOnlyWithCredentials(PortOf("tinyproxy_password"));
 }
 
 // Tinyproxy answers credentials that it does not know with status 401: that is a server's question, not a proxy's.

@@ -16,6 +16,8 @@ http_access allow known
 http_access deny all
 cache deny all
 cache_mem 8 MB
+# Squid 5 takes a request buffer that is full, because the server is slower than the client, for the client's end.
+client_request_buffer_max_size 16 MB
 pid_filename none
 access_log none
 cache_log /dev/null
