@@ -195,7 +195,8 @@ typedef struct WPK_INITSTRUCT {
 #endif
 
 /** One message. The caller owns it and everything it points to, and keeps both unchanged from WPK_Send until the
- * request's final callback has returned. The library reads it; where lpfnCallback is null it writes the default
+ * request's final callback. Once that has begun, the library does not look at them any more: the callback may free
+ * them, or wake a thread that does. Until then the library reads it; where lpfnCallback is null it writes the default
  * callback and context into it. In C++ the constructor zeroes every field but the port; in C zero the record, the
  * first word (the place of the class's virtual table) included, and set nPort to 80. */
 #ifdef __cplusplus

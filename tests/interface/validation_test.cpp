@@ -159,6 +159,62 @@ TEST(SendFromACallback, StartsAnotherRequest) {
     EXPECT_NE(inner.handle(), outer.handle());
 }
 
+// Memory that can be taken away from whoever still looks at it.
+class Page {
+public:
+    Page() : bytes_(VirtualAlloc(nullptr, kSize, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE)) {}
+    ~Page() { VirtualFree(bytes_, 0, MEM_RELEASE); }
+    Page(const Page&) = delete;
+    Page& operator=(const Page&) = delete;
+
+    char* bytes() const { return static_cast<char*>(bytes_); }
+    bool TakeAway() const {
+        DWORD old = 0;
+        return VirtualProtect(bytes_, kSize, PAGE_NOACCESS, &old) != 0;
+    }
+
+private:
+    static constexpr SIZE_T kSize = 4096;
+    void* bytes_;
+};
+
+// The record with its texts and its data, all in one page that goes in the final callback.
+void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int final_reason) {
+    const Page page;
+    struct Parts {
+        WPK_SENDSTRUCT record;
+        char server[16];
+        char service[16];
+        char data[16];
+    };
+    Parts& parts = *new (page.bytes()) Parts{WPK_SENDSTRUCT(), "127.0.0.1", "Echo", "hello"};
+    Inbox inbox;
+    bool taken_away = false;
+    inbox.inside = [&](WPK_CALLBACKSTRUCT& notification) {
+        if (notification.nReason == final_reason) taken_away = page.TakeAway();
+    };
+    parts.record.nPort = peer.port();
+    parts.record.lpszServer = parts.server;
+    parts.record.lpszServiceName = parts.service;
+    parts.record.lpfnCallback = &Inbox::Callback;
+    parts.record.lpUserData = &inbox;
+    parts.record.lpData = parts.data;
+    parts.record.dwDataLength = 5;
+    ASSERT_NE(WithNetwork().library.Send(&parts.record), 0u);
+    ASSERT_TRUE(inbox.WaitForThreadEnd());
+    EXPECT_TRUE(taken_away);
+    EXPECT_EQ(inbox.Finals(), 1u);
+}
+
+TEST(SendRecord, TakenAwayInTheFinalCallback_IsNotMissed) {
+    Peer good(Answer(Ok("ok")));
+    ExpectNotLookedAtAfterTheEnd(good, WPK_REASON_REPLY);
+    Peer large(Answer(Ok(Pattern(20000))));
+    ExpectNotLookedAtAfterTheEnd(large, WPK_REASON_REPLY);
+    Peer refusing(Answer("HTTP/1.0 500 Bad_Plugin_Name\r\n\r\n"));
+    ExpectNotLookedAtAfterTheEnd(refusing, WPK_REASON_FAILURE);
+}
+
 // A callback that sends many, and one that waits for another request's end: its own thread is all it holds up.
 TEST(SendFromACallback, AndWaitingForItsEnd_Works) {
     Peer peer(Answer(Ok("ok")), 2);
