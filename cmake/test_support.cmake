@@ -23,12 +23,14 @@ add_library(wpk_test_headers OBJECT EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/tests
 wpk_set_test_options(wpk_test_headers)
 target_precompile_headers(wpk_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 
-# Sanitizers have nothing to look for in the test framework itself.
-if(WPK_SANITIZE)
-  foreach(target IN ITEMS gtest gmock gmock_main)
+# The test framework need not be fast, and sanitizers have nothing to look for in it.
+foreach(target IN ITEMS gtest gmock gmock_main)
+  if(WPK_SANITIZE)
     target_compile_options(${target} PRIVATE -O0 -g0 -fno-sanitize=all)
-  endforeach()
-endif()
+  else()
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-O1>)
+  endif()
+endforeach()
 
 # wpk_add_test(NAME SOURCES... [LIBRARIES ...]): one GoogleTest program, one CTest entry of the same name. Programs for
 # Windows run under Wine in a prefix of the build folder's own (scripts/wine.sh).
