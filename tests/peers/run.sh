@@ -35,17 +35,20 @@ await() {
     give_up "Nobody listens on port $1"
 }
 
-# All held at once, so that no two are the same, and let go before anybody uses them. "backend" is for a peer in the test
-# program itself.
+# All held at once, so that no two are the same, and let go before anybody uses them; below those that the system gives
+# to connections, or one of these might take one meanwhile. "backend" is for a peer in the test program itself.
 names=(backend server tinyproxy tinyproxy_password squid nginx nginx_front nginx_server nginx_unbuffered nginx_own_name
        nginx_strict haproxy haproxy_server haproxy_strict)
 read -ra numbers < <(python3 -c '
-import socket, sys
-sockets = [socket.create_server(("127.0.0.1", 0)) for _ in sys.argv[1:]]
-ports = [s.getsockname()[1] for s in sockets]
-for s in sockets:
-    s.close()
-print(*ports)' "${names[@]}")
+import random, socket, sys
+held = {}
+while len(held) < len(sys.argv) - 1:
+    port = random.randrange(10000, 32768)
+    try:
+        held[port] = held.get(port) or socket.create_server(("127.0.0.1", port))
+    except OSError:
+        pass
+print(*held)' "${names[@]}")
 declare -A port
 for i in "${!names[@]}"; do
     port[${names[$i]}]=${numbers[$i]}
