@@ -17,7 +17,7 @@ g++ -std=c++17 -O2 -Wall -Wextra -Werror -o "$build/bin/peer" bench/transport/pe
 # From here on everything shares the core. Wine's server runs where its first client started it, so the prefix is one
 # that nobody else uses.
 taskset -cp "$core" $$ >/dev/null
-export WINEPREFIX=$root/build/wine-bench
+export WPK_WINEPREFIX=$root/build/wine-bench
 exec {port_pipe}< <(exec "$build/bin/peer")
 peer=$!
 trap 'kill "$peer" 2>/dev/null || true' EXIT
