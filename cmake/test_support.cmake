@@ -1,4 +1,8 @@
 # GoogleTest, built from Debian's sources for the target at hand.
+if(NOT EXISTS /usr/src/googletest/CMakeLists.txt)
+  message(FATAL_ERROR "/usr/src/googletest is missing, which the tests need: run scripts/setup.sh, install Debian's "
+                      "package googletest, or leave the tests out with -DWPK_TESTS=OFF.")
+endif()
 set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)
 set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
 add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
