@@ -1,10 +1,16 @@
 #!/usr/bin/env bash
-# From a bare Debian machine to messages that travel: builds the library and the examples, starts the sample server under
-# Wine and sends it messages with the sample client. Its last line says whether all went as expected.
+# From a bare Debian machine to messages that travel: builds the library, a server and a client, starts the server under
+# Wine and sends it messages with the client. Its last line says whether all went as expected.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-programs=build/windows/bin
+if [ $# -gt 0 ]; then
+    echo "usage: scripts/demo.sh" >&2
+    exit 2
+fi
+
+build=build/windows
+programs=$build/bin
 work=$(mktemp -d)
 server_pid=
 client_pid=
@@ -27,10 +33,14 @@ give_up() {
 }
 
 build() {
-    { cmake --preset windows && cmake --build --preset windows --target message_server wpk_send; } \
-        >"$work/build.log" 2>&1 && return
-    tail -n 40 "$work/build.log"
-    give_up "the build has failed."
+    local log=build/demo.log tests=()
+    # The tests need more packages. Where they are built already, leaving them out would remove them.
+    grep -qs '^WPK_TESTS:BOOL=ON$' "$build/CMakeCache.txt" || tests=(-DWPK_TESTS=OFF)
+    mkdir -p build || give_up "the folder build/ cannot be written."
+    { cmake --preset windows "${tests[@]}" && cmake --build --preset windows --target message_server wpk_send; } \
+        >"$log" 2>&1 && return
+    tail -n 40 "$log"
+    give_up "the build has failed; all of its output is in $log. If $build was made elsewhere or broken off, remove it."
 }
 
 # wait_for_line DESCRIPTOR TEXT: the first line that holds the text, without its line end.
@@ -50,7 +60,10 @@ start_server() {
     exec {server_output}< <(exec scripts/wine.sh "$programs/message_server.exe" --port 0 </dev/null 2>"$work/server.log")
     server_pid=$!
     local line
-    line=$(wait_for_line "$server_output" "listening on") || give_up "the server has not started."
+    if ! line=$(wait_for_line "$server_output" "listening on"); then
+        cat "$work/server.log"
+        give_up "the server has not started. (WINEDEBUG=err+all scripts/demo.sh tells more.)"
+    fi
     echo "The server says: $line"
     port=${line##*:}
 }
@@ -103,12 +116,12 @@ send_and_interrupt() {
 }
 
 step "Installing what is missing"
-scripts/setup.sh
+scripts/setup.sh demo || give_up "what is missing could not be installed."
 
-step "Building the library and the examples for Windows (build/windows)"
+step "Building the library, the message server and its client for Windows ($build)"
 build
 
-step "Starting the message server under Wine"
+step "Starting the message server under Wine (the first start takes half a minute)"
 start_server
 
 step "Sending a message to the service Echo, which replies with the same"
