@@ -3,8 +3,8 @@
 
 Above every ```cpp block of the page stands "<!-- sample: NAME -->". Its code becomes FOLDER/NAME.inc, for a source file
 to #include where it fits: a whole program, or statements inside of a test. A block (of any language) below
-"<!-- output: NAME -->" becomes FOLDER/NAME.txt as it stands, and FOLDER/NAME.out as a C++ string literal. Spaces in names
-become underscores.
+"<!-- output: NAME -->" becomes FOLDER/NAME.txt as it stands, and FOLDER/NAME.out as a C++ string literal; below
+"<!-- file: NAME -->" it becomes FOLDER/NAME as it stands, for tests/package to use. Spaces in names become underscores.
 
 It is an error when a block bears no mark, a mark has no block, or no USER (a source file) includes a sample.
 """
@@ -13,7 +13,7 @@ import re
 import sys
 
 FENCE = re.compile(r"^```(\w*)$")
-MARK = re.compile(r"^<!-- (sample|output): ([\w ]+) -->$")
+MARK = re.compile(r"^<!-- (sample|output|file): ([\w. ]+) -->$")
 
 
 def fail(page, number, message):
@@ -62,6 +62,9 @@ def main():
         if (kind, name) in seen:
             fail(page, number, f"there are two of the name {name}")
         seen.add((kind, name))
+        if kind == "file":
+            write(folder / name, text + "\n")
+            continue
         if kind == "output":
             write(folder / f"{name}.txt", text + "\n")
             write(folder / f"{name}.out", f'R"~({text})~"\n')

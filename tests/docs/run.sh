@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# run.sh WINE SERVER PROGRAM EXPECTED: runs a page's program against the sample server, whose port is the program's one
-# argument, and compares what it prints with the file EXPECTED.
+# run.sh WINE SERVER PROGRAM EXPECTED [ARGUMENT ...]: runs a program against the sample server and compares what it prints
+# with the file EXPECTED. The server's port takes the place of the argument PORT; the programs of the pages have no other.
 set -euo pipefail
 wine=$1 server=$2 program=$3 expected=$4
+arguments=("${@:5}")
+[ ${#arguments[@]} -gt 0 ] || arguments=(PORT)
 
 exec {said}< <(exec "$wine" "$server" --port 0 </dev/null 2>/dev/null)
 server_pid=$!
@@ -14,7 +16,7 @@ while IFS= read -r -t 60 -u "$said" line; do
     [[ $line == *"listening on"* ]] && port=${line##*:} && break
 done
 
-printed=$("$wine" "$program" "$port" </dev/null 2>/dev/null | tr -d '\r')
+printed=$("$wine" "$program" "${arguments[@]/#PORT/$port}" </dev/null 2>/dev/null | tr -d '\r')
 if [ "$printed" = "$(cat "$expected")" ]; then
     echo "[  PASSED  ] 1 test."
 else
