@@ -1,7 +1,7 @@
 # Sums up what the programs of a `ctest -V` log say of themselves ("[  PASSED  ] 12 tests."). A program that ends badly
 # without having counted a failure (a crash, a time-out) counts as one failed test. Prints "passed failed".
 #
-# With -v vanished=1 it prints the programs that ended badly without a time-out and without a word of their result.
+# With -v killed=1 it prints the programs that were killed from outside and had no failure to tell until then.
 
 # "      Start 12: threadlib_tests": what an earlier run of it has said is over.
 /^ +Start +[0-9]+: / {
@@ -34,8 +34,8 @@
     name[program] = words[2]
     if ($0 ~ /Passed +[0-9.]+ sec/) {
         ended[program] = "well"
-    } else if ($0 ~ /\*\*\*Timeout/) {
-        ended[program] = "late"
+    } else if ($0 ~ /Subprocess killed/) {
+        ended[program] = "killed"
     } else {
         ended[program] = "badly"
     }
@@ -43,11 +43,10 @@
 
 END {
     for (program in ended) {
-        silent = !(program in passed) && !(program in failed)
-        if (vanished && silent && ended[program] == "badly") print name[program]
+        if (killed && ended[program] == "killed" && !(program in failed)) print name[program]
         total_passed += passed[program]
         total_failed += failed[program]
         if (ended[program] != "well" && !failed[program]) total_failed += 1
     }
-    if (!vanished) print total_passed + 0, total_failed + 0
+    if (!killed) print total_passed + 0, total_failed + 0
 }

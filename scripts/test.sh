@@ -53,14 +53,15 @@ run_programs() {
     ctest --preset "$preset" -V -j $(($(nproc) + 1)) "$@" >>"build/$preset-tests.log" 2>&1
 }
 
-# Wine's server now and then ends a program of its own accord. A program that has vanished without a word of its result
-# is run once more, and said to be. One that has failed, or has not come to an end, has failed.
-run_vanished_again() {
-    local preset=$1 log=build/$1-tests.log vanished
-    vanished=$(awk -v vanished=1 -f scripts/count_tests.awk "$log" | paste -s -d '|')
-    [ -n "$vanished" ] || return
-    echo "  Ended without a result, and run once more: ${vanished//|/, }"
-    run_programs "$preset" -R "^($vanished)$"
+# Wine gives a process one second for its end and kills it then, which is too short on a busy machine. A program that was
+# killed before it had a failure to tell is run once more, and said to be. One that has failed, or has not come to an
+# end, has failed.
+run_killed_again() {
+    local preset=$1 log=build/$1-tests.log killed
+    killed=$(awk -v killed=1 -f scripts/count_tests.awk "$log" | paste -s -d '|')
+    [ -n "$killed" ] || return
+    echo "  Killed by Wine, and run once more: ${killed//|/, }"
+    run_programs "$preset" -R "^($killed)$"
 }
 
 run() {
@@ -69,7 +70,7 @@ run() {
     : >"$log"
     [ "$preset" != windows ] || scripts/wine.sh --start
     run_programs "$preset"
-    [ "$preset" != windows ] || run_vanished_again "$preset"
+    [ "$preset" != windows ] || run_killed_again "$preset"
     [ "$preset" != windows ] || scripts/wine.sh --stop
     read -r passed failed < <(awk -f scripts/count_tests.awk "$log")
     grep -aE '^ *[0-9]+/[0-9]+ Test +#' "$log" | sed 's/^ */  /'
