@@ -8,6 +8,7 @@
 #include <wpk/client/parcel.h>
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <functional>
@@ -75,9 +76,10 @@ public:
 
     void Cancel() noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
-        // Once at most: a handle that has ended may be another request's.
-        if (std::exchange(cancelled_, true)) return;
-        if (handle_ != 0 && shared_) shared_->functions.cancel(handle_);
+        cancel_wanted_ = true;
+        PassCancelOn();
+        // Whoever waits for the end takes over what the library has refused.
+        if (CancelIsDue()) changed_.notify_all();
     }
 
     bool Done() const noexcept {
@@ -91,9 +93,18 @@ public:
         return !done_ && thread_ == CurrentThread();
     }
 
+    /// Meanwhile it tries again and again what the library has refused for want of a thread: a cancel.
     void Wait() noexcept {
+        constexpr std::chrono::milliseconds kNextTry{50};
         std::unique_lock<std::mutex> lock(mutex_);
-        ended_.wait(lock, [this] { return done_; });
+        while (!done_) {
+            if (!CancelIsDue()) {
+                changed_.wait(lock);
+                continue;
+            }
+            changed_.wait_for(lock, kNextTry);
+            PassCancelOn();
+        }
     }
 
 private:
@@ -109,7 +120,23 @@ private:
         const std::lock_guard<std::mutex> lock(mutex_);
         handle_ = handle;
         // Somebody was quicker; unless the request has been quicker still.
-        if (cancelled_ && shared_) shared_->functions.cancel(handle_);
+        PassCancelOn();
+        if (CancelIsDue()) changed_.notify_all();
+    }
+
+    /// Whether the library has yet to be told of a cancel, and can be. With the lock held.
+    bool CancelIsDue() const noexcept { return cancel_wanted_ && !cancel_accepted_ && handle_ != 0 && shared_; }
+
+    /// With the lock held. Until the library accepts it, and then never again: a handle that has ended may be another
+    /// request's.
+    void PassCancelOn() noexcept {
+        if (CancelIsDue()) cancel_accepted_ = shared_->functions.cancel(handle_) != 0;
+    }
+
+    /// What the library has refused, if anything.
+    void CancelAgain() noexcept {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        PassCancelOn();
     }
 
     static std::string_view View(const void* data, unsigned int length) noexcept {
@@ -142,6 +169,7 @@ private:
     }
 
     void TellProgress(std::string_view arrived, unsigned int total) noexcept {
+        CancelAgain();
         if (!on_progress_ || thrown_) return;
         try {
             on_progress_(Progress(arrived, total, *this));
@@ -185,7 +213,7 @@ private:
         ParcelsDone::All().Collect();
         const std::lock_guard<std::mutex> lock(mutex_);
         done_ = true;
-        ended_.notify_all();
+        changed_.notify_all();
     }
 
     /// From here on there is nothing to cancel.
@@ -210,10 +238,11 @@ private:
     std::shared_ptr<Exchange> self_;
 
     mutable std::mutex mutex_;
-    std::condition_variable ended_;
+    std::condition_variable changed_;
     unsigned int handle_ = 0;
     unsigned long thread_ = 0;  // 0 is no thread's id
-    bool cancelled_ = false;
+    bool cancel_wanted_ = false;
+    bool cancel_accepted_ = false;
     bool done_ = false;
 };
 
