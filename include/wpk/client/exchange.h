@@ -202,23 +202,25 @@ private:
     /// The final notification. Nothing of the request but the parcel is left when a wait for it is over.
     void End(const Outcome& outcome) noexcept {
         const std::shared_ptr<Exchange> alive = std::move(self_);
+        bool cancelled = false;
         {
-            const std::shared_ptr<const Shared> shared = TakeShared();
+            const std::shared_ptr<const Shared> shared = TakeShared(cancelled);
             on_progress_ = nullptr;
             TellOutcome(outcome, *shared);
             on_outcome_ = nullptr;
             thrown_ = nullptr;
         }
-        ParcelsDone::All().Add(std::move(parcel_));
+        ParcelsDone::All().Add(std::move(parcel_), cancelled);
         ParcelsDone::All().Collect();
         const std::lock_guard<std::mutex> lock(mutex_);
         done_ = true;
         changed_.notify_all();
     }
 
-    /// From here on there is nothing to cancel.
-    std::shared_ptr<const Shared> TakeShared() noexcept {
+    /// From here on there is nothing to cancel; `cancelled` becomes whether it has been.
+    std::shared_ptr<const Shared> TakeShared(bool& cancelled) noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
+        cancelled = cancel_accepted_;
         return std::move(shared_);
     }
 
