@@ -10,10 +10,10 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <exception>
 #include <functional>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <mutex>
 #include <string_view>
@@ -27,11 +27,20 @@ using OutcomeFunction = std::function<void(const Outcome&)>;
 
 namespace detail {
 
+/// Whether a message of that size can travel: its length, that of the service's name and what the wire format puts
+/// around both (docs/wire_format.md) are told as one 32-bit number.
+constexpr bool FitsIntoRequest(std::size_t service, std::size_t body, bool behind_proxy) noexcept {
+    constexpr std::size_t kLongest = 0xFFFFFFFF;
+    const std::size_t around = behind_proxy ? 74 : 73;
+    return service <= kLongest - around && body <= kLongest - around - service;
+}
+
 /// What a Client and the requests that it has sent share. Unchanged once the first request is sent.
 struct Shared {
     Functions functions;
     Text server;
     unsigned int port = 0;
+    bool behind_proxy = false;
     decltype(Options::on_credentials) on_credentials;
     decltype(Options::on_exception) on_exception;
 
@@ -56,7 +65,9 @@ public:
     static std::shared_ptr<Exchange> Start(std::shared_ptr<const Shared> shared, Message message,
                                            OutcomeFunction on_outcome) {
         if (!on_outcome) Throw(Errc::kNoFunction);
-        if (message.body.size() > (std::numeric_limits<unsigned int>::max)()) Throw(Errc::kMessageTooLong);
+        if (!FitsIntoRequest(message.service.str().size(), message.body.size(), shared->behind_proxy)) {
+            Throw(Errc::kMessageTooLong);
+        }
         const Functions functions = shared->functions;
         const std::shared_ptr<Exchange> exchange(
             new Exchange(std::move(shared), std::move(message), std::move(on_outcome)));
