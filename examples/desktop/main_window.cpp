@@ -191,7 +191,7 @@ void MainWindow::Send() {
     if (!message) return;
     sent_at_ = GetTickCount64();
     reply_view_->ShowText(L"");
-    if (!session_->Send(std::move(*message))) return Say(L"The library could not take the message.");
+    if (!session_->Send(std::move(*message))) return Say(FromAnsi(wpk_send::kNotSentText));
     ShowRunning(true);
     Say(L"Sent; waiting for the reply");
 }
@@ -278,11 +278,12 @@ void MainWindow::ShowProgress(const Progress& progress) {
 
 void MainWindow::ShowOutcome(const Outcome& outcome) {
     if (outcome.error != 0) {
-        const std::wstring text = FromAnsi(wpk_send::ErrorText(outcome.error));
-        reply_view_->ShowText(text);
-        return Say(text);
+        // The status bar has room for what has happened, but not for what to do.
+        reply_view_->ShowText(FromAnsi(wpk_send::ErrorTextAndAdvice(outcome.error, "\r\n")));
+        return Say(FromAnsi(wpk_send::ErrorText(outcome.error)));
     }
-    if (outcome.no_memory) return Say(L"The reply has come, but there is too little memory to show it.");
+    if (outcome.no_memory)
+        return Say(L"The reply has come, but there is too little memory to show it. Close some programs.");
     // Showing it takes time of its own.
     const ULONGLONG time = GetTickCount64() - sent_at_;
     reply_view_->Show(outcome.reply);

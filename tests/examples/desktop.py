@@ -106,7 +106,8 @@ def test_window_says_that_there_is_no_such_service():
     with Desktop() as window:
         window.send("Nonsense", "x")
         window.wait_for_text(STATUS, "The server has no service of that name.")
-        check_equal(window.text(REPLY_TEXT), "The server has no service of that name.")
+        check_equal(window.text(REPLY_TEXT), "The server has no service of that name.\n"
+                    "Check the service's name; where it is right, update the server.")
         check(window.enabled(SEND) and not window.enabled(CANCEL), "the next message can be sent")
 
 
@@ -320,7 +321,7 @@ def test_dialog_that_is_cancelled_ends_the_request():
         window.press("Esc")
         window.wait_until(lambda: window.tell("turn-to", DIALOG) == "none", "the dialog's end")
         window.wait_for_window("WpkDesktop")
-        window.wait_for_text(STATUS, "The proxy wants a user name and a password, and none were given.")
+        window.wait_for_text(STATUS, "The proxy wants a user name and a password, and got none")
         check_equal(proxy.seen, [None])
 
 
