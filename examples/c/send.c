@@ -12,17 +12,48 @@
 /* What the callback tells the main thread. */
 typedef struct Outcome {
     HANDLE ended;
-    int error; /* a WPK_ERROR; 0: the reply has come */
+    int error;       /* a WPK_ERROR; 0: the reply has come */
+    int not_written; /* the reply has come, but could not be written */
 } Outcome;
+
+/* What has happened and what to do, by the WPK_ERROR without its sign. */
+static const char* const TEXTS[] = {"",
+                                    "the request is unusable; name a server",
+                                    "there is no network connection; connect to the network, then send again",
+                                    "the server could not be reached; check its name and port, and that it runs",
+                                    "the request was cancelled",
+                                    "the server is of another version or of another kind; check its name and port",
+                                    "the server has no service of that name; check the name",
+                                    "the exchange broke or the server refused the message; check the message, and send "
+                                    "again only what may be done twice",
+                                    "a proxy or the server wants credentials, which this program does not give"};
+
+static const char SHORTAGE[] = "the system is short of threads or memory; close some programs, then try again";
+
+static const char* ErrorText(int error) {
+    const int count = (int)(sizeof TEXTS / sizeof TEXTS[0]);
+    return error < 0 && -error < count ? TEXTS[-error] : "the request failed; a newer program may know why";
+}
+
+/* The port that the text says; 0 when it says none. */
+static unsigned int PortOf(const char* text) {
+    char* end;
+    const long port = strtol(text, &end, 10);
+    return end != text && *end == '\0' && port >= 1 && port <= 65535 ? (unsigned int)port : 0;
+}
+
+/* Whether all of it has arrived. Most of what can go wrong shows only when the buffers are emptied. */
+static int WriteOut(const void* data, size_t length) {
+    if (length > 0 && fwrite(data, 1, length, stdout) != length) return 0;
+    return fflush(stdout) == 0;
+}
 
 /* Called on a thread of the library's. The reply's bytes are there only during the call. */
 static void OnNotification(WPK_CALLBACKSTRUCT* notification) {
     Outcome* outcome = (Outcome*)notification->lpUserData;
     switch (notification->nReason) {
         case WPK_REASON_REPLY:
-            if (notification->body.reply.dwDataLength > 0) {
-                fwrite(notification->body.reply.lpData, 1, notification->body.reply.dwDataLength, stdout);
-            }
+            outcome->not_written = !WriteOut(notification->body.reply.lpData, notification->body.reply.dwDataLength);
             SetEvent(outcome->ended);
             break;
         case WPK_REASON_FAILURE:
@@ -49,9 +80,10 @@ int main(int argc, char** argv) {
      * Static records are zero, as C programs have to make them; in C++ the constructor does it. */
     static WPK_SENDSTRUCT message;
     static Outcome outcome;
+    const unsigned int port = argc == 5 ? PortOf(argv[2]) : 0;
 
-    if (argc != 5) {
-        fprintf(stderr, "usage: c_send SERVER PORT SERVICE MESSAGE\n");
+    if (port == 0) {
+        fprintf(stderr, "usage: c_send SERVER PORT SERVICE MESSAGE; PORT is a number from 1 to 65535\n");
         return 2;
     }
     /* No byte of the reply is to be changed on its way out. */
@@ -59,19 +91,26 @@ int main(int argc, char** argv) {
     outcome.ended = CreateEventA(/*lpEventAttributes=*/NULL, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
                                  /*lpName=*/NULL);
     if (outcome.ended == NULL || !Initialise(&outcome)) {
-        fprintf(stderr, "c_send: the library could not be initialised\n");
+        fprintf(stderr, "c_send: the library could not be initialised: %s\n", SHORTAGE);
         return 3;
     }
     message.lpszServer = argv[1];
-    message.nPort = (unsigned int)atoi(argv[2]);
+    message.nPort = port;
     message.lpszServiceName = argv[3];
     message.lpData = argv[4];
     message.dwDataLength = (unsigned int)strlen(argv[4]);
     if (WPK_Send(&message) == 0) {
-        fprintf(stderr, "c_send: the library could not take the message\n");
+        fprintf(stderr, "c_send: the library could not take the message: %s\n", SHORTAGE);
         return 4;
     }
     WaitForSingleObject(outcome.ended, INFINITE);
-    if (outcome.error != 0) fprintf(stderr, "c_send: failed with error %d\n", outcome.error);
-    return outcome.error == 0 ? 0 : 10 - outcome.error;
+    if (outcome.error != 0) {
+        fprintf(stderr, "c_send: error %d: %s\n", outcome.error, ErrorText(outcome.error));
+        return 10 - outcome.error;
+    }
+    if (outcome.not_written) {
+        fprintf(stderr, "c_send: the reply could not be written; check where standard output goes, and the disk\n");
+        return 1;
+    }
+    return 0;
 }

@@ -40,14 +40,16 @@ constexpr Description kControls[] = {
     {kStatus, STATUSCLASSNAMEW, L"", SBARS_SIZEGRIP},
 };
 
-/// An edit control of several lines wants all keys. Here Enter belongs to Send, Esc to Cancel and Tab to the next
-/// control, as everywhere else; Ctrl+Enter begins a line.
-LRESULT CALLBACK HandleMessageField(HWND control, UINT message, WPARAM wide, LPARAM parameter, UINT_PTR, DWORD_PTR) {
+/// An edit control of several lines wants all keys, and answers Esc by closing its parent, which it takes for a dialog.
+/// Here Enter belongs to Send, Esc to Cancel and Tab to the next control, as everywhere else; Ctrl+Enter begins a line
+/// where one can be typed.
+LRESULT CALLBACK HandleLines(HWND control, UINT message, WPARAM wide, LPARAM parameter, UINT_PTR, DWORD_PTR) {
     const LRESULT result = DefSubclassProc(control, message, wide, parameter);
     if (message != WM_GETDLGCODE) return result;
     const MSG* key = reinterpret_cast<const MSG*>(parameter);
-    const bool line_break =
-        key != nullptr && key->message == WM_KEYDOWN && key->wParam == VK_RETURN && GetKeyState(VK_CONTROL) < 0;
+    const bool read_only = (GetWindowLongPtrW(control, GWL_STYLE) & ES_READONLY) != 0;
+    const bool line_break = !read_only && key != nullptr && key->message == WM_KEYDOWN && key->wParam == VK_RETURN &&
+                            GetKeyState(VK_CONTROL) < 0;
     return line_break ? result : result & ~(DLGC_WANTALLKEYS | DLGC_WANTMESSAGE | DLGC_WANTTAB);
 }
 
@@ -78,7 +80,9 @@ void Create(HWND window, const Description& control) {
 
 void CreateControls(HWND window) {
     for (const Description& control : kControls) Create(window, control);
-    SetWindowSubclass(GetDlgItem(window, kMessage), HandleMessageField, /*uIdSubclass=*/0, /*dwRefData=*/0);
+    for (const ControlId id : {kMessage, kReplyText}) {
+        SetWindowSubclass(GetDlgItem(window, id), HandleLines, /*uIdSubclass=*/0, /*dwRefData=*/0);
+    }
     // A long reply may be longer than what a user may type.
     SendDlgItemMessageW(window, kReplyText, EM_SETLIMITTEXT, 0, 0);
     SendDlgItemMessageW(window, kMessage, EM_SETLIMITTEXT, 0, 0);

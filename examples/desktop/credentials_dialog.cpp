@@ -46,8 +46,7 @@ INT_PTR CredentialsDialog::Handle(UINT message, WPARAM wide) {
     if (message != WM_COMMAND) return FALSE;
     switch (LOWORD(wide)) {
         case IDOK:
-            Take();
-            EndDialog(dialog_, IDOK);
+            if (Take()) EndDialog(dialog_, IDOK);
             return TRUE;
         case IDCANCEL:
             EndDialog(dialog_, IDCANCEL);
@@ -66,8 +65,22 @@ void CredentialsDialog::Fill() {
     SetFocus(GetDlgItem(dialog_, user_.empty() ? IDC_USER : IDC_PASSWORD));
 }
 
-void CredentialsDialog::Take() {
-    answer_ = Credentials{ToAnsi(FieldText(IDC_USER)), ToAnsi(FieldText(IDC_PASSWORD))};
+bool CredentialsDialog::Take() {
+    const std::optional<std::string> user = TakeField(IDC_USER, L"The user name");
+    const std::optional<std::string> password = user ? TakeField(IDC_PASSWORD, L"The password") : std::nullopt;
+    if (password) answer_ = Credentials{*user, *password};
+    return password.has_value();
+}
+
+std::optional<std::string> CredentialsDialog::TakeField(int id, const std::wstring& name) const {
+    std::optional<std::string> text = ToAnsi(FieldText(id));
+    // A character may take several bytes, so what fits into the field may be too long all the same.
+    if (text && text->size() < WPK_CREDENTIAL_SIZE) return text;
+    const std::wstring trouble = text ? L" is too long to be sent: more than 255 bytes."
+                                      : L" holds a character that the system's code page lacks, so it cannot be sent.";
+    SetDlgItemTextW(dialog_, IDC_QUESTION, (name + trouble + L" Enter another one.").c_str());
+    SetFocus(GetDlgItem(dialog_, id));
+    return std::nullopt;
 }
 
 std::wstring CredentialsDialog::FieldText(int id) const {

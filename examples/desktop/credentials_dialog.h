@@ -29,7 +29,9 @@ private:
     static INT_PTR CALLBACK Dispatch(HWND dialog, UINT message, WPARAM wide, LPARAM parameter);
     INT_PTR Handle(UINT message, WPARAM wide);
     void Fill();
-    void Take();
+    /// False when the library could not take what has been entered; the dialog says so.
+    bool Take();
+    std::optional<std::string> TakeField(int id, const std::wstring& name) const;
     std::wstring FieldText(int id) const;
 
     HWND dialog_ = nullptr;

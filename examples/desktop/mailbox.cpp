@@ -36,7 +36,8 @@ std::optional<Credentials> Mailbox::Ask(const std::string& refused_user) {
 
 void Mailbox::Knock() {
     if (closed_ || knocked_) return;
-    // A full queue is the one way for this to fail; the next piece of mail tries again.
+    // A full queue is the one way for this to fail; the next piece of mail tries again, and the window looks by itself
+    // now and then.
     knocked_ = PostMessageW(window_, knock_, 0, 0) != FALSE;
 }
 

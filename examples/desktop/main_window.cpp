@@ -15,6 +15,9 @@ namespace desktop {
 namespace {
 
 constexpr UINT kMailMessage = WM_APP;
+// The mail is looked for this often in any case: a knock does not come through while the window's queue is full.
+constexpr UINT_PTR kMailTimer = 1;
+constexpr UINT kMailTimerMs = 1000;
 // The progress bar counts in these, as sizes in bytes would not fit.
 constexpr int kProgressSteps = 1000;
 constexpr UINT kMaxPort = 65535;
@@ -38,7 +41,11 @@ MainWindow::MainWindow(const Options& options) : options_(options) {
     CreateWindowExW(WS_EX_CONTROLPARENT, kMainWindowClass, L"WPK Desktop", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
                     CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, /*hWndParent=*/nullptr,
                     /*hMenu=*/nullptr, GetModuleHandleW(nullptr), this);
-    if (window_ == nullptr) throw std::runtime_error("The window could not be made.");
+    if (window_ == nullptr) {
+        throw std::runtime_error(
+            "The window could not be made: the system is short of memory. Close some programs, then "
+            "start this one again.");
+    }
     dpi_ = static_cast<int>(GetDpiForWindow(window_));
     CreateControls(window_);
     font_.Apply(window_, dpi_);
@@ -56,6 +63,7 @@ MainWindow::~MainWindow() {
 int MainWindow::Run(int how) {
     mailbox_ = new Mailbox(window_, kMailMessage);
     session_ = new Session(options_, *mailbox_);
+    SetTimer(window_, kMailTimer, kMailTimerMs, /*lpTimerFunc=*/nullptr);
     ShowWindow(window_, how);
     SetFocus(GetDlgItem(window_, kMessage));
     return HandleMessages();
@@ -87,6 +95,7 @@ LRESULT CALLBACK MainWindow::Dispatch(HWND window, UINT message, WPARAM wide, LP
 LRESULT MainWindow::Handle(HWND window, UINT message, WPARAM wide, LPARAM parameter) {
     switch (message) {
         case kMailMessage:
+        case WM_TIMER:
             OnMail();
             return 0;
         case WM_COMMAND:
@@ -144,9 +153,10 @@ void MainWindow::OnCommand(int id) {
 }
 
 void MainWindow::OnActivate(bool active) {
-    // Whoever comes back finds the focus where it was.
+    // Whoever comes back finds the focus where it was, unless a reply has hidden or disabled that control meanwhile.
     if (active) {
-        SetFocus(IsWindowEnabled(focus_) ? focus_ : GetDlgItem(window_, kMessage));
+        const bool usable = IsWindowEnabled(focus_) && IsWindowVisible(focus_);
+        SetFocus(usable ? focus_ : GetDlgItem(window_, kMessage));
     } else if (const HWND focus = GetFocus(); IsChild(window_, focus)) {
         focus_ = focus;
     }
@@ -181,7 +191,7 @@ void MainWindow::Send() {
     if (!message) return;
     sent_at_ = GetTickCount64();
     reply_view_->ShowText(L"");
-    if (!session_->Send(std::move(*message))) return Say(L"The library could not take the message.");
+    if (!session_->Send(std::move(*message))) return Say(FromAnsi(wpk_send::kNotSentText));
     ShowRunning(true);
     Say(L"Sent; waiting for the reply");
 }
@@ -193,8 +203,18 @@ std::optional<Message> MainWindow::EnteredMessage() {
         SetFocus(GetDlgItem(window_, kPort));
         return std::nullopt;
     }
-    return Message{ToAnsi(ControlText(window_, kServer)), port, ToAnsi(ControlText(window_, kService)),
-                   ToUtf8(ControlText(window_, kMessage))};
+    std::optional<std::string> server = EnteredName(kServer, L"the server");
+    std::optional<std::string> service = server ? EnteredName(kService, L"the service") : std::nullopt;
+    if (!service) return std::nullopt;
+    return Message{std::move(*server), port, std::move(*service), ToUtf8(ControlText(window_, kMessage))};
+}
+
+std::optional<std::string> MainWindow::EnteredName(ControlId field, const std::wstring& whose) {
+    std::optional<std::string> name = ToAnsi(ControlText(window_, field));
+    if (name) return name;
+    Say(L"The name of " + whose + L" holds a character that the system's code page lacks; enter another name.");
+    SetFocus(GetDlgItem(window_, field));
+    return std::nullopt;
 }
 
 void MainWindow::ShowRunning(bool running) {
@@ -258,11 +278,12 @@ void MainWindow::ShowProgress(const Progress& progress) {
 
 void MainWindow::ShowOutcome(const Outcome& outcome) {
     if (outcome.error != 0) {
-        const std::wstring text = FromAnsi(wpk_send::ErrorText(outcome.error));
-        reply_view_->ShowText(text);
-        return Say(text);
+        // The status bar has room for what has happened, but not for what to do.
+        reply_view_->ShowText(FromAnsi(wpk_send::ErrorTextAndAdvice(outcome.error, "\r\n")));
+        return Say(FromAnsi(wpk_send::ErrorText(outcome.error)));
     }
-    if (outcome.no_memory) return Say(L"The reply has come, but there is too little memory to show it.");
+    if (outcome.no_memory)
+        return Say(L"The reply has come, but there is too little memory to show it. Close some programs.");
     // Showing it takes time of its own.
     const ULONGLONG time = GetTickCount64() - sent_at_;
     reply_view_->Show(outcome.reply);

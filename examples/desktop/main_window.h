@@ -46,6 +46,7 @@ private:
 
     void Send();
     std::optional<Message> EnteredMessage();
+    std::optional<std::string> EnteredName(ControlId field, const std::wstring& whose);
     void ShowRunning(bool running);
 
     void OnMail();

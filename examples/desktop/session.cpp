@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "wpk_send/outcome.h"
+
 namespace desktop {
 
 /// What the library reads until the final callback has returned.
@@ -91,7 +93,7 @@ Session::Session(const Options& options, Mailbox& mailbox) : mailbox_(mailbox) {
     settings.bBehindProxy = options.proxy_host.empty() ? 0 : 1;
     settings.lpszProxyServer = options.proxy_host.c_str();
     settings.nProxyPort = options.proxy_port;
-    if (WPK_Init(&settings) == 0) throw std::runtime_error("The library could not be initialised.");
+    if (WPK_Init(&settings) == 0) throw std::runtime_error(wpk_send::kNotInitialisedText);
 }
 
 bool Session::Send(Message message) {

@@ -16,13 +16,14 @@ std::wstring Widened(UINT code_page, DWORD flags, std::string_view text) {
     return wide;
 }
 
-std::string Narrowed(UINT code_page, std::wstring_view text) {
+/// @param substituted becomes whether a character has been replaced by another one; null where that cannot be asked.
+std::string Narrowed(UINT code_page, DWORD flags, std::wstring_view text, BOOL* substituted) {
     const int length = static_cast<int>(text.size());
-    const int size = WideCharToMultiByte(code_page, /*dwFlags=*/0, text.data(), length, nullptr, 0,
-                                         /*lpDefaultChar=*/nullptr, /*lpUsedDefaultChar=*/nullptr);
+    const int size = WideCharToMultiByte(code_page, flags, text.data(), length, nullptr, 0,
+                                         /*lpDefaultChar=*/nullptr, substituted);
     std::string narrow(static_cast<std::size_t>(size), '\0');
-    WideCharToMultiByte(code_page, /*dwFlags=*/0, text.data(), length, narrow.data(), size,
-                        /*lpDefaultChar=*/nullptr, /*lpUsedDefaultChar=*/nullptr);
+    WideCharToMultiByte(code_page, flags, text.data(), length, narrow.data(), size, /*lpDefaultChar=*/nullptr,
+                        substituted);
     return narrow;
 }
 
@@ -32,8 +33,13 @@ std::wstring FromAnsi(std::string_view text) {
     return Widened(CP_ACP, /*flags=*/0, text);
 }
 
-std::string ToAnsi(std::wstring_view text) {
-    return Narrowed(CP_ACP, text);
+std::optional<std::string> ToAnsi(std::wstring_view text) {
+    // Where UTF-8 is the code page, it has every character and takes no such questions.
+    if (GetACP() == CP_UTF8) return ToUtf8(text);
+    BOOL substituted = FALSE;
+    std::string narrow = Narrowed(CP_ACP, WC_NO_BEST_FIT_CHARS, text, &substituted);
+    if (substituted != FALSE) return std::nullopt;
+    return narrow;
 }
 
 std::wstring FromBytes(std::string_view bytes) {
@@ -42,7 +48,7 @@ std::wstring FromBytes(std::string_view bytes) {
 }
 
 std::string ToUtf8(std::wstring_view text) {
-    return Narrowed(CP_UTF8, text);
+    return Narrowed(CP_UTF8, /*flags=*/0, text, /*substituted=*/nullptr);
 }
 
 }  // namespace desktop

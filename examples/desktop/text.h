@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -10,8 +11,9 @@ namespace desktop {
 /// For what comes out of the library's records and off the command line.
 std::wstring FromAnsi(std::string_view text);
 
-/// For the names in the library's records. A character that the code page lacks becomes its nearest or a "?".
-std::string ToAnsi(std::wstring_view text);
+/// For the names in the library's records. Nothing when the code page lacks a character of it: a name or a password
+/// with a "?" in its place would be another one.
+std::optional<std::string> ToAnsi(std::wstring_view text);
 
 /// For the bytes of a reply, whose encoding nobody tells: UTF-8 where that is what they are, else the ANSI code page.
 std::wstring FromBytes(std::string_view bytes);

@@ -2,13 +2,59 @@
 // SPDX-License-Identifier: MIT
 'use strict';
 const fs = require('fs');
-const koffi = require('koffi');
 
-const USAGE = 'usage: node wpk_send.js SERVER PORT SERVICE MESSAGE [PROXY_HOST:PORT [USER:PASSWORD]]';
+const USAGE = 'usage: node wpk_send.js SERVER PORT SERVICE MESSAGE [PROXY_HOST:PORT [USER:PASSWORD]]\n' +
+              'A PORT is a number from 1 to 65535.';
 // By number: the streams of `process` are not for every kind of handle that a Windows program may be started with.
 const STANDARD_OUTPUT = 1;
 const STANDARD_ERROR = 2;
+// Exit statuses; a failed request has 10 more than its WPK_ERROR without the sign.
+const STATUS = { replied: 0, otherTrouble: 1, wrongUsage: 2, notInitialised: 3, notSent: 4 };
+// What has happened and what to do, by WPK_ERROR.
+const ERROR_TEXTS = {
+    [-1]: 'the request is unusable; name the server, and the proxy if there is one',
+    [-2]: 'there is no network connection; connect to the network, then send again',
+    [-3]: 'the server (or the proxy) could not be reached; check its name and port, and that it runs',
+    [-4]: 'the request was cancelled',
+    [-5]: 'the server is of another version or of another kind; check its name and port',
+    [-6]: 'the server has no service of that name; check the name',
+    [-7]: 'the exchange broke or the server refused the message; check the message, and send again only what may be ' +
+          'done twice',
+    [-8]: 'the proxy wants a user name and a password, and got none that it accepts; give them as USER:PASSWORD',
+};
 const CONNECTION_PERMANENT = 2;
+
+/** What went wrong, with a text for the user and the program's exit status. */
+class Trouble extends Error {
+    constructor(text, status) {
+        super(text);
+        this.status = status;
+    }
+}
+
+function requestTrouble(error) {
+    const text = ERROR_TEXTS[error] || 'the request failed; a newer program may know why';
+    return new Trouble(`error ${error}: ${text}`, 10 - error);
+}
+
+function say(text) {
+    fs.writeSync(STANDARD_ERROR, `wpk_send.js: ${text}\n`);
+}
+
+function requireKoffi() {
+    try {
+        return require('koffi');
+    } catch (error) {
+        say(`the module koffi cannot be loaded (${firstLine(error)}); get it with: npm install koffi`);
+        return process.exit(STATUS.notInitialised);
+    }
+}
+
+function firstLine(error) {
+    return String(error.message).split('\n')[0].trim();
+}
+
+const koffi = requireKoffi();
 const REASON = { failure: 0, progress: 1, reply: 2, connection: 3, credentials: 4 };
 
 // The records of wpk.h. koffi aligns fields as C compilers do, so order and types are all there is to say.
@@ -63,28 +109,50 @@ function keep(bytes) {
 
 /** Texts in the library's records are in the ANSI code page and end with a zero. */
 function keepText(text) {
+    if (/[^\x01-\xFF]/.test(text)) {
+        throw new Trouble(`'${text}' holds a character that a name cannot have; use those of Latin-1`, STATUS.wrongUsage);
+    }
     return keep(Buffer.from(text + '\0', 'latin1'));
 }
 
-/** Sends one message; resolves with the reply as a Buffer, rejects with an Error whose `code` is the WPK_ERROR. */
+/** Longer texts would be cut: the record has room for 255 bytes and a zero. */
+function checkLength(credential) {
+    if (Buffer.byteLength(credential) <= 255) return;
+    throw new Trouble('a user name or password of more than 255 bytes cannot be sent', STATUS.wrongUsage);
+}
+
+/** Sends one message; resolves with the reply as a Buffer, rejects with a Trouble. */
 function send(library, { server, port, service, message, askCredentials }) {
     return new Promise((resolve, reject) => {
         // The library calls on a thread of its own, and waits there until this has run on JavaScript's thread. So the
-        // record is there all the time; an exception must not leave, and this must not wait for anything.
-        const onNotification = (notification) => {
+        // record is there all the time, and this must not wait for anything.
+        const handle = (notification) => {
             const { nReason } = koffi.decode(notification, Head);
             if (nReason === REASON.reply) {
                 const { lpData, dwDataLength } = koffi.decode(notification, Reply);
                 resolve(Buffer.from(dwDataLength === 0 ? [] : koffi.decode(lpData, 'uint8', dwDataLength)));
             } else if (nReason === REASON.failure) {
                 const { nError } = koffi.decode(notification, Failure);
-                reject(Object.assign(new Error(`failed with error ${nError}`), { code: nError }));
+                reject(thrown || requestTrouble(nError));
             } else if (nReason === REASON.credentials) {
                 const asked = koffi.decode(notification, Credentials);
                 const answer = askCredentials(asked.szUser);
                 if (!answer) return;  // bRetry stays 0: the request ends.
+                checkLength(answer.user);
+                checkLength(answer.password);
                 koffi.encode(notification, Credentials,
                              { ...asked, szUser: answer.user, szPassword: answer.password, bRetry: 1 });
+            }
+        };
+        // An exception that left would be lost, and the outcome with it.
+        let thrown = null;
+        const onNotification = (notification) => {
+            try {
+                handle(notification);
+            } catch (error) {
+                // After a question the request still ends with a notification of its own; after the end nothing comes.
+                thrown = error;
+                if (koffi.decode(notification, Head).nReason !== REASON.credentials) reject(error);
             }
         };
         const record = koffi.alloc(SendStruct, 1);
@@ -99,7 +167,10 @@ function send(library, { server, port, service, message, askCredentials }) {
             lpData: keep(message),
             dwDataLength: message.length,
         });
-        if (library.send(record) === 0) reject(new Error('the library could not take the message'));
+        if (library.send(record) === 0) {
+            reject(new Trouble('the library could not take the message: the system is short of threads or memory; ' +
+                               'close some programs, then try again', STATUS.notSent));
+        }
     });
 }
 
@@ -113,49 +184,65 @@ function initialise(library, proxy) {
         lpUserData: null,
         bBehindProxy: proxy ? 1 : 0,
         lpszProxyServer: host,
-        nProxyPort: Number(port || 80),
+        nProxyPort: portOf(port || '80'),
         lpszProxyUser: null,
         lpszProxyPassword: null,
     };
-    if (library.init(settings) === 0) throw new Error('the library could not be initialised');
+    if (library.init(settings) !== 0) return;
+    throw new Trouble('the library could not be initialised: the system is short of threads or memory; close some ' +
+                      'programs, then try again', STATUS.notInitialised);
 }
 
 /** Answers the proxy's question once: credentials that it has refused are no better the second time. */
 function askCredentialsOnce(given) {
-    const [user, password] = (given || '').split(':');
+    const [user, password = ''] = (given || '').split(':');
     return (refusedUser) => (given && refusedUser === '' ? { user, password } : null);
 }
 
-function say(text) {
-    fs.writeSync(STANDARD_ERROR, text + '\n');
+function loadLibrary() {
+    try {
+        const wpk = koffi.load('wpk.dll');
+        return {
+            init: wpk.func('WPK_Init', 'int', [koffi.pointer(InitStruct)]),
+            send: wpk.func('WPK_Send', 'uint32', ['void *']),
+        };
+    } catch (error) {
+        throw new Trouble(`wpk.dll cannot be loaded (${firstLine(error)}); it must be in the current folder or on PATH`,
+                          STATUS.notInitialised);
+    }
 }
 
-async function main([server, port, service, message, proxy, credentials]) {
-    if (message === undefined) {
-        say(USAGE);
-        return 2;
-    }
-    const wpk = koffi.load('wpk.dll');
-    const library = {
-        init: wpk.func('WPK_Init', 'int', [koffi.pointer(InitStruct)]),
-        send: wpk.func('WPK_Send', 'uint32', ['void *']),
+/** The number that a port's text says; a Trouble where it says none. */
+function portOf(text) {
+    const port = /^[0-9]+$/.test(text) ? Number(text) : 0;
+    if (port >= 1 && port <= 65535) return port;
+    throw new Trouble(`'${text}' is no port\n${USAGE}`, STATUS.wrongUsage);
+}
+
+async function run([server, port, service, message, proxy, credentials]) {
+    if (message === undefined) throw new Trouble(`too few arguments\n${USAGE}`, STATUS.wrongUsage);
+    const request = {
+        server,
+        port: portOf(port),
+        service,
+        message: Buffer.from(message),
+        askCredentials: askCredentialsOnce(credentials),
     };
+    const library = loadLibrary();
     initialise(library, proxy);
+    const reply = await send(library, request);
+    fs.writeFileSync(STANDARD_OUTPUT, reply);
+    return STATUS.replied;
+}
+
+async function main(args) {
     // A callback that may come is no reason for Node to stay; a timer is.
     const stay = setInterval(() => {}, 1000);
     try {
-        const reply = await send(library, {
-            server,
-            port: Number(port),
-            service,
-            message: Buffer.from(message),
-            askCredentials: askCredentialsOnce(credentials),
-        });
-        fs.writeFileSync(STANDARD_OUTPUT, reply);
-        return 0;
+        return await run(args);
     } catch (error) {
-        say(`wpk_send.js: ${error.message}`);
-        return error.code ? 10 - error.code : 1;
+        say(error.message);
+        return error instanceof Trouble ? error.status : STATUS.otherTrouble;
     } finally {
         clearInterval(stay);
     }

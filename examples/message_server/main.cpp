@@ -37,7 +37,9 @@ void DescribeOptions(CLI::App& app, Options& options) {
     app.add_flag("--log", options.limits.log, "Write a line on each request to standard error");
     app.footer(
         "Services: Echo, Reverse, Generate (a number of bytes), Sleep (a number of milliseconds),\n"
-        "Lookup (XML: <request><name>iron</name></request>).");
+        "Lookup (XML: <request><name>iron</name></request>).\n\n"
+        "Exit status: 0 after --help, 1 when it cannot serve (standard error says why), 100 or more when the command\n"
+        "line is wrong. Otherwise it serves until it is ended from outside.");
 }
 
 /// Waits for a client that does not vanish while it is taken in.

@@ -18,6 +18,15 @@ std::string ErrorText(const char* call) {
     return std::string(call) + " failed: " + std::to_string(WSAGetLastError());
 }
 
+/// After a failed bind.
+std::string BindTrouble(std::uint16_t port) {
+    const int error = WSAGetLastError();
+    const std::string place = "port " + std::to_string(port) + " of 127.0.0.1";
+    if (error == WSAEADDRINUSE) return place + " is in use; choose another with --port";
+    if (error == WSAEACCES) return place + " is reserved or not allowed; choose another with --port";
+    return "bind to " + place + " failed: " + std::to_string(error);
+}
+
 enum class Direction { kInput, kRoom };
 
 /// Waits until a transfer is worth a try; false when the time is up.
@@ -65,7 +74,9 @@ sockaddr_in LoopbackAddress(std::uint16_t port) {
 
 SocketsInterface::SocketsInterface() {
     WSADATA data;
-    if (WSAStartup(MAKEWORD(2, 2), &data) != 0) throw std::runtime_error("the sockets interface does not start");
+    if (WSAStartup(MAKEWORD(2, 2), &data) != 0) {
+        throw std::runtime_error("the sockets interface does not start; check the network settings of the system");
+    }
 }
 
 SocketsInterface::~SocketsInterface() {
@@ -77,7 +88,7 @@ Socket Socket::Listen(std::uint16_t port) {
     if (listener.handle_ == INVALID_SOCKET) throw std::runtime_error(ErrorText("socket"));
     const sockaddr_in address = LoopbackAddress(port);
     if (bind(listener.handle_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == SOCKET_ERROR) {
-        throw std::runtime_error(ErrorText("bind"));
+        throw std::runtime_error(BindTrouble(port));
     }
     if (listen(listener.handle_, SOMAXCONN) == SOCKET_ERROR) throw std::runtime_error(ErrorText("listen"));
     MakeNonBlocking(listener.handle_);

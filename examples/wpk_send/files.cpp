@@ -6,8 +6,10 @@
 #include <io.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 
@@ -24,9 +26,13 @@ void CloseFile(std::FILE* file) {
 
 using File = std::unique_ptr<std::FILE, void (*)(std::FILE*)>;
 
+std::string Shown(const std::string& name, const char* standard) {
+    return name.empty() ? standard : name;
+}
+
 File Open(const std::string& name, const char* mode, std::FILE* standard) {
     File file(name.empty() ? standard : std::fopen(name.c_str(), mode), CloseFile);
-    if (!file) throw std::runtime_error("cannot open " + name);
+    if (!file) throw std::runtime_error("cannot open " + name + ": " + std::strerror(errno));
     // Standard streams translate line ends unless they are told not to.
     if (name.empty()) _setmode(_fileno(file.get()), _O_BINARY);
     return file;
@@ -40,17 +46,25 @@ std::string ReadAll(const std::string& name) {
     std::array<char, kPiece> piece;
     while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), file.get())) {
         bytes.append(piece.data(), count);
-        if (bytes.size() > kMaxMessage) throw std::runtime_error("the message is too long");
+        if (bytes.size() > kMaxMessage) {
+            throw std::runtime_error("the message is too long; 4294967295 bytes are the most");
+        }
     }
-    if (std::ferror(file.get()) != 0) throw std::runtime_error("cannot read the message");
+    if (std::ferror(file.get()) != 0) {
+        throw std::runtime_error("cannot read the message from " + Shown(name, "standard input") + ": " +
+                                 std::strerror(errno));
+    }
     return bytes;
 }
 
 void WriteAll(const std::string& name, const void* data, std::size_t length) {
     const File file = Open(name, "wb", stdout);
-    const bool written = length == 0 || std::fwrite(data, 1, length, file.get()) == length;
+    bool written = length == 0 || std::fwrite(data, 1, length, file.get()) == length;
     // Most of what can go wrong shows only when the buffers are emptied.
-    if (std::fflush(file.get()) != 0 || !written) throw std::runtime_error("cannot write the reply");
+    written = written && std::fflush(file.get()) == 0;
+    if (written) return;
+    throw std::runtime_error("cannot write the reply to " + Shown(name, "standard output") + ": " +
+                             std::strerror(errno));
 }
 
 }  // namespace wpk_send

@@ -18,7 +18,8 @@ BOOL WINAPI OnControl(DWORD event) {
 WaitHandle MakeEvent() {
     HANDLE event = CreateEventA(/*lpEventAttributes=*/nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
                                 /*lpName=*/nullptr);
-    if (event == nullptr) throw std::runtime_error("no event for Ctrl-C");
+    if (event == nullptr)
+        throw std::runtime_error("the system is out of handles or memory; close some programs, then try again");
     return event;
 }
 
@@ -27,7 +28,7 @@ WaitHandle MakeEvent() {
 WaitHandle InterruptEvent() {
     static WaitHandle event = MakeEvent();
     static const bool handled = SetConsoleCtrlHandler(OnControl, TRUE) != FALSE;
-    if (!handled) throw std::runtime_error("no handler for Ctrl-C");
+    if (!handled) throw std::runtime_error("Ctrl-C cannot be handled; start the program in a console");
     return event;
 }
 

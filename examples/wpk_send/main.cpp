@@ -36,11 +36,16 @@ int Run(const Options& options) {
     // From here on Ctrl-C ends the program in order; while it still reads its message, at once.
     InterruptEvent();
     if (!Initialise(options)) {
-        if (!options.quiet) std::fprintf(stderr, "The library could not be initialised.\n");
+        if (!options.quiet) std::fprintf(stderr, "%s\n", kNotInitialisedText);
         return kNotInitialised;
     }
     if (options.watch) return Watch(options);
     return (new Request(options, std::move(message)))->Run();  // Never deleted: see the class.
+}
+
+int RunOrExplain(const Options& options) try { return Run(options); } catch (const std::exception& error) {
+    if (!options.quiet) std::fprintf(stderr, "wpk_send: %s\n", error.what());
+    return kFileTrouble;
 }
 
 }  // namespace
@@ -51,12 +56,9 @@ int main(int argc, char** argv) {
     try {
         // The library's threads use the options until the program ends, so they are never destroyed.
         static const Options& options = *new Options(ParseOptions(argc, argv));
-        return Run(options);
+        return RunOrExplain(options);
     } catch (const Usage& usage) {
         std::fputs(usage.what(), usage.AskedFor() ? stdout : stderr);
         return usage.AskedFor() ? kReplied : kWrongUsage;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "wpk_send: %s\n", error.what());
-        return kFileTrouble;
     }
 }

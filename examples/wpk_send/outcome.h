@@ -17,8 +17,24 @@ enum ExitStatus {
     kNoSuchField = 6,
 };
 
-/// A sentence on a WPK_ERROR.
+/// A sentence on a WPK_ERROR: what has happened.
 std::string ErrorText(int error);
+
+/// What the user can do about it; empty for a cancel, and for a code that is not known.
+std::string ErrorAdvice(int error);
+
+/// Both, with the separator between them.
+std::string ErrorTextAndAdvice(int error, const char* separator);
+
+/// What has happened and what to do, where the library could not even begin.
+///@{
+inline constexpr char kNotInitialisedText[] =
+    "The library could not be initialised: the system is short of threads or memory. Close some programs, then start "
+    "this one again.";
+inline constexpr char kNotSentText[] =
+    "The library could not take the message: the system is short of threads or memory. Close some programs, then send "
+    "it again.";
+///@}
 
 /// The exit status for a WPK_ERROR: 10 more than the code without its sign. Codes that a later version of the library
 /// may add follow the same rule.

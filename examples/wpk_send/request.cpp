@@ -26,6 +26,11 @@ Progress::Style ProgressStyle(const Options& options) {
     return options.progress ? Progress::Style::kLines : Progress::Style::kNone;
 }
 
+WaitHandle MakeEvent() {
+    return CreateEventA(/*lpEventAttributes=*/nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
+                        /*lpName=*/nullptr);
+}
+
 /// Copies as much of the text as the field holds, with its terminating zero.
 void CopyText(const std::string& text, char (&field)[WPK_CREDENTIAL_SIZE]) {
     const std::size_t length = std::min<std::size_t>(text.size(), WPK_CREDENTIAL_SIZE - 1);
@@ -39,9 +44,10 @@ Request::Request(const Options& options, std::string message)
     : options_(options),
       message_(std::move(message)),
       progress_(ProgressStyle(options)),
-      ended_(CreateEventA(/*lpEventAttributes=*/nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
-                          /*lpName=*/nullptr)) {
-    if (ended_ == nullptr) throw std::runtime_error("no event for the outcome");
+      ended_(MakeEvent()),
+      given_up_(MakeEvent()) {
+    if (ended_ == nullptr || given_up_ == nullptr)
+        throw std::runtime_error("the system is out of handles or memory; close some programs, then try again");
     record_.lpszServer = options_.server.c_str();
     record_.nPort = options_.port;
     record_.lpszServiceName = options_.service.c_str();
@@ -54,7 +60,7 @@ Request::Request(const Options& options, std::string message)
 int Request::Run() {
     const unsigned handle = WPK_Send(&record_);
     if (handle == 0) {
-        Say("The library could not take the request.");
+        Say(kNotSentText);
         return kNotSent;
     }
     if (options_.verbose) Say("Sent; waiting for the reply.");
@@ -68,6 +74,8 @@ void Request::WaitAndCancel(unsigned handle) {
     const DWORD result = WaitForMultipleObjects(2, handles, /*bWaitAll=*/FALSE, time);
     if (result == WAIT_OBJECT_0) return;
     timed_out_ = result == WAIT_TIMEOUT;
+    // A question on the terminal holds the request up, and a cancel does not reach it there.
+    SetEvent(given_up_);
     // The request still ends with its one final notification, which says how.
     WPK_Cancel(handle);
     WaitForSingleObject(ended_, INFINITE);
@@ -101,9 +109,9 @@ void Request::AskCredentials(WPK_CALLBACKSTRUCT& notification) {
     const bool refused = credentials.szUser[0] != '\0';
     const std::string asked = "The proxy " + options_.proxy_host + (refused ? " refuses user " : " wants a user name");
     Say(asked + (refused ? credentials.szUser : "") + " and a password. Enter nothing to give up.");
-    const std::optional<std::string> user = AskOnTerminal("User name: ", Echo::kShown);
+    const std::optional<std::string> user = AskOnTerminal("User name: ", Echo::kShown, given_up_);
     if (!user || user->empty()) return;
-    const std::optional<std::string> password = AskOnTerminal("Password: ", Echo::kHidden);
+    const std::optional<std::string> password = AskOnTerminal("Password: ", Echo::kHidden, given_up_);
     if (!password) return;
     CopyText(*user, credentials.szUser);
     CopyText(*password, credentials.szPassword);
@@ -141,13 +149,16 @@ int Request::Report() const {
         if (!reply_trouble_.empty()) Say(reply_trouble_);
         return reply_status_;
     }
-    // A question that Ctrl-C has ended looks to the library like credentials that were declined.
-    const int error = Interrupted() ? WPK_ERROR_CANCELLED : error_;
+    // A question that Ctrl-C or the time-out has ended looks to the library like credentials that were declined.
+    const int error = Interrupted() || timed_out_ ? WPK_ERROR_CANCELLED : error_;
     if (error == WPK_ERROR_CANCELLED && timed_out_) {
-        Say("The time is over; the request was cancelled.");
+        Say("The time is over; the request was cancelled. A longer --timeout gives it more.");
         return kTimedOut;
     }
-    Say(ErrorText(error));
+    Say(ErrorTextAndAdvice(error, " "));
+    if (error == WPK_ERROR_PROXY_CREDENTIALS) {
+        Say("They are given with --proxy-user and --proxy-password, or when they are asked for on a terminal.");
+    }
     return ExitStatusOfError(error);
 }
 

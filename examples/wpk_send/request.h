@@ -44,6 +44,7 @@ private:
     WPK_SENDSTRUCT record_;
     Progress progress_;
     WaitHandle ended_;
+    WaitHandle given_up_;
     bool timed_out_ = false;
     // Written before ended_ is signalled, read after.
     int error_ = 0;

@@ -50,12 +50,12 @@ void Show(HANDLE output, const std::string& text) {
     WriteConsoleA(output, text.data(), static_cast<DWORD>(text.size()), &written, /*lpReserved=*/nullptr);
 }
 
-/// The character of the next key press; nothing when Ctrl-C comes instead. A read of a whole line would not do: whether
-/// Ctrl-C ends it differs from system to system.
-std::optional<char> ReadKey(HANDLE input) {
+/// The character of the next key press; nothing when Ctrl-C or `give_up` comes instead. A read of a whole line would
+/// not do: whether Ctrl-C ends it differs from system to system.
+std::optional<char> ReadKey(HANDLE input, HANDLE give_up) {
     for (;;) {
-        const HANDLE handles[] = {InterruptEvent(), input};
-        if (WaitForMultipleObjects(2, handles, /*bWaitAll=*/FALSE, INFINITE) != WAIT_OBJECT_0 + 1) return std::nullopt;
+        const HANDLE handles[] = {InterruptEvent(), give_up, input};
+        if (WaitForMultipleObjects(3, handles, /*bWaitAll=*/FALSE, INFINITE) != WAIT_OBJECT_0 + 2) return std::nullopt;
         INPUT_RECORD record;
         DWORD count = 0;
         if (!ReadConsoleInputA(input, &record, 1, &count) || count == 0) return std::nullopt;
@@ -64,9 +64,9 @@ std::optional<char> ReadKey(HANDLE input) {
     }
 }
 
-std::optional<std::string> ReadLine(HANDLE input, HANDLE output, Echo echo) {
+std::optional<std::string> ReadLine(HANDLE input, HANDLE output, Echo echo, HANDLE give_up) {
     std::string line;
-    while (const std::optional<char> key = ReadKey(input)) {
+    while (const std::optional<char> key = ReadKey(input, give_up)) {
         if (*key == '\r' || *key == '\n') return line;
         if (*key == '\b' || *key == '\x7F') {
             if (line.empty()) continue;
@@ -87,13 +87,13 @@ bool StandardErrorIsTerminal() {
     return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != FALSE;
 }
 
-std::optional<std::string> AskOnTerminal(const std::string& question, Echo echo) {
+std::optional<std::string> AskOnTerminal(const std::string& question, Echo echo, WaitHandle give_up) {
     const ConsoleHandle input("CONIN$");
     const ConsoleHandle output("CONOUT$");
     if (!input || !output) return std::nullopt;
     const KeyByKey mode(input.Get());
     Show(output.Get(), question);
-    std::optional<std::string> line = ReadLine(input.Get(), output.Get(), echo);
+    std::optional<std::string> line = ReadLine(input.Get(), output.Get(), echo, give_up);
     Show(output.Get(), "\r\n");
     return line;
 }

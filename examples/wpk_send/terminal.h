@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "interrupt.h"
+
 namespace wpk_send {
 
 /// Whether what is written to standard error is seen on a terminal.
@@ -13,7 +15,8 @@ bool StandardErrorIsTerminal();
 enum class Echo { kShown, kHidden };
 
 /// Asks for a line on the terminal, also while standard input and output lead to files.
-/// @return the line; nothing when there is no terminal, or when Ctrl-C is pressed.
-std::optional<std::string> AskOnTerminal(const std::string& question, Echo echo);
+/// @param give_up an event that ends the question.
+/// @return the line; nothing when there is no terminal, when Ctrl-C is pressed, or when `give_up` is set.
+std::optional<std::string> AskOnTerminal(const std::string& question, Echo echo, WaitHandle give_up);
 
 }  // namespace wpk_send

@@ -67,7 +67,8 @@ inline namespace client {
 ///
 /// The library takes its settings once in the life of a process. A second Client, beside the first or after it, is
 /// refused with Errc::kAlreadyInitialised; so is one in a process in which other code has called WPK_Init. Make one and
-/// share it.
+/// share it. In two cases a second Client cannot be told from the first, and sends with the first one's settings: when
+/// two modules (program or DLLs) make one in the same moment, and when the system is out of threads or memory.
 ///
 /// Destroying the Client does not touch requests that are under way: each still ends with its outcome, and its
 /// functions are still called. Whoever wants them gone holds them as ScopedRequest. Nothing more is sent afterwards, as
@@ -77,7 +78,8 @@ public:
     /// Initialises the library.
     ///
     /// Throws std::system_error: Errc::kAlreadyInitialised, or Errc::kNotInitialised (try again later). Everything is
-    /// copied; on_connection may be called before the constructor is back. Not from DllMain.
+    /// copied; on_connection may be called before the constructor is back. Not from DllMain, and not as a static object
+    /// of a DLL: see docs/client.md.
     explicit Client(Options options, const Functions& functions = Functions::Linked())
         : shared_(Share(options, functions)), listener_(Initialise(std::move(options), shared_)) {}
     Client(const Client&) = delete;
@@ -130,6 +132,7 @@ private:
         shared->functions = functions;
         shared->server = options.server;
         shared->port = options.port;
+        shared->behind_proxy = options.proxy.has_value();
         shared->on_credentials = options.on_credentials;
         shared->on_exception = options.on_exception;
         return shared;
@@ -148,7 +151,8 @@ private:
         return listener.release();
     }
 
-    /// Cancelling what is no request changes nothing, and is refused by a library that is not initialised.
+    /// Cancelling what is no request changes nothing, and is refused by a library that is not initialised. It is also
+    /// refused for want of a thread, and nothing tells the two apart, before WPK_Init or after.
     static bool IsInitialised(const Functions& functions) {
         constexpr unsigned int kNoThreadHasThisId = 0xFFFFFFFF;
         return functions.cancel(kNoThreadHasThisId) != 0;

@@ -262,8 +262,14 @@ WPK_API unsigned int WPK_Send(WPK_SENDSTRUCT* message);
 /** Asks for the end of a request. The request still ends with its one final callback: WPK_ERROR_CANCELLED, within
  * 250 ms wherever it waits for the network, unless it was already past that point.
  *
- * @return 1 at once, also for a handle that is unknown or has ended (which changes nothing); 0 when the handle is 0 or
- *         the library is not initialised. */
+ * The handle is looked up by a thread that is started for that, after this call has returned. A request that ends in
+ * that moment may have given its handle, the id of its thread, to a new one, which then is cancelled instead. So do not
+ * cancel what may have ended, or keep the handle from being given out again: an open handle to the request's thread
+ * (OpenThread or DuplicateHandle in one of its callbacks) does, until some seconds after the cancel.
+ *
+ * @return 1 as soon as a thread has taken the cancel, also for a handle that is unknown or has ended (which changes
+ *         nothing); 0 when the handle is 0, when the library is not initialised, or when no thread (or no memory) was
+ *         to be had for the cancel: then the request runs on, and the call may be repeated. */
 WPK_API int WPK_Cancel(unsigned int handle);
 
 #ifdef __cplusplus

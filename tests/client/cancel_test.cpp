@@ -170,6 +170,110 @@ TEST(Cancel, AndTheEndBothBeforeTheHandleIsKnown_ReachesNobody) {
     EXPECT_EQ(library.Cancelled(), Handles());
 }
 
+// A library that sends one request, and ends it when a cancel has been accepted.
+class CancelledRequest {
+public:
+    explicit CancelledRequest(int refusals) : client_(Options(), Prepared().functions()) {
+        library_.RefuseCancels(refusals);
+    }
+    const Client& client() const { return client_; }
+    ScriptedLibrary& library() { return library_; }
+
+private:
+    ScriptedLibrary& Prepared() {
+        library_.on_send = [this](WPK_SENDSTRUCT* message) {
+            thread_ = std::make_unique<rig::Thread>([this, message] {
+                if (library_.WaitForCancel()) TellFailure(*message, WPK_ERROR_CANCELLED);
+            });
+            return 8u;
+        };
+        return library_;
+    }
+
+    ScriptedLibrary library_;
+    Client client_;
+    std::unique_ptr<rig::Thread> thread_;
+};
+
+TEST(Cancel, RefusedByTheLibrary_MayBeTriedAgain) {
+    CancelledRequest scene(/*refusals=*/1);
+    const Request request = scene.client().Send(To(80), [](const Outcome&) {});
+    request.Cancel();
+    EXPECT_EQ(scene.library().Cancelled(), Handles());
+    request.Cancel();
+    EXPECT_EQ(scene.library().Cancelled(), Handles{8});
+    request.Cancel();
+    request.Wait();
+    EXPECT_EQ(scene.library().Cancelled(), Handles{8});
+}
+
+TEST(Cancel, RefusedByTheLibrary_IsTriedAgainByWhoeverWaits) {
+    CancelledRequest scene(/*refusals=*/3);
+    Ending ending;
+    const Request request = scene.client().Send(To(80), ending.Function());
+    request.Cancel();
+    request.Wait();
+    EXPECT_EQ(scene.library().Cancelled(), Handles{8});
+    EXPECT_EQ(ending.code(), Errc::kCancelled);
+}
+
+TEST(Cancel, RefusedByTheLibraryDuringAWait_IsTriedAgainByTheWaitingThread) {
+    CancelledRequest scene(/*refusals=*/3);
+    const Request request = scene.client().Send(To(80), [](const Outcome&) {});
+    rig::Thread waiting([&] { request.Wait(); });
+    request.Cancel();
+    waiting.Join();
+    EXPECT_EQ(scene.library().Cancelled(), Handles{8});
+}
+
+TEST(Cancel, BeforeTheHandleIsKnownAndThenRefused_IsTriedAgain) {
+    ScriptedLibrary library;
+    const WPK_SENDSTRUCT* sent = nullptr;
+    library.on_send = [&](WPK_SENDSTRUCT* message) {
+        sent = message;
+        rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
+        return 8u;
+    };
+    const Client client(Options(), library.functions());
+    library.RefuseCancels(1);
+    Message message = To(80);
+    message.on_progress = [](const Progress& progress) { progress.Cancel(); };
+    const Request request = client.Send(std::move(message), [](const Outcome&) {});
+    EXPECT_EQ(library.Cancelled(), Handles());
+    rig::Thread([&] { TellProgress(*sent, "some more", 10); }).Join();
+    EXPECT_EQ(library.Cancelled(), Handles{8});
+    rig::Thread([&] { TellFailure(*sent, WPK_ERROR_CANCELLED); }).Join();
+    request.Wait();
+}
+
+TEST(Cancel, AfterAThrowingProgressFunctionRefused_IsTriedAgainWithTheNextPiece) {
+    ScriptedLibrary library;
+    const WPK_SENDSTRUCT* sent = nullptr;
+    library.on_send = [&](WPK_SENDSTRUCT* message) {
+        sent = message;
+        return 8u;
+    };
+    const Client client(Options(), library.functions());
+    library.RefuseCancels(1);
+    Message message = To(80);
+    message.on_progress = [](const Progress&) { throw 1; };
+    const Request request = client.Send(std::move(message), [](const Outcome&) {});
+    rig::Thread([&] { TellProgress(*sent, "some", 10); }).Join();
+    EXPECT_EQ(library.Cancelled(), Handles());
+    rig::Thread([&] { TellProgress(*sent, "some more", 10); }).Join();
+    EXPECT_EQ(library.Cancelled(), Handles{8});
+    rig::Thread([&] { TellFailure(*sent, WPK_ERROR_CANCELLED); }).Join();
+    request.Wait();
+}
+
+TEST(ScopedRequest, WhoseCancelIsRefused_TriesAgainUntilItHasEnded) {
+    CancelledRequest scene(/*refusals=*/5);
+    Ending ending;
+    { const ScopedRequest request = scene.client().Send(To(80), ending.Function()); }
+    EXPECT_EQ(scene.library().Cancelled(), Handles{8});
+    EXPECT_EQ(ending.code(), Errc::kCancelled);
+}
+
 TEST(ScopedRequest, Destroyed_CancelsAndWaits) {
     SilentPeer peer;
     Ending ending;

@@ -87,6 +87,38 @@ TEST(MessageKept, AfterItsOutcome_StaysUntilItsThreadHasEnded) {
     EXPECT_FALSE(IsCommitted(body));
 }
 
+// Whether that is the id of a thread that has ended, so that no other thread can get it.
+bool IsKeptId(DWORD id) {
+    const HANDLE thread = OpenThread(SYNCHRONIZE, /*bInheritHandle=*/FALSE, id);
+    if (!thread) return false;
+    const bool ended = WaitForSingleObject(thread, 0) == WAIT_OBJECT_0;
+    CloseHandle(thread);
+    return ended;
+}
+
+// A cancel that the library has accepted may look its handle up when the request has ended.
+TEST(MessageKept, OfACancelledRequest_IsGivenBackWhileItsThreadsIdStaysTaken) {
+    ScriptedLibrary library;
+    const void* body = nullptr;
+    DWORD id = 0;
+    std::unique_ptr<rig::Thread> thread;
+    library.on_send = [&](WPK_SENDSTRUCT* message) {
+        body = message->lpData;
+        thread = std::make_unique<rig::Thread>([&, message] {
+            id = GetCurrentThreadId();
+            if (library.WaitForCancel()) TellFailure(*message, WPK_ERROR_CANCELLED);
+        });
+        return 8u;
+    };
+    const Client client(Options(), library.functions());
+    const Request request = client.Send({"Echo", std::string(kLarge, 'x')}, [](const Outcome&) {});
+    request.Cancel();
+    thread->Join();
+    request.Wait();
+    EXPECT_FALSE(IsCommitted(body));
+    EXPECT_TRUE(IsKeptId(id));
+}
+
 TEST(MessageKept, OfARequestThatTheLibraryRefused_IsGivenBackAtOnce) {
     ScriptedLibrary library;
     const void* body = nullptr;

@@ -30,8 +30,16 @@ Functions ScriptedLibrary::functions() const {
     return {&ScriptedLibrary::Init, &ScriptedLibrary::Send, &ScriptedLibrary::Cancel};
 }
 
+void ScriptedLibrary::RefuseCancels(int count) {
+    monitor_.Update([&] { refusals_ = count; });
+}
+
 std::vector<unsigned int> ScriptedLibrary::Cancelled() {
     return monitor_.Update([this] { return cancelled_; });
+}
+
+bool ScriptedLibrary::WaitForCancel() {
+    return monitor_.WaitUntil([this] { return !cancelled_.empty(); });
 }
 
 int ScriptedLibrary::Init(const WPK_INITSTRUCT* given) {
@@ -46,8 +54,14 @@ unsigned int ScriptedLibrary::Send(WPK_SENDSTRUCT* message) {
 
 int ScriptedLibrary::Cancel(unsigned int handle) {
     if (!current_->initialised_) return 0;
-    current_->monitor_.Update([&] { current_->cancelled_.push_back(handle); });
-    return 1;
+    return current_->monitor_.Update([&] {
+        if (current_->refusals_ > 0) {
+            --current_->refusals_;
+            return 0;
+        }
+        current_->cancelled_.push_back(handle);
+        return 1;
+    });
 }
 
 void TellFailure(const WPK_SENDSTRUCT& message, int error) {

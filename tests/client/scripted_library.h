@@ -28,8 +28,12 @@ public:
     WPK_INITSTRUCT settings = {};
     // What WPK_Send does and answers.
     std::function<unsigned int(WPK_SENDSTRUCT*)> on_send;
-    // The handles that WPK_Cancel has been called with since the library was initialised.
+    // How many calls of WPK_Cancel are refused from now on, as in a shortage of threads.
+    void RefuseCancels(int count);
+    // The handles that WPK_Cancel has accepted since the library was initialised.
     std::vector<unsigned int> Cancelled();
+    // Waits until there is one.
+    bool WaitForCancel();
 
 private:
     static int Init(const WPK_INITSTRUCT* settings);
@@ -39,6 +43,7 @@ private:
     static ScriptedLibrary* current_;
     rig::Monitor monitor_;
     bool initialised_ = false;
+    int refusals_ = 0;
     std::vector<unsigned int> cancelled_;
 };
 

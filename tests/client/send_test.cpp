@@ -160,6 +160,21 @@ TEST(Message, OfAnyBytes_ArrivesWhole) {
     EXPECT_TRUE(rig::MessageOf(peer.WaitForRequest()) == bytes);
 }
 
+TEST(Message, AsLongAsARequestCanBe_FitsAndNoLonger) {
+    constexpr size_t kLongest = 0xFFFFFFFF;
+    const size_t service = 4;
+    for (const bool behind_proxy : {false, true}) {
+        rig::ExpectedRequest request;
+        request.service = "Echo";
+        request.data = "";
+        request.via_proxy = behind_proxy;
+        const size_t around = request.Body().size() - service;
+        EXPECT_TRUE(detail::FitsIntoRequest(service, kLongest - around - service, behind_proxy));
+        EXPECT_FALSE(detail::FitsIntoRequest(service, kLongest - around - service + 1, behind_proxy));
+        EXPECT_FALSE(detail::FitsIntoRequest(kLongest, 0, behind_proxy));
+    }
+}
+
 TEST(Message, WithoutBody_ArrivesEmpty) {
     Peer peer(Answer(Ok("got it")));
     EXPECT_EQ(TheClient().Send(To(peer.port(), "")).get().body, "got it");

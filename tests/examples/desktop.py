@@ -106,7 +106,8 @@ def test_window_says_that_there_is_no_such_service():
     with Desktop() as window:
         window.send("Nonsense", "x")
         window.wait_for_text(STATUS, "The server has no service of that name.")
-        check_equal(window.text(REPLY_TEXT), "The server has no service of that name.")
+        check_equal(window.text(REPLY_TEXT), "The server has no service of that name.\n"
+                    "Check the service's name; where it is right, update the server.")
         check(window.enabled(SEND) and not window.enabled(CANCEL), "the next message can be sent")
 
 
@@ -132,6 +133,19 @@ def test_window_shows_that_there_is_no_network():
 def test_window_shows_that_there_is_a_network():
     with Desktop() as window:
         check_equal(window.status(STATUS, 1), "Connected")
+
+
+def test_window_says_that_a_name_cannot_be_sent_and_leads_there():
+    with Desktop() as window:
+        for control, name in [(SERVER, "the server"), (SERVICE, "the service")]:
+            before = window.text(control)
+            window.tell("set-text", control, "東京")
+            window.tell("click", SEND)
+            window.wait_for_text(STATUS, f"The name of {name} holds a character that")
+            window.wait_for_focus(control)
+            window.tell("set-text", control, before)
+        window.tell("click", SEND)
+        window.wait_for_reply()
 
 
 # ---- keys ----
@@ -199,6 +213,28 @@ def test_escape_without_a_request_changes_nothing():
         window.wait_for_reply()
 
 
+def test_escape_in_the_reply_changes_nothing_without_a_request():
+    with Desktop() as window:
+        window.press("Tab")
+        window.press("Tab")
+        window.wait_for_focus(REPLY_TEXT)
+        window.press("Esc")
+        window.press("Enter")
+        window.wait_for_reply()
+
+
+def test_escape_in_the_reply_cancels_a_running_request():
+    with Desktop() as window:
+        window.send("Sleep", "600000")
+        window.wait_until_running()
+        window.press("Alt+L")
+        window.wait_for_focus(REPLY_TEXT)
+        window.press("Esc")
+        window.wait_for_text(STATUS, "The request was cancelled.")
+        window.send("Echo", "again")
+        window.wait_for_text(REPLY_TEXT, "again")
+
+
 def test_cancel_button_cancels():
     with Desktop() as window:
         window.send("Sleep", "600000")
@@ -261,6 +297,22 @@ def test_dialog_comes_again_with_the_user_name_when_the_proxy_refuses():
         check_equal(proxy.seen, [None, ("anna", "wrong"), ("anna", "secret")])
 
 
+def test_dialog_stays_when_the_credentials_cannot_be_sent_and_says_so():
+    with ProxyDesktop.proxy() as proxy, ProxyDesktop(proxy) as window:
+        window.send("Echo", "x")
+        window.wait_for_window(DIALOG)
+        window.tell("set-text", USER, "anna")
+        window.tell("set-text", PASSWORD, "geheim東京")
+        window.tell("click", OK)
+        window.wait_for_text(QUESTION, "The password holds a character that")
+        window.wait_for_focus(PASSWORD)
+        window.tell("set-text", PASSWORD, "secret")
+        window.tell("click", OK)
+        window.wait_for_window("WpkDesktop")
+        window.wait_for_reply()
+        check_equal(proxy.seen, [None, ("anna", "secret")])
+
+
 def test_dialog_that_is_cancelled_ends_the_request():
     with ProxyDesktop.proxy() as proxy, ProxyDesktop(proxy) as window:
         window.send("Echo", "x")
@@ -269,7 +321,7 @@ def test_dialog_that_is_cancelled_ends_the_request():
         window.press("Esc")
         window.wait_until(lambda: window.tell("turn-to", DIALOG) == "none", "the dialog's end")
         window.wait_for_window("WpkDesktop")
-        window.wait_for_text(STATUS, "The proxy wants a user name and a password, and none were given.")
+        window.wait_for_text(STATUS, "The proxy wants a user name and a password, and got none")
         check_equal(proxy.seen, [None])
 
 

@@ -117,7 +117,12 @@ def test_client_reports_a_wrong_command_line():
 def test_client_reports_a_reply_that_it_cannot_write():
     status, _, errors = Client("--port", server.port, "Echo", "x", "--output", "/no/such/folder/file").run()
     check_equal(status, 1)
-    check(b"cannot open" in errors, errors)
+    check(b"cannot open /no/such/folder/file: No such file or directory" in errors, errors)
+
+
+def test_quiet_client_says_nothing_of_a_reply_that_it_cannot_write():
+    result = Client("--quiet", "--port", server.port, "Echo", "x", "--output", "/no/such/folder/file").run()
+    check_equal(result, (1, b"", b""))
 
 
 def test_client_help_goes_to_standard_output():
@@ -180,7 +185,15 @@ def test_client_without_a_terminal_declines_to_give_credentials():
     with ScriptedProxy(server.port, {("anna", "secret")}) as proxy:
         status, _, errors = Client("--proxy", f"127.0.0.1:{proxy.port}", "--port", server.port, "Echo", "hello").run()
         check_equal((status, proxy.seen), (18, [None]))
-        check(b"none were given" in errors, errors)
+        check(b"--proxy-user" in errors, errors)
+
+
+def test_client_says_that_the_proxy_refuses_the_given_credentials():
+    with ScriptedProxy(server.port, {("anna", "secret")}) as proxy:
+        status, _, errors = Client("--proxy", f"127.0.0.1:{proxy.port}", "--proxy-user", "anna", "--proxy-password",
+                                   "wrong", "--port", server.port, "Echo", "hello").run()
+        check_equal((status, proxy.seen), (18, [("anna", "wrong")]))
+        check(b"got none that it accepts" in errors, errors)
 
 
 # ---- the client on a terminal ----
@@ -243,6 +256,17 @@ def test_terminal_interrupt_key_ends_a_question_and_cancels():
         check_equal(client.finish(), 14)
         check_equal(proxy.seen, [None])
     check("cancelled" in client.screen(), client.screen())
+
+
+def test_terminal_time_out_ends_a_question_that_nobody_answers():
+    with ScriptedProxy(server.port, {("anna", "secret")}) as proxy:
+        client = TerminalClient("--timeout", 2, "--proxy", f"127.0.0.1:{proxy.port}", "--port", server.port, "Echo",
+                                "hello")
+        client.answer("User name: ", "anna\r")
+        client.answer("Password: ", "sec")
+        check_equal(client.finish(), 5)
+        check_equal(proxy.seen, [None])
+    check("time is over" in client.screen(), client.screen())
 
 
 def test_terminal_interrupt_key_cancels_a_running_request():
@@ -364,7 +388,13 @@ def test_server_gives_the_place_of_a_sleeping_client_back_when_it_goes():
 def test_server_says_that_its_port_is_taken():
     status, _, errors = Client("--port", server.port, program="message_server").run()
     check_equal(status, 1)
-    check(b"bind failed" in errors, errors)
+    check(f"port {server.port} of 127.0.0.1 is in use".encode() in errors and b"--port" in errors, errors)
+
+
+def test_server_reports_a_wrong_command_line():
+    status, _, errors = Client("--port", "http", program="message_server").run()
+    check(status >= 100, status)
+    check(b"--port" in errors, errors)
 
 
 def test_server_has_lived_through_all_of_this():

@@ -9,6 +9,7 @@ import os
 import pathlib
 import subprocess
 import sys
+import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).parent))
 from programs import PATIENCE, WINE, Server, find_programs, program_path
@@ -53,6 +54,19 @@ class Program:
                                 env=self._environment, stdin=subprocess.DEVNULL, capture_output=True, timeout=PATIENCE)
         return result.returncode, result.stdout, result.stderr
 
+    def run_into(self, output, *arguments):
+        """The same with standard output going elsewhere: exit status, standard error."""
+        result = subprocess.run(self._command + [str(argument) for argument in arguments], cwd=self._folder,
+                                env=self._environment, stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.PIPE,
+                                timeout=PATIENCE)
+        return result.returncode, result.stderr
+
+    def with_environment(self, **more):
+        return Program(self._command, dict(self._environment, **more), self._folder)
+
+    def in_folder(self, folder):
+        return Program(self._command, self._environment, folder)
+
     def send(self, service, message, *more):
         return self.run("127.0.0.1", server.port, service, message, *more)
 
@@ -79,7 +93,13 @@ def test_program_changes_no_line_end():
 def test_program_reports_that_there_is_no_such_service():
     status, reply, errors = program.send("Nonsense", "x")
     check_equal((status, reply), (16, b""))
-    check(b"failed with error -6" in errors, errors)
+    check(b"error -6: the server has no service of that name; " in errors, errors)
+
+
+def test_program_says_what_happened_and_what_to_do_when_no_server_is_named():
+    status, reply, errors = program.run("", server.port, "Echo", "x")
+    check_equal((status, reply), (11, b""))
+    check(b"error -1: the request is unusable; name " in errors, errors)
 
 
 def test_program_explains_its_arguments():
@@ -88,7 +108,45 @@ def test_program_explains_its_arguments():
     check(b"usage: " in errors, errors)
 
 
+def test_program_refuses_what_is_no_port():
+    for port in ["", "0", "65536", "http", "80x", "-80"]:
+        status, reply, errors = program.run("127.0.0.1", port, "Echo", "x")
+        check_equal((port, status, reply), (port, 2, b""))
+        check(b"from 1 to 65535" in errors, errors)
+
+
+# ---- what the one in C does besides ----
+
+
+def test_c_says_that_the_reply_cannot_be_written():
+    with open("/dev/full", "wb") as full:
+        status, errors = program.run_into(full, "127.0.0.1", server.port, "Generate", "100000")
+    check_equal(status, 1)
+    check(b"could not be written" in errors, errors)
+
+
 # ---- what the one in JavaScript does besides ----
+
+
+def test_javascript_says_that_koffi_is_missing():
+    without = program.with_environment(NODE_PATH="")
+    status, reply, errors = without.send("Echo", "x")
+    check_equal((status, reply), (3, b""))
+    check(b"npm install koffi" in errors and b"    at " not in errors, errors)
+
+
+def test_javascript_says_that_the_library_is_missing():
+    with tempfile.TemporaryDirectory() as folder:
+        status, reply, errors = program.in_folder(folder).send("Echo", "x")
+    check_equal((status, reply), (3, b""))
+    check(b"wpk.dll cannot be loaded" in errors and b"on PATH" in errors and b"    at " not in errors, errors)
+
+
+def test_javascript_ends_when_its_answer_to_the_proxy_is_unusable():
+    with ScriptedProxy(server.port, {("anna", "secret")}) as proxy:
+        status, reply, errors = program.send("Echo", "hello", f"127.0.0.1:{proxy.port}", "a" * 300 + ":secret")
+    check_equal((status, reply), (2, b""))
+    check(b"more than 255 bytes" in errors, errors)
 
 
 def test_javascript_answers_the_question_for_credentials():
@@ -101,7 +159,7 @@ def test_javascript_gives_up_when_the_proxy_refuses_the_credentials():
     with ScriptedProxy(server.port, {("anna", "secret")}) as proxy:
         status, _, errors = program.send("Echo", "hello", f"127.0.0.1:{proxy.port}", "anna:wrong")
         check_equal((status, proxy.seen), (18, [None, ("anna", "wrong")]))
-        check(b"failed with error -8" in errors, errors)
+        check(b"error -8: " in errors, errors)
 
 
 def main():

@@ -28,8 +28,20 @@ TEST(ErrorText, IsAnotherForEachCode) {
     }
 }
 
+TEST(ErrorAdvice, IsAnotherForEachCodeButACancel) {
+    std::set<std::string> texts;
+    for (int error = -1; error >= -8; --error) EXPECT_TRUE(texts.insert(ErrorAdvice(error)).second) << error;
+    EXPECT_EQ(ErrorAdvice(-4), "");
+}
+
+TEST(ErrorTextAndAdvice, StandTogetherWhereThereIsAdvice) {
+    EXPECT_EQ(ErrorTextAndAdvice(-2, " "), ErrorText(-2) + " " + ErrorAdvice(-2));
+    EXPECT_EQ(ErrorTextAndAdvice(-4, " "), ErrorText(-4));
+}
+
 TEST(ErrorText, OfAnUnknownCodeNamesIt) {
     EXPECT_EQ(ErrorText(-9), "The request failed with the unknown code -9.");
+    EXPECT_EQ(ErrorAdvice(-9), "");
 }
 
 TEST(ExitStatusHelp, ListsEveryStatusOnALineOfItsOwn) {

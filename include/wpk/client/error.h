@@ -43,7 +43,7 @@ enum class Errc : int {
     kNotConvertible = 4,
     /// A text holds a zero character, at which it would be cut off.
     kZeroInText = 5,
-    /// A message body is longer than 4,294,967,295 bytes.
+    /// Send: the body and the name of its service are together too long for a request; Message::body says how long.
     kMessageTooLong = 6,
     /// A user name or a password that answers a proxy's question is longer than 255 bytes.
     kCredentialsTooLong = 7,
@@ -88,7 +88,7 @@ public:
             case Errc::kZeroInText:
                 return "a text holds a zero character";
             case Errc::kMessageTooLong:
-                return "the message is longer than 4294967295 bytes";
+                return "the message is too long: with the name of its service, 4294967221 bytes are the most";
             case Errc::kCredentialsTooLong:
                 return "a user name or password for the proxy is longer than 255 bytes";
             case Errc::kNoFunction:

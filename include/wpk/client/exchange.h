@@ -8,11 +8,12 @@
 #include <wpk/client/parcel.h>
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <exception>
 #include <functional>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <mutex>
 #include <string_view>
@@ -26,11 +27,20 @@ using OutcomeFunction = std::function<void(const Outcome&)>;
 
 namespace detail {
 
+/// Whether a message of that size can travel: its length, that of the service's name and what the wire format puts
+/// around both (docs/wire_format.md) are told as one 32-bit number.
+constexpr bool FitsIntoRequest(std::size_t service, std::size_t body, bool behind_proxy) noexcept {
+    constexpr std::size_t kLongest = 0xFFFFFFFF;
+    const std::size_t around = behind_proxy ? 74 : 73;
+    return service <= kLongest - around && body <= kLongest - around - service;
+}
+
 /// What a Client and the requests that it has sent share. Unchanged once the first request is sent.
 struct Shared {
     Functions functions;
     Text server;
     unsigned int port = 0;
+    bool behind_proxy = false;
     decltype(Options::on_credentials) on_credentials;
     decltype(Options::on_exception) on_exception;
 
@@ -55,7 +65,9 @@ public:
     static std::shared_ptr<Exchange> Start(std::shared_ptr<const Shared> shared, Message message,
                                            OutcomeFunction on_outcome) {
         if (!on_outcome) Throw(Errc::kNoFunction);
-        if (message.body.size() > (std::numeric_limits<unsigned int>::max)()) Throw(Errc::kMessageTooLong);
+        if (!FitsIntoRequest(message.service.str().size(), message.body.size(), shared->behind_proxy)) {
+            Throw(Errc::kMessageTooLong);
+        }
         const Functions functions = shared->functions;
         const std::shared_ptr<Exchange> exchange(
             new Exchange(std::move(shared), std::move(message), std::move(on_outcome)));
@@ -75,9 +87,10 @@ public:
 
     void Cancel() noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
-        // Once at most: a handle that has ended may be another request's.
-        if (std::exchange(cancelled_, true)) return;
-        if (handle_ != 0 && shared_) shared_->functions.cancel(handle_);
+        cancel_wanted_ = true;
+        PassCancelOn();
+        // Whoever waits for the end takes over what the library has refused.
+        if (CancelIsDue()) changed_.notify_all();
     }
 
     bool Done() const noexcept {
@@ -91,9 +104,18 @@ public:
         return !done_ && thread_ == CurrentThread();
     }
 
+    /// Meanwhile it tries again and again what the library has refused for want of a thread: a cancel.
     void Wait() noexcept {
+        constexpr std::chrono::milliseconds kNextTry{50};
         std::unique_lock<std::mutex> lock(mutex_);
-        ended_.wait(lock, [this] { return done_; });
+        while (!done_) {
+            if (!CancelIsDue()) {
+                changed_.wait(lock);
+                continue;
+            }
+            changed_.wait_for(lock, kNextTry);
+            PassCancelOn();
+        }
     }
 
 private:
@@ -109,7 +131,23 @@ private:
         const std::lock_guard<std::mutex> lock(mutex_);
         handle_ = handle;
         // Somebody was quicker; unless the request has been quicker still.
-        if (cancelled_ && shared_) shared_->functions.cancel(handle_);
+        PassCancelOn();
+        if (CancelIsDue()) changed_.notify_all();
+    }
+
+    /// Whether the library has yet to be told of a cancel, and can be. With the lock held.
+    bool CancelIsDue() const noexcept { return cancel_wanted_ && !cancel_accepted_ && handle_ != 0 && shared_; }
+
+    /// With the lock held. Until the library accepts it, and then never again: a handle that has ended may be another
+    /// request's.
+    void PassCancelOn() noexcept {
+        if (CancelIsDue()) cancel_accepted_ = shared_->functions.cancel(handle_) != 0;
+    }
+
+    /// What the library has refused, if anything.
+    void CancelAgain() noexcept {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        PassCancelOn();
     }
 
     static std::string_view View(const void* data, unsigned int length) noexcept {
@@ -142,6 +180,7 @@ private:
     }
 
     void TellProgress(std::string_view arrived, unsigned int total) noexcept {
+        CancelAgain();
         if (!on_progress_ || thrown_) return;
         try {
             on_progress_(Progress(arrived, total, *this));
@@ -174,23 +213,25 @@ private:
     /// The final notification. Nothing of the request but the parcel is left when a wait for it is over.
     void End(const Outcome& outcome) noexcept {
         const std::shared_ptr<Exchange> alive = std::move(self_);
+        bool cancelled = false;
         {
-            const std::shared_ptr<const Shared> shared = TakeShared();
+            const std::shared_ptr<const Shared> shared = TakeShared(cancelled);
             on_progress_ = nullptr;
             TellOutcome(outcome, *shared);
             on_outcome_ = nullptr;
             thrown_ = nullptr;
         }
-        ParcelsDone::All().Add(std::move(parcel_));
+        ParcelsDone::All().Add(std::move(parcel_), cancelled);
         ParcelsDone::All().Collect();
         const std::lock_guard<std::mutex> lock(mutex_);
         done_ = true;
-        ended_.notify_all();
+        changed_.notify_all();
     }
 
-    /// From here on there is nothing to cancel.
-    std::shared_ptr<const Shared> TakeShared() noexcept {
+    /// From here on there is nothing to cancel; `cancelled` becomes whether it has been.
+    std::shared_ptr<const Shared> TakeShared(bool& cancelled) noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
+        cancelled = cancel_accepted_;
         return std::move(shared_);
     }
 
@@ -210,10 +251,11 @@ private:
     std::shared_ptr<Exchange> self_;
 
     mutable std::mutex mutex_;
-    std::condition_variable ended_;
+    std::condition_variable changed_;
     unsigned int handle_ = 0;
     unsigned long thread_ = 0;  // 0 is no thread's id
-    bool cancelled_ = false;
+    bool cancel_wanted_ = false;
+    bool cancel_accepted_ = false;
     bool done_ = false;
 };
 

@@ -31,7 +31,7 @@ struct Message {
 
     /// The service on the server that is to handle the message.
     Text service;
-    /// Any bytes, up to 4,294,967,295 of them.
+    /// Any bytes, up to 4,294,967,221 of them less the length of the service's name (one more without a proxy).
     std::string body;
     /// Host name or dotted IPv4 address; empty: the Client's default.
     Text server;

@@ -6,12 +6,17 @@
 // that has ended, the callback has returned. So a parcel that is done with is put aside together with a watch on its
 // thread, and freed by whoever looks after the thread has ended: the next request that is sent or ends, a wait, the end
 // of a Client.
+//
+// The watch of a request that has been cancelled stays open some seconds longer, though its message is given back: the
+// library looks the handle of a cancel up after it has accepted it, and the handle is a thread's id, which the system
+// gives to a new thread as soon as nobody has the old one open.
 #ifndef WPK_CLIENT_PARCEL_H
 #define WPK_CLIENT_PARCEL_H
 
 #include <wpk/client/platform.h>
 #include <wpk/wpk.h>
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -43,11 +48,21 @@ public:
 private:
     friend class ParcelsDone;
 
+    using Clock = std::chrono::steady_clock;
+
+    /// Whether nothing of it is needed any more. Its body, which may be large, goes as soon as the thread has ended.
+    bool Over() noexcept {
+        if (!thread_.Ended()) return false;
+        std::string().swap(body_);
+        return Clock::now() >= watched_until_;
+    }
+
     std::string server_;
     std::string service_;
     std::string body_;
     WPK_SENDSTRUCT record_;
     ThreadWatch thread_;
+    Clock::time_point watched_until_ = Clock::time_point::min();
     std::unique_ptr<Parcel> next_;
 };
 
@@ -61,8 +76,11 @@ public:
     }
 
     /// Call it on the thread that carries the request, from its final callback.
-    void Add(std::unique_ptr<Parcel> parcel) noexcept {
+    void Add(std::unique_ptr<Parcel> parcel, bool cancelled) noexcept {
+        // For a cancel that has been accepted and still waits for its turn on a busy machine.
+        constexpr std::chrono::seconds kLateCancel{5};
         parcel->thread_.WatchThisThread();
+        if (cancelled) parcel->watched_until_ = Parcel::Clock::now() + kLateCancel;
         const std::lock_guard<std::mutex> lock(mutex_);
         parcel->next_ = std::move(first_);
         first_ = std::move(parcel);
@@ -82,7 +100,7 @@ private:
         std::unique_ptr<Parcel> ended;
         const std::lock_guard<std::mutex> lock(mutex_);
         for (std::unique_ptr<Parcel>* place = &first_; *place;) {
-            if (!(*place)->thread_.Ended()) {
+            if (!(*place)->Over()) {
                 place = &(*place)->next_;
                 continue;
             }

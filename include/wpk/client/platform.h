@@ -27,7 +27,8 @@ inline unsigned long CurrentThread() noexcept {
     return GetCurrentThreadId();
 }
 
-/// Tells whether a thread has ended. Move-only; one thread at a time.
+/// Tells whether a thread has ended, and keeps its id from being given to another one. Neither copied nor moved; one
+/// thread at a time.
 class ThreadWatch {
 public:
     ThreadWatch() = default;

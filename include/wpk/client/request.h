@@ -26,7 +26,10 @@ public:
     /// Asks for the end of the request, and returns without waiting for it. The outcome still comes, once:
     /// Errc::kCancelled within 250 ms wherever the request waits for the network, unless it was past that point. May be
     /// called from anywhere, also from inside the request's own functions; after the end, and a second time, it does
-    /// nothing.
+    /// nothing. Not from DllMain.
+    ///
+    /// The library may refuse, for want of a thread. Then the cancel is tried again by the next call, with the next
+    /// piece of the reply, and every 50 ms while somebody waits for the request.
     void Cancel() const noexcept {
         if (exchange_) exchange_->Cancel();
     }
@@ -57,8 +60,9 @@ private:
 ///     wpk::ScopedRequest request = client.Send(message, [this](const wpk::Outcome& outcome) { ... });
 ///
 /// The destructor cancels the request and waits until it has ended: up to 250 ms, and as long as a look-up of the
-/// server's name and the request's functions take. Inside one of the request's own functions it cancels and does not
-/// wait. Moved, not copied; one thread at a time.
+/// server's name and the request's functions take; longer where the library refuses the cancel, for want of a thread,
+/// until it accepts one. Inside one of the request's own functions it cancels and does not wait. Moved, not copied; one
+/// thread at a time. Never destroyed in DllMain, nor as a static object of a DLL: see docs/client.md.
 class ScopedRequest {
 public:
     ScopedRequest() = default;
