@@ -13,6 +13,8 @@
 #include "host/child_process.h"
 #include "host/control.h"
 #include "host/scene.h"
+#include "transport/connection.h"
+#include "transport/sockets_interface.h"
 
 namespace wpk::host {
 namespace {
@@ -277,6 +279,30 @@ RACE_IN_CHILD(CallbacksMaySendAndCancelFurtherRequests) {
     EXPECT_GT(sent, kRounds / 2);
     ExpectNothingLeft();
     for (auto& request : second) EXPECT_EQ(request->Finals(), request->Handle() != 0 ? 1 : 0);
+}
+
+RACE_IN_CHILD(SocketOpenedWhileACleanUpIsAtWorkWaitsForItsEnd) {
+    // The network has come back before the clean-up of the one before.
+    ASSERT_TRUE(StartSockets());
+    ASSERT_TRUE(StartSockets());
+    std::atomic<bool> over{false};
+    bool opened = false;
+    std::thread other;
+    RunBefore("WSACleanup", 1, [&] {
+        const uint64_t waits = Uses("WaitForSingleObject");
+        other = std::thread([&] {
+            Connection connection;
+            opened = connection.Open();
+            over = true;
+        });
+        EXPECT_TRUE(AwaitThat([&] { return over || Uses("WaitForSingleObject") > waits; }));
+        EXPECT_FALSE(over);
+    });
+    CleanUpSockets();
+    ASSERT_TRUE(other.joinable());
+    other.join();
+    EXPECT_TRUE(opened);
+    EXPECT_EQ(SocketStarts(), 1);
 }
 
 /// Connections that the default callback has been told of: comes and goes.
