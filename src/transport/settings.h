@@ -23,6 +23,9 @@ struct Credentials {
 /// proxy credentials change later, and they have a lock of their own.
 class Settings {
 public:
+    /// False when the system could not make the lock of the credentials: nothing below keeps threads apart then.
+    bool HasLock() const { return static_cast<bool>(credentialsLock_); }
+
     /// Copies the record and its texts. False for want of memory.
     bool CopyFrom(const WPK_INITSTRUCT& record);
 
