@@ -73,9 +73,7 @@ void ExpectToRefuse(GlobalObject& global) {
 
 void ExpectToWork(GlobalObject& global) {
     ASSERT_EQ(Initialise(global, PermanentNetwork()), 1);
-    // They live to the end of the process: see below.
-    static const Server& server = *new Server;
-    static Request& request = *new Request(server.Port(), "Small");
+    auto& request = Lasting<Request>(Lasting<Server>().Port(), "Small");
     EXPECT_NE(Call(global, kCommandSend, reinterpret_cast<uintptr_t>(&request.message)), 0u);
     EXPECT_TRUE(request.AwaitFinal());
     EXPECT_EQ(request.Error(), 0);
@@ -110,10 +108,9 @@ TEST(FaultsAtLoad, LeaveNothingOpen) {
     CountInjected("load", *injected);
 }
 
-/// Without destructors, like the process of an application: the threads of the library go on to the end.
 void LoadWithFaultAndUse(std::string_view call, uint64_t nth, std::atomic<uint64_t>& refused) {
     PretendOldMachine();
-    static Loaded& global = *new Loaded;
+    auto& global = Lasting<Loaded>();
     FailCall(call, nth);
     Load(global);
     EXPECT_EQ(FaultsFired(), 1u);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include "host/child_process.h"
 #include "host/faults/scenarios.h"
 
 namespace wpk::host {
@@ -60,7 +61,7 @@ void AnswerQuestionForTwo(Stage& stage) {
 
 /// Its request has no final notification, so it is none of the stage's.
 void SendWithCallbackThatThrows(Stage& stage) {
-    Request request(stage.server.Port(), "Small");
+    auto& request = Lasting<Request>(stage.server.Port(), "Small");
     request.on_notification = [](const WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason == WPK_REASON_PROGRESS) throw 1;
     };

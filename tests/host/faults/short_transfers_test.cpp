@@ -37,7 +37,7 @@ std::string Body(const std::string& service, const std::string& data) {
 
 TEST_P(ShortTransfers, CarryRequestsAndRepliesWhole) {
     const bool passed = RunInChild([] {
-        Stage stage;
+        auto& stage = Lasting<Stage>();
         ASSERT_EQ(InitLibrary(stage.settings), 1);
         ShortenTransfers(GetParam());
         const std::string more_than_a_piece(5000, 'd');
@@ -54,7 +54,7 @@ TEST_P(ShortTransfers, CarryRequestsAndRepliesWhole) {
 
 TEST_P(ShortTransfers, CarryAProxysQuestion) {
     const bool passed = RunInChild([] {
-        Stage stage;
+        auto& stage = Lasting<Stage>();
         stage.settings.bBehindProxy = 1;
         stage.settings.lpszProxyServer = "127.0.0.1";
         stage.settings.nProxyPort = stage.server.Port();
