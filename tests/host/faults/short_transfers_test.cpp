@@ -14,12 +14,21 @@ namespace {
 /// The most bytes of one transfer.
 class ShortTransfers : public testing::TestWithParam<int> {};
 
+uint64_t FewestTransfers(const std::string& bytes) {
+    const auto most = static_cast<size_t>(ShortTransfers::GetParam());
+    return (bytes.size() + most - 1) / most;
+}
+
 void ExpectReply(Stage& stage, const char* service, const std::string& reply, const std::string& data = "hello") {
+    const uint64_t sends_before = Uses("send");
+    const uint64_t receives_before = Uses("recv");
     Request& request = stage.Make(service, data);
     stage.SendAndAwait(request);
     EXPECT_EQ(request.Error(), 0) << service;
     EXPECT_EQ(request.Reply(), reply) << service;
     EXPECT_EQ(request.Finals(), 1) << service;
+    EXPECT_GE(Uses("send") - sends_before, FewestTransfers(data)) << service;
+    EXPECT_GE(Uses("recv") - receives_before, FewestTransfers(reply)) << service;
 }
 
 std::string Entry(const std::string& key, const std::string& value) {
