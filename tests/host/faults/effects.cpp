@@ -56,12 +56,7 @@ bool MayEndAs(int end, std::string_view broken_call, int undisturbed) {
     const auto* effect = std::find_if(std::begin(kEffects), std::end(kEffects),
                                       [&](const Effect& each) { return each.call == broken_call; });
     if (effect == std::end(kEffects)) return false;
-    const auto explains = [effect](int which) {
-        return std::find(effect->ends.begin(), effect->ends.end(), which) != effect->ends.end();
-    };
-    // A cancel needs a thread, too: without one, the request goes on to its reply.
-    if (end == 0) return undisturbed == WPK_ERROR_CANCELLED && explains(kRefused);
-    return explains(end);
+    return std::find(effect->ends.begin(), effect->ends.end(), end) != effect->ends.end();
 }
 
 }  // namespace wpk::host
