@@ -24,7 +24,6 @@ const Effect kEffects[] = {
     // The start, in scenarios that make it a part of the play.
     {"GetModuleHandleExA", {kRefused}},
     {"OpenThread", {kRefused}},
-    {"WSAStartup", {WPK_ERROR_CONNECT}},
     // Without a thread, or what one needs, no request begins.
     {"CreateSemaphoreA", {kRefused}},
     {"_beginthreadex", {kRefused}},
@@ -48,11 +47,17 @@ const Effect kEffects[] = {
     {"MapViewOfFile", {WPK_ERROR_EXCHANGE}},
 };
 
+/// On a network that comes and goes, any failure may let the request begin at another moment: between the network's
+/// coming and the start of the sockets interface, or before the network is thought to be gone and is there again. Who
+/// waits for the network to go stops waiting, too, and cancels what is left.
+bool MayEndAsOnDialUp(int end) {
+    return end == WPK_ERROR_CONNECT || end == WPK_ERROR_EXCHANGE || end == WPK_ERROR_CANCELLED;
+}
+
 }  // namespace
 
 bool MayEndAs(int end, std::string_view broken_call, int undisturbed) {
-    // Who waits for the network to go stops waiting when anything fails, and then cancels what is left.
-    if (end == WPK_ERROR_CANCELLED) return undisturbed == WPK_ERROR_NO_NETWORK;
+    if (undisturbed == WPK_ERROR_NO_NETWORK && MayEndAsOnDialUp(end)) return true;
     const auto* effect = std::find_if(std::begin(kEffects), std::end(kEffects),
                                       [&](const Effect& each) { return each.call == broken_call; });
     if (effect == std::end(kEffects)) return false;
