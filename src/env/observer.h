@@ -34,6 +34,9 @@ public:
     Observable& operator=(const Observable&) = delete;
     ~Observable();
 
+    /// False when the system could not make the list's lock: nothing below keeps threads apart then.
+    bool HasLock() const { return static_cast<bool>(lock_); }
+
     /// Adds an observer, which is not owned and must outlive this object; attached twice, it is told twice. 1, or 0 for
     /// a null pointer or want of memory.
     uint32_t Attach(Observer* observer);

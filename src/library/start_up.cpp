@@ -10,6 +10,11 @@ namespace wpk {
 
 namespace {
 
+/// Locks are made when the library is loaded. One that the system could not make keeps nobody apart.
+bool HasLocks(const GlobalObject& global) {
+    return global.gate && global.transport.settings.HasLock() && global.modemDetection.HasLock() && HasSocketsLock();
+}
+
 /// From now on freeing the library does not unload it: threads of its own may be running at any moment.
 bool KeepLoaded() {
     static constexpr char kInside = 0;
@@ -70,8 +75,7 @@ int RunStartUp(GlobalObject& global, const WPK_INITSTRUCT& record) {
 }  // namespace
 
 int Initialise(GlobalObject& global, const WPK_INITSTRUCT& record) {
-    // A gate that the system could not make keeps nobody apart.
-    if (!global.gate) return 0;
+    if (!HasLocks(global)) return 0;
     const ExclusiveScope alone(global.gate);
     return global.initialised != 0 ? 1 : RunStartUp(global, record);
 }

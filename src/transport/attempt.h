@@ -14,10 +14,10 @@ namespace wpk {
 
 /// Whom a request is sent to: its server, or the proxy.
 struct Peer {
-    const char* host;
-    uint32_t port;
+    const char* host = nullptr;
+    uint32_t port = 0;
     Credentials credentials;
-    bool viaProxy;
+    bool viaProxy = false;
 };
 
 /// Runs one attempt on a connected connection. True when the reply was delivered; else `outcome` (an Outcome) says what

@@ -29,10 +29,7 @@ bool Connection::Open() {
     Close();
     address_ = {};
     address_.sin_family = AF_INET;
-    if (!use_.Begin()) {
-        lastError_ = WSANOTINITIALISED;
-        return false;
-    }
+    use_.Begin();
     socket_.Reset(socket(AF_INET, SOCK_STREAM, /*protocol=*/0));
     if (!socket_) return FailWithSocketError();
 

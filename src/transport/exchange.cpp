@@ -17,9 +17,22 @@ int CheckRequest(const WPK_SENDSTRUCT& message, const TransportState& state) {
     return 0;
 }
 
-Peer ChoosePeer(const WPK_SENDSTRUCT& message, const Settings& settings) {
-    if (!settings.BehindProxy()) return {message.lpszServer, message.nPort, Credentials(), /*viaProxy=*/false};
-    return {settings.ProxyServer().CStr(), settings.ProxyPort(), settings.CopyProxyCredentials(), /*viaProxy=*/true};
+/// False for want of memory.
+bool ChoosePeer(const WPK_SENDSTRUCT& message, const Settings& settings, Peer& peer) {
+    peer.viaProxy = settings.BehindProxy();
+    peer.host = peer.viaProxy ? settings.ProxyServer().CStr() : message.lpszServer;
+    peer.port = peer.viaProxy ? settings.ProxyPort() : message.nPort;
+    return !peer.viaProxy || settings.CopyProxyCredentials(peer.credentials);
+}
+
+/// After a refusal of the proxy: whether the application has answered with credentials for another attempt, which are
+/// in force now. Without the memory for its answer, the request has failed for that.
+bool RenewCredentials(const Notifier& notifier, Settings& settings, Credentials& credentials, uint32_t& outcome) {
+    const Notifier::Answer answer = notifier.AskForCredentials(credentials);
+    if (answer == Notifier::Answer::kDeclined) return false;
+    if (answer == Notifier::Answer::kSendAgain && settings.ReplaceProxyCredentials(credentials)) return true;
+    outcome = kOutcomeUnexpected;
+    return false;
 }
 
 int JudgeFailure(uint32_t outcome, const PendingRequest& request, const TransportState& state) {
@@ -47,19 +60,20 @@ uint32_t RunExchange(WPK_SENDSTRUCT* message, PendingRequest& request, Transport
     const Notifier notifier(message->lpfnCallback, message->lpUserData);
     if (const int error = CheckRequest(*message, state)) return Fail(notifier, error);
 
-    Peer peer = ChoosePeer(*message, settings);
+    uint32_t outcome = kOutcomeUnexpected;
+    Peer peer;
+    if (!ChoosePeer(*message, settings, peer)) return Fail(notifier, JudgeFailure(outcome, request, state));
     for (;;) {
         if (!request.connection.Connect(peer.host, peer.port, request.cancelSignal)) {
             return Fail(notifier, request.connection.Cancelled() ? WPK_ERROR_CANCELLED : WPK_ERROR_CONNECT);
         }
-        uint32_t outcome = kOutcomeUnexpected;
+        outcome = kOutcomeUnexpected;
         if (RunAttempt(*message, peer, request.connection, notifier, state.tempDirectory, outcome)) return 1;
 
         const bool proxyRefused = outcome == kOutcomeProxyAuthenticationRequired && peer.viaProxy;
-        if (!proxyRefused || !notifier.AskForCredentials(peer.credentials)) {
+        if (!proxyRefused || !RenewCredentials(notifier, settings, peer.credentials, outcome)) {
             return Fail(notifier, JudgeFailure(outcome, request, state));
         }
-        settings.ReplaceProxyCredentials(peer.credentials);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 namespace wpk {
 
@@ -44,9 +45,11 @@ void FillField(CredentialField& field, const CountedText& text) {
     std::memcpy(field, text.CStr(), std::min<size_t>(text.Length(), sizeof field - 1));
 }
 
-/// Up to the first zero byte; the application may have left none.
-CountedText ReadField(const CredentialField& field) {
-    return CountedText({field, static_cast<size_t>(std::find(field, field + sizeof field, '\0') - field)});
+/// Up to the first zero byte; the application may have left none. False for want of memory.
+bool ReadField(const CredentialField& field, CountedText& text) {
+    const auto length = static_cast<size_t>(std::find(field, field + sizeof field, '\0') - field);
+    text = CountedText({field, length});
+    return text.Length() == length;
 }
 
 }  // namespace
@@ -83,16 +86,18 @@ void Notifier::ConnectionState(uint32_t connected) const {
     Deliver(notification);
 }
 
-bool Notifier::AskForCredentials(Credentials& credentials) const {
+Notifier::Answer Notifier::AskForCredentials(Credentials& credentials) const {
     WPK_CALLBACKSTRUCT notification{};
     notification.nReason = WPK_REASON_CREDENTIALS;
     FillField(notification.body.credentials.szUser, credentials.user);
     FillField(notification.body.credentials.szPassword, credentials.password);
     Deliver(notification);
-    if (notification.body.credentials.bRetry == 0) return false;
-    credentials.user = ReadField(notification.body.credentials.szUser);
-    credentials.password = ReadField(notification.body.credentials.szPassword);
-    return true;
+    if (notification.body.credentials.bRetry == 0) return Answer::kDeclined;
+    Credentials answer;
+    if (!ReadField(notification.body.credentials.szUser, answer.user)) return Answer::kNoMemory;
+    if (!ReadField(notification.body.credentials.szPassword, answer.password)) return Answer::kNoMemory;
+    credentials = std::move(answer);
+    return Answer::kSendAgain;
 }
 
 void Notifier::Deliver(WPK_CALLBACKSTRUCT& notification) const {

@@ -21,9 +21,11 @@ public:
     void Reply(const void* reply, uint32_t length) const;
     void ConnectionState(uint32_t connected) const;
 
-    /// Shows the credentials and asks for others. True, with `credentials` replaced, when the application wants the
-    /// request sent again.
-    bool AskForCredentials(Credentials& credentials) const;
+    enum class Answer { kDeclined, kSendAgain, kNoMemory };
+
+    /// Shows the credentials and asks for others, which replace them when the application wants the request sent again.
+    /// Without the memory for its answer, they stay as they are.
+    Answer AskForCredentials(Credentials& credentials) const;
 
 private:
     void Deliver(WPK_CALLBACKSTRUCT& notification) const;

@@ -3,19 +3,30 @@
 #include "transport/settings.h"
 
 #include <string_view>
+#include <utility>
 
 namespace wpk {
 
 namespace {
 
 /// False when there is a text but no memory for its copy.
+bool CopyText(std::string_view text, CountedText& copy) {
+    copy = CountedText(text);
+    return copy.Length() == text.size();
+}
+
 bool CopyText(const char* text, CountedText& copy) {
-    const std::string_view view = text ? std::string_view(text) : std::string_view();
-    copy = CountedText(view);
-    return copy.Length() == view.size();
+    return CopyText(text ? std::string_view(text) : std::string_view(), copy);
 }
 
 }  // namespace
+
+bool Credentials::CopyFrom(const Credentials& other) {
+    Credentials copy;
+    if (!CopyText(other.user.View(), copy.user) || !CopyText(other.password.View(), copy.password)) return false;
+    *this = std::move(copy);
+    return true;
+}
 
 bool Settings::CopyFrom(const WPK_INITSTRUCT& record) {
     reserved_ = record.reserved;
@@ -36,15 +47,17 @@ void Settings::Forget() {
     instance_ = nullptr;
 }
 
-Credentials Settings::CopyProxyCredentials() const {
+bool Settings::CopyProxyCredentials(Credentials& copy) const {
     const ScopedLock lock(credentialsLock_);
-    return credentials_;
+    return copy.CopyFrom(credentials_);
 }
 
-void Settings::ReplaceProxyCredentials(const Credentials& credentials) {
-    Credentials replacement = credentials;
+bool Settings::ReplaceProxyCredentials(const Credentials& credentials) {
+    Credentials replacement;
+    if (!replacement.CopyFrom(credentials)) return false;
     const ScopedLock lock(credentialsLock_);
     credentials_ = std::move(replacement);
+    return true;
 }
 
 }  // namespace wpk

@@ -17,12 +17,18 @@ struct Credentials {
     CountedText password;
 
     bool Empty() const { return user.Empty() && password.Empty(); }
+
+    /// Takes copies of the other ones' texts. False for want of memory: then it keeps its own.
+    bool CopyFrom(const Credentials& other);
 };
 
 /// The library's copy of the initialisation record. Written by the start-up alone, before any request runs; only the
 /// proxy credentials change later, and they have a lock of their own.
 class Settings {
 public:
+    /// False when the system could not make the lock of the credentials: nothing below keeps threads apart then.
+    bool HasLock() const { return static_cast<bool>(credentialsLock_); }
+
     /// Copies the record and its texts. False for want of memory.
     bool CopyFrom(const WPK_INITSTRUCT& record);
 
@@ -36,11 +42,12 @@ public:
     const CountedText& ProxyServer() const { return proxyServer_; }
     uint32_t ProxyPort() const { return static_cast<uint32_t>(proxyPort_); }
 
-    /// The credentials now in force, in copies of the caller's own. From any thread.
-    Credentials CopyProxyCredentials() const;
+    /// Copies the credentials now in force. False for want of memory. From any thread.
+    bool CopyProxyCredentials(Credentials& copy) const;
 
-    /// Puts other ones in force for all later requests; the latest caller wins. From any thread.
-    void ReplaceProxyCredentials(const Credentials& credentials);
+    /// Puts other ones in force for all later requests; the latest caller wins. False for want of memory: then the old
+    /// ones stay in force. From any thread.
+    bool ReplaceProxyCredentials(const Credentials& credentials);
 
 private:
     WPK_INT64 reserved_ = 0;

@@ -28,26 +28,44 @@ constexpr uint64_t kCleanUps = 0x7FFFFFFF00000000;
 constexpr uint64_t kCleaning = uint64_t{1} << 63;
 std::atomic<uint64_t> state{0};
 
+/// Whether a clean-up has been asked for that no use keeps waiting.
+bool IsCleanUpDue(uint64_t now) {
+    return (now & kUses) == 0 && (now & kCleanUps) != 0;
+}
+
 /// Takes one waiting clean-up out, to be run now. False when there is none, or it has to wait on.
 bool TakeCleanUp() {
     uint64_t now = state;
     do {
-        if ((now & kUses) != 0 || (now & kCleanUps) == 0 || (now & kCleaning) != 0) return false;
+        if (!IsCleanUpDue(now)) return false;
     } while (!state.compare_exchange_weak(now, (now - kOneCleanUp) | kCleaning));
     return true;
 }
 
+/// A clean-up is at work only while its thread holds the lock, so whoever gets that has waited for it.
 void RunCleanUps() {
-    while (TakeCleanUp()) {
-        {
-            const ScopedLock counting(startsLock);
-            WSACleanup();
-        }
+    while (IsCleanUpDue(state)) {
+        const ScopedLock counting(startsLock);
+        if (!TakeCleanUp()) return;
+        WSACleanup();
         state &= ~kCleaning;
     }
 }
 
+/// False while a clean-up is at work.
+bool TakeUse() {
+    uint64_t now = state;
+    do {
+        if ((now & kCleaning) != 0) return false;
+    } while (!state.compare_exchange_weak(now, now + kOneUse));
+    return true;
+}
+
 }  // namespace
+
+bool HasSocketsLock() {
+    return static_cast<bool>(startsLock);
+}
 
 bool StartSockets() {
     const ScopedLock counting(startsLock);
@@ -61,16 +79,15 @@ void CleanUpSockets() {
     RunCleanUps();
 }
 
-bool SocketsUse::Begin() {
+void SocketsUse::Begin() {
     End();
-    // Read first: a network that goes from now on is noticed.
-    networkNumber_ = networkNumber;
-    uint64_t now = state;
-    do {
-        if ((now & kCleaning) != 0) return false;
-    } while (!state.compare_exchange_weak(now, now + kOneUse));
+    for (;;) {
+        // Read first: a network that goes from now on is noticed.
+        networkNumber_ = networkNumber;
+        if (TakeUse()) break;
+        const ScopedLock untilCleanedUp(startsLock);
+    }
     begun_ = true;
-    return true;
 }
 
 void SocketsUse::End() {

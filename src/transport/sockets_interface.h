@@ -15,6 +15,9 @@
 
 namespace wpk {
 
+/// False when the system could not make the lock of the starts: nothing below keeps threads apart then.
+bool HasSocketsLock();
+
 /// Starts the interface, version 1.1. The system counts starts. From any thread.
 bool StartSockets();
 
@@ -29,8 +32,8 @@ public:
     SocketsUse& operator=(const SocketsUse&) = delete;
     ~SocketsUse() { End(); }
 
-    /// False while a clean-up is at work.
-    bool Begin();
+    /// Waits for a clean-up that is at work, which is one call of the system.
+    void Begin();
     void End();
 
     /// True as soon as the network has gone once since Begin.

@@ -8,6 +8,8 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace wpk::host {
 
@@ -41,6 +43,16 @@ private:
     const size_t at_once_;
     std::map<pid_t, Child> running_;
 };
+
+/// Makes an object that lives to the end of the process. For what the library's threads use: when a wait for them has
+/// failed, the child is to report that and not to crash.
+template <class Object, class... Arguments>
+Object& Lasting(Arguments&&... arguments) {
+    // Reachable, so that they do not count as leaks.
+    static std::vector<Object*>& all = *new std::vector<Object*>;
+    all.push_back(new Object(std::forward<Arguments>(arguments)...));
+    return *all.back();
+}
 
 /// Memory that is shared with children.
 void* SharedMemory(size_t size);

@@ -13,6 +13,8 @@
 #include "host/child_process.h"
 #include "host/control.h"
 #include "host/scene.h"
+#include "transport/connection.h"
+#include "transport/sockets_interface.h"
 
 namespace wpk::host {
 namespace {
@@ -91,8 +93,8 @@ bool IsExpectedEnd(Request& request) {
 RACE_IN_CHILD(RequestsCancelledAtRandomMomentsEndExactlyOnce) {
     const WPK_INITSTRUCT settings = PermanentNetwork();
     ASSERT_EQ(WPK_Init(&settings), 1);
-    const Server server;
-    std::vector<Requests> requests(kSenders);
+    const auto& server = Lasting<Server>();
+    auto& requests = Lasting<std::vector<Requests>>(kSenders);
     RunOnThreads(kSenders, [&](int i) { Storm(server, i, requests[static_cast<size_t>(i)]); });
     ExpectNothingLeft();
     for (Requests& own : requests) {
@@ -107,9 +109,9 @@ RACE_IN_CHILD(RequestsCancelledAtRandomMomentsEndExactlyOnce) {
 RACE_IN_CHILD(CancelsOfOneRequestByManyThreadsEndItOnce) {
     const WPK_INITSTRUCT settings = PermanentNetwork();
     ASSERT_EQ(WPK_Init(&settings), 1);
-    const Server server;
+    const auto& server = Lasting<Server>();
     for (int round = 0; round < 15; ++round) {
-        Request request(server.Port(), "Silent");
+        auto& request = Lasting<Request>(server.Port(), "Silent");
         ASSERT_NE(request.Send(), 0u);
         RunOnThreads(4, [&request](int) { EXPECT_EQ(WPK_Cancel(request.Handle()), 1); });
         ASSERT_TRUE(request.AwaitFinal());
@@ -123,18 +125,22 @@ RACE_IN_CHILD(CancelsOfOneRequestByManyThreadsEndItOnce) {
 RACE_IN_CHILD(CancelRightBeforeAnyCallOfTheExchangeEndsTheRequestOnce) {
     const WPK_INITSTRUCT settings = PermanentNetwork();
     ASSERT_EQ(WPK_Init(&settings), 1);
-    const Server server;
+    const auto& server = Lasting<Server>();
     for (const char* call : {"socket", "connect", "select", "ioctlsocket", "send", "recv", "CreateFileA",
                              "MapViewOfFile", "UnmapViewOfFile", "closesocket"}) {
-        Request request(server.Port(), "Large");
-        std::atomic<unsigned> handle{0};
-        RunBefore(call, 1, [&handle] {
-            AwaitThat([&handle] { return handle != 0; });
+        auto& request = Lasting<Request>(server.Port(), "Large");
+        auto& handle = Lasting<std::atomic<unsigned>>(0u);
+        auto& cancelled = Lasting<std::atomic<bool>>(false);
+        RunBefore(call, 1, [&handle, &cancelled] {
+            EXPECT_TRUE(AwaitThat([&handle] { return handle != 0; }));
             EXPECT_EQ(WPK_Cancel(handle), 1);
+            cancelled = true;
         });
         handle = request.Send();
         ASSERT_TRUE(request.AwaitFinal()) << call;
         AwaitQuiet();
+        ClearActions();
+        EXPECT_TRUE(cancelled) << call << " was not used";
         EXPECT_EQ(request.Finals(), 1) << call;
         EXPECT_TRUE(IsExpectedEnd(request)) << call << ": " << request.Error();
     }
@@ -143,9 +149,9 @@ RACE_IN_CHILD(CancelRightBeforeAnyCallOfTheExchangeEndsTheRequestOnce) {
 
 RACE_IN_CHILD(InitialisedByManyThreadsAtOnceStartsOnce) {
     const WPK_INITSTRUCT settings = PermanentNetwork();
-    const Server server;
+    const auto& server = Lasting<Server>();
     std::atomic<int> ready{0};
-    Requests requests;
+    auto& requests = Lasting<Requests>();
     for (int i = 0; i < 8; ++i) requests.push_back(std::make_unique<Request>(server.Port(), "Small"));
     RunOnThreads(8, [&](int i) {
         ++ready;
@@ -188,10 +194,10 @@ bool AreWhole(const std::string& credentials) {
 }
 
 RACE_IN_CHILD(ProxyCredentialsReplacedWhileOthersCopyThemAreNeverTorn) {
-    std::atomic<int> torn{0};
-    std::atomic<int> connections{0};
-    Peer proxy(
-        [&](Peer::Connection& connection) {
+    auto& torn = Lasting<std::atomic<int>>(0);
+    auto& connections = Lasting<std::atomic<int>>(0);
+    const auto& proxy = Lasting<Peer>(
+        [&torn, &connections](Peer::Connection& connection) {
             const std::string credentials = CredentialsOf(connection.ReadRequest());
             if (!AreWhole(credentials)) ++torn;
             // Every other connection is asked for new ones.
@@ -207,7 +213,7 @@ RACE_IN_CHILD(ProxyCredentialsReplacedWhileOthersCopyThemAreNeverTorn) {
     settings.lpszProxyUser = initial.c_str();
     settings.lpszProxyPassword = initial.c_str();
     ASSERT_EQ(WPK_Init(&settings), 1);
-    std::vector<Requests> requests(kSenders);
+    auto& requests = Lasting<std::vector<Requests>>(kSenders);
     RunOnThreads(kSenders, [&](int i) {
         for (int round = 0; round < kRounds; ++round) {
             auto& own = requests[static_cast<size_t>(i)];
@@ -227,8 +233,8 @@ RACE_IN_CHILD(ProxyCredentialsReplacedWhileOthersCopyThemAreNeverTorn) {
 RACE_IN_CHILD(CallbacksThatThrowAmongOthersStopOnlyTheirOwnRequests) {
     const WPK_INITSTRUCT settings = PermanentNetwork();
     ASSERT_EQ(WPK_Init(&settings), 1);
-    const Server server;
-    std::vector<Requests> requests(kSenders);
+    const auto& server = Lasting<Server>();
+    auto& requests = Lasting<std::vector<Requests>>(kSenders);
     RunOnThreads(kSenders, [&](int i) {
         for (int round = 0; round < kRounds; ++round) {
             auto& own = requests[static_cast<size_t>(i)];
@@ -251,9 +257,9 @@ RACE_IN_CHILD(CallbacksThatThrowAmongOthersStopOnlyTheirOwnRequests) {
 RACE_IN_CHILD(CallbacksMaySendAndCancelFurtherRequests) {
     const WPK_INITSTRUCT settings = PermanentNetwork();
     ASSERT_EQ(WPK_Init(&settings), 1);
-    const Server server;
-    Requests first;
-    Requests second;
+    const auto& server = Lasting<Server>();
+    auto& first = Lasting<Requests>();
+    auto& second = Lasting<Requests>();
     for (int i = 0; i < kRounds; ++i) {
         first.push_back(std::make_unique<Request>(server.Port(), "Small"));
         second.push_back(std::make_unique<Request>(server.Port(), i % 2 == 0 ? "Small" : "Silent"));
@@ -279,6 +285,30 @@ RACE_IN_CHILD(CallbacksMaySendAndCancelFurtherRequests) {
     for (auto& request : second) EXPECT_EQ(request->Finals(), request->Handle() != 0 ? 1 : 0);
 }
 
+RACE_IN_CHILD(SocketOpenedWhileACleanUpIsAtWorkWaitsForItsEnd) {
+    // The network has come back before the clean-up of the one before.
+    ASSERT_TRUE(StartSockets());
+    ASSERT_TRUE(StartSockets());
+    std::atomic<bool> over{false};
+    bool opened = false;
+    std::thread other;
+    RunBefore("WSACleanup", 1, [&] {
+        const uint64_t waits = Uses("WaitForSingleObject");
+        other = std::thread([&] {
+            Connection connection;
+            opened = connection.Open();
+            over = true;
+        });
+        EXPECT_TRUE(AwaitThat([&] { return over || Uses("WaitForSingleObject") > waits; }));
+        EXPECT_FALSE(over);
+    });
+    CleanUpSockets();
+    ASSERT_TRUE(other.joinable());
+    other.join();
+    EXPECT_TRUE(opened);
+    EXPECT_EQ(SocketStarts(), 1);
+}
+
 /// Connections that the default callback has been told of: comes and goes.
 struct Told {
     std::atomic<int> comes{0};
@@ -294,14 +324,14 @@ RACE_IN_CHILD(ModemThatComesAndGoesUnderRequestsEndsEachOfThemOnce) {
     // The modem is looked at every ten milliseconds.
     SpeedUp(500, 1);
     modem::Install();
-    Told told;
+    auto& told = Lasting<Told>();
     WPK_INITSTRUCT settings{};
     settings.nConnectionType = WPK_CONNECTION_DIAL_UP;
     settings.lpfnCallback = Told::Note;
     settings.lpUserData = &told;
     ASSERT_EQ(WPK_Init(&settings), 1);
-    const Server server;
-    std::vector<Requests> requests(kSenders);
+    const auto& server = Lasting<Server>();
+    auto& requests = Lasting<std::vector<Requests>>(kSenders);
     std::atomic<int> senders{kSenders};
     RunOnThreads(kSenders + 1, [&](int i) {
         if (i < kSenders) {

@@ -19,8 +19,8 @@ cache_mem 8 MB
 # Squid 5 takes a request buffer that is full, because the server is slower than the client, for the client's end.
 client_request_buffer_max_size 16 MB
 pid_filename none
-access_log none
-cache_log /dev/null
+access_log stdio:$work/squid_access.log
+cache_log $work/squid_cache.log
 coredump_dir $work
 shutdown_lifetime 0 seconds
 netdb_filename none

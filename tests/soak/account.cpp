@@ -5,6 +5,7 @@
 #include "interface/rig/process.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace wpk::soak {
 namespace {
@@ -13,6 +14,8 @@ namespace {
 constexpr std::uint64_t kShownMismatches = 50;
 // A cancel is promised to be seen within 250 ms; the rest is what a machine under full load adds. Counted, not judged.
 constexpr ULONGLONG kCancelPromise = 250 + 500;
+// Usually none is rescued: at most one of so many.
+constexpr std::uint64_t kAcceptedForEachRescue = 500;
 
 unsigned long long Number(std::uint64_t number) {
     return number;
@@ -79,6 +82,7 @@ void Account::NoteEnded(const Job& job, const std::string& wrong) {
             ++cancels_too_late_;
             return;
         }
+        if (job.plan().cancel.rescue) ++rescues_;
         longest_cancel_ = std::max(longest_cancel_, job.CancelTook());
         if (job.CancelTook() > kCancelPromise) ++late_cancels_;
     });
@@ -88,6 +92,13 @@ void Account::NoteEnded(const Job& job, const std::string& wrong) {
 void Account::NoteMismatch(const std::string& text) {
     const std::uint64_t count = monitor_.Update([this] { return ++mismatches_; });
     if (count <= kShownMismatches) report_.Line("MISMATCH: %s", text.c_str());
+}
+
+void Account::JudgeRescues() {
+    const auto [rescues, accepted] = monitor_.Update([this] { return std::pair(rescues_, all_.accepted); });
+    if (rescues * kAcceptedForEachRescue > accepted) {
+        NoteMismatch(std::to_string(rescues) + " requests did not end by themselves");
+    }
 }
 
 std::uint64_t Account::Accepted() {
@@ -116,6 +127,7 @@ void Account::Print(unsigned int server_ends) {
         "cancels: %llu, of them too late to change anything: %llu, seen after more than %llu ms: %llu, "
         "longest: %llu ms",
         Number(cancels_), Number(cancels_too_late_), kCancelPromise, Number(late_cancels_), longest_cancel_);
+    report_.Line("requests that only a cancel after a long time has ended: %llu", Number(rescues_));
     report_.Line("bytes of messages out: %llu, of replies back: %llu", Number(bytes_out_), Number(bytes_back_));
 }
 

@@ -42,6 +42,8 @@ public:
     std::uint64_t Accepted();
     std::uint64_t InFlight();
     std::uint64_t Mismatches();
+    // Whether more requests had to be rescued than Wine's weaknesses explain.
+    void JudgeRescues();
     void Print(unsigned int server_ends);
 
 private:
@@ -66,6 +68,7 @@ private:
     std::uint64_t cancels_too_late_ = 0;
     std::uint64_t late_cancels_ = 0;
     ULONGLONG longest_cancel_ = 0;
+    std::uint64_t rescues_ = 0;
     std::uint64_t mismatches_ = 0;
 };
 

@@ -18,6 +18,7 @@ struct CancelPlan {
     enum When { kNever, kAfter, kInProgress, kInFinal };
     When when = kNever;
     DWORD milliseconds = 0;  // kAfter: from the return of the send on
+    bool rescue = false;     // of a request that should have ended before
 };
 
 struct Plan {

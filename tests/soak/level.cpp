@@ -4,19 +4,23 @@
 
 #include "interface/rig/process.h"
 
+#include <algorithm>
+
 namespace wpk::soak {
 namespace {
 
 // Wine does not say how much memory is a process's own; the list of its regions tells.
-size_t PrivateKb() {
-    size_t bytes = 0;
+void CountMemory(Level& level) {
+    size_t private_bytes = 0;
     MEMORY_BASIC_INFORMATION region = {};
     const char* address = nullptr;
     while (VirtualQuery(address, &region, sizeof region) != 0) {
-        if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE) bytes += region.RegionSize;
+        if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE) private_bytes += region.RegionSize;
+        // A view may consist of several regions.
+        if (region.Type == MEM_MAPPED && region.BaseAddress == region.AllocationBase) ++level.mapped;
         address = static_cast<const char*>(region.BaseAddress) + region.RegionSize;
     }
-    return bytes / 1024;
+    level.private_kb = private_bytes / 1024;
 }
 
 }  // namespace
@@ -25,10 +29,21 @@ Level Level::Now(const rig::HeapCount& library_heap) {
     Level level;
     level.threads = rig::ThreadIds().size();
     level.handles = rig::HandleCount();
-    level.private_kb = PrivateKb();
+    CountMemory(level);
     level.library_blocks = library_heap.Blocks();
     level.files = rig::FilesLike("", "tmp*").size();
     return level;
+}
+
+Level Level::Least(const Level& a, const Level& b) {
+    Level least;
+    least.threads = std::min(a.threads, b.threads);
+    least.handles = std::min(a.handles, b.handles);
+    least.private_kb = std::min(a.private_kb, b.private_kb);
+    least.mapped = std::min(a.mapped, b.mapped);
+    least.library_blocks = std::min(a.library_blocks, b.library_blocks);
+    least.files = std::min(a.files, b.files);
+    return least;
 }
 
 double Slope(const std::vector<Point>& points) {

@@ -15,10 +15,13 @@ struct Level {
     size_t threads = 0;
     size_t handles = 0;
     size_t private_kb = 0;    // memory of the process's own
+    size_t mapped = 0;        // views of files and of other shared memory
     long library_blocks = 0;  // blocks that the library has allocated and not freed
     size_t files = 0;         // temporary files
 
     static Level Now(const rig::HeapCount& library_heap);
+    // The lower one of each.
+    static Level Least(const Level& a, const Level& b);
 };
 
 // A time and a value.

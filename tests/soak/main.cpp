@@ -90,13 +90,15 @@ private:
         // In its second life like in every later one.
         dying_.Kill();
         dying_.Start();
-        const Level first = QuietLevel("after warm-up");
+        Level least = QuietLevel("after warm-up");
         const DWORD whole = std::max(options_.seconds * 1000, 2 * Elapsed());
         while (Elapsed() < whole) {
             const DWORD left = whole - Elapsed();
             // No round too short for anything to happen in it.
             if (!load_.RunRound(left < 2 * kRoundMs ? left : kRoundMs)) return false;
-            Compare(first, QuietLevel("at rest"));
+            const Level now = QuietLevel("at rest");
+            Compare(least, now);
+            least = Level::Least(least, now);
         }
         return true;
     }
@@ -110,30 +112,33 @@ private:
         return level;
     }
 
-    void Compare(const Level& first, const Level& now) {
-        CompareOne("threads", first.threads, now.threads);
-        CompareOne("handles", first.handles, now.handles);
-        CompareOne("blocks of the library's", static_cast<size_t>(first.library_blocks),
+    // Against the least ever seen at rest: what the warm-up's last moment held may have been on its way out.
+    void Compare(const Level& least, const Level& now) {
+        CompareOne("threads", least.threads, now.threads);
+        CompareOne("handles", least.handles, now.handles);
+        CompareOne("mapped regions", least.mapped, now.mapped);
+        CompareOne("blocks of the library's", static_cast<size_t>(least.library_blocks),
                    static_cast<size_t>(now.library_blocks));
         CompareOne("temporary files", 0, now.files);
-        if (now.private_kb > first.private_kb + kPrivateRoomKb) {
-            CompareOne("KB of private memory", first.private_kb, now.private_kb);
+        if (now.private_kb > least.private_kb + kPrivateRoomKb) {
+            CompareOne("KB of private memory", least.private_kb, now.private_kb);
         }
     }
 
-    // Less is no loss: what the warm-up's last moment held may have been on its way out.
-    void CompareOne(const char* what, size_t first, size_t now) {
-        if (now <= first) return;
-        account_.NoteMismatch(std::string(what) + ": " + std::to_string(first) + " after warm-up, " +
+    void CompareOne(const char* what, size_t least, size_t now) {
+        if (now <= least) return;
+        account_.NoteMismatch(std::string(what) + ": " + std::to_string(least) + " at rest before, " +
                               std::to_string(now) + " now");
     }
 
     void Print(const Level& level, const char* when) {
-        report_.Line("%6lu s %8llu requests %4llu in flight %4llu threads %5llu handles %7llu KB %6ld blocks %s",
-                     Elapsed() / 1000, static_cast<unsigned long long>(account_.Accepted()),
-                     static_cast<unsigned long long>(account_.InFlight()),
-                     static_cast<unsigned long long>(level.threads), static_cast<unsigned long long>(level.handles),
-                     static_cast<unsigned long long>(level.private_kb), level.library_blocks, when);
+        report_.Line(
+            "%6lu s %8llu requests %4llu in flight %4llu threads %5llu handles %3llu mapped %7llu KB %6ld blocks "
+            "%s",
+            Elapsed() / 1000, static_cast<unsigned long long>(account_.Accepted()),
+            static_cast<unsigned long long>(account_.InFlight()), static_cast<unsigned long long>(level.threads),
+            static_cast<unsigned long long>(level.handles), static_cast<unsigned long long>(level.mapped),
+            static_cast<unsigned long long>(level.private_kb), level.library_blocks, when);
     }
 
     void Watch() {
@@ -161,6 +166,7 @@ private:
         for (ServerProcess* server : {&steady_, &dying_}) {
             if (!server->OwnEnd().empty()) account_.NoteMismatch(server->OwnEnd());
         }
+        account_.JudgeRescues();
         if (account_.InFlight() != 0) account_.NoteMismatch("requests without an end");
         const auto mismatches = static_cast<unsigned long long>(account_.Mismatches());
         // As GoogleTest says it, so that it is counted with the other tests.

@@ -42,14 +42,18 @@ bool IsAlphabet(const std::string& body, size_t length) {
     return true;
 }
 
+// To a peer that does not read what it is asked.
+Plan ToPort(Random& random, const char* kind, unsigned short port) {
+    Plan plan;
+    plan.kind = kind;
+    plan.port = port;
+    plan.message = AnyMessage(random);
+    return plan;
+}
+
 // For requests that would not end by themselves.
 void CancelSoon(Random& random, Plan& plan) {
     plan.cancel = {CancelPlan::kAfter, static_cast<DWORD>(random.Below(700))};
-}
-
-// Wine now and then keeps a connection open that its peer has closed: the request would then wait for a minute.
-void CancelAtLast(Plan& plan) {
-    plan.cancel = {CancelPlan::kAfter, 6000};
 }
 
 // Of the others, every eighth is taken back somewhere.
@@ -86,7 +90,7 @@ Plan Traffic::ToServer(Random& random, const char* kind, const char* service, st
     }
     // Of a process that is ended, Wine now and then keeps a connection open: in the middle of a reply, nothing but a
     // cancel would end such a request.
-    if (server == &dying_) plan.cancel = {CancelPlan::kAfter, 45000};
+    if (server == &dying_) plan.cancel = {CancelPlan::kAfter, 45000, /*rescue=*/true};
     plan.server = server;
     plan.port = plan.sight.port;
     return plan;
@@ -182,17 +186,12 @@ Plan Traffic::Cut(Random& random) const {
     act.place = random.Below(random.OneIn(2) ? head : head + act.body_length);
     Plan plan = ToActor(random, act.what == Act::kCut ? "cut" : "reset", act);
     plan.errors = {WPK_ERROR_EXCHANGE};
-    if (!random.OneIn(8)) CancelAtLast(plan);
     return plan;
 }
 
 Plan Traffic::CutEarly(Random& random) const {
-    Plan plan;
-    plan.kind = "cut early";
-    plan.port = peers_.Cutter();
-    plan.message = AnyMessage(random);
+    Plan plan = ToPort(random, "cut early", peers_.Cutter());
     plan.errors = {WPK_ERROR_EXCHANGE};
-    CancelAtLast(plan);
     return plan;
 }
 
@@ -219,19 +218,13 @@ Plan Traffic::Stall(Random& random) const {
 }
 
 Plan Traffic::Deaf(Random& random) const {
-    Plan plan;
-    plan.kind = "deaf peer";
-    plan.port = peers_.Deaf();
-    plan.message = AnyMessage(random);
+    Plan plan = ToPort(random, "deaf peer", peers_.Deaf());
     CancelSoon(random, plan);
     return plan;
 }
 
 Plan Traffic::NotAccepted(Random& random) const {
-    Plan plan;
-    plan.kind = "not accepted";
-    plan.port = peers_.Full();
-    plan.message = AnyMessage(random);
+    Plan plan = ToPort(random, "not accepted", peers_.Full());
     CancelSoon(random, plan);
     return plan;
 }

@@ -205,7 +205,8 @@ void Run(const Script& script) {
     Require(delivered == (expected.error == 0 && !application.Cancelled() ? 1U : 0U),
             "an exchange returns what it has notified");
     CheckRequests(network.Requests(), expected);
-    const Credentials kept = state.settings.CopyProxyCredentials();
+    Credentials kept;
+    Require(state.settings.CopyProxyCredentials(kept), "there is memory for a copy");
     Require(kept.user.View() == expected.login.user && kept.password.View() == expected.login.password,
             "credentials that were answered stay in force");
 }

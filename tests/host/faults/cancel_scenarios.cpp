@@ -18,7 +18,8 @@ void CancelOwn() {
     CancelRequest(GetCurrentThreadId());
 }
 
-/// Cancels the request right before a use of a call; when a fault keeps that use from coming, it ends uncancelled.
+/// Cancels the request right before a use of a call, unless a fault keeps that use from coming. The cancel goes on by
+/// itself after that, so the request must not come to an end without it.
 void SendCancelledBefore(Stage& stage, Request& request, const char* call, uint64_t nth) {
     RunBefore(call, nth, CancelOwn);
     if (request.Send() != 0) stage.AwaitQuietOrWaiting(request);
@@ -27,11 +28,11 @@ void SendCancelledBefore(Stage& stage, Request& request, const char* call, uint6
 
 void CancelQueued(Stage& stage) {
     // The first call of the exchange.
-    SendCancelledBefore(stage, stage.Make("Small"), "socket", 1);
+    SendCancelledBefore(stage, stage.Make("Silent"), "socket", 1);
 }
 
 void CancelResolving(Stage& stage) {
-    Request& request = stage.Make("Small");
+    Request& request = stage.Make("Silent");
     request.message.lpszServer = "localhost";
     SendCancelledBefore(stage, request, "gethostbyname", 1);
 }

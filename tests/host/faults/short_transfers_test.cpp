@@ -14,12 +14,21 @@ namespace {
 /// The most bytes of one transfer.
 class ShortTransfers : public testing::TestWithParam<int> {};
 
+uint64_t FewestTransfers(const std::string& bytes) {
+    const auto most = static_cast<size_t>(ShortTransfers::GetParam());
+    return (bytes.size() + most - 1) / most;
+}
+
 void ExpectReply(Stage& stage, const char* service, const std::string& reply, const std::string& data = "hello") {
+    const uint64_t sends_before = Uses("send");
+    const uint64_t receives_before = Uses("recv");
     Request& request = stage.Make(service, data);
     stage.SendAndAwait(request);
     EXPECT_EQ(request.Error(), 0) << service;
     EXPECT_EQ(request.Reply(), reply) << service;
     EXPECT_EQ(request.Finals(), 1) << service;
+    EXPECT_GE(Uses("send") - sends_before, FewestTransfers(data)) << service;
+    EXPECT_GE(Uses("recv") - receives_before, FewestTransfers(reply)) << service;
 }
 
 std::string Entry(const std::string& key, const std::string& value) {
@@ -37,7 +46,7 @@ std::string Body(const std::string& service, const std::string& data) {
 
 TEST_P(ShortTransfers, CarryRequestsAndRepliesWhole) {
     const bool passed = RunInChild([] {
-        Stage stage;
+        auto& stage = Lasting<Stage>();
         ASSERT_EQ(InitLibrary(stage.settings), 1);
         ShortenTransfers(GetParam());
         const std::string more_than_a_piece(5000, 'd');
@@ -54,7 +63,7 @@ TEST_P(ShortTransfers, CarryRequestsAndRepliesWhole) {
 
 TEST_P(ShortTransfers, CarryAProxysQuestion) {
     const bool passed = RunInChild([] {
-        Stage stage;
+        auto& stage = Lasting<Stage>();
         stage.settings.bBehindProxy = 1;
         stage.settings.lpszProxyServer = "127.0.0.1";
         stage.settings.nProxyPort = stage.server.Port();

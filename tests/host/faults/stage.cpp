@@ -7,7 +7,9 @@
 #include <utility>
 
 #include "host/control.h"
+#include "library/call.h"
 #include "library/instance.h"
+#include "threadlib/process_registry.h"
 
 namespace wpk::host {
 
@@ -16,6 +18,12 @@ namespace {
 constexpr int64_t kDeskThreads = 1;
 /// The detection's own desk, and its Peeker.
 constexpr int64_t kDetectionThreads = 2;
+
+int64_t RegisteredThreads() {
+    ThreadRegistry& registry = *ThreadLib::processRegistry;
+    const ScopedLock lock(registry.Lock());
+    return registry.Count();
+}
 
 }  // namespace
 
@@ -55,7 +63,7 @@ void Stage::SendAndAwait(Request& request) {
 }
 
 void Stage::AwaitQuiet() const {
-    const int64_t lasting = kDeskThreads + (DetectsModem() ? kDetectionThreads : 0);
+    const int64_t lasting = LastingThreads();
     EXPECT_TRUE(AwaitThat([lasting] { return CountLive().threads <= lasting; })) << CountLive();
 }
 
@@ -90,12 +98,25 @@ void Stage::ExpectSound() {
     // A library whose sockets could not be started stays without a network.
     EXPECT_EQ(last.Error(), SocketStarts() > 0 ? 0 : WPK_ERROR_NO_NETWORK);
     AwaitQuiet();
+    ExpectNothingRegistered();
     for (auto& request : requests_) {
         EXPECT_EQ(request->Finals(), request->Handle() != 0 ? 1 : 0);
         const std::string reply = request->Reply();
         EXPECT_TRUE(reply.empty() || reply == "small" || reply == std::string(Server::kLargeSize, 'x')) << reply;
     }
     EXPECT_EQ(Misuses(), std::vector<std::string>());
+}
+
+/// A row or a record that has been left behind holds no handle, and the table that it is in can be reached.
+void Stage::ExpectNothingRegistered() const {
+    EXPECT_EQ(Call(theGlobalObject, kCommandAnyPending, 0), 0u);
+    // The question had a thread of its own.
+    AwaitQuiet();
+    EXPECT_EQ(RegisteredThreads(), LastingThreads());
+}
+
+int64_t Stage::LastingThreads() const {
+    return kDeskThreads + (DetectsModem() ? kDetectionThreads : 0);
 }
 
 /// Detection looks again and again, unless it could not be started; then its threads go.

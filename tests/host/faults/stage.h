@@ -38,8 +38,8 @@ public:
     /// How the requests have ended, in the order of their making; those that go on can be cancelled first.
     std::vector<int> AwaitEnds(Rescue rescue);
 
-    /// With the faults over: the library can be initialised and carries a request, each request has ended once, and
-    /// nothing was misused.
+    /// With the faults over: the library can be initialised and carries a request, each request has ended once, none is
+    /// registered any more, nor is a thread that has ended, and nothing was misused.
     void ExpectSound();
 
     WPK_INITSTRUCT settings{};
@@ -50,6 +50,8 @@ public:
 
 private:
     bool DetectsModem() const;
+    int64_t LastingThreads() const;
+    void ExpectNothingRegistered() const;
     void DialAgain();
 
     std::vector<std::unique_ptr<Request>> requests_;

@@ -14,7 +14,7 @@ namespace {
 
 TEST(TimeOut, AHeadThatDoesNotComeForSixtySecondsFailsTheRequest) {
     const bool passed = RunInChild([] {
-        Stage stage;
+        auto& stage = Lasting<Stage>();
         ASSERT_EQ(InitLibrary(stage.settings), 1);
         SpeedUp(/*factor=*/1, /*select_factor=*/100);
         const uint64_t waits_before = Uses("select");

@@ -42,6 +42,14 @@ Files& TheFiles() {
     return files;
 }
 
+/// Once nothing is open of a file. A view keeps its mapping, and a mapping keeps the file, even one that its last close
+/// was to delete. With the mutex of the files held.
+void ForgetUnused(const Openings& openings) {
+    if (!openings.modes.empty() || openings.mappings > 0) return;
+    if (openings.delete_on_close) unlink(openings.path.c_str());
+    TheFiles().by_path.erase(openings.path);
+}
+
 std::string PathOf(const char* name) {
     std::string path(name);
     std::replace(path.begin(), path.end(), '\\', '/');
@@ -103,13 +111,10 @@ File::~File() {
 }
 
 void File::LastHandleClosed() {
-    Files& files = TheFiles();
-    const std::lock_guard lock(files.mutex);
+    const std::lock_guard lock(TheFiles().mutex);
     auto& modes = openings_->modes;
     modes.erase(std::find(modes.begin(), modes.end(), mode_));
-    if (!modes.empty()) return;
-    if (openings_->delete_on_close) unlink(openings_->path.c_str());
-    if (openings_->mappings == 0) files.by_path.erase(openings_->path);
+    ForgetUnused(*openings_);
 }
 
 Mapping::Mapping(const File& file, uint64_t size, bool writable)
@@ -124,10 +129,9 @@ Mapping::Mapping(const File& file, uint64_t size, bool writable)
 
 Mapping::~Mapping() {
     close(descriptor_);
-    Files& files = TheFiles();
-    const std::lock_guard lock(files.mutex);
+    const std::lock_guard lock(TheFiles().mutex);
     --openings_->mappings;
-    if (openings_->mappings == 0 && openings_->modes.empty()) files.by_path.erase(openings_->path);
+    ForgetUnused(*openings_);
 }
 
 HANDLE OpenFile(const char* name, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
@@ -137,6 +141,9 @@ HANDLE OpenFile(const char* name, DWORD access, DWORD share, DWORD disposition, 
     std::shared_ptr<Openings>& openings = files.by_path[path];
     if (!openings) openings = std::make_shared<Openings>();
     openings->path = path;
+    if (openings->delete_on_close && openings->modes.empty()) {
+        return Refuse(ERROR_ACCESS_DENIED, INVALID_HANDLE_VALUE);  // only its mappings keep it from being deleted
+    }
     const bool delete_on_close = (flags & FILE_FLAG_DELETE_ON_CLOSE) != 0;
     if (delete_on_close) access |= DELETE;
     if (disposition != CREATE_NEW && !Shareable(*openings, access, share)) {

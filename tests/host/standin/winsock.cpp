@@ -51,8 +51,8 @@ int WSAStartup(WORD version, LPWSADATA data) {
 
 int WSACleanup() {
     const CallScope call(Call::kWSACleanup);
-    if (call.Fails()) return SOCKET_ERROR;
-    return CleanUpInterface() ? 0 : RefuseSocket(WSANOTINITIALISED);
+    if (!CleanUpInterface()) return RefuseSocket(WSANOTINITIALISED);
+    return call.Fails() ? RefuseSocket(static_cast<int>(call.Error())) : 0;
 }
 
 int WSAGetLastError() {

@@ -68,6 +68,21 @@ TEST_F(StandInFile, IsDeletedByItsLastCloseWhenAskedTo) {
     EXPECT_FALSE(Exists());
 }
 
+TEST_F(StandInFile, ToBeDeletedByItsLastCloseStaysUntilItsMappingsAndViewsAreGone) {
+    const HANDLE file = Open(CREATE_NEW, kReadWrite, 0, FILE_FLAG_DELETE_ON_CLOSE);
+    const HANDLE mapping = CreateFileMappingA(file, nullptr, PAGE_READWRITE, 0, 100, nullptr);
+    const void* view = MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, 0);
+    ASSERT_NE(view, nullptr);
+    CloseHandle(file);
+    EXPECT_TRUE(Exists());
+    EXPECT_EQ(Open(CREATE_NEW), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    CloseHandle(mapping);
+    EXPECT_TRUE(Exists());
+    UnmapViewOfFile(view);
+    EXPECT_FALSE(Exists());
+}
+
 TEST_F(StandInFile, MappedWholeHoldsWhatTheViewWrote) {
     const HANDLE file = Open(CREATE_NEW);
     EXPECT_EQ(SetFilePointer(file, 5000, nullptr, FILE_BEGIN), 5000u);

@@ -148,6 +148,18 @@ TEST_F(StandInSocket, IsClosedByTheLastCleanUp) {
     WSAStartup(MAKEWORD(1, 1), &data);
 }
 
+TEST_F(StandInSocket, IsClosedByACleanUpThatFails) {
+    NewSocket(true);
+    const int64_t starts = SocketStarts();
+    FailCall("WSACleanup", 1);
+    EXPECT_EQ(WSACleanup(), SOCKET_ERROR);
+    EXPECT_EQ(WSAGetLastError(), 10050);
+    EXPECT_EQ(SocketStarts(), starts - 1);
+    EXPECT_EQ(CountLive().sockets, before_.sockets);
+    WSADATA data;
+    WSAStartup(MAKEWORD(1, 1), &data);
+}
+
 struct Reader {
     SOCKET socket;
     std::atomic<int> result{1};

@@ -189,7 +189,7 @@ WPK_SCENARIO(Flapping) {
     Play({Nothing()});
     if (!changed || !WaitForPolls(2)) return 2;
     senders.clear();
-    const size_t files = FilesLike(ScratchFolder(), "stmp*").size();
+    const size_t files = FilesLike(ScratchFolder(), "tmp*").size();
     std::printf("%u replies, %u requests broken off, %u wrong, %u files left\n", TheTally().replies(),
                 TheTally().broken(), TheTally().wrong(), static_cast<unsigned int>(files));
     std::fflush(stdout);

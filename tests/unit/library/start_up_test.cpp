@@ -132,8 +132,10 @@ TEST_F(StartUp, TheTextsOfTheRecordAreCopied) {
     EXPECT_EQ(Initialise(global_, record_), 1);
     proxy[0] = 'X';
     EXPECT_STREQ(global_.transport.settings.ProxyServer().CStr(), "proxy");
-    EXPECT_STREQ(global_.transport.settings.CopyProxyCredentials().user.CStr(), "proxy");
-    EXPECT_STREQ(global_.transport.settings.CopyProxyCredentials().password.CStr(), "proxy");
+    Credentials copy;
+    ASSERT_TRUE(global_.transport.settings.CopyProxyCredentials(copy));
+    EXPECT_STREQ(copy.user.CStr(), "proxy");
+    EXPECT_STREQ(copy.password.CStr(), "proxy");
 }
 
 TEST_F(StartUp, OfSeveralThreadsAtOnceOneStartsAndAllSucceed) {

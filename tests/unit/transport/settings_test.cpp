@@ -9,6 +9,7 @@
 
 #include "support/lib_thread.h"
 #include "transport/notification.h"
+#include "unit/transport/allocation_fault.h"
 
 namespace wpk {
 namespace {
@@ -16,6 +17,14 @@ namespace {
 Credentials CredentialsOf(std::string_view user, std::string_view password) {
     return {CountedText(user), CountedText(password)};
 }
+
+Credentials InForce(const Settings& settings) {
+    Credentials copy;
+    EXPECT_TRUE(settings.CopyProxyCredentials(copy));
+    return copy;
+}
+
+constexpr int kTextsOfCredentials = 2;
 
 TEST(SendStructTest, IsBuiltWithEveryFieldZeroButThePort) {
     const WPK_SENDSTRUCT message;
@@ -53,11 +62,31 @@ TEST(SettingsTest, ReplacedCredentialsServeLaterRequests) {
     record.lpszProxyUser = "first";
     Settings settings;
     settings.CopyFrom(record);
-    EXPECT_EQ(settings.CopyProxyCredentials().user.View(), "first");
-    EXPECT_TRUE(settings.CopyProxyCredentials().password.Empty());
-    settings.ReplaceProxyCredentials(CredentialsOf("second", "secret"));
-    EXPECT_EQ(settings.CopyProxyCredentials().user.View(), "second");
-    EXPECT_EQ(settings.CopyProxyCredentials().password.View(), "secret");
+    EXPECT_EQ(InForce(settings).user.View(), "first");
+    EXPECT_TRUE(InForce(settings).password.Empty());
+    EXPECT_TRUE(settings.ReplaceProxyCredentials(CredentialsOf("second", "secret")));
+    EXPECT_EQ(InForce(settings).user.View(), "second");
+    EXPECT_EQ(InForce(settings).password.View(), "secret");
+}
+
+TEST(SettingsTest, CredentialsForWhoseCopyThereIsNoMemoryAreNeitherPutInForceNorTaken) {
+    Settings settings;
+    ASSERT_TRUE(settings.ReplaceProxyCredentials(CredentialsOf("old", "secret")));
+    const Credentials others = CredentialsOf("new", "other");
+    Credentials copy = CredentialsOf("own", "");
+    for (int successes = 0; successes < kTextsOfCredentials; ++successes) {
+        {
+            const test::AllocationFault fault(successes);
+            EXPECT_FALSE(settings.ReplaceProxyCredentials(others));
+        }
+        EXPECT_EQ(InForce(settings).user.View(), "old");
+        EXPECT_EQ(InForce(settings).password.View(), "secret");
+        {
+            const test::AllocationFault fault(successes);
+            EXPECT_FALSE(settings.CopyProxyCredentials(copy));
+        }
+        EXPECT_EQ(copy.user.View(), "own");
+    }
 }
 
 using SettingsThreads = test::ThreadLayer;
@@ -75,11 +104,11 @@ TEST_F(SettingsThreads, CredentialsReplacedWhileOthersCopyThemAreNeverTorn) {
         test::LibThread a = test::LibThread::Started([&] { return replace('a'); });
         test::LibThread b = test::LibThread::Started([&] { return replace('b'); });
         for (int i = 0; i < 200; ++i) {
-            const Credentials copy = settings.CopyProxyCredentials();
+            const Credentials copy = InForce(settings);
             EXPECT_EQ(copy.user.View(), copy.password.View());
         }
     }
-    EXPECT_EQ(settings.CopyProxyCredentials().user.Length(), 199u % 90u + 1) << "the latest writer wins";
+    EXPECT_EQ(InForce(settings).user.Length(), 199u % 90u + 1) << "the latest writer wins";
 }
 
 /// Runs inside the callback.
@@ -129,7 +158,7 @@ TEST(NotifierTest, ANotifierWithoutCallbackDeliversNothing) {
     const Notifier silent(nullptr, nullptr);
     silent.Failure(-1);
     silent.ConnectionState(1);
-    EXPECT_FALSE(silent.AskForCredentials(credentials));
+    EXPECT_EQ(silent.AskForCredentials(credentials), Notifier::Answer::kDeclined);
 }
 
 TEST(NotifierTest, CredentialsAreShownInAZeroFilledRecordAndLeftAloneWhenDeclined) {
@@ -141,7 +170,7 @@ TEST(NotifierTest, CredentialsAreShownInAZeroFilledRecordAndLeftAloneWhenDecline
         std::strcpy(n.body.credentials.szUser, "ignored");
     };
     Credentials credentials = CredentialsOf("u", "p");
-    EXPECT_FALSE(kNotifier.AskForCredentials(credentials));
+    EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::Answer::kDeclined);
     EXPECT_EQ(credentials.user.View(), "u");
 }
 
@@ -161,9 +190,24 @@ TEST(NotifierTest, ReturnedTextsAreTakenUpToTheirFirstZeroOrTheFieldsEnd) {
         n.body.credentials.bRetry = 0x80000000;
     };
     Credentials credentials = CredentialsOf("u", "p");
-    EXPECT_TRUE(kNotifier.AskForCredentials(credentials));
+    EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::Answer::kSendAgain);
     EXPECT_EQ(credentials.user.View(), "new");
     EXPECT_EQ(credentials.password.View(), std::string(256, 'x'));
+}
+
+TEST(NotifierTest, AnAnswerThatThereIsNoMemoryForLeavesTheCredentialsAsTheyAre) {
+    onNotification = [](WPK_CALLBACKSTRUCT& n) {
+        std::strcpy(n.body.credentials.szUser, "new");
+        std::strcpy(n.body.credentials.szPassword, "other");
+        n.body.credentials.bRetry = 1;
+    };
+    Credentials credentials = CredentialsOf("u", "p");
+    for (int successes = 0; successes < kTextsOfCredentials; ++successes) {
+        const test::AllocationFault fault(successes);
+        EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::Answer::kNoMemory);
+    }
+    EXPECT_EQ(credentials.user.View(), "u");
+    EXPECT_EQ(credentials.password.View(), "p");
 }
 
 }  // namespace

@@ -304,6 +304,16 @@ TEST(GetOrCreateElement, CreatesOnceAndFindsAfterwards) {
     EXPECT_NE(element.GetOrCreateElement("A"), first);
 }
 
+TEST(GetOrCreateElement, ThroughANodeReachesTheElementThatItIs) {
+    Element element(nullptr, "e");
+    Node& node = element;
+    Node* const created = node.GetOrCreateElement("a");
+    EXPECT_EQ(node.GetOrCreateElement("a"), created);
+    EXPECT_EQ(created->GetOrCreateElement("b")->parent, created);
+    ASSERT_EQ(element.children.size(), 1U);
+    EXPECT_EQ(element.children[0], created);
+}
+
 TEST(GetOrCreateElement, SetsAFieldOfAMessage) {
     const auto document = Parse("<m><name>old</name></m>");
     for (const char* value : {"new", "newer still, and longer than fits in place"}) {

@@ -35,6 +35,17 @@ TEST(Writing, IndentsByTheGivenUnit) {
     EXPECT_EQ(Written(document, 0, nullptr), Written(document, 0, ""));
 }
 
+TEST(Writing, IndentsByAUnitOfAnyLength) {
+    Document document("r");
+    document.root->GetOrCreateElement("a")->GetOrCreateElement("b");
+    for (const std::size_t length : {31U, 32U, 33U, 63U, 64U, 65U, 200U, 5000U}) {
+        const std::string unit(length, ' ');
+        EXPECT_EQ(Written(document, 0, unit.c_str()),
+                  kDeclaration + "\n<r>\n" + unit + "<a>\n" + unit + unit + "<b/>\n" + unit + "</a>\n</r>")
+            << length;
+    }
+}
+
 TEST(Writing, DefaultsToTwoSpacesAndNoFlags) {
     const WriteContext context;
     EXPECT_EQ(context.flags, 0U);
