@@ -76,8 +76,11 @@ void Request::WaitAndCancel(unsigned handle) {
     timed_out_ = result == WAIT_TIMEOUT;
     // A question on the terminal holds the request up, and a cancel does not reach it there.
     SetEvent(given_up_);
+    // Refused where no thread is to be had for it; the next moment may have one.
+    constexpr DWORD kNextTryMs = 50;
+    while (WPK_Cancel(handle) == 0 && WaitForSingleObject(ended_, kNextTryMs) == WAIT_TIMEOUT) {
+    }
     // The request still ends with its one final notification, which says how.
-    WPK_Cancel(handle);
     WaitForSingleObject(ended_, INFINITE);
 }
 

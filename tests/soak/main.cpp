@@ -164,7 +164,10 @@ private:
     int PrintVerdict() {
         if (!everybody_.All().empty()) account_.NoteMismatch("the default callback was called");
         for (ServerProcess* server : {&steady_, &dying_}) {
-            if (!server->OwnEnd().empty()) account_.NoteMismatch(server->OwnEnd());
+            if (server->OwnEnd().empty()) continue;
+            // In any case, for it explains many others, and only so many of them are shown.
+            report_.Line("%s", server->OwnEnd().c_str());
+            account_.NoteMismatch(server->OwnEnd());
         }
         account_.JudgeRescues();
         if (account_.InFlight() != 0) account_.NoteMismatch("requests without an end");
