@@ -2,11 +2,14 @@
 // SPDX-License-Identifier: MIT
 #include <CLI/CLI.hpp>
 
+#include <process.h>
+#include <windows.h>
+
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
-#include <system_error>
+#include <memory>
 #include <thread>
 #include <utility>
 
@@ -54,19 +57,38 @@ Socket AcceptClient(Socket& listener) {
     }
 }
 
+struct Work {
+    std::shared_ptr<void> place;
+    Socket client;
+    const Limits& limits;
+};
+
+unsigned __stdcall Serve(void* argument) {
+    const std::unique_ptr<Work> work(static_cast<Work*>(argument));
+    ServeConnection(std::move(work->client), work->limits);
+    return 0;
+}
+
+/// Serves the client on a thread of its own. The system's thread, not std::thread: with mingw-w64's library, one that
+/// is detached while it is ending can have its record given to two others.
+void StartThread(std::unique_ptr<Work> work) {
+    const auto thread = _beginthreadex(nullptr, 0, Serve, work.get(), 0, nullptr);
+    if (thread == 0) {
+        std::fprintf(stderr, "a connection is dropped: the system has no thread for it\n");
+        return;
+    }
+    // The thread's now, which may have given it back already.
+    static_cast<void>(work.release());
+    CloseHandle(reinterpret_cast<HANDLE>(thread));
+}
+
 [[noreturn]] void ServeForever(Socket& listener, const Options& options) {
     ConnectionLimit limit(options.connections);
     for (;;) {
         // The place comes first: while all are taken, further clients wait in the system's queue.
         auto place = limit.TakePlace();
         Socket client = AcceptClient(listener);
-        try {
-            std::thread([place = std::move(place), client = std::move(client), &options]() mutable {
-                ServeConnection(std::move(client), options.limits);
-            }).detach();
-        } catch (const std::system_error& error) {
-            std::fprintf(stderr, "a connection is dropped: %s\n", error.what());
-        }
+        StartThread(std::unique_ptr<Work>(new Work{std::move(place), std::move(client), options.limits}));
     }
 }
 
