@@ -106,10 +106,15 @@ private:
     Level QuietLevel(const char* when) {
         if (!peers_.WaitUntilIdle()) account_.NoteMismatch("a peer's connection does not end");
         if (!rig::WaitForOtherThreads(known_threads_)) account_.NoteMismatch("a thread of the library does not end");
-        const Level level = Level::Now(heap_);
+        const Level level = Measure();
         Print(level, when);
         quiet_.emplace_back(Elapsed() / 60000.0, static_cast<double>(level.private_kb));
         return level;
+    }
+
+    // One at a time: looking at the process takes a handle, which another look would count.
+    Level Measure() {
+        return measuring_.Update([this] { return Level::Now(heap_); });
     }
 
     // Against the least ever seen at rest: what the warm-up's last moment held may have been on its way out.
@@ -144,7 +149,7 @@ private:
     void Watch() {
         const DWORD step = options_.seconds < 300 ? 5000 : 30000;
         while (!over_.Wait(step)) {
-            const Level level = Level::Now(heap_);
+            const Level level = Measure();
             Print(level, "");
             samples_.emplace_back(Elapsed() / 60000.0, static_cast<double>(level.private_kb));
         }
@@ -204,6 +209,7 @@ private:
     ULONGLONG begin_ = 0;
     std::set<DWORD> known_threads_;
     rig::Signal over_;
+    rig::Monitor measuring_;
     std::vector<Point> samples_;  // minutes, KB of private memory
     std::vector<Point> quiet_;    // the same, without any request in flight
 };
