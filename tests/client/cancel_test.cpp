@@ -122,25 +122,19 @@ TEST(Cancel, AfterTheEnd_DoesNotReachTheLibrary) {
 
 TEST(Cancel, Twice_ReachesTheLibraryOnce) {
     ScriptedLibrary library;
-    const WPK_SENDSTRUCT* sent = nullptr;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
-        sent = message;
-        return 8u;
-    };
+    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(Options(), library.functions());
     const Request request = client.Send(To(80), [](const Outcome&) {});
     request.Cancel();
     request.Cancel();
     EXPECT_EQ(library.Cancelled(), Handles{8});
-    rig::Thread([&] { TellFailure(*sent, WPK_ERROR_CANCELLED); }).Join();
+    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
     request.Wait();
 }
 
 TEST(Cancel, BeforeTheHandleIsKnown_IsMadeUpFor) {
     ScriptedLibrary library;
-    const WPK_SENDSTRUCT* sent = nullptr;
     library.on_send = [&](WPK_SENDSTRUCT* message) {
-        sent = message;
         rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
         EXPECT_EQ(library.Cancelled(), Handles());
         return 8u;
@@ -150,7 +144,7 @@ TEST(Cancel, BeforeTheHandleIsKnown_IsMadeUpFor) {
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     const Request request = client.Send(std::move(message), [](const Outcome&) {});
     EXPECT_EQ(library.Cancelled(), Handles{8});
-    rig::Thread([&] { TellFailure(*sent, WPK_ERROR_CANCELLED); }).Join();
+    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
     request.Wait();
 }
 
@@ -228,9 +222,7 @@ TEST(Cancel, RefusedByTheLibraryDuringAWait_IsTriedAgainByTheWaitingThread) {
 
 TEST(Cancel, BeforeTheHandleIsKnownAndThenRefused_IsTriedAgain) {
     ScriptedLibrary library;
-    const WPK_SENDSTRUCT* sent = nullptr;
     library.on_send = [&](WPK_SENDSTRUCT* message) {
-        sent = message;
         rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
         return 8u;
     };
@@ -240,29 +232,25 @@ TEST(Cancel, BeforeTheHandleIsKnownAndThenRefused_IsTriedAgain) {
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     const Request request = client.Send(std::move(message), [](const Outcome&) {});
     EXPECT_EQ(library.Cancelled(), Handles());
-    rig::Thread([&] { TellProgress(*sent, "some more", 10); }).Join();
+    rig::Thread([&] { TellProgress(*library.sent, "some more", 10); }).Join();
     EXPECT_EQ(library.Cancelled(), Handles{8});
-    rig::Thread([&] { TellFailure(*sent, WPK_ERROR_CANCELLED); }).Join();
+    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
     request.Wait();
 }
 
 TEST(Cancel, AfterAThrowingProgressFunctionRefused_IsTriedAgainWithTheNextPiece) {
     ScriptedLibrary library;
-    const WPK_SENDSTRUCT* sent = nullptr;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
-        sent = message;
-        return 8u;
-    };
+    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(Options(), library.functions());
     library.RefuseCancels(1);
     Message message = To(80);
     message.on_progress = [](const Progress&) { throw 1; };
     const Request request = client.Send(std::move(message), [](const Outcome&) {});
-    rig::Thread([&] { TellProgress(*sent, "some", 10); }).Join();
+    rig::Thread([&] { TellProgress(*library.sent, "some", 10); }).Join();
     EXPECT_EQ(library.Cancelled(), Handles());
-    rig::Thread([&] { TellProgress(*sent, "some more", 10); }).Join();
+    rig::Thread([&] { TellProgress(*library.sent, "some more", 10); }).Join();
     EXPECT_EQ(library.Cancelled(), Handles{8});
-    rig::Thread([&] { TellFailure(*sent, WPK_ERROR_CANCELLED); }).Join();
+    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
     request.Wait();
 }
 

@@ -49,6 +49,7 @@ int ScriptedLibrary::Init(const WPK_INITSTRUCT* given) {
 }
 
 unsigned int ScriptedLibrary::Send(WPK_SENDSTRUCT* message) {
+    current_->sent = message;
     return current_->on_send(message);
 }
 

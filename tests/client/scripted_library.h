@@ -28,6 +28,8 @@ public:
     WPK_INITSTRUCT settings = {};
     // What WPK_Send does and answers.
     std::function<unsigned int(WPK_SENDSTRUCT*)> on_send;
+    // What it was given last.
+    const WPK_SENDSTRUCT* sent = nullptr;
     // How many calls of WPK_Cancel are refused from now on, as in a shortage of threads.
     void RefuseCancels(int count);
     // The handles that WPK_Cancel has accepted since the library was initialised.

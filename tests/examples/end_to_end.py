@@ -260,7 +260,8 @@ def test_terminal_interrupt_key_ends_a_question_and_cancels():
 
 def test_terminal_time_out_ends_a_question_that_nobody_answers():
     with ScriptedProxy(server.port, {("anna", "secret")}) as proxy:
-        client = TerminalClient("--timeout", 2, "--proxy", f"127.0.0.1:{proxy.port}", "--port", server.port, "Echo",
+        # Long enough for a busy machine to come to the second question.
+        client = TerminalClient("--timeout", 10, "--proxy", f"127.0.0.1:{proxy.port}", "--port", server.port, "Echo",
                                 "hello")
         client.answer("User name: ", "anna\r")
         client.answer("Password: ", "sec")
