@@ -83,7 +83,7 @@ fuzz() {
     local log=build/fuzz-tests.log passed failed
     announce "Building and running the fuzz targets"
     mkdir -p build
-    scripts/fuzz.sh --seconds 10 2>&1 | tee "$log"
+    scripts/fuzz.sh --seconds 5 2>&1 | tee "$log"
     read -r passed failed < <(sed -n '$s/ passed, \([0-9]*\) failed$/ \1/p' "$log")
     if [ -n "${failed:-}" ]; then
         count "$passed" "$failed"
