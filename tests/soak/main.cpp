@@ -21,7 +21,7 @@ constexpr DWORD kShortestSeconds = 60;
 constexpr DWORD kRoundMs = 4 * 60 * 1000;
 // What the heap of the whole process, peers and books included, keeps for later differs from time to time with what was
 // in flight at once. The library's own blocks are counted exactly.
-constexpr size_t kPrivateRoomKb = 64 * 1024;
+constexpr size_t kPrivateRoomKb = 128 * 1024;
 
 struct Options {
     DWORD seconds = 0;
