@@ -4,29 +4,23 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
+#include "support/field_at.h"
 #include "support/lib_thread.h"
 #include "threadlib/readers_writer_lock.h"
 
 namespace wpk {
 namespace {
 
-template <class Field>
-Field FieldAt(const Semaphore& semaphore, size_t offset) {
-    Field field;
-    std::memcpy(&field, reinterpret_cast<const char*>(&semaphore) + offset, sizeof field);
-    return field;
-}
+using test::FieldAt;
 
 TEST(SemaphoreTest, HoldsItsHandleAndItsCountsInOrder) {
     for (const auto kind : {SemaphoreKind::kLock, SemaphoreKind::kSignal}) {
         const Semaphore semaphore(kind);
-        EXPECT_NE(FieldAt<HANDLE>(semaphore, 0), nullptr);
-        EXPECT_EQ(FieldAt<uint64_t>(semaphore, 8), 0u);
-        EXPECT_EQ(FieldAt<uint32_t>(semaphore, 16), kind == SemaphoreKind::kLock ? 1u : 0u) << "the initial count";
-        EXPECT_EQ(FieldAt<uint32_t>(semaphore, 20), 1u) << "the maximum count";
-        EXPECT_EQ(FieldAt<uint32_t>(semaphore, 24), 0u);
+        EXPECT_NE(FieldAt<HANDLE>(&semaphore, 0), nullptr);
+        EXPECT_EQ(FieldAt<uint64_t>(&semaphore, 8), 0u);
+        EXPECT_EQ(FieldAt<uint32_t>(&semaphore, 16), kind == SemaphoreKind::kLock ? 1u : 0u) << "the initial count";
+        EXPECT_EQ(FieldAt<uint32_t>(&semaphore, 20), 1u) << "the maximum count";
+        EXPECT_EQ(FieldAt<uint32_t>(&semaphore, 24), 0u);
     }
 }
 
