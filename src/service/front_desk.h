@@ -29,7 +29,8 @@ struct DeskThread {
 
 /// What all services have in common: a front desk thread, posts that wait for their answer, the start and stop
 /// commands. A post carries one or more pointer-sized arguments, the first of which is the command. Post may be called
-/// from any thread that is registered with the thread layer; starting and stopping are one thread's business at a time.
+/// from any thread that is registered with the thread layer; starting and stopping, which post as well, are one such
+/// thread's business at a time.
 ///
 /// The kinds of services keep their fields in orders of their own, and their virtual destructor comes last. So `Kind`,
 /// which derives from this class, has all but the first two fields: `stopping_`, `name_` and a DeskThread `desk_`. It

@@ -16,9 +16,9 @@ Field FieldAt(const void* object, size_t offset) {
     return field;
 }
 
-/// Calls a virtual operation by its slot, with up to three arguments that are 0. By the rules of the compilers that build
-/// the tests: the object begins with a pointer to a table of plain functions whose first argument is the object, and of
-/// the two slots of a destructor the first one leaves the memory alone.
+/// Calls a virtual operation by its slot, with up to three arguments that are 0. By the rules of the compilers that
+/// build the tests: the object begins with a pointer to a table of plain functions whose first argument is the object,
+/// and of the two slots of a destructor the first one leaves the memory alone.
 inline uint32_t CallSlot(void* object, size_t slot) {
     using Function = uint32_t (*)(void*, uintptr_t, uintptr_t, uintptr_t);
     void* const* const table = FieldAt<void* const*>(object, 0);
