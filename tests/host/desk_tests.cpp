@@ -82,7 +82,8 @@ TEST_F(Desk, AnswersNoClientBeforeTheLastWorkerHasEnded) {
     auto state = ThreadState::kEnded;
     RunBefore("TerminateThread", 1, [&] {
         // The stop holds the registry's lock here.
-        state = ThreadLib::processRegistry.load()->Find(client.Id())->state;
+        const ThreadRecord* record = ThreadLib::processRegistry.load()->Find(client.Id());
+        if (record) state = record->state;
     });
     EXPECT_EQ(service.Stop(), 1u);
     client.Join();

@@ -201,7 +201,7 @@ TEST_F(StartUp, ASendDuringAnInitialisationThatIsHeldUpWaitsAndIsThenServed) {
     starter.Join();
     sender.Join();
     EXPECT_EQ(initialised, 1);
-    EXPECT_NE(handle, 0u);
+    ASSERT_NE(handle, 0u);
     notified_.arrived.Wait();
     EXPECT_EQ(notified_.error, WPK_ERROR_BAD_REQUEST);
 }
