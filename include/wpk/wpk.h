@@ -245,7 +245,8 @@ typedef struct WPK_SENDSTRUCT {
 extern "C" {
 #endif
 
-/** Initialises the library. Call it once, before anything else, and not from DllMain.
+/** Initialises the library. Call it once, before anything else, and not from DllMain. A repeated call waits until the
+ * sends and cancels that other threads are just making have returned.
  *
  * @param settings copied; null is refused.
  * @return 1 when the library is initialised, also when it was before (the first settings then stay in force);

@@ -2,6 +2,11 @@
 // SPDX-License-Identifier: MIT
 #include "service/front_desk.h"
 
+#include <utility>
+
+#include "service/mservice.h"
+#include "service/service.h"
+
 namespace wpk {
 
 namespace {
@@ -16,70 +21,91 @@ const uint64_t* ArgumentsOf(const Message& request) {
 
 }  // namespace
 
-uint32_t FrontDesk::PostArguments(uint32_t count, const uint64_t* arguments) {
-    if (stopping_ != 0 || count == 0) return 0;
+template <class Kind>
+uint32_t FrontDesk<Kind>::PostArguments(uint32_t count, const uint64_t* arguments) {
+    if (Self().stopping_ != 0 || count == 0) return 0;
     Message message;
     message.code = count;
     message.data = reinterpret_cast<uintptr_t>(arguments);
-    const uint32_t replier = ThreadLib::SendFromAnyThread(deskId_, message);
-    // A front desk that ended before it answered leaves the request as it was, under the sender's own id.
-    return replier == 0 || replier == GetCurrentThreadId() ? 0 : message.code;
+    const uint32_t replier = ThreadLib::Send(deskId_, message);
+    if (replier == 0) return 0;
+    // An answer replaces the request. Without one there is the sender's id, which is all that a dead receiver leaves.
+    return replier == GetCurrentThreadId() ? replier : message.code;
 }
 
-uint32_t FrontDesk::ProcessRequest(uint32_t /*client*/, uint32_t /*count*/, const uint64_t* /*arguments*/) {
+template <class Kind>
+uint32_t FrontDesk<Kind>::ProcessRequest(uint32_t /*client*/, uint32_t /*count*/, const uint64_t* /*arguments*/) {
     return 0;
 }
 
-uint32_t FrontDesk::StartDesk(const char* threadName) {
+template <class Kind>
+uint32_t FrontDesk<Kind>::StartDesk(const char* threadName) {
     if (!RunDeskThread(threadName)) return 0;
     started_ = Post(kCommandStart);
     if (started_ == 0) AwaitDeskEnd();
     return started_;
 }
 
-uint32_t FrontDesk::StopDesk() {
+template <class Kind>
+uint32_t FrontDesk<Kind>::StopDesk() {
     const uint32_t answer = Post(kCommandStop);
     AwaitDeskEnd();
     started_ = 0;
-    stopping_ = 0;
+    Self().stopping_ = 0;
     return answer;
 }
 
-bool FrontDesk::RunDeskThread(const char* threadName) {
-    deskId_ = ThreadLib::Create(FrontDeskFunc, this, threadName);
-    if (deskId_ == 0) return false;
-    // Taken while the thread cannot have ended yet: whoever stops or refuses the desk must be able to wait for its end.
-    deskEnd_ = ThreadLib::OpenForWait(deskId_);
-    if (deskEnd_ && ThreadLib::Resume(deskId_)) return true;
+template <class Kind>
+bool FrontDesk<Kind>::RunDeskThread(const char* threadName) {
+    if (MakeDeskThread(threadName) && ThreadLib::Resume(deskId_)) return true;
     ThreadLib::Terminate(deskId_);
     ForgetDesk();
     return false;
 }
 
-void FrontDesk::AwaitDeskEnd() {
-    WaitForSingleObject(deskEnd_.Get(), INFINITE);
+/// All that the desk needs up to its answer to the start command is made before it runs: so nothing but an exception of
+/// Manager_StartUp can end it before.
+template <class Kind>
+bool FrontDesk<Kind>::MakeDeskThread(const char* threadName) {
+    deskId_ = ThreadLib::Create(FrontDeskFunc, this);
+    if (deskId_ == 0) return false;
+    ThreadLib::SetName(deskId_, threadName);
+    DeskThread& desk = Self().desk_;
+    // Taken while the thread cannot have ended yet: whoever stops or refuses the desk must be able to wait for its end.
+    desk.end = ThreadLib::OpenForWait(deskId_);
+    return desk.end && desk.record.EnsureReadySignal();
+}
+
+template <class Kind>
+void FrontDesk<Kind>::AwaitDeskEnd() {
+    WaitForSingleObject(Self().desk_.end.Get(), INFINITE);
     ForgetDesk();
 }
 
-void FrontDesk::ForgetDesk() {
+template <class Kind>
+void FrontDesk<Kind>::ForgetDesk() {
     // The system may give the id to another thread, which must get no posts.
     deskId_ = 0;
-    deskEnd_.Reset();
+    Self().desk_ = DeskThread();
 }
 
-void FrontDesk::Answer(uint32_t client, uint32_t code) const {
+template <class Kind>
+void FrontDesk<Kind>::Answer(uint32_t client, uint32_t code) const {
     Message answer;
     answer.code = code;
     ThreadLib::ReplyFor(client, deskId_, answer);
 }
 
-uint32_t FrontDesk::FrontDeskFunc(void* service) {
+template <class Kind>
+uint32_t FrontDesk<Kind>::FrontDeskFunc(void* service) {
     return static_cast<FrontDesk*>(service)->RunDesk();
 }
 
-uint32_t FrontDesk::RunDesk() {
+template <class Kind>
+uint32_t FrontDesk<Kind>::RunDesk() {
+    Kind& self = Self();
+    Message request = std::move(self.desk_.record);
     for (;;) {
-        Message request;
         const uint32_t client = ThreadLib::Receive(request);
         if (client == 0) continue;
         if (request.code == 0 || request.data == 0) {
@@ -88,22 +114,25 @@ uint32_t FrontDesk::RunDesk() {
         }
         switch (*ArgumentsOf(request)) {
             case kCommandStart: {
-                stopping_ = 0;
-                ThreadLib::SetName(deskId_, name_.CStr());
+                self.stopping_ = 0;
+                ThreadLib::SetName(deskId_, self.name_.CStr());
                 const uint32_t accepted = Manager_StartUp();
                 Answer(client, accepted);
                 if (accepted == 0) return kExitRefused;
                 break;
             }
             case kCommandStop:
-                stopping_ = 1;
-                StopServing(client);
+                self.stopping_ = 1;
+                self.StopServing(client);
                 Answer(client, Manager_ShutDown());
                 return kExitStopped;
             default:
-                Serve(request);
+                self.Serve(request);
         }
     }
 }
+
+template class FrontDesk<MService>;
+template class FrontDesk<Service>;
 
 }  // namespace wpk

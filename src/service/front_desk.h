@@ -18,9 +18,25 @@ enum Command : uint64_t {
     // All others belong to the service.
 };
 
+/// What a service keeps of its front desk's thread besides the id.
+struct DeskThread {
+    /// On which the thread's end can be waited for.
+    UniqueHandle end;
+    /// The thread takes it over at its entry and uses it for its life. Its ready signal is made before the thread runs:
+    /// without it the desk could receive nothing.
+    Message record;
+};
+
 /// What all services have in common: a front desk thread, posts that wait for their answer, the start and stop
 /// commands. A post carries one or more pointer-sized arguments, the first of which is the command. Post may be called
-/// from any thread; starting and stopping are one thread's business at a time.
+/// from any thread that is registered with the thread layer; starting and stopping, which post as well, are one such
+/// thread's business at a time.
+///
+/// The kinds of services keep their fields in orders of their own, and their virtual destructor comes last. So `Kind`,
+/// which derives from this class, has all but the first two fields: `stopping_`, `name_` and a DeskThread `desk_`. It
+/// also has Serve(request), which sees to it that a request is run and its client answered, and StopServing(stopper),
+/// which ends what runs when the stop command has come from the client `stopper`; both are called on the front desk.
+template <class Kind>
 class FrontDesk {
 public:
     FrontDesk(const FrontDesk&) = delete;
@@ -29,8 +45,9 @@ public:
     /// The result of the start command; 0 while not started.
     uint32_t Started() const { return started_; }
 
-    /// Sends a command with its operands and waits: the answer's code; 0 when refused. The arguments live in the
-    /// caller's frame until the answer has come.
+    /// Sends a command with its operands and waits: the answer's code; 0 when refused. A front desk that ends before it
+    /// answers cannot be told from one that answered: the result is the id of the posting thread then. The arguments
+    /// live in the caller's frame until the answer has come.
     template <class... Operands>
     uint32_t Post(uint64_t command, Operands... operands) {
         const uint64_t arguments[] = {command, operands...};
@@ -41,20 +58,16 @@ public:
     uint32_t PostArguments(uint32_t count, const uint64_t* arguments);
 
 protected:
-    explicit FrontDesk(const char* name) : name_(name) {}
-    virtual ~FrontDesk() = default;
+    FrontDesk() = default;
+    ~FrontDesk() = default;
 
-    /// Runs a request that is no command of the desk's own; the first of the arguments is the command.
+    /// Runs a request that is no command of the desk's own; the first of the arguments is the command. With a count of
+    /// 0, which a worker without a job passes on, there are no arguments, and nobody is to be answered.
     virtual uint32_t ProcessRequest(uint32_t client, uint32_t count, const uint64_t* arguments);
     /// On the front desk, when the start command has come. 0 refuses the start.
     virtual uint32_t Manager_StartUp() { return 1; }
     /// On the front desk, when the stop command has come. The result is the answer.
     virtual uint32_t Manager_ShutDown() { return 1; }
-
-    /// Sees to it that a request is run and its client is answered.
-    virtual void Serve(const Message& request) = 0;
-    /// On the front desk, before Manager_ShutDown. `stopper` waits for the answer to the stop command.
-    virtual void StopServing(uint32_t /*stopper*/) {}
 
     /// Makes and starts the front desk; returns what the start command is answered. When that is 0, the front desk has
     /// ended on return. Until the start command comes, the thread bears `threadName`.
@@ -63,7 +76,6 @@ protected:
     uint32_t StopDesk();
 
     uint32_t DeskId() const { return deskId_; }
-    const CountedText& Name() const { return name_; }
 
     /// Answers a client on the front desk's behalf; from any thread.
     void Answer(uint32_t client, uint32_t code) const;
@@ -72,14 +84,13 @@ private:
     static uint32_t FrontDeskFunc(void* service);
     uint32_t RunDesk();
     bool RunDeskThread(const char* threadName);
+    bool MakeDeskThread(const char* threadName);
     void AwaitDeskEnd();
     void ForgetDesk();
+    Kind& Self() { return static_cast<Kind&>(*this); }
 
     std::atomic<uint32_t> started_{0};
     std::atomic<uint32_t> deskId_{0};
-    UniqueHandle deskEnd_;
-    std::atomic<uint32_t> stopping_{0};
-    CountedText name_;
 };
 
 }  // namespace wpk

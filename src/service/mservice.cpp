@@ -2,25 +2,40 @@
 // SPDX-License-Identifier: MIT
 #include "service/mservice.h"
 
-#include <new>
-
 namespace wpk {
 
 namespace {
 
-/// A job record: the worker, its client, and the request's arguments in the client's memory.
+/// The fields of a job record.
 enum JobField : uint64_t { kWorkerId, kClientId, kArgumentCount, kArguments, kJobFieldCount };
+
+/// What a job record holds: the worker, its client, and the request's arguments in the client's memory. What is missing
+/// is 0.
+struct Job {
+    uint32_t worker = 0;
+    uint32_t client = 0;
+    uint32_t argumentCount = 0;
+    uint64_t arguments = 0;
+
+    static Job From(const Record& record) {
+        return {record.GetUint32(kWorkerId), record.GetUint32(kClientId), record.GetUint32(kArgumentCount),
+                record.GetUint64(kArguments)};
+    }
+
+    /// Without fields if memory runs out.
+    Record ToRecord() const {
+        Record record(kJobFieldCount);
+        record.SetUint32(kWorkerId, worker);
+        record.SetUint32(kClientId, client);
+        record.SetUint32(kArgumentCount, argumentCount);
+        record.SetUint64(kArguments, arguments);
+        return record;
+    }
+};
 
 }  // namespace
 
-/// What a worker needs to begin with. It travels with the thread instead of being looked up in the job table under the
-/// thread's id: a row under that id may be another worker's, which an exception has ended.
-struct MService::Worker {
-    MService* service;
-    Record job{kJobFieldCount};
-};
-
-MService::MService(const char* name) : FrontDesk(name) {
+MService::MService(const char* name) : name_(name) {
     workerName_.AssignJoined(name, "::WorkerFunc()");
 }
 
@@ -42,47 +57,52 @@ void MService::Serve(const Message& request) {
     if (StartWorker(request) == 0) Answer(request.threadId, 0);
 }
 
+void MService::StopServing(uint32_t stopper) {
+    stopper_ = stopper;
+    StopWorkers();
+}
+
 /// The id of the worker that has taken the request; 0 when none could be started.
 uint32_t MService::StartWorker(const Message& request) {
-    std::unique_ptr<Worker> worker(new (std::nothrow) Worker{this});
-    if (!worker) return 0;
-    const uint32_t id =
-        ThreadLib::Create(WorkerFunc, worker.get(), workerName_.CStr(), ThreadLib::WakeSignal::kWhenNeeded);
+    const uint32_t id = ThreadLib::Create(WorkerFunc, this);
     if (id == 0) return 0;
-
-    // The thread exists but does not run yet: it owns its Worker from Resume on.
-    Record& job = worker->job;
-    const bool recorded = job.SetUint32(kWorkerId, id) && job.SetUint32(kClientId, request.threadId) &&
-                          job.SetUint32(kArgumentCount, request.code) && job.SetUint64(kArguments, request.data) &&
-                          AddJob(job);
-    Worker* const owned = worker.release();
+    ThreadLib::SetName(id, workerName_.CStr());
+    const Record job = Job{id, request.threadId, request.code, request.data}.ToRecord();
+    const bool recorded = job.FieldCount() != 0 && AddJob(job);
     if (recorded && ThreadLib::Resume(id)) return id;
-    if (recorded) RemoveJob(owned->job);
+    if (recorded) RemoveJob(job);
     ThreadLib::Terminate(id);
-    delete owned;
     return 0;
 }
 
+/// Finding the job allocates nothing: a worker that could not find it if memory runs out would leave its client
+/// waiting. One that finds none, because its row was drained just before it is ended, passes 0 on in every field. A row
+/// that cannot be removed if memory runs out is replaced like one that an exception left behind.
 uint32_t MService::WorkerFunc(void* argument) {
-    const std::unique_ptr<Worker> worker(static_cast<Worker*>(argument));
-    const Record& job = worker->job;
-    const auto* arguments = reinterpret_cast<const uint64_t*>(static_cast<uintptr_t>(job.GetUint64(kArguments)));
-    MService& service = *worker->service;
-    const uint32_t result = service.ProcessRequest(job.GetUint32(kClientId), job.GetUint32(kArgumentCount), arguments);
-    service.RemoveJob(job);
+    auto& service = *static_cast<MService*>(argument);
+    Job job;
+    service.jobs_->Visit(KeyOf(GetCurrentThreadId()), [&job](const Record& row) { job = Job::From(row); });
+    const auto* arguments = reinterpret_cast<const uint64_t*>(static_cast<uintptr_t>(job.arguments));
+    const uint32_t result = service.ProcessRequest(job.client, job.argumentCount, arguments);
+    service.RemoveJob(job.ToRecord());
     return result;
 }
 
-uint32_t MService::StopWorkers(uint32_t stopper) {
+/// All workers have ended before the first client is answered: the row that a worker's exception left behind names a
+/// client that may have a second worker by now, which reads the client's frame as long as it runs. The client that
+/// stops the service may stand in such a row as well, and waits for another answer.
+uint32_t MService::StopWorkers() {
     const RecordTable::Rows drained = jobs_->Drain();
+    for (uint32_t i = 0; i < drained.count; ++i) ThreadLib::Terminate(Job::From(drained.rows[i]).worker);
     for (uint32_t i = 0; i < drained.count; ++i) {
-        ThreadLib::Terminate(drained.rows[i].GetUint32(kWorkerId));
-        const uint32_t client = drained.rows[i].GetUint32(kClientId);
-        if (client != stopper) Answer(client, 0);
+        const uint32_t client = Job::From(drained.rows[i]).client;
+        if (client != stopper_) Answer(client, 0);
     }
     return 1;
 }
 
+/// In place of a row under the same id, which an exception has left behind: the system hands ids out again, and the new
+/// worker must find its own job. The client in the replaced row, if it was not answered, waits until the desk ends.
 uint32_t MService::AddJob(const Record& job) {
     return jobs_->Replace(job);
 }

@@ -9,14 +9,16 @@
 
 namespace wpk {
 
-void ReportEscapedException(const char* threadName) {
-    char text[1024] = "ThreadLib::Thread Exception::";
+EscapedExceptionText::EscapedExceptionText(const char* threadName) {
     const size_t used = std::strlen(text);
     std::memcpy(text + used, threadName, std::min(std::strlen(threadName), sizeof text - used - 1));
+}
 
+void ReportEscapedException(const char* threadName) {
+    const EscapedExceptionText report(threadName);
     const UniqueEventSource source(RegisterEventSourceA(/*lpUNCServerName=*/nullptr, "ThreadLib"));
     if (!source) return;
-    const char* strings[] = {text};
+    const char* strings[] = {report.text};
     ReportEventA(source.Get(), EVENTLOG_ERROR_TYPE, /*wCategory=*/0, /*dwEventID=*/0, /*lpUserSid=*/nullptr,
                  /*wNumStrings=*/1, /*dwDataSize=*/0, strings, /*lpRawData=*/nullptr);
 }

@@ -5,6 +5,13 @@
 
 namespace wpk {
 
+/// What the report says: a fixed beginning and the thread's name, cut off where the text is full.
+struct EscapedExceptionText {
+    explicit EscapedExceptionText(const char* threadName);
+
+    char text[1024] = "ThreadLib::Thread Exception::";
+};
+
 /// Writes one error to the event log, source "ThreadLib". `threadName` may be empty. Failing to report is no failure.
 void ReportEscapedException(const char* threadName);
 

@@ -14,6 +14,13 @@ namespace wpk {
 /// no second reader slips in beside a writer; a writer never needs the count, so nobody waits in a circle.
 class ReadersWriterLock {
 public:
+    ReadersWriterLock() {
+        countLock_.Signal();
+        writerLock_.Signal();
+    }
+    ReadersWriterLock(const ReadersWriterLock&) = delete;
+    ReadersWriterLock& operator=(const ReadersWriterLock&) = delete;
+
     /// False when the system could not make its semaphores.
     explicit operator bool() const { return countLock_ && writerLock_; }
 
@@ -30,8 +37,9 @@ public:
 
 private:
     uint32_t readers_ = 0;
-    Semaphore countLock_{SemaphoreKind::kLock};
-    Semaphore writerLock_{SemaphoreKind::kLock};
+    // Made as signals and signalled once: both start free.
+    Semaphore countLock_{SemaphoreKind::kSignal};
+    Semaphore writerLock_{SemaphoreKind::kSignal};
 };
 
 /// Holds the shared side for the length of a scope.

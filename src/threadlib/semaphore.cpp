@@ -4,13 +4,10 @@
 
 namespace wpk {
 
-namespace {
-constexpr LONG kMaximumCount = 1;
+Semaphore::Semaphore(SemaphoreKind kind) : initialCount_(kind == SemaphoreKind::kLock ? 1 : 0) {
+    handle_.Reset(CreateSemaphoreA(/*lpSemaphoreAttributes=*/nullptr, static_cast<LONG>(initialCount_),
+                                   static_cast<LONG>(maximumCount_), /*lpName=*/nullptr));
 }
-
-Semaphore::Semaphore(SemaphoreKind kind)
-    : handle_(CreateSemaphoreA(/*lpSemaphoreAttributes=*/nullptr, kind == SemaphoreKind::kLock ? 1 : 0, kMaximumCount,
-                               /*lpName=*/nullptr)) {}
 
 bool Semaphore::WaitFor(DWORD milliseconds) const {
     return handle_ && WaitForSingleObject(handle_.Get(), milliseconds) == WAIT_OBJECT_0;

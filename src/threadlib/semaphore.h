@@ -3,6 +3,8 @@
 #ifndef WPK_THREADLIB_SEMAPHORE_H
 #define WPK_THREADLIB_SEMAPHORE_H
 
+#include <cstdint>
+
 #include "threadlib/handle.h"
 
 namespace wpk {
@@ -35,6 +37,10 @@ public:
 
 private:
     UniqueHandle handle_;
+    [[maybe_unused]] const uint64_t reserved64_ = 0;
+    const uint32_t initialCount_;
+    const uint32_t maximumCount_ = 1;
+    [[maybe_unused]] const uint32_t reserved32_ = 0;
 };
 
 /// Holds a lock for the length of a scope.

@@ -16,7 +16,7 @@ ThreadRecord* ThreadRegistry::Find(uint32_t id) const {
 
 ThreadRecord* ThreadRegistry::Register(uint32_t id) {
     std::unique_ptr<ThreadRecord> thread(new (std::nothrow) ThreadRecord);
-    if (!thread || !thread->EnsureWakeSignal()) return nullptr;
+    if (!thread || !thread->wakeSignal) return nullptr;
     thread->id = id;
     thread->state = ThreadState::kRunning;
     Insert(*thread);
@@ -39,8 +39,7 @@ void ThreadRegistry::Remove(ThreadRecord& record) {
 void ThreadRegistry::Release(ThreadRecord& sender) {
     sender.state = ThreadState::kRunning;
     sender.partner = nullptr;
-    if (sender.guest) Remove(sender);
-    sender.wakeSignal->Signal();
+    sender.wakeSignal.Signal();
 }
 
 }  // namespace wpk

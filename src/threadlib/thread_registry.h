@@ -9,8 +9,9 @@
 
 namespace wpk {
 
-/// Thread records by thread id. One lock guards the registry and every record in it: whoever looks a record up is about
-/// to look into it, so a lock of the table's own would only be taken in addition.
+/// Thread records by thread id. One lock guards the registry and every record in it. The table has no second lock of
+/// its own: a thread could be suspended or ended while it holds that one, and every later look-up would wait for ever.
+/// The one lock is never lost this way, as whoever suspends or ends a thread holds it.
 class ThreadRegistry {
 public:
     static constexpr uint32_t kBucketCount = 1999;
@@ -31,13 +32,13 @@ public:
     void Insert(ThreadRecord& record);
     /// Takes the record out and wakes everyone who waits for its thread; their sends return as if answered.
     void Remove(ThreadRecord& record);
-    /// Takes a guest out whose send is over, and wakes the thread. From then on the record is that thread's to free.
-    void Release(ThreadRecord& sender);
+    /// Wakes a thread whose send is over.
+    static void Release(ThreadRecord& sender);
 
 private:
-    Semaphore lock_{SemaphoreKind::kLock};
-    uint32_t count_ = 0;
     std::array<List<ThreadRecord>, kBucketCount> buckets_;
+    uint32_t count_ = 0;
+    Semaphore lock_{SemaphoreKind::kLock};
 };
 
 }  // namespace wpk

@@ -23,35 +23,35 @@ uint32_t Init();
 /// more. Returns 1.
 uint32_t Shutdown();
 
-/// When a new thread gets the signal on which it blocks in Send and Receive.
-enum class WakeSignal {
-    kAtOnce,
-    /// Spares the system call where most threads of a kind never block in an exchange; its failure then fails the Send
-    /// or Receive instead of the Create.
-    kWhenNeeded,
-};
-
-/// Makes a suspended thread and returns its id. `name` is copied; null for none.
-uint32_t Create(ThreadEntry entry, void* argument, const char* name = nullptr,
-                WakeSignal wakeSignal = WakeSignal::kAtOnce);
+/// Makes a suspended thread without a name and returns its id.
+uint32_t Create(ThreadEntry entry, void* argument);
 
 /// Starts a thread made by Create: 1, once. A thread stopped by Suspend is never resumed.
 uint32_t Resume(uint32_t id);
 
-/// Create and Resume in one: the id of a thread that runs. When it cannot run, none is left.
+/// Create, SetName unless `name` is null, and Resume in one: the id of a thread that runs. When it cannot run, none is
+/// left.
 uint32_t CreateRunning(ThreadEntry entry, void* argument, const char* name = nullptr);
 
 /// Has the system suspend the thread: 1 when it did.
 uint32_t Suspend(uint32_t id);
 
-/// Has the system end the thread where it stands: 1 when it did. What the thread holds is lost; who waits for it is
+/// Has the system end the thread where it stands, and waits until it has: 1 when it did. Who waits for the thread is
 /// woken. A thread cannot end itself this way.
+///
+/// What the thread holds is lost: on its way into its entry and out of it that may be the loader's lock, in between the
+/// heap's or a record table's, and whoever needs that lock next waits for ever. So this is safe for a thread that was
+/// never resumed, and for one that is known to stand in a wait of its entry. The library itself ends two kinds of
+/// threads: those that could not be started after Create, which never ran; and the workers of a service that is
+/// stopped, which may stand anywhere. The latter cannot happen in a process that uses the library as it is: the one
+/// stop comes with an initialisation that fails, which keeps all calls out, so that no worker has ever been started.
 uint32_t Terminate(uint32_t id);
 
-/// Names the thread, for the report of an exception that escapes it. The text is copied.
+/// Names the thread, for the report of an exception that escapes it: 1; 0 when the thread is unknown or no memory is
+/// left for a copy of the text, and the thread then has no name.
 uint32_t SetName(uint32_t id, const char* name);
 
-/// Registers the calling thread, which the layer did not make: 1; 0 when it was registered already.
+/// Registers the calling thread, which the layer did not make: 1; 0 when it was registered already, or on failure.
 uint32_t Attach();
 
 /// The reverse: 1; 0 when the calling thread is not registered.
@@ -61,14 +61,12 @@ uint32_t Detach();
 UniqueHandle OpenForWait(uint32_t id);
 
 /// Hands the message over and waits for the answer, which is written into it. Returns the replier's id. When the
-/// receiver ends before it answers, returns the caller's own id with the message unchanged.
+/// receiver ends before it answers, returns the caller's own id with the message unchanged. The caller must be
+/// registered.
 uint32_t Send(uint32_t target, Message& message);
 
-/// As Send, for a thread that need not be registered: until it is answered, it is. Spares it to be attached and
-/// detached again, which would take the registry's lock two times more.
-uint32_t SendFromAnyThread(uint32_t target, Message& message);
-
-/// Waits for a message; returns its sender, who stays blocked until it is answered.
+/// Waits for a message; returns its sender, who stays blocked until it is answered. 0 when there is none to wait for:
+/// the caller is not registered, or the message's ready signal could not be made.
 uint32_t Receive(Message& message);
 
 /// Answers a sender that the caller has received: 1 when that one was waiting for it.

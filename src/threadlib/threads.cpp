@@ -1,5 +1,6 @@
 // The thread layer's threads: made, named, ended, attached and detached.
 // SPDX-License-Identifier: MIT
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -18,7 +19,7 @@ uint32_t RunEntry(const ThreadRecord& thread) {
         return thread.entry(thread.argument);
     } catch (...) {
         // The name of a running thread changes only by its own hand.
-        ReportEscapedException(thread.name.CStr());
+        ReportEscapedException(thread.name ? thread.name.get() : "");
         return 0;
     }
 }
@@ -61,22 +62,21 @@ uint32_t Shutdown() {
     return 1;
 }
 
-uint32_t Create(ThreadEntry entry, void* argument, const char* name, WakeSignal wakeSignal) {
+uint32_t Create(ThreadEntry entry, void* argument) {
     ThreadRegistry* registry = processRegistry;
     if (!registry) return 0;
+    const ScopedLock lock(registry->Lock());
     std::unique_ptr<ThreadRecord> thread(new (std::nothrow) ThreadRecord);
-    if (!thread || (wakeSignal == WakeSignal::kAtOnce && !thread->EnsureWakeSignal())) return 0;
+    // The thread comes last: nothing fails after it, which would leave it suspended for good.
+    if (!thread || !thread->wakeSignal) return 0;
     thread->entry = entry;
     thread->argument = argument;
-    if (name) thread->name = CountedText(name);
 
     unsigned id = 0;
     thread->handle.Reset(reinterpret_cast<HANDLE>(
         _beginthreadex(/*security=*/nullptr, /*stack_size=*/0, Trampoline, thread.get(), CREATE_SUSPENDED, &id)));
     if (!thread->handle) return 0;
     thread->id = id;
-
-    const ScopedLock lock(registry->Lock());
     registry->Insert(*thread.release());
     return id;
 }
@@ -91,7 +91,8 @@ uint32_t Resume(uint32_t id) {
 }
 
 uint32_t CreateRunning(ThreadEntry entry, void* argument, const char* name) {
-    const uint32_t id = Create(entry, argument, name);
+    const uint32_t id = Create(entry, argument);
+    if (name) SetName(id, name);
     if (id == 0 || Resume(id)) return id;
     Terminate(id);
     return 0;
@@ -108,7 +109,9 @@ uint32_t Terminate(uint32_t id) {
     if (id == GetCurrentThreadId()) return 0;
     return WithThread(id, [](ThreadRegistry& registry, ThreadRecord& thread) -> uint32_t {
         if (!thread.handle || !TerminateThread(thread.handle.Get(), /*dwExitCode=*/0)) return 0;
-        // The system ends the thread in its own time; until then it might still use its record.
+        // The system ends the thread in its own time. Until then it might still use its record, and it might wait for
+        // the registry's lock: were that given back before the thread's end, the thread could be granted it and take it
+        // along.
         WaitForSingleObject(thread.handle.Get(), INFINITE);
         registry.Remove(thread);
         delete &thread;
@@ -118,8 +121,11 @@ uint32_t Terminate(uint32_t id) {
 
 uint32_t SetName(uint32_t id, const char* name) {
     return WithThread(id, [name](ThreadRegistry&, ThreadRecord& thread) -> uint32_t {
-        thread.name = CountedText(name);
-        return thread.name.Empty() ? *name == '\0' : 1;
+        const size_t size = std::strlen(name) + 1;
+        thread.name.reset(new (std::nothrow) char[size]);
+        if (!thread.name) return 0;
+        std::memcpy(thread.name.get(), name, size);
+        return 1;
     });
 }
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "threadlib/process_registry.h"
@@ -73,12 +74,97 @@ private:
     UniqueHandle ended_;
 };
 
-/// The state of a thread as the layer sees it; kEnded when it is unknown.
-inline ThreadState StateOf(uint32_t id) {
+/// A thread of the layer that stands in a wait of its entry for ever, from the constructor's return on. Such a one may
+/// be suspended and ended: one that is still on its way into its entry, or out of life, may hold the loader's lock or
+/// the heap's, and take it along.
+class StandingThread {
+public:
+    StandingThread()
+        : thread_(LibThread::Started([this] {
+              stands_.Signal();
+              return uint32_t{never_.Wait()};
+          })) {
+        stands_.Wait();
+    }
+
+    uint32_t Id() const { return thread_.Id(); }
+    uint32_t Resume() const { return thread_.Resume(); }
+
+private:
+    Semaphore stands_{SemaphoreKind::kSignal};
+    Semaphore never_{SemaphoreKind::kSignal};
+    LibThread thread_;
+};
+
+/// A thread that the layer did not make and does not know. Runs its body at once; joined at the latest when it goes out
+/// of scope.
+class OutsideThread {
+public:
+    explicit OutsideThread(std::function<void()> body) : body_(std::make_unique<std::function<void()>>(body)) {
+        handle_.Reset(reinterpret_cast<HANDLE>(
+            _beginthreadex(/*security=*/nullptr, /*stack_size=*/0, Run, body_.get(), /*initflag=*/0, &id_)));
+    }
+    OutsideThread(const OutsideThread&) = delete;
+    OutsideThread& operator=(const OutsideThread&) = delete;
+    ~OutsideThread() { Join(); }
+
+    uint32_t Id() const { return id_; }
+
+    /// Waits for the thread's end.
+    void Join() {
+        if (!handle_) return;
+        WaitForSingleObject(handle_.Get(), INFINITE);
+        handle_.Reset();
+    }
+
+private:
+    static unsigned __stdcall Run(void* body) {
+        (*static_cast<std::function<void()>*>(body))();
+        return 0;
+    }
+
+    std::unique_ptr<std::function<void()>> body_;
+    unsigned id_ = 0;
+    UniqueHandle handle_;
+};
+
+/// Watches a thread of the layer from now on, so that its exit code can be had after its end.
+class ExitWatch {
+public:
+    explicit ExitWatch(uint32_t id)
+        : thread_(OpenThread(SYNCHRONIZE | THREAD_QUERY_INFORMATION, /*bInheritHandle=*/FALSE, id)) {}
+
+    /// Waits for the thread's end.
+    DWORD ExitCode() const {
+        DWORD code = STILL_ACTIVE;
+        WaitForSingleObject(thread_.Get(), INFINITE);
+        GetExitCodeThread(thread_.Get(), &code);
+        return code;
+    }
+
+private:
+    UniqueHandle thread_;
+};
+
+/// Calls `look` with a thread's record, null when it is unknown, under the registry's lock.
+template <class Look>
+auto WithRecord(uint32_t id, Look look) {
     ThreadRegistry* registry = ThreadLib::processRegistry;
     const ScopedLock lock(registry->Lock());
-    const ThreadRecord* thread = registry->Find(id);
-    return thread ? thread->state : ThreadState::kEnded;
+    return look(registry->Find(id));
+}
+
+/// The name of a thread; empty when it has none, "(ended)" when it is unknown.
+inline std::string NameOf(uint32_t id) {
+    return WithRecord(id, [](const ThreadRecord* thread) -> std::string {
+        if (!thread) return "(ended)";
+        return thread->name ? thread->name.get() : "";
+    });
+}
+
+/// The state of a thread as the layer sees it; kEnded when it is unknown.
+inline ThreadState StateOf(uint32_t id) {
+    return WithRecord(id, [](const ThreadRecord* thread) { return thread ? thread->state : ThreadState::kEnded; });
 }
 
 /// Waits until the layer sees the thread in this state. The layer has no event for it, so it is looked at again and

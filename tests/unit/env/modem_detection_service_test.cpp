@@ -192,7 +192,7 @@ TEST_F(ModemDetectionTest, ObserversAreToldOnThePeeker) {
     recorder_.AwaitFirst();
     ThreadRegistry* registry = ThreadLib::processRegistry;
     const ScopedLock lock(registry->Lock());
-    EXPECT_STREQ(registry->Find(recorder_.Thread())->name.CStr(), "ModemDetectionService::Peeker");
+    EXPECT_STREQ(registry->Find(recorder_.Thread())->name.get(), "ModemDetectionService::Peeker");
 }
 
 // The wait.

@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <optional>
 #include <vector>
 
 #include "library/call.h"
+#include "support/field_at.h"
 #include "support/lib_thread.h"
 
 namespace wpk {
@@ -45,6 +47,7 @@ protected:
     /// The library itself never stops once it is initialised: a test must.
     static void StopLibrary(GlobalObject& global) {
         if (global.netOutbound.Started() != 0) test::AwaitThreads(1);
+        ThreadLib::Attach();
         global.netOutbound.Stop();
         test::ShutDownLayer();
     }
@@ -122,6 +125,155 @@ TEST_F(StartUp, ASendFromARegisteredThreadDoesNotDetachIt) {
     EXPECT_EQ(test::StateOf(GetCurrentThreadId()), ThreadState::kRunning);
     EXPECT_EQ(ThreadLib::Detach(), 1u);
     notified_.arrived.Wait();
+}
+
+TEST_F(StartUp, ASendFromTheReason3CallbackDuringItWaitsForItsEndAndIsServed) {
+    WPK_SENDSTRUCT message;
+    Notified own;
+    message.lpfnCallback = OnNotification;
+    message.lpUserData = &own;
+    struct Sending {
+        GlobalObject& global;
+        WPK_SENDSTRUCT& message;
+        Semaphore sent{SemaphoreKind::kSignal};
+        uint32_t handle = 0;
+        ThreadState stateAfterwards = ThreadState::kEnded;
+    } sending{global_, message};
+    record_.nConnectionType = WPK_CONNECTION_NEVER;
+    record_.lpUserData = &sending;
+    record_.lpfnCallback = [](WPK_CALLBACKSTRUCT* notification) {
+        auto* now = static_cast<Sending*>(notification->lpUserData);
+        now->handle = Call(now->global, kCommandSend, uint64_t{reinterpret_cast<uintptr_t>(&now->message)});
+        now->stateAfterwards = test::StateOf(GetCurrentThreadId());
+        now->sent.Signal();
+    };
+    EXPECT_EQ(Initialise(global_, record_), 1);
+    sending.sent.Wait();
+    EXPECT_NE(sending.handle, 0u);
+    EXPECT_EQ(sending.stateAfterwards, ThreadState::kRunning) << "a thread of the layer stays registered";
+    own.arrived.Wait();
+    EXPECT_EQ(own.error, WPK_ERROR_BAD_REQUEST) << "an empty server";
+}
+
+/// Holds up whoever attaches to what it observes.
+class HeldNotification : public Observer {
+public:
+    explicit HeldNotification(Observable& observed) : observed_(observed) {
+        observed.Attach(this);
+        holder_.emplace([this] { observed_.Notify(nullptr); });
+        held_.Wait();
+    }
+
+    void LetGo() {
+        letGo_.Signal();
+        holder_->Join();
+    }
+
+    uint32_t Update(Observable*, void*) override {
+        if (once_.exchange(true)) return 0;
+        held_.Signal();
+        letGo_.Wait();
+        return 0;
+    }
+
+private:
+    Observable& observed_;
+    Semaphore held_{SemaphoreKind::kSignal}, letGo_{SemaphoreKind::kSignal};
+    std::atomic<bool> once_{false};
+    std::optional<test::OutsideThread> holder_;
+};
+
+TEST_F(StartUp, ASendDuringAnInitialisationThatIsHeldUpWaitsAndIsThenServed) {
+    HeldNotification hold(global_.modemDetection);
+    int initialised = 0;
+    test::OutsideThread starter([&] { initialised = Initialise(global_, record_); });
+    // The service is there before the observer is attached.
+    while (global_.netOutbound.Started() == 0) Sleep(1);
+    WPK_SENDSTRUCT message;
+    uint32_t handle = 0;
+    const Semaphore sent(SemaphoreKind::kSignal);
+    test::OutsideThread sender([&] {
+        handle = Send(message);
+        sent.Signal();
+    });
+    EXPECT_FALSE(sent.WaitFor(100)) << "a call that does not wait has ample time";
+    hold.LetGo();
+    starter.Join();
+    sender.Join();
+    EXPECT_EQ(initialised, 1);
+    ASSERT_NE(handle, 0u);
+    notified_.arrived.Wait();
+    EXPECT_EQ(notified_.error, WPK_ERROR_BAD_REQUEST);
+}
+
+/// Keeps the outbound service's front desk from receiving. It is suspended where it stands in its wait.
+class HeldDesk {
+public:
+    explicit HeldDesk(const GlobalObject& global) {
+        const auto id = test::FieldAt<uint32_t>(&global.netOutbound, kDeskIdOffset);
+        test::AwaitState(id, ThreadState::kReceiveBlocked);
+        desk_.Reset(OpenThread(THREAD_SUSPEND_RESUME, /*bInheritHandle=*/FALSE, id));
+        SuspendThread(desk_.Get());
+    }
+    void LetGo() { ResumeThread(desk_.Get()); }
+
+    /// Until a thread's message lies at the desk.
+    static void AwaitPosted(uint32_t id) {
+        while (test::StateOf(id) == ThreadState::kEnded || test::StateOf(id) == ThreadState::kRunning) Sleep(1);
+    }
+
+private:
+    static constexpr size_t kDeskIdOffset = sizeof(void*) + sizeof(uint32_t);
+
+    UniqueHandle desk_;
+};
+
+TEST_F(StartUp, ARepeatedOneWaitsForACallInProgress) {
+    EXPECT_EQ(Initialise(global_, record_), 1);
+    HeldDesk desk(global_);
+    WPK_SENDSTRUCT message;
+    test::OutsideThread sender([&] { EXPECT_NE(Send(message), 0u); });
+    HeldDesk::AwaitPosted(sender.Id());
+    const Semaphore repeated(SemaphoreKind::kSignal);
+    test::OutsideThread starter([&] {
+        EXPECT_EQ(Initialise(global_, record_), 1);
+        repeated.Signal();
+    });
+    EXPECT_FALSE(repeated.WaitFor(100)) << "one that does not wait has ample time";
+    desk.LetGo();
+    starter.Join();
+    sender.Join();
+    notified_.arrived.Wait();
+}
+
+TEST_F(StartUp, SendsPostedTogetherGetDifferentHandles) {
+    EXPECT_EQ(Initialise(global_, record_), 1);
+    const Semaphore bothSent(SemaphoreKind::kSignal);
+    struct Sender {
+        const Semaphore& mayEnd;
+        WPK_SENDSTRUCT message;
+        uint32_t handle = 0;
+        std::optional<test::OutsideThread> thread;
+    } senders[2] = {{bothSent, {}, 0, {}}, {bothSent, {}, 0, {}}};
+    HeldDesk desk(global_);
+    for (Sender& sender : senders) {
+        sender.message.lpUserData = &sender;
+        sender.message.lpfnCallback = [](WPK_CALLBACKSTRUCT* notification) {
+            // The first one passes it on to the other.
+            const Semaphore& mayEnd = static_cast<Sender*>(notification->lpUserData)->mayEnd;
+            mayEnd.Wait();
+            mayEnd.Signal();
+        };
+        sender.thread.emplace([&sender, this] { sender.handle = Send(sender.message); });
+        HeldDesk::AwaitPosted(sender.thread->Id());
+    }
+    desk.LetGo();
+    for (Sender& sender : senders) sender.thread->Join();
+    EXPECT_NE(senders[0].handle, 0u);
+    EXPECT_NE(senders[1].handle, 0u);
+    EXPECT_NE(senders[0].handle, senders[1].handle);
+    bothSent.Signal();
+    test::AwaitThreads(1);
 }
 
 TEST_F(StartUp, TheTextsOfTheRecordAreCopied) {

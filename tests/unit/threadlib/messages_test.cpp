@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -102,6 +103,71 @@ TEST_F(Messages, AReceiverThatCameFirstGetsTheMessage) {
     EXPECT_EQ(received, 10u);
 }
 
+TEST(MessageRecord, HasItsFieldsInOrderAndIsBuiltEmpty) {
+    static_assert(offsetof(Message, readySignal) == 0);
+    static_assert(offsetof(Message, threadId) == sizeof(void*));
+    static_assert(offsetof(Message, code) == offsetof(Message, threadId) + 4);
+    static_assert(offsetof(Message, data) == offsetof(Message, code) + 4);
+    const Message message;
+    EXPECT_EQ(message.readySignal, nullptr) << "made when it is first needed";
+    EXPECT_EQ(message.threadId, 0u);
+    EXPECT_EQ(message.code, 0u);
+    EXPECT_EQ(message.data, 0u);
+}
+
+TEST_F(Messages, OnlyAReceiverThatWaitsNeedsItsMessagesReadySignal) {
+    auto sender = QueuedSender(1);
+    EXPECT_EQ(sender->message.readySignal, nullptr);
+    Message request;
+    EXPECT_EQ(ThreadLib::Receive(request), sender->thread.Id());
+    EXPECT_EQ(request.readySignal, nullptr) << "its sender was there already";
+    EXPECT_EQ(ReplyWith(sender->thread.Id(), 0), 1u);
+
+    LibThread late([&] {
+        Message message;
+        return ThreadLib::Send(self_, message);
+    });
+    LibThread helper = LibThread::Started([&] {
+        AwaitState(self_, ThreadState::kReceiveBlocked);
+        return late.Resume();
+    });
+    EXPECT_EQ(ThreadLib::Receive(request), late.Id());
+    ASSERT_NE(request.readySignal, nullptr);
+    EXPECT_FALSE(request.readySignal->WaitFor(0)) << "the sender has taken it";
+    EXPECT_EQ(ReplyWith(late.Id(), 0), 1u);
+}
+
+TEST_F(Messages, OneMessageServesAReceiverForItsLife) {
+    LibThread receiver = LibThread::Started([] {
+        Message request;
+        for (int i = 0; i < 20; ++i) {
+            const uint32_t client = ThreadLib::Receive(request);
+            request.code += 100;
+            ThreadLib::Reply(client, request);
+        }
+        return 0u;
+    });
+    for (uint32_t i = 0; i < 20; ++i) {
+        // Alternately it waits already and has yet to come.
+        if (i % 2 == 0) AwaitState(receiver.Id(), ThreadState::kReceiveBlocked);
+        Message message;
+        message.code = i;
+        EXPECT_EQ(ThreadLib::Send(receiver.Id(), message), receiver.Id());
+        EXPECT_EQ(message.code, 100 + i);
+    }
+}
+
+TEST_F(Messages, AReceiveWhoseNextSenderDoesNotWaitForItReturnsZeroAndDropsThatSender) {
+    auto gone = QueuedSender(1);
+    auto stays = QueuedSender(2);
+    test::WithRecord(gone->thread.Id(), [](ThreadRecord* sender) { sender->partner = nullptr; });
+    Message request;
+    EXPECT_EQ(ThreadLib::Receive(request), 0u);
+    EXPECT_EQ(ThreadLib::Receive(request), stays->thread.Id());
+    EXPECT_EQ(ReplyWith(stays->thread.Id(), 0), 1u);
+    EXPECT_EQ(ThreadLib::Terminate(gone->thread.Id()), 1u) << "nobody else will wake it";
+}
+
 TEST_F(Messages, SendersAreReceivedInArrivalOrder) {
     std::vector<std::unique_ptr<Sender>> senders;
     for (uint32_t i = 0; i < 8; ++i) senders.push_back(QueuedSender(i));
@@ -188,85 +254,6 @@ TEST_F(Messages, ADetachedReceiverReleasesItsSenders) {
     sender->thread.Join();
     EXPECT_EQ(sender->result, sender->thread.Id());
     EXPECT_EQ(ThreadLib::Attach(), 1u);
-}
-
-/// Sends of a thread that is not registered.
-class SendsFromOutside : public Messages {
-protected:
-    /// On a thread that the layer did not make and does not know.
-    struct Outsider {
-        explicit Outsider(uint32_t receiver) : target(receiver) {
-            message.code = 5;
-            handle.Reset(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Run, this, 0, &id)));
-        }
-        static unsigned __stdcall Run(void* argument) {
-            auto& self = *static_cast<Outsider*>(argument);
-            self.result = ThreadLib::SendFromAnyThread(self.target, self.message);
-            self.registeredAfterwards = ThreadLib::Detach();
-            return 0;
-        }
-        void Join() { WaitForSingleObject(handle.Get(), INFINITE); }
-
-        uint32_t target;
-        Message message;
-        uint32_t result = 0xFFFFFFFF;
-        uint32_t registeredAfterwards = 0xFFFFFFFF;
-        unsigned id = 0;
-        UniqueHandle handle;
-    };
-};
-
-TEST_F(SendsFromOutside, AnUnregisteredSenderIsRegisteredUntilItIsAnswered) {
-    Outsider outsider(self_);
-    Message request;
-    EXPECT_EQ(ThreadLib::Receive(request), outsider.id);
-    EXPECT_EQ(request.code, 5u);
-    EXPECT_EQ(StateOf(outsider.id), ThreadState::kReplyBlocked);
-    EXPECT_EQ(ReplyWith(outsider.id, 6), 1u);
-    EXPECT_EQ(ReplyWith(outsider.id, 7), 0u) << "it is gone";
-    outsider.Join();
-    EXPECT_EQ(outsider.result, self_);
-    EXPECT_EQ(outsider.message.code, 6u);
-    EXPECT_EQ(outsider.registeredAfterwards, 0u);
-}
-
-TEST_F(SendsFromOutside, ARegisteredSenderStaysRegistered) {
-    LibThread receiver = LibThread::Started([] {
-        Message request;
-        return ThreadLib::Reply(ThreadLib::Receive(request), request);
-    });
-    Message message;
-    EXPECT_EQ(ThreadLib::SendFromAnyThread(receiver.Id(), message), receiver.Id());
-    EXPECT_EQ(ThreadLib::Attach(), 0u);
-}
-
-TEST_F(SendsFromOutside, AReceiverThatEndsReleasesAQueuedSenderFromOutside) {
-    LibThread receiver([] { return 0u; });
-    Outsider outsider(receiver.Id());
-    AwaitState(outsider.id, ThreadState::kSendBlocked);
-    EXPECT_EQ(ThreadLib::Terminate(receiver.Id()), 1u);
-    outsider.Join();
-    EXPECT_EQ(outsider.result, outsider.id);
-    EXPECT_EQ(outsider.registeredAfterwards, 0u);
-}
-
-TEST_F(SendsFromOutside, AReceiverThatEndsReleasesAReceivedSenderFromOutside) {
-    Outsider outsider(self_);
-    Message request;
-    EXPECT_EQ(ThreadLib::Receive(request), outsider.id);
-    EXPECT_EQ(ThreadLib::Detach(), 1u);
-    outsider.Join();
-    EXPECT_EQ(outsider.result, outsider.id);
-    EXPECT_EQ(outsider.message.code, 5u) << "unchanged";
-    EXPECT_EQ(outsider.registeredAfterwards, 0u);
-    EXPECT_EQ(ThreadLib::Attach(), 1u);
-}
-
-TEST_F(SendsFromOutside, ASendToAnUnknownThreadReturnsZeroAndRegistersNobody) {
-    Outsider outsider(0xFFFFFFFC);
-    outsider.Join();
-    EXPECT_EQ(outsider.result, 0u);
-    EXPECT_EQ(outsider.registeredAfterwards, 0u);
 }
 
 TEST_F(Messages, ATerminatedSenderLeavesTheQueueItStoodIn) {

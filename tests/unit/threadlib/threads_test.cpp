@@ -2,17 +2,23 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <functional>
+#include <iterator>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "support/lib_thread.h"
+#include "threadlib/exception_report.h"
 
 namespace wpk {
 namespace {
 
 using test::AwaitState;
 using test::LibThread;
+using test::StandingThread;
 using test::StateOf;
 
 class Threads : public test::ThreadLayer {};
@@ -40,8 +46,47 @@ TEST(ThreadRegistryBuckets, IdsThatDifferOnlyInTheirThreeLowestBitsShareABucket)
     EXPECT_EQ(ThreadRegistry::BucketOf(16), static_cast<uint32_t>(2 * 0x9E3779B1u) % 1999) << "the product wraps first";
 }
 
+TEST(ThreadRecordLayout, HasItsFieldsInOrder) {
+    const ThreadRecord record;
+    const void* const fields[] = {&record.handle,    &record.id,       &record.state,      &record.name,
+                                  &record.entry,     &record.argument, &record.wakeSignal, &record.sendQueue,
+                                  &record.replyList, &record.message,  &record.partner};
+    EXPECT_EQ(fields[0], &record);
+    EXPECT_TRUE(std::is_sorted(std::begin(fields), std::end(fields), std::less<>()));
+    EXPECT_EQ(record.name, nullptr);
+    EXPECT_TRUE(record.wakeSignal) << "there from the beginning";
+}
+
 TEST_F(Threads, InitRegistersTheCallingThreadAsRunning) {
     EXPECT_EQ(StateOf(GetCurrentThreadId()), ThreadState::kRunning);
+}
+
+TEST_F(Threads, ACreatedThreadHasItsFieldsAndItsWakeSignalAndNoName) {
+    const auto entry = [](void*) -> uint32_t { return 0; };
+    int argument = 0;
+    const uint32_t id = ThreadLib::Create(entry, &argument);
+    test::WithRecord(id, [&](const ThreadRecord* thread) {
+        ASSERT_NE(thread, nullptr);
+        EXPECT_TRUE(thread->handle);
+        EXPECT_EQ(thread->id, id);
+        EXPECT_EQ(thread->state, ThreadState::kCreated);
+        EXPECT_EQ(thread->name, nullptr);
+        EXPECT_EQ(thread->entry, static_cast<ThreadEntry>(entry));
+        EXPECT_EQ(thread->argument, &argument);
+        EXPECT_TRUE(thread->wakeSignal);
+        EXPECT_TRUE(thread->sendQueue.Empty());
+        EXPECT_TRUE(thread->replyList.Empty());
+        EXPECT_EQ(thread->message, nullptr);
+        EXPECT_EQ(thread->partner, nullptr);
+    });
+    EXPECT_EQ(ThreadLib::Terminate(id), 1u);
+}
+
+TEST_F(Threads, TheExitCodeIsTheEntrysResult) {
+    LibThread thread([] { return 77u; });
+    const test::ExitWatch watch(thread.Id());
+    thread.Resume();
+    EXPECT_EQ(watch.ExitCode(), 77u);
 }
 
 TEST_F(Threads, InitAfterShutdownStartsAfresh) {
@@ -78,8 +123,7 @@ TEST_F(Threads, ResumeOfAnUnknownThreadReturnsZero) {
 }
 
 TEST_F(Threads, ASuspendedThreadIsNotResumedAgain) {
-    const Semaphore goOn(SemaphoreKind::kSignal);
-    LibThread thread = LibThread::Started([&] { return uint32_t{goOn.Wait()}; });
+    const StandingThread thread;
     EXPECT_EQ(ThreadLib::Suspend(thread.Id()), 1u);
     EXPECT_EQ(StateOf(thread.Id()), ThreadState::kRunning) << "the state is not changed";
     EXPECT_EQ(thread.Resume(), 0u);
@@ -91,11 +135,16 @@ TEST_F(Threads, SuspendAndTerminateOfUnknownThreadsReturnZero) {
     EXPECT_EQ(ThreadLib::Terminate(0xFFFFFFFC), 0u);
 }
 
-TEST_F(Threads, ATerminatedThreadLeavesTheRegistry) {
-    LibThread thread([] { return 0u; });
-    EXPECT_EQ(ThreadLib::Terminate(thread.Id()), 1u);
-    EXPECT_EQ(StateOf(thread.Id()), ThreadState::kEnded);
-    EXPECT_EQ(ThreadLib::Terminate(thread.Id()), 0u);
+TEST_F(Threads, ATerminatedThreadHasEndedAndLeavesTheRegistry) {
+    const StandingThread standing;
+    const LibThread neverResumed([] { return 0u; });
+    for (const uint32_t id : {standing.Id(), neverResumed.Id()}) {
+        const UniqueHandle end = ThreadLib::OpenForWait(id);
+        EXPECT_EQ(ThreadLib::Terminate(id), 1u);
+        EXPECT_EQ(WaitForSingleObject(end.Get(), 0), WAIT_OBJECT_0) << "not only from some time on";
+        EXPECT_EQ(StateOf(id), ThreadState::kEnded);
+        EXPECT_EQ(ThreadLib::Terminate(id), 0u);
+    }
 }
 
 TEST_F(Threads, AThreadCannotTerminateItselfAndTheLayerGoesOn) {
@@ -105,18 +154,13 @@ TEST_F(Threads, AThreadCannotTerminateItselfAndTheLayerGoesOn) {
 
 TEST_F(Threads, AttachTwiceReturnsOneThenZero) {
     uint32_t results[4] = {};
-    UniqueHandle stranger(reinterpret_cast<HANDLE>(_beginthreadex(
-        nullptr, 0,
-        [](void* out) -> unsigned {
-            auto* attached = static_cast<uint32_t*>(out);
-            attached[0] = ThreadLib::Attach();
-            attached[1] = ThreadLib::Attach();
-            attached[2] = ThreadLib::Detach();
-            attached[3] = ThreadLib::Detach();
-            return 0;
-        },
-        results, 0, nullptr)));
-    WaitForSingleObject(stranger.Get(), INFINITE);
+    test::OutsideThread stranger([&results] {
+        results[0] = ThreadLib::Attach();
+        results[1] = ThreadLib::Attach();
+        results[2] = ThreadLib::Detach();
+        results[3] = ThreadLib::Detach();
+    });
+    stranger.Join();
     EXPECT_EQ(results[0], 1u);
     EXPECT_EQ(results[1], 0u);
     EXPECT_EQ(results[2], 1u) << "detached";
@@ -135,25 +179,44 @@ TEST_F(Threads, SetNameKeepsACopyAndReplacesTheOldOne) {
     char name[] = "first";
     EXPECT_EQ(ThreadLib::SetName(thread.Id(), name), 1u);
     name[0] = 'X';
-    {
-        ThreadRegistry* registry = ThreadLib::processRegistry;
-        const ScopedLock lock(registry->Lock());
-        EXPECT_STREQ(registry->Find(thread.Id())->name.CStr(), "first");
-    }
+    EXPECT_EQ(test::NameOf(thread.Id()), "first");
     EXPECT_EQ(ThreadLib::SetName(thread.Id(), "second"), 1u);
+    EXPECT_EQ(test::NameOf(thread.Id()), "second");
     EXPECT_EQ(ThreadLib::SetName(thread.Id(), ""), 1u);
     EXPECT_EQ(ThreadLib::SetName(0xFFFFFFFC, "nobody"), 0u);
     thread.Resume();
 }
 
 TEST_F(Threads, AnEscapedExceptionEndsItsThreadAndNothingElse) {
-    LibThread thread = LibThread::Started([]() -> uint32_t { throw std::runtime_error("escapes"); });
+    LibThread thread([]() -> uint32_t { throw std::runtime_error("escapes"); });
+    const test::ExitWatch watch(thread.Id());
+    thread.Resume();
+    EXPECT_EQ(watch.ExitCode(), 0u);
     thread.Join();
     EXPECT_EQ(StateOf(thread.Id()), ThreadState::kEnded);
     bool ran = false;
     LibThread next = LibThread::Started([&] { return uint32_t{ran = true}; });
     next.Join();
     EXPECT_TRUE(ran);
+}
+
+TEST(EscapedExceptionTextTest, NamesTheThreadAndIsCutOffWhereItIsFull) {
+    const std::string beginning = "ThreadLib::Thread Exception::";
+    EXPECT_EQ(EscapedExceptionText("").text, beginning);
+    EXPECT_EQ(EscapedExceptionText("Service::FrontDeskFunc()").text, beginning + "Service::FrontDeskFunc()");
+    const size_t room = sizeof(EscapedExceptionText::text) - 1 - beginning.size();
+    for (const size_t length : {room - 1, room, room + 1, size_t{5000}}) {
+        const std::string name(length, 'n');
+        EXPECT_EQ(EscapedExceptionText(name.c_str()).text, beginning + name.substr(0, room));
+    }
+}
+
+TEST_F(Threads, AThreadWithAVeryLongNameMayEndByAnException) {
+    LibThread thread([]() -> uint32_t { throw std::runtime_error("escapes"); });
+    EXPECT_EQ(ThreadLib::SetName(thread.Id(), std::string(5000, 'n').c_str()), 1u);
+    const test::ExitWatch watch(thread.Id());
+    thread.Resume();
+    EXPECT_EQ(watch.ExitCode(), 0u);
 }
 
 TEST_F(Threads, ManyThreadsComeAndGoWithoutTrace) {
