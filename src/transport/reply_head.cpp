@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <limits>
-#include <new>
 #include <optional>
 
 #include "transport/ascii.h"
@@ -88,18 +87,15 @@ int ReadHeader(std::string_view line, ReplyHead& head) noexcept {
     if (EqualsIgnoreCase(name, "Content-Length")) {
         if (const auto number = ParseDecimal(value)) head.contentLength = LengthFrom(*number);
     } else if (EqualsIgnoreCase(name, "Server")) {
-        try {
-            head.server = value;
-        } catch (const std::bad_alloc&) {
-            return 0;
-        }
+        head.server = CountedText(value);
+        return head.server.Length() == value.size();
     }
     return 1;
 }
 
 int JudgeHead(ReplyHead& head) noexcept {
     if (head.outcome != kOutcomeAccepted) return 1;
-    if (!EqualsIgnoreCase(head.server, kProductToken)) head.outcome = kOutcomeWrongServer;
+    if (!EqualsIgnoreCase(head.server.View(), kProductToken)) head.outcome = kOutcomeWrongServer;
     if (head.contentLength != kNoContentLength) return 1;
     head.outcome = kOutcomeUnexpected;
     return 0;
