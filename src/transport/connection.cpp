@@ -96,6 +96,7 @@ bool Connection::WaitConnected(const Semaphore* cancelSemaphore) {
         if (!cancelSemaphore) {
             Sleep(kConnectStepMs);
         } else if (cancelSemaphore->WaitFor(kConnectStepMs)) {
+            Cancel();
             Close();
             return false;
         }

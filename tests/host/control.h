@@ -143,6 +143,9 @@ void AddHost(std::string_view name, std::string_view dotted_address);
 /// of select may keep another pace: how often they are repeated would depend on the speed of the machine.
 void SpeedUp(uint32_t factor);
 void SpeedUp(uint32_t factor, uint32_t select_factor);
+/// The longest time that a wait has been asked for since Reset, in milliseconds; waits for an object without limit
+/// aside.
+uint32_t LongestWait();
 
 }  // namespace wpk::host
 

@@ -12,6 +12,14 @@ namespace wpk::test {
 /// Whether an allocation of that size is to fail now. Defined by the program, which may not allocate there.
 bool RefuseAllocation(std::size_t size) noexcept;
 
+/// Shown every block that is about to be freed, when it is set.
+inline void (*watchFree)(void* memory) noexcept = nullptr;
+
+inline void FreeWatched(void* memory) noexcept {
+    if (watchFree && memory) watchFree(memory);
+    std::free(memory);
+}
+
 inline void* AllocateOrNull(std::size_t size) noexcept {
     return RefuseAllocation(size) ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
@@ -37,16 +45,16 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     return wpk::test::AllocateOrNull(size);
 }
 void operator delete(void* memory) noexcept {
-    std::free(memory);
+    wpk::test::FreeWatched(memory);
 }
 void operator delete[](void* memory) noexcept {
-    std::free(memory);
+    wpk::test::FreeWatched(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    wpk::test::FreeWatched(memory);
 }
 void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
+    wpk::test::FreeWatched(memory);
 }
 
 #endif  // WPK_TESTS_SUPPORT_REPLACED_NEW_H
