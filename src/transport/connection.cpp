@@ -182,17 +182,15 @@ bool Connection::SetBlocking(bool blocking) {
 bool Connection::AwaitReady(Direction direction, int seconds) {
     const bool limited = seconds != kNoTimeout;
     const uint64_t end = limited ? GetTickCount64() + static_cast<uint64_t>(seconds) * 1000 : 0;
-    uint32_t step = kLookMs;
-    for (;;) {
-        if (limited) {
-            const uint64_t now = GetTickCount64();
-            step = now < end ? static_cast<uint32_t>(std::min<uint64_t>(end - now, kLookMs)) : 0;
-        }
+    for (uint32_t step = kLookMs;;) {
         const int ready = Select(direction, step);
         if (!IsUsable()) return false;
         if (ready > 0) return true;
         if (ready < 0) return FailWithSocketError();
-        if (step == 0) return false;
+        if (!limited) continue;
+        const uint64_t now = GetTickCount64();
+        if (now >= end) return false;
+        step = static_cast<uint32_t>(std::min<uint64_t>(end - now, kLookMs));
     }
 }
 

@@ -3,6 +3,7 @@
 #ifndef WPK_TESTS_SUPPORT_REPLACED_NEW_H
 #define WPK_TESTS_SUPPORT_REPLACED_NEW_H
 
+#include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
@@ -13,10 +14,10 @@ namespace wpk::test {
 bool RefuseAllocation(std::size_t size) noexcept;
 
 /// Shown every block that is about to be freed, when it is set.
-inline void (*watchFree)(void* memory) noexcept = nullptr;
+inline std::atomic<void (*)(void* memory) noexcept> watchFree{nullptr};
 
 inline void FreeWatched(void* memory) noexcept {
-    if (watchFree && memory) watchFree(memory);
+    if (const auto watch = watchFree.load(std::memory_order_relaxed); watch && memory) watch(memory);
     std::free(memory);
 }
 

@@ -188,7 +188,7 @@ TEST_F(ConnectionTest, ALimitedWaitIsOverWhenItsTimeIsHoweverLongItsStepsTake) {
     char byte = 0;
     EXPECT_EQ(connection.Receive(&byte, 1, /*seconds=*/60), 0u);
     EXPECT_GE(GetTickCount64() - begin, 60000u);
-    EXPECT_LE(Uses("select") - looks, 151u) << "steps of 400 ms each, and the last look";
+    EXPECT_LE(Uses("select") - looks, 151u) << "steps of 400 ms each";
 }
 
 TEST_F(ConnectionTest, OpenedDuringTheCleanUpOfTheLastStartItNeverHoldsADeadSocket) {

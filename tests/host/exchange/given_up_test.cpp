@@ -95,8 +95,7 @@ TEST_F(GivenUpTest, ARequestThatLosesTheNetworkHasClosedItsSocketBeforeItsCallba
 TEST_F(GivenUpTest, ARequestCancelledBeforeItsConnectTouchesTheNetworkNoMore) {
     for (const char* call : {"setsockopt", "gethostbyname"}) {
         const uint64_t connects = Uses("connect");
-        EXPECT_EQ(RunGivenUp({"", "Silent", call, 1}, [](Carried& request) { request.Cancel(); }),
-                  WPK_ERROR_CANCELLED);
+        EXPECT_EQ(RunGivenUp({"", "Silent", call, 1}, [](Carried& request) { request.Cancel(); }), WPK_ERROR_CANCELLED);
         EXPECT_EQ(Uses("connect"), connects) << call;
     }
     EXPECT_EQ(Uses("gethostbyname"), 1u) << "that of the second request alone";
