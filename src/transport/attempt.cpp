@@ -99,7 +99,7 @@ bool RunAttempt(const WPK_SENDSTRUCT& message, const Peer& peer, Connection& con
     const bool complete = ReadStatus(reader, head) && ReadHeaders(reader, head) && JudgeHead(head);
     outcome = head.outcome;
     if (!complete) return false;
-    // A refusal that announces no body has none to wait for.
+    // A refusal that announces no body has none to wait for. Taken by the letter, its length would be 4 GiB.
     if (head.outcome != kOutcomeAccepted && head.contentLength == kNoContentLength) return false;
     return ReceiveBody(reader, head, connection, notifier, tempDirectory);
 }

@@ -61,6 +61,7 @@ bool Connection::Connect(const char* host, uint32_t port, const Semaphore* cance
     return true;
 }
 
+/// False when there is no such host: there is nothing to connect or to wait for then, so it is told at once.
 bool Connection::Resolve(const char* host, uint32_t port) {
     address_.sin_port = htons(static_cast<u_short>(port));
     address_.sin_addr.s_addr = inet_addr(host);

@@ -65,7 +65,7 @@ int JudgeStatusLine(std::string_view line, uint32_t& outcome) noexcept {
 
     const size_t firstBlank = line.find(' ');
     if (firstBlank == std::string_view::npos) return 0;
-    // Anything that sorts behind "HTTP" may start the line: "HTTP/1.0" and "HTTP/1.1", but also "ICY".
+    // Anything that sorts after "HTTP" may start the line: "HTTP/1.0" and "HTTP/1.1", but also "ICY".
     if (CompareIgnoreCase(line.substr(0, firstBlank), "HTTP") <= 0) return 0;
 
     const std::string_view rest = line.substr(firstBlank + 1);

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <charconv>
+#include <cstddef>
 #include <initializer_list>
 
 #include "transport/base64.h"
@@ -15,15 +16,17 @@ namespace {
 class Decimal {
 public:
     template <class Number>
-    explicit Decimal(Number number) noexcept
-        : end_(std::to_chars(digits_.data(), digits_.data() + digits_.size(), number).ptr) {}
+    explicit Decimal(Number number) noexcept {
+        const char* end = std::to_chars(digits_.data(), digits_.data() + digits_.size(), number).ptr;
+        length_ = static_cast<size_t>(end - digits_.data());
+    }
 
-    std::string_view View() const noexcept { return {digits_.data(), static_cast<size_t>(end_ - digits_.data())}; }
+    std::string_view View() const noexcept { return {digits_.data(), length_}; }
 
 private:
     /// A sign and the ten digits of the largest number of 32 bits.
-    std::array<char, 11> digits_;
-    char* end_;
+    std::array<char, 11> digits_{};
+    size_t length_ = 0;
 };
 
 TextBuffer Join(std::initializer_list<std::string_view> pieces) noexcept {

@@ -22,7 +22,8 @@ struct Credentials {
 };
 
 /// The library's copy of the initialisation record. Written by the start-up alone, before any request runs; only the
-/// proxy credentials change later, and they have a lock of their own.
+/// proxy credentials change later. They have a lock of their own: one request replaces them while others copy them, and
+/// none may see a text that is freed or half written.
 class Settings {
 public:
     /// False when the system could not make the lock of the credentials: nothing below keeps threads apart then.

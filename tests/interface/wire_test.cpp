@@ -131,7 +131,7 @@ int WSAAPI NoteOption(SOCKET socket, int level, int option, const char* value, i
     return setsockopt(socket, level, option, value, length);
 }
 
-int WSAAPI NoteSelect(int count, fd_set* readable, fd_set* writable, fd_set* failed, const timeval* limit) {
+int WSAAPI NoteSelect(int count, fd_set* readable, fd_set* writable, fd_set* failed, timeval* limit) {
     const int ready = select(count, readable, writable, failed, limit);
     calls.order.emplace_back(ready > 0 ? "ready" : "not yet");
     return ready;

@@ -130,7 +130,7 @@ TEST(SpoolFileTest, BeginsWithWhatIsThereAlready) {
 TEST(SpoolFileTest, IsSharedWithNobody) {
     SpoolFile file;
     ASSERT_TRUE(Make(file, 20000));
-    for (const DWORD access : {GENERIC_READ, GENERIC_WRITE}) {
+    for (const DWORD access : {DWORD{GENERIC_READ}, DWORD{GENERIC_WRITE}}) {
         const UniqueFile other(CreateFileA(NameOf(0).c_str(), access,
                                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                            OPEN_EXISTING, 0, nullptr));
