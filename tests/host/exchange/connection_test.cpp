@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "transport/connection.h"
 
+#include <chrono>
 #include <thread>
 
 #include "host/exchange/carried.h"
@@ -181,14 +182,18 @@ TEST_F(ConnectionTest, ALimitedWaitIsOverWhenItsTimeIsHoweverLongItsStepsTake) {
     const Semaphore cancel = Signal();
     Connection connection;
     ASSERT_TRUE(connection.Connect("127.0.0.1", silent.Port(), &cancel));
-    // A wait takes twice the time that it was asked to.
-    SpeedUp(/*factor=*/200, /*select_factor=*/100);
+    SpeedUp(100);
+    // A wait of 200 ms, which is 2 ms here, takes at least twice its time.
+    constexpr uint64_t kEnoughWaits = 151;
+    for (uint64_t wait = 1; wait <= kEnoughWaits; ++wait) {
+        RunBefore("select", wait, [] { std::this_thread::sleep_for(std::chrono::milliseconds(2)); });
+    }
     const uint64_t looks = Uses("select");
     const uint64_t begin = GetTickCount64();
     char byte = 0;
     EXPECT_EQ(connection.Receive(&byte, 1, /*seconds=*/60), 0u);
     EXPECT_GE(GetTickCount64() - begin, 60000u);
-    EXPECT_LE(Uses("select") - looks, 151u) << "steps of 400 ms each";
+    EXPECT_LE(Uses("select") - looks, kEnoughWaits);
 }
 
 TEST_F(ConnectionTest, OpenedDuringTheCleanUpOfTheLastStartItNeverHoldsADeadSocket) {

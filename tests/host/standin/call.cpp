@@ -146,7 +146,7 @@ double RealSelectMilliseconds(double milliseconds) {
 uint64_t Ticks() {
     using namespace std::chrono;
     const auto now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-    return static_cast<uint64_t>(now) * speed.load(std::memory_order_relaxed);
+    return static_cast<uint64_t>(now) * select_speed.load(std::memory_order_relaxed);
 }
 
 void ResetCalls() {
