@@ -50,7 +50,7 @@ void MeasureLatency(uint32_t port, unsigned rounds) {
         AddLatencies(Run(StartInLibrary, {port, kSmallReply, 100, 1}), latency.library);
         AddLatencies(Run(StartPlain, {port, kSmallReply, 100, 1}), latency.plain);
     }
-    Print(latency, Target::kAtMost, 1.5);
+    Print(latency, Target::kAtMost, 1.65);
 }
 
 double RequestsPerSecond(const Block& block) {

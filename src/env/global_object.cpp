@@ -8,7 +8,7 @@
 namespace wpk {
 
 GlobalObject::GlobalObject() {
-    transport.tempDirectory = systemInformation.TempDirectory();
+    transport.tempDirectory = &systemInformation.TempDirectory();
 }
 
 void GlobalObject::NotifyConnectionState() {

@@ -39,7 +39,7 @@ public:
 
     CountedText WindowsDirectory() const { return windowsDirectory_; }
     /// Ends with a backslash unless it is empty.
-    CountedText TempDirectory() const { return tempDirectory_; }
+    const CountedText& TempDirectory() const { return tempDirectory_; }
     CountedText SystemDirectory() const { return systemDirectory_; }
     CountedText UserName() const { return userName_; }
     CountedText ProgramFilesDirectory() const { return programFilesDirectory_; }

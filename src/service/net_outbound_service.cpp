@@ -19,18 +19,20 @@ public:
         if (records_) pending_.Remove(handle_);
     }
 
-    /// Null when it could not be registered.
-    PendingRequest* Records() const { return records_; }
+    /// False when it could not be registered.
+    const PendingRequest& Records() const { return records_; }
 
 private:
     PendingRequests& pending_;
     uint32_t handle_;
-    PendingRequest* records_;
+    PendingRequest records_;
 };
 
 }  // namespace
 
 uint32_t NetOutboundService::ProcessRequest(uint32_t client, uint32_t count, const uint64_t* arguments) {
+    // Nobody's request: there is neither a client to answer nor an argument to read.
+    if (count == 0) return 0;
     const uint64_t operand = count > 1 ? arguments[1] : 0;
     switch (arguments[0]) {
         case kCommandSend:
@@ -40,31 +42,33 @@ uint32_t NetOutboundService::ProcessRequest(uint32_t client, uint32_t count, con
         case kCommandAnyPending:
             return AnswerAnyPending(client);
         default:
-            Answer(client, 0);
-            return 0;
+            return Refuse(client);
     }
 }
 
 uint32_t NetOutboundService::CarryRequest(uint32_t client, WPK_SENDSTRUCT* message) {
+    if (!pending_) return Refuse(client);
     const uint32_t handle = GetCurrentThreadId();
     const RegisteredRequest request(*pending_, handle);
-    if (!request.Records()) {
-        Answer(client, 0);
-        return 0;
-    }
+    if (!request.Records()) return Refuse(client);
     Answer(client, handle);
-    return RunExchange(message, *request.Records(), state_);
+    return RunExchange(message, request.Records().connection, &request.Records().cancel->semaphore, state_);
 }
 
 uint32_t NetOutboundService::CancelRequest(uint32_t client, uint32_t handle) {
     Answer(client, 1);
-    return pending_->Cancel(handle);
+    return pending_ ? pending_->Cancel(handle) : 0;
 }
 
 uint32_t NetOutboundService::AnswerAnyPending(uint32_t client) {
-    const uint32_t any = pending_->Any();
+    const uint32_t any = pending_ ? pending_->Any() : 0;
     Answer(client, any);
     return any;
+}
+
+uint32_t NetOutboundService::Refuse(uint32_t client) const {
+    Answer(client, 0);
+    return 0;
 }
 
 uint32_t NetOutboundService::Manager_StartUp() {

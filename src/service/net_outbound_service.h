@@ -36,8 +36,10 @@ private:
     uint32_t CarryRequest(uint32_t client, WPK_SENDSTRUCT* message);
     uint32_t CancelRequest(uint32_t client, uint32_t handle);
     uint32_t AnswerAnyPending(uint32_t client);
+    uint32_t Refuse(uint32_t client) const;
 
     TransportState& state_;
+    /// Null while the service is not started.
     std::unique_ptr<PendingRequests> pending_;
 };
 

@@ -2,24 +2,22 @@
 // SPDX-License-Identifier: MIT
 #include "transport/attempt.h"
 
-#include <new>
-#include <string>
 #include <string_view>
 
-#include "threadlib/platform.h"
 #include "transport/reply_buffer.h"
 #include "transport/reply_head.h"
 #include "transport/reply_reader.h"
 #include "transport/request_text.h"
 #include "transport/tagged_data.h"
+#include "transport/text_buffer.h"
 
 namespace wpk {
 
 namespace {
 
 struct Request {
-    std::string requestLine;
-    std::string headers;
+    TextBuffer requestLine;
+    TextBuffer headers;
     TaggedData body;
 };
 
@@ -35,14 +33,10 @@ bool BuildBody(const WPK_SENDSTRUCT& message, bool viaProxy, TaggedData& body) {
 
 bool BuildRequest(const WPK_SENDSTRUCT& message, const Peer& peer, Request& request) {
     if (!BuildBody(message, peer.viaProxy, request.body)) return false;
-    try {
-        request.requestLine = BuildRequestLine(message.lpszServer, message.nPort);
-        request.headers = BuildHeaderBlock(request.body.TotalLength(), peer.viaProxy, peer.credentials.user.View(),
-                                           peer.credentials.password.View());
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    return true;
+    request.requestLine = BuildRequestLine(message.lpszServer, message.nPort);
+    request.headers = BuildHeaderBlock(request.body.TotalLength(), peer.viaProxy, peer.credentials.user.View(),
+                                       peer.credentials.password.View());
+    return request.requestLine.IsWhole() && request.headers.IsWhole();
 }
 
 bool SendText(Connection& connection, std::string_view text) {
@@ -50,7 +44,7 @@ bool SendText(Connection& connection, std::string_view text) {
 }
 
 bool SendRequest(const Request& request, Connection& connection) {
-    return SendText(connection, request.requestLine) && SendText(connection, request.headers) &&
+    return SendText(connection, request.requestLine.View()) && SendText(connection, request.headers.View()) &&
            SendText(connection, "\r\n") && SendText(connection, request.body.Joined());
 }
 
@@ -75,12 +69,15 @@ bool ReceiveBody(ReplyReader& reader, const ReplyHead& head, Connection& connect
                  const CountedText& tempDirectory) {
     const bool accepted = head.outcome == kOutcomeAccepted;
     const uint32_t total = head.contentLength;
+    const std::string_view begun = reader.TakeBegunBody(total);
     ReplyBuffer buffer;
-    if (total > 0 && !buffer.Allocate(total, tempDirectory.CStr(), GetCurrentThreadId())) return false;
-    if (ReplyBuffer::IsLarge(total)) connection.ReceiveEagerly();
+    if (total > 0 && !buffer.Allocate(total, begun, tempDirectory.CStr(), connection)) return false;
 
-    for (uint32_t received = 0; received < total;) {
-        const uint32_t more = reader.ReadBody(buffer.Data() + received, total - received);
+    auto received = static_cast<uint32_t>(begun.size());
+    if (received > 0 && connection.CloseIfGivenUp()) return false;
+    if (received > 0 && accepted) notifier.Progress(buffer.Data(), received, total);
+    while (received < total) {
+        const uint32_t more = connection.Receive(buffer.Data() + received, total - received, Connection::kNoTimeout);
         if (more == 0) return false;
         received += more;
         if (accepted) notifier.Progress(buffer.Data(), received, total);
@@ -102,7 +99,7 @@ bool RunAttempt(const WPK_SENDSTRUCT& message, const Peer& peer, Connection& con
     const bool complete = ReadStatus(reader, head) && ReadHeaders(reader, head) && JudgeHead(head);
     outcome = head.outcome;
     if (!complete) return false;
-    // A refusal that announces no body has none to wait for.
+    // A refusal that announces no body has none to wait for. Taken by the letter, its length would be 4 GiB.
     if (head.outcome != kOutcomeAccepted && head.contentLength == kNoContentLength) return false;
     return ReceiveBody(reader, head, connection, notifier, tempDirectory);
 }

@@ -13,8 +13,9 @@ constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwx
 constexpr size_t kGroupBytes = 3;
 constexpr size_t kGroupCharacters = 4;
 constexpr size_t kLineBytes = 57;  // 76 characters
+constexpr std::string_view kLineEnd = "\r\n";
 
-std::array<char, kGroupCharacters> EncodeGroup(std::string_view group) {
+std::array<char, kGroupCharacters> EncodeGroup(std::string_view group) noexcept {
     uint32_t bits = 0;
     for (size_t i = 0; i < kGroupBytes; ++i) {
         bits = bits << 8 | (i < group.size() ? static_cast<unsigned char>(group[i]) : 0U);
@@ -28,13 +29,13 @@ std::array<char, kGroupCharacters> EncodeGroup(std::string_view group) {
 
 }  // namespace
 
-std::string EncodeBase64(std::string_view bytes) {
-    std::string text;
-    text.reserve(bytes.size() / kGroupBytes * kGroupCharacters + kGroupCharacters + bytes.size() / kLineBytes * 2);
+TextBuffer EncodeBase64(std::string_view bytes) noexcept {
+    const size_t groups = (bytes.size() + kGroupBytes - 1) / kGroupBytes;
+    TextBuffer text(groups * kGroupCharacters + bytes.size() / kLineBytes * kLineEnd.size());
     for (size_t at = 0; at < bytes.size(); at += kGroupBytes) {
-        if (at != 0 && at % kLineBytes == 0) text += "\r\n";
+        if (at != 0 && at % kLineBytes == 0) text.Append(kLineEnd);
         const auto group = EncodeGroup(bytes.substr(at, kGroupBytes));
-        text.append(group.data(), group.size());
+        text.Append({group.data(), group.size()});
     }
     return text;
 }

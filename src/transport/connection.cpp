@@ -27,33 +27,41 @@ constexpr uint32_t kReceivePiece = 4 * 1024 * 1024;
 
 bool Connection::Open() {
     Close();
-    address_ = {};
-    address_.sin_family = AF_INET;
+    address_ = UnspecifiedAddress();
     use_.Begin();
+    if (MakeSocket()) return true;
+    FailWithSocketError();
+    Close();
+    return false;
+}
+
+bool Connection::MakeSocket() {
     socket_.Reset(socket(AF_INET, SOCK_STREAM, /*protocol=*/0));
-    if (!socket_) return FailWithSocketError();
+    if (!socket_) return false;
 
     const BOOL inlineUrgentData = FALSE;
     if (setsockopt(socket_.Get(), SOL_SOCKET, SO_OOBINLINE, reinterpret_cast<const char*>(&inlineUrgentData),
                    sizeof inlineUrgentData) != 0) {
-        FailWithSocketError();
-        Close();
         return false;
     }
     // A program that the application starts meanwhile would keep the connection open for its own lifetime. Where the
     // system refuses, the request is carried all the same.
     SetHandleInformation(reinterpret_cast<HANDLE>(socket_.Get()), HANDLE_FLAG_INHERIT, /*dwFlags=*/0);
-    return true;
+    socketSemaphore_.emplace(SemaphoreKind::kLock);
+    return static_cast<bool>(*socketSemaphore_);
 }
 
-bool Connection::Connect(const char* host, uint32_t port, CancelSignal& cancelSignal) {
+bool Connection::Connect(const char* host, uint32_t port, const Semaphore* cancelSemaphore) {
     if (!Open() && !Open()) return false;
+    if (CloseIfGivenUp()) return false;
     if (!SetBlocking(false)) return FailWithSocketError();
-    if (!Resolve(host, port) || !StartConnect() || !WaitConnected(cancelSignal)) return false;
+    if (!Resolve(host, port) || CloseIfGivenUp()) return false;
+    if (!StartConnect() || !WaitConnected(cancelSemaphore) || !IsConnected()) return false;
     if (!SetBlocking(true)) return FailWithSocketError();
     return true;
 }
 
+/// False when there is no such host: there is nothing to connect or to wait for then, so it is told at once.
 bool Connection::Resolve(const char* host, uint32_t port) {
     address_.sin_port = htons(static_cast<u_short>(port));
     address_.sin_addr.s_addr = inet_addr(host);
@@ -68,10 +76,10 @@ bool Connection::Resolve(const char* host, uint32_t port) {
     return true;
 }
 
-/// False when the system refuses even to try.
+/// False when the system refuses even to try: there is nothing to wait for then, so it is told at once.
 bool Connection::StartConnect() {
     if (connect(socket_.Get(), reinterpret_cast<const sockaddr*>(&address_), sizeof address_) == 0) {
-        connected_ = true;
+        connected_ = 1;
         return true;
     }
     FailWithSocketError();
@@ -80,82 +88,89 @@ bool Connection::StartConnect() {
     return true;
 }
 
-bool Connection::WaitConnected(CancelSignal& cancelSignal) {
+/// False when the wait was cut short, with the socket closed.
+bool Connection::WaitConnected(const Semaphore* cancelSemaphore) {
     uint32_t budget = kConnectBudgetMs;
-    while (Usable() && !connected_) {
-        const int ready = Select(Direction::kWritable, 0);
-        if (ready == 1) {
-            connected_ = true;
-            sendCredit_ = kSendChunk;
-            break;
-        }
-        if (ready < 0) FailWithSocketError();
-        if (budget == 0) break;
-        if (cancelSignal.WaitFor(kConnectStepMs)) {
+    while (!connected_) {
+        if (CloseIfGivenUp()) return false;
+        if (LookWhetherConnected() || budget == 0) return true;
+        if (!cancelSemaphore) {
+            Sleep(kConnectStepMs);
+        } else if (cancelSemaphore->WaitFor(kConnectStepMs)) {
+            Cancel();
             Close();
             return false;
         }
         budget = budget <= kConnectStepMs ? 0 : budget - kConnectStepMs;
     }
-    return Usable() && connected_;
+    return true;
+}
+
+bool Connection::LookWhetherConnected() {
+    const int ready = Select(Direction::kWritable, 0);
+    if (ready == 1) connected_ = 1;
+    if (ready < 0) FailWithSocketError();
+    return ready > 0;
+}
+
+/// Looks once more if need be: the connection may have come about within the last step.
+bool Connection::IsConnected() {
+    if (CloseIfGivenUp()) return false;
+    if (!connected_) LookWhetherConnected();
+    return connected_ != 0;
+}
+
+/// Whether there is a connection that something can be sent or received on.
+bool Connection::IsUsable() {
+    if (!CloseIfGivenUp() && socket_ && connected_) return true;
+    lastError_ = kNotConnected;
+    return false;
 }
 
 bool Connection::Send(const void* bytes, uint32_t length) {
     if (length == 0) return true;
-    if (!bytes) return false;
+    if (!bytes || !IsUsable()) return false;
     const char* next = static_cast<const char*>(bytes);
     while (length > 0) {
-        if (!SendChunk(next, length)) return false;
+        const uint32_t chunk = std::min(length, kSendChunk);
+        if (!SendChunk(next, chunk)) return false;
+        next += chunk;
+        length -= chunk;
     }
     return true;
 }
 
-bool Connection::SendChunk(const char*& next, uint32_t& remaining) {
-    if (!connected_ || !Usable()) {
-        lastError_ = kNotConnected;
-        return false;
-    }
-    // Room for a whole piece has been found once; as long as that lasts, asking again would only cost a call.
-    const uint32_t piece = std::min(remaining, kSendChunk);
-    if (sendCredit_ < piece) {
+bool Connection::SendChunk(const char* next, uint32_t length) {
+    while (length > 0) {
         if (!AwaitReady(Direction::kWritable, kNoTimeout)) return false;
-        sendCredit_ = kSendChunk;
+        const int sent = send(socket_.Get(), next, static_cast<int>(length), /*flags=*/0);
+        if (sent <= 0) return FailWithSocketError();
+        next += sent;
+        length -= static_cast<uint32_t>(sent);
     }
-    const int sent = send(socket_.Get(), next, static_cast<int>(piece), /*flags=*/0);
-    if (sent <= 0) return FailWithSocketError();
-    sendCredit_ -= piece;
-    next += sent;
-    remaining -= static_cast<uint32_t>(sent);
     return true;
 }
 
 uint32_t Connection::Receive(void* buffer, uint32_t length, int seconds) {
-    if (!connected_ || !Usable()) {
-        lastError_ = kNotConnected;
-        return 0;
-    }
+    if (!IsUsable() || !AwaitReady(Direction::kReadable, seconds)) return 0;
     const int wanted = static_cast<int>(std::min(length, kReceivePiece));
-    bool ready = eager_;
-    for (;;) {
-        if (!ready && !AwaitReady(Direction::kReadable, seconds)) return 0;
-        const int received = recv(socket_.Get(), static_cast<char*>(buffer), wanted, /*flags=*/0);
-        if (received >= 0) return static_cast<uint32_t>(received);
-        FailWithSocketError();
-        if (lastError_ != WSAEWOULDBLOCK) return 0;
-        ready = false;
-    }
-}
-
-void Connection::ReceiveEagerly() {
-    eager_ = SetBlocking(false);
+    const int received = recv(socket_.Get(), static_cast<char*>(buffer), wanted, /*flags=*/0);
+    if (received >= 0) return static_cast<uint32_t>(received);
+    FailWithSocketError();
+    return 0;
 }
 
 void Connection::Close() {
-    connected_ = false;
-    eager_ = false;
-    sendCredit_ = 0;
+    connected_ = 0;
     socket_.Reset();
+    socketSemaphore_.reset();
     use_.End();
+}
+
+bool Connection::CloseIfGivenUp() {
+    if (!GivenUp()) return false;
+    Close();
+    return true;
 }
 
 bool Connection::SetBlocking(bool blocking) {
@@ -163,21 +178,20 @@ bool Connection::SetBlocking(bool blocking) {
     return ioctlsocket(socket_.Get(), static_cast<long>(FIONBIO), &nonBlocking) == 0;
 }
 
-/// Waits in short steps, so that a cancel is seen while nothing else happens.
+/// Waits in short steps, so that a cancel is seen while nothing else happens. The steps of a limited wait are measured
+/// against its end: on a busy machine each of them takes longer than it was asked to.
 bool Connection::AwaitReady(Direction direction, int seconds) {
-    uint32_t remaining = static_cast<uint32_t>(seconds) * 1000;
-    for (;;) {
-        const uint32_t step = seconds == kNoTimeout ? kLookMs : std::min(remaining, kLookMs);
+    const bool limited = seconds != kNoTimeout;
+    const uint64_t end = limited ? GetTickCount64() + static_cast<uint64_t>(seconds) * 1000 : 0;
+    for (uint32_t step = kLookMs;;) {
         const int ready = Select(direction, step);
-        if (!Usable()) {
-            lastError_ = kNotConnected;
-            return false;
-        }
+        if (!IsUsable()) return false;
         if (ready > 0) return true;
         if (ready < 0) return FailWithSocketError();
-        if (seconds == kNoTimeout) continue;
-        remaining -= step;
-        if (remaining == 0) return false;
+        if (!limited) continue;
+        const uint64_t now = GetTickCount64();
+        if (now >= end) return false;
+        step = static_cast<uint32_t>(std::min<uint64_t>(end - now, kLookMs));
     }
 }
 

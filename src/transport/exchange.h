@@ -5,18 +5,22 @@
 
 #include <cstdint>
 
-#include "transport/notification.h"
-#include "transport/pending_requests.h"
-#include "transport/reply_head.h"
+#include "threadlib/semaphore.h"
+#include "transport/connection.h"
 #include "transport/settings.h"
 #include "wpk/wpk.h"
 
 namespace wpk {
 
 /// Carries out a request on the calling thread and reports through its callback. Returns 1 when the reply was delivered
-/// and 0 when a failure was. Throws what the callback throws; everything is released then, and nothing more is
-/// delivered. `message` may be null, which is reported to the default callback.
-uint32_t RunExchange(WPK_SENDSTRUCT* message, PendingRequest& request, TransportState& state);
+/// and 0 when a failure was. Throws what the callback throws, and nothing else; everything is released then, and
+/// nothing more is delivered. `message` may be null, which is reported to the default callback; so may the other two,
+/// without which the request fails.
+///
+/// A request that was cancelled or has lost the network has closed its socket before its callback is told. Any other
+/// one stays open until its connection record goes.
+uint32_t RunExchange(WPK_SENDSTRUCT* message, Connection* connection, const Semaphore* cancelSemaphore,
+                     TransportState& state);
 
 }  // namespace wpk
 

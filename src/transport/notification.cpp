@@ -7,6 +7,8 @@
 #include <cstring>
 #include <utility>
 
+#include "transport/text_buffer.h"
+
 namespace wpk {
 
 // The layout is part of the binary interface: applications are built with other compilers.
@@ -40,30 +42,45 @@ namespace {
 
 using CredentialField = char[WPK_CREDENTIAL_SIZE];
 
-/// Cut to the field, always terminated: the rest of the field is zero.
-void FillField(CredentialField& field, const CountedText& text) {
-    std::memcpy(field, text.CStr(), std::min<size_t>(text.Length(), sizeof field - 1));
+/// Every byte is zero, whichever part of the body the reason fills: `{}` promises that of the first part alone.
+void Begin(WPK_CALLBACKSTRUCT& notification, WPK_REASON reason) {
+    std::memset(&notification, 0, sizeof notification);
+    notification.nReason = reason;
 }
 
-/// Up to the first zero byte; the application may have left none. False for want of memory.
-bool ReadField(const CredentialField& field, CountedText& text) {
+/// A notification that holds credentials, which do not stay on the stack.
+struct CredentialsNotification {
+    CredentialsNotification() { Begin(record, WPK_REASON_CREDENTIALS); }
+    CredentialsNotification(const CredentialsNotification&) = delete;
+    CredentialsNotification& operator=(const CredentialsNotification&) = delete;
+    ~CredentialsNotification() { Wipe(&record, sizeof record); }
+
+    WPK_CALLBACKSTRUCT record;
+};
+
+/// Cut to the field, always terminated: the rest of the field is zero.
+void FillField(CredentialField& field, std::string_view text) {
+    std::copy_n(text.data(), std::min(text.size(), sizeof field - 1), field);
+}
+
+/// Up to the first zero byte; the application may have left none.
+TextBuffer ReadField(const CredentialField& field) {
     const auto length = static_cast<size_t>(std::find(field, field + sizeof field, '\0') - field);
-    text = CountedText({field, length});
-    return text.Length() == length;
+    return TextBuffer::CopyOf({field, length});
 }
 
 }  // namespace
 
 void Notifier::Failure(int error) const {
-    WPK_CALLBACKSTRUCT notification{};
-    notification.nReason = WPK_REASON_FAILURE;
+    WPK_CALLBACKSTRUCT notification;
+    Begin(notification, WPK_REASON_FAILURE);
     notification.body.failure.nError = error;
     Deliver(notification);
 }
 
 void Notifier::Progress(const void* reply, uint32_t received, uint32_t total) const {
-    WPK_CALLBACKSTRUCT notification{};
-    notification.nReason = WPK_REASON_PROGRESS;
+    WPK_CALLBACKSTRUCT notification;
+    Begin(notification, WPK_REASON_PROGRESS);
     notification.body.progress.nWord = 1;
     notification.body.progress.lpData = reply;
     notification.body.progress.dwReceived = received;
@@ -72,30 +89,29 @@ void Notifier::Progress(const void* reply, uint32_t received, uint32_t total) co
 }
 
 void Notifier::Reply(const void* reply, uint32_t length) const {
-    WPK_CALLBACKSTRUCT notification{};
-    notification.nReason = WPK_REASON_REPLY;
+    WPK_CALLBACKSTRUCT notification;
+    Begin(notification, WPK_REASON_REPLY);
     notification.body.reply.lpData = reply;
     notification.body.reply.dwDataLength = length;
     Deliver(notification);
 }
 
 void Notifier::ConnectionState(uint32_t connected) const {
-    WPK_CALLBACKSTRUCT notification{};
-    notification.nReason = WPK_REASON_CONNECTION;
+    WPK_CALLBACKSTRUCT notification;
+    Begin(notification, WPK_REASON_CONNECTION);
     notification.body.connection.dwConnected = connected;
     Deliver(notification);
 }
 
 Notifier::Answer Notifier::AskForCredentials(Credentials& credentials) const {
-    WPK_CALLBACKSTRUCT notification{};
-    notification.nReason = WPK_REASON_CREDENTIALS;
-    FillField(notification.body.credentials.szUser, credentials.user);
-    FillField(notification.body.credentials.szPassword, credentials.password);
-    Deliver(notification);
-    if (notification.body.credentials.bRetry == 0) return Answer::kDeclined;
-    Credentials answer;
-    if (!ReadField(notification.body.credentials.szUser, answer.user)) return Answer::kNoMemory;
-    if (!ReadField(notification.body.credentials.szPassword, answer.password)) return Answer::kNoMemory;
+    CredentialsNotification notification;
+    auto& shown = notification.record.body.credentials;
+    FillField(shown.szUser, credentials.user.View());
+    FillField(shown.szPassword, credentials.password.View());
+    Deliver(notification.record);
+    if (shown.bRetry == 0) return Answer::kDeclined;
+    Credentials answer{ReadField(shown.szUser), ReadField(shown.szPassword)};
+    if (!answer.user.IsWhole() || !answer.password.IsWhole()) return Answer::kNoMemory;
     credentials = std::move(answer);
     return Answer::kSendAgain;
 }

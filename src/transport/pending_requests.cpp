@@ -10,30 +10,39 @@ namespace wpk {
 namespace {
 
 /// A row: the handle, then where the request's records are.
-constexpr uint32_t kFieldCount = 2;
-constexpr uint64_t kHandleField = 0;
-constexpr uint64_t kRecordsField = 1;
+enum PendingField : uint64_t { kHandle, kConnection, kCancel, kPendingFieldCount };
 
-PendingRequest* RecordsOf(const Record& row) {
-    return reinterpret_cast<PendingRequest*>(static_cast<uintptr_t>(row.GetUint64(kRecordsField)));
+template <class T>
+bool SetPointer(Record& row, uint64_t field, T* pointer) {
+    return row.SetUint64(field, reinterpret_cast<uintptr_t>(pointer)) != 0;
+}
+
+template <class T>
+T* GetPointer(const Record& row, uint64_t field) {
+    return reinterpret_cast<T*>(static_cast<uintptr_t>(row.GetUint64(field)));
+}
+
+PendingRequest RequestOf(const Record& row) {
+    return {GetPointer<Connection>(row, kConnection), GetPointer<CancelRecord>(row, kCancel)};
 }
 
 }  // namespace
 
 std::unique_ptr<PendingRequests> PendingRequests::Create() {
-    std::unique_ptr<RecordTable> table = RecordTable::Create(kFieldCount);
+    std::unique_ptr<RecordTable> table = RecordTable::Create(kPendingFieldCount);
     if (!table) return nullptr;
     return std::unique_ptr<PendingRequests>(new (std::nothrow) PendingRequests(std::move(table)));
 }
 
-PendingRequest* PendingRequests::Add(uint32_t handle) {
-    std::unique_ptr<PendingRequest> request(new (std::nothrow) PendingRequest);
-    if (!request) return nullptr;
-    Record row(kFieldCount);
-    if (!row.SetUint32(kHandleField, handle)) return nullptr;
-    row.SetUint64(kRecordsField, reinterpret_cast<uintptr_t>(request.get()));
-    if (!row.GetUint64(kRecordsField) || !table_->Replace(row)) return nullptr;
-    return request.release();
+PendingRequest PendingRequests::Add(uint32_t handle) {
+    std::unique_ptr<Connection> connection(new (std::nothrow) Connection);
+    std::unique_ptr<CancelRecord> cancel(new (std::nothrow) CancelRecord);
+    if (!connection || !cancel || !cancel->semaphore) return {};
+    Record row(kPendingFieldCount);
+    const bool filled = row.SetUint32(kHandle, handle) && SetPointer(row, kConnection, connection.get()) &&
+                        SetPointer(row, kCancel, cancel.get());
+    if (!filled || !table_->Replace(row)) return {};
+    return {connection.release(), cancel.release()};
 }
 
 void PendingRequests::Remove(uint32_t handle) {
@@ -44,18 +53,21 @@ void PendingRequests::Remove(uint32_t handle) {
 uint32_t PendingRequests::Cancel(uint32_t handle) {
     // Inside the table's lock, so that the records cannot go before this is done.
     return table_->Visit(KeyOf(handle), [](const Record& row) {
-        PendingRequest* request = RecordsOf(row);
-        request->connection.Cancel();
-        request->cancelSignal.Set();
+        const PendingRequest request = RequestOf(row);
+        // Marked first: whoever the signal wakes finds the mark.
+        request.connection->Cancel();
+        request.cancel->semaphore.Signal();
     });
 }
 
 uint32_t PendingRequests::HandleOf(const Record& row) {
-    return row.GetUint32(kHandleField);
+    return row.GetUint32(kHandle);
 }
 
 void PendingRequests::Free(const Record& row) {
-    delete RecordsOf(row);
+    const PendingRequest request = RequestOf(row);
+    delete request.connection;
+    delete request.cancel;
 }
 
 }  // namespace wpk

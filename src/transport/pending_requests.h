@@ -6,16 +6,22 @@
 #include <memory>
 
 #include "threadlib/record_table.h"
-#include "transport/cancel_signal.h"
+#include "threadlib/semaphore.h"
 #include "transport/connection.h"
 
 namespace wpk {
 
-/// What exists for each request in flight.
+/// By which a request is told that it is cancelled. The words of the record are those of the semaphore itself.
+struct CancelRecord {
+    Semaphore semaphore{SemaphoreKind::kSignal};
+};
+
+/// What exists for each request in flight: two records, owned by the registry.
 struct PendingRequest {
-    Connection connection;
-    /// Ends the wait for a connection.
-    CancelSignal cancelSignal;
+    Connection* connection = nullptr;
+    CancelRecord* cancel = nullptr;
+
+    explicit operator bool() const { return connection && cancel; }
 };
 
 /// Requests in flight by handle: the id of the thread that carries one. Any thread may call any operation; none throws.
@@ -25,8 +31,9 @@ public:
     static std::unique_ptr<PendingRequests> Create();
     explicit PendingRequests(std::unique_ptr<RecordTable> table) : table_(std::move(table)) {}
 
-    /// Registers a request and returns its records, which are valid until Remove. Null when it cannot.
-    PendingRequest* Add(uint32_t handle);
+    /// Makes the records of a request and registers them; they are valid until Remove. False when that fails: nothing
+    /// is left then.
+    PendingRequest Add(uint32_t handle);
 
     /// Removes a request, closes its connection and frees its records.
     void Remove(uint32_t handle);
@@ -40,8 +47,9 @@ public:
     /// Takes all requests out. Their records stay as they are, for their threads still use them.
     RecordTable::Rows Drain() { return table_->Drain(); }
 
+    /// 0 for a row without it.
     static uint32_t HandleOf(const Record& row);
-    /// Frees the records of a drained request, whose thread has ended.
+    /// Frees the records of a drained request, whose thread has ended, as far as the row has any.
     static void Free(const Record& row);
 
 private:

@@ -3,9 +3,11 @@
 #ifndef WPK_TRANSPORT_REPLY_BUFFER_H
 #define WPK_TRANSPORT_REPLY_BUFFER_H
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <string_view>
 
 #include "transport/spool_file.h"
 
@@ -17,13 +19,16 @@ public:
     /// The longest reply that stays in memory, in bytes.
     static constexpr uint32_t kMaximumInMemory = 10240;
 
-    static constexpr bool IsLarge(uint32_t length) { return length > kMaximumInMemory; }
-
-    /// Makes zero-filled room for `length` bytes, not 0. `directory` and `threadId` name the file of a large reply.
-    bool Allocate(uint32_t length, const char* directory, uint32_t threadId) {
-        if (IsLarge(length)) return file_.Create(directory, threadId, length);
+    /// Makes zero-filled room for `length` bytes, not 0, and puts `begun` at its start, what of the reply is there
+    /// already. `directory` names the file of a large reply, together with the calling thread's id.
+    bool Allocate(uint32_t length, std::string_view begun, const char* directory, const Connection& connection) {
+        if (length > kMaximumInMemory) {
+            return file_.Create(directory, GetCurrentThreadId(), length, begun, connection);
+        }
         memory_.reset(new (std::nothrow) uint8_t[length]());
-        return memory_ != nullptr;
+        if (!memory_) return false;
+        std::copy(begun.begin(), begun.end(), memory_.get());
+        return true;
     }
 
     /// Null as long as nothing is allocated.

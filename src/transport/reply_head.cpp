@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <limits>
-#include <new>
 #include <optional>
 
 #include "transport/ascii.h"
@@ -66,7 +65,7 @@ int JudgeStatusLine(std::string_view line, uint32_t& outcome) noexcept {
 
     const size_t firstBlank = line.find(' ');
     if (firstBlank == std::string_view::npos) return 0;
-    // Anything that sorts behind "HTTP" may start the line: "HTTP/1.0" and "HTTP/1.1", but also "ICY".
+    // Anything that sorts after "HTTP" may start the line: "HTTP/1.0" and "HTTP/1.1", but also "ICY".
     if (CompareIgnoreCase(line.substr(0, firstBlank), "HTTP") <= 0) return 0;
 
     const std::string_view rest = line.substr(firstBlank + 1);
@@ -88,18 +87,15 @@ int ReadHeader(std::string_view line, ReplyHead& head) noexcept {
     if (EqualsIgnoreCase(name, "Content-Length")) {
         if (const auto number = ParseDecimal(value)) head.contentLength = LengthFrom(*number);
     } else if (EqualsIgnoreCase(name, "Server")) {
-        try {
-            head.server = value;
-        } catch (const std::bad_alloc&) {
-            return 0;
-        }
+        head.server = CountedText(value);
+        return head.server.Length() == value.size();
     }
     return 1;
 }
 
 int JudgeHead(ReplyHead& head) noexcept {
     if (head.outcome != kOutcomeAccepted) return 1;
-    if (!EqualsIgnoreCase(head.server, kProductToken)) head.outcome = kOutcomeWrongServer;
+    if (!EqualsIgnoreCase(head.server.View(), kProductToken)) head.outcome = kOutcomeWrongServer;
     if (head.contentLength != kNoContentLength) return 1;
     head.outcome = kOutcomeUnexpected;
     return 0;

@@ -4,8 +4,9 @@
 #define WPK_TRANSPORT_REPLY_HEAD_H
 
 #include <cstdint>
-#include <string>
 #include <string_view>
+
+#include "threadlib/counted_text.h"
 
 namespace wpk {
 
@@ -25,7 +26,7 @@ inline constexpr uint32_t kNoContentLength = 0xFFFFFFFF;
 struct ReplyHead {
     uint32_t outcome = kOutcomeUnexpected;
     uint32_t contentLength = kNoContentLength;
-    std::string server;
+    CountedText server;
 };
 
 /// Reads a status line, for example "HTTP/1.0 200 OK", without its CR LF. Returns 1 and the outcome that belongs to it;
@@ -33,7 +34,7 @@ struct ReplyHead {
 int JudgeStatusLine(std::string_view line, uint32_t& outcome) noexcept;
 
 /// Reads a header line, without its CR LF, into `head`; of repeated headers the last one counts. Returns 0 when the
-/// line has no colon or memory is short.
+/// line has no colon or memory runs out.
 ///
 /// A Content-Length is read as "%d" reads: leading white space, a sign, digits, and whatever follows is ignored.
 /// Without digits the length stays as it was. A negative number stands for the same 32 bits read as unsigned, and one

@@ -3,7 +3,6 @@
 #include "transport/reply_reader.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace wpk {
 
@@ -15,20 +14,19 @@ bool ReplyReader::ReadLine() {
     line_.Restart();
     for (;;) {
         if (begin_ == end_ && !FillBuffer()) return false;
-        // A cancelled request gets nothing more, not even what has come already.
-        if (connection_.Cancelled()) return false;
+        // A request that is given up gets nothing more, not even what has come already.
+        if (connection_.CloseIfGivenUp()) return false;
         begin_ += static_cast<uint32_t>(line_.Consume({buffer_.data() + begin_, end_ - begin_}));
         if (line_.GetState() != LineAssembler::State::kNeedsMore) break;
     }
     return line_.GetState() == LineAssembler::State::kComplete;
 }
 
-uint32_t ReplyReader::ReadBody(void* buffer, uint32_t length) {
-    if (begin_ == end_ || connection_.Cancelled()) return connection_.Receive(buffer, length, Connection::kNoTimeout);
+std::string_view ReplyReader::TakeBegunBody(uint32_t length) {
     const uint32_t taken = std::min(length, end_ - begin_);
-    std::memcpy(buffer, buffer_.data() + begin_, taken);
+    const std::string_view begun(buffer_.data() + begin_, taken);
     begin_ += taken;
-    return taken;
+    return begun;
 }
 
 bool ReplyReader::FillBuffer() {

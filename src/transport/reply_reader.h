@@ -13,8 +13,8 @@
 namespace wpk {
 
 /// Behaves as a reader that receives the head byte by byte, each with a time-out of its own, but receives ahead: one
-/// call to the system brings as much as there is, and the body is then served from what came with the head. Lives as
-/// long as one reply.
+/// call to the system brings as much as there is, and the body then begins with what came with the head. Lives as long
+/// as one reply.
 class ReplyReader {
 public:
     explicit ReplyReader(Connection& connection) : connection_(connection) {}
@@ -28,8 +28,8 @@ public:
     /// The line; valid until the next ReadLine.
     std::string_view Line() const { return line_.Line(); }
 
-    /// Receives at most `length` bytes of the body, waiting for them without limit; 0 when no more can come.
-    uint32_t ReadBody(void* buffer, uint32_t length);
+    /// What has been received of the body already, at most `length` bytes; valid as long as this reader.
+    std::string_view TakeBegunBody(uint32_t length);
 
 private:
     bool FillBuffer();

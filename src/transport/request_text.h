@@ -4,8 +4,9 @@
 #define WPK_TRANSPORT_REQUEST_TEXT_H
 
 #include <cstdint>
-#include <string>
 #include <string_view>
+
+#include "transport/text_buffer.h"
 
 namespace wpk {
 
@@ -13,14 +14,13 @@ namespace wpk {
 inline constexpr std::string_view kProductToken = "WPK/1.00";
 
 /// "POST http://SERVER:PORT/ HTTP/1.0" and CR LF. The server's own name and port stand here also when the request goes
-/// to a proxy. A port of 2^31 or more prints as the negative number of the same 32 bits.
-/// Throws std::bad_alloc.
-std::string BuildRequestLine(std::string_view server, uint32_t port);
+/// to a proxy. A port of 2^31 or more prints as the negative number of the same 32 bits. Not whole if memory runs out.
+TextBuffer BuildRequestLine(std::string_view server, uint32_t port) noexcept;
 
 /// The header lines, each ended by CR LF, without the empty line that ends the head. Proxy credentials are sent only
-/// through a proxy, and only when there are any.
-/// Throws std::bad_alloc.
-std::string BuildHeaderBlock(uint32_t bodyLength, bool viaProxy, std::string_view user, std::string_view password);
+/// through a proxy, and only when there are any. Not whole if memory runs out.
+TextBuffer BuildHeaderBlock(uint32_t bodyLength, bool viaProxy, std::string_view user,
+                            std::string_view password) noexcept;
 
 }  // namespace wpk
 

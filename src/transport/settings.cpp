@@ -9,23 +9,29 @@ namespace wpk {
 
 namespace {
 
-/// False when there is a text but no memory for its copy.
-bool CopyText(std::string_view text, CountedText& copy) {
-    copy = CountedText(text);
-    return copy.Length() == text.size();
+std::string_view ViewOf(const char* text) {
+    return text ? std::string_view(text) : std::string_view();
 }
 
+/// False when there is a text but no memory for its copy.
 bool CopyText(const char* text, CountedText& copy) {
-    return CopyText(text ? std::string_view(text) : std::string_view(), copy);
+    const std::string_view view = ViewOf(text);
+    copy = CountedText(view);
+    return copy.Length() == view.size();
+}
+
+/// False, with `credentials` as they were, when there is no memory for the copies.
+bool CopyTexts(std::string_view user, std::string_view password, Credentials& credentials) {
+    Credentials copy{TextBuffer::CopyOf(user), TextBuffer::CopyOf(password)};
+    if (!copy.user.IsWhole() || !copy.password.IsWhole()) return false;
+    credentials = std::move(copy);
+    return true;
 }
 
 }  // namespace
 
 bool Credentials::CopyFrom(const Credentials& other) {
-    Credentials copy;
-    if (!CopyText(other.user.View(), copy.user) || !CopyText(other.password.View(), copy.password)) return false;
-    *this = std::move(copy);
-    return true;
+    return CopyTexts(other.user.View(), other.password.View(), *this);
 }
 
 bool Settings::CopyFrom(const WPK_INITSTRUCT& record) {
@@ -36,8 +42,8 @@ bool Settings::CopyFrom(const WPK_INITSTRUCT& record) {
     userData_ = record.lpUserData;
     behindProxy_ = record.bBehindProxy;
     proxyPort_ = record.nProxyPort;
-    return CopyText(record.lpszProxyServer, proxyServer_) && CopyText(record.lpszProxyUser, credentials_.user) &&
-           CopyText(record.lpszProxyPassword, credentials_.password);
+    return CopyText(record.lpszProxyServer, proxyServer_) &&
+           CopyTexts(ViewOf(record.lpszProxyUser), ViewOf(record.lpszProxyPassword), credentials_);
 }
 
 void Settings::Forget() {

@@ -8,33 +8,36 @@
 
 #include "threadlib/counted_text.h"
 #include "threadlib/semaphore.h"
+#include "transport/text_buffer.h"
 #include "wpk/wpk.h"
 
 namespace wpk {
 
 struct Credentials {
-    CountedText user;
-    CountedText password;
+    TextBuffer user;
+    TextBuffer password;
 
-    bool Empty() const { return user.Empty() && password.Empty(); }
-
-    /// Takes copies of the other ones' texts. False for want of memory: then it keeps its own.
+    /// Takes copies of the other ones' texts. False if memory runs out: then it keeps its own.
     bool CopyFrom(const Credentials& other);
 };
 
 /// The library's copy of the initialisation record. Written by the start-up alone, before any request runs; only the
-/// proxy credentials change later, and they have a lock of their own.
+/// proxy credentials change later. They have a lock of their own: one request replaces them while others copy them, and
+/// none may see a text that is freed or half written.
 class Settings {
 public:
     /// False when the system could not make the lock of the credentials: nothing below keeps threads apart then.
     bool HasLock() const { return static_cast<bool>(credentialsLock_); }
 
-    /// Copies the record and its texts. False for want of memory.
+    /// Copies the record and its texts. False if memory runs out.
     bool CopyFrom(const WPK_INITSTRUCT& record);
 
     /// Undoes what a start-up that failed must not leave behind: the texts and the record's first two words.
     void Forget();
 
+    /// Kept, not used.
+    WPK_INT64 Reserved() const { return reserved_; }
+    void* Instance() const { return instance_; }
     WPK_INT64 ConnectionType() const { return connectionType_; }
     WPK_CALLBACK DefaultCallback() const { return callback_; }
     void* DefaultUserData() const { return userData_; }
@@ -42,10 +45,10 @@ public:
     const CountedText& ProxyServer() const { return proxyServer_; }
     uint32_t ProxyPort() const { return static_cast<uint32_t>(proxyPort_); }
 
-    /// Copies the credentials now in force. False for want of memory. From any thread.
+    /// Copies the credentials now in force. False if memory runs out. From any thread.
     bool CopyProxyCredentials(Credentials& copy) const;
 
-    /// Puts other ones in force for all later requests; the latest caller wins. False for want of memory: then the old
+    /// Puts other ones in force for all later requests; the latest caller wins. False if memory runs out: then the old
     /// ones stay in force. From any thread.
     bool ReplaceProxyCredentials(const Credentials& credentials);
 
@@ -64,11 +67,12 @@ private:
 
 /// All that an exchange needs of the process it runs in.
 struct TransportState {
-    Settings settings;
     /// 1 while the network is usable.
     std::atomic<uint32_t> connectionStatus{0};
-    /// Where large replies are spooled: ends in a separator, or is empty for the current directory.
-    CountedText tempDirectory;
+    Settings settings;
+    /// Where large replies are spooled: ends in a separator, or is empty for the current directory. Set before any
+    /// request runs.
+    const CountedText* tempDirectory = nullptr;
 };
 
 }  // namespace wpk

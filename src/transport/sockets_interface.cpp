@@ -98,7 +98,7 @@ void SocketsUse::End() {
 }
 
 bool SocketsUse::Lost() const {
-    return networkNumber_ != networkNumber;
+    return begun_ && networkNumber_ != networkNumber;
 }
 
 }  // namespace wpk

@@ -6,8 +6,9 @@
 // that are open: until the last one is closed, by the thread it belongs to, the interface stays as it is. What
 // changes at once is that all of them count as lost, which their threads notice within the step of their waits.
 //
-// Requests do not start without the network, so a clean-up that has to wait does so for one such step, or for as long
-// as an application's callback keeps a request.
+// Requests do not start without the network, and one that has lost it closes its socket before the application is told.
+// So a clean-up that has to wait does so for one such step, or until a callback returns that tells progress or a reply,
+// or asks for credentials.
 #ifndef WPK_TRANSPORT_SOCKETS_INTERFACE_H
 #define WPK_TRANSPORT_SOCKETS_INTERFACE_H
 
@@ -36,7 +37,7 @@ public:
     void Begin();
     void End();
 
-    /// True as soon as the network has gone once since Begin.
+    /// True as soon as the network has gone once since Begin, until End.
     bool Lost() const;
 
 private:

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "transport/tagged_data.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -15,6 +16,8 @@ namespace {
 constexpr uint32_t kLengthSize = 4;
 constexpr uint32_t kEntryOverhead = 2 * kLengthSize;
 constexpr uint64_t kMaxTotal = std::numeric_limits<uint32_t>::max();
+/// The usual number, for which memory is asked once.
+constexpr size_t kEntriesOfARequest = 3;
 
 // Memory that is about to be overwritten whole, so it is not cleared first; null when there is none.
 std::unique_ptr<unsigned char[]> Allocate(uint32_t size) noexcept {
@@ -45,7 +48,7 @@ int TaggedData::Add(std::string_view key, const void* value, uint32_t length) no
     if (size > kMaxTotal - totalLength_) return 0;
 
     Bytes encoded = Allocate(static_cast<uint32_t>(size));
-    if (!encoded) return 0;
+    if (!encoded || !MakeRoom()) return 0;
     const auto keyLength = static_cast<uint32_t>(key.size());
     unsigned char* end = PutLength(encoded.get(), keyLength);
     end = PutBytes(end, key.data(), keyLength);
@@ -53,11 +56,7 @@ int TaggedData::Add(std::string_view key, const void* value, uint32_t length) no
     PutBytes(end, value, length);
 
     const unsigned char* const start = encoded.get();
-    try {
-        entries_.push_back({std::move(encoded), start, keyLength, length});
-    } catch (const std::bad_alloc&) {
-        return 0;
-    }
+    entries_[count_++] = {std::move(encoded), start, keyLength, length};
     totalLength_ += static_cast<uint32_t>(size);
     isJoined_ = false;
     return 1;
@@ -69,7 +68,8 @@ int TaggedData::Join() noexcept {
     if (!all) return 0;
 
     unsigned char* next = all.get();
-    for (Entry& entry : entries_) {
+    for (size_t i = 0; i < count_; ++i) {
+        Entry& entry = entries_[i];
         unsigned char* const start = next;
         next = PutBytes(next, entry.encoded, kEntryOverhead + entry.keyLength + entry.valueLength);
         entry.encoded = start;
@@ -94,8 +94,20 @@ std::string_view TaggedData::Joined() const noexcept {
     return isJoined_ ? ViewOf(joined_.get(), totalLength_) : std::string_view{};
 }
 
+/// Room for one more entry. False when there is no memory for it.
+bool TaggedData::MakeRoom() noexcept {
+    if (count_ < room_) return true;
+    const size_t room = std::max(2 * room_, kEntriesOfARequest);
+    std::unique_ptr<Entry[]> entries(new (std::nothrow) Entry[room]);
+    if (!entries) return false;
+    std::move(entries_.get(), entries_.get() + count_, entries.get());
+    entries_ = std::move(entries);
+    room_ = room;
+    return true;
+}
+
 bool TaggedData::HasKey(std::string_view key) const noexcept {
-    for (size_t i = 0; i < entries_.size(); ++i) {
+    for (size_t i = 0; i < count_; ++i) {
         const bool same = keys_ == Keys::kCaseSensitive ? Key(i) == key : EqualsIgnoreCase(Key(i), key);
         if (same) return true;
     }

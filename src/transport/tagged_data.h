@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
-#include <vector>
 
 namespace wpk {
 
@@ -33,7 +32,7 @@ public:
     /// then nothing has changed.
     int Join() noexcept;
 
-    size_t Count() const noexcept { return entries_.size(); }
+    size_t Count() const noexcept { return count_; }
     std::string_view Key(size_t index) const noexcept;
     std::string_view Value(size_t index) const noexcept;
 
@@ -48,15 +47,19 @@ private:
 
     struct Entry {
         Bytes own;  // null once the entry lives in the joined buffer
-        const unsigned char* encoded;
-        uint32_t keyLength;
-        uint32_t valueLength;
+        const unsigned char* encoded = nullptr;
+        uint32_t keyLength = 0;
+        uint32_t valueLength = 0;
     };
 
     bool HasKey(std::string_view key) const noexcept;
+    bool MakeRoom() noexcept;
 
     Keys keys_;
-    std::vector<Entry> entries_;
+    /// No vector, which throws if memory runs out.
+    std::unique_ptr<Entry[]> entries_;
+    size_t count_ = 0;
+    size_t room_ = 0;
     uint32_t totalLength_ = 0;
     Bytes joined_;
     bool isJoined_ = true;

@@ -140,9 +140,13 @@ bool ModulePinned(std::string_view name);
 void AddHost(std::string_view name, std::string_view dotted_address);
 
 /// Time-outs and sleeps pass, and the tick counts run, so many times faster; thirty seconds become 300 ms at 100. Waits
-/// of select may keep another pace: how often they are repeated would depend on the speed of the machine.
+/// of select may keep another pace, together with the tick counts that measure them: how often they are repeated would
+/// depend on the speed of the machine.
 void SpeedUp(uint32_t factor);
 void SpeedUp(uint32_t factor, uint32_t select_factor);
+/// The longest time that a wait has been asked for since Reset, in milliseconds; waits for an object without limit
+/// aside.
+uint32_t LongestWait();
 
 }  // namespace wpk::host
 

@@ -253,14 +253,22 @@ TEST(ProxyCredentials, AskedForWithALargePage_BringNoProgressAndNoFile) {
     EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
-// The callback waits until the cancel has been carried out, then asks for another round: none may come.
-TEST(ProxyCredentials, CancelledWhileTheApplicationIsAsked_EndTheRequest) {
+// The callback waits until the cancel has been carried out, then asks for another round: none may come. The final one
+// waits until the proxy has seen the end of the connection.
+TEST(ProxyCredentials, CancelledWhileTheApplicationIsAsked_EndTheRequestAndCloseItsConnectionFirst) {
     for (const unsigned int retry : {0u, 1u}) {
         SCOPED_TRACE(retry);
-        Peer proxy(AnswerInTurn({kAsk}));
+        Signal closed;
+        bool closed_first = false;
+        Peer proxy([&](Connection& connection) {
+            connection.ReadRequest();
+            connection.Send(kAsk);
+            if (connection.WaitForEnd()) closed.Set();
+        });
         const Proxied proxied(proxy.port(), nullptr, nullptr);
         const auto request = ToNowhere();
         request->inbox.inside = [&](WPK_CALLBACKSTRUCT& record) {
+            if (record.nReason == WPK_REASON_FAILURE) closed_first = closed.Wait();
             if (record.nReason != WPK_REASON_CREDENTIALS) return;
             const std::set<DWORD> before = ThreadIds();
             proxied.library.Cancel(GetCurrentThreadId());
@@ -268,6 +276,8 @@ TEST(ProxyCredentials, CancelledWhileTheApplicationIsAsked_EndTheRequest) {
             record.body.credentials.bRetry = retry;
         };
         RunAndExpectFailure(proxied.library, *request, WPK_ERROR_CANCELLED);
+        EXPECT_TRUE(closed_first);
+        EXPECT_EQ(proxy.Connections(), 1u);
     }
 }
 

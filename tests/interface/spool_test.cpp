@@ -78,6 +78,55 @@ TEST(Spool, ReplyOf10241Bytes_GoesThroughAFileNamedAfterTheThread) {
     EXPECT_TRUE(SpoolFiles().empty()) << "the file outlived its request";
 }
 
+// What the library asks for when it makes its file. One request at a time runs.
+struct FileCalls {
+    DWORD access = 0;
+    DWORD share = 0xFFFFFFFF;
+    DWORD disposition = 0;
+    DWORD flags = 0;
+    bool other_times = true;
+    ULONGLONG written = 0;
+};
+FileCalls file_calls;
+
+HANDLE WINAPI NoteFile(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
+                       DWORD flags, HANDLE pattern) {
+    file_calls.access = access;
+    file_calls.share = share;
+    file_calls.disposition = disposition;
+    file_calls.flags = flags;
+    return CreateFileA(name, access, share, security, disposition, flags, pattern);
+}
+
+ULONGLONG TicksOf(const FILETIME& time) {
+    return static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+}
+
+BOOL WINAPI NoteTime(HANDLE file, const FILETIME* created, const FILETIME* accessed, const FILETIME* written) {
+    file_calls.other_times = created || accessed;
+    if (written) file_calls.written = TicksOf(*written);
+    return SetFileTime(file, created, accessed, written);
+}
+
+TEST(Spool, File_IsMadeAsNewSharedWithNobodyFollowsNoLinkAndGetsTheTimeOfItsMaking) {
+    file_calls = FileCalls();
+    const ImportPatch make(TheLibrary().module(), "CreateFileA", AddressOf(&NoteFile));
+    const ImportPatch time(TheLibrary().module(), "SetFileTime", AddressOf(&NoteTime));
+    ASSERT_TRUE(make.Found() && time.Found());
+    FILETIME begin, end;
+    GetSystemTimeAsFileTime(&begin);
+    Spool(kSpooled);
+    GetSystemTimeAsFileTime(&end);
+    EXPECT_EQ(file_calls.access, GENERIC_READ | GENERIC_WRITE);
+    EXPECT_EQ(file_calls.share, 0u);
+    EXPECT_EQ(file_calls.disposition, static_cast<DWORD>(CREATE_NEW));
+    EXPECT_EQ(file_calls.flags, static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN |
+                                                   FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT));
+    EXPECT_FALSE(file_calls.other_times);
+    EXPECT_GE(file_calls.written, TicksOf(begin));
+    EXPECT_LE(file_calls.written, TicksOf(end));
+}
+
 TEST(Spool, NameThatExists_IsLeftAloneAndTheNextOneIsTaken) {
     std::string base;
     const Sighting sighting = Spool(kSpooled, [&](unsigned int handle) {

@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <memory>
+#include <new>
 
 namespace wpk::rig {
 namespace {
@@ -34,8 +36,10 @@ const Started& WithoutNetwork() {
     return started;
 }
 
-TEST(SendRecord, BuiltByItsConstructor_IsZeroExceptForPort80) {
-    const WPK_SENDSTRUCT record;
+TEST(SendRecord, BuiltByItsConstructorOverForeignBytes_IsZeroExceptForPort80) {
+    alignas(WPK_SENDSTRUCT) unsigned char memory[sizeof(WPK_SENDSTRUCT)];
+    std::memset(memory, 0xAA, sizeof memory);
+    const WPK_SENDSTRUCT& record = *new (memory) WPK_SENDSTRUCT;
     EXPECT_EQ(record.reserved, 0u);
     EXPECT_EQ(record.nPort, 80u);
     EXPECT_EQ(record.lpszServer, nullptr);
@@ -44,6 +48,7 @@ TEST(SendRecord, BuiltByItsConstructor_IsZeroExceptForPort80) {
     EXPECT_EQ(record.lpUserData, nullptr);
     EXPECT_EQ(record.lpData, nullptr);
     EXPECT_EQ(record.dwDataLength, 0u);
+    record.~WPK_SENDSTRUCT();
 }
 
 TEST(Send, OfNull_ReturnsZero) {

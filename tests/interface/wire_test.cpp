@@ -1,10 +1,13 @@
 // What a request puts on the wire, byte for byte.
 // SPDX-License-Identifier: MIT
+#include "interface/rig/import_patch.h"
 #include "interface/rig/peer.h"
 #include "interface/rig/request.h"
 #include "interface/rig/wire.h"
 
 #include <gtest/gtest.h>
+
+#include <cstring>
 
 namespace wpk::rig {
 namespace {
@@ -112,6 +115,79 @@ TEST(WireFormat, EveryRequest_TravelsOnAConnectionOfItsOwn) {
         RunAndExpectReply(TheLibrary(), request, "ok");
     }
     EXPECT_EQ(peer.Connections(), 3u);
+}
+
+// What the library asks of its socket, in order. Not under a lock: one request at a time runs.
+struct SocketCalls {
+    std::vector<std::string> order;
+    std::vector<int> sent;
+    int oob_inline = -1;
+};
+SocketCalls calls;
+
+int WSAAPI NoteOption(SOCKET socket, int level, int option, const char* value, int length) {
+    if (level == SOL_SOCKET && option == SO_OOBINLINE) std::memcpy(&calls.oob_inline, value, sizeof(int));
+    calls.order.emplace_back("setsockopt");
+    return setsockopt(socket, level, option, value, length);
+}
+
+int WSAAPI NoteSelect(int count, fd_set* readable, fd_set* writable, fd_set* failed, timeval* limit) {
+    const int ready = select(count, readable, writable, failed, limit);
+    calls.order.emplace_back(ready > 0 ? "ready" : "not yet");
+    return ready;
+}
+
+int WSAAPI NoteSend(SOCKET socket, const char* bytes, int length, int flags) {
+    calls.order.emplace_back("send");
+    calls.sent.push_back(length);
+    return send(socket, bytes, length, flags);
+}
+
+int WSAAPI NoteReceive(SOCKET socket, char* bytes, int length, int flags) {
+    calls.order.emplace_back("recv");
+    return recv(socket, bytes, length, flags);
+}
+
+TEST(SocketCalls, SendLineHeadersEmptyLineAndBodyInPiecesEachAfterALookForRoom) {
+    calls = SocketCalls();
+    const ImportPatch patches[] = {{TheLibrary().module(), "setsockopt", AddressOf(&NoteOption)},
+                                   {TheLibrary().module(), "select", AddressOf(&NoteSelect)},
+                                   {TheLibrary().module(), "send", AddressOf(&NoteSend)},
+                                   {TheLibrary().module(), "recv", AddressOf(&NoteReceive)}};
+    for (const ImportPatch& patch : patches) ASSERT_TRUE(patch.Found());
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port(), Pattern(10000));
+    RunAndExpectReply(TheLibrary(), request, "ok");
+
+    ExpectedRequest expected;
+    expected.port = peer.port();
+    expected.data = request.message();
+    const std::string head = expected.Head();
+    const int line = static_cast<int>(head.find("\r\n") + 2);
+    const int headers = static_cast<int>(head.size()) - line - 2;
+    const int body = static_cast<int>(expected.Body().size());
+    EXPECT_EQ(calls.sent, (std::vector<int>{line, headers, 2, 4096, 4096, body - 2 * 4096}));
+    EXPECT_EQ(calls.oob_inline, 0);
+    for (size_t i = 1; i < calls.order.size(); ++i) {
+        const bool transfers = calls.order[i] == "send" || calls.order[i] == "recv";
+        EXPECT_TRUE(!transfers || calls.order[i - 1] == "ready") << i;
+    }
+}
+
+WORD version_asked_for;
+
+int WSAAPI NoteVersion(WORD version, LPWSADATA data) {
+    version_asked_for = version;
+    return WSAStartup(version, data);
+}
+
+TEST(SocketCalls, StartTheInterfaceInVersion1Point1) {
+    const Library library = Library::LoadFresh();
+    const ImportPatch patch(library.module(), "WSAStartup", AddressOf(&NoteVersion));
+    ASSERT_TRUE(patch.Found());
+    const WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);
+    ASSERT_EQ(library.Init(&settings), 1);
+    EXPECT_EQ(version_asked_for, MAKEWORD(1, 1));
 }
 
 TEST(WireFormat, AfterTheReply_TheConnectionIsClosedByTheLibrary) {

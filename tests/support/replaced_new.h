@@ -3,6 +3,7 @@
 #ifndef WPK_TESTS_SUPPORT_REPLACED_NEW_H
 #define WPK_TESTS_SUPPORT_REPLACED_NEW_H
 
+#include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
@@ -11,6 +12,14 @@ namespace wpk::test {
 
 /// Whether an allocation of that size is to fail now. Defined by the program, which may not allocate there.
 bool RefuseAllocation(std::size_t size) noexcept;
+
+/// Shown every block that is about to be freed, when it is set.
+inline std::atomic<void (*)(void* memory) noexcept> watchFree{nullptr};
+
+inline void FreeWatched(void* memory) noexcept {
+    if (const auto watch = watchFree.load(std::memory_order_relaxed); watch && memory) watch(memory);
+    std::free(memory);
+}
 
 inline void* AllocateOrNull(std::size_t size) noexcept {
     return RefuseAllocation(size) ? nullptr : std::malloc(size == 0 ? 1 : size);
@@ -37,16 +46,16 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     return wpk::test::AllocateOrNull(size);
 }
 void operator delete(void* memory) noexcept {
-    std::free(memory);
+    wpk::test::FreeWatched(memory);
 }
 void operator delete[](void* memory) noexcept {
-    std::free(memory);
+    wpk::test::FreeWatched(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    wpk::test::FreeWatched(memory);
 }
 void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
+    wpk::test::FreeWatched(memory);
 }
 
 #endif  // WPK_TESTS_SUPPORT_REPLACED_NEW_H

@@ -180,12 +180,14 @@ void Run(const Script& script) {
     TransportState state;
     Require(state.settings.CopyFrom(SettingsOf(script)), "the settings are copied");
     state.connectionStatus = 1;
-    state.tempDirectory = CountedText(spool_folder.Path());
+    const CountedText spool_path(spool_folder.Path());
+    state.tempDirectory = &spool_path;
 
-    PendingRequest request;
-    const auto cancel = [&request] {
-        request.connection.Cancel();
-        request.cancelSignal.Set();
+    Connection connection;
+    const Semaphore cancel_semaphore(SemaphoreKind::kSignal);
+    const auto cancel = [&] {
+        connection.Cancel();
+        cancel_semaphore.Signal();
     };
     Application application(script, expected, cancel);
     WPK_SENDSTRUCT message;
@@ -198,8 +200,8 @@ void Run(const Script& script) {
     message.dwDataLength = static_cast<uint32_t>(script.message.size());
 
     const ScriptedNetwork network(script, cancel);
-    const uint32_t delivered = RunExchange(&message, request, state);
-    request.connection.Close();
+    const uint32_t delivered = RunExchange(&message, &connection, &cancel_semaphore, state);
+    connection.Close();
 
     application.CheckAllCame();
     Require(delivered == (expected.error == 0 && !application.Cancelled() ? 1U : 0U),

@@ -19,6 +19,7 @@ using Kind = Event::Kind;
 constexpr uint32_t kPatienceMs = 100000;
 
 ScriptedNetwork* current = nullptr;
+uint64_t clock_ms = 0;
 
 }  // namespace
 
@@ -52,6 +53,20 @@ ScriptedNetwork::ScriptedNetwork(const Script& script, std::function<void()> can
 
 ScriptedNetwork::~ScriptedNetwork() {
     current = nullptr;
+}
+
+uint64_t ScriptedNetwork::Clock() {
+    return clock_ms;
+}
+
+bool ScriptedNetwork::PassPauses(Course& course, uint32_t& milliseconds) {
+    while (course.At(Kind::kPause)) {
+        const uint32_t left = course.Wait(milliseconds);
+        clock_ms += milliseconds - left;
+        milliseconds = left;
+        if (milliseconds == 0) return false;
+    }
+    return true;
 }
 
 ScriptedNetwork& ScriptedNetwork::Current() {
@@ -126,16 +141,14 @@ bool ScriptedNetwork::AtEnd() const {
 
 int ScriptedNetwork::SelectReadable(uintptr_t socket, uint32_t milliseconds) {
     Use(socket);
-    while (receives_.At(Kind::kPause)) {
-        milliseconds = receives_.Wait(milliseconds);
-        if (milliseconds == 0) return 0;
-    }
+    if (!PassPauses(receives_, milliseconds)) return 0;
     if (receives_.At(Kind::kCancel) || (receives_.At(Kind::kLateCancel) && reply_.empty())) {
         receives_.Skip();
         Cancel();
         return 0;
     }
     if (!AtEnd() || !script_.stays_open) return 1;
+    clock_ms += milliseconds;
     open_for_ += milliseconds;
     if (open_for_ >= kPatienceMs) Cancel();
     return 0;
@@ -144,10 +157,7 @@ int ScriptedNetwork::SelectReadable(uintptr_t socket, uint32_t milliseconds) {
 int ScriptedNetwork::SelectWritable(uintptr_t socket, uint32_t milliseconds) {
     Use(socket);
     if (!connected_) return SelectConnected();
-    while (sends_.At(Kind::kPause)) {
-        milliseconds = sends_.Wait(milliseconds);
-        if (milliseconds == 0) return 0;
-    }
+    if (!PassPauses(sends_, milliseconds)) return 0;
     if (!sends_.At(Kind::kCancel)) return 1;
     sends_.Skip();
     Cancel();
@@ -178,8 +188,7 @@ int ScriptedNetwork::Receive(uintptr_t socket, char* bytes, size_t length) {
         receives_.SkipAll();
     }
     const bool waits = receives_.Room() == 0 || (AtEnd() && script_.stays_open);
-    Require(!waits || !blocking_, "a receive that blocks has found something to receive");
-    if (waits) return -WSAEWOULDBLOCK;
+    Require(!waits && blocking_, "a receive blocks, so there is something to receive");
     const size_t given = std::min({length, receives_.Room(), reply_.size()});
     if (given == 0) return 0;
     std::memcpy(bytes, reply_.data(), given);

@@ -50,6 +50,8 @@ public:
 
     static ScriptedNetwork& Current();
     static bool AnyOpen();
+    /// Milliseconds that have been waited for.
+    static uint64_t Clock();
 
     // As the calls of the interface; results below 0 are a WSA code with a minus.
 
@@ -71,6 +73,8 @@ private:
     void Connected();
     bool AtEnd() const;
     int SelectConnected();
+    /// Lets a pause of the course pass, if it is in one: false when it goes on.
+    static bool PassPauses(Course& course, uint32_t& milliseconds);
 
     const Script& script_;
     const std::function<void()> cancel_;

@@ -1,6 +1,5 @@
-// Windows Sockets 1.1 over the scripted network, in the place of the stand-in's. The linker takes the stand-in's out of
-// its library only where nobody else has these functions.
-// SPDX-License-Identifier: MIT
+// Windows Sockets 1.1 over the scripted network, and its clock, in the place of the stand-in's. The linker takes the
+// stand-in's out of its library only where nobody else has these functions. SPDX-License-Identifier: MIT
 #include <cstring>
 
 #include "fuzz/exchange/scripted_network.h"
@@ -37,6 +36,14 @@ int64_t LiveSockets() {
 }
 
 }  // namespace wpk::host
+
+DWORD GetTickCount() {
+    return static_cast<DWORD>(ScriptedNetwork::Clock());
+}
+
+ULONGLONG GetTickCount64() {
+    return ScriptedNetwork::Clock();
+}
 
 int WSAStartup(WORD, LPWSADATA) {
     return 0;

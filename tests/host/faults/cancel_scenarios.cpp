@@ -13,13 +13,17 @@ namespace wpk::host {
 
 namespace {
 
-/// On the thread that carries a request, whose id is the request's handle.
+/// The front desk, and the thread that carries the request.
+constexpr int64_t kThreadsOfOneRequest = 2;
+
+/// On the thread that carries a request, whose id is the request's handle. Waits for the thread of the cancel, so that
+/// the request goes on with the cancel carried out, or failed.
 void CancelOwn() {
     CancelRequest(GetCurrentThreadId());
+    EXPECT_TRUE(AwaitThat([] { return CountLive().threads <= kThreadsOfOneRequest; }));
 }
 
-/// Cancels the request right before a use of a call, unless a fault keeps that use from coming. The cancel goes on by
-/// itself after that, so the request must not come to an end without it.
+/// Cancels the request right before a use of a call, unless a fault keeps that use from coming.
 void SendCancelledBefore(Stage& stage, Request& request, const char* call, uint64_t nth) {
     RunBefore(call, nth, CancelOwn);
     if (request.Send() != 0) stage.AwaitQuietOrWaiting(request);

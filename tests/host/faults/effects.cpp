@@ -24,8 +24,8 @@ const Effect kEffects[] = {
     // The start, in scenarios that make it a part of the play.
     {"GetModuleHandleExA", {kRefused}},
     {"OpenThread", {kRefused}},
-    // Without a thread, or what one needs, no request begins.
-    {"CreateSemaphoreA", {kRefused}},
+    // Without a thread, or what one needs, no request begins; a connection needs a semaphore, too.
+    {"CreateSemaphoreA", {kRefused, WPK_ERROR_CONNECT}},
     {"_beginthreadex", {kRefused}},
     {"ResumeThread", {kRefused}},
     {"operator_new", {kRefused, WPK_ERROR_EXCHANGE}},
@@ -43,6 +43,7 @@ const Effect kEffects[] = {
     {"CreateFileA", {WPK_ERROR_EXCHANGE}},
     {"SetFilePointer", {WPK_ERROR_EXCHANGE}},
     {"SetEndOfFile", {WPK_ERROR_EXCHANGE}},
+    {"WriteFile", {WPK_ERROR_EXCHANGE}},
     {"CreateFileMappingA", {WPK_ERROR_EXCHANGE}},
     {"MapViewOfFile", {WPK_ERROR_EXCHANGE}},
 };

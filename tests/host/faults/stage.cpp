@@ -36,7 +36,7 @@ Stage::Stage() {
     };
     settings.lpUserData = this;
     // The folder of this process alone: several run at a time, and what stays in it is seen.
-    theGlobalObject.transport.tempDirectory = CountedText("./");
+    theGlobalObject.transport.tempDirectory = &temp_directory_;
 }
 
 Request& Stage::Make(const char* service, std::string data) {

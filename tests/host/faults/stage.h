@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/scene.h"
+#include "threadlib/counted_text.h"
 
 namespace wpk::host {
 
@@ -55,6 +56,7 @@ private:
     void DialAgain();
 
     std::vector<std::unique_ptr<Request>> requests_;
+    const CountedText temp_directory_{"./"};
 };
 
 }  // namespace wpk::host

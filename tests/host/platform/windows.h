@@ -192,6 +192,7 @@ BOOL DeregisterEventSource(HANDLE source);
 #define OPEN_ALWAYS 4u
 #define FILE_ATTRIBUTE_NORMAL 0x00000080u
 #define FILE_ATTRIBUTE_TEMPORARY 0x00000100u
+#define FILE_FLAG_OPEN_REPARSE_POINT 0x00200000u
 #define FILE_FLAG_DELETE_ON_CLOSE 0x04000000u
 #define FILE_FLAG_SEQUENTIAL_SCAN 0x08000000u
 #define FILE_BEGIN 0u
@@ -211,6 +212,8 @@ BOOL DeleteFileA(LPCSTR name);
 DWORD SetFilePointer(HANDLE file, LONG distance_low, PLONG distance_high, DWORD method);
 BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGER position, DWORD method);
 BOOL SetEndOfFile(HANDLE file);
+typedef struct _OVERLAPPED OVERLAPPED, *LPOVERLAPPED;
+BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED overlapped);
 BOOL SetFileTime(HANDLE file, const FILETIME* created, const FILETIME* accessed, const FILETIME* written);
 DWORD GetFileSize(HANDLE file, LPDWORD size_high);
 BOOL GetFileSizeEx(HANDLE file, PLARGE_INTEGER size);

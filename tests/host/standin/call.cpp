@@ -89,6 +89,15 @@ uint32_t CountUse(Call call) {
     return error;
 }
 
+std::atomic<uint32_t> longest_wait{0};
+
+void NoteWait(double milliseconds) {
+    const auto asked = static_cast<uint32_t>(milliseconds);
+    if (asked == INFINITE) return;
+    uint32_t longest = longest_wait.load(std::memory_order_relaxed);
+    while (asked > longest && !longest_wait.compare_exchange_weak(longest, asked, std::memory_order_relaxed)) continue;
+}
+
 thread_local Code running_code = Code::kTest;
 
 }  // namespace
@@ -125,22 +134,25 @@ void RecordMisuse(std::string text) {
 }
 
 double RealMilliseconds(double milliseconds) {
+    NoteWait(milliseconds);
     return milliseconds / speed.load(std::memory_order_relaxed);
 }
 
 double RealSelectMilliseconds(double milliseconds) {
+    NoteWait(milliseconds);
     return milliseconds / select_speed.load(std::memory_order_relaxed);
 }
 
 uint64_t Ticks() {
     using namespace std::chrono;
     const auto now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-    return static_cast<uint64_t>(now) * speed.load(std::memory_order_relaxed);
+    return static_cast<uint64_t>(now) * select_speed.load(std::memory_order_relaxed);
 }
 
 void ResetCalls() {
     ClearFaults();
     SpeedUp(1);
+    longest_wait.store(0);
     ClearActions();
     Rare& rare = TheRare();
     const std::lock_guard lock(rare.mutex);
@@ -203,6 +215,10 @@ std::vector<std::string> Misuses() {
     Rare& rare = TheRare();
     const std::lock_guard lock(rare.mutex);
     return rare.misuses;
+}
+
+uint32_t LongestWait() {
+    return longest_wait.load();
 }
 
 void SpeedUp(uint32_t factor) {

@@ -40,6 +40,7 @@ namespace wpk::host {
     X(SetFilePointer, 87)         \
     X(SetFilePointerEx, 87)       \
     X(SetEndOfFile, 112)          \
+    X(WriteFile, 112)             \
     X(SetFileTime, 5)             \
     X(GetFileSize, 6)             \
     X(GetFileSizeEx, 6)           \

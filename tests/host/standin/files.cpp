@@ -83,6 +83,19 @@ BOOL SetEndOfFile(HANDLE handle) {
     return ftruncate(file->Descriptor(), end) == 0 ? TRUE : Refuse(FileErrorOf(errno), FALSE);
 }
 
+BOOL WriteFile(HANDLE handle, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED) {
+    const CallScope call(Call::kWriteFile);
+    *written = 0;
+    if (call.Fails()) return FALSE;
+    const auto file = Use<File>("WriteFile", handle, Kind::kFile);
+    if (!file) return FALSE;
+    if (!file->Has(GENERIC_WRITE)) return Refuse(ERROR_ACCESS_DENIED, FALSE);
+    const ssize_t done = write(file->Descriptor(), bytes, size);
+    if (done < 0) return Refuse(FileErrorOf(errno), FALSE);
+    *written = static_cast<DWORD>(done);
+    return TRUE;
+}
+
 BOOL SetFileTime(HANDLE handle, const FILETIME*, const FILETIME* accessed, const FILETIME* written) {
     const CallScope call(Call::kSetFileTime);
     if (call.Fails()) return FALSE;

@@ -95,16 +95,6 @@ void Sleep(DWORD milliseconds) {
     std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(wpk::host::RealMilliseconds(milliseconds)));
 }
 
-DWORD GetTickCount() {
-    const CallScope call(Call::kGetTickCount);
-    return static_cast<DWORD>(wpk::host::Ticks());
-}
-
-ULONGLONG GetTickCount64() {
-    const CallScope call(Call::kGetTickCount64);
-    return wpk::host::Ticks();
-}
-
 HANDLE GetCurrentProcess() {
     const CallScope call(Call::kGetCurrentProcess);
     return kThisProcess;

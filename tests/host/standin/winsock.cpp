@@ -41,7 +41,8 @@ using namespace wpk::host;
 int WSAStartup(WORD version, LPWSADATA data) {
     const CallScope call(Call::kWSAStartup);
     if (call.Fails()) return static_cast<int>(call.Error());
-    if (version == 0) return WSAVERNOTSUPPORTED;
+    // The version whose calls are played here.
+    if (version != MAKEWORD(1, 1)) return WSAVERNOTSUPPORTED;
     *data = {};
     data->wVersion = version;
     data->wHighVersion = MAKEWORD(2, 2);
@@ -81,8 +82,10 @@ int wpk_host_setsockopt(SOCKET socket, int level, int option, const char* value,
     const SocketUse use("setsockopt", socket);
     if (!use) return SOCKET_ERROR;
     if (!value || length < 4) return RefuseSocket(WSAEFAULT);
-    // What the library sets is the only option there is.
-    return level == 0xffff && option == 0x0100 ? 0 : RefuseSocket(WSAENOPROTOOPT);
+    // What the library sets is the only option there is, with the only value.
+    int on = 1;
+    std::memcpy(&on, value, sizeof on);
+    return level == 0xffff && option == 0x0100 && on == 0 ? 0 : RefuseSocket(WSAENOPROTOOPT);
 }
 
 // Only for sockets: no other handle of the library's begins its life inheritable. Here no program inherits any.

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <vector>
 
 #include "support/lib_thread.h"
@@ -32,6 +33,16 @@ void OnNotificationThrow(WPK_CALLBACKSTRUCT* notification) {
     static_cast<Log*>(notification->lpUserData)->ended.Signal();
     throw 1;
 }
+
+/// Lets a test look behind the commands.
+class TestedService : public NetOutboundService {
+public:
+    using NetOutboundService::NetOutboundService;
+
+    using NetOutboundService::Manager_ShutDown;
+    using NetOutboundService::Manager_StartUp;
+    using NetOutboundService::ProcessRequest;
+};
 
 class NetOutboundServiceTest : public test::ThreadLayer {
 protected:
@@ -63,9 +74,53 @@ protected:
     NetOutboundService service{state};
 };
 
-TEST_F(NetOutboundServiceTest, AnUnknownCommandIsAnsweredZero) {
+TEST_F(NetOutboundServiceTest, AnUnknownCommandIsAnsweredZeroAndHarmsNoLaterOne) {
     EXPECT_EQ(service.Post(uint64_t{104}), 0u);
     EXPECT_EQ(service.Post(uint64_t{2}), 0u);
+    EXPECT_EQ(service.Post(uint64_t{kCommandCancel}, uint64_t{0xFFFFFFFC}), 1u);
+    EXPECT_NE(Send(nullptr), 0u);
+    defaultLog.ended.Wait();
+}
+
+TEST_F(NetOutboundServiceTest, WithoutATableEveryCommandIsAnsweredAndNoneDoesAnything) {
+    // Nobody waits for its answers: it has no front desk.
+    TestedService notStarted(state);
+    const uint64_t send[] = {kCommandSend, 0};
+    const uint64_t cancel[] = {kCommandCancel, 4};
+    const uint64_t anyPending[] = {kCommandAnyPending};
+    EXPECT_EQ(notStarted.ProcessRequest(0, 2, send), 0u);
+    EXPECT_EQ(notStarted.ProcessRequest(0, 2, cancel), 0u);
+    EXPECT_EQ(notStarted.ProcessRequest(0, 1, anyPending), 0u);
+    EXPECT_EQ(notStarted.Manager_ShutDown(), 1u);
+    EXPECT_TRUE(defaultLog.failures.empty());
+}
+
+/// Runs every request without its arguments first.
+class DistractedService : public NetOutboundService {
+public:
+    using NetOutboundService::NetOutboundService;
+
+protected:
+    uint32_t ProcessRequest(uint32_t client, uint32_t count, const uint64_t* arguments) override {
+        EXPECT_EQ(NetOutboundService::ProcessRequest(client, 0, nullptr), 0u);
+        return NetOutboundService::ProcessRequest(client, count, arguments);
+    }
+};
+
+TEST_F(NetOutboundServiceTest, ARequestWithoutArgumentsIsNeitherReadNorAnswered) {
+    DistractedService other(state);
+    ASSERT_NE(other.Start(), 0u);
+    EXPECT_EQ(other.Post(uint64_t{kCommandCancel}, uint64_t{0xFFFFFFFC}), 1u) << "the one answer";
+    // This thread, and both desks.
+    test::AwaitThreads(3);
+    EXPECT_EQ(other.Stop(), 1u);
+}
+
+TEST_F(NetOutboundServiceTest, ACommandWithoutItsOperandCountsItAsZero) {
+    EXPECT_EQ(service.Post(uint64_t{kCommandCancel}), 1u);
+    EXPECT_NE(service.Post(uint64_t{kCommandSend}), 0u);
+    defaultLog.ended.Wait();
+    EXPECT_EQ(defaultLog.failures, std::vector<int>{WPK_ERROR_BAD_REQUEST}) << "no record";
 }
 
 TEST_F(NetOutboundServiceTest, CancelOfAnUnknownHandleIsAnsweredOneAndChangesNothing) {
@@ -114,23 +169,33 @@ TEST_F(NetOutboundServiceTest, ARecordWithoutCallbackGetsTheDefaultOneWrittenInt
     EXPECT_EQ(defaultLog.failures, std::vector<int>{WPK_ERROR_BAD_REQUEST});
 }
 
-TEST_F(NetOutboundServiceTest, TwoRequestsInFlightHaveDifferentHandles) {
+TEST_F(NetOutboundServiceTest, TwoSendsPostedTogetherReturnDifferentHandles) {
     Log logs[2];
     WPK_SENDSTRUCT messages[2];
-    uint32_t handles[2];
-    for (int i = 0; i < 2; ++i) {
-        logs[i].blocks = true;
-        messages[i].lpfnCallback = OnNotification;
-        messages[i].lpUserData = &logs[i];
-        handles[i] = Send(&messages[i]);
+    uint32_t handles[2] = {};
+    Semaphore mayPost{SemaphoreKind::kSignal};
+    {
+        std::vector<std::unique_ptr<test::LibThread>> posters;
+        for (int i = 0; i < 2; ++i) {
+            logs[i].blocks = true;
+            messages[i].lpfnCallback = OnNotification;
+            messages[i].lpUserData = &logs[i];
+            posters.push_back(std::make_unique<test::LibThread>([&, i] {
+                // Each lets the other one go.
+                mayPost.Wait();
+                mayPost.Signal();
+                handles[i] = Send(&messages[i]);
+                return 0u;
+            }));
+            posters.back()->Resume();
+        }
+        mayPost.Signal();
     }
+    for (Log& log : logs) log.ended.Wait();
     EXPECT_NE(handles[0], 0u);
     EXPECT_NE(handles[1], 0u);
-    EXPECT_NE(handles[0], handles[1]);
-    for (Log& log : logs) {
-        log.ended.Wait();
-        log.mayReturn.Signal();
-    }
+    EXPECT_NE(handles[0], handles[1]) << "both are in flight, in their callbacks";
+    for (Log& log : logs) log.mayReturn.Signal();
     AwaitNonePending();
 }
 

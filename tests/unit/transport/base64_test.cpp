@@ -6,10 +6,19 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "unit/transport/allocation_fault.h"
 
 namespace wpk {
 namespace {
+
+std::string Base64Of(std::string_view bytes) {
+    const TextBuffer text = EncodeBase64(bytes);
+    EXPECT_TRUE(text.IsWhole());
+    return std::string(text.View());
+}
 
 // Obviously right and slow: bit by bit, then cut into lines.
 std::string SlowBase64(const std::string& bytes) {
@@ -32,48 +41,54 @@ std::string SlowBase64(const std::string& bytes) {
 }
 
 TEST(Base64, GroupsOfOneTwoAndThreeBytesArePadded) {
-    EXPECT_EQ(EncodeBase64(""), "");
-    EXPECT_EQ(EncodeBase64("f"), "Zg==");
-    EXPECT_EQ(EncodeBase64("fo"), "Zm8=");
-    EXPECT_EQ(EncodeBase64("foo"), "Zm9v");
-    EXPECT_EQ(EncodeBase64("foob"), "Zm9vYg==");
-    EXPECT_EQ(EncodeBase64("fooba"), "Zm9vYmE=");
-    EXPECT_EQ(EncodeBase64("foobar"), "Zm9vYmFy");
+    EXPECT_EQ(Base64Of(""), "");
+    EXPECT_EQ(Base64Of("f"), "Zg==");
+    EXPECT_EQ(Base64Of("fo"), "Zm8=");
+    EXPECT_EQ(Base64Of("foo"), "Zm9v");
+    EXPECT_EQ(Base64Of("foob"), "Zm9vYg==");
+    EXPECT_EQ(Base64Of("fooba"), "Zm9vYmE=");
+    EXPECT_EQ(Base64Of("foobar"), "Zm9vYmFy");
 }
 
 TEST(Base64, UserUWithPasswordPGivesDTpw) {
-    EXPECT_EQ(EncodeBase64("u:p"), "dTpw");
+    EXPECT_EQ(Base64Of("u:p"), "dTpw");
 }
 
 TEST(Base64, AlphabetEndsInPlusAndSlash) {
-    EXPECT_EQ(EncodeBase64("\xfb\xff\xbe"), "+/++");
-    EXPECT_EQ(EncodeBase64(std::string(3, '\0')), "AAAA");
-    EXPECT_EQ(EncodeBase64("\xff"), "/w==");
+    EXPECT_EQ(Base64Of("\xfb\xff\xbe"), "+/++");
+    EXPECT_EQ(Base64Of(std::string(3, '\0')), "AAAA");
+    EXPECT_EQ(Base64Of("\xff"), "/w==");
 }
 
 TEST(Base64, FiftySevenBytesAreOneLineWithoutABreak) {
-    const std::string text = EncodeBase64(std::string(57, 'a'));
+    const std::string text = Base64Of(std::string(57, 'a'));
     EXPECT_EQ(text.size(), 76U);
     EXPECT_EQ(text.find('\r'), std::string::npos);
 }
 
 TEST(Base64, FiftyEightBytesAreFoldedAfter76Characters) {
-    const std::string text = EncodeBase64(std::string(58, 'a'));
-    EXPECT_EQ(text, EncodeBase64(std::string(57, 'a')) + "\r\nYQ==");
+    const std::string text = Base64Of(std::string(58, 'a'));
+    EXPECT_EQ(text, Base64Of(std::string(57, 'a')) + "\r\nYQ==");
 }
 
 TEST(Base64, Bytes114AreTwoFullLinesWithoutATrailingBreak) {
-    const std::string line = EncodeBase64(std::string(57, 'a'));
-    EXPECT_EQ(EncodeBase64(std::string(114, 'a')), line + "\r\n" + line);
-    EXPECT_EQ(EncodeBase64(std::string(115, 'a')), line + "\r\n" + line + "\r\nYQ==");
+    const std::string line = Base64Of(std::string(57, 'a'));
+    EXPECT_EQ(Base64Of(std::string(114, 'a')), line + "\r\n" + line);
+    EXPECT_EQ(Base64Of(std::string(115, 'a')), line + "\r\n" + line + "\r\nYQ==");
 }
 
 TEST(Base64, AgreesWithASlowModelForEveryLengthAndByte) {
     std::string bytes;
     for (int i = 0; i < 600; ++i) {
-        EXPECT_EQ(EncodeBase64(bytes), SlowBase64(bytes)) << i;
+        EXPECT_EQ(Base64Of(bytes), SlowBase64(bytes)) << i;
         bytes += static_cast<char>(i * 7 + i / 256);
     }
+}
+
+TEST(Base64, WithoutMemoryTheTextIsNotWhole) {
+    const test::AllocationFault fault;
+    EXPECT_FALSE(EncodeBase64("u:p").IsWhole());
+    EXPECT_EQ(fault.Fired(), 1);
 }
 
 }  // namespace

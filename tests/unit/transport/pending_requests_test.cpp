@@ -14,8 +14,8 @@ namespace {
 TEST(PendingRequestsTest, AnEntryExistsFromAddToRemove) {
     const auto pending = PendingRequests::Create();
     EXPECT_EQ(pending->Any(), 0u);
-    ASSERT_NE(pending->Add(4), nullptr);
-    ASSERT_NE(pending->Add(8), nullptr);
+    ASSERT_TRUE(pending->Add(4));
+    ASSERT_TRUE(pending->Add(8));
     EXPECT_EQ(pending->Any(), 1u);
     pending->Remove(4);
     EXPECT_EQ(pending->Any(), 1u);
@@ -25,21 +25,21 @@ TEST(PendingRequestsTest, AnEntryExistsFromAddToRemove) {
 
 TEST(PendingRequestsTest, ANewRequestIsNotCancelled) {
     const auto pending = PendingRequests::Create();
-    PendingRequest* request = pending->Add(4);
-    EXPECT_FALSE(request->connection.Cancelled());
-    EXPECT_FALSE(request->cancelSignal.WaitFor(0));
+    const PendingRequest request = pending->Add(4);
+    EXPECT_FALSE(request.connection->Cancelled());
+    EXPECT_FALSE(request.cancel->semaphore.WaitFor(0));
     pending->Remove(4);
 }
 
 TEST(PendingRequestsTest, CancelMarksTheConnectionAndSignals) {
     const auto pending = PendingRequests::Create();
-    PendingRequest* cancelled = pending->Add(4);
-    const PendingRequest* other = pending->Add(8);
+    const PendingRequest cancelled = pending->Add(4);
+    const PendingRequest other = pending->Add(8);
     EXPECT_EQ(pending->Cancel(4), 1u);
     EXPECT_EQ(pending->Cancel(4), 1u) << "twice is as good as once";
-    EXPECT_TRUE(cancelled->connection.Cancelled());
-    EXPECT_TRUE(cancelled->cancelSignal.WaitFor(0));
-    EXPECT_FALSE(other->connection.Cancelled());
+    EXPECT_TRUE(cancelled.connection->Cancelled());
+    EXPECT_TRUE(cancelled.cancel->semaphore.WaitFor(0));
+    EXPECT_FALSE(other.connection->Cancelled());
     pending->Remove(4);
     pending->Remove(8);
 }
@@ -73,6 +73,11 @@ TEST(PendingRequestsTest, DrainGivesTheHandlesAndLeavesTheRecordsToBeFreed) {
     for (uint32_t i = 0; i < drained.count; ++i) PendingRequests::Free(drained.rows[i]);
 }
 
+TEST(PendingRequestsTest, ARowWithoutItsFieldsHasNoHandleAndNothingToFree) {
+    EXPECT_EQ(PendingRequests::HandleOf(Record()), 0u);
+    PendingRequests::Free(Record());
+}
+
 using PendingRequestsThreads = test::ThreadLayer;
 
 TEST_F(PendingRequestsThreads, CancelsThatRaceWithTheEndNeverTouchFreedRecords) {
@@ -83,7 +88,7 @@ TEST_F(PendingRequestsThreads, CancelsThatRaceWithTheEndNeverTouchFreedRecords) 
         return 0u;
     });
     for (int i = 0; i < 300; ++i) {
-        ASSERT_NE(pending->Add(4), nullptr);
+        ASSERT_TRUE(pending->Add(4));
         pending->Remove(4);
     }
     done = true;

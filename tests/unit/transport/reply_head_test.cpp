@@ -210,7 +210,7 @@ TEST(ReplyHeader, NamesIgnoreCaseAndBlanksAround) {
     for (const std::string_view line : {"server: wpk/1.00", "SERVER:\twpk/1.00 \t", "Server : wpk/1.00"}) {
         ReplyHead head;
         EXPECT_EQ(ReadHeader(line, head), 1);
-        EXPECT_EQ(head.server, "wpk/1.00") << line;
+        EXPECT_EQ(head.server.View(), "wpk/1.00") << line;
     }
 }
 
@@ -220,14 +220,14 @@ TEST(ReplyHeader, OtherHeadersAreIgnored) {
         ReplyHead head;
         EXPECT_EQ(ReadHeader(line, head), 1) << line;
         EXPECT_EQ(head.contentLength, kNoContentLength) << line;
-        EXPECT_EQ(head.server, "") << line;
+        EXPECT_EQ(head.server.View(), "") << line;
     }
 }
 
 TEST(ReplyHeader, LineIsSplitAtItsFirstColon) {
     ReplyHead head;
     EXPECT_EQ(ReadHeader("Server: a:b: c", head), 1);
-    EXPECT_EQ(head.server, "a:b: c");
+    EXPECT_EQ(head.server.View(), "a:b: c");
 }
 
 TEST(ReplyHeader, LineWithoutAColonFailsAndChangesNothing) {
@@ -247,7 +247,7 @@ TEST(ReplyHeader, LastOfRepeatedHeadersCounts) {
     ReadHeader("Server: a long name of some server", head);
     ReadHeader("Server: b", head);
     EXPECT_EQ(head.contentLength, 2U);
-    EXPECT_EQ(head.server, "b");
+    EXPECT_EQ(head.server.View(), "b");
 }
 
 TEST(ReplyHeader, LackOfMemoryForTheServerTextFails) {
@@ -258,14 +258,14 @@ TEST(ReplyHeader, LackOfMemoryForTheServerTextFails) {
         EXPECT_EQ(ReadHeader(line, head), 0);
         EXPECT_EQ(fault.Fired(), 1);
     }
-    EXPECT_EQ(head.server, "");
+    EXPECT_EQ(head.server.View(), "");
 }
 
 TEST(ReplyHeadState, StartsUnexpectedWithoutLengthOrServer) {
     const ReplyHead head;
     EXPECT_EQ(head.outcome, kOutcomeUnexpected);
     EXPECT_EQ(head.contentLength, 0xFFFFFFFFU);
-    EXPECT_EQ(head.server, "");
+    EXPECT_EQ(head.server.View(), "");
 }
 
 struct HeadCase {
@@ -288,7 +288,7 @@ TEST(JudgeHead, AcceptedReplyNeedsTheRightServerAndALength) {
         {kOutcomeAccepted, kNoContentLength, "other", 0, kOutcomeUnexpected},
     };
     for (const HeadCase& one : cases) {
-        ReplyHead head{one.outcome, one.length, one.server};
+        ReplyHead head{one.outcome, one.length, CountedText(one.server)};
         EXPECT_EQ(JudgeHead(head), one.result) << one.server << ' ' << one.length;
         EXPECT_EQ(head.outcome, one.outcomeAfter) << one.server << ' ' << one.length;
     }
@@ -296,7 +296,7 @@ TEST(JudgeHead, AcceptedReplyNeedsTheRightServerAndALength) {
 
 TEST(JudgeHead, OtherOutcomesStayWhateverTheHeadersSay) {
     for (uint32_t outcome = kOutcomeProxyAuthenticationRequired; outcome <= kOutcomeUnexpected; ++outcome) {
-        ReplyHead head{outcome, kNoContentLength, "other"};
+        ReplyHead head{outcome, kNoContentLength, CountedText("other")};
         EXPECT_EQ(JudgeHead(head), 1);
         EXPECT_EQ(head.outcome, outcome);
     }

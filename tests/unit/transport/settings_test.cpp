@@ -1,21 +1,20 @@
-// The copy of the initialisation record, and the notifications.
+// The copy of the initialisation record.
 // SPDX-License-Identifier: MIT
 #include "transport/settings.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
+#include <string_view>
 
 #include "support/lib_thread.h"
-#include "transport/notification.h"
 #include "unit/transport/allocation_fault.h"
 
 namespace wpk {
 namespace {
 
 Credentials CredentialsOf(std::string_view user, std::string_view password) {
-    return {CountedText(user), CountedText(password)};
+    return {TextBuffer::CopyOf(user), TextBuffer::CopyOf(password)};
 }
 
 Credentials InForce(const Settings& settings) {
@@ -25,18 +24,6 @@ Credentials InForce(const Settings& settings) {
 }
 
 constexpr int kTextsOfCredentials = 2;
-
-TEST(SendStructTest, IsBuiltWithEveryFieldZeroButThePort) {
-    const WPK_SENDSTRUCT message;
-    EXPECT_EQ(message.reserved, 0u);
-    EXPECT_EQ(message.nPort, 80u);
-    EXPECT_EQ(message.lpszServer, nullptr);
-    EXPECT_EQ(message.lpszServiceName, nullptr);
-    EXPECT_EQ(message.lpfnCallback, nullptr);
-    EXPECT_EQ(message.lpUserData, nullptr);
-    EXPECT_EQ(message.lpData, nullptr);
-    EXPECT_EQ(message.dwDataLength, 0u);
-}
 
 TEST(SettingsTest, AreZeroAtFirstButForTheProxyPort) {
     const Settings settings;
@@ -89,6 +76,41 @@ TEST(SettingsTest, CredentialsForWhoseCopyThereIsNoMemoryAreNeitherPutInForceNor
     }
 }
 
+TEST(SettingsTest, OfAFailedStartKeepNoTextAndNeitherOfTheFirstTwoWords) {
+    int instance = 0;
+    WPK_INITSTRUCT record{};
+    record.reserved = 7;
+    record.hInstance = &instance;
+    record.nConnectionType = WPK_CONNECTION_DIAL_UP;
+    record.lpszProxyServer = "proxy.example";
+    record.lpszProxyUser = "user";
+    record.lpszProxyPassword = "secret";
+    Settings settings;
+    ASSERT_TRUE(settings.CopyFrom(record));
+    EXPECT_EQ(settings.Reserved(), 7);
+    EXPECT_EQ(settings.Instance(), &instance);
+    EXPECT_EQ(settings.ProxyServer().View(), "proxy.example");
+    settings.Forget();
+    EXPECT_EQ(settings.Reserved(), 0);
+    EXPECT_EQ(settings.Instance(), nullptr);
+    EXPECT_TRUE(settings.ProxyServer().Empty());
+    EXPECT_TRUE(InForce(settings).user.Empty());
+    EXPECT_TRUE(InForce(settings).password.Empty());
+    EXPECT_EQ(settings.ConnectionType(), WPK_CONNECTION_DIAL_UP) << "the rest of the copy stays";
+}
+
+TEST(SettingsTest, EveryTextThatThereIsNoMemoryForFailsTheCopy) {
+    WPK_INITSTRUCT record{};
+    record.lpszProxyServer = "proxy.example";
+    record.lpszProxyUser = "user";
+    record.lpszProxyPassword = "secret";
+    for (int successes = 0; successes < 1 + kTextsOfCredentials; ++successes) {
+        Settings settings;
+        const test::AllocationFault fault(successes);
+        EXPECT_FALSE(settings.CopyFrom(record)) << successes;
+    }
+}
+
 using SettingsThreads = test::ThreadLayer;
 
 TEST_F(SettingsThreads, CredentialsReplacedWhileOthersCopyThemAreNeverTorn) {
@@ -108,106 +130,7 @@ TEST_F(SettingsThreads, CredentialsReplacedWhileOthersCopyThemAreNeverTorn) {
             EXPECT_EQ(copy.user.View(), copy.password.View());
         }
     }
-    EXPECT_EQ(InForce(settings).user.Length(), 199u % 90u + 1) << "the latest writer wins";
-}
-
-/// Runs inside the callback.
-void (*onNotification)(WPK_CALLBACKSTRUCT&);
-int context = 0;
-
-void Callback(WPK_CALLBACKSTRUCT* notification) {
-    EXPECT_EQ(notification->lpUserData, &context);
-    onNotification(*notification);
-}
-
-const Notifier kNotifier(Callback, &context);
-
-/// All bytes of the record behind `from` are zero.
-bool ZeroFrom(const WPK_CALLBACKSTRUCT& notification, size_t from) {
-    const auto* bytes = reinterpret_cast<const char*>(&notification);
-    for (size_t i = from; i < sizeof notification; ++i) {
-        if (bytes[i] != 0) return false;
-    }
-    return true;
-}
-
-TEST(NotifierTest, AFailureCarriesItsCodeAndNothingElse) {
-    onNotification = [](WPK_CALLBACKSTRUCT& n) {
-        EXPECT_EQ(n.nReason, 0u);
-        EXPECT_EQ(n.body.failure.nError, -7);
-        EXPECT_TRUE(ZeroFrom(n, 20));
-    };
-    kNotifier.Failure(-7);
-}
-
-TEST(NotifierTest, ProgressCarriesTheWordOneTheBufferAndBothCounts) {
-    onNotification = [](WPK_CALLBACKSTRUCT& n) {
-        EXPECT_EQ(n.nReason, 1u);
-        EXPECT_EQ(n.body.progress.nError, 0);
-        EXPECT_EQ(n.body.progress.nWord, 1);
-        EXPECT_EQ(n.body.progress.lpData, &context);
-        EXPECT_EQ(n.body.progress.dwReceived, 5u);
-        EXPECT_EQ(n.body.progress.dwTotal, 0xFFFFFFFEu);
-        EXPECT_TRUE(ZeroFrom(n, 48));
-    };
-    kNotifier.Progress(&context, 5, 0xFFFFFFFE);
-}
-
-TEST(NotifierTest, ANotifierWithoutCallbackDeliversNothing) {
-    Credentials credentials = CredentialsOf("u", "p");
-    const Notifier silent(nullptr, nullptr);
-    silent.Failure(-1);
-    silent.ConnectionState(1);
-    EXPECT_EQ(silent.AskForCredentials(credentials), Notifier::Answer::kDeclined);
-}
-
-TEST(NotifierTest, CredentialsAreShownInAZeroFilledRecordAndLeftAloneWhenDeclined) {
-    onNotification = [](WPK_CALLBACKSTRUCT& n) {
-        EXPECT_EQ(n.nReason, 4u);
-        EXPECT_STREQ(n.body.credentials.szUser, "u");
-        EXPECT_STREQ(n.body.credentials.szPassword, "p");
-        EXPECT_EQ(n.body.credentials.bRetry, 0u);
-        std::strcpy(n.body.credentials.szUser, "ignored");
-    };
-    Credentials credentials = CredentialsOf("u", "p");
-    EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::Answer::kDeclined);
-    EXPECT_EQ(credentials.user.View(), "u");
-}
-
-TEST(NotifierTest, CredentialsLongerThanTheFieldsAreCutAndTerminated) {
-    onNotification = [](WPK_CALLBACKSTRUCT& n) {
-        EXPECT_EQ(std::string(n.body.credentials.szUser), std::string(255, 'u'));
-        EXPECT_EQ(std::string(n.body.credentials.szPassword), std::string(255, 'p'));
-    };
-    Credentials credentials = CredentialsOf(std::string(256, 'u'), std::string(5000, 'p'));
-    kNotifier.AskForCredentials(credentials);
-}
-
-TEST(NotifierTest, ReturnedTextsAreTakenUpToTheirFirstZeroOrTheFieldsEnd) {
-    onNotification = [](WPK_CALLBACKSTRUCT& n) {
-        std::memcpy(n.body.credentials.szUser, "new\0rest", 8);
-        std::memset(n.body.credentials.szPassword, 'x', sizeof n.body.credentials.szPassword);
-        n.body.credentials.bRetry = 0x80000000;
-    };
-    Credentials credentials = CredentialsOf("u", "p");
-    EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::Answer::kSendAgain);
-    EXPECT_EQ(credentials.user.View(), "new");
-    EXPECT_EQ(credentials.password.View(), std::string(256, 'x'));
-}
-
-TEST(NotifierTest, AnAnswerThatThereIsNoMemoryForLeavesTheCredentialsAsTheyAre) {
-    onNotification = [](WPK_CALLBACKSTRUCT& n) {
-        std::strcpy(n.body.credentials.szUser, "new");
-        std::strcpy(n.body.credentials.szPassword, "other");
-        n.body.credentials.bRetry = 1;
-    };
-    Credentials credentials = CredentialsOf("u", "p");
-    for (int successes = 0; successes < kTextsOfCredentials; ++successes) {
-        const test::AllocationFault fault(successes);
-        EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::Answer::kNoMemory);
-    }
-    EXPECT_EQ(credentials.user.View(), "u");
-    EXPECT_EQ(credentials.password.View(), "p");
+    EXPECT_EQ(InForce(settings).user.View().size(), 199u % 90u + 1) << "the latest writer wins";
 }
 
 }  // namespace

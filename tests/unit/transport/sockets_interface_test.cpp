@@ -85,6 +85,10 @@ TEST_F(SocketsInterfaceTest, WhatIsInUseIsLostAtOnceAndWhatBeginsLaterIsNot) {
     EXPECT_FALSE(after.Lost());
     before.Begin();
     EXPECT_FALSE(before.Lost());
+    CleanUpSockets();
+    before.End();
+    EXPECT_FALSE(before.Lost()) << "what is over cannot be lost";
+    after.End();
 }
 
 TEST_F(SocketsInterfaceTest, EndingTwiceOrWithoutABeginningDoesNothing) {
@@ -137,9 +141,8 @@ TEST_F(SocketsInterfaceTest, AConnectionCountsAsClosedWhenTheNetworkGoes) {
     EXPECT_TRUE(SocketsStarted()) << "the connection is still open";
     char byte = 0;
     EXPECT_FALSE(connection.Send(&byte, 1));
+    EXPECT_FALSE(SocketsStarted()) << "closed at the first look, with which the clean-up's turn has come";
     EXPECT_EQ(connection.Receive(&byte, 1, Connection::kNoTimeout), 0u);
-    connection.Close();
-    EXPECT_FALSE(SocketsStarted());
     EXPECT_FALSE(connection.Open());
     StartSockets();
     EXPECT_TRUE(connection.Open());

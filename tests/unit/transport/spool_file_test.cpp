@@ -24,6 +24,11 @@ std::string NameOf(int fallback) {
     return "tmp987654" + (fallback ? "_" + std::to_string(fallback) : "");
 }
 
+bool Make(SpoolFile& file, uint32_t length, const char* directory = "") {
+    const Connection connection;
+    return file.Create(directory, kId, length, /*begun=*/{}, connection);
+}
+
 /// Files that stand in the way, removed at the end.
 class Obstacles {
 public:
@@ -52,7 +57,7 @@ private:
 
 TEST(SpoolFileTest, HasTheWholeSizeAndIsZeroFilledAndWritable) {
     SpoolFile file;
-    ASSERT_TRUE(file.Create("", kId, 10241));
+    ASSERT_TRUE(Make(file, 10241));
     EXPECT_EQ(file.Data()[0], 0);
     EXPECT_EQ(file.Data()[10240], 0);
     std::memset(file.Data(), 'x', 10241);
@@ -62,7 +67,7 @@ TEST(SpoolFileTest, HasTheWholeSizeAndIsZeroFilledAndWritable) {
 TEST(SpoolFileTest, ExistsOnlyAsLongAsItsOwner) {
     {
         SpoolFile file;
-        ASSERT_TRUE(file.Create("", kId, 20000));
+        ASSERT_TRUE(Make(file, 20000));
         EXPECT_TRUE(Exists(NameOf(0)));
     }
     EXPECT_FALSE(Exists(NameOf(0)));
@@ -70,10 +75,10 @@ TEST(SpoolFileTest, ExistsOnlyAsLongAsItsOwner) {
 
 TEST(SpoolFileTest, TheDirectoryIsPutInFrontAsItStands) {
     SpoolFile file;
-    ASSERT_TRUE(file.Create("./", kId, 20000));
+    ASSERT_TRUE(Make(file, 20000, "./"));
     EXPECT_TRUE(Exists(NameOf(0)));
     SpoolFile nowhere;
-    EXPECT_FALSE(nowhere.Create("./no-such-directory/", kId, 20000));
+    EXPECT_FALSE(Make(nowhere, 20000, "./no-such-directory/"));
 }
 
 TEST(SpoolFileTest, ATakenNameIsLeftAloneAndTheNextOneIsTried) {
@@ -81,7 +86,7 @@ TEST(SpoolFileTest, ATakenNameIsLeftAloneAndTheNextOneIsTried) {
         const Obstacles obstacles(taken);
         {
             SpoolFile file;
-            ASSERT_TRUE(file.Create("", kId, 20000));
+            ASSERT_TRUE(Make(file, 20000));
             EXPECT_TRUE(Exists(NameOf(taken)));
         }
         EXPECT_FALSE(Exists(NameOf(taken)));
@@ -93,12 +98,12 @@ TEST(SpoolFileTest, GivesUpOnceTheNameWithOneThousandIsTaken) {
     {
         const Obstacles allButTheLast(1000);
         SpoolFile file;
-        EXPECT_TRUE(file.Create("", kId, 20000));
+        EXPECT_TRUE(Make(file, 20000));
         EXPECT_TRUE(Exists(NameOf(1000)));
     }
     const Obstacles all(1001);
     SpoolFile file;
-    EXPECT_FALSE(file.Create("", kId, 20000));
+    EXPECT_FALSE(Make(file, 20000));
     EXPECT_FALSE(Exists(NameOf(1001)));
     EXPECT_TRUE(all.Untouched());
 }
@@ -106,12 +111,40 @@ TEST(SpoolFileTest, GivesUpOnceTheNameWithOneThousandIsTaken) {
 TEST(SpoolFileTest, LengthsOfTwoGibibytesAndMoreAreMadeOrFailCleanly) {
     for (uint32_t length : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFEu}) {
         SpoolFile file;
-        if (file.Create("", kId, length)) {
+        if (Make(file, length)) {
             file.Data()[length - 1] = 1;
             EXPECT_EQ(file.Data()[length - 1], 1) << length;
         }
     }
     EXPECT_FALSE(Exists(NameOf(0)));
+}
+
+TEST(SpoolFileTest, BeginsWithWhatIsThereAlready) {
+    const Connection connection;
+    SpoolFile file;
+    ASSERT_TRUE(file.Create("", kId, 20000, "begun", connection));
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(file.Data()), 6), std::string("begun\0", 6));
+    EXPECT_EQ(file.Data()[19999], 0);
+}
+
+TEST(SpoolFileTest, IsSharedWithNobody) {
+    SpoolFile file;
+    ASSERT_TRUE(Make(file, 20000));
+    for (const DWORD access : {DWORD{GENERIC_READ}, DWORD{GENERIC_WRITE}}) {
+        const UniqueFile other(CreateFileA(NameOf(0).c_str(), access,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                           OPEN_EXISTING, 0, nullptr));
+        EXPECT_FALSE(other);
+    }
+}
+
+TEST(SpoolFileTest, ARequestThatIsGivenUpTriesNoFurtherNames) {
+    const Obstacles obstacles(1);
+    Connection connection;
+    connection.Cancel();
+    SpoolFile file;
+    EXPECT_FALSE(file.Create("", kId, 20000, {}, connection));
+    EXPECT_FALSE(Exists(NameOf(1)));
 }
 
 }  // namespace
