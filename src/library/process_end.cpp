@@ -10,7 +10,8 @@ namespace {
 
 using ShutdownQuestion = BYTE WINAPI();
 
-/// No header declares it and no import library of every tool chain has it; every Windows does. Null where it is missing.
+/// No header declares it and no import library of every tool chain has it; every Windows does. Null where it is
+/// missing.
 ShutdownQuestion* FindShutdownQuestion() {
     HMODULE ntdll = nullptr;
     if (!GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, "ntdll.dll", &ntdll)) return nullptr;

@@ -64,9 +64,9 @@ private:
 
 /// All that an exchange needs of the process it runs in.
 struct TransportState {
-    Settings settings;
     /// 1 while the network is usable.
     std::atomic<uint32_t> connectionStatus{0};
+    Settings settings;
     /// Where large replies are spooled: ends in a separator, or is empty for the current directory.
     CountedText tempDirectory;
 };
