@@ -1,4 +1,4 @@
-// The front door: the exported functions.
+// The exported functions.
 // SPDX-License-Identifier: MIT
 #include "wpk/wpk.h"
 
