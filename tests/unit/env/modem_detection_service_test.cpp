@@ -395,8 +395,9 @@ TEST_F(ModemDetectionTest, AStartThatWasRefusedMayBeTriedAgain) {
     EXPECT_EQ(StatesTold({ModemIn(kRasConnected)}), (States{0, 1}));
 }
 
-TEST_F(ModemDetectionTest, AStartRefusedAfterItsModuleWasLoadedGivesItBackAndTheQueriesFindNothing) {
+// Only the stand-in can make a call fail.
 #ifndef _WIN32
+TEST_F(ModemDetectionTest, AStartRefusedAfterItsModuleWasLoadedGivesItBackAndTheQueriesFindNothing) {
     // The desk has been made by then: this is the Peeker.
     host::FailCall("_beginthreadex", 2);
     test::script::Play({ModemIn(kRasConnected)});
@@ -408,10 +409,8 @@ TEST_F(ModemDetectionTest, AStartRefusedAfterItsModuleWasLoadedGivesItBackAndThe
     EXPECT_TRUE(detection_.IsModemDisconnected());
     EXPECT_EQ(test::script::Enumerations(), 0u);
     EXPECT_EQ(StatesTold({ModemIn(kRasConnected)}), (States{0, 1})) << "it may be tried again";
-#else
-    GTEST_SKIP() << "no call of the real system can be made to fail";
-#endif
 }
+#endif
 
 // The queries.
 
