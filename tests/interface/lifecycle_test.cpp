@@ -455,15 +455,16 @@ TEST(ProcessEnd, UnderLoad_NeitherCrashesNorHangs) {
     }
 }
 
-// What a static object of the application would do at the very end: there, the system calls this back.
+// What a static object of a DLL would do at the very end, after all other threads have been killed.
 const Library* late_library = nullptr;
 WPK_INITSTRUCT late_settings = {};
 WPK_SENDSTRUCT* late_message = nullptr;
 
-void WINAPI CallAtTheEnd(void*) {
+void CallAtTheEnd() {
     const bool refused = late_library->Init(&late_settings) == 0 && late_library->Send(late_message) == 0 &&
                          late_library->Cancel(4711) == 0;
-    TerminateProcess(GetCurrentProcess(), refused ? kGood : 7);
+    // The exit code has been set by now.
+    if (refused) CloseHandle(CreateFileA("refused", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
 }
 
 // Calls the library while the process is taken down; `argument` says whether it has been initialised.
@@ -472,15 +473,18 @@ WPK_SCENARIO(CallsAtTheEnd) {
     late_settings = PermanentSettings(NewInbox());
     if (argument == "initialised" && late_library->Init(&late_settings) != 1) return 1;
     late_message = &(*new Request(DeadPort())).record;
-    const DWORD slot = FlsAlloc(&CallAtTheEnd);
-    if (slot == FLS_OUT_OF_INDEXES || !FlsSetValue(slot, &late_settings)) return 2;
-    ExitProcess(3);
+    const HMODULE caller = LoadLibraryA((ProgramFolder() + "late_caller.dll").c_str());
+    const FARPROC set = caller ? GetProcAddress(caller, "LateCaller_Set") : nullptr;
+    if (!set) return 2;
+    FunctionAt<void(void (*)())>(AddressOf(set))(&CallAtTheEnd);
+    ExitProcess(kGood);
 }
 
 TEST(ProcessEnd, CallsMeanwhile_ReturnZeroAtOnce) {
     for (const char* state : {"initialised", "not initialised"}) {
         SCOPED_TRACE(state);
         EXPECT_EQ(Child("CallsAtTheEnd", state).Wait(), static_cast<DWORD>(kGood));
+        EXPECT_TRUE(DeleteFileA("refused")) << "a call was not refused";
     }
 }
 
