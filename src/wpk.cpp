@@ -1,20 +1,25 @@
-// The front door: the exported functions.
+// The exported functions.
 // SPDX-License-Identifier: MIT
 #include "wpk/wpk.h"
 
 #include "library/call.h"
 #include "library/instance.h"
+#include "library/process_end.h"
 #include "library/start_up.h"
 
+// While the process is taken down, nobody is left who could answer a call: it would wait for ever.
+
 int WPK_Init(const WPK_INITSTRUCT* settings) {
-    return settings ? wpk::Initialise(wpk::theGlobalObject, *settings) : 0;
+    if (!settings || wpk::IsProcessEnding()) return 0;
+    return wpk::Initialise(wpk::theGlobalObject, *settings);
 }
 
 unsigned int WPK_Send(WPK_SENDSTRUCT* message) {
-    return message ? wpk::Call(wpk::theGlobalObject, wpk::kCommandSend, reinterpret_cast<uintptr_t>(message)) : 0;
+    if (!message || wpk::IsProcessEnding()) return 0;
+    return wpk::Call(wpk::theGlobalObject, wpk::kCommandSend, reinterpret_cast<uintptr_t>(message));
 }
 
 int WPK_Cancel(unsigned int handle) {
-    if (handle == 0) return 0;
+    if (handle == 0 || wpk::IsProcessEnding()) return 0;
     return static_cast<int>(wpk::Call(wpk::theGlobalObject, wpk::kCommandCancel, handle));
 }

@@ -26,7 +26,9 @@
  * WPK_Init has run its start-up, the module stays loaded until the process ends, even when it is freed: its threads
  * may be running at any moment.
  *
- * Threads: all three functions may be called from any thread, also from inside a callback. None of them throws.
+ * Threads: all three functions may be called from any thread, also from inside a callback, but not from DllMain nor
+ * from a constructor or destructor of a static object of a DLL: the loader's lock is held there, no thread can start,
+ * and the call would never return. While the process is being taken down they return 0. None of them throws.
  * Texts are in the ANSI code page. This header works in C and from C++98 on and includes no other header.
  */
 #ifndef WPK_WPK_H
@@ -250,7 +252,8 @@ extern "C" {
  *
  * @param settings copied; null is refused.
  * @return 1 when the library is initialised, also when it was before (the first settings then stay in force);
- *         0 when it could not be: everything is undone, and the call may be repeated. */
+ *         0 when it could not be: everything is undone, the library can be freed, and the call may be repeated. Where
+ *         a lock could not be made when the library was loaded, only loading it again helps. */
 WPK_API int WPK_Init(const WPK_INITSTRUCT* settings);
 
 /** Starts a request and returns as soon as a thread has taken it.

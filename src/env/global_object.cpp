@@ -11,8 +11,13 @@ GlobalObject::GlobalObject() {
     transport.tempDirectory = &systemInformation.TempDirectory();
 }
 
-void GlobalObject::NotifyConnectionState() {
-    ThreadLib::CreateRunning(TellCurrentState, this);
+bool GlobalObject::ObserveModemDetection() {
+    if (!observing_) observing_ = modemDetection.Attach(this) != 0;
+    return observing_;
+}
+
+uint32_t GlobalObject::CreateNotificationThread() {
+    return ThreadLib::Create(TellCurrentState, this);
 }
 
 uint32_t GlobalObject::Update(Observable* source, void* arg) {
@@ -45,6 +50,7 @@ void GlobalObject::NetworkGoes() {
 
 uint32_t GlobalObject::TellCurrentState(void* global) {
     const auto* self = static_cast<const GlobalObject*>(global);
+    if (self->modemDetection.Started() != 0) return 0;
     self->TellConnectionState(self->transport.connectionStatus);
     return 1;
 }

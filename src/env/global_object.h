@@ -27,8 +27,13 @@ public:
     /// `source` is anything else than the own modem detection.
     uint32_t Update(Observable* source, void* arg) override;
 
-    /// Has a thread of its own tell the default callback the connection status, once.
-    void NotifyConnectionState();
+    /// Attaches itself to the modem detection, once however often it is called: there is no way back. False if memory
+    /// runs out.
+    bool ObserveModemDetection();
+
+    /// Makes a suspended thread that tells the default callback the connection status, once, unless the modem detection
+    /// runs by then and tells it itself. The thread's id; 0 on failure.
+    uint32_t CreateNotificationThread();
 
     NetOutboundService netOutbound{transport};
     ModemDetectionService modemDetection;
@@ -37,7 +42,7 @@ public:
     std::atomic<uint32_t> initialised{0};
     /// The connection status, and the copy of the initialisation record.
     TransportState transport;
-    /// Callers of the interface on the shared side, initialisation on the exclusive one.
+    /// Every call of the interface is on the shared side for its whole length, an initialisation on the exclusive one.
     ReadersWriterLock gate;
 
 private:
@@ -45,6 +50,8 @@ private:
     void NetworkGoes();
     static uint32_t TellCurrentState(void* global);
     void TellConnectionState(uint32_t connected) const;
+
+    bool observing_ = false;
 };
 
 }  // namespace wpk

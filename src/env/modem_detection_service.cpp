@@ -25,11 +25,11 @@ private:
 }  // namespace
 
 bool ModemDetectionService::IsModemConnected() const {
-    return ModemPoll(functions_).AnyModemIs(kRasConnected);
+    return ModemPoll(Wrappers()).AnyModemIs(kRasConnected);
 }
 
 bool ModemDetectionService::IsModemDisconnected() const {
-    const ModemPoll poll(functions_);
+    const ModemPoll poll(Wrappers());
     return poll.Empty() || poll.AnyModemIs(kRasDisconnected);
 }
 
@@ -37,19 +37,16 @@ uint32_t ModemDetectionService::Manager_StartUp() {
     stopRequested_ = 0;
     if (!CanLoadRemoteAccess(calls_)) return 0;
     if (!LoadWrappers()) return 0;
-    // Without its signals the Peeker could neither wait nor be stopped.
-    if (!stopSignal_ || !stoppedSignal_) return 0;
-    peekerId_ = ThreadLib::CreateRunning(PeekerFunc, this, "ModemDetectionService::Peeker");
-    return peekerId_ != 0;
+    if (StartPeeker()) return 1;
+    ForgetWrappers();
+    return 0;
 }
 
 uint32_t ModemDetectionService::Manager_ShutDown() {
     stopRequested_ = 1;
     stopSignal_.Signal();
     stoppedSignal_.Wait();
-    functions_ = RemoteAccessFunctions();
-    calls_.freeLibrary(rasLibrary_);
-    rasLibrary_ = nullptr;
+    ForgetWrappers();
     return 1;
 }
 
@@ -60,15 +57,36 @@ bool ModemDetectionService::LoadWrappers() {
         RememberFailure(GetLastError(), "Modem not found.  Please make sure the modem is installed properly.");
         return false;
     }
-    functions_.enumConnections = calls_.Find<RasEnumConnectionsFunction>(rasLibrary_, "WRAPPER_RasEnumConnections");
-    if (functions_.enumConnections) {
-        functions_.getConnectStatus =
-            calls_.Find<RasGetConnectStatusFunction>(rasLibrary_, "WRAPPER_RasGetConnectStatus");
+    RemoteAccessFunctions found;
+    found.enumConnections = calls_.Find<RasEnumConnectionsFunction>(rasLibrary_, "WRAPPER_RasEnumConnections");
+    if (found.enumConnections) {
+        found.getConnectStatus = calls_.Find<RasGetConnectStatusFunction>(rasLibrary_, "WRAPPER_RasGetConnectStatus");
     }
-    if (functions_.getConnectStatus) return true;
-    RememberFailure(GetLastError(), "function not found.  Please make sure the modem is installed properly.");
-    functions_ = RemoteAccessFunctions();
-    return false;
+    if (!found.getConnectStatus) {
+        RememberFailure(GetLastError(), "function not found.  Please make sure the modem is installed properly.");
+        return false;
+    }
+    enumConnections_ = found.enumConnections;
+    getConnectStatus_ = found.getConnectStatus;
+    return true;
+}
+
+void ModemDetectionService::ForgetWrappers() {
+    enumConnections_ = nullptr;
+    getConnectStatus_ = nullptr;
+    calls_.freeLibrary(rasLibrary_);
+    rasLibrary_ = nullptr;
+}
+
+bool ModemDetectionService::StartPeeker() {
+    // Without its signals the Peeker could neither wait nor be stopped.
+    if (!stopSignal_ || !stoppedSignal_) return false;
+    peekerId_ = ThreadLib::CreateRunning(PeekerFunc, this, "ModemDetectionService::Peeker");
+    return peekerId_ != 0;
+}
+
+RemoteAccessFunctions ModemDetectionService::Wrappers() const {
+    return {enumConnections_, getConnectStatus_};
 }
 
 void ModemDetectionService::RememberFailure(DWORD error, const char* text) {
@@ -92,7 +110,8 @@ void ModemDetectionService::Peek() {
     }
 }
 
-/// False when a stop was requested: nothing may be told any more.
+/// False when a stop was requested: nothing may be told any more. The signal without the request is one that a stop has
+/// left which came while nobody waited for it: then there is one look more.
 bool ModemDetectionService::PollUntil(Question answeredYes) {
     while (!(this->*answeredYes)()) {
         if (stopSignal_.WaitFor(pollPeriodMs_) && stopRequested_ == 1) return false;

@@ -15,13 +15,15 @@
 
 namespace wpk {
 
-/// Tells its observers when a modem connection comes up and when the last one has gone. The argument of Update points
-/// to a uint32_t: 1 up, 0 none. State 0 is told once when the watch begins; from then on a state is told only when it
+/// Tells its observers when a modem connection comes up and when it has gone. The argument of Update points to a
+/// uint32_t: 1 up, 0 gone. State 0 is told once when the watch begins; from then on a state is told only when it
 /// differs from the last one.
 ///
-/// A modem that is dialling is neither up nor gone, so the last state stands; so does it while one connection is up and
-/// others change. Doubt counts against the connection: where the system cannot enumerate, none comes up, and one that
-/// was up has gone.
+/// "Up" is told when some modem connection reports that it is connected. "Gone" is told when some modem connection
+/// reports its end, when there is no connection of any kind left, or when the system cannot enumerate them. So with two
+/// modems the end of one is told as 0 although the other one is up, and the next look tells 1 again. A modem in any
+/// other state (it dials, it signs on), or one whose state cannot be read, changes nothing; connections of other
+/// devices count only in that the list is not empty.
 ///
 /// One thread, the Peeker, polls and notifies. The service must outlive it: it runs until the service is stopped.
 class ModemDetectionService : public Service, public Observable {
@@ -31,11 +33,13 @@ public:
     explicit ModemDetectionService(const ModuleCalls& calls = ModuleCalls(), DWORD pollPeriodMs = kPollPeriodMs)
         : Service("ModemDetectionService"), calls_(calls), pollPeriodMs_(pollPeriodMs) {}
 
-    /// From a fresh look, whatever was told last: whether some modem connection is up. False while the service does not
-    /// run.
+    // From a fresh look, whatever was told last, and from any thread. While the service does not run, nothing can be
+    // enumerated.
+
+    /// Whether some modem connection is up.
     bool IsModemConnected() const;
-    /// As well: whether connections cannot be enumerated, there is none, or some modem connection reports its end.
-    /// Not the reverse of the above: of two modems, one may be up while the other one hangs up.
+    /// Whether connections cannot be enumerated, there is none, or some modem connection reports its end. Not the
+    /// reverse of the above: of two modems, one may be up while the other one hangs up.
     bool IsModemDisconnected() const;
 
     /// The last state told.
@@ -49,10 +53,15 @@ protected:
     /// Ends the Peeker, which tells nothing more, and waits for its end. Returns 1.
     uint32_t Manager_ShutDown() override;
 
+    uint32_t StopRequested() const { return stopRequested_; }
+
 private:
     using Question = bool (ModemDetectionService::*)() const;
 
     bool LoadWrappers();
+    void ForgetWrappers();
+    bool StartPeeker();
+    RemoteAccessFunctions Wrappers() const;
     void RememberFailure(DWORD error, const char* text);
 
     static uint32_t PeekerFunc(void* service);
@@ -68,7 +77,9 @@ private:
     /// The library's own module. Destruction does not free it: that happens while this very module is unloaded.
     HMODULE rasLibrary_ = nullptr;
     CountedText errorText_;
-    RemoteAccessFunctions functions_;
+    // Written by the front desk while any thread may ask the queries.
+    std::atomic<RasEnumConnectionsFunction*> enumConnections_{nullptr};
+    std::atomic<RasGetConnectStatusFunction*> getConnectStatus_{nullptr};
 
     const ModuleCalls calls_;
     const DWORD pollPeriodMs_;

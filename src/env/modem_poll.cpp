@@ -19,7 +19,7 @@ bool IsModem(const RasConnection& connection) {
 }  // namespace
 
 ModemPoll::ModemPoll(const RemoteAccessFunctions& functions) : functions_(functions) {
-    if (!functions_.enumConnections) return;
+    if (!functions_.enumConnections || !functions_.getConnectStatus) return;
     connections_[0].size = sizeof(RasConnection);
     DWORD bufferSize = sizeof connections_;
     DWORD count = 0;

@@ -29,7 +29,7 @@ protected:
 /// Keeps a list of observers and tells them all. Any thread may call it.
 class Observable {
 public:
-    Observable() = default;
+    Observable() { lock_.Signal(); }
     Observable(const Observable&) = delete;
     Observable& operator=(const Observable&) = delete;
     ~Observable();
@@ -38,7 +38,7 @@ public:
     bool HasLock() const { return static_cast<bool>(lock_); }
 
     /// Adds an observer, which is not owned and must outlive this object; attached twice, it is told twice. 1, or 0 for
-    /// a null pointer or want of memory.
+    /// a null pointer or if memory runs out.
     uint32_t Attach(Observer* observer);
 
     /// Calls every observer's Update in the order of attachment. Returns 1.
@@ -50,8 +50,10 @@ private:
         ListNode<Entry> inList{*this};
     };
 
-    Semaphore lock_{SemaphoreKind::kLock};
+    /// Head, tail and count.
     List<Entry> observers_;
+    /// Made as a signal and signalled once: it starts free.
+    Semaphore lock_{SemaphoreKind::kSignal};
 };
 
 }  // namespace wpk

@@ -12,7 +12,7 @@ namespace wpk {
 
 /// Gathered once, when the object is built. Folders are gathered on NT 3 to NT 5 only: the system reports version 6
 /// or later to every newer machine's programs, and there every text, the temporary directory included, stays empty.
-/// Whoever reads a folder copes with an empty text.
+/// What reads a folder copes with an empty text.
 ///
 /// Texts are in the ANSI code page, as the system gives them. Any thread may read while nobody refreshes.
 class SystemInformation {
@@ -28,7 +28,7 @@ public:
     /// Starts with every text empty and refreshes. What could not be read stays empty.
     explicit SystemInformation(const SystemCalls& calls = SystemCalls());
 
-    /// Reads everything again. Returns 1; or 0 when it stopped at something that is missing: the fields behind it then
+    /// Reads everything again. Returns 1; or 0 when it stopped at something that is missing: the fields after it then
     /// keep what they held.
     uint32_t Refresh();
 
@@ -36,6 +36,8 @@ public:
     uint32_t GetOsVersion() const { return osVersion_; }
     /// 1 on NT 3 to NT 5, else 0.
     uint32_t IsNT() const { return isNT_; }
+    /// Always 0.
+    uint32_t Reserved() const { return reserved_; }
 
     CountedText WindowsDirectory() const { return windowsDirectory_; }
     /// Ends with a backslash unless it is empty.
@@ -53,6 +55,9 @@ public:
 
     // Those of the default user.
     CountedText DefaultDesktop() const { return defaultDesktop_; }
+    /// Never filled, and neither is the next one.
+    CountedText DefaultStartMenu() const { return defaultStartMenu_; }
+    CountedText DefaultStartup() const { return defaultStartup_; }
     CountedText DefaultPrograms() const { return defaultPrograms_; }
 
     // Those of all users.
@@ -71,10 +76,9 @@ private:
     void ReadDefaultUserFolders();
     void ReadCommonFolders();
 
-    SystemCalls calls_;
-
     uint32_t osVersion_ = kOsUnknown;
     uint32_t isNT_ = 0;
+    uint32_t reserved_ = 0;
     CountedText windowsDirectory_;
     CountedText tempDirectory_;
     CountedText systemDirectory_;
@@ -85,12 +89,16 @@ private:
     CountedText startup_;
     CountedText programs_;
     CountedText defaultDesktop_;
+    CountedText defaultStartMenu_;
+    CountedText defaultStartup_;
     CountedText defaultPrograms_;
     CountedText commonDesktop_;
     CountedText commonStartMenu_;
     CountedText commonStartup_;
     CountedText commonPrograms_;
     CountedText programFilesDirectory_;
+
+    SystemCalls calls_;
 };
 
 }  // namespace wpk

@@ -7,8 +7,8 @@
 
 namespace wpk {
 
-/// Built when the library is loaded.
-extern GlobalObject theGlobalObject;
+/// Built when the library is loaded; destroyed when it is unloaded without having been initialised, and never else.
+extern GlobalObject& theGlobalObject;
 
 }  // namespace wpk
 

@@ -48,6 +48,86 @@ TEST(BeforeInit, LoadingAndFreeing_LeavesNothingBehind) {
     EXPECT_EQ(ThreadIds().size(), threads);
 }
 
+// Bytes in use in all heaps of this process.
+size_t HeapBytes() {
+    HANDLE heaps[64];
+    const DWORD count = GetProcessHeaps(64, heaps);
+    size_t bytes = 0;
+    for (DWORD i = 0; i < count && i < 64; ++i) {
+        HeapLock(heaps[i]);
+        PROCESS_HEAP_ENTRY entry = {};
+        while (HeapWalk(heaps[i], &entry)) {
+            if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += entry.cbData;
+        }
+        HeapUnlock(heaps[i]);
+    }
+    return bytes;
+}
+
+TEST(BeforeInit, LoadingAndFreeingAgainAndAgain_TakesNoMemory) {
+    const Library library = Library::LoadFresh();
+    // The first rounds also pay for what the system sets up once.
+    FreeLibrary(library.module());
+    const auto round = [&] { return FreeLibrary(LoadLibraryA(library.path().c_str())); };
+    for (int i = 0; i < 3; ++i) ASSERT_TRUE(round());
+    const size_t before = HeapBytes();
+    constexpr size_t kRounds = 20;
+    for (size_t i = 0; i < kRounds; ++i) ASSERT_TRUE(round());
+    // A loader may note something of each round for itself: much less than the least that the module allocates.
+    EXPECT_LT(HeapBytes(), before + kRounds * 256);
+}
+
+BOOL WINAPI RefuseToPin(DWORD, LPCSTR, HMODULE* module) {
+    *module = nullptr;
+    return FALSE;
+}
+
+TEST(Init, ThatFails_LeavesNothingAndTheModuleCanBeFreed) {
+    // Once for everything that the system itself sets up.
+    FreeLibrary(Library::LoadFresh().module());
+    const size_t handles = HandleCount();
+    const size_t threads = ThreadIds().size();
+    for (const WPK_INT64 type : {WPK_CONNECTION_NEVER, WPK_CONNECTION_DIAL_UP, WPK_CONNECTION_PERMANENT}) {
+        SCOPED_TRACE(type);
+        const Library library = Library::LoadFresh();
+        Inbox& inbox = NewInbox();
+        {
+            const ImportPatch pin(library.module(), "GetModuleHandleExA", AddressOf(&RefuseToPin));
+            ASSERT_TRUE(pin.Found());
+            WPK_INITSTRUCT settings = PermanentSettings(inbox);
+            settings.nConnectionType = type;
+            for (int i = 0; i < 2; ++i) EXPECT_EQ(library.Init(&settings), 0);
+        }
+        EXPECT_EQ(ThreadIds().size(), threads);
+        EXPECT_TRUE(FreeLibrary(library.module()));
+        EXPECT_EQ(GetModuleHandleA(library.path().c_str()), nullptr);
+        EXPECT_TRUE(inbox.All().empty());
+    }
+    EXPECT_EQ(HandleCount(), handles);
+}
+
+TEST(Init, AfterOneThatFailed_Works) {
+    const Library library = Library::LoadFresh();
+    const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
+    {
+        const ImportPatch pin(library.module(), "GetModuleHandleExA", AddressOf(&RefuseToPin));
+        ASSERT_EQ(library.Init(&settings), 0);
+    }
+    ASSERT_EQ(library.Init(&settings), 1);
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    RunAndExpectReply(library, request, "ok");
+}
+
+TEST(Init, KeepsTheModuleHoweverOftenItIsFreed) {
+    const Library library = StartFresh();
+    for (int i = 0; i < 5; ++i) FreeLibrary(library.module());
+    EXPECT_EQ(GetModuleHandleA(library.path().c_str()), library.module());
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    RunAndExpectReply(library, request, "ok");
+}
+
 TEST(Init, WithNull_ReturnsZeroAndStaysUninitialised) {
     const Library library = Library::LoadFresh();
     EXPECT_EQ(library.Init(nullptr), 0);
@@ -332,6 +412,79 @@ TEST(ProcessEnd, WithRequestsInFlight_IsCleanAndLeavesNoFile) {
         SCOPED_TRACE(way);
         EXPECT_EQ(Child("EndWithRequestsInFlight", way).Wait(), static_cast<DWORD>(kGood));
         EXPECT_TRUE(FilesLike("", "tmp*").empty());
+    }
+}
+
+// Sends and cancels one request after the other from several threads and ends the process in the middle of that, in the
+// way that the first letter of `argument` names: return, exit, or as by Ctrl-C, for which the system makes a thread.
+// The rest is the number of requests after which it does. Nobody answers: the end must not depend on a peer's.
+WPK_SCENARIO(EndUnderLoad) {
+    static const unsigned short port = DeadPort();
+    static const LONG wanted = std::stol(argument.substr(1));
+    static const Library& library = *new Library(Library::Load());
+    static Signal& enough = *new Signal;
+    static volatile LONG sent = 0;
+    const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
+    if (library.Init(&settings) != 1) return 1;
+    for (int i = 0; i < 4; ++i) {
+        new Thread([] {
+            for (;;) {
+                Request& request = *new Request(port);
+                if (request.Send(library) == 0) return;
+                if (InterlockedIncrement(&sent) == wanted) enough.Set();
+                library.Cancel(request.handle());
+                request.inbox.WaitForFinal();
+            }
+        });
+    }
+    if (!enough.Wait()) return 2;
+    if (argument[0] == 'e') ExitProcess(kGood);
+    if (argument[0] == 'c') {
+        new Thread([] { ExitProcess(kGood); });
+        Sleep(INFINITE);
+    }
+    return kGood;
+}
+
+TEST(ProcessEnd, UnderLoad_NeitherCrashesNorHangs) {
+    for (int round = 0; round < 10; ++round) {
+        for (const char* way : {"r", "e", "c"}) {
+            const std::string argument = way + std::to_string(1 + round * 3);
+            EXPECT_EQ(Child("EndUnderLoad", argument).Wait(), static_cast<DWORD>(kGood)) << argument;
+        }
+    }
+}
+
+// What a static object of a DLL would do at the very end, after all other threads have been killed.
+const Library* late_library = nullptr;
+WPK_INITSTRUCT late_settings = {};
+WPK_SENDSTRUCT* late_message = nullptr;
+
+void CallAtTheEnd() {
+    const bool refused = late_library->Init(&late_settings) == 0 && late_library->Send(late_message) == 0 &&
+                         late_library->Cancel(4711) == 0;
+    // The exit code has been set by now.
+    if (refused) CloseHandle(CreateFileA("refused", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+}
+
+// Calls the library while the process is taken down; `argument` says whether it has been initialised.
+WPK_SCENARIO(CallsAtTheEnd) {
+    late_library = new Library(Library::Load());
+    late_settings = PermanentSettings(NewInbox());
+    if (argument == "initialised" && late_library->Init(&late_settings) != 1) return 1;
+    late_message = &(*new Request(DeadPort())).record;
+    const HMODULE caller = LoadLibraryA((ProgramFolder() + "late_caller.dll").c_str());
+    const FARPROC set = caller ? GetProcAddress(caller, "LateCaller_Set") : nullptr;
+    if (!set) return 2;
+    FunctionAt<void(void (*)())>(AddressOf(set))(&CallAtTheEnd);
+    ExitProcess(kGood);
+}
+
+TEST(ProcessEnd, CallsMeanwhile_ReturnZeroAtOnce) {
+    for (const char* state : {"initialised", "not initialised"}) {
+        SCOPED_TRACE(state);
+        EXPECT_EQ(Child("CallsAtTheEnd", state).Wait(), static_cast<DWORD>(kGood));
+        EXPECT_TRUE(DeleteFileA("refused")) << "a call was not refused";
     }
 }
 

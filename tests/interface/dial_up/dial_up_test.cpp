@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "interface/rig/import_patch.h"
 #include "interface/rig/inbox.h"
 #include "interface/rig/peer.h"
 #include "interface/rig/request.h"
@@ -99,7 +100,37 @@ TEST_F(DialUp, ModemThatDialsAndHangsUp_IsToldOnceEachAndRequestsFollow) {
     ExpectRequestWorks();
     ASSERT_TRUE(WaitUntilTold(2));
     EXPECT_EQ(StatesTold(), (States{1, 0}));
+    // Both looks were taken while the modem was up. The system's clocks tick in steps of up to 16 ms.
+    EXPECT_GE(PeriodBefore(1), 5000u - 32);
+    EXPECT_LE(PeriodBefore(1), 30000u);
     ExpectRequestFails(WPK_ERROR_NO_NETWORK);
+}
+
+// What a request sent inside the start of the sockets interface has come to: 1 before.
+int outcome_inside_start = 1;
+const Library* starting_library = nullptr;
+
+int WSAAPI SendAndFail(WORD, WSADATA*) {
+    Peer peer(Answer(Ok("here")));
+    Request request(peer.port());
+    if (request.Run(*starting_library)) outcome_inside_start = request.Final().error;
+    return WSASYSNOTREADY;
+}
+
+TEST_F(DialUp, SocketsThatDoNotStart_StillCountAsANetworkFromBeforeTheirStart) {
+    starting_library = library_;
+    {
+        const ImportPatch start(library_->module(), "WSAStartup", AddressOf(&SendAndFail));
+        ASSERT_TRUE(start.Found());
+        PlayUntilTold({ModemIn(kConnected)}, 1);
+    }
+    EXPECT_EQ(StatesTold(), States{1});
+    // The application has started the interface itself, so requests get through whenever there is a network.
+    EXPECT_EQ(outcome_inside_start, 0);
+    ExpectRequestWorks();
+    // For the start that is missing, since the end of the connection takes one back.
+    WSADATA sockets;
+    ASSERT_EQ(WSAStartup(MAKEWORD(1, 1), &sockets), 0);
 }
 
 TEST_F(DialUp, EveryKindOfComingAndGoing_IsToldInItsOrder) {

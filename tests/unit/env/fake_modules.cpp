@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <utility>
 
 #include "threadlib/semaphore.h"
 
@@ -98,6 +99,8 @@ struct State {
     Semaphore advanced{SemaphoreKind::kSignal};
     std::vector<Scene> scenes;
     uint32_t enumerations = 0;
+    uint32_t actionNumber = 0;
+    std::function<void()> action;
     /// What each thread's last enumeration has shown: its questions about connections are about that one, whatever
     /// other threads enumerate meanwhile. No thread_local: objects of threads that are ended by force are never
     /// destroyed.
@@ -118,6 +121,14 @@ Scene TakeScene() {
     return state.shown[GetCurrentThreadId()] = state.scenes.at(index);
 }
 
+/// What is to be done in the enumeration that has just taken its scene; empty for nothing.
+std::function<void()> TakeAction() {
+    State& state = TheState();
+    const ScopedLock lock(state.lock);
+    if (state.enumerations != state.actionNumber) return {};
+    return std::exchange(state.action, nullptr);
+}
+
 /// What the calling thread was shown last.
 Scene ShownScene() {
     State& state = TheState();
@@ -132,6 +143,14 @@ void Play(std::vector<Scene> scenes) {
     const ScopedLock lock(state.lock);
     state.scenes = std::move(scenes);
     state.enumerations = 0;
+    state.action = nullptr;
+}
+
+void RunInEnumeration(uint32_t number, std::function<void()> action) {
+    State& state = TheState();
+    const ScopedLock lock(state.lock);
+    state.actionNumber = number;
+    state.action = std::move(action);
 }
 
 uint32_t Enumerations() {
@@ -146,6 +165,7 @@ void AwaitEnumerations(uint32_t count) {
 
 DWORD WINAPI EnumConnections(RasConnection* connections, DWORD* bufferSize, DWORD* count) {
     const Scene scene = TakeScene();
+    if (const std::function<void()> action = TakeAction()) action();
     TheState().advanced.Signal();
 
     EXPECT_EQ(connections[0].size, 724u);

@@ -3,6 +3,7 @@
 #ifndef WPK_TESTS_UNIT_ENV_FAKE_MODULES_H
 #define WPK_TESTS_UNIT_ENV_FAKE_MODULES_H
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -73,6 +74,8 @@ inline Scene Failing() {
 namespace script {
 
 void Play(std::vector<Scene> scenes);
+/// Runs `action` inside the enumeration of that number since the last Play (1: the next one), on its thread.
+void RunInEnumeration(uint32_t number, std::function<void()> action);
 /// Waits until so many enumerations have been made in all.
 void AwaitEnumerations(uint32_t count);
 uint32_t Enumerations();

@@ -4,7 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <vector>
+
+#ifndef _WIN32
+#include "host/control.h"
+#endif
 
 namespace wpk {
 namespace {
@@ -116,6 +122,66 @@ TEST_F(GlobalObjectTest, AnotherObservableIsRefusedAndChangesNothing) {
     EXPECT_EQ(global_.transport.connectionStatus, 0u);
     EXPECT_FALSE(SocketsStarted());
     EXPECT_TRUE(application_.told.empty());
+}
+
+TEST_F(GlobalObjectTest, AnotherObservablesStatesLeaveANetworkThatIsUpAlone) {
+    Tell(1);
+    ModemDetectionService otherDetection;
+    for (uint32_t state : {0u, 2u}) {
+        EXPECT_EQ(global_.Update(&otherDetection, &state), 0u);
+        EXPECT_EQ(global_.transport.connectionStatus, 1u);
+        EXPECT_TRUE(SocketsStarted());
+    }
+    EXPECT_EQ(application_.told.size(), 1u);
+}
+
+TEST_F(GlobalObjectTest, StateTwoChangesNothingOnAFreshOne) {
+    EXPECT_EQ(Tell(2), 1u);
+    EXPECT_EQ(global_.transport.connectionStatus, 0u);
+    EXPECT_FALSE(SocketsStarted());
+    EXPECT_TRUE(application_.told.empty());
+}
+
+#ifndef _WIN32
+TEST_F(GlobalObjectTest, TheStatusIsSetBeforeTheSocketsStart) {
+    uint32_t statusThen = 99;
+    host::RunBefore("WSAStartup", 1, [&] { statusThen = global_.transport.connectionStatus; });
+    Tell(1);
+    EXPECT_EQ(statusThen, 1u);
+    host::RunBefore("WSACleanup", 1, [&] { statusThen = global_.transport.connectionStatus; });
+    Tell(0);
+    EXPECT_EQ(statusThen, 0u);
+}
+
+TEST_F(GlobalObjectTest, StateOneCountsAlsoWhenTheSocketsDoNotStart) {
+    host::FailCall("WSAStartup", 1);
+    EXPECT_EQ(Tell(1), 1u);
+    EXPECT_EQ(host::FaultsFired(), 1u);
+    host::ClearFaults();
+    EXPECT_EQ(global_.transport.connectionStatus, 1u);
+    EXPECT_FALSE(SocketsStarted());
+    ExpectLastTold(1);
+}
+#endif
+
+TEST_F(GlobalObjectTest, ItObservesTheDetectionOnceHoweverOftenItIsAsked) {
+    EXPECT_TRUE(global_.ObserveModemDetection());
+    EXPECT_TRUE(global_.ObserveModemDetection());
+    uint32_t up = 1;
+    global_.modemDetection.Notify(&up);
+    EXPECT_EQ(application_.told.size(), 1u);
+}
+
+TEST_F(GlobalObjectTest, ItsMembersStandInTheOrderOfTheirConstruction) {
+    const std::vector<const void*> members = {static_cast<const Observer*>(&global_),
+                                              &global_.netOutbound,
+                                              &global_.modemDetection,
+                                              &global_.systemInformation,
+                                              &global_.initialised,
+                                              &global_.transport.connectionStatus,
+                                              &global_.transport.settings,
+                                              &global_.gate};
+    EXPECT_TRUE(std::is_sorted(members.begin(), members.end(), std::less<const void*>()));
 }
 
 TEST_F(GlobalObjectTest, WithoutACallbackStatusAndSocketsStillFollow) {

@@ -12,6 +12,10 @@
 #include "fake_modules.h"
 #include "support/lib_thread.h"
 
+#ifndef _WIN32
+#include "host/control.h"
+#endif
+
 namespace wpk {
 namespace {
 
@@ -33,8 +37,18 @@ class Detection : public ModemDetectionService {
 public:
     using ModemDetectionService::ModemDetectionService;
 
+    using ModemDetectionService::StopRequested;
+
     uint32_t Stop() { return StopDesk(); }
+
+    /// Until the front desk has begun to stop the Peeker.
+    void AwaitStopRequest() const {
+        while (StopRequested() == 0) Sleep(1);
+    }
 };
+
+/// For an event that must not come: whoever could bring it has nothing else left to do, and needs no time for it.
+constexpr DWORD kLongEnough = 200;
 
 class Recorder : public Observer {
 public:
@@ -223,34 +237,99 @@ TEST_F(ModemDetectionTest, TheStopReturnsOnlyAfterThePeekersLastNotification) {
     class Blocker : public Observer {
     public:
         uint32_t Update(Observable*, void*) override {
-            inside = true;
             entered.Signal();
             allowed.Wait();
-            // For good: until the stop is seen, a connection that is up may still be told.
+            // For good: a second notification is a fault to be seen, not one to be waited for.
             allowed.Signal();
-            inside = false;
             return 1;
         }
         Semaphore entered{SemaphoreKind::kSignal}, allowed{SemaphoreKind::kSignal};
-        std::atomic<bool> inside{false};
     } blocker;
     detection_.Attach(&blocker);
     test::script::Play({ModemIn(kRasConnected)});
     ASSERT_EQ(detection_.Start(), 1u);
     blocker.entered.Wait();
-    std::atomic<bool> stopped{false};
+    const Semaphore stopped(SemaphoreKind::kSignal);
     test::LibThread stopper = test::LibThread::Started([&] {
         Stop();
-        stopped = true;
+        stopped.Signal();
         return 0u;
     });
-    test::AwaitState(stopper.Id(), ThreadState::kReplyBlocked);
-    EXPECT_FALSE(stopped);
+    detection_.AwaitStopRequest();
+    EXPECT_FALSE(stopped.WaitFor(kLongEnough));
     EXPECT_EQ(modules_.Loaded("wpk.dll"), 1);
     blocker.allowed.Signal();
     stopper.Join();
-    EXPECT_FALSE(blocker.inside);
     EXPECT_EQ(modules_.Loaded("wpk.dll"), 0);
+    EXPECT_EQ(recorder_.All(), (States{0})) << "the stop came before the next one";
+}
+
+/// A stop that comes while the Peeker takes the look after which it would tell a change.
+class StopInsideALook : public ModemDetectionTest {
+protected:
+    /// The states told until then; the stop comes in the last scene.
+    States StatesToldBeforeTheStopIn(std::vector<Scene> scenes) {
+        const auto last = static_cast<uint32_t>(scenes.size());
+        test::script::Play(std::move(scenes));
+        Semaphore inside(SemaphoreKind::kSignal);
+        test::script::RunInEnumeration(last, [&] {
+            inside.Signal();
+            endless_.AwaitStopRequest();
+        });
+        EXPECT_EQ(endless_.Start(), 1u);
+        inside.Wait();
+        const UniqueHandle peeker = ThreadLib::OpenForWait(endlessRecorder_.Thread());
+        EXPECT_EQ(endless_.Stop(), 1u);
+        if (peeker) WaitForSingleObject(peeker.Get(), INFINITE);
+        return endlessRecorder_.All();
+    }
+
+    void SetUp() override {
+        ModemDetectionTest::SetUp();
+        endlessRecorder_.expectedSource = &endless_;
+        endless_.Attach(&endlessRecorder_);
+    }
+
+    Recorder endlessRecorder_;
+    /// Whose waits only a signal ends.
+    Detection endless_{modules_.Calls(), INFINITE};
+};
+
+TEST_F(StopInsideALook, AtAModemThatHasComeUpTellsNothingAnyMore) {
+    EXPECT_EQ(StatesToldBeforeTheStopIn({ModemIn(kRasConnected)}), (States{0}));
+}
+
+TEST_F(StopInsideALook, AtAModemThatHasGoneTellsNothingAnyMore) {
+    EXPECT_EQ(StatesToldBeforeTheStopIn({ModemIn(kRasConnected), Nothing()}), (States{0, 1}));
+}
+
+TEST_F(StopInsideALook, LeavesASignalAtWhichTheNextPeekerLooksOnceMore) {
+    EXPECT_EQ(StatesToldBeforeTheStopIn({ModemIn(kRasConnected)}), (States{0}));
+    // The second look comes by the signal alone; it is no stop, for nobody has requested one.
+    test::script::Play({Nothing(), ModemIn(kRasConnected)});
+    ASSERT_EQ(endless_.Start(), 1u);
+    test::script::AwaitEnumerations(3);
+    const UniqueHandle peeker = ThreadLib::OpenForWait(endlessRecorder_.Thread());
+    EXPECT_EQ(endless_.Stop(), 1u);
+    if (peeker) WaitForSingleObject(peeker.Get(), INFINITE);
+    EXPECT_EQ(endlessRecorder_.All(), (States{0, 0, 1}));
+}
+
+TEST_F(ModemDetectionTest, WhileAModemIsUpThePeekerWaitsBetweenTwoLooks) {
+    Detection detection(modules_.Calls(), INFINITE);
+    Recorder recorder;
+    recorder.expectedSource = &detection;
+    detection.Attach(&recorder);
+    test::script::Play({ModemIn(kRasConnected)});
+    ASSERT_EQ(detection.Start(), 1u);
+    // One look finds the modem, and the next one finds it still there.
+    test::script::AwaitEnumerations(2);
+    const Semaphore third(SemaphoreKind::kSignal);
+    test::script::RunInEnumeration(3, [&] { third.Signal(); });
+    EXPECT_FALSE(third.WaitFor(kLongEnough));
+    const UniqueHandle peeker = ThreadLib::OpenForWait(recorder.Thread());
+    EXPECT_EQ(detection.Stop(), 1u);
+    if (peeker) WaitForSingleObject(peeker.Get(), INFINITE);
 }
 
 TEST_F(ModemDetectionTest, AnObserverThatThrowsEndsThePeekerAndTheStopStillReturns) {
@@ -316,7 +395,42 @@ TEST_F(ModemDetectionTest, AStartThatWasRefusedMayBeTriedAgain) {
     EXPECT_EQ(StatesTold({ModemIn(kRasConnected)}), (States{0, 1}));
 }
 
+// Only the stand-in can make a call fail.
+#ifndef _WIN32
+TEST_F(ModemDetectionTest, AStartRefusedAfterItsModuleWasLoadedGivesItBackAndTheQueriesFindNothing) {
+    // The desk has been made by then: this is the Peeker.
+    host::FailCall("_beginthreadex", 2);
+    test::script::Play({ModemIn(kRasConnected)});
+    EXPECT_EQ(detection_.Start(), 0u);
+    EXPECT_EQ(host::FaultsFired(), 1u);
+    host::ClearFaults();
+    EXPECT_EQ(modules_.Loaded("wpk.dll"), 0);
+    EXPECT_FALSE(detection_.IsModemConnected());
+    EXPECT_TRUE(detection_.IsModemDisconnected());
+    EXPECT_EQ(test::script::Enumerations(), 0u);
+    EXPECT_EQ(StatesTold({ModemIn(kRasConnected)}), (States{0, 1})) << "it may be tried again";
+}
+#endif
+
 // The queries.
+
+TEST_F(ModemDetectionTest, TheQueriesMayBeAskedWhileTheServiceStartsAndStops) {
+    std::atomic<bool> over{false};
+    test::LibThread asking = test::LibThread::Started([&] {
+        while (!over) {
+            detection_.IsModemConnected();
+            detection_.IsModemDisconnected();
+        }
+        return 0u;
+    });
+    test::script::Play({ModemIn(kRasConnected)});
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(detection_.Start(), 1u);
+        Stop();
+    }
+    over = true;
+    asking.Join();
+}
 
 TEST_F(ModemDetectionTest, TheQueriesLookAfreshWhateverWasToldLast) {
     struct {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <cstring>
 #include <vector>
 
 #include "support/lib_thread.h"
@@ -91,19 +91,22 @@ TEST_F(ObservableTest, ANullObserverIsRefused) {
 TEST_F(ObservableTest, AttachWaitsUntilANotificationUnderWayIsOver) {
     Blocker blocker;
     observable_.Attach(&blocker);
-    std::atomic<bool> attached{false};
+    Semaphore attaching(SemaphoreKind::kSignal), attached(SemaphoreKind::kSignal);
     test::LibThread notifier = test::LibThread::Started([&] { return observable_.Notify(&argument_); });
     blocker.entered.Wait();
     test::LibThread attacher = test::LibThread::Started([&] {
+        attaching.Signal();
         const uint32_t result = observable_.Attach(&first_);
-        attached = true;
+        attached.Signal();
         return result;
     });
-    EXPECT_FALSE(attached);
+    attaching.Wait();
+    // It has nothing left to do but that: without the lock it would need no time for it.
+    EXPECT_FALSE(attached.WaitFor(200));
     blocker.allowed.Signal();
     notifier.Join();
     attacher.Join();
-    EXPECT_TRUE(attached);
+    EXPECT_TRUE(attached.WaitFor(0));
     EXPECT_TRUE(calls_.empty()) << "it came too late for that one";
 }
 
@@ -115,6 +118,25 @@ TEST_F(ObservableTest, AnObserversExceptionGivesTheLockBack) {
     observable_.Attach(&thrower);
     EXPECT_THROW(observable_.Notify(&argument_), int);
     EXPECT_EQ(observable_.Attach(&first_), 1u);
+}
+
+TEST_F(ObservableTest, HeadTailAndCountComeFirst) {
+    struct Layout {
+        const void* head;
+        const void* tail;
+        uint32_t count;
+    } layout;
+    observable_.Attach(&first_);
+    std::memcpy(&layout, &observable_, sizeof layout);
+    EXPECT_NE(layout.head, nullptr);
+    EXPECT_EQ(layout.head, layout.tail);
+    EXPECT_EQ(layout.count, 1u);
+    const void* const head = layout.head;
+    observable_.Attach(&second_);
+    std::memcpy(&layout, &observable_, sizeof layout);
+    EXPECT_EQ(layout.head, head);
+    EXPECT_NE(layout.tail, head);
+    EXPECT_EQ(layout.count, 2u);
 }
 
 TEST_F(ObservableTest, ThePlainObserverDoesNothingAndReturnsOne) {

@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <string>
 #include <string_view>
@@ -416,6 +418,49 @@ TEST_F(SystemInformationTest, RefreshOnALaterVersionKeepsTheFoldersButNotTheFami
     EXPECT_EQ(information.GetOsVersion(), 0U);
     EXPECT_EQ(information.IsNT(), 0U);
     EXPECT_EQ(TextsOf(information), WholeMachine());
+}
+
+TEST_F(SystemInformationTest, TheFieldsStandInTheirOrder) {
+    const SystemInformation information(FakeCalls());
+    struct Layout {
+        uint32_t numbers[3];
+        struct {
+            uint32_t length;
+            const char* bytes;
+        } texts[18];
+    } layout;
+    std::memcpy(&layout, &information, sizeof layout);
+    EXPECT_EQ(layout.numbers[0], information.GetOsVersion());
+    EXPECT_EQ(layout.numbers[1], information.IsNT());
+    EXPECT_EQ(layout.numbers[2], 0u);
+    const CountedText texts[] = {information.WindowsDirectory(),
+                                 information.TempDirectory(),
+                                 information.SystemDirectory(),
+                                 information.UserName(),
+                                 information.Desktop(),
+                                 information.AppData(),
+                                 information.StartMenu(),
+                                 information.Startup(),
+                                 information.Programs(),
+                                 information.DefaultDesktop(),
+                                 CountedText(),
+                                 CountedText(),
+                                 information.DefaultPrograms(),
+                                 information.CommonDesktop(),
+                                 information.CommonStartMenu(),
+                                 information.CommonStartup(),
+                                 information.CommonPrograms(),
+                                 information.ProgramFilesDirectory()};
+    for (size_t i = 0; i < std::size(texts); ++i) {
+        EXPECT_EQ(std::string_view(layout.texts[i].bytes, layout.texts[i].length), texts[i].View()) << i;
+    }
+}
+
+TEST_F(SystemInformationTest, TwoTextsOfTheDefaultUserAndANumberAreNeverFilled) {
+    const SystemInformation information(FakeCalls());
+    EXPECT_EQ(information.Reserved(), 0u);
+    EXPECT_TRUE(information.DefaultStartMenu().Empty());
+    EXPECT_TRUE(information.DefaultStartup().Empty());
 }
 
 TEST_F(SystemInformationTest, GettersGiveCopies) {

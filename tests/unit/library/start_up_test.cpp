@@ -22,6 +22,10 @@ struct Notified {
     uint32_t connected = 99;
     int error = 0;
     uint32_t thread = 0;
+    /// Of the notification's thread.
+    UniqueHandle end;
+    /// Done inside the callback, after all the above.
+    std::function<void()> inside;
 };
 
 void OnNotification(WPK_CALLBACKSTRUCT* notification) {
@@ -30,6 +34,8 @@ void OnNotification(WPK_CALLBACKSTRUCT* notification) {
     if (notification->nReason == WPK_REASON_CONNECTION) notified->connected = notification->body.connection.dwConnected;
     if (notification->nReason == WPK_REASON_FAILURE) notified->error = notification->body.failure.nError;
     notified->thread = GetCurrentThreadId();
+    notified->end.Reset(OpenThread(SYNCHRONIZE | THREAD_QUERY_INFORMATION, /*bInheritHandle=*/FALSE, notified->thread));
+    if (notified->inside) notified->inside();
     ++notified->count;
     notified->arrived.Signal();
 }
@@ -85,6 +91,40 @@ TEST_F(StartUp, NeverConnectedTellsTheDefaultCallbackOnceOnAThreadOfItsOwn) {
     EXPECT_EQ(notified_.connected, 0u);
     EXPECT_NE(notified_.thread, GetCurrentThreadId());
     EXPECT_EQ(global_.transport.connectionStatus, 0u);
+}
+
+TEST_F(StartUp, TheThreadThatTellsItHasNoNameAndEndsWithExitCodeOne) {
+    record_.nConnectionType = WPK_CONNECTION_NEVER;
+    std::string name = "?";
+    notified_.inside = [&name] {
+        ThreadRegistry* registry = ThreadLib::processRegistry;
+        const ScopedLock lock(registry->Lock());
+        name = registry->Find(GetCurrentThreadId())->name.CStr();
+    };
+    ASSERT_EQ(Initialise(global_, record_), 1);
+    notified_.arrived.Wait();
+    ASSERT_TRUE(static_cast<bool>(notified_.end));
+    WaitForSingleObject(notified_.end.Get(), INFINITE);
+    DWORD exitCode = 99;
+    ASSERT_TRUE(GetExitCodeThread(notified_.end.Get(), &exitCode));
+    EXPECT_EQ(exitCode, 1u);
+    EXPECT_EQ(name, "");
+}
+
+TEST_F(StartUp, ASendFromTheFirstNotificationIsServed) {
+    record_.nConnectionType = WPK_CONNECTION_NEVER;
+    Notified ofMessage;
+    WPK_SENDSTRUCT message;
+    message.lpfnCallback = OnNotification;
+    message.lpUserData = &ofMessage;
+    uint32_t handle = 0;
+    // It comes while the initialisation may still be under way, and waits for that.
+    notified_.inside = [&] { handle = Send(message); };
+    ASSERT_EQ(Initialise(global_, record_), 1);
+    notified_.arrived.Wait();
+    ofMessage.arrived.Wait();
+    EXPECT_EQ(handle, ofMessage.thread);
+    EXPECT_EQ(ofMessage.reason, static_cast<uint32_t>(WPK_REASON_FAILURE));
 }
 
 TEST_F(StartUp, AnUnknownConnectionTypeLeavesTheStatusAlone) {

@@ -1,0 +1,16 @@
+// A module that calls back when the process is taken down, as the destructor of a static object in a DLL would run.
+// SPDX-License-Identifier: MIT
+#include <windows.h>
+
+namespace {
+void (*call_at_the_end)() = nullptr;
+}
+
+extern "C" __declspec(dllexport) void LateCaller_Set(void (*call)()) {
+    call_at_the_end = call;
+}
+
+BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+    if (reason == DLL_PROCESS_DETACH && call_at_the_end) call_at_the_end();
+    return TRUE;
+}
