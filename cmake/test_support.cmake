@@ -15,10 +15,29 @@ function(wpk_set_test_options target)
   target_link_libraries(${target} PRIVATE wpk_test_warnings GTest::gmock_main)
   # Most of the time a test program takes is the compiler's, and with sanitizers several times as much. The product gets
   # the full treatment; of the tests it is enough to see their accesses.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-O0>)
   if(WPK_SANITIZE)
-    target_compile_options(${target} PRIVATE -O0 -fno-sanitize=undefined)
+    target_compile_options(${target} PRIVATE -fno-sanitize=undefined)
+  endif()
+endfunction()
+
+# wpk_set_usual_time(TEST SECONDS [HEAVY]): how long a test takes on two cores by itself. The longest begin first; one that
+# takes ten times as long hangs. Most wait nearly all the time and can run beside any other; of those that keep the
+# machine busy (HEAVY), one runs at a time.
+function(wpk_set_usual_time test seconds)
+  if(WPK_SANITIZE OR WPK_COVERAGE)
+    set(factor 40)
   else()
-    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-O1>)
+    set(factor 10)
+  endif()
+  math(EXPR timeout "${seconds} * ${factor}")
+  # The first program under Wine waits for Wine itself.
+  if(timeout LESS 60)
+    set(timeout 60)
+  endif()
+  set_tests_properties(${test} PROPERTIES TIMEOUT ${timeout} COST ${seconds})
+  if("HEAVY" IN_LIST ARGN)
+    set_tests_properties(${test} PROPERTIES RESOURCE_LOCK machine)
   endif()
 endfunction()
 
@@ -52,5 +71,5 @@ function(wpk_add_test name)
     add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine.sh $<TARGET_FILE:${name}>
              WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
   endif()
-  set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+  wpk_set_usual_time(${name} 6)
 endfunction()

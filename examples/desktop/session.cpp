@@ -58,8 +58,8 @@ Outcome ReplyOutcome(const void* data, unsigned length) {
     Outcome outcome;
     try {
         outcome.reply = ReadReply(data, length);
-    } catch (const std::exception&) {
-        // No exception may leave a callback: the library would take it for its own.
+    } catch (...) {
+        // No exception may leave a callback: nothing would follow it.
         outcome.no_memory = true;
     }
     return outcome;
@@ -79,7 +79,7 @@ void AskForCredentials(Mailbox& mailbox, WPK_CALLBACKSTRUCT& notification) try {
     CopyText(answer->user, credentials.szUser);
     CopyText(answer->password, credentials.szPassword);
     credentials.bRetry = 1;
-} catch (const std::exception&) {
+} catch (...) {
     // Without memory there is no answer either.
 }
 

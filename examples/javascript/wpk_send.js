@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 'use strict';
 const fs = require('fs');
+const path = require('path');
 
 const USAGE = 'usage: node wpk_send.js SERVER PORT SERVICE MESSAGE [PROXY_HOST:PORT [USER:PASSWORD]]\n' +
               'A PORT is a number from 1 to 65535.';
@@ -23,6 +24,8 @@ const ERROR_TEXTS = {
     [-8]: 'the proxy wants a user name and a password, and got none that it accepts; give them as USER:PASSWORD',
 };
 const CONNECTION_PERMANENT = 2;
+// By its path: a name alone would be looked for in several folders, the current one among them.
+const LIBRARY = path.join(__dirname, 'wpk.dll');
 
 /** What went wrong, with a text for the user and the program's exit status. */
 class Trouble extends Error {
@@ -201,13 +204,13 @@ function askCredentialsOnce(given) {
 
 function loadLibrary() {
     try {
-        const wpk = koffi.load('wpk.dll');
+        const wpk = koffi.load(LIBRARY);
         return {
             init: wpk.func('WPK_Init', 'int', [koffi.pointer(InitStruct)]),
             send: wpk.func('WPK_Send', 'uint32', ['void *']),
         };
     } catch (error) {
-        throw new Trouble(`wpk.dll cannot be loaded (${firstLine(error)}); it must be in the current folder or on PATH`,
+        throw new Trouble(`${LIBRARY} cannot be loaded (${firstLine(error)}); put wpk.dll beside this program`,
                           STATUS.notInitialised);
     }
 }

@@ -84,15 +84,21 @@ private:
         if (client_.WaitReadable(Clock::now() + time)) throw ConnectionLost("the client has gone");
     }
 
+    /// By when a client has to have taken so many bytes.
+    Clock::time_point ReplyDeadline(std::uint64_t length) const {
+        return Clock::now() + limits_.timeout + std::chrono::milliseconds(length * 1000 / limits_.slowest_rate);
+    }
+
     void SendAnswer(const Answer& answer) {
-        client_.Send(ReplyHead(answer.Length()), limits_.timeout);
-        client_.Send(answer.text, limits_.timeout);
+        const Clock::time_point deadline = ReplyDeadline(answer.Length());
+        client_.Send(ReplyHead(answer.Length()), limits_.timeout, deadline);
+        client_.Send(answer.text, limits_.timeout, deadline);
         std::array<char, kSendPiece> piece;
         for (std::uint64_t sent = 0; sent < answer.alphabet_length;) {
             const auto length =
                 static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), answer.alphabet_length - sent));
             FillWithAlphabet(sent, piece.data(), length);
-            client_.Send({piece.data(), length}, limits_.timeout);
+            client_.Send({piece.data(), length}, limits_.timeout, deadline);
             sent += length;
         }
     }
@@ -100,7 +106,7 @@ private:
     void Refuse(const Refusal& refusal) {
         const std::string reply = RefusalReply(refusal);
         Log(refusal.Code(), refusal.what(), reply.size());
-        client_.Send(reply, limits_.timeout);
+        client_.Send(reply, limits_.timeout, ReplyDeadline(reply.size()));
         client_.EndSending();
         std::array<char, kReceivePiece> rest;
         const Clock::time_point deadline = Clock::now() + kDrainTime;

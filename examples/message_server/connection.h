@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 
 #include "socket.h"
 
@@ -15,6 +16,8 @@ struct Limits {
     std::size_t max_request = std::size_t{16} * 1024 * 1024;
     /// For the whole of a request to arrive, and for each step of taking the reply.
     std::chrono::milliseconds timeout{30000};
+    /// Bytes a second. A client that takes every step in time and still keeps its place for ever is held to this.
+    std::uint64_t slowest_rate = std::uint64_t{1024} * 1024;
     /// Write a line on each request to standard error.
     bool log = false;
 };

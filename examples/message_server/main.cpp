@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -24,6 +25,7 @@ struct Options {
     std::uint16_t port = 80;
     unsigned connections = 128;
     unsigned timeout_seconds = 30;
+    unsigned slowest_rate = 1024;
     Limits limits;
 };
 
@@ -36,6 +38,9 @@ void DescribeOptions(CLI::App& app, Options& options) {
         ->capture_default_str();
     app.add_option("--timeout", options.timeout_seconds, "Seconds that a slow client is waited for")
         ->check(CLI::Range(1, 3600))
+        ->capture_default_str();
+    app.add_option("--slowest", options.slowest_rate, "KiB a second that a client has to take of its reply on average")
+        ->check(CLI::Range(1, 1048576))
         ->capture_default_str();
     app.add_flag("--log", options.limits.log, "Write a line on each request to standard error");
     app.footer(
@@ -58,7 +63,7 @@ Socket AcceptClient(Socket& listener) {
 }
 
 struct Work {
-    std::shared_ptr<void> place;
+    ConnectionLimit::Place place;
     Socket client;
     const Limits& limits;
 };
@@ -71,7 +76,12 @@ unsigned __stdcall Serve(void* argument) {
 
 /// Serves the client on a thread of its own. The system's thread, not std::thread: with mingw-w64's library, one that
 /// is detached while it is ending can have its record given to two others.
-void StartThread(std::unique_ptr<Work> work) {
+void StartThread(ConnectionLimit::Place place, Socket client, const Limits& limits) {
+    std::unique_ptr<Work> work(new (std::nothrow) Work{std::move(place), std::move(client), limits});
+    if (work == nullptr) {
+        std::fprintf(stderr, "a connection is dropped: the system has no memory for it\n");
+        return;
+    }
     const auto thread = _beginthreadex(nullptr, 0, Serve, work.get(), 0, nullptr);
     if (thread == 0) {
         std::fprintf(stderr, "a connection is dropped: the system has no thread for it\n");
@@ -86,14 +96,14 @@ void StartThread(std::unique_ptr<Work> work) {
     ConnectionLimit limit(options.connections);
     for (;;) {
         // The place comes first: while all are taken, further clients wait in the system's queue.
-        auto place = limit.TakePlace();
-        Socket client = AcceptClient(listener);
-        StartThread(std::unique_ptr<Work>(new Work{std::move(place), std::move(client), options.limits}));
+        ConnectionLimit::Place place = limit.TakePlace();
+        StartThread(std::move(place), AcceptClient(listener), options.limits);
     }
 }
 
 void Run(Options& options) {
     options.limits.timeout = std::chrono::seconds(options.timeout_seconds);
+    options.limits.slowest_rate = std::uint64_t{1024} * options.slowest_rate;
     const SocketsInterface sockets;
     Socket listener = Socket::Listen(options.port);
     std::printf("listening on 127.0.0.1:%u\n", static_cast<unsigned>(listener.Port()));

@@ -131,10 +131,12 @@ std::size_t Socket::Receive(char* into, std::size_t size, Clock::time_point dead
     return Repeat(Direction::kInput, handle_, deadline, "recv", [&] { return recv(handle_, into, piece, 0); });
 }
 
-void Socket::Send(std::string_view bytes, std::chrono::milliseconds stall) {
+void Socket::Send(std::string_view bytes, std::chrono::milliseconds stall, Clock::time_point deadline) {
     while (!bytes.empty()) {
+        // A client that takes a little at a time never has to be waited for.
+        if (Clock::now() >= deadline) throw TimedOut("the client takes its reply too slowly");
         const int piece = static_cast<int>(std::min(bytes.size(), kPiece));
-        bytes.remove_prefix(Repeat(Direction::kRoom, handle_, Clock::now() + stall, "send",
+        bytes.remove_prefix(Repeat(Direction::kRoom, handle_, std::min(Clock::now() + stall, deadline), "send",
                                    [&] { return send(handle_, bytes.data(), piece, 0); }));
     }
 }

@@ -56,8 +56,8 @@ public:
     /// @return how many bytes have come, 1 to `size`; 0 when the client sends no more.
     std::size_t Receive(char* into, std::size_t size, Clock::time_point deadline);
 
-    /// Sends all of it. The client has `stall` for taking each piece, however long the whole is.
-    void Send(std::string_view bytes, std::chrono::milliseconds stall);
+    /// Sends all of it. The client has `stall` for taking each piece, and the whole has to be taken by the deadline.
+    void Send(std::string_view bytes, std::chrono::milliseconds stall, Clock::time_point deadline);
 
     /// Tells the client that no more will come.
     void EndSending();

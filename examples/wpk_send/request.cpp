@@ -86,16 +86,28 @@ void Request::WaitAndCancel(unsigned handle) {
 
 void Request::OnNotification(WPK_CALLBACKSTRUCT* notification) {
     Request& request = *static_cast<Request*>(notification->lpUserData);
-    const auto& body = notification->body;
-    switch (notification->nReason) {
+    // No exception may leave a callback: nothing would follow it, and whoever waits for the end would wait for ever.
+    try {
+        request.Take(*notification);
+    } catch (...) {
+        // Progress that is not shown and a question that is not answered are no harm.
+    }
+    const bool final = notification->nReason == WPK_REASON_FAILURE || notification->nReason == WPK_REASON_REPLY;
+    if (final) SetEvent(request.ended_);
+}
+
+void Request::Take(WPK_CALLBACKSTRUCT& notification) {
+    const auto& body = notification.body;
+    switch (notification.nReason) {
         case WPK_REASON_FAILURE:
-            return request.TakeFailure(body.failure.nError);
+            error_ = body.failure.nError;
+            return;
         case WPK_REASON_PROGRESS:
-            return request.ShowProgress(body.progress.dwReceived, body.progress.dwTotal);
+            return ShowProgress(body.progress.dwReceived, body.progress.dwTotal);
         case WPK_REASON_REPLY:
-            return request.TakeReply(body.reply.lpData, body.reply.dwDataLength);
+            return TakeReply(body.reply.lpData, body.reply.dwDataLength);
         case WPK_REASON_CREDENTIALS:
-            return request.AskCredentials(*notification);
+            return AskCredentials(notification);
         default:
             return;
     }
@@ -122,7 +134,9 @@ void Request::AskCredentials(WPK_CALLBACKSTRUCT& notification) {
 }
 
 void Request::TakeReply(const void* data, unsigned length) {
-    // The bytes are there only during this call. No exception may leave it: the library would take it for its own.
+    // Until it is known better: without memory, not even what went wrong could be noted.
+    reply_status_ = kFileTrouble;
+    // The bytes are there only during this call.
     try {
         WriteReply(data, length);
         reply_status_ = kReplied;
@@ -130,21 +144,14 @@ void Request::TakeReply(const void* data, unsigned length) {
         reply_status_ = kNoSuchField;
         reply_trouble_ = error.what();
     } catch (const std::exception& error) {
-        reply_status_ = kFileTrouble;
         reply_trouble_ = error.what();
     }
-    SetEvent(ended_);
 }
 
 void Request::WriteReply(const void* data, unsigned length) const {
     if (options_.field.empty()) return WriteAll(options_.output_file, data, length);
     const std::string text = FieldText(data, length, options_.field) + "\n";
     WriteAll(options_.output_file, text.data(), text.size());
-}
-
-void Request::TakeFailure(int error) {
-    error_ = error;
-    SetEvent(ended_);
 }
 
 int Request::Report() const {

@@ -29,11 +29,11 @@ private:
     static void OnNotification(WPK_CALLBACKSTRUCT* notification);
 
     // On the library's thread, one at a time.
+    void Take(WPK_CALLBACKSTRUCT& notification);
     void ShowProgress(unsigned received, unsigned total);
     void AskCredentials(WPK_CALLBACKSTRUCT& notification);
     void TakeReply(const void* data, unsigned length);
     void WriteReply(const void* data, unsigned length) const;
-    void TakeFailure(int error);
 
     void WaitAndCancel(unsigned handle);
     int Report() const;

@@ -40,13 +40,29 @@
 #define WPK_API
 #endif
 
-#if defined(_MSC_VER)
+/* The calling convention of the functions and of the callback. */
+#if defined(_WIN32)
+#define WPK_CALL __cdecl
+#else
+#define WPK_CALL
+#endif
+
+#if defined(__clang__)
+__extension__ typedef long long WPK_INT64;
+#elif defined(_MSC_VER)
 typedef __int64 WPK_INT64;
 #elif defined(__GNUC__)
-__extension__ typedef long long WPK_INT64;
+/* C++98 has no such type, and here the word for an extension does not keep the compiler from saying so. */
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wlong-long"
+typedef long long WPK_INT64;
+#pragma GCC diagnostic pop
 #else
 typedef long long WPK_INT64;
 #endif
+
+/* The library's own alignment, whatever the including program's is. */
+#pragma pack(push, 8)
 
 #ifdef __cplusplus
 extern "C" {
@@ -72,7 +88,12 @@ enum WPK_REASON {
     WPK_REASON_FAILURE = 0,
     /** More of the reply has arrived; `body.progress`. Called once for every piece that is received. */
     WPK_REASON_PROGRESS = 1,
-    /** The whole reply is there; `body.reply`. Final. */
+    /** The whole reply is there; `body.reply`. Final.
+     *
+     * A reply of more than 10,240 bytes, a proxy's refusal included, is kept in a file while it arrives and until this
+     * call returns. It lies in the current directory of the process, in the clear: keep that writable, on a local disk
+     * and private. A file dialog may move it to a share or a removable disk; when that goes away, reading the data
+     * faults. */
     WPK_REASON_REPLY = 2,
     /** The network has come or gone; `body.connection`. Belongs to no request. */
     WPK_REASON_CONNECTION = 3,
@@ -95,7 +116,8 @@ enum WPK_ERROR {
     WPK_ERROR_BAD_VERSION = -5,
     /** The server has no service of that name. */
     WPK_ERROR_NO_SERVICE = -6,
-    /** The exchange broke: a bad reply, an unknown status, a lost connection, or too little memory or disk space. */
+    /** The exchange broke: a bad reply, an unknown status, a lost connection, too little memory or disk space, or a
+     * long reply for which no file could be made in the current directory (WPK_REASON_REPLY says more). */
     WPK_ERROR_EXCHANGE = -7,
     /** The proxy wants credentials, and the application declined to supply others. */
     WPK_ERROR_PROXY_CREDENTIALS = -8
@@ -164,9 +186,15 @@ typedef struct WPK_CALLBACKSTRUCT {
  * the thread that called WPK_Send. Callbacks of different requests run at the same time; those of one request follow
  * each other. No lock is held for a request's notifications, so the callback may take as long as it likes and may call
  * WPK_Send and WPK_Cancel, also for its own request. A connection notification must not wait for another one.
- * It should not throw: an exception ends its request there, is written to the event log, and no further notification
- * follows. */
-typedef void (*WPK_CALLBACK)(WPK_CALLBACKSTRUCT* notification);
+ *
+ * It must return: an exception must not leave it, nor may it end with longjmp or ExitThread. An exception that leaves
+ * it nevertheless is not sure to be caught, as the program's run-time library may be another one than this library's.
+ * If it is caught, its request ends there, without another notification; one that leaves a dial-up connection
+ * notification ends the watch over the network for good. A thread that is ended inside of it leaves its request without
+ * an end.
+ *
+ * Declare it with WPK_CALL where the program is compiled with another calling convention than __cdecl (/Gv). */
+typedef void(WPK_CALL* WPK_CALLBACK)(WPK_CALLBACKSTRUCT* notification);
 
 /** The settings of WPK_Init. Zero the record, then set what you need. Every text is copied. */
 typedef struct WPK_INITSTRUCT {
@@ -184,7 +212,7 @@ typedef struct WPK_INITSTRUCT {
     WPK_INT64 bBehindProxy;
     /** Host name or dotted IPv4 address of the proxy. */
     const char* lpszProxyServer;
-    /** Its port. Usual: 80. */
+    /** Its port. Usual: 80. Of a number above 65535 only the lower 16 bits count. */
     WPK_INT64 nProxyPort;
     /** User name for the proxy's Basic authentication; null or empty for none. */
     const char* lpszProxyUser;
@@ -204,17 +232,15 @@ typedef struct WPK_INITSTRUCT {
 #ifdef __cplusplus
 class WPK_SENDSTRUCT {
 public:
-    /* C++98 has no nullptr. NOLINTBEGIN(modernize-use-nullptr) */
     WPK_SENDSTRUCT()
-        : reserved(0),
+        : reserved(),
           nPort(80),
-          lpszServer(0),
-          lpszServiceName(0),
-          lpfnCallback(0),
-          lpUserData(0),
-          lpData(0),
-          dwDataLength(0) {}
-    /* NOLINTEND(modernize-use-nullptr) */
+          lpszServer(),
+          lpszServiceName(),
+          lpfnCallback(),
+          lpUserData(),
+          lpData(),
+          dwDataLength() {}
     virtual ~WPK_SENDSTRUCT() {}
 
 #else
@@ -223,9 +249,11 @@ typedef struct WPK_SENDSTRUCT {
 #endif
     /** 0; not used. */
     unsigned int reserved;
-    /** Server port. */
+    /** Server port, 1 to 65535. Of any other number only the lower 16 bits count; a proxy is given it as it stands. */
     unsigned int nPort;
-    /** Host name or dotted IPv4 address of the server. Required. */
+    /** Host name or dotted IPv4 address of the server. Required. It is not checked: through a proxy it travels as it
+     * stands in the request's first line, so that CR LF in it becomes header lines. Check a name that comes from
+     * outside. */
     const char* lpszServer;
     /** The service on the server that is to handle the message. Null counts as empty. */
     const char* lpszServiceName;
@@ -242,6 +270,35 @@ typedef struct WPK_SENDSTRUCT {
 #else
 } WPK_SENDSTRUCT;
 #endif
+
+#pragma pack(pop)
+
+/* A program that would see other records than the library does not compile: an array of negative size is the one
+ * assertion that all versions of C and C++ have. A class with a virtual table has no offsets before C++17; its size
+ * tells any other alignment as well. */
+#if defined(__GNUC__) || defined(__clang__)
+#define WPK_OFFSET(record, field) __builtin_offsetof(record, field)
+#else
+#define WPK_OFFSET(record, field) ((WPK_INT64) & ((record*)0)->field)
+#endif
+#define WPK_ASSERT(name, condition) typedef char WPK_##name[(condition) ? 1 : -1]
+WPK_ASSERT(INITSTRUCT_HAS_80_BYTES, sizeof(WPK_INITSTRUCT) == 80);
+WPK_ASSERT(INITSTRUCT_HAS_ITS_CALLBACK_AT_24, WPK_OFFSET(WPK_INITSTRUCT, lpfnCallback) == 24);
+WPK_ASSERT(INITSTRUCT_HAS_ITS_PASSWORD_AT_72, WPK_OFFSET(WPK_INITSTRUCT, lpszProxyPassword) == 72);
+WPK_ASSERT(SENDSTRUCT_HAS_64_BYTES, sizeof(WPK_SENDSTRUCT) == 64);
+#ifndef __cplusplus
+WPK_ASSERT(SENDSTRUCT_HAS_ITS_SERVER_AT_16, WPK_OFFSET(WPK_SENDSTRUCT, lpszServer) == 16);
+WPK_ASSERT(SENDSTRUCT_HAS_ITS_LENGTH_AT_56, WPK_OFFSET(WPK_SENDSTRUCT, dwDataLength) == 56);
+#endif
+WPK_ASSERT(CALLBACKSTRUCT_HAS_536_BYTES, sizeof(WPK_CALLBACKSTRUCT) == 536);
+WPK_ASSERT(CALLBACKSTRUCT_HAS_ITS_CONTEXT_AT_8, WPK_OFFSET(WPK_CALLBACKSTRUCT, lpUserData) == 8);
+WPK_ASSERT(CALLBACKSTRUCT_HAS_ITS_BODY_AT_16, WPK_OFFSET(WPK_CALLBACKSTRUCT, body) == 16);
+WPK_ASSERT(PROGRESS_HAS_ITS_WORD_AT_24, WPK_OFFSET(WPK_CALLBACKSTRUCT, body.progress.nWord) == 24);
+WPK_ASSERT(PROGRESS_HAS_ITS_TOTAL_AT_44, WPK_OFFSET(WPK_CALLBACKSTRUCT, body.progress.dwTotal) == 44);
+WPK_ASSERT(REPLY_HAS_ITS_DATA_AT_24, WPK_OFFSET(WPK_CALLBACKSTRUCT, body.reply.lpData) == 24);
+WPK_ASSERT(CREDENTIALS_HAVE_THEIR_RETRY_AT_528, WPK_OFFSET(WPK_CALLBACKSTRUCT, body.credentials.bRetry) == 528);
+#undef WPK_ASSERT
+#undef WPK_OFFSET
 
 #ifdef __cplusplus
 extern "C" {
@@ -260,8 +317,10 @@ WPK_API int WPK_Init(const WPK_INITSTRUCT* settings);
  *
  * @return the request's handle, which is the id of that thread; its outcome comes through the callback, possibly
  *         before this call returns. 0 when the record is null, the library is not initialised or no thread could take
- *         the request; then no callback comes. A handle may be used again by the system once its request has ended. */
-WPK_API unsigned int WPK_Send(WPK_SENDSTRUCT* message);
+ *         the request; then no callback comes. Should the thread that hands out requests have ended, as it may when
+ *         memory runs out, the id of the calling thread is returned, and no callback comes either. A handle may be used
+ *         again by the system once its request has ended. */
+WPK_API unsigned int WPK_CALL WPK_Send(WPK_SENDSTRUCT* message);
 
 /** Asks for the end of a request. The request still ends with its one final callback: WPK_ERROR_CANCELLED, within
  * 250 ms wherever it waits for the network, unless it was already past that point.
@@ -274,7 +333,7 @@ WPK_API unsigned int WPK_Send(WPK_SENDSTRUCT* message);
  * @return 1 as soon as a thread has taken the cancel, also for a handle that is unknown or has ended (which changes
  *         nothing); 0 when the handle is 0, when the library is not initialised, or when no thread (or no memory) was
  *         to be had for the cancel: then the request runs on, and the call may be repeated. */
-WPK_API int WPK_Cancel(unsigned int handle);
+WPK_API int WPK_CALL WPK_Cancel(unsigned int handle);
 
 #ifdef __cplusplus
 } /* extern "C" */

@@ -337,6 +337,22 @@ def test_server_does_not_wait_for_slow_clients_for_ever():
         check(reply.startswith(b"HTTP/1.0 408 Request_Timeout"), reply)
 
 
+def test_server_does_not_keep_a_place_for_a_client_that_takes_its_reply_by_drops():
+    # Each step is taken in time; the whole would take twenty times as long as it may.
+    length = 64 * 1024 * 1024
+    with Server("--timeout", 1, "--slowest", 1024 * 1024) as impatient:
+        with socket.create_connection(("127.0.0.1", impatient.port)) as client:
+            client.sendall(whole_request("Generate", b"%d" % length))
+            taken = 0
+            try:
+                while piece := client.recv(100000):
+                    taken += len(piece)
+                    time.sleep(0.03)
+            except ConnectionResetError:
+                pass
+    check(taken < length, "the server has ended the connection")
+
+
 def test_server_lives_on_when_a_client_goes_away_during_a_large_reply():
     for _ in range(3):
         with socket.create_connection(("127.0.0.1", server.port)) as client:

@@ -7,6 +7,7 @@ The exit status is 77 when the language's interpreter is not there.
 """
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -35,7 +36,9 @@ def javascript_program():
         return None, None
     # Wine leads to / as drive Z:. Node.js asks for a newer Windows than it needs.
     modules = "Z:" + str(NODE.parent / "node_modules").replace("/", "\\")
-    return ([str(WINE), str(NODE), str(ROOT / "examples" / "javascript" / "wpk_send.js")],
+    # It loads the library from beside itself.
+    script = shutil.copy(ROOT / "examples" / "javascript" / "wpk_send.js", sys.argv[2])
+    return ([str(WINE), str(NODE), script],
             {"NODE_PATH": modules, "NODE_SKIP_PLATFORM_CHECK": "1"})
 
 
@@ -64,8 +67,9 @@ class Program:
     def with_environment(self, **more):
         return Program(self._command, dict(self._environment, **more), self._folder)
 
-    def in_folder(self, folder):
-        return Program(self._command, self._environment, folder)
+    def copied_to(self, folder):
+        """The same program, the last word of its command, alone in that folder; the library stays where it was."""
+        return Program(self._command[:-1] + [shutil.copy(self._command[-1], folder)], self._environment, self._folder)
 
     def send(self, service, message, *more):
         return self.run("127.0.0.1", server.port, service, message, *more)
@@ -136,10 +140,11 @@ def test_javascript_says_that_koffi_is_missing():
 
 
 def test_javascript_says_that_the_library_is_missing():
+    # The one in the current folder is not taken.
     with tempfile.TemporaryDirectory() as folder:
-        status, reply, errors = program.in_folder(folder).send("Echo", "x")
+        status, reply, errors = program.copied_to(folder).send("Echo", "x")
     check_equal((status, reply), (3, b""))
-    check(b"wpk.dll cannot be loaded" in errors and b"on PATH" in errors and b"    at " not in errors, errors)
+    check(b"wpk.dll cannot be loaded" in errors and b"beside this program" in errors and b"    at " not in errors, errors)
 
 
 def test_javascript_ends_when_its_answer_to_the_proxy_is_unusable():

@@ -1,4 +1,5 @@
-/* wpk.h in C90: every name is usable, and every field lies where the library expects it.
+/* wpk.h in C90, with records of the program's own packed as PACKING says: every name is usable, and every field lies
+ * where the library expects it.
  * SPDX-License-Identifier: MIT */
 #include "wpk/wpk.h"
 
@@ -56,16 +57,26 @@ CHECK(errors, WPK_ERROR_BAD_REQUEST == -1 && WPK_ERROR_NO_NETWORK == -2 && WPK_E
                   WPK_ERROR_CANCELLED == -4 && WPK_ERROR_BAD_VERSION == -5 && WPK_ERROR_NO_SERVICE == -6 &&
                   WPK_ERROR_EXCHANGE == -7 && WPK_ERROR_PROXY_CREDENTIALS == -8);
 
+/* The packing is that of the compiler's options, and the header has left it as it was. */
+struct Own {
+    char letter;
+    double number;
+};
+CHECK(own_packing, offsetof(struct Own, number) == (PACKING < 8 ? PACKING : 8));
+
 /* What a C program hands to the library; the test program sends it. */
-static void Note(WPK_CALLBACKSTRUCT* notification) {
+static void WPK_CALL Note(WPK_CALLBACKSTRUCT* notification) {
     int* outcome = (int*)notification->lpUserData;
     if (notification->nReason == WPK_REASON_REPLY) *outcome = (int)notification->body.reply.dwDataLength;
     if (notification->nReason == WPK_REASON_FAILURE) *outcome = notification->body.failure.nError;
 }
 
-void FillRecordInC(WPK_SENDSTRUCT* message, unsigned int port, int* outcome);
+#define JOIN(name, packing) name##packing
+#define NAME(name, packing) JOIN(name, packing)
 
-void FillRecordInC(WPK_SENDSTRUCT* message, unsigned int port, int* outcome) {
+void NAME(FillRecordInC, PACKING)(WPK_SENDSTRUCT* message, unsigned int port, int* outcome);
+
+void NAME(FillRecordInC, PACKING)(WPK_SENDSTRUCT* message, unsigned int port, int* outcome) {
     static const WPK_SENDSTRUCT zero = {0};
     *message = zero;
     message->nPort = port;

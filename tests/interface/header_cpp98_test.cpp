@@ -1,5 +1,5 @@
-// wpk.h in C++98: the records lie where the library expects them, and the class has its virtual table in front.
-// SPDX-License-Identifier: MIT
+// wpk.h in C++98, with the program's own records packed as PACKING says: the records lie where the library expects
+// them, and the class has its virtual table in front. SPDX-License-Identifier: MIT
 #include "wpk/wpk.h"
 
 namespace {
@@ -20,10 +20,13 @@ unsigned int OffsetOf(const WPK_SENDSTRUCT& record, const Field& field) {
 
 }  // namespace
 
-// A class with a virtual destructor has no offsets at compile time; the test program calls this.
-bool SendRecordFieldsLieWhereTheyShould();
+#define JOIN(name, packing) name##packing
+#define NAME(name, packing) JOIN(name, packing)
 
-bool SendRecordFieldsLieWhereTheyShould() {
+// A class with a virtual destructor has no offsets at compile time; the test program calls this.
+bool NAME(SendRecordFieldsLieWhereTheyShould, PACKING)();
+
+bool NAME(SendRecordFieldsLieWhereTheyShould, PACKING)() {
     InitSize();
     SendSize();
     CallbackSize();

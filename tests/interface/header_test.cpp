@@ -7,17 +7,35 @@
 
 #include <gtest/gtest.h>
 
-extern "C" void FillRecordInC(WPK_SENDSTRUCT* message, unsigned int port, int* outcome);
-bool SendRecordFieldsLieWhereTheyShould();
+// Each is compiled with records packed to the number in its name.
+extern "C" {
+void FillRecordInC1(WPK_SENDSTRUCT* message, unsigned int port, int* outcome);
+void FillRecordInC2(WPK_SENDSTRUCT* message, unsigned int port, int* outcome);
+void FillRecordInC4(WPK_SENDSTRUCT* message, unsigned int port, int* outcome);
+void FillRecordInC8(WPK_SENDSTRUCT* message, unsigned int port, int* outcome);
+void FillRecordInC16(WPK_SENDSTRUCT* message, unsigned int port, int* outcome);
+}
+bool SendRecordFieldsLieWhereTheyShould1();
+bool SendRecordFieldsLieWhereTheyShould2();
+bool SendRecordFieldsLieWhereTheyShould4();
+bool SendRecordFieldsLieWhereTheyShould8();
+bool SendRecordFieldsLieWhereTheyShould16();
 
 namespace wpk::rig {
 namespace {
 
-TEST(Header, InCpp98_LaysTheSendRecordOutAsDocumented) {
-    EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould());
+TEST(Header, InCpp98WithAnyPacking_LaysTheSendRecordOutAsDocumented) {
+    EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould1());
+    EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould2());
+    EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould4());
+    EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould8());
+    EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould16());
 }
 
-TEST(Header, RecordFilledInC_IsCarriedLikeAnyOther) {
+// How C fills the record and reads the notification, with one packing.
+class HeaderInC : public testing::TestWithParam<decltype(&FillRecordInC8)> {};
+
+TEST_P(HeaderInC, RecordFilledInC_IsCarriedLikeAnyOtherAndItsReplyIsRead) {
     const Library library = StartFresh();
     Peer peer(Answer(Ok("four")));
     const std::set<DWORD> before = ThreadIds();
@@ -25,12 +43,16 @@ TEST(Header, RecordFilledInC_IsCarriedLikeAnyOther) {
     alignas(WPK_SENDSTRUCT) char storage[sizeof(WPK_SENDSTRUCT)] = {};
     WPK_SENDSTRUCT* message = reinterpret_cast<WPK_SENDSTRUCT*>(storage);
     int outcome = 0;
-    FillRecordInC(message, peer.port(), &outcome);
+    GetParam()(message, peer.port(), &outcome);
     ASSERT_NE(library.Send(message), 0u);
     ASSERT_TRUE(WaitForOtherThreads(before));
     EXPECT_EQ(outcome, 4);
     EXPECT_EQ(MessageOf(peer.WaitForRequest()), "from C");
 }
+
+INSTANTIATE_TEST_SUITE_P(PackedTo, HeaderInC,
+                         testing::Values(FillRecordInC1, FillRecordInC2, FillRecordInC4, FillRecordInC8,
+                                         FillRecordInC16));
 
 }  // namespace
 }  // namespace wpk::rig

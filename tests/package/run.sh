@@ -50,7 +50,7 @@ needs_only_windows() {
     for file in wpk.dll message_server.exe wpk_send.exe; do
         x86_64-w64-mingw32-objdump -p "$taken/bin/$file" | sed -n 's/^\s*DLL Name: //p' >"$work/imports"
         [ -s "$work/imports" ] || { echo "$file imports nothing?" && return 1; }
-        ! grep -viE '^(kernel32|user32|advapi32|msvcrt|wsock32|ws2_32|rasapi32|wpk)\.dll$' "$work/imports" ||
+        ! grep -viE '^(kernel32|user32|advapi32|msvcrt|ws2_32|rasapi32|wpk)\.dll$' "$work/imports" ||
             { echo "$file needs these as well" && return 1; }
     done
 }

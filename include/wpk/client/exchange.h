@@ -155,7 +155,7 @@ private:
     }
 
     /// What the library calls, on the thread that carries the request.
-    static void OnNotification(WPK_CALLBACKSTRUCT* notification) noexcept {
+    static void WPK_CALL OnNotification(WPK_CALLBACKSTRUCT* notification) noexcept {
         Exchange& exchange = *static_cast<Exchange*>(notification->lpUserData);
         exchange.NoteThread();
         auto& body = notification->body;

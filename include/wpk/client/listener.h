@@ -27,7 +27,7 @@ public:
 
     /// What the library calls. Other reasons belong to requests that code beside the Client has sent without a callback
     /// of their own; a question for credentials is then declined.
-    static void OnNotification(WPK_CALLBACKSTRUCT* notification) noexcept {
+    static void WPK_CALL OnNotification(WPK_CALLBACKSTRUCT* notification) noexcept {
         if (notification->nReason != WPK_REASON_CONNECTION) return;
         static_cast<Listener*>(notification->lpUserData)->Tell(notification->body.connection.dwConnected != 0);
     }

@@ -35,6 +35,10 @@ Library Library::Load() {
     return Library("wpk.dll");
 }
 
+Library Library::LoadFrom(std::string path) {
+    return Library(std::move(path));
+}
+
 Library Library::LoadFresh() {
     static std::atomic<int> count{0};
     const std::string copy = ScratchFolder() + "wpk_copy_" + std::to_string(++count) + ".dll";

@@ -19,6 +19,8 @@ public:
     // "wpk.dll" itself.
     static Library Load();
 
+    static Library LoadFrom(std::string path);
+
     // A copy of "wpk.dll" under a file name of its own. The loader takes it for another module, so its state is that
     // of a library that was never initialised: a test can choose settings, or break imports, without touching others.
     static Library LoadFresh();

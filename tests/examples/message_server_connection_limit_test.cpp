@@ -1,0 +1,78 @@
+// The server's places: taken, given back, and never lost.
+// SPDX-License-Identifier: MIT
+#include "message_server/connection_limit.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <future>
+#include <new>
+#include <optional>
+#include <utility>
+
+namespace {
+
+bool memory_is_out = false;
+
+}  // namespace
+
+// Out of line, for the compiler would see malloc and delete, or new and free, and take them for a mistake.
+#define WPK_OUT_OF_LINE __attribute__((noinline))
+
+WPK_OUT_OF_LINE void* operator new(std::size_t size) {
+    void* memory = memory_is_out ? nullptr : std::malloc(size > 0 ? size : 1);
+    if (!memory) throw std::bad_alloc();
+    return memory;
+}
+
+WPK_OUT_OF_LINE void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+WPK_OUT_OF_LINE void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace message_server {
+namespace {
+
+TEST(ConnectionLimit, TakePlace_NeedsNoMemory) {
+    ConnectionLimit limit(1);
+    memory_is_out = true;
+    for (int i = 0; i < 3; ++i) limit.TakePlace();
+    memory_is_out = false;
+}
+
+TEST(ConnectionLimit, TakePlace_AllTaken_WaitsUntilOneIsGivenBack) {
+    ConnectionLimit limit(2);
+    std::optional<ConnectionLimit::Place> first(limit.TakePlace());
+    const ConnectionLimit::Place second = limit.TakePlace();
+    std::promise<void> taken;
+    std::future<void> third = std::async(std::launch::async, [&] {
+        const ConnectionLimit::Place place = limit.TakePlace();
+        taken.set_value();
+    });
+    std::future<void> has_taken = taken.get_future();
+    EXPECT_EQ(has_taken.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    first.reset();
+    has_taken.wait();
+    third.wait();
+}
+
+TEST(ConnectionLimit, PlaceThatWasMoved_IsGivenBackOnce) {
+    ConnectionLimit limit(1);
+    {
+        ConnectionLimit::Place place = limit.TakePlace();
+        const ConnectionLimit::Place moved(std::move(place));
+    }
+    const ConnectionLimit::Place again = limit.TakePlace();
+    std::promise<void> taken;
+    std::future<void> second = std::async(std::launch::async, [&] { limit.TakePlace(), taken.set_value(); });
+    EXPECT_EQ(taken.get_future().wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    // Whoever waits is let go.
+    const ConnectionLimit::Place given_back(limit);
+}
+
+}  // namespace
+}  // namespace message_server

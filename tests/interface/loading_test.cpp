@@ -1,0 +1,85 @@
+// Where the library's own libraries come from, and what it asks of them.
+// SPDX-License-Identifier: MIT
+#include "interface/rig/import_patch.h"
+#include "interface/rig/peer.h"
+#include "interface/rig/process.h"
+#include "interface/rig/request.h"
+#include "interface/rig/wire.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace wpk::rig {
+namespace {
+
+constexpr int kGood = 42;
+
+// No library is looked for anywhere but in the system's folder any more.
+void NarrowTheSearch() {
+#include "shipping/narrow_search.inc"
+}
+
+// False when it is not loaded.
+bool IsOfTheSystem(const char* module) {
+    char path[MAX_PATH] = {};
+    char folder[MAX_PATH] = {};
+    const HMODULE loaded = GetModuleHandleA(module);
+    if (!loaded || GetModuleFileNameA(loaded, path, MAX_PATH) == 0) return false;
+    const UINT length = GetSystemDirectoryA(folder, MAX_PATH);
+    return length > 0 && _strnicmp(path, folder, length) == 0 && path[length] == '\\';
+}
+
+WPK_SCENARIO(ExchangeFromTheSystemsFolderAlone) {
+    NarrowTheSearch();
+    if (LoadLibraryA("wpk.dll")) return 1;
+    const Library library = Library::LoadFrom(ProgramFolder() + "wpk.dll");
+    if (!IsOfTheSystem("ws2_32.dll")) return 2;
+    Inbox& inbox = *new Inbox;
+    WPK_INITSTRUCT settings = PermanentSettings(inbox);
+    settings.nConnectionType = std::atoi(argument.c_str());
+    // The first word of a dial-up watch takes one start of the sockets interface back.
+    WSADATA data;
+    if (settings.nConnectionType != WPK_CONNECTION_PERMANENT && WSAStartup(MAKEWORD(1, 1), &data) != 0) return 9;
+    if (library.Init(&settings) != 1) return 3;
+    // What goes over dial-up has no network here; over a permanent one it gets its reply.
+    Peer peer(Answer(Ok("ok")));
+    Request request(peer.port());
+    if (!request.Run(library)) return 4;
+    if (settings.nConnectionType == WPK_CONNECTION_PERMANENT) return request.Final().bytes == "ok" ? kGood : 5;
+    // The watch has begun: that it tells of no connection shows that the remote access library has been found.
+    if (!inbox.WaitForCount(1) || inbox.All().front().reason != WPK_REASON_CONNECTION) return 6;
+    if (request.Final().error != WPK_ERROR_NO_NETWORK) return 7;
+    return IsOfTheSystem("rasapi32.dll") ? kGood : 8;
+}
+
+TEST(Loading, WithTheNarrowestSearch_WorksByItsFullPathOverAPermanentNetwork) {
+    EXPECT_EQ(Child("ExchangeFromTheSystemsFolderAlone", std::to_string(WPK_CONNECTION_PERMANENT)).Wait(),
+              static_cast<DWORD>(kGood));
+}
+
+TEST(Loading, WithTheNarrowestSearch_FindsTheSystemsRemoteAccess) {
+    EXPECT_EQ(Child("ExchangeFromTheSystemsFolderAlone", std::to_string(WPK_CONNECTION_AUTOMATIC)).Wait(),
+              static_cast<DWORD>(kGood));
+}
+
+WORD theVersionAskedFor;
+
+int WINAPI NoteVersion(WORD version, WSADATA* data) {
+    theVersionAskedFor = version;
+    return WSAStartup(version, data);
+}
+
+TEST(Loading, SocketsInterface_IsAskedForVersion1Point1) {
+    const Library library = Library::LoadFresh();
+    const ImportPatch patch(library.module(), "WSAStartup", AddressOf(&NoteVersion));
+    ASSERT_TRUE(patch.Found());
+    Inbox& inbox = *new Inbox;
+    const WPK_INITSTRUCT settings = PermanentSettings(inbox);
+    ASSERT_EQ(library.Init(&settings), 1);
+    EXPECT_EQ(theVersionAskedFor, MAKEWORD(1, 1));
+}
+
+}  // namespace
+}  // namespace wpk::rig
