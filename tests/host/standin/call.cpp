@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "host/control.h"
+#include "host/standin/scheduler.h"
 #include "host/standin/thread.h"
 
 namespace wpk::host {
@@ -91,6 +92,38 @@ uint32_t CountUse(Call call) {
 
 thread_local Code running_code = Code::kTest;
 
+/// Whether another thread may come first: not where it could not tell.
+bool ConcernsOthers(Call call) {
+    switch (call) {
+        case Call::kReleaseSemaphore:
+        case Call::kWaitForSingleObject:
+        case Call::kCloseHandle:
+        case Call::kOpenThread:
+        case Call::kResumeThread:
+        case Call::kSuspendThread:
+        case Call::kTerminateThread:
+        case Call::kGetExitCodeThread:
+        case Call::kWSAStartup:
+        case Call::kWSACleanup:
+        case Call::ksocket:
+        case Call::kgethostbyname:
+        case Call::kconnect:
+        case Call::kselect:
+        case Call::ksend:
+        case Call::krecv:
+        case Call::kclosesocket:
+        case Call::kFreeLibrary:
+        case Call::kLoadLibraryA:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool LetsOthersGoOn(Call call) {
+    return call == Call::kReleaseSemaphore || call == Call::kResumeThread || call == Call::kWSACleanup;
+}
+
 }  // namespace
 
 CodeScope::CodeScope(Code code) : before_(running_code) {
@@ -109,13 +142,16 @@ bool AllocationFails() {
     return running_code == Code::kLibrary && CountUse(Call::koperator_new) != 0;
 }
 
-CallScope::CallScope(Call call) {
+CallScope::CallScope(Call call) : call_(call) {
     StopPoint();
+    if (ConcernsOthers(call)) SchedulePoint();
     error_ = CountUse(call);
 }
 
 CallScope::~CallScope() {
     StopPoint();
+    // What follows a release is no longer kept from the others.
+    if (LetsOthersGoOn(call_)) SchedulePoint();
 }
 
 void RecordMisuse(std::string text) {
@@ -133,6 +169,7 @@ double RealSelectMilliseconds(double milliseconds) {
 }
 
 uint64_t Ticks() {
+    if (IsScheduled()) return ScheduledTime();
     using namespace std::chrono;
     const auto now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
     return static_cast<uint64_t>(now) * speed.load(std::memory_order_relaxed);

@@ -97,6 +97,7 @@ public:
 
 private:
     const CodeScope code_{Code::kTest};
+    const Call call_;
     uint32_t error_;
 };
 
