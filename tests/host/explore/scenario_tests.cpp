@@ -1,0 +1,51 @@
+// Every order of the threads of every scenario that fits into the time.
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "host/explore/explorer.h"
+#include "host/explore/scenarios.h"
+
+namespace wpk::explore {
+namespace {
+
+/// For both ways of one scenario, which go side by side.
+constexpr double kSeconds = 1.5;
+constexpr int kMostPreemptions = 3;
+
+class Explored : public testing::TestWithParam<Scenario> {};
+
+void ExpectNothing(const Scenario& scenario, const char* way, const Findings& found) {
+    EXPECT_EQ(found.failure, "") << scenario.name << ", " << way << ", schedule \"" << found.schedule << "\"";
+    EXPECT_GT(found.schedules, 0u) << scenario.name;
+}
+
+TEST_P(Explored, EndsAsItMust) {
+    const Scenario& scenario = GetParam();
+    Exploration systematic = Exploration::Systematic(scenario, kMostPreemptions, kSeconds);
+    Exploration random = Exploration::Random(scenario, /*seed=*/1, kSeconds);
+    const Findings all = systematic.Await();
+    const Findings some = random.Await();
+    std::printf("%s: exhausted with %d pre-emptions, %d schedules there and beyond, %d at random\n", scenario.name,
+                all.exhausted, static_cast<int>(all.schedules), static_cast<int>(some.schedules));
+    ExpectNothing(scenario, "systematically", all);
+    ExpectNothing(scenario, "at random", some);
+}
+
+std::string NameOf(const testing::TestParamInfo<Scenario>& info) {
+    std::string name;
+    bool begins = true;
+    for (const char* next = info.param.name; *next; ++next) {
+        const bool is_letter = std::isalnum(static_cast<unsigned char>(*next)) != 0;
+        if (is_letter) name += begins ? static_cast<char>(std::toupper(*next)) : *next;
+        begins = !is_letter;
+    }
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Explored, testing::ValuesIn(AllScenarios()), NameOf);
+
+}  // namespace
+}  // namespace wpk::explore
