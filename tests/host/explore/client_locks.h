@@ -34,7 +34,9 @@ class ScheduledMutex {
 public:
     void lock() {
         host::SchedulePoint();
-        while (held_) host::AwaitScheduled("a mutex", [this] { return !held_; }, UINT32_MAX);
+        while (held_)
+            host::AwaitScheduled(
+                "a mutex", [this] { return !held_; }, UINT32_MAX);
         held_ = true;
     }
     bool try_lock() {
@@ -71,8 +73,9 @@ private:
     bool Await(Lock& lock, uint32_t milliseconds) {
         const uint64_t before = notified_;
         lock.mutex()->unlock();
-        const bool in_time = notified_ != before || host::AwaitScheduled(
-            "a condition", [&] { return notified_ != before; }, milliseconds);
+        const bool in_time =
+            notified_ != before || host::AwaitScheduled(
+                                       "a condition", [&] { return notified_ != before; }, milliseconds);
         lock.mutex()->lock();
         return in_time;
     }

@@ -57,7 +57,8 @@ public:
     ~Stage() {
         library_.AwaitQuiet();
         // Until the layer no longer expects a late cancel.
-        host::AwaitScheduled("the end of late cancels", [] { return false; }, 10000);
+        host::AwaitScheduled(
+            "the end of late cancels", [] { return false; }, 10000);
         client::detail::ParcelsDone::All().Collect();
     }
 

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 #include "env/global_object.h"
 #include "host/control.h"
@@ -53,7 +54,8 @@ bool Library::DetectsModems() const {
 }
 
 void Library::AwaitQuiet() {
-    host::AwaitThreads((global_->netOutbound.Started() != 0) + (DetectsModems() ? 2u : 0u));
+    host::AwaitThreads(
+        [this] { return (global_->netOutbound.Started() != 0 ? 1u : 0u) + (DetectsModems() ? 2u : 0u); });
 }
 
 /// What a process never does: it keeps the library to its end.
@@ -95,7 +97,7 @@ RunningLibrary::RunningLibrary(const WPK_INITSTRUCT& settings) {
 }
 
 std::string AnswerRequest(const std::string& received) {
-    static const std::string kLength = "Content-Length: ";
+    static constexpr std::string_view kLength = "Content-Length: ";
     const size_t head = received.find("\r\n\r\n");
     const size_t length = received.find(kLength);
     if (head == std::string::npos || length == std::string::npos) return {};

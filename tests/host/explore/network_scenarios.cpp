@@ -20,10 +20,10 @@ namespace {
 /// While one is open, it is the interface's; when none is, nothing is left that a clean-up has to wait for.
 void UseASocket() {
     Connection connection;
-    if (!connection.Open()) return;
-    Expect(host::SocketStarts() > 0, "no clean-up comes before the last socket is closed");
     CancelSignal signal;
-    if (connection.Connect("127.0.0.1", 80, signal)) connection.Send("x", 1);
+    if (!connection.Connect("127.0.0.1", 80, signal)) return;
+    Expect(host::SocketStarts() > 0, "no clean-up comes before the last socket is closed");
+    connection.Send("x", 1);
     Expect(host::SocketStarts() > 0, "no clean-up comes before the last socket is closed");
     connection.Close();
 }
@@ -78,10 +78,12 @@ void AModemThatHangsUpUnderARequest() {
     settings.lpUserData = &told;
     {
         RunningLibrary library(settings);
-        host::AwaitScheduled("the network", [&] { return told.comes == 1; }, INFINITE);
+        host::AwaitScheduled(
+            "the network", [&] { return told.comes == 1; }, INFINITE);
         StartThread("sender", [&] { Expect(request.Send(library) != 0, "a request is taken"); });
         host::modem::HangUp();
-        host::AwaitScheduled("the network's end", [&] { return told.goes == 2; }, INFINITE);
+        host::AwaitScheduled(
+            "the network's end", [&] { return told.goes == 2; }, INFINITE);
         library.AwaitQuiet();
         Expect(host::SocketStarts() == 0, "the clean-up has come");
     }

@@ -196,8 +196,7 @@ template <Fault fault>
 const std::vector<Scenario>& SmallScenarios() {
     static const std::vector<Scenario>& all = *new std::vector<Scenario>{
         {"a second reader beside a writer", ReadersBesideAWriter<fault>},
-        {"a second sender left behind",
-         TwoSendersAndAReceiver<&SmallRendezvous::SendLeavingOthersBehind<fault>>},
+        {"a second sender left behind", TwoSendersAndAReceiver<&SmallRendezvous::SendLeavingOthersBehind<fault>>},
         {"a wake-up before the message is written",
          TwoSendersAndAReceiver<&SmallRendezvous::SendWakingTooEarly<fault>>},
         {"a cancel outside of the table's lock", CancelBesideTheEnd<fault>},

@@ -12,7 +12,8 @@ using host::StartThread;
 namespace {
 
 void AwaitSent(const Request& request) {
-    host::AwaitScheduled("a handle", [&] { return request.Sent(); }, INFINITE);
+    host::AwaitScheduled(
+        "a handle", [&] { return request.Sent(); }, INFINITE);
 }
 
 /// A thread that cancels the request as soon as it has a handle.

@@ -39,6 +39,31 @@ uint32_t Start(ThreadEntry entry, void* argument = nullptr) {
     return id;
 }
 
+/// Two threads that send to one receiver. They have their ids before it can end: one of them would get its id then.
+class TwoSenders {
+public:
+    explicit TwoSenders(std::function<void(uint32_t receiver)> send) {
+        const Undisturbed start;
+        for (int i = 0; i < 2; ++i) {
+            StartThread("sender", [this, send] {
+                GetCurrentThreadId();
+                ++ready_;
+                host::AwaitScheduled(
+                    "a receiver", [this] { return receiver_ != 0; }, INFINITE);
+                send(receiver_);
+            });
+        }
+        host::AwaitScheduled(
+            "the senders", [this] { return ready_ == 2; }, INFINITE);
+    }
+
+    void SendTo(uint32_t receiver) { receiver_ = receiver; }
+
+private:
+    int ready_ = 0;
+    uint32_t receiver_ = 0;
+};
+
 enum class End { kAnswered, kReceiverGone, kReceiverUnknown };
 
 End Send(uint32_t receiver) {
@@ -77,24 +102,43 @@ uint32_t AnswerSome(void*) {
     return 0;
 }
 
-void AReceiverThatWaits() {
-    const Layer layer;
-    const uint32_t receiver = Start(AnswerSome<2>);
-    for (int i = 0; i < 2; ++i) {
-        StartThread("sender", [=] { Expect(Send(receiver) == End::kAnswered, "each sender is answered"); });
+/// How many of two senders have come to each end.
+struct Ends {
+    int answered = 0;
+    int gone = 0;
+    int unknown = 0;
+
+    void Send(uint32_t receiver) {
+        switch (explore::Send(receiver)) {
+            case End::kAnswered:
+                ++answered;
+                break;
+            case End::kReceiverGone:
+                ++gone;
+                break;
+            case End::kReceiverUnknown:
+                ++unknown;
+                break;
+        }
     }
+};
+
+Ends SendTwice(ThreadEntry receiver) {
+    const Layer layer;
+    Ends ends;
+    TwoSenders senders([&ends](uint32_t id) { ends.Send(id); });
+    senders.SendTo(Start(receiver));
+    AwaitThreads();
+    return ends;
+}
+
+void AReceiverThatWaits() {
+    Expect(SendTwice(AnswerSome<2>).answered == 2, "each sender is answered");
 }
 
 /// Whoever comes too late is refused.
 void AReceiverThatEndsInTime() {
-    const Layer layer;
-    const uint32_t receiver = Start(AnswerSome<1>);
-    int answered = 0;
-    for (int i = 0; i < 2; ++i) {
-        StartThread("sender", [receiver, &answered] { answered += Send(receiver) == End::kAnswered; });
-    }
-    AwaitThreads();
-    Expect(answered == 1, "as many senders are answered as the receiver has received");
+    Expect(SendTwice(AnswerSome<1>).answered == 1, "as many senders are answered as the receiver has received");
 }
 
 uint32_t ReceiveAndEnd(void*) {
@@ -103,41 +147,28 @@ uint32_t ReceiveAndEnd(void*) {
 }
 
 void AReceiverThatEndsBeforeItAnswers() {
-    const Layer layer;
-    const uint32_t receiver = Start(ReceiveAndEnd);
-    int gone = 0;
-    for (int i = 0; i < 2; ++i) {
-        StartThread("sender", [receiver, &gone] {
-            const End end = Send(receiver);
-            Expect(end != End::kAnswered, "nobody is answered");
-            gone += end == End::kReceiverGone;
-        });
-    }
-    AwaitThreads();
-    Expect(gone >= 1, "the received sender learns that its receiver has gone");
+    const Ends ends = SendTwice(ReceiveAndEnd);
+    Expect(ends.answered == 0, "nobody is answered");
+    Expect(ends.gone >= 1, "the received sender learns that its receiver has gone");
 }
 
 /// A thread of the application's: it goes on after it has left the layer.
 void AReceiverThatIsDetached() {
     const Layer layer;
-    uint32_t receiver = 0;
-    StartThread("receiver", [&receiver] {
+    Ends ends;
+    TwoSenders senders([&ends](uint32_t id) { ends.Send(id); });
+    StartThread("receiver", [&senders] {
         {
             const Undisturbed start;
             Expect(ThreadLib::Attach() == 1, "the receiver registers");
-            receiver = GetCurrentThreadId();
+            senders.SendTo(GetCurrentThreadId());
         }
         Answer(ReceiveRequest());
         Expect(ThreadLib::Detach() == 1, "the receiver leaves");
         Expect(ThreadLib::Detach() == 0, "it has left");
     });
-    host::AwaitScheduled("the receiver's start", [&receiver] { return receiver != 0; }, INFINITE);
-    int answered = 0;
-    for (int i = 0; i < 2; ++i) {
-        StartThread("sender", [receiver, &answered] { answered += Send(receiver) == End::kAnswered; });
-    }
     AwaitThreads();
-    Expect(answered == 1, "as many senders are answered as the receiver has received");
+    Expect(ends.answered == 1, "as many senders are answered as the receiver has received");
 }
 
 struct Errand {
@@ -168,11 +199,7 @@ uint32_t HaveOthersAnswer(void*) {
 }
 
 void WorkersThatAnswer() {
-    const Layer layer;
-    const uint32_t desk = Start(HaveOthersAnswer);
-    for (int i = 0; i < 2; ++i) {
-        StartThread("sender", [=] { Expect(Send(desk) == End::kAnswered, "each sender is answered"); });
-    }
+    Expect(SendTwice(HaveOthersAnswer).answered == 2, "each sender is answered");
 }
 
 }  // namespace

@@ -14,9 +14,7 @@ namespace wpk::explore {
 using host::AwaitThreads;
 using host::StartThread;
 
-namespace {
-
-}  // namespace
+namespace {}  // namespace
 
 const Scenarios& TreeScenarios() {
     static const Scenarios& all = *new Scenarios{};

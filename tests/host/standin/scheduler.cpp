@@ -271,12 +271,16 @@ void StartThread(std::string name, std::function<void()> body) {
 }
 
 void AwaitThreads(size_t lasting) {
+    AwaitThreads([lasting] { return lasting; });
+}
+
+void AwaitThreads(std::function<size_t()> lasting) {
     AwaitScheduled(
         "the end of the others",
-        [lasting] {
-            const auto left = std::count_if(run->runners.begin(), run->runners.end(),
-                                            [](const auto& one) { return !one->ended; });
-            return static_cast<size_t>(left) <= lasting + 1;
+        [lasting = std::move(lasting)] {
+            const auto left =
+                std::count_if(run->runners.begin(), run->runners.end(), [](const auto& one) { return !one->ended; });
+            return static_cast<size_t>(left) <= lasting() + 1;
         },
         INFINITE);
 }

@@ -80,8 +80,9 @@ uint64_t ScheduledTime();
 /// A thread of the application within a run, as it calls the library: it leaves the platform before it ends.
 void StartThread(std::string name, std::function<void()> body);
 
-/// Waits until no thread is left but the calling one and `lasting` more.
+/// Waits until no thread is left but the calling one and so many more.
 void AwaitThreads(size_t lasting = 0);
+void AwaitThreads(std::function<size_t()> lasting);
 
 /// The length of what happens the usual way, without a choice.
 class Undisturbed {
