@@ -254,6 +254,11 @@ void StayOnOneProcessor(int number) {
     }
 }
 
+void RunBody(const Scenario& scenario) {
+    const host::CodeScope library(host::Code::kLibrary);
+    scenario.run();
+}
+
 void CleanUp() {
     host::SetSocketScript(nullptr);
     host::Reset();
@@ -264,7 +269,7 @@ void CleanUp() {
 void Exploration::RunOnce(const Scenario& scenario, Recorder& chooser) {
     const State before;
     chooser.Begin();
-    host::RunScheduled(chooser, scenario.run);
+    host::RunScheduled(chooser, [&] { RunBody(scenario); });
     for (const std::string& misuse : host::Misuses()) chooser.Fail("misuse: " + misuse);
     CleanUp();
     const std::string difference = before.Difference();
@@ -275,7 +280,7 @@ void Exploration::WarmUp(const Scenario& scenario, Board& board) {
     Again usual(board, "");
     for (int i = 0; i < kWarmUps; ++i) {
         usual.Begin();
-        host::RunScheduled(usual, scenario.run);
+        host::RunScheduled(usual, [&] { RunBody(scenario); });
         CleanUp();
     }
 }

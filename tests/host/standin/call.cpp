@@ -138,8 +138,12 @@ void SetRunningCode(Code code) {
     running_code = code;
 }
 
+bool RunsLibraryCode() {
+    return running_code == Code::kLibrary;
+}
+
 bool AllocationFails() {
-    return running_code == Code::kLibrary && CountUse(Call::koperator_new) != 0;
+    return RunsLibraryCode() && CountUse(Call::koperator_new) != 0;
 }
 
 CallScope::CallScope(Call call) : call_(call) {

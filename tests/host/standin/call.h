@@ -103,6 +103,7 @@ private:
 
 /// For good; for threads, which may end without leaving their scopes.
 void SetRunningCode(Code code);
+bool RunsLibraryCode();
 void RecordMisuse(std::string text);
 void ResetCalls();
 

@@ -11,6 +11,8 @@
 #include <thread>
 #include <utility>
 
+#include "host/control.h"
+#include "host/standin/call.h"
 #include "host/standin/object.h"
 #include "host/standin/thread.h"
 #include "windows.h"
@@ -75,6 +77,7 @@ struct Run {
     uint32_t switches = 0;
     uint64_t time = 0;
     int undisturbed = 0;
+    bool choosing = false;
 
     Runner& Add(std::string name) {
         runners.push_back(std::make_unique<Runner>(made++, std::move(name)));
@@ -169,7 +172,9 @@ Runner& Run::ChooseNext() {
 }
 
 void Run::Switch() {
+    choosing = true;
     Runner& next = ChooseNext();
+    choosing = false;
     if (&next == running) return;
     running = &next;
     next.turn.Give();
@@ -215,7 +220,11 @@ bool IsScheduled() {
 }
 
 void SchedulePoint() {
-    if (self) run->Switch();
+    if (self && run->undisturbed == 0) run->Switch();
+}
+
+void SchedulePointInLibrary() {
+    if (self && !run->choosing && RunsLibraryCode()) SchedulePoint();
 }
 
 bool AwaitScheduled(const char* where, std::function<bool()> condition, uint32_t milliseconds) {
@@ -240,6 +249,7 @@ void StartScheduled(std::string name, std::function<void()> body, std::function<
         // With what it holds, which is not to go beside the turns of others.
         std::exchange(body, nullptr)();
         EndRunner();
+        self = nullptr;
     });
 }
 
@@ -264,7 +274,10 @@ void StartThread(std::string name, std::function<void()> body) {
     StartScheduled(
         std::move(name),
         [body = std::move(body)] {
-            body();
+            {
+                const CodeScope library(Code::kLibrary);
+                body();
+            }
             Thread::Leave();
         },
         nullptr);
