@@ -30,9 +30,9 @@ void __tsan_write_range(void*, unsigned long) {}
 void __tsan_atomic_thread_fence(int) {}
 void __tsan_atomic_signal_fence(int) {}
 
-#define WPK_PLAIN_ACCESSES(size)              \
-    void __tsan_read##size(void*) {}          \
-    void __tsan_write##size(void*) {}         \
+#define WPK_PLAIN_ACCESSES(size)               \
+    void __tsan_read##size(void*) {}           \
+    void __tsan_write##size(void*) {}          \
     void __tsan_unaligned_read##size(void*) {} \
     void __tsan_unaligned_write##size(void*) {}
 WPK_PLAIN_ACCESSES(1)
@@ -42,37 +42,37 @@ WPK_PLAIN_ACCESSES(8)
 WPK_PLAIN_ACCESSES(16)
 
 // One thread of a run goes at a time: the strongest order is the only one there is.
-#define WPK_ATOMIC_CHANGE(bits, change)                                                                 \
+#define WPK_ATOMIC_CHANGE(bits, change)                                                                        \
     uint##bits##_t __tsan_atomic##bits##_##change(volatile uint##bits##_t* place, uint##bits##_t value, int) { \
-        Stop();                                                                                         \
-        return __atomic_##change(place, value, __ATOMIC_SEQ_CST);                                       \
+        Stop();                                                                                                \
+        return __atomic_##change(place, value, __ATOMIC_SEQ_CST);                                              \
     }
-#define WPK_ATOMIC_EXCHANGE(bits, kind)                                                                             \
-    int __tsan_atomic##bits##_compare_exchange_##kind(volatile uint##bits##_t* place, uint##bits##_t* expected,     \
-                                                      uint##bits##_t value, int, int) {                             \
-        Stop();                                                                                                     \
-        return __atomic_compare_exchange_n(place, expected, value, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST); \
+#define WPK_ATOMIC_EXCHANGE(bits, kind)                                                                         \
+    int __tsan_atomic##bits##_compare_exchange_##kind(volatile uint##bits##_t* place, uint##bits##_t* expected, \
+                                                      uint##bits##_t value, int, int) {                         \
+        Stop();                                                                                                 \
+        return __atomic_compare_exchange_n(place, expected, value, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);  \
     }
-#define WPK_ATOMIC_ACCESSES(bits)                                                            \
-    uint##bits##_t __tsan_atomic##bits##_load(const volatile uint##bits##_t* place, int) {          \
-        Stop();                                                                              \
-        return __atomic_load_n(place, __ATOMIC_SEQ_CST);                                     \
-    }                                                                                        \
-    void __tsan_atomic##bits##_store(volatile uint##bits##_t* place, uint##bits##_t value, int) {   \
-        Stop();                                                                              \
-        __atomic_store_n(place, value, __ATOMIC_SEQ_CST);                                    \
-    }                                                                                        \
+#define WPK_ATOMIC_ACCESSES(bits)                                                                              \
+    uint##bits##_t __tsan_atomic##bits##_load(const volatile uint##bits##_t* place, int) {                     \
+        Stop();                                                                                                \
+        return __atomic_load_n(place, __ATOMIC_SEQ_CST);                                                       \
+    }                                                                                                          \
+    void __tsan_atomic##bits##_store(volatile uint##bits##_t* place, uint##bits##_t value, int) {              \
+        Stop();                                                                                                \
+        __atomic_store_n(place, value, __ATOMIC_SEQ_CST);                                                      \
+    }                                                                                                          \
     uint##bits##_t __tsan_atomic##bits##_exchange(volatile uint##bits##_t* place, uint##bits##_t value, int) { \
-        Stop();                                                                              \
-        return __atomic_exchange_n(place, value, __ATOMIC_SEQ_CST);                          \
-    }                                                                                        \
-    WPK_ATOMIC_CHANGE(bits, fetch_add)                                                       \
-    WPK_ATOMIC_CHANGE(bits, fetch_sub)                                                       \
-    WPK_ATOMIC_CHANGE(bits, fetch_and)                                                       \
-    WPK_ATOMIC_CHANGE(bits, fetch_or)                                                        \
-    WPK_ATOMIC_CHANGE(bits, fetch_xor)                                                       \
-    WPK_ATOMIC_CHANGE(bits, fetch_nand)                                                      \
-    WPK_ATOMIC_EXCHANGE(bits, strong)                                                        \
+        Stop();                                                                                                \
+        return __atomic_exchange_n(place, value, __ATOMIC_SEQ_CST);                                            \
+    }                                                                                                          \
+    WPK_ATOMIC_CHANGE(bits, fetch_add)                                                                         \
+    WPK_ATOMIC_CHANGE(bits, fetch_sub)                                                                         \
+    WPK_ATOMIC_CHANGE(bits, fetch_and)                                                                         \
+    WPK_ATOMIC_CHANGE(bits, fetch_or)                                                                          \
+    WPK_ATOMIC_CHANGE(bits, fetch_xor)                                                                         \
+    WPK_ATOMIC_CHANGE(bits, fetch_nand)                                                                        \
+    WPK_ATOMIC_EXCHANGE(bits, strong)                                                                          \
     WPK_ATOMIC_EXCHANGE(bits, weak)
 WPK_ATOMIC_ACCESSES(8)
 WPK_ATOMIC_ACCESSES(16)

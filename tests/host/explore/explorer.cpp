@@ -312,6 +312,7 @@ Findings Exploration::Await() {
     Findings findings;
     findings.schedules = board_->schedules;
     findings.exhausted = board_->exhausted;
+    findings.choices = board_->choices;
     findings.seconds = board_->seconds;
     if (status != 0) {
         findings.schedule = board_->Schedule();

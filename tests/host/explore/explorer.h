@@ -29,6 +29,8 @@ struct Findings {
     uint64_t schedules = 0;
     /// All schedules with so many pre-emptions have been run; -1: not even those without.
     int exhausted = -1;
+    /// Choices in the last schedule.
+    uint64_t choices = 0;
     double seconds = 0;
 };
 

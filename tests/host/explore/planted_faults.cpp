@@ -3,6 +3,7 @@
 #include "host/explore/planted_faults.h"
 
 #include <array>
+#include <atomic>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -192,14 +193,39 @@ void CancelBesideTheEnd() {
     AwaitThreads();
 }
 
+/// A signal whose semaphore is made by the first wait. The fault: the wait looks whether the signal has been given
+/// before it has told that there is a semaphore, and so may the one that gives it, who then signals nothing. Between
+/// them are no calls of the platform, only atomic accesses.
+template <Fault fault>
+void ASignalBetweenALookAndAWait() {
+    const Semaphore signal(SemaphoreKind::kSignal);
+    std::atomic<bool> made{false};
+    std::atomic<bool> given{false};
+    StartThread("giver", [&] {
+        given = true;
+        if (made) signal.Signal();
+    });
+    StartThread("waiter", [&] {
+        bool already = false;
+        if (fault == Fault::kPlanted) already = given;
+        made = true;
+        if (fault == Fault::kMended) already = given;
+        if (!already) signal.Wait();
+    });
+    AwaitThreads();
+}
+
 template <Fault fault>
 const std::vector<Scenario>& SmallScenarios() {
-    static const std::vector<Scenario>& all = *new std::vector<Scenario>{
+    static const std::vector<Scenario>& all = *new std::vector<Scenario> {
         {"a second reader beside a writer", ReadersBesideAWriter<fault>},
-        {"a second sender left behind", TwoSendersAndAReceiver<&SmallRendezvous::SendLeavingOthersBehind<fault>>},
-        {"a wake-up before the message is written",
-         TwoSendersAndAReceiver<&SmallRendezvous::SendWakingTooEarly<fault>>},
-        {"a cancel outside of the table's lock", CancelBesideTheEnd<fault>},
+            {"a second sender left behind", TwoSendersAndAReceiver<&SmallRendezvous::SendLeavingOthersBehind<fault>>},
+            {"a wake-up before the message is written",
+             TwoSendersAndAReceiver<&SmallRendezvous::SendWakingTooEarly<fault>>},
+            {"a cancel outside of the table's lock", CancelBesideTheEnd<fault>},
+#if defined(WPK_EXPLORES_ATOMICS)
+            {"a signal between a look and a wait", ASignalBetweenALookAndAWait<fault>},
+#endif
     };
     return all;
 }

@@ -28,8 +28,9 @@ TEST_P(Explored, EndsAsItMust) {
     Exploration random = Exploration::Random(scenario, /*seed=*/1, kSeconds);
     const Findings all = systematic.Await();
     const Findings some = random.Await();
-    std::printf("%s: exhausted with %d pre-emptions, %d schedules there and beyond, %d at random\n", scenario.name,
-                all.exhausted, static_cast<int>(all.schedules), static_cast<int>(some.schedules));
+    std::printf("%s: exhausted with %d pre-emptions, %d schedules there and beyond, %d at random, %d choices\n",
+                scenario.name, all.exhausted, static_cast<int>(all.schedules), static_cast<int>(some.schedules),
+                static_cast<int>(some.choices));
     ExpectNothing(scenario, "systematically", all);
     ExpectNothing(scenario, "at random", some);
 }
