@@ -54,6 +54,7 @@ struct Exploration::Board {
 
     uint64_t schedules;
     int exhausted;
+    uint64_t exhausted_schedules;
     double seconds;
     char failure[1024];
     size_t choices;
@@ -312,7 +313,7 @@ Findings Exploration::Await() {
     Findings findings;
     findings.schedules = board_->schedules;
     findings.exhausted = board_->exhausted;
-    findings.choices = board_->choices;
+    findings.exhausted_schedules = board_->exhausted_schedules;
     findings.seconds = board_->seconds;
     if (status != 0) {
         findings.schedule = board_->Schedule();
@@ -340,13 +341,14 @@ Exploration Exploration::Systematic(const Scenario& scenario, int most_preemptio
         WarmUp(scenario, board);
         for (int bound = 0; bound <= most_preemptions; ++bound) {
             Systematically chooser(board, bound);
-            board.schedules = 0;
+            const uint64_t before = board.schedules;
             do {
                 if (SecondsSince(start) > seconds) return;
                 RunOnce(scenario, chooser);
                 ++board.schedules;
             } while (chooser.Next());
             board.exhausted = bound;
+            board.exhausted_schedules = board.schedules - before;
         }
     });
 }

@@ -27,10 +27,10 @@ struct Findings {
     /// and the usual one everywhere else.
     std::string schedule;
     uint64_t schedules = 0;
-    /// All schedules with so many pre-emptions have been run; -1: not even those without.
+    /// All schedules with at most so many pre-emptions have been run; -1: not even those without.
     int exhausted = -1;
-    /// Choices in the last schedule.
-    uint64_t choices = 0;
+    /// How many those are.
+    uint64_t exhausted_schedules = 0;
     double seconds = 0;
 };
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include <wpk/xml.h>
 
+#include <cstddef>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -35,8 +36,11 @@ void NodesDeletedOneByOne() {
         nodes.assign(document->root->children.begin(), document->root->children.end());
         document->root->children.clear();
     }
-    for (Node* node : nodes) {
-        StartThread("owner", [node] { delete node; });
+    constexpr size_t kOwners = 3;
+    for (size_t owner = 0; owner < kOwners; ++owner) {
+        StartThread("owner", [&nodes, owner] {
+            for (size_t i = owner; i < nodes.size(); i += kOwners) delete nodes[i];
+        });
     }
     AwaitThreads();
 }

@@ -92,17 +92,14 @@ uint32_t CountUse(Call call) {
 
 thread_local Code running_code = Code::kTest;
 
-/// Whether another thread may come first: not where it could not tell.
+/// Whether another thread may come first: where it takes something from others, or acts on what they may have changed.
+/// A release gives, and what comes before it is kept from the others or is a point of its own.
 bool ConcernsOthers(Call call) {
     switch (call) {
-        case Call::kReleaseSemaphore:
         case Call::kWaitForSingleObject:
-        case Call::kCloseHandle:
-        case Call::kOpenThread:
         case Call::kResumeThread:
         case Call::kSuspendThread:
         case Call::kTerminateThread:
-        case Call::kGetExitCodeThread:
         case Call::kWSAStartup:
         case Call::kWSACleanup:
         case Call::ksocket:
@@ -112,8 +109,8 @@ bool ConcernsOthers(Call call) {
         case Call::ksend:
         case Call::krecv:
         case Call::kclosesocket:
-        case Call::kFreeLibrary:
         case Call::kLoadLibraryA:
+        case Call::kFreeLibrary:
             return true;
         default:
             return false;
