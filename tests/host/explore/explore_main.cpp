@@ -63,7 +63,9 @@ std::optional<Order> ReadOrder(const std::vector<std::string>& arguments) {
 
 Scenarios Select(const std::string& name) {
     Scenarios selected = AllScenarios();
-    const auto is_other = [&name](const Scenario& one) { return std::string(one.name).find(name) == std::string::npos; };
+    const auto is_other = [&name](const Scenario& one) {
+        return std::string(one.name).find(name) == std::string::npos;
+    };
     selected.erase(std::remove_if(selected.begin(), selected.end(), is_other), selected.end());
     return selected;
 }
@@ -89,8 +91,8 @@ void Print(const Scenario& scenario, const Account& account) {
 /// Each scenario systematically once, with random priorities beside it; then with two sets of those, until the time is
 /// over. True when nothing has failed.
 bool ExploreAll(const Order& order, const Scenarios& scenarios) {
-    const Clock::time_point end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                                     std::chrono::duration<double>(order.seconds));
+    const Clock::time_point end =
+        Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(order.seconds));
     const double turn = std::min(kLongestTurn, order.seconds / static_cast<double>(scenarios.size()));
     std::map<std::string, Account> accounts;
     bool passed = true;
@@ -117,9 +119,10 @@ int Run(const std::vector<std::string>& arguments) {
     const std::optional<Order> order = ReadOrder(arguments);
     const Scenarios scenarios = order ? Select(order->name) : Scenarios();
     if (!order || scenarios.empty() || (order->schedule && scenarios.size() != 1)) {
-        std::fputs("usage: explore MINUTES [--seed N] [SCENARIO]\n"
-                   "       explore --schedule \"41:1 60:2\" SCENARIO\n",
-                   stderr);
+        std::fputs(
+            "usage: explore MINUTES [--seed N] [SCENARIO]\n"
+            "       explore --schedule \"41:1 60:2\" SCENARIO\n",
+            stderr);
         return 2;
     }
     if (!order->schedule) return ExploreAll(*order, scenarios) ? 0 : 1;
