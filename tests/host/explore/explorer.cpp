@@ -343,7 +343,7 @@ Exploration Exploration::Systematic(const Scenario& scenario, int most_preemptio
             Systematically chooser(board, bound);
             const uint64_t before = board.schedules;
             do {
-                if (SecondsSince(start) > seconds) return;
+                if (board.schedules > 0 && SecondsSince(start) > seconds) return;
                 RunOnce(scenario, chooser);
                 ++board.schedules;
             } while (chooser.Next());
@@ -359,11 +359,11 @@ Exploration Exploration::Random(const Scenario& scenario, uint64_t seed, double 
         const Clock::time_point start = Clock::now();
         WarmUp(scenario, board);
         Randomly chooser(board, seed);
-        while (SecondsSince(start) <= seconds) {
+        do {
             chooser.Next(board.choices);
             RunOnce(scenario, chooser);
             ++board.schedules;
-        }
+        } while (SecondsSince(start) <= seconds);
     });
 }
 

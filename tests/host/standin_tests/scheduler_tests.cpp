@@ -152,7 +152,8 @@ TEST(Scheduler, AThreadThatIsTerminatedInAWaitTakesNothing) {
     RunScheduled(chooser, [] {
         const HANDLE semaphore = CreateSemaphoreA(nullptr, 0, 1, nullptr);
         const auto thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, WaitForEver, semaphore, 0, nullptr));
-        AwaitScheduled("nothing", [] { return false; }, 1);
+        AwaitScheduled(
+            "nothing", [] { return false; }, 1);
         EXPECT_TRUE(TerminateThread(thread, 9));
         EXPECT_EQ(WaitForSingleObject(thread, INFINITE), static_cast<DWORD>(WAIT_OBJECT_0));
         DWORD code = 0;
