@@ -40,6 +40,22 @@ void AnInitialisationAgainstCalls() {
     Expect(request.Error() == 0, "what was taken gets its reply");
 }
 
+/// It waits for the end of the initialisation, and is served.
+void ASendDuringAnInitialisation() {
+    Request request("Small");
+    Library library;
+    bool under_way = false;
+    host::RunBefore("_beginthreadex", 1, [&] { under_way = true; });
+    StartThread("initialiser", [&] { InitOnce(library, 1); });
+    StartThread("sender", [&] {
+        host::AwaitScheduled(
+            "an initialisation", [&] { return under_way; }, INFINITE);
+        Expect(request.Send(library) != 0, "a send during an initialisation is taken");
+    });
+    library.AwaitQuiet();
+    Expect(request.Error() == 0, "what was taken gets its reply");
+}
+
 /// Then nothing of it is left, and the next one starts from the beginning.
 void AFailingInitialisationAgainstCalls() {
     Request request("Small");
@@ -78,6 +94,7 @@ const Scenarios& StartScenarios() {
     static const Scenarios& all = *new Scenarios{
         {"two initialisations", TwoInitialisations},
         {"an initialisation against calls", AnInitialisationAgainstCalls},
+        {"a send during an initialisation", ASendDuringAnInitialisation},
         {"a failing initialisation against calls", AFailingInitialisationAgainstCalls},
         {"a failing initialisation beside another, against a send", AFailingInitialisationBesideAnother},
     };
