@@ -9,12 +9,19 @@
 
 #include "host/explore/explorer.h"
 #include "host/explore/scenarios.h"
+#include "support/sanitized.h"
 
 namespace wpk::explore {
+
+/// How the framework shows it.
+static void PrintTo(const Scenario& scenario, std::ostream* out) {
+    *out << scenario.name;
+}
+
 namespace {
 
-/// For both ways of one scenario, which go side by side.
-constexpr double kSeconds = 1.5;
+/// For both ways of one scenario, which go side by side. All of them together are to take about a minute.
+constexpr double kSeconds = support::kIsSanitized ? 0.75 : 1.5;
 constexpr int kMostPreemptions = 3;
 
 class Explored : public testing::TestWithParam<Scenario> {};
