@@ -6,6 +6,8 @@
 // scheduler looks at; time is virtual and moves when nobody can go on. What decides is a Chooser: the same choices give
 // the same run. When nobody can go on and nobody waits for a time, the run has failed.
 //
+// A thread that is terminated in a run goes from where it stands, and what it holds there is lost, memory included.
+//
 // With no run, nothing of this costs or changes anything.
 #ifndef WPK_HOST_STANDIN_SCHEDULER_H
 #define WPK_HOST_STANDIN_SCHEDULER_H

@@ -141,30 +141,45 @@ TEST(SchedulerDeathTest, ARunInWhichNobodyCanGoOnHasFailed) {
         testing::ExitedWithCode(3), "nobody can go on: main waits in WaitForSingleObject");
 }
 
-unsigned WaitForEver(void* semaphore) {
-    WaitForSingleObject(semaphore, INFINITE);
+unsigned NoteThatItRuns(void* has_run) {
+    *static_cast<bool*>(has_run) = true;
     return 7;
 }
 
-TEST(Scheduler, AThreadThatIsTerminatedInAWaitTakesNothing) {
+TEST(Scheduler, AThreadThatIsTerminatedBeforeItsResumeNeverRuns) {
     const Live before = CountLive();
+    bool has_run = false;
+    DWORD code = 0;
     Listed chooser;
-    RunScheduled(chooser, [] {
-        const HANDLE semaphore = CreateSemaphoreA(nullptr, 0, 1, nullptr);
-        const auto thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, WaitForEver, semaphore, 0, nullptr));
-        AwaitScheduled(
-            "nothing", [] { return false; }, 1);
+    RunScheduled(chooser, [&] {
+        const auto thread =
+            reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, NoteThatItRuns, &has_run, CREATE_SUSPENDED, nullptr));
         EXPECT_TRUE(TerminateThread(thread, 9));
         EXPECT_EQ(WaitForSingleObject(thread, INFINITE), static_cast<DWORD>(WAIT_OBJECT_0));
-        DWORD code = 0;
         EXPECT_TRUE(GetExitCodeThread(thread, &code));
-        EXPECT_EQ(code, 9u);
-        ReleaseSemaphore(semaphore, 1, nullptr);
-        EXPECT_EQ(WaitForSingleObject(semaphore, 0), static_cast<DWORD>(WAIT_OBJECT_0));
         CloseHandle(thread);
-        CloseHandle(semaphore);
     });
+    EXPECT_FALSE(has_run);
+    EXPECT_EQ(code, 9u);
     EXPECT_EQ(CountLive(), before);
+}
+
+TEST(Scheduler, AThreadRunsOnceItIsResumed) {
+    bool has_run = false;
+    DWORD code = 0;
+    Listed chooser;
+    RunScheduled(chooser, [&] {
+        const auto thread =
+            reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, NoteThatItRuns, &has_run, CREATE_SUSPENDED, nullptr));
+        SchedulePoint();
+        EXPECT_FALSE(has_run);
+        EXPECT_EQ(ResumeThread(thread), 1u);
+        EXPECT_EQ(WaitForSingleObject(thread, INFINITE), static_cast<DWORD>(WAIT_OBJECT_0));
+        EXPECT_TRUE(GetExitCodeThread(thread, &code));
+        CloseHandle(thread);
+    });
+    EXPECT_TRUE(has_run);
+    EXPECT_EQ(code, 7u);
 }
 
 TEST(Scheduler, AConnectionAndItsAnswerArriveByChoice) {
