@@ -12,6 +12,8 @@
 // - Calls of different threads order nothing between them unless they are about the same object. So ThreadSanitizer
 //   sees the races that a process-wide lock in here would hide.
 // - A call that releases something and is made to fail has released it all the same: nobody could do better.
+//
+// Under the scheduler (standin/scheduler.h) it runs threads one at a time, in an order that is chosen.
 #ifndef WPK_HOST_CONTROL_H
 #define WPK_HOST_CONTROL_H
 

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "host/control.h"
+#include "host/standin/scheduler.h"
 #include "host/standin/thread.h"
 
 namespace wpk::host {
@@ -100,6 +101,35 @@ void NoteWait(double milliseconds) {
 
 thread_local Code running_code = Code::kTest;
 
+/// Whether another thread may come first: where it takes something from others, or acts on what they may have changed.
+/// A release gives, and what comes before it is kept from the others or is a point of its own.
+bool ConcernsOthers(Call call) {
+    switch (call) {
+        case Call::kWaitForSingleObject:
+        case Call::kResumeThread:
+        case Call::kSuspendThread:
+        case Call::kTerminateThread:
+        case Call::kWSAStartup:
+        case Call::kWSACleanup:
+        case Call::ksocket:
+        case Call::kgethostbyname:
+        case Call::kconnect:
+        case Call::kselect:
+        case Call::ksend:
+        case Call::krecv:
+        case Call::kclosesocket:
+        case Call::kLoadLibraryA:
+        case Call::kFreeLibrary:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool LetsOthersGoOn(Call call) {
+    return call == Call::kReleaseSemaphore || call == Call::kResumeThread || call == Call::kWSACleanup;
+}
+
 }  // namespace
 
 CodeScope::CodeScope(Code code) : before_(running_code) {
@@ -114,17 +144,24 @@ void SetRunningCode(Code code) {
     running_code = code;
 }
 
-bool AllocationFails() {
-    return running_code == Code::kLibrary && CountUse(Call::koperator_new) != 0;
+bool RunsLibraryCode() {
+    return running_code == Code::kLibrary;
 }
 
-CallScope::CallScope(Call call) {
+bool AllocationFails() {
+    return RunsLibraryCode() && CountUse(Call::koperator_new) != 0;
+}
+
+CallScope::CallScope(Call call) : call_(call) {
     StopPoint();
+    if (ConcernsOthers(call)) SchedulePoint();
     error_ = CountUse(call);
 }
 
 CallScope::~CallScope() {
     StopPoint();
+    // What follows a release is no longer kept from the others.
+    if (LetsOthersGoOn(call_)) SchedulePoint();
 }
 
 void RecordMisuse(std::string text) {
@@ -144,6 +181,7 @@ double RealSelectMilliseconds(double milliseconds) {
 }
 
 uint64_t Ticks() {
+    if (IsScheduled()) return ScheduledTime();
     using namespace std::chrono;
     const auto now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
     return static_cast<uint64_t>(now) * select_speed.load(std::memory_order_relaxed);

@@ -98,11 +98,13 @@ public:
 
 private:
     const CodeScope code_{Code::kTest};
+    const Call call_;
     uint32_t error_;
 };
 
 /// For good; for threads, which may end without leaving their scopes.
 void SetRunningCode(Code code);
+bool RunsLibraryCode();
 void RecordMisuse(std::string text);
 void ResetCalls();
 

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "host/standin/call.h"
+#include "host/standin/scheduler.h"
 #include "host/standin/thread.h"
 #include "process.h"
 #include "windows.h"
@@ -92,6 +93,11 @@ BOOL CloseHandle(HANDLE handle) {
 void Sleep(DWORD milliseconds) {
     const CallScope call(Call::kSleep);
     const wpk::host::WaitScope wait;
+    if (wpk::host::IsScheduled()) {
+        wpk::host::AwaitScheduled(
+            "Sleep", [] { return false; }, milliseconds);
+        return;
+    }
     std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(wpk::host::RealMilliseconds(milliseconds)));
 }
 

@@ -97,6 +97,17 @@ std::shared_ptr<Object> RemoveObject(uint32_t slot) {
     return std::exchange(place->object, nullptr);
 }
 
+uint32_t UsedSlots() {
+    return used.load(std::memory_order_relaxed);
+}
+
+void ReuseSlotsAfter(uint32_t slot) {
+    for (uint32_t later = UsedSlots(); later > slot; --later) {
+        if (FindObject(later)) return;
+    }
+    used.store(slot, std::memory_order_relaxed);
+}
+
 HANDLE OpenHandle(std::shared_ptr<Object> object) {
     object->HandleOpened();
     return ToHandle(AddObject(std::move(object)));

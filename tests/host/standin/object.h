@@ -46,6 +46,11 @@ uint32_t AddObject(std::shared_ptr<Object> object);
 std::shared_ptr<Object> FindObject(uint32_t slot);
 std::shared_ptr<Object> RemoveObject(uint32_t slot);
 
+/// How many slots have been used, and the way back there if all later ones are closed: for runs under the scheduler,
+/// of which there may be more than there are slots.
+uint32_t UsedSlots();
+void ReuseSlotsAfter(uint32_t slot);
+
 /// A new handle to the object.
 HANDLE OpenHandle(std::shared_ptr<Object> object);
 

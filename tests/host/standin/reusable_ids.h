@@ -24,7 +24,7 @@ public:
                 const auto bit = static_cast<uint32_t>(__builtin_ctzll(~bits));
                 const uint64_t mask = uint64_t{1} << bit;
                 bits = used_[word].fetch_or(mask, std::memory_order_relaxed);
-                if (!(bits & mask)) return word * 64 + bit + 1;
+                if (!(bits & mask)) return NoteHighest(word * 64 + bit + 1);
             }
         }
         std::fputs("the stand-in has run out of ids\n", stderr);
@@ -50,7 +50,17 @@ public:
         return slots_[number - 1].exchange(0, std::memory_order_relaxed);
     }
 
+    /// No number above it has ever been claimed.
+    uint32_t Highest() const { return highest_.load(std::memory_order_relaxed); }
+
 private:
+    uint32_t NoteHighest(uint32_t number) {
+        uint32_t before = Highest();
+        while (before < number && !highest_.compare_exchange_weak(before, number, std::memory_order_relaxed)) continue;
+        return number;
+    }
+
+    std::atomic<uint32_t> highest_{0};
     std::array<std::atomic<uint64_t>, kCount / 64> used_{};
     std::array<std::atomic<uint32_t>, kCount> slots_{};
 };

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/standin/call.h"
+#include "host/standin/scheduler.h"
 #include "host/standin/socket_table.h"
 #include "host/standin/thread.h"
 
@@ -33,8 +34,8 @@ public:
     }
     void AddTo(std::vector<pollfd>& items) const {
         for (const SocketUse& use : uses_) {
-            // For poll, a socket without a connection is always ready.
-            if (use->MayBecomeReady()) items.push_back({use->Descriptor(), events_, 0});
+            const int descriptor = use->PollDescriptor();
+            if (descriptor >= 0) items.push_back({descriptor, events_, 0});
         }
     }
     int Count() const {
@@ -76,6 +77,7 @@ int Select(wpk_host_fd_set* readable, wpk_host_fd_set* writable, wpk_host_fd_set
     const auto limit = std::chrono::duration<double, std::milli>(RealSelectMilliseconds(wanted));
     const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(limit);
     WaitScope wait;
+    bool over = false;
     for (;;) {
         int count = 0;
         for (const Watched& set : sets) {
@@ -88,10 +90,20 @@ int Select(wpk_host_fd_set* readable, wpk_host_fd_set* writable, wpk_host_fd_set
             continue;
         }
         const auto left = std::chrono::duration<double, std::milli>(deadline - Clock::now()).count();
-        if (count > 0 || (timeout && left <= 0)) {
+        over = over || (timeout && (wanted == 0 || (left <= 0 && !IsScheduled())));
+        if (count > 0 || over) {
             if (!wait.End()) return RefuseSocket(WSAEINTR);
             for (Watched& set : sets) set.Store();
             return count;
+        }
+        if (IsScheduled()) {
+            const auto changed = [&] {
+                return wait.AskedToStop() || std::any_of(std::begin(sets), std::end(sets), [](const Watched& set) {
+                           return set.AnyClosed() || set.Count() > 0;
+                       });
+            };
+            over = !AwaitScheduled("select", changed, timeout ? static_cast<uint32_t>(wanted) : INFINITE);
+            continue;
         }
         std::vector<pollfd> items;
         for (const Watched& set : sets) set.AddTo(items);

@@ -56,11 +56,11 @@ int SocketErrorOf(int error) {
     }
 }
 
-Socket::~Socket() {
+TcpSocket::~TcpSocket() {
     close(descriptor_);
 }
 
-int Socket::Connect(uint32_t address, uint16_t port) {
+int TcpSocket::Connect(uint32_t address, uint16_t port) {
     const State state = Settle();
     if (state == State::kConnected) return WSAEISCONN;
     if (state == State::kConnecting) return WSAEALREADY;
@@ -75,13 +75,13 @@ int Socket::Connect(uint32_t address, uint16_t port) {
         const std::lock_guard lock(mutex_);
         state_ = error == 0 || error == EINPROGRESS ? State::kConnecting : State::kFailed;
     }
-    if (!blocking_.load(std::memory_order_relaxed)) return WSAEWOULDBLOCK;
+    if (!Blocking()) return WSAEWOULDBLOCK;
     if (error != 0 && error != EINPROGRESS) return SocketErrorOf(error);
     if (const int waited = Await(POLLOUT)) return waited;
     return Settle() == State::kConnected ? 0 : WSAECONNREFUSED;
 }
 
-Socket::State Socket::Settle() {
+TcpSocket::State TcpSocket::Settle() {
     const std::lock_guard lock(mutex_);
     if (state_ != State::kConnecting) return state_;
     pollfd item{descriptor_, POLLOUT, 0};
@@ -93,7 +93,7 @@ Socket::State Socket::Settle() {
     return state_;
 }
 
-int Socket::Await(short events) {
+int TcpSocket::Await(short events) {
     WaitScope wait;
     for (;;) {
         if (Closed() || wait.Dead()) return WSAEINTR;
@@ -103,9 +103,9 @@ int Socket::Await(short events) {
     }
 }
 
-int Socket::Send(const void* bytes, size_t length, int& done) {
+int TcpSocket::Send(const void* bytes, size_t length, int& done) {
     if (Settle() != State::kConnected) return WSAENOTCONN;
-    const bool blocking = blocking_.load(std::memory_order_relaxed);
+    const bool blocking = Blocking();
     // A blocking send returns when everything has been taken, not when something has.
     const auto* next = static_cast<const char*>(bytes);
     const char* end = next + length;
@@ -123,10 +123,10 @@ int Socket::Send(const void* bytes, size_t length, int& done) {
     return 0;
 }
 
-int Socket::Receive(void* bytes, size_t length, int& done) {
+int TcpSocket::Receive(void* bytes, size_t length, int& done) {
     if (Settle() != State::kConnected) return WSAENOTCONN;
     for (;;) {
-        const bool blocking = blocking_.load(std::memory_order_relaxed);
+        const bool blocking = Blocking();
         if (blocking) {
             if (const int waited = Await(POLLIN)) return waited;
         }
@@ -138,25 +138,26 @@ int Socket::Receive(void* bytes, size_t length, int& done) {
     }
 }
 
-bool Socket::Readable() {
+bool TcpSocket::Readable() {
     if (Settle() != State::kConnected) return false;
     pollfd item{descriptor_, POLLIN, 0};
     return poll(&item, 1, 0) > 0;
 }
 
-bool Socket::Writable() {
+bool TcpSocket::Writable() {
     if (Settle() != State::kConnected) return false;
     pollfd item{descriptor_, POLLOUT, 0};
     return poll(&item, 1, 0) > 0;
 }
 
-bool Socket::Failed() {
+bool TcpSocket::Failed() {
     return Settle() == State::kFailed;
 }
 
-bool Socket::MayBecomeReady() {
+int TcpSocket::PollDescriptor() {
+    // For poll, a socket without a connection is always ready.
     const State state = Settle();
-    return state == State::kConnecting || state == State::kConnected;
+    return state == State::kConnecting || state == State::kConnected ? descriptor_ : -1;
 }
 
 void Socket::Close(bool by_hand) {

@@ -14,24 +14,22 @@ int SocketErrorOf(int error);
 
 class Socket : public Object {
 public:
-    /// Takes the descriptor, which is non-blocking from here on whatever mode the socket pretends to be in.
-    explicit Socket(int descriptor) : Object(Kind::kSocket), descriptor_(descriptor) {}
-    ~Socket() override;
+    Socket() : Object(Kind::kSocket) {}
 
     // All return 0 or a WSA code, but for the byte counts that go through `done`.
 
-    int Connect(uint32_t address_in_network_order, uint16_t port_in_network_order);
-    int Send(const void* bytes, size_t length, int& done);
-    int Receive(void* bytes, size_t length, int& done);
+    virtual int Connect(uint32_t address_in_network_order, uint16_t port_in_network_order) = 0;
+    virtual int Send(const void* bytes, size_t length, int& done) = 0;
+    virtual int Receive(void* bytes, size_t length, int& done) = 0;
     void SetBlocking(bool blocking) { blocking_.store(blocking, std::memory_order_relaxed); }
 
     // What select finds, without waiting.
-    bool Readable();
-    bool Writable();
-    bool Failed();
-    bool MayBecomeReady();
+    virtual bool Readable() = 0;
+    virtual bool Writable() = 0;
+    virtual bool Failed() = 0;
+    /// What to poll until that may have changed; -1 for nothing.
+    virtual int PollDescriptor() = 0;
 
-    int Descriptor() const { return descriptor_; }
     /// Closed while calls are still in progress on it.
     bool Closed() const { return closed_.load(std::memory_order_relaxed); }
     /// A clean-up of the interface closes what others use; closing it by hand under another thread is a misuse.
@@ -40,20 +38,42 @@ public:
     void Enter();
     void Leave();
 
-private:
+protected:
     enum class State { kFresh, kConnecting, kConnected, kFailed };
 
+    bool Blocking() const { return blocking_.load(std::memory_order_relaxed); }
+
+    std::mutex mutex_;
+    State state_ = State::kFresh;
+
+private:
+    Users users_;
+    std::atomic<bool> blocking_{true};
+    std::atomic<bool> closed_{false};
+};
+
+/// A socket over one of the system's own.
+class TcpSocket : public Socket {
+public:
+    /// Takes the descriptor, which is non-blocking from here on whatever mode the socket pretends to be in.
+    explicit TcpSocket(int descriptor) : descriptor_(descriptor) {}
+    ~TcpSocket() override;
+
+    int Connect(uint32_t address_in_network_order, uint16_t port_in_network_order) override;
+    int Send(const void* bytes, size_t length, int& done) override;
+    int Receive(void* bytes, size_t length, int& done) override;
+    bool Readable() override;
+    bool Writable() override;
+    bool Failed() override;
+    int PollDescriptor() override;
+
+private:
     /// Looks whether a connect that is under way has ended.
     State Settle();
     /// Waits in short steps until an event comes, the socket is closed or the thread has to stop; 0 or a WSA code.
     int Await(short events);
 
     const int descriptor_;
-    std::mutex mutex_;
-    State state_ = State::kFresh;
-    Users users_;
-    std::atomic<bool> blocking_{true};
-    std::atomic<bool> closed_{false};
 };
 
 /// The time between two looks at what may end a wait, in milliseconds.

@@ -50,7 +50,7 @@ bool CleanUpInterface() {
         if (before == 0) return false;
     } while (!starts.compare_exchange_weak(before, before - 1));
     if (before > 1) return true;
-    for (uint32_t number = 1; number <= ReusableIds::kCount; ++number) CloseNumber(number, /*by_hand=*/false);
+    for (uint32_t number = 1; number <= numbers.Highest(); ++number) CloseNumber(number, /*by_hand=*/false);
     return true;
 }
 

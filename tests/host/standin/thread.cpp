@@ -8,10 +8,15 @@
 
 #include "host/standin/call.h"
 #include "host/standin/reusable_ids.h"
+#include "host/standin/scheduler.h"
 
 namespace wpk::host {
 
 namespace {
+
+// How a thread comes back to where it has begun.
+constexpr int kExited = 1;
+constexpr int kTerminated = 2;
 
 ReusableIds ids;
 std::atomic<int64_t> running{0};
@@ -23,10 +28,12 @@ thread_local bool left = false;
 /// A thread that came from outside gives its id back when it goes.
 struct Leaving {
     std::shared_ptr<Thread> thread;
-    ~Leaving() {
+    ~Leaving() { Leave(); }
+    void Leave() {
         left = true;
         current = nullptr;
         if (thread) thread->Forget();
+        thread.reset();
     }
 };
 thread_local Leaving leaving;
@@ -44,6 +51,13 @@ std::shared_ptr<Thread> Thread::Register(bool foreign, bool suspended) {
 std::shared_ptr<Thread> Thread::Start(Entry entry, void* argument, bool suspended) {
     std::shared_ptr<Thread> thread = Register(/*foreign=*/false, suspended);
     running.fetch_add(1, std::memory_order_relaxed);
+    if (IsScheduled()) {
+        const auto may_begin = [its = thread.get()] { return its->suspended_ == 0 || its->Dead(); };
+        StartScheduled(
+            "thread " + std::to_string(thread->Id()), [thread, entry, argument] { thread->Run(entry, argument); },
+            may_begin);
+        return thread;
+    }
     try {
         std::thread([thread, entry, argument] { thread->Run(entry, argument); }).detach();
     } catch (const std::system_error&) {
@@ -56,7 +70,13 @@ std::shared_ptr<Thread> Thread::Start(Entry entry, void* argument, bool suspende
 void Thread::Run(Entry entry, void* argument) {
     current = this;
     // Exit comes back here; whatever stands on the stack between is left as it is, as on Windows.
-    if (setjmp(base_) == 0) {
+    const int way = setjmp(base_);
+    if (way == kTerminated) {
+        KeepForRun(shared_from_this());
+        current = nullptr;
+        return;
+    }
+    if (way == 0) {
         // Through the mutex even when nothing stops it: what came before the resume comes before the thread.
         StopWhileAsked();
         SetRunningCode(Code::kLibrary);
@@ -71,7 +91,7 @@ void Thread::Run(Entry entry, void* argument) {
 
 void Thread::Exit(unsigned exit_code) {
     result_ = exit_code;
-    std::longjmp(base_, 1);
+    std::longjmp(base_, kExited);
 }
 
 void Thread::MarkEnded(DWORD exit_code) {
@@ -100,6 +120,10 @@ Thread* Thread::Current() {
 std::shared_ptr<Thread> Thread::ById(DWORD id) {
     if (id % 4 != 0) return nullptr;
     return std::dynamic_pointer_cast<Thread>(FindObject(ids.SlotOf(id / 4)));
+}
+
+void Thread::Leave() {
+    leaving.Leave();
 }
 
 DWORD Thread::Suspend() {
@@ -135,8 +159,21 @@ DWORD Thread::ExitCode() {
 void Thread::AwaitLeave(std::unique_lock<std::mutex>& lock) {
     if (Dead() && !ended_) MarkEnded(exit_code_);
     const bool was_waiting = std::exchange(waiting_, true);
-    changed_.wait(lock, [this] { return suspended_ == 0 && !Dead(); });
+    if (IsScheduled()) {
+        AwaitLeaveScheduled(lock);
+    } else {
+        changed_.wait(lock, [this] { return suspended_ == 0 && !Dead(); });
+    }
     waiting_ = was_waiting;
+}
+
+/// A terminated thread of a run goes, so that the run comes to an end; what it holds stays as it is.
+void Thread::AwaitLeaveScheduled(std::unique_lock<std::mutex>& lock) {
+    lock.unlock();
+    const auto may_go_on = [this] { return suspended_ == 0 || Dead(); };
+    if (!may_go_on()) AwaitScheduled("its suspension", may_go_on, INFINITE);
+    if (Dead()) std::longjmp(base_, kTerminated);
+    lock.lock();
 }
 
 void Thread::StopWhileAsked() {

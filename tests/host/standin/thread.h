@@ -9,7 +9,7 @@
 
 namespace wpk::host {
 
-class Thread : public Waitable {
+class Thread : public Waitable, public std::enable_shared_from_this<Thread> {
 public:
     using Entry = unsigned (*)(void*);
 
@@ -44,18 +44,22 @@ public:
 
     /// A thread that the platform has not made leaves.
     void Forget();
+    /// The calling one does, if it is known at all.
+    static void Leave();
 
     static int64_t Running();
 
 protected:
-    bool Take() override { return ended_; }
+    bool Signalled() const override { return ended_; }
+    void Take() override {}
     void LastHandleClosed() override {}
 
 private:
     static std::shared_ptr<Thread> Register(bool foreign, bool suspended);
     void Run(Entry entry, void* argument);
-    // Both with the mutex held.
+    // All with the mutex held.
     void AwaitLeave(std::unique_lock<std::mutex>& lock);
+    void AwaitLeaveScheduled(std::unique_lock<std::mutex>& lock);
     void MarkEnded(DWORD exit_code);
 
     const bool foreign_;

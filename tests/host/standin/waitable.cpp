@@ -6,6 +6,7 @@
 #include <chrono>
 
 #include "host/standin/call.h"
+#include "host/standin/scheduler.h"
 #include "host/standin/thread.h"
 
 namespace wpk::host {
@@ -35,9 +36,16 @@ DWORD Waitable::Wait(DWORD milliseconds) {
             lock.unlock();
             StopPoint();
             lock.lock();
-        } else if (Take()) {
+        } else if (Signalled()) {
+            Take();
             result = WAIT_OBJECT_0;
             break;
+        } else if (IsScheduled() && milliseconds != 0) {
+            lock.unlock();
+            const bool in_time = AwaitScheduled(
+                "WaitForSingleObject", [&] { return wait.AskedToStop() || Signalled(); }, milliseconds);
+            lock.lock();
+            if (!in_time) break;
         } else if (milliseconds == INFINITE) {
             changed_.wait(lock);
         } else if (milliseconds == 0 || Clock::now() >= deadline) {
@@ -64,12 +72,6 @@ bool Semaphore::Release(LONG count, LONG* previous) {
     }
     // Not only one of them: the one that wakes may have been told to stop and leaves the signal to another.
     changed_.notify_all();
-    return true;
-}
-
-bool Semaphore::Take() {
-    if (count_ == 0) return false;
-    --count_;
     return true;
 }
 

@@ -33,8 +33,10 @@ public:
     DWORD Wait(DWORD milliseconds);
 
 protected:
-    /// Takes the signal if it is there. With the mutex held.
-    virtual bool Take() = 0;
+    // Both with the mutex held.
+    virtual bool Signalled() const = 0;
+    /// Takes the signal, which is there.
+    virtual void Take() = 0;
     void LastHandleClosed() override;
 
     std::mutex mutex_;
@@ -52,7 +54,8 @@ public:
     bool Release(LONG count, LONG* previous);
 
 protected:
-    bool Take() override;
+    bool Signalled() const override { return count_ != 0; }
+    void Take() override { --count_; }
 
 private:
     LONG count_;

@@ -10,6 +10,8 @@
 
 #include "host/control.h"
 #include "host/standin/call.h"
+#include "host/standin/scheduler.h"
+#include "host/standin/scripted_socket.h"
 #include "host/standin/socket_table.h"
 #include "host/standin/system.h"
 
@@ -71,9 +73,10 @@ SOCKET wpk_host_socket(int family, int type, int protocol) {
     if (family != 2 || type != 1 || (protocol != 0 && protocol != 6)) {
         return static_cast<SOCKET>(RefuseSocket(WSAEAFNOSUPPORT));
     }
+    if (IsScheduled()) return OpenSocket(std::make_shared<ScriptedSocket>());
     const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, IPPROTO_TCP);
     if (descriptor < 0) return static_cast<SOCKET>(RefuseSocket(SocketErrorOf(errno)));
-    return OpenSocket(std::make_shared<Socket>(descriptor));
+    return OpenSocket(std::make_shared<TcpSocket>(descriptor));
 }
 
 int wpk_host_setsockopt(SOCKET socket, int level, int option, const char* value, int length) {

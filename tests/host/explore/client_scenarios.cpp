@@ -1,0 +1,134 @@
+// The C++ layer: a request in several hands.
+// SPDX-License-Identifier: MIT
+#include "host/explore/client_locks.h"
+
+// What a native compiler does not know.
+#define __declspec(attribute)
+#define __stdcall
+#include <wpk/client.h>
+
+#undef mutex
+#undef condition_variable
+#undef steady_clock
+
+#include "host/explore/library.h"
+#include "host/explore/scenarios.h"
+#include "host/standin/scheduler.h"
+
+namespace wpk::explore {
+
+using client::Outcome;
+using client::ScopedRequest;
+using host::StartThread;
+
+namespace {
+
+/// The library of the schedule that runs.
+Library* current = nullptr;
+
+unsigned PassSend(WPK_SENDSTRUCT* message) {
+    return current->Send(*message);
+}
+
+/// The question whether the library has been initialised by somebody else comes with no request's handle.
+int PassCancel(unsigned handle) {
+    return handle == 0xFFFFFFFF ? 0 : current->Cancel(handle);
+}
+
+/// A process has one for good, so all schedules share it.
+const Client& TheClient() {
+    static const Client& client = *[] {
+        Options options;
+        options.server = "127.0.0.1";
+        return new Client(std::move(options), {[](const WPK_INITSTRUCT*) { return 1; }, PassSend, PassCancel});
+    }();
+    return client;
+}
+
+/// A library under the Client.
+class Stage {
+public:
+    Stage() {
+        current = &library_;
+        TheClient();
+    }
+    Stage(const Stage&) = delete;
+    Stage& operator=(const Stage&) = delete;
+    ~Stage() {
+        library_.AwaitQuiet();
+        // Until the layer no longer expects a late cancel.
+        host::AwaitScheduled(
+            "the end of late cancels", [] { return false; }, 10000);
+        client::detail::ParcelsDone::All().Collect();
+    }
+
+    static client::Request Send(const char* service, client::OutcomeFunction on_outcome) {
+        return TheClient().Send({service, "hello"}, std::move(on_outcome));
+    }
+
+private:
+    RunningLibrary library_;
+};
+
+struct Outcomes {
+    int count = 0;
+    std::error_code last;
+
+    client::OutcomeFunction Counter() {
+        return [this](const Outcome& outcome) {
+            ++count;
+            last = outcome.error();
+        };
+    }
+    bool HasEnded() const { return count == 1 && (!last || last == client::Errc::kCancelled); }
+};
+
+void CancelAndWaitFromTwoThreads() {
+    Outcomes outcomes;
+    const Stage stage;
+    client::Request request = Stage::Send("Silent", outcomes.Counter());
+    StartThread("canceller", [request] { request.Cancel(); });
+    StartThread("waiter", [&outcomes, request] {
+        request.Wait();
+        Expect(outcomes.count == 1, "a wait is over when the outcome has been told");
+    });
+    request.Wait();
+    Expect(request.Ended(), "a request has ended when a wait for it is over");
+    Expect(outcomes.last == client::Errc::kCancelled, "a cancelled request ends as cancelled");
+}
+
+void ACancelAgainstTheOutcome() {
+    Outcomes outcomes;
+    const Stage stage;
+    client::Request request = Stage::Send("Small", outcomes.Counter());
+    StartThread("canceller", [request] { request.Cancel(); });
+    request.Wait();
+    Expect(outcomes.HasEnded(), "a request has one outcome");
+}
+
+void AScopedRequestDestroyedByAnotherThread() {
+    const Stage stage;
+    // On the heap, and gone with the handle.
+    auto outcomes = std::make_unique<Outcomes>();
+    ScopedRequest request = Stage::Send("Silent", outcomes->Counter());
+    StartThread("owner", [outcomes = outcomes.get(), &request] {
+        { const ScopedRequest own = std::move(request); }
+        Expect(outcomes->HasEnded(), "when the handle has gone, the outcome has been told");
+        outcomes->count = 100;
+    });
+    host::AwaitThreads(1);
+    Expect(outcomes->count == 100, "nothing is told after that");
+}
+
+}  // namespace
+
+const Scenarios& ClientScenarios() {
+    static const Scenarios& all = *new Scenarios{
+        {"client: cancelled by one thread, waited for by two", CancelAndWaitFromTwoThreads},
+        {"client: a cancel against the outcome", ACancelAgainstTheOutcome},
+        {"client: a scoped request destroyed by another thread", AScopedRequestDestroyedByAnotherThread},
+    };
+    return all;
+}
+
+}  // namespace wpk::explore
