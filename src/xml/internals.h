@@ -12,18 +12,22 @@ namespace AdvXMLParser {
 struct Internals {
     using Kind = Node::Kind;
 
+    /// Which of the library's classes the node is made of, be it as a base.
     static Kind KindOf(const Node& node) noexcept { return node.seat_.kind; }
 
-    static bool IsElement(const Node& node) {
-        return KindOf(node) == Kind::kElement || (KindOf(node) == Kind::kForeign && node.IsType(ELEMENT_NODE));
+    /// What its class is exactly: foreign for every class of an application's own, whose virtual functions may have
+    /// been overridden. The parser makes none of those.
+    static Kind ExactKindOf(const Node& node) noexcept {
+        return node.seat_.offset != 0 || IsOfOwnClass(node) ? KindOf(node) : Kind::kForeign;
     }
 
-    /// The container that a node of one of our own classes is, or null.
-    static NodeContainer* OwnContainer(Node* node) noexcept {
+    /// The container that a node is, or null.
+    static NodeContainer* AsContainer(Node* node) noexcept {
         return HasChildren(KindOf(*node)) ? static_cast<NodeContainer*>(node) : nullptr;
     }
-    static const NodeContainer* OwnContainer(const Node* node) noexcept {
-        return HasChildren(KindOf(*node)) ? static_cast<const NodeContainer*>(node) : nullptr;
+    /// The same, but null for a class of an application's own.
+    static const NodeContainer* AsOwnContainer(const Node* node) noexcept {
+        return HasChildren(ExactKindOf(*node)) ? static_cast<const NodeContainer*>(node) : nullptr;
     }
 
     /// The chunk that the node sits in, or null.
@@ -56,7 +60,8 @@ struct Internals {
     }
 
 private:
-    static bool HasChildren(Kind kind) noexcept { return kind >= Kind::kElement && kind <= Kind::kDocument; }
+    static bool HasChildren(Kind kind) noexcept { return kind >= Kind::kForeignContainer && kind <= Kind::kDocument; }
+    static bool IsOfOwnClass(const Node& node) noexcept;
 };
 
 }  // namespace AdvXMLParser

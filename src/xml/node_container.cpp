@@ -4,11 +4,13 @@
 
 #include <wpk/xml/nodes.h>
 
-#include "xml/internals.h"
 #include "xml/teardown.h"
 #include "xml/writer.h"
 
 namespace AdvXMLParser {
+
+NodeContainer::NodeContainer(NodeContainer* nodeParent, std::string_view nodeName)
+    : Node(Kind::kForeignContainer, nodeParent, nodeName) {}
 
 NodeContainer::~NodeContainer() {
     Teardown::Empty(*this, nullptr);
@@ -46,7 +48,7 @@ bool NodeContainer::FindNextElement(std::string_view elementName, std::size_t& p
     const std::size_t count = children.size();
     for (; position < count; ++position) {
         const Node& child = *children[position];
-        if (child.name == elementName && Internals::IsElement(child)) return true;
+        if (child.name == elementName && child.IsType(ELEMENT_NODE)) return true;
     }
     position = count;
     return false;

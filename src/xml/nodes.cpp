@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include <wpk/xml/nodes.h>
 
+#include <typeinfo>
+
 #include "xml/cloner.h"
 #include "xml/entities.h"
 #include "xml/internals.h"
@@ -13,7 +15,7 @@ namespace AdvXMLParser {
 namespace {
 
 char KnownEntity(std::string_view name) {
-    const char value = PredefinedEntity(name);
+    const char value = PredefinedEntities::Find(name);
     if (value == '\0') throw InvalidRefException(name);
     return value;
 }
@@ -27,9 +29,34 @@ NodeContainer* ParentOrNull(NodeContainer* parent) noexcept {
 Node::Node(NodeContainer* nodeParent, std::string_view nodeName) : Node(Kind::kForeign, nodeParent, nodeName) {}
 
 Node::Node(Kind kind, NodeContainer* nodeParent, std::string_view nodeName)
-    : seat_(kind), name(nodeName), parent(ParentOrNull(nodeParent)) {}
+    : name(nodeName), parent(ParentOrNull(nodeParent)), seat_(kind) {}
 
 Node::~Node() = default;
+
+bool Internals::IsOfOwnClass(const Node& node) noexcept {
+    switch (KindOf(node)) {
+        case Kind::kElement:
+            return typeid(node) == typeid(Element);
+        case Kind::kAttribute:
+            return typeid(node) == typeid(Attribute);
+        case Kind::kDocument:
+            return typeid(node) == typeid(Document);
+        case Kind::kText:
+            return typeid(node) == typeid(Text);
+        case Kind::kCData:
+            return typeid(node) == typeid(CData);
+        case Kind::kComment:
+            return typeid(node) == typeid(Comment);
+        case Kind::kPi:
+            return typeid(node) == typeid(Pi);
+        case Kind::kEntityRef:
+            return typeid(node) == typeid(EntityRef);
+        case Kind::kCharRef:
+            return typeid(node) == typeid(CharRef);
+        default:
+            return false;
+    }
+}
 
 Element& Node::AsElement() noexcept {
     return seat_.kind == Kind::kElement ? static_cast<Element&>(*this) : NullElement();
@@ -39,7 +66,7 @@ const Element& Node::AsElement() const noexcept {
 }
 
 NodeContainer& Node::AsContainer() noexcept {
-    NodeContainer* const container = Internals::OwnContainer(this);
+    NodeContainer* const container = Internals::AsContainer(this);
     return container != nullptr ? *container : NullElement();
 }
 const NodeContainer& Node::AsContainer() const noexcept {

@@ -42,7 +42,7 @@ WPK_XML_INLINE Node::Seat::Seat(Kind nodeKind, const PoolSeat& place) noexcept
 
 WPK_XML_INLINE Node::Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent,
                           const PooledBytes& nodeName) noexcept
-    : seat_(kind, seat), name(nodeName), parent(nodeParent) {}
+    : name(nodeName), parent(nodeParent), seat_(kind, seat) {}
 
 /// The names that all nodes of a class have, with a block to be read behind each.
 namespace fixed_names {
