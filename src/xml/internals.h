@@ -30,6 +30,15 @@ struct Internals {
         return HasChildren(ExactKindOf(*node)) ? static_cast<const NodeContainer*>(node) : nullptr;
     }
 
+    /// The node whose string or list this is; it must be one of a parsed node.
+    ///@{
+    static const Node& NodeOf(const ByteString& string) noexcept;
+    static const Node& NodeOf(const void* list, bool isOfAttributes) noexcept;
+    ///@}
+
+    /// The pool of a parsed node.
+    static Pool& PoolOf(const Node& node) noexcept { return *ChunkOf(node)->pool; }
+
     /// The chunk that the node sits in, or null.
     static const Pool::Chunk* ChunkOf(const Node& node) noexcept {
         return node.seat_.offset == 0 ? nullptr : reinterpret_cast<const Pool::Chunk*>(node.seat_.Chunk());
@@ -48,16 +57,33 @@ struct Internals {
     static void FreeHeap(NodeList<T>& list) noexcept {
         list.Free();
     }
+    /// For the empty list of a node that is being parsed.
+    ///@{
+    template <class T>
+    static void MarkAsParsed(NodeList<T>& list) noexcept {
+        list.capacity_ = NodeList<T>::kParsed;
+    }
     template <class T>
     static void Borrow(NodeList<T>& list, T** entries, std::size_t count) noexcept {
-        list.Borrow(entries, count);
+        list.many_ = entries;
+        list.size_ = static_cast<std::uint32_t>(count);
+        list.capacity_ = list.size_ | NodeList<T>::kBorrowed | NodeList<T>::kParsed;
     }
-    /// The entry of a list that is known to be in place.
     template <class T>
     static void HoldOne(NodeList<T>& list, T* entry) noexcept {
         list.one_ = entry;
         list.size_ = 1;
     }
+    ///@}
+    /// Empties a list whose entries and memory are somebody else's business.
+    template <class T>
+    static void Forget(NodeList<T>& list) noexcept {
+        list.size_ = 0;
+        list.capacity_ = 0;
+    }
+    static constexpr std::uint8_t kNameMark = ByteString::kParsedName;
+    static constexpr std::uint8_t kValueMark = ByteString::kParsedValue;
+    static constexpr std::uint8_t kNoMark = 0;
 
 private:
     static bool HasChildren(Kind kind) noexcept { return kind >= Kind::kForeignContainer && kind <= Kind::kDocument; }

@@ -1,6 +1,7 @@
 // What every container does with its children.
 // SPDX-License-Identifier: MIT
 #include <memory>
+#include <utility>
 
 #include <wpk/xml/nodes.h>
 
@@ -57,7 +58,8 @@ bool NodeContainer::FindNextElement(std::string_view elementName, std::size_t& p
 Node* NodeContainer::GetOrCreateElement(std::string_view elementName) {
     if (IsNull(*this)) return &NullElement();
     std::size_t position = 0;
-    if (FindNextElement(elementName, position)) return children[position];
+    // Looking is no change: the constant list is asked.
+    if (FindNextElement(elementName, position)) return std::as_const(children)[position];
     AppendChild(new Element(this, elementName));
     return children.back();
 }

@@ -115,7 +115,7 @@ bool Teardown::Advance() noexcept {
 /// one.
 bool Teardown::DropContainer(NodeContainer* container) noexcept {
     std::size_t done = 0;
-    NodeList<Attribute>* const attributes = AttributesOf(*container);
+    const NodeList<Attribute>* const attributes = AttributesOf(*container);
     if (attributes != nullptr && !attributes->empty()) {
         for (Attribute* attribute : *attributes) {
             ++done;
@@ -173,7 +173,7 @@ void Teardown::ChangeChunk(const Pool::Chunk* chunk) noexcept {
 }
 
 void Teardown::LeavePool() noexcept {
-    if (freeSeats_ != 0 && pool_->Leave(freeSeats_)) Pool::Destroy(pool_);
+    if (freeSeats_ != 0) pool_->LeaveForGood(freeSeats_);
     freeSeats_ = 0;
 }
 
