@@ -96,9 +96,7 @@ TEST(Untouched, IsNoDocumentOneOfWhoseStringsWasChanged) {
     ExpectNoticed("a comment", [](Document& d) { static_cast<Comment&>(*d.children.at(0)).text = kLong; });
     ExpectNoticed("a section", [](Document& d) { static_cast<CData&>(*d.root->children.at(5)).text = kLong; });
     ExpectNoticed("an instruction", [](Document& d) { static_cast<Pi&>(*d.root->children.at(7)).data = kLong; });
-    ExpectNoticed("a reference's name", [](Document& d) {
-        d.root->attributes.at(1)->children.at(1)->name = kLong;
-    });
+    ExpectNoticed("a reference's name", [](Document& d) { d.root->attributes.at(1)->children.at(1)->name = kLong; });
     ExpectNoticed("append", [](Document& d) { FirstText(d).text.append(kLong); });
     ExpectNoticed("+=", [](Document& d) { FirstText(d).text += kLong; });
     ExpectNoticed("clear", [](Document& d) { FirstText(d).text.clear(); });
