@@ -3,6 +3,9 @@
 #ifndef WPK_XML_INTERNALS_H
 #define WPK_XML_INTERNALS_H
 
+#include <cstddef>
+#include <typeinfo>
+
 #include <wpk/xml/nodes.h>
 
 #include "xml/pool.h"
@@ -87,7 +90,17 @@ struct Internals {
 
 private:
     static bool HasChildren(Kind kind) noexcept { return kind >= Kind::kForeignContainer && kind <= Kind::kDocument; }
-    static bool IsOfOwnClass(const Node& node) noexcept;
+    static bool IsOfOwnClass(const Node& node) noexcept {
+        const std::type_info& own = *kOwnClasses[static_cast<std::size_t>(KindOf(node))];
+        // The address tells nearly always; where modules have copies of a class, it does not.
+        const std::type_info& actual = typeid(node);
+        return &actual == &own || actual == own;
+    }
+
+    /// By Kind. No node is just a Node.
+    static inline const std::type_info* const kOwnClasses[] = {
+        &typeid(Node),  &typeid(Node),    &typeid(Element), &typeid(Attribute), &typeid(Document), &typeid(Text),
+        &typeid(CData), &typeid(Comment), &typeid(Pi),      &typeid(EntityRef), &typeid(CharRef)};
 };
 
 }  // namespace AdvXMLParser

@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include <wpk/xml/nodes.h>
 
-#include <typeinfo>
-
 #include "xml/cloner.h"
 #include "xml/entities.h"
 #include "xml/internals.h"
@@ -32,31 +30,6 @@ Node::Node(Kind kind, NodeContainer* nodeParent, std::string_view nodeName)
     : name(nodeName), parent(ParentOrNull(nodeParent)), seat_(kind) {}
 
 Node::~Node() = default;
-
-bool Internals::IsOfOwnClass(const Node& node) noexcept {
-    switch (KindOf(node)) {
-        case Kind::kElement:
-            return typeid(node) == typeid(Element);
-        case Kind::kAttribute:
-            return typeid(node) == typeid(Attribute);
-        case Kind::kDocument:
-            return typeid(node) == typeid(Document);
-        case Kind::kText:
-            return typeid(node) == typeid(Text);
-        case Kind::kCData:
-            return typeid(node) == typeid(CData);
-        case Kind::kComment:
-            return typeid(node) == typeid(Comment);
-        case Kind::kPi:
-            return typeid(node) == typeid(Pi);
-        case Kind::kEntityRef:
-            return typeid(node) == typeid(EntityRef);
-        case Kind::kCharRef:
-            return typeid(node) == typeid(CharRef);
-        default:
-            return false;
-    }
-}
 
 namespace {
 

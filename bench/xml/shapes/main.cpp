@@ -252,8 +252,9 @@ int main(int argc, char** argv) {
         } else if (argument.rfind("--only=", 0) == 0) {
             options.only = value();
         } else {
-            std::fprintf(stderr, "Usage: xml_shapes [--keep-pages] [--edited] [--seed=N] [--rounds=N] [--ms=N] "
-                                 "[--only=TEXT]\n");
+            std::fprintf(stderr,
+                         "Usage: xml_shapes [--keep-pages] [--edited] [--seed=N] [--rounds=N] [--ms=N] "
+                         "[--only=TEXT]\n");
             return 2;
         }
     }
