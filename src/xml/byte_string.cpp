@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "xml/internals.h"
+
 namespace AdvXMLParser {
 namespace {
 
@@ -71,11 +73,13 @@ ByteString& ByteString::operator=(ByteString&& other) {  // NOLINT(performance-n
 ByteString& ByteString::operator=(std::string_view bytes) {
     // Through a copy, as the bytes may be part of this very string.
     ByteString copy(bytes);
+    NoteChange();
     Swap(copy);
     return *this;
 }
 
 ByteString& ByteString::append(std::string_view bytes) {
+    NoteChange();
     const std::size_t oldSize = size();
     const std::size_t newSize = oldSize + bytes.size();
     const std::size_t room = IsHeap() ? RoomOf(far_.data) : IsNear() ? kNearSize : 0;
@@ -101,6 +105,7 @@ ByteString& ByteString::append(std::string_view bytes) {
 }
 
 void ByteString::clear() noexcept {
+    NoteChange();
     if (IsHeap()) FreeHeap();
     SetNear(0);
 }
@@ -110,6 +115,11 @@ void ByteString::Swap(ByteString& other) noexcept {
     std::memcpy(bytes, near_, sizeof(bytes));
     std::memcpy(near_, other.near_, sizeof(bytes));
     std::memcpy(other.near_, bytes, sizeof(bytes));
+}
+
+void ByteString::ReportChange() noexcept {
+    Internals::PoolOf(Internals::NodeOf(*this)).NoteChange();
+    near_[kNearSize] = static_cast<char>(Tag() & ~(kParsedName | kParsedValue));
 }
 
 void ByteString::FreeHeap() noexcept {

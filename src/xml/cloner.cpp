@@ -47,7 +47,7 @@ NodeContainer* CloneTree(const NodeContainer& container, NodeContainer* newParen
         }
         const Node* const child = level.from->children[level.next++];
         NodeContainer* const to = level.to;
-        if (const NodeContainer* const inner = Internals::OwnContainer(child)) {
+        if (const NodeContainer* const inner = Internals::AsOwnContainer(child)) {
             NodeContainer* const shell = CloneShell(*inner, to).release();
             to->AppendChild(shell);
             levels.push_back({inner, shell, 0});

@@ -19,7 +19,7 @@ const char* SkipWhite(const char* at, const char* end) noexcept {
 #ifdef WPK_XML_SSE2
 
 char* CopyName(char* to, char escaped) noexcept {
-    const std::string_view name = EscapeName(escaped);
+    const std::string_view name = EscapeNames::Find(escaped);
     std::memcpy(to, name.data(), name.size());
     return to + name.size();
 }
@@ -113,7 +113,7 @@ private:
 #ifdef WPK_XML_SSE2
 
 template <WhiteSpace kSpace>
-void PutEscaped(OutputBuffer& out, const ByteString& text) {
+void EscapeText(OutputBuffer& out, const ByteString& text) {
     Escaper<kSpace> escaper(out);
     const char* at = text.data();
     const char* const end = at + text.size();
@@ -131,7 +131,7 @@ void PutEscaped(OutputBuffer& out, const ByteString& text) {
 #else
 
 template <WhiteSpace kSpace>
-void PutEscaped(OutputBuffer& out, const ByteString& text) {
+void EscapeText(OutputBuffer& out, const ByteString& text) {
     const char* at = text.data();
     const char* const end = at + text.size();
     while (at != end) {
@@ -139,7 +139,7 @@ void PutEscaped(OutputBuffer& out, const ByteString& text) {
             out.Put(' ');
             at = SkipWhite(at, end);
         } else if (Is(static_cast<unsigned char>(*at), kEscaped)) {
-            out.Put(EscapeName(*at++));
+            out.Put(EscapeNames::Find(*at++));
         } else {
             out.Put(*at++);
         }
@@ -148,7 +148,7 @@ void PutEscaped(OutputBuffer& out, const ByteString& text) {
 
 #endif
 
-template void PutEscaped<WhiteSpace::kAsIs>(OutputBuffer&, const ByteString&);
-template void PutEscaped<WhiteSpace::kCollapsed>(OutputBuffer&, const ByteString&);
+template void EscapeText<WhiteSpace::kAsIs>(OutputBuffer&, const ByteString&);
+template void EscapeText<WhiteSpace::kCollapsed>(OutputBuffer&, const ByteString&);
 
 }  // namespace AdvXMLParser

@@ -12,9 +12,10 @@ namespace AdvXMLParser {
 /// Whether a run of white space is put as it is, or as one space.
 enum class WhiteSpace { kAsIs, kCollapsed };
 
-/// Puts a text with the five special characters replaced by their entities' bare names.
+/// Puts a text with the five special characters replaced by their EscapeNames. CollapseWhitespace comes before that in
+/// the same pass where it is wanted, so that no copy of the text is needed.
 template <WhiteSpace kSpace>
-void PutEscaped(OutputBuffer& out, const ByteString& text);
+void EscapeText(OutputBuffer& out, const ByteString& text);
 
 }  // namespace AdvXMLParser
 

@@ -141,7 +141,7 @@ public:
         if (end_ - at_ < 6 || *at_ != '&') return false;
         const std::size_t size = at_[3] == ';' ? 2 : at_[4] == ';' ? 3 : 4;
         name = {AsChars(at_ + 1), size, false};
-        value = PredefinedEntity(name);
+        value = PredefinedEntities::Find(name);
         if (value == '\0' || at_[size + 1] != ';') return false;
         at_ += size + 2;
         return true;

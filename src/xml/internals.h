@@ -3,6 +3,9 @@
 #ifndef WPK_XML_INTERNALS_H
 #define WPK_XML_INTERNALS_H
 
+#include <cstddef>
+#include <typeinfo>
+
 #include <wpk/xml/nodes.h>
 
 #include "xml/pool.h"
@@ -12,19 +15,32 @@ namespace AdvXMLParser {
 struct Internals {
     using Kind = Node::Kind;
 
+    /// Which of the library's classes the node is made of, be it as a base.
     static Kind KindOf(const Node& node) noexcept { return node.seat_.kind; }
 
-    static bool IsElement(const Node& node) {
-        return KindOf(node) == Kind::kElement || (KindOf(node) == Kind::kForeign && node.IsType(ELEMENT_NODE));
+    /// What its class is exactly: foreign for every class of an application's own, whose virtual functions may have
+    /// been overridden. The parser makes none of those.
+    static Kind ExactKindOf(const Node& node) noexcept {
+        return node.seat_.offset != 0 || IsOfOwnClass(node) ? KindOf(node) : Kind::kForeign;
     }
 
-    /// The container that a node of one of our own classes is, or null.
-    static NodeContainer* OwnContainer(Node* node) noexcept {
+    /// The container that a node is, or null.
+    static NodeContainer* AsContainer(Node* node) noexcept {
         return HasChildren(KindOf(*node)) ? static_cast<NodeContainer*>(node) : nullptr;
     }
-    static const NodeContainer* OwnContainer(const Node* node) noexcept {
-        return HasChildren(KindOf(*node)) ? static_cast<const NodeContainer*>(node) : nullptr;
+    /// The same, but null for a class of an application's own.
+    static const NodeContainer* AsOwnContainer(const Node* node) noexcept {
+        return HasChildren(ExactKindOf(*node)) ? static_cast<const NodeContainer*>(node) : nullptr;
     }
+
+    /// The node whose string or list this is; it must be one of a parsed node.
+    ///@{
+    static const Node& NodeOf(const ByteString& string) noexcept;
+    static const Node& NodeOf(const void* list, bool isOfAttributes) noexcept;
+    ///@}
+
+    /// The pool of a parsed node.
+    static Pool& PoolOf(const Node& node) noexcept { return *ChunkOf(node)->pool; }
 
     /// The chunk that the node sits in, or null.
     static const Pool::Chunk* ChunkOf(const Node& node) noexcept {
@@ -44,19 +60,47 @@ struct Internals {
     static void FreeHeap(NodeList<T>& list) noexcept {
         list.Free();
     }
+    /// For the empty list of a node that is being parsed.
+    ///@{
+    template <class T>
+    static void MarkAsParsed(NodeList<T>& list) noexcept {
+        list.capacity_ = NodeList<T>::kParsed;
+    }
     template <class T>
     static void Borrow(NodeList<T>& list, T** entries, std::size_t count) noexcept {
-        list.Borrow(entries, count);
+        list.many_ = entries;
+        list.size_ = static_cast<std::uint32_t>(count);
+        list.capacity_ = list.size_ | NodeList<T>::kBorrowed | NodeList<T>::kParsed;
     }
-    /// The entry of a list that is known to be in place.
     template <class T>
     static void HoldOne(NodeList<T>& list, T* entry) noexcept {
         list.one_ = entry;
         list.size_ = 1;
     }
+    ///@}
+    /// Empties a list whose entries and memory are somebody else's business.
+    template <class T>
+    static void Forget(NodeList<T>& list) noexcept {
+        list.size_ = 0;
+        list.capacity_ = 0;
+    }
+    static constexpr std::uint8_t kNameMark = ByteString::kParsedName;
+    static constexpr std::uint8_t kValueMark = ByteString::kParsedValue;
+    static constexpr std::uint8_t kNoMark = 0;
 
 private:
-    static bool HasChildren(Kind kind) noexcept { return kind >= Kind::kElement && kind <= Kind::kDocument; }
+    static bool HasChildren(Kind kind) noexcept { return kind >= Kind::kForeignContainer && kind <= Kind::kDocument; }
+    static bool IsOfOwnClass(const Node& node) noexcept {
+        const std::type_info& own = *kOwnClasses[static_cast<std::size_t>(KindOf(node))];
+        // The address tells nearly always; where modules have copies of a class, it does not.
+        const std::type_info& actual = typeid(node);
+        return &actual == &own || actual == own;
+    }
+
+    /// By Kind. No node is just a Node.
+    static inline const std::type_info* const kOwnClasses[] = {
+        &typeid(Node),  &typeid(Node),    &typeid(Element), &typeid(Attribute), &typeid(Document), &typeid(Text),
+        &typeid(CData), &typeid(Comment), &typeid(Pi),      &typeid(EntityRef), &typeid(CharRef)};
 };
 
 }  // namespace AdvXMLParser

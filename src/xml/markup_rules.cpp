@@ -61,7 +61,7 @@ ReferenceParts ReadReference(Cursor& cursor) {
     cursor.Expect('&');
     const Slice name = cursor.Name();
     if (!name || !cursor.Expect(';')) cursor.Fail(6);
-    const char value = PredefinedEntity(name);
+    const char value = PredefinedEntities::Find(name);
     if (value == '\0') cursor.Fail(9);
     return {name, value};
 }

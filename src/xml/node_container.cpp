@@ -1,14 +1,17 @@
 // What every container does with its children.
 // SPDX-License-Identifier: MIT
 #include <memory>
+#include <utility>
 
 #include <wpk/xml/nodes.h>
 
-#include "xml/internals.h"
 #include "xml/teardown.h"
 #include "xml/writer.h"
 
 namespace AdvXMLParser {
+
+NodeContainer::NodeContainer(NodeContainer* nodeParent, std::string_view nodeName)
+    : Node(Kind::kForeignContainer, nodeParent, nodeName) {}
 
 NodeContainer::~NodeContainer() {
     Teardown::Empty(*this, nullptr);
@@ -46,7 +49,7 @@ bool NodeContainer::FindNextElement(std::string_view elementName, std::size_t& p
     const std::size_t count = children.size();
     for (; position < count; ++position) {
         const Node& child = *children[position];
-        if (child.name == elementName && Internals::IsElement(child)) return true;
+        if (child.name == elementName && child.IsType(ELEMENT_NODE)) return true;
     }
     position = count;
     return false;
@@ -55,7 +58,8 @@ bool NodeContainer::FindNextElement(std::string_view elementName, std::size_t& p
 Node* NodeContainer::GetOrCreateElement(std::string_view elementName) {
     if (IsNull(*this)) return &NullElement();
     std::size_t position = 0;
-    if (FindNextElement(elementName, position)) return children[position];
+    // Looking is no change: the constant list is asked.
+    if (FindNextElement(elementName, position)) return std::as_const(children)[position];
     AppendChild(new Element(this, elementName));
     return children.back();
 }

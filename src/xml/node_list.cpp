@@ -4,6 +4,8 @@
 
 #include <new>
 
+#include "xml/internals.h"
+
 namespace AdvXMLParser {
 namespace {
 
@@ -40,6 +42,10 @@ void* ForgetFirst(void* entries) noexcept {
 void FreeEntries(void* entries) noexcept {
     char* const first = static_cast<char*>(entries);
     ::operator delete(first - DistanceOf(first));
+}
+
+void ReportListChange(const void* list, bool isOfAttributes) noexcept {
+    Internals::PoolOf(Internals::NodeOf(list, isOfAttributes)).NoteChange();
 }
 
 }  // namespace AdvXMLParser

@@ -13,7 +13,7 @@ namespace AdvXMLParser {
 namespace {
 
 char KnownEntity(std::string_view name) {
-    const char value = PredefinedEntity(name);
+    const char value = PredefinedEntities::Find(name);
     if (value == '\0') throw InvalidRefException(name);
     return value;
 }
@@ -27,9 +27,36 @@ NodeContainer* ParentOrNull(NodeContainer* parent) noexcept {
 Node::Node(NodeContainer* nodeParent, std::string_view nodeName) : Node(Kind::kForeign, nodeParent, nodeName) {}
 
 Node::Node(Kind kind, NodeContainer* nodeParent, std::string_view nodeName)
-    : seat_(kind), name(nodeName), parent(ParentOrNull(nodeParent)) {}
+    : name(nodeName), parent(ParentOrNull(nodeParent)), seat_(kind) {}
 
 Node::~Node() = default;
+
+namespace {
+
+/// How far a field is from the beginning of a node of its class. The null nodes show it.
+std::ptrdiff_t Distance(const Node& node, const void* field) noexcept {
+    return static_cast<const char*>(field) - reinterpret_cast<const char*>(&node);
+}
+
+const Node& NodeAt(const void* field, std::ptrdiff_t distance) noexcept {
+    return *reinterpret_cast<const Node*>(static_cast<const char*>(field) - distance);
+}
+
+}  // namespace
+
+const Node& Internals::NodeOf(const ByteString& string) noexcept {
+    if ((string.Tag() & ByteString::kParsedName) != 0) {
+        return NodeAt(&string, Distance(NullElement(), &NullElement().name));
+    }
+    // A Text, CData, Comment or Pi: each has its one string in the same place.
+    return NodeAt(&string, Distance(NullCData(), &NullCData().text));
+}
+
+const Node& Internals::NodeOf(const void* list, bool isOfAttributes) noexcept {
+    const Element& shown = NullElement();
+    const void* const field = isOfAttributes ? static_cast<const void*>(&shown.attributes) : &shown.children;
+    return NodeAt(list, Distance(shown, field));
+}
 
 Element& Node::AsElement() noexcept {
     return seat_.kind == Kind::kElement ? static_cast<Element&>(*this) : NullElement();
@@ -39,7 +66,7 @@ const Element& Node::AsElement() const noexcept {
 }
 
 NodeContainer& Node::AsContainer() noexcept {
-    NodeContainer* const container = Internals::OwnContainer(this);
+    NodeContainer* const container = Internals::AsContainer(this);
     return container != nullptr ? *container : NullElement();
 }
 const NodeContainer& Node::AsContainer() const noexcept {

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include <wpk/xml/nodes.h>
 
+#include <new>
+
 namespace AdvXMLParser {
 namespace {
 
@@ -14,8 +16,11 @@ struct NullNodes {
     CData cdata{&element, ""};
 };
 
+/// In static storage and never destroyed: destructors of static objects may still look things up, and a module that is
+/// unloaded leaves nothing behind.
 NullNodes& TheNullNodes() noexcept {
-    static NullNodes nodes;
+    alignas(NullNodes) static unsigned char storage[sizeof(NullNodes)];
+    static NullNodes& nodes = *::new (storage) NullNodes;
     return nodes;
 }
 

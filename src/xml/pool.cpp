@@ -78,9 +78,11 @@ std::size_t Reckon(const char* bytes, std::size_t size, bool hasLongTexts) {
     return std::min(size / sample * reckoned + size % sample * reckoned / sample, kMostPerByte * size);
 }
 
-/// The pool of the node whose destructor is coming to its end on this thread. Never more than one: what is below a node
-/// has been deleted by then.
-thread_local Pool* poolBeingLeft = nullptr;
+/// How many nodes are on their way out of any pool, and the pools that the last one has left meanwhile. When a node's
+/// memory is given back nothing tells any more which pool it is a part of, and a variable of the thread could need
+/// memory of its own. So nobody's pool is given back before no node of any pool is on its way out.
+std::atomic<std::size_t> leaving{0};
+std::atomic<Pool*> buried{nullptr};
 
 }  // namespace
 
@@ -107,19 +109,65 @@ void Pool::Destroy(Pool* pool) noexcept {
     }
 }
 
+void Pool::DestroyAll(Pool* first) noexcept {
+    while (first != nullptr) {
+        Pool* const next = first->nextBuried_;
+        Destroy(first);
+        first = next;
+    }
+}
+
+Pool* Pool::OfFirstPiece(void* piece) noexcept {
+    return reinterpret_cast<Pool*>(static_cast<char*>(piece) - RoundUp(sizeof(Pool)));
+}
+
 bool Pool::Leave(std::size_t seats) noexcept {
     // Usually a whole tree goes at once and nobody else is there to be told.
     return seats_.load(std::memory_order_acquire) == seats ||
            seats_.fetch_sub(seats, std::memory_order_acq_rel) == seats;
 }
 
-void Pool::BeginToLeave(Pool* pool) noexcept {
-    poolBeingLeft = pool;
+void Pool::LeaveForGood(std::size_t seats) noexcept {
+    if (!Leave(seats)) return;
+    // A node of this pool that has given up its seat may still be in its destructor, and is counted then.
+    if (leaving.load() == 0) return Destroy(this);
+    ++leaving;
+    Bury(this);
+    EndToLeave();
+}
+
+void Pool::BeginToLeave(Pool& pool) noexcept {
+    pool.NoteChange();
+    ++leaving;
+    if (pool.Leave(1)) Bury(&pool);
 }
 
 void Pool::EndToLeave() noexcept {
-    Pool* const pool = poolBeingLeft;
-    if (pool->Leave(1)) Destroy(pool);
+    for (;;) {
+        // What has been buried by now was buried by nodes that were counted, so if this is the last of them, all of
+        // those have come to their end.
+        Pool* const taken = buried.exchange(nullptr);
+        if (leaving.fetch_sub(1) == 1) {
+            DestroyAll(taken);
+            if (buried.load() == nullptr) return;
+        } else {
+            if (taken == nullptr) return;
+            Bury(taken);
+            if (leaving.load() != 0) return;
+        }
+        // The others are gone meanwhile and have not seen what was put back: one more look.
+        ++leaving;
+    }
+}
+
+/// Adds a list of pools to those that wait.
+void Pool::Bury(Pool* first) noexcept {
+    Pool* last = first;
+    while (last->nextBuried_ != nullptr) last = last->nextBuried_;
+    Pool* before = buried.load();
+    do {
+        last->nextBuried_ = before;
+    } while (!buried.compare_exchange_weak(before, first));
 }
 
 void PoolCutter::Refill(std::size_t size, const char* reached) {

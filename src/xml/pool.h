@@ -33,21 +33,38 @@ public:
     Chunk* AddChunk(std::size_t size);
     Chunk* FirstChunk() const noexcept { return chunks_; }
 
-    void Occupy(std::size_t seats) noexcept { seats_.store(seats, std::memory_order_relaxed); }
-    /// True when nobody is left. Then it is up to the caller to destroy the pool.
-    bool Leave(std::size_t seats) noexcept;
+    /// The pool whose first piece this is.
+    static Pool* OfFirstPiece(void* piece) noexcept;
 
-    /// For a node that is deleted by itself. It leaves in two steps, on one thread: its destructor says which pool it
-    /// sits in, and when that has come to its end, the node's memory being given back, the seat is free. Any earlier
-    /// another thread might see the last seat free and give the memory back under the destructor.
-    static void BeginToLeave(Pool* pool) noexcept;
+    /// Set, for good, when a string or list of a node that sits here is changed for the first time, or might be. Until
+    /// then all nodes stand where the parser has put them, and none has memory from elsewhere.
+    ///@{
+    void NoteChange() noexcept { isChanged_.store(true, std::memory_order_relaxed); }
+    bool IsChanged() const noexcept { return isChanged_.load(std::memory_order_relaxed); }
+    ///@}
+
+    void Occupy(std::size_t seats) noexcept { seats_.store(seats, std::memory_order_relaxed); }
+    /// Gives the memory back when nobody is left.
+    void LeaveForGood(std::size_t seats) noexcept;
+
+    /// For a node that is deleted by itself. It leaves in two steps, on one thread: its destructor gives up its seat,
+    /// and when that has come to its end, the node's memory being given back, it says so. Any earlier another thread
+    /// might find all seats free and give the memory back under the destructor.
+    static void BeginToLeave(Pool& pool) noexcept;
     static void EndToLeave() noexcept;
 
 private:
     explicit Pool(Chunk* first) noexcept : chunks_(first) {}
+    /// True when nobody is left.
+    bool Leave(std::size_t seats) noexcept;
+    static void DestroyAll(Pool* first) noexcept;
+    static void Bury(Pool* first) noexcept;
 
     std::atomic<std::size_t> seats_{0};
     Chunk* chunks_;
+    /// Among the pools that nobody sits in any more.
+    Pool* nextBuried_ = nullptr;
+    std::atomic<bool> isChanged_{false};
 };
 
 /// Cuts pieces off a pool while a document is parsed into it. Unless the work ends with Finish, everything is given

@@ -59,7 +59,7 @@ void Teardown::Empty(NodeContainer& container, NodeList<Attribute>* attributes) 
 }
 
 void Teardown::EmptyAll(Node& node) noexcept {
-    NodeContainer* const container = Internals::OwnContainer(&node);
+    NodeContainer* const container = Internals::AsContainer(&node);
     if (container != nullptr) Empty(*container, AttributesOf(*container));
 }
 
@@ -80,7 +80,7 @@ WPK_XML_INLINE std::size_t Teardown::DropLeaves(const NodeList<Node>& nodes) noe
     Node* const* const begin = nodes.begin();
     Node* const* const end = begin + nodes.size();
     Node* const* at = begin;
-    for (; at != end && Internals::OwnContainer(*at) == nullptr; ++at) Drop(*at);
+    for (; at != end && Internals::AsContainer(*at) == nullptr; ++at) Drop(*at);
     return static_cast<std::size_t>(at - begin);
 }
 
@@ -101,7 +101,7 @@ bool Teardown::Advance() noexcept {
     const NodeList<Node>& children = current_->children;
     while (done_ - attributes < children.size()) {
         Node* const child = children[done_++ - attributes];
-        NodeContainer* const container = Internals::OwnContainer(child);
+        NodeContainer* const container = Internals::AsContainer(child);
         if (container == nullptr) {
             Drop(child);
         } else if (!DropContainer(container)) {
@@ -115,7 +115,7 @@ bool Teardown::Advance() noexcept {
 /// one.
 bool Teardown::DropContainer(NodeContainer* container) noexcept {
     std::size_t done = 0;
-    NodeList<Attribute>* const attributes = AttributesOf(*container);
+    const NodeList<Attribute>* const attributes = AttributesOf(*container);
     if (attributes != nullptr && !attributes->empty()) {
         for (Attribute* attribute : *attributes) {
             ++done;
@@ -158,7 +158,7 @@ void Teardown::GoUp() noexcept {
 
 void Teardown::DropHeapNode(Node* node) noexcept {
     // What a container held is gone already; its destructor must not find it again.
-    if (NodeContainer* const container = Internals::OwnContainer(node)) {
+    if (NodeContainer* const container = Internals::AsContainer(node)) {
         container->children.clear();
         if (NodeList<Attribute>* const attributes = AttributesOf(*container)) attributes->clear();
     }
@@ -173,7 +173,7 @@ void Teardown::ChangeChunk(const Pool::Chunk* chunk) noexcept {
 }
 
 void Teardown::LeavePool() noexcept {
-    if (freeSeats_ != 0 && pool_->Leave(freeSeats_)) Pool::Destroy(pool_);
+    if (freeSeats_ != 0) pool_->LeaveForGood(freeSeats_);
     freeSeats_ = 0;
 }
 

@@ -38,10 +38,10 @@ private:
     void LeavePool() noexcept;
 
     NodeContainer* const top_;
-    NodeList<Attribute>* const topAttributes_;
+    const NodeList<Attribute>* const topAttributes_;
     NodeContainer* current_;
     /// The attributes of the current container, if it has any.
-    NodeList<Attribute>* attributes_;
+    const NodeList<Attribute>* attributes_;
     /// How many of the current container's attributes and children have been seen to.
     std::size_t done_ = 0;
 

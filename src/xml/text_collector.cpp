@@ -34,7 +34,7 @@ std::string TextCollector::Collect(const NodeContainer& container) {
             continue;
         }
         const Node* const child = level.container->children[level.next++];
-        if (const NodeContainer* const inner = Internals::OwnContainer(child)) {
+        if (const NodeContainer* const inner = Internals::AsOwnContainer(child)) {
             collector.Enter(*inner);
         } else {
             collector.AddLeaf(*child);
@@ -57,15 +57,12 @@ void TextCollector::Enter(const NodeContainer& container) {
 }
 
 void TextCollector::Leave() {
-    const Level& level = levels_.back();
-    if (level.trimsItself) {
-        while (result_.size() > level.start && IsWhite(result_.back())) result_.pop_back();
-    }
+    if (levels_.back().trimsItself) TrimWhitespaceAtEnd();
     levels_.pop_back();
 }
 
 void TextCollector::AddLeaf(const Node& node) {
-    switch (Internals::KindOf(node)) {
+    switch (Internals::ExactKindOf(node)) {
         case Kind::kText:
             return Add(static_cast<const Text&>(node).text);
         case Kind::kCData:
@@ -83,18 +80,23 @@ void TextCollector::AddLeaf(const Node& node) {
 
 void TextCollector::Add(std::string_view text) {
     const Level& level = levels_.back();
-    if (level.isTrimmed && result_.size() == level.start) {
-        text.remove_prefix(
-            static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), IsWhite) - text.begin()));
-    }
+    if (level.isTrimmed && result_.size() == level.start) TrimWhitespaceAtStart(text);
     if (level.isCollapsed) {
-        AddCollapsed(text);
+        CollapseWhitespace(text);
     } else {
         result_.append(text);
     }
 }
 
-void TextCollector::AddCollapsed(std::string_view text) {
+void TextCollector::TrimWhitespaceAtStart(std::string_view& text) {
+    text.remove_prefix(static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), IsWhite) - text.begin()));
+}
+
+void TextCollector::TrimWhitespaceAtEnd() {
+    while (result_.size() > levels_.back().start && IsWhite(result_.back())) result_.pop_back();
+}
+
+void TextCollector::CollapseWhitespace(std::string_view text) {
     // What stands before the level's start belongs to levels around and is none of its white space.
     bool afterWhite = result_.size() > levels_.back().start && IsWhite(result_.back());
     for (auto at = text.begin(); at != text.end();) {

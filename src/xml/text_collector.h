@@ -15,11 +15,11 @@ namespace AdvXMLParser {
 /// Puts the texts below a container together, with white space as every level wants it: an element and a document make
 /// one space of each run and trim the ends, an attribute only trims them, a space-preserving element does neither.
 ///
-/// Doing that level by level would touch a text once per level. It is done as the text arrives instead, so that the
-/// work is linear in the text: white space at the beginning of a level is not even taken over, a second white-space
-/// character in a row is not where any level around makes one of them, and what a level ends with is cut off when it
-/// is left. An inner level's result neither begins nor ends with white space, so that what it was and what stands
-/// around it never run together wrongly.
+/// Doing that level by level, with CollapseWhitespace and TrimWhitespace on each result, would touch a text once per
+/// level. It is done as the text arrives instead, so that the work is linear in the text: white space at the beginning
+/// of a level is not even taken over, a second white-space character in a row is not where any level around makes one
+/// of them, and what a level ends with is cut off when it is left. An inner level's result neither begins nor ends with
+/// white space, so that what it was and what stands around it never run together wrongly.
 class TextCollector {
 public:
     static std::string Collect(const NodeContainer& container);
@@ -39,7 +39,14 @@ private:
     void Leave();
     void AddLeaf(const Node& node);
     void Add(std::string_view text);
-    void AddCollapsed(std::string_view text);
+    /// Adds a text with each run of white space made one space, which may have begun before it.
+    void CollapseWhitespace(std::string_view text);
+    /// TrimWhitespace in its two halves: what of a level's first text is not even added, and what is cut off the result
+    /// when the level is left.
+    ///@{
+    static void TrimWhitespaceAtStart(std::string_view& text);
+    void TrimWhitespaceAtEnd();
+    ///@}
 
     std::string result_;
     SmallStack<Level, 16> levels_;

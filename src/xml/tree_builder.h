@@ -21,9 +21,9 @@ struct PooledBytes {
     bool isRoomy;
 };
 
-WPK_XML_INLINE ByteString::ByteString(const PooledBytes& bytes) noexcept {
-    if (bytes.size > kNearSize) {
-        SetFar(const_cast<char*>(bytes.data), bytes.size, kBorrowed);
+WPK_XML_INLINE ByteString::ByteString(const PooledBytes& bytes, std::uint8_t mark) noexcept {
+    if (bytes.size >= kNearSize) {
+        SetFar(const_cast<char*>(bytes.data), bytes.size, static_cast<std::uint8_t>(kBorrowed | mark));
         return;
     }
     // Of fixed size where possible: that is one load and one store.
@@ -32,7 +32,8 @@ WPK_XML_INLINE ByteString::ByteString(const PooledBytes& bytes) noexcept {
     } else {
         std::memcpy(near_, bytes.data, bytes.size);
     }
-    SetNear(bytes.size);
+    near_[bytes.size] = '\0';
+    near_[kNearSize] = static_cast<char>((kNearSize - bytes.size) | mark);
 }
 
 WPK_XML_INLINE Node::Seat::Seat(Kind nodeKind, const PoolSeat& place) noexcept
@@ -42,7 +43,7 @@ WPK_XML_INLINE Node::Seat::Seat(Kind nodeKind, const PoolSeat& place) noexcept
 
 WPK_XML_INLINE Node::Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent,
                           const PooledBytes& nodeName) noexcept
-    : seat_(kind, seat), name(nodeName), parent(nodeParent) {}
+    : name(nodeName, Internals::kNameMark), parent(nodeParent), seat_(kind, seat) {}
 
 /// The names that all nodes of a class have, with a block to be read behind each.
 namespace fixed_names {
@@ -54,24 +55,31 @@ inline constexpr PooledBytes kComment{"#comment\0       ", 8, true};
 }  // namespace fixed_names
 
 WPK_XML_INLINE Element::Element(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& tagName) noexcept
-    : NodeContainer(Kind::kElement, seat, parentNode, tagName) {}
+    : NodeContainer(Kind::kElement, seat, parentNode, tagName) {
+    Internals::MarkAsParsed(children);
+    Internals::MarkAsParsed(attributes);
+}
 WPK_XML_INLINE Attribute::Attribute(const PoolSeat& seat, NodeContainer* parentNode,
                                     const PooledBytes& attributeName) noexcept
-    : NodeContainer(Kind::kAttribute, seat, parentNode, attributeName) {}
+    : NodeContainer(Kind::kAttribute, seat, parentNode, attributeName) {
+    Internals::MarkAsParsed(children);
+}
 WPK_XML_INLINE Document::Document(const PoolSeat& seat) noexcept
     : NodeContainer(Kind::kDocument, seat, &NullElement(), fixed_names::kDocument),
       version("1.0"),
       encoding("UTF-8"),
-      self(*this) {}
+      self(*this) {
+    Internals::MarkAsParsed(children);
+}
 WPK_XML_INLINE Text::Text(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
-    : Node(Kind::kText, seat, parentNode, fixed_names::kText), text(characters) {}
+    : Node(Kind::kText, seat, parentNode, fixed_names::kText), text(characters, Internals::kValueMark) {}
 WPK_XML_INLINE CData::CData(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
-    : Node(Kind::kCData, seat, parentNode, fixed_names::kCData), text(characters) {}
+    : Node(Kind::kCData, seat, parentNode, fixed_names::kCData), text(characters, Internals::kValueMark) {}
 WPK_XML_INLINE Comment::Comment(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
-    : Node(Kind::kComment, seat, parentNode, fixed_names::kComment), text(characters) {}
+    : Node(Kind::kComment, seat, parentNode, fixed_names::kComment), text(characters, Internals::kValueMark) {}
 WPK_XML_INLINE Pi::Pi(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& target,
                       const PooledBytes& targetData) noexcept
-    : Node(Kind::kPi, seat, parentNode, target), data(targetData) {}
+    : Node(Kind::kPi, seat, parentNode, target), data(targetData, Internals::kValueMark) {}
 WPK_XML_INLINE EntityRef::EntityRef(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& entityName,
                                     char character) noexcept
     : Reference(Kind::kEntityRef, seat, parentNode, entityName), value(character) {}
@@ -90,7 +98,7 @@ public:
     ~Pooled() override {
         // Whoever is below leaves first, so that this node still has its seat then.
         Teardown::EmptyAll(*this);
-        Pool::BeginToLeave(Internals::ChunkOf(*this)->pool);
+        Pool::BeginToLeave(Internals::PoolOf(*this));
     }
 
     static void* operator new(std::size_t size) = delete;
@@ -98,6 +106,30 @@ public:
     static void operator delete(void* /*memory*/, void* /*place*/) noexcept {}
     // NOLINTNEXTLINE(misc-new-delete-overloads): what it would match is deleted
     static void operator delete(void* /*memory*/) noexcept { Pool::EndToLeave(); }
+};
+
+/// The document, the first piece of its pool.
+template <>
+class Pooled<Document> final : public Document {
+public:
+    explicit Pooled(const PoolSeat& seat) noexcept : Document(seat) {}
+
+    ~Pooled() override {
+        Pool& pool = Internals::PoolOf(*this);
+        if (pool.IsChanged()) {
+            Teardown::EmptyAll(*this);
+            return;
+        }
+        // Every node is where the parser has put it, and everything that any of them holds is in the pool.
+        pool.Occupy(1);
+        Internals::Forget(children);
+    }
+
+    static void* operator new(std::size_t size) = delete;
+    static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
+    static void operator delete(void* /*memory*/, void* /*place*/) noexcept {}
+    // NOLINTNEXTLINE(misc-new-delete-overloads): what it would match is deleted
+    static void operator delete(void* memory) noexcept { Pool::OfFirstPiece(memory)->LeaveForGood(1); }
 };
 
 /// Makes nodes and strings. Whatever has been made is given back with the builder, unless Finish hands it over.
@@ -120,7 +152,7 @@ public:
     /// The bytes for a string of the node that is made next.
     WPK_XML_INLINE PooledBytes Keep(const Slice& slice) {
         reached_ = slice.data;
-        if (slice.size < sizeof(ByteString) && !slice.hasReturns) {
+        if (slice.size < sizeof(ByteString) - 1 && !slice.hasReturns) {
             return {slice.data, slice.size, slice.data <= lastRoomy_};
         }
         return slice.hasReturns ? KeepWithoutReturns(slice.data, slice.size) : KeepLong(slice.data, slice.size);
@@ -130,7 +162,7 @@ public:
     void Set(ByteString& bytes, const Slice& slice) {
         const PooledBytes kept = Keep(slice);
         bytes.~ByteString();
-        ::new (&bytes) ByteString(kept);
+        ::new (&bytes) ByteString(kept, Internals::kNoMark);
     }
 
     /// Fills an empty list.

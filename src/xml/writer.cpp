@@ -13,7 +13,7 @@ using namespace std::string_view_literals;
 void Writer::Write(const Node& node, WriteContext& context) {
     if (context.output == nullptr) return;
     Writer writer(context);
-    writer.WriteNode(node);
+    writer.WriteOwn(node, Internals::KindOf(node));
     writer.Run();
 }
 
@@ -72,7 +72,7 @@ void Writer::WriteChildren(Level& level) {
     const NodeList<Node>& children = level.container->children;
     while (level.next < children.size()) {
         const Node& child = *children[level.next++];
-        switch (Internals::KindOf(child)) {
+        switch (Internals::ExactKindOf(child)) {
             case Kind::kText:
                 WriteText(static_cast<const Text&>(child).text);
                 break;
@@ -93,13 +93,13 @@ void Writer::WriteChildren(Level& level) {
 const ByteString* Writer::OnlyText(const NodeContainer& container) noexcept {
     if (container.children.size() != 1) return nullptr;
     const Node& child = *container.children[0];
-    return Internals::KindOf(child) == Kind::kText ? &static_cast<const Text&>(child).text : nullptr;
+    return Internals::ExactKindOf(child) == Kind::kText ? &static_cast<const Text&>(child).text : nullptr;
 }
 
 /// Writes an attribute if it is nothing but a text, without coming back to it.
 bool Writer::WriteSimple(const Attribute& attribute) {
     const ByteString* const text = OnlyText(attribute);
-    if (text == nullptr) return false;
+    if (text == nullptr || Internals::ExactKindOf(attribute) != Kind::kAttribute) return false;
     out_.Put("", attribute.name, "=\"");
     WriteText(*text);
     out_.Put('"');
@@ -137,7 +137,12 @@ void Writer::Leave() {
 }
 
 void Writer::WriteNode(const Node& node) {
-    switch (Internals::KindOf(node)) {
+    WriteOwn(node, Internals::ExactKindOf(node));
+}
+
+/// Writes a node as one of that kind, which is what it is made of.
+void Writer::WriteOwn(const Node& node, Kind kind) {
+    switch (kind) {
         case Kind::kElement:
             return BeginElement(static_cast<const Element&>(node));
         case Kind::kAttribute:
@@ -157,10 +162,12 @@ void Writer::WriteNode(const Node& node) {
         case Kind::kCharRef:
             return WriteCharRef(static_cast<const CharRef&>(node));
         case Kind::kForeign:
+        case Kind::kForeignContainer:
             return WriteForeign(node);
     }
 }
 
+/// Through the node's own virtual function.
 void Writer::WriteForeign(const Node& node) {
     Finish();
     node.Write(context_);
@@ -213,9 +220,9 @@ void Writer::BeginAttribute(const Attribute& attribute) {
 void Writer::WriteText(const ByteString& text) {
     atLineStart_ = false;
     if (isVerbatim_) {
-        PutEscaped<WhiteSpace::kAsIs>(out_, text);
+        EscapeText<WhiteSpace::kAsIs>(out_, text);
     } else {
-        PutEscaped<WhiteSpace::kCollapsed>(out_, text);
+        EscapeText<WhiteSpace::kCollapsed>(out_, text);
     }
 }
 
@@ -247,13 +254,17 @@ void Writer::WriteEntityRef(const EntityRef& reference) {
 }
 
 void Writer::WriteCharRef(const CharRef& reference) {
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
     Put("&#x"sv);
-    // A value is a signed byte: those of 0x80 and above are negative and, like zero, get no digit.
-    const int value = reference.value;  // NOLINT(bugprone-signed-char-misuse): on purpose
-    if (value > 0xF) Put(kDigits[static_cast<std::size_t>(value >> 4)]);
-    if (value > 0) Put(kDigits[static_cast<std::size_t>(value & 0xF)]);
+    CharRefDigits(reference.value);
     Put(';');
+}
+
+/// Hexadecimal without leading zeros. Values are signed bytes: those of 0x80 and above are negative and, like zero, get
+/// no digit.
+void Writer::CharRefDigits(int value) {
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    if (value > 0xF) out_.Put(kDigits[static_cast<std::size_t>(value >> 4)]);
+    if (value > 0) out_.Put(kDigits[static_cast<std::size_t>(value & 0xF)]);
 }
 
 void Writer::NewLine() {

@@ -38,6 +38,7 @@ private:
     void Finish();
 
     void WriteNode(const Node& node);
+    void WriteOwn(const Node& node, Kind kind);
     void WriteForeign(const Node& node);
     void Enter(const NodeContainer& container, Part part) {
         Level& level = levels_.Extend();
@@ -61,6 +62,7 @@ private:
     bool WriteSimple(const Element& element);
     void WriteEntityRef(const EntityRef& reference);
     void WriteCharRef(const CharRef& reference);
+    void CharRefDigits(int value);
 
     template <class Bytes>
     void Put(const Bytes& bytes) {

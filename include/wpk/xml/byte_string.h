@@ -33,7 +33,7 @@ public:
     /// document are copied out of it.
     ByteString(ByteString&& other);  // NOLINT(performance-noexcept-move-constructor): see above
     /// For the parser alone.
-    inline explicit ByteString(const PooledBytes& bytes) noexcept;
+    inline ByteString(const PooledBytes& bytes, std::uint8_t mark) noexcept;
     ~ByteString() {
         if (IsHeap()) FreeHeap();
     }
@@ -60,7 +60,7 @@ public:
     ///@}
     /// How many bytes there are, and whether there are none.
     ///@{
-    std::size_t size() const noexcept { return IsNear() ? kNearSize - Tag() : far_.size; }
+    std::size_t size() const noexcept { return IsNear() ? kNearSize - (Tag() & kRoom) : far_.size; }
     std::size_t length() const noexcept { return size(); }
     bool empty() const noexcept { return size() == 0; }
     ///@}
@@ -102,14 +102,26 @@ private:
         std::uint8_t tag;
     };
     /// The last byte says which form it is. In place it is the room that is left, so that a full string of 15 bytes has
-    /// its closing zero there. Bytes elsewhere are more than that: 16 bytes can always be read.
+    /// its closing zero there. Bytes elsewhere are at least as many: 16 bytes can always be read.
+    ///
+    /// Two more bits mark a string of a parsed node, the name or the other one, until it is changed for the first time:
+    /// that is when the document's memory learns that it cannot simply be dropped. A marked string in place is shorter
+    /// than 15 bytes.
     static constexpr std::size_t kNearSize = sizeof(Far) - 1;
+    static constexpr std::uint8_t kRoom = 0x0F;
+    static constexpr std::uint8_t kParsedName = 0x10;
+    static constexpr std::uint8_t kParsedValue = 0x20;
     static constexpr std::uint8_t kBorrowed = 0x40;
     static constexpr std::uint8_t kHeap = 0x80;
 
     std::uint8_t Tag() const noexcept { return static_cast<std::uint8_t>(near_[kNearSize]); }
-    bool IsNear() const noexcept { return Tag() <= kNearSize; }
+    bool IsNear() const noexcept { return Tag() < kBorrowed; }
     bool IsHeap() const noexcept { return (Tag() & kHeap) != 0; }
+    /// To be called before each change.
+    void NoteChange() noexcept {
+        if ((Tag() & (kParsedName | kParsedValue)) != 0) ReportChange();
+    }
+    void ReportChange() noexcept;
     std::string_view View() const noexcept { return {data(), size()}; }
 
     void SetNear(std::size_t size) noexcept {

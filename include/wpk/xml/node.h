@@ -61,13 +61,15 @@ bool IsNull(const Node* node) noexcept;
 /// container on the stack. Deleting a node deletes everything below it. No operation uses the machine's stack per
 /// level: trees may be of any depth.
 ///
-/// GetText, Write and Clone of a container know the classes of nodes.h and do their work in one walk. A class
-/// derived from Node itself takes part through its virtual functions; a class derived from one of the concrete ones
-/// counts as that one wherever it stands below another node.
+/// GetText, Write and Clone of a container do their work in one walk over nodes of the classes of nodes.h. A class
+/// that an application derives, from Node, from NodeContainer or from one of the concrete classes, takes part through
+/// its own virtual functions wherever it stands. Each level of such nodes costs some of the machine's stack.
 ///
-/// Threads: a tree is used by one thread at a time, which may be any thread; that holds for reading too. Different
-/// trees may be used at the same time, also while nodes that were parsed together are spread over them. Errors:
-/// std::bad_alloc where a string, list or node has to grow, and InvalidRefException from Clone.
+/// Threads: all const operations of a tree may run on any number of threads at once. What changes a tree needs it
+/// alone, on whatever thread. A non-const operator[], begin or end of a list counts as a change: threads that read
+/// together use const references to the nodes. Different trees may be used and changed at the same time, also while
+/// nodes that were parsed together are spread over them. Errors: std::bad_alloc where a string, list or node has to
+/// grow, and InvalidRefException from Clone.
 class Node {
 public:
     /// Deletes the node and everything below it.
@@ -99,7 +101,7 @@ public:
     Element& AsElement() noexcept;
     const Element& AsElement() const noexcept;
     ///@}
-    /// The node itself when it can have children, else the null element.
+    /// The node itself when it is a NodeContainer, else the null element.
     ///@{
     NodeContainer& AsContainer() noexcept;
     const NodeContainer& AsContainer() const noexcept;
@@ -123,12 +125,14 @@ public:
     Node& operator=(const Node&) = delete;
 
 protected:
-    /// For classes outside of this header.
+    /// For an application's own classes.
     Node(NodeContainer* nodeParent, std::string_view nodeName);
 
-    /// What the library asks in place of the virtual IsType.
+    /// What the library asks in place of the virtual IsType: which of its classes a node is made of. Foreign is an
+    /// application's own class that is derived from none of the concrete ones. The containers stand in a row.
     enum class Kind : std::uint8_t {
         kForeign,
+        kForeignContainer,
         kElement,
         kAttribute,
         kDocument,
@@ -145,6 +149,13 @@ protected:
     inline Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent, const PooledBytes& nodeName) noexcept;
     ///@}
 
+public:
+    /// Tag name, attribute name, target of a processing instruction, name of an entity; "#text" and the like elsewhere.
+    ByteString name;
+    /// The node that contains this one. Not owned and never null: the null element stands in for none. Nothing in the
+    /// library walks up along it, so it may be set freely.
+    NodeContainer* parent;
+
 private:
     friend struct Internals;
 
@@ -160,13 +171,6 @@ private:
         Kind kind;
     };
     const Seat seat_;
-
-public:
-    /// Tag name, attribute name, target of a processing instruction, name of an entity; "#text" and the like elsewhere.
-    ByteString name;
-    /// The node that contains this one. Not owned and never null: the null element stands in for none. Nothing in the
-    /// library walks up along it, so it may be set freely.
-    NodeContainer* parent;
 };
 
 /// A node that has children and owns them.
@@ -208,6 +212,8 @@ public:
     ///@}
 
 protected:
+    /// For an application's own classes.
+    NodeContainer(NodeContainer* nodeParent, std::string_view nodeName);
     /// For the library's own classes.
     using Node::Node;
 

@@ -7,24 +7,30 @@
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
+#include <type_traits>
+#include <utility>
 
 namespace AdvXMLParser {
 
+class Attribute;
 struct Internals;
 
-/// The memory of lists with more than one entry. Not for applications. ForgetFirst gives the entries behind the first.
+/// The memory of lists with more than one entry. Not for applications. ForgetFirst gives the entries after the first;
+/// ReportListChange tells the memory of a parsed document that one of its lists may be about to change.
 ///@{
 void* AllocateEntries(std::size_t count);
 void* ForgetFirst(void* entries) noexcept;
 void FreeEntries(void* entries) noexcept;
+void ReportListChange(const void* list, bool isOfAttributes) noexcept;
 ///@}
 
 /// An ordered, growable array of pointers to nodes. The list itself owns no node: the container whose `children` or
 /// `attributes` it is does, and deletes what the list holds when it dies. Whoever takes an entry out by `erase`,
 /// `pop_back` or `clear` owns that node from then on; whoever puts one in gives it away.
 ///
-/// Most entries: 2,147,483,647; std::length_error above, std::bad_alloc when memory runs out, and the list is then as
-/// it was. Threads: const calls together, otherwise one thread at a time.
+/// Most entries: 1,073,741,823; std::length_error above, std::bad_alloc when memory runs out, and the list is then as
+/// it was. Threads: const calls together, otherwise one thread at a time. Reading a list of a parsed document through
+/// const references also keeps the document cheap to delete.
 template <class T>
 class NodeList {
 public:
@@ -72,7 +78,10 @@ public:
 
     /// The entries in order.
     ///@{
-    iterator begin() noexcept { return IsInPlace() ? &one_ : many_; }
+    iterator begin() noexcept {
+        NoteChange();
+        return Entries();
+    }
     iterator end() noexcept { return begin() + size_; }
     const_iterator begin() const noexcept { return IsInPlace() ? &one_ : many_; }
     const_iterator end() const noexcept { return begin() + size_; }
@@ -96,21 +105,26 @@ public:
 
     /// Adds an entry at the end.
     void push_back(T* node) {
+        NoteChange();
         if (size_ == Capacity()) Reallocate(NextCapacity());
-        begin()[size_++] = node;
+        Entries()[size_++] = node;
     }
     /// Takes the last entry out; the list must have one.
-    void pop_back() noexcept { --size_; }
+    void pop_back() noexcept {
+        NoteChange();
+        --size_;
+    }
     /// Adds an entry before `position`; returns where it is now.
     iterator insert(const_iterator position, T* node) {
-        const std::ptrdiff_t index = position - begin();
+        const std::ptrdiff_t index = position - Entries();
         push_back(node);
         std::rotate(begin() + index, end() - 1, end());
         return begin() + index;
     }
     /// Takes out the entry at `position`, which must be one; returns where the next one is now. Costs a move of all
-    /// that stands behind, but from either end nothing: a list may be emptied one by one.
+    /// that stands after it, but from either end nothing: a list may be emptied one by one.
     iterator erase(const_iterator position) noexcept {
+        NoteChange();
         if (position == begin() && size_ > 1) return EraseFirst();
         T** const hole = begin() + (position - begin());
         std::copy(hole + 1, end(), hole);
@@ -119,10 +133,12 @@ public:
     }
     /// Makes room for that many entries in all, so that adding them cannot fail.
     void reserve(std::size_t count) {
+        NoteChange();
         if (count > Capacity()) Reallocate(count);
     }
     /// Empties the list and gives its memory back. Deletes no node.
     void clear() noexcept {
+        NoteChange();
         Free();
         one_ = nullptr;
         size_ = 0;
@@ -133,13 +149,24 @@ private:
     friend struct Internals;
     friend class Teardown;
 
+    /// Enough for what 2 GiB of text can hold.
+    static constexpr std::uint32_t kMostEntries = 0x3FFFFFFFU;
+    /// Capacity 0 means one entry in place. Two bits go with it: one for an array in the memory of a parsed document,
+    /// one for a list of a parsed node that nobody can have changed yet.
     static constexpr std::uint32_t kBorrowed = 0x80000000U;
-    static constexpr std::uint32_t kMostEntries = 0x7FFFFFFFU;
+    static constexpr std::uint32_t kParsed = 0x40000000U;
 
-    /// Capacity 0 means one entry in place; the top bit marks an array in the memory of a parsed document.
-    bool IsInPlace() const noexcept { return capacity_ == 0; }
-    bool IsHeap() const noexcept { return capacity_ != 0 && (capacity_ & kBorrowed) == 0; }
-    std::size_t Capacity() const noexcept { return IsInPlace() ? 1 : capacity_ & ~kBorrowed; }
+    bool IsInPlace() const noexcept { return (capacity_ & kMostEntries) == 0; }
+    bool IsHeap() const noexcept { return !IsInPlace() && (capacity_ & kBorrowed) == 0; }
+    std::size_t Capacity() const noexcept { return IsInPlace() ? 1 : capacity_ & kMostEntries; }
+    T** Entries() noexcept { return IsInPlace() ? &one_ : many_; }
+
+    /// To be called before each change, and before anybody gets the means to make one.
+    void NoteChange() noexcept {
+        if ((capacity_ & kParsed) == 0) return;
+        ReportListChange(this, std::is_same<T, Attribute>::value);
+        capacity_ &= ~kParsed;
+    }
     std::size_t NextCapacity() const {
         if (size_ == kMostEntries) throw std::length_error("NodeList");
         return std::min<std::size_t>(std::max<std::size_t>(4, std::size_t{size_} * 2), kMostEntries);
@@ -151,12 +178,6 @@ private:
         --size_;
         --capacity_;
         return many_;
-    }
-
-    void Borrow(T** entries, std::size_t count) noexcept {
-        many_ = entries;
-        size_ = static_cast<std::uint32_t>(count);
-        capacity_ = size_ | kBorrowed;
     }
 
     void Reallocate(std::size_t capacity) {
@@ -184,6 +205,8 @@ private:
     }
 
     void Swap(NodeList& other) noexcept {
+        NoteChange();
+        other.NoteChange();
         std::swap(many_, other.many_);
         std::swap(size_, other.size_);
         std::swap(capacity_, other.capacity_);

@@ -1,4 +1,4 @@
-// Feeds any bytes to the XML library and to its model, which must agree.
+// Feeds any bytes to the XML library, with either cursor, and to its model, which must all agree.
 // SPDX-License-Identifier: MIT
 #include <cstddef>
 #include <cstdint>
@@ -8,12 +8,14 @@
 #include <string_view>
 
 #include "model/xml/agreement.h"
+#include "model/xml/cursors.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // The model calls itself for every level, and asks every node on its own.
     if (size > 4096) return 0;
     const std::string_view input(reinterpret_cast<const char*>(data), size);
-    const std::string difference = xml_model::Disagreement(input, xml_model::Depth::kEverything);
+    std::string difference = xml_model::CursorDisagreement(input);
+    if (difference.empty()) difference = xml_model::Disagreement(input, xml_model::Depth::kEverything);
     if (difference.empty()) return 0;
     std::fprintf(stderr, "%s\n", difference.c_str());
     std::abort();

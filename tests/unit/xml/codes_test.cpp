@@ -1,5 +1,6 @@
 // What the parser refuses: code, line and column of every fault.
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -284,6 +285,57 @@ TEST(Positions, CountAReturnAgainWhenItIsTakenBack) {
 
 TEST(Positions, OfTheLastCharacterStayAtTheEndOfTheInput) {
     ExpectVerdicts({{"<a>x", "1 1:5"}, {"<a>x\0"_z, "1 1:6"}, {"<a>\n\0"_z, "1 2:1"}});
+}
+
+/// The bytes that are good between two pieces of text.
+std::string GoodBytes(std::string_view before, std::string_view after) {
+    std::string good;
+    for (int c = 0; c < 256; ++c) {
+        const std::string text = std::string(before) + static_cast<char>(c) + std::string(after);
+        if (Verdict(text) == "ok") good += static_cast<char>(c);
+    }
+    return good;
+}
+
+std::string Sorted(std::string bytes) {
+    std::sort(bytes.begin(), bytes.end(),
+              [](char a, char b) { return static_cast<unsigned char>(a) < static_cast<unsigned char>(b); });
+    return bytes;
+}
+
+const std::string kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+const std::string kDigits = "0123456789";
+
+TEST(Bytes, InsideNamesAreRefusedUnlessTheyAreNameCharacters) {
+    std::string good = kLetters + kDigits + "-.:_\xB7";
+    for (int c = 0xC0; c < 256; ++c) {
+        if (c != 0xD7 && c != 0xF7) good += static_cast<char>(c);
+    }
+    for (const std::string filler : {"", "and-a-name-of-more-than-sixteen-bytes"}) {
+        std::string found;
+        for (int c = 0; c < 256; ++c) {
+            const std::string name = "a" + filler + static_cast<char>(c) + filler + "b";
+            if (Verdict("<" + name + "></" + name + ">") == "ok") found += static_cast<char>(c);
+        }
+        EXPECT_EQ(found, Sorted(good)) << filler;
+        EXPECT_EQ(GoodBytes("<r a" + filler, filler + "b='v'/>"), Sorted(good)) << filler;
+    }
+}
+
+TEST(Bytes, AtTheBeginningOfNamesAreRefusedUnlessTheyMayBeginOne) {
+    EXPECT_EQ(GoodBytes("<r ", "='v'/>"), Sorted(kLetters + "_:"));
+    EXPECT_EQ(GoodBytes("<?", "?><r/>"), Sorted(kLetters + "_:"));
+}
+
+TEST(Bytes, InVersionsAreRefusedUnlessTheyAreVersionCharacters) {
+    const std::string good = Sorted(kLetters + kDigits + "_.:-");
+    EXPECT_EQ(GoodBytes("<?xml version='", "'?><r/>"), good);
+    EXPECT_EQ(GoodBytes("<?xml version='1", "0'?><r/>"), good);
+}
+
+TEST(Bytes, InEncodingsAreRefusedUnlessTheyMayStandThere) {
+    EXPECT_EQ(GoodBytes("<?xml version='1.0' encoding='", "'?><r/>"), Sorted(kLetters));
+    EXPECT_EQ(GoodBytes("<?xml version='1.0' encoding='U", "8'?><r/>"), Sorted(kLetters + kDigits + "_-."));
 }
 
 }  // namespace

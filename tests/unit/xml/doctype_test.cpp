@@ -26,6 +26,25 @@ std::string Declared(const std::string& declaration) {
                : verdict.substr(0, verdict.find(' ')) + " at " + verdict.substr(verdict.find(':') + 1);
 }
 
+/// Everything that a tree holds, node by node, and whether each one's parent is the one it stands in.
+std::string Structure(const Node& node, const Node* parent = &NullElement()) {
+    std::string all = "(" + std::string(node.name) + "|" + node.GetNodeValue() + (node.parent == parent ? "" : "!");
+    for (int code = 1; code < 12; ++code) all += node.IsType(code) ? std::to_string(code) : "";
+    if (const auto* document = dynamic_cast<const Document*>(&node)) {
+        all += std::string(document->version) + std::string(document->encoding) + (document->standalone ? "+" : "-");
+        all += &document->self == document && document->root == document->FindElement("a") ? "" : "!";
+    }
+    if (const auto* element = dynamic_cast<const Element*>(&node)) {
+        all += element->preserveSpace ? "p" : "";
+        for (const Attribute* attribute : element->attributes) all += "@" + Structure(*attribute, &node);
+    }
+    if (const auto* container = dynamic_cast<const NodeContainer*>(&node)) {
+        all += container->pendingText == nullptr ? "" : "!";
+        for (const Node* child : container->children) all += Structure(*child, &node);
+    }
+    return all + ")";
+}
+
 struct Case {
     std::string declaration;
     const char* verdict;
@@ -40,10 +59,8 @@ TEST(Doctype, LeavesNoTraceInTheTree) {
     const std::string doctype =
         "<!DOCTYPE a SYSTEM 'a.dtd' [ <!ELEMENT a (#PCDATA|b)*>\n<!ATTLIST a x CDATA 'd' y ID #IMPLIED>\r\n"
         "<!ENTITY e 'x&lt;%p;&#65;'> %p; <!NOTATION n SYSTEM 's'> ] >";
-    const auto with = Parse(doctype + body);
-    const auto without = Parse(body);
-    EXPECT_EQ(xml_tests::Written(*with), xml_tests::Written(*without));
-    EXPECT_EQ(with->root->attributes.size(), 1U);
+    EXPECT_EQ(Structure(*Parse(doctype + body)), Structure(*Parse(body)));
+    EXPECT_EQ(Structure(*Parse("<!--c-->" + doctype + "<?p?>" + body)), Structure(*Parse("<!--c--><?p?>" + body)));
 }
 
 TEST(Doctype, MayBeShort) {

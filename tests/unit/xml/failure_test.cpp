@@ -1,5 +1,6 @@
 // Nothing is left behind: parses that end early, and memory that runs out.
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <new>
@@ -162,6 +163,29 @@ TEST(MemoryRunsOut, WhileCloningWritingAndCollecting) {
         Element target(nullptr, "target");
         NodeContainer::CloneChildren(document.get(), &target);
     });
+}
+
+TEST(MemoryRunsOut, WhileWritingLeavesTheOutputPartlyWritten) {
+    const auto document = Parse(xml_tests::Message(200));
+    const std::string complete = xml_tests::Written(*document);
+    std::size_t most = 0;
+    for (std::size_t n = 0;; ++n) {
+        std::string output;
+        WriteContext context;
+        context.output = &output;
+        {
+            const AllocationFault fault(n, true);
+            try {
+                document->Write(context);
+            } catch (const std::bad_alloc&) {
+            }
+            if (!fault.HasFired()) break;
+        }
+        ASSERT_LT(output.size(), complete.size()) << n;
+        ASSERT_EQ(output, complete.substr(0, output.size())) << n;
+        most = std::max(most, output.size());
+    }
+    EXPECT_GT(most, complete.size() / 4);
 }
 
 TEST(MemoryRunsOut, AppendedNodesAreOwnedAllTheSame) {

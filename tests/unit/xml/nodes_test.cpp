@@ -1,5 +1,7 @@
 // Nodes: construction, null nodes, look-ups, copies, ownership.
 // SPDX-License-Identifier: MIT
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -23,6 +25,25 @@ public:
 private:
     std::string& log_;
 };
+
+class MortalElement : public Element {
+public:
+    explicit MortalElement(std::string& log, const char* name_) : Element(nullptr, name_), log_(log) {}
+    ~MortalElement() override { log_ += std::string(name); }
+
+private:
+    std::string& log_;
+};
+
+/// Looks something up when static objects are being destroyed, after all that came to life later than this one.
+struct LooksUpAtTheEnd {
+    ~LooksUpAtTheEnd() {
+        if (!isAsked) return;
+        Node* const found = NullElement().FindElement("a")->GetOrCreateElement("b");
+        if (found == &NullElement() && found->GetText().empty()) std::fputs("found nothing", stderr);
+    }
+    bool isAsked = false;
+} looksUpAtTheEnd;
 
 TEST(NodeTypes, EveryClassAnswersItsOwnCodeOnly) {
     Element element(nullptr, "e");
@@ -206,6 +227,16 @@ TEST(NullNodes, DeleteWhatIsHandedToThem) {
     NullElement().AppendChild(new Mortal(log, "gone"));
     EXPECT_EQ(log, "gone");
     EXPECT_EQ(NullElement().children.size(), 0U);
+}
+
+TEST(NullNodes, AreThereAfterTheEndOfMain) {
+    EXPECT_EXIT(
+        {
+            looksUpAtTheEnd.isAsked = true;
+            NullElement();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "found nothing");
 }
 
 TEST(NullNodes, CannotBecomeChildren) {
@@ -419,6 +450,16 @@ TEST(Deletion, OfADocumentTakesEveryNodeOnce) {
     EXPECT_EQ(log, "ab");
 }
 
+TEST(Deletion, OfADocumentTakesItsRootAfterWhatTheRootHolds) {
+    std::string log;
+    Document* const document = new Document;
+    document->root = new MortalElement(log, "root");
+    document->AppendChild(document->root);
+    document->root->AppendChild(new Mortal(log, "inner "));
+    delete document;
+    EXPECT_EQ(log, "inner root");
+}
+
 TEST(Deletion, DoesNotRelyOnParentPointers) {
     Element stranger(nullptr, "stranger");
     Document document("r");
@@ -609,6 +650,122 @@ TEST(ForeignNodes, TakePartInTheTree) {
     const std::unique_ptr<Element> copy(document.root->Clone(nullptr));
     EXPECT_EQ(copy->GetText(), "a stamp b");
     EXPECT_EQ(document.root->FindElement("#stamp"), &NullElement());
+}
+
+/// A container of an application's own.
+class Crate : public NodeContainer {
+public:
+    explicit Crate(NodeContainer* parentNode) : NodeContainer(parentNode, "crate") {}
+    std::string GetNodeValue() const override { return "crate"; }
+    std::string GetText() const override { return "[" + std::to_string(children.size()) + "]"; }
+    bool IsType(int code) const override { return code == ELEMENT_NODE; }
+    Node* Clone(NodeContainer* newParent) const override {
+        auto copy = std::make_unique<Crate>(newParent);
+        CloneChildren(this, copy.get());
+        return copy.release();
+    }
+};
+
+TEST(ForeignContainers, TakePartInTheTree) {
+    std::string log;
+    {
+        Document document("r");
+        Node* const crate = new Crate(document.root);
+        document.root->AppendChild(crate);
+        EXPECT_EQ(document.root->FindElement("crate"), crate);
+        crate->AppendText("text");
+        crate->GetOrCreateElement("inner")->AppendText("more");
+        crate->AppendChild(new Mortal(log, "gone"));
+        EXPECT_EQ(crate->FindElement("inner")->GetText(), "more");
+        EXPECT_EQ(crate->AsContainer().children.size(), 3U);
+        EXPECT_EQ(&crate->AsElement(), &NullElement());
+        EXPECT_EQ(document.GetText(), "[3]");
+        // The base's Write: every child in order.
+        EXPECT_EQ(xml_tests::WrittenVerbatim(*document.root), "<r>text<inner>more</inner>gone</r>");
+        EXPECT_EQ(xml_tests::Written(*document.root), "\n<r>text\n  <inner>more</inner>gone\n</r>");
+        const std::unique_ptr<Element> copy(document.root->Clone(nullptr));
+        EXPECT_EQ(copy->GetText(), "[3]");
+        EXPECT_EQ(copy->FindElement("crate")->FindElement("inner")->GetText(), "more");
+        crate->DeleteChildren();
+        EXPECT_EQ(log, "gone");
+        crate->AppendChild(new Mortal(log, " too"));
+    }
+    EXPECT_EQ(log, "gone too");
+}
+
+/// Classes derived from concrete ones that do everything their own way.
+template <class Base>
+class Loud : public Base {
+public:
+    template <class... Arguments>
+    explicit Loud(const Arguments&... arguments) : Base(arguments...) {}
+    std::string GetText() const override { return "LOUD"; }
+    Base* Clone(NodeContainer*) const override { return new Loud(*this, Again()); }
+    void Write(WriteContext& context) const override { *context.output += "(loud)"; }
+
+private:
+    struct Again {};
+    Loud(const Loud& original, Again) : Base(original.parent, std::string_view(original.name)) {}
+};
+
+TEST(DerivedNodes, AreAskedThemselvesWhereverTheyStand) {
+    Document document("r");
+    document.root->AppendChild(new Loud<Text>(document.root, "quiet"));
+    document.root->AppendChild(new Loud<Element>(document.root, "e"));
+    document.root->AppendChild(new Loud<Comment>(document.root, "c"));
+    EXPECT_EQ(document.GetText(), "LOUDLOUDLOUD");
+    EXPECT_EQ(xml_tests::WrittenVerbatim(*document.root), "<r>(loud)(loud)(loud)</r>");
+    const std::unique_ptr<Element> copy(document.root->Clone(nullptr));
+    EXPECT_EQ(copy->GetText(), "LOUDLOUDLOUD");
+}
+
+TEST(DerivedNodes, AreAskedThemselvesAsTheOnlyChild) {
+    Document document("r");
+    document.root->GetOrCreateElement("a")->AppendChild(new Loud<Text>(document.root, "quiet"));
+    Attribute* const plain = new Attribute(document.root, "plain");
+    plain->AppendChild(new Loud<Text>(plain, "quiet"));
+    document.root->attributes.push_back(plain);
+    Attribute* const loud = new Loud<Attribute>(document.root, "loud");
+    loud->AppendText("quiet");
+    document.root->attributes.push_back(loud);
+    EXPECT_EQ(xml_tests::WrittenVerbatim(*document.root), "<r plain=\"(loud)\" (loud)><a>(loud)</a></r>");
+    EXPECT_EQ(document.root->FindElement("a")->GetText(), "LOUD");
+    EXPECT_EQ(plain->GetText(), "LOUD");
+}
+
+/// Overrides nothing that matters here, so it does what its base does.
+class Plain : public Element {
+public:
+    using Element::Element;
+};
+
+TEST(DerivedNodes, DoAsTheirBaseWhatTheyDoNotOverride) {
+    Plain outer(nullptr, "outer");
+    outer.AppendText(" a ");
+    Element* const inner = new Plain(&outer, "inner");
+    outer.AppendChild(inner);
+    inner->AppendText(" b ");
+    outer.GetOrCreateElement("last")->AppendText("c");
+    EXPECT_EQ(outer.GetText(), "a bc");
+    EXPECT_EQ(xml_tests::Written(outer), "\n<outer> a \n  <inner> b </inner>\n  <last>c</last>\n</outer>");
+    EXPECT_EQ(outer.FindElement("inner"), inner);
+    const std::unique_ptr<Element> copy(outer.Clone(nullptr));
+    EXPECT_EQ(xml_tests::WrittenVerbatim(*copy), xml_tests::WrittenVerbatim(outer));
+}
+
+/// Answers another type than its base.
+class Disguised : public Text {
+public:
+    Disguised() : Text(nullptr, "") { name = "a"; }
+    bool IsType(int code) const override { return code == ELEMENT_NODE; }
+};
+
+TEST(DerivedNodes, AreFoundByTheTypeThatTheyAnswer) {
+    Element element(nullptr, "e");
+    element.pendingText = nullptr;
+    Node* const disguised = new Disguised;
+    element.AppendChild(disguised);
+    EXPECT_EQ(element.FindElement("a"), disguised);
 }
 
 }  // namespace

@@ -97,6 +97,18 @@ TEST(Writing, ACommentBeforeTheRootLeavesNoEmptyLine) {
     EXPECT_EQ(Written(document), kDeclaration + "\n<!-- c -->\n<r/>");
 }
 
+TEST(Writing, ACommentAfterTheRootStandsOnALineOfItsOwn) {
+    EXPECT_EQ(Written(*Parse("<r>x</r><!-- c -->")), kDeclaration + "\n<r>x</r>\n<!-- c -->\n");
+    EXPECT_EQ(Written(*Parse("<r/><!--c--><?p d?>")), kDeclaration + "\n<r/>\n<!--c-->\n<?p d?>\n");
+    EXPECT_EQ(WrittenVerbatim(*Parse("<r>x</r>\n<!-- c -->")), kDeclaration + "<r>x</r><!-- c -->");
+}
+
+TEST(Writing, WhiteSpaceInAnAttributesTextIsCollapsedToo) {
+    const auto document = Parse("<r a=' 1 \n\t2 ' b='\n' c='&lt;  &gt;'/>");
+    EXPECT_EQ(Written(*document->root), "\n<r a=\" 1 2 \" b=\" \" c=\"&lt; &gt;\"/>");
+    EXPECT_EQ(WrittenVerbatim(*document->root), "<r a=\" 1 \n\t2 \" b=\"\n\" c=\"&lt;  &gt;\"/>");
+}
+
 TEST(Writing, BlocksInsideOfAnElementAreFollowedByALineFeed) {
     Element element(nullptr, "e");
     element.AppendChild(new Comment(&element, "m"));
