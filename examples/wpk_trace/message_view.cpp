@@ -43,6 +43,7 @@ std::vector<std::string> MessageView::End() {
         if (!is_body_) lines.emplace_back("cut off in the head, after " + Bytes(length_));
     }
     if (is_body_ && !has_ended_) EndBody(lines);
+    if (body_length_ > BodyLength()) lines.push_back(Bytes(body_length_ - BodyLength()) + " more than announced");
     return lines;
 }
 
@@ -57,12 +58,13 @@ void MessageView::EndLine(std::vector<std::string>& lines) {
     if (is_whole && !line_.empty() && line_.back() == '\r') line_.pop_back();
     // An empty line before the first one ends no head.
     const bool is_end = line_.empty() && has_begun_;
+    if (!has_begun_) is_reply_ = line_.compare(0, 5, "HTTP/") == 0;
     has_begun_ = has_begun_ || !line_.empty();
     if (is_end) {
         is_body_ = true;
         lines.emplace_back();
         if (is_tagged_) lines.emplace_back("tagged data:");
-        if (announced_ == std::uint64_t{0}) EndBody(lines);
+        if (BodyLength() == 0) EndBody(lines);
     } else {
         lines.push_back(InWords(line_) + (is_whole ? "" : "... (" + Bytes(line_length_) + ")"));
     }
@@ -88,18 +90,22 @@ void MessageView::NoteHeader(std::string_view name, std::string_view value) {
     if (EqualIgnoringCase(name, "Content-Type")) is_tagged_ = EqualIgnoringCase(value, "application/tagged-data");
 }
 
+std::uint64_t MessageView::BodyLength() const {
+    // A reply without a length goes on to the end of the connection. What follows a request without one is another
+    // request, with credentials of its own.
+    return announced_.value_or(is_reply_ ? std::numeric_limits<std::uint64_t>::max() : 0);
+}
+
 void MessageView::TakeBody(std::string_view bytes, std::vector<std::string>& lines) {
-    const std::uint64_t most = announced_.value_or(std::numeric_limits<std::uint64_t>::max());
-    const std::uint64_t missing = most - std::min(most, body_length_);
-    const std::string_view body =
-        bytes.substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(missing, bytes.size())));
+    const std::uint64_t missing = BodyLength() - std::min(BodyLength(), body_length_);
+    const auto length = static_cast<std::size_t>(std::min<std::uint64_t>(missing, bytes.size()));
     body_length_ += bytes.size();
     if (is_tagged_) {
-        tagged_.Feed(body, lines);
+        tagged_.Feed(bytes.substr(0, length), lines);
     } else {
-        plain_.Add(body);
+        plain_.Add(bytes.substr(0, length));
     }
-    if (body_length_ >= most && !has_ended_) EndBody(lines);
+    if (body_length_ >= BodyLength() && !has_ended_) EndBody(lines);
 }
 
 void MessageView::EndBody(std::vector<std::string>& lines) {
@@ -114,8 +120,6 @@ void MessageView::EndBody(std::vector<std::string>& lines) {
     } else if (body_length_ < *announced_) {
         lines.push_back("cut off: " + Bytes(*announced_) + " were announced, " + std::to_string(body_length_) +
                         " came");
-    } else if (body_length_ > *announced_) {
-        lines.push_back(Bytes(body_length_ - *announced_) + " more than announced");
     }
 }
 

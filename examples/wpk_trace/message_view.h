@@ -44,12 +44,14 @@ private:
     void EndLine(std::vector<std::string>& lines);
     std::string InWords(std::string_view line);
     void NoteHeader(std::string_view name, std::string_view value);
+    std::uint64_t BodyLength() const;
     void TakeBody(std::string_view bytes, std::vector<std::string>& lines);
     void EndBody(std::vector<std::string>& lines);
 
     Shown shown_;
     std::uint64_t length_ = 0;
     bool has_begun_ = false;
+    bool is_reply_ = false;
     std::string line_;
     std::uint64_t line_length_ = 0;
     bool is_secret_ = false;

@@ -89,9 +89,12 @@ TEST(TraceView, SaysWhatIsMissingOrTooMuch) {
     EXPECT_EQ(Shows("HTTP/1.0 200 OK\r\n"), "HTTP/1.0 200 OK\ncut off in the head, after 17 bytes\n");
     EXPECT_EQ(Shows("A: b\nContent-Length: 5\n\nhel"),
               "A: b\nContent-Length: 5\n\n3 bytes: hel\ncut off: 5 bytes were announced, 3 came\n");
-    EXPECT_EQ(Shows("A: b\nContent-Length: 5\n\nhello you"),
-              "A: b\nContent-Length: 5\n\n5 bytes: hello\n4 bytes more than announced\n");
-    EXPECT_EQ(Shows("A: b\n\nhello"), "A: b\n\n5 bytes: hello\nno Content-Length was given\n");
+    for (const std::size_t piece : {1U, 1000U}) {
+        EXPECT_EQ(Shows("A: b\nContent-Length: 5\n\nhello you", {}, piece),
+                  "A: b\nContent-Length: 5\n\n5 bytes: hello\n4 bytes more than announced\n");
+    }
+    EXPECT_EQ(Shows("HTTP/1.0 200 OK\n\nhello"), "HTTP/1.0 200 OK\n\n5 bytes: hello\nno Content-Length was given\n");
+    EXPECT_EQ(Shows("GET /\n\nhello"), "GET /\n\n0 bytes\nno Content-Length was given\n5 bytes more than announced\n");
     EXPECT_EQ(Shows("A: b\nContent-Length: x\n\n"),
               "A: b\nContent-Length: x\n\n0 bytes\nno Content-Length was given\n");
 }
@@ -115,8 +118,9 @@ TEST(TraceView, HidesCredentialsHoweverTheyAreSpelt) {
         }
     }
     EXPECT_NE(Shows("P\nProxy-Authorization: x\ny\nOther: shown\n\n").find("Other: shown"), std::string::npos);
-    const std::string next = "A: b\nContent-Length: 0\n\nP\nProxy-Authorization: c2VjcmV0\n\n";
-    EXPECT_EQ(Shows(next).find("c2VjcmV0"), std::string::npos) << "nor those of a second request";
+    const std::string next = "P\nProxy-Authorization: c2VjcmV0\n\n";
+    EXPECT_EQ(Shows("P\nContent-Length: 0\n\n" + next).find("c2VjcmV0"), std::string::npos) << "of a second request";
+    EXPECT_EQ(Shows("P\nA: b\n\n" + next).find("c2VjcmV0"), std::string::npos) << "after one without a length";
 }
 
 TEST(TraceView, ShowsCredentialsWhenToldTo) {
