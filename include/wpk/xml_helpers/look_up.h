@@ -33,6 +33,7 @@ inline Attribute* FindAttribute(const Node* element, std::string_view name) noex
 ///
 /// Numbers are decimal, with a dot, in whatever locale; what does not fit into the type is no such value. A bool is
 /// true, false, 1 or 0. White space around either counts for nothing. A char is a text of one byte.
+/// A long double has the precision of the standard library's std::from_chars, which with mingw-w64 is a double's.
 template <class T>
 typename detail::Read<T>::Type TextOr(const Node* node, const T& fallback) {
     if (IsNull(node)) return detail::Fallback(fallback);
