@@ -2,32 +2,27 @@
 // SPDX-License-Identifier: MIT
 #include "outcome.h"
 
-#include <wpk/wpk.h>
+#include <wpk/error_text.h>
 
 namespace wpk_send {
 namespace {
 
 struct ErrorDescription {
     int error;
-    const char* text;
     const char* advice;
 };
 
 constexpr ErrorDescription kErrors[] = {
-    {WPK_ERROR_BAD_REQUEST, "The request is unusable: the server or the proxy is not named.", "Name it."},
-    {WPK_ERROR_NO_NETWORK, "There is no network connection.", "Connect to the network, then send again."},
-    {WPK_ERROR_CONNECT, "The server (or the proxy) could not be reached.",
-     "Check its name and port, that it runs, and that no firewall is in the way."},
-    {WPK_ERROR_CANCELLED, "The request was cancelled.", ""},
-    {WPK_ERROR_BAD_VERSION, "The server speaks another version of the protocol, or is no server of this kind.",
-     "Check its name and port; where they are right, update the older side."},
-    {WPK_ERROR_NO_SERVICE, "The server has no service of that name.",
-     "Check the service's name; where it is right, update the server."},
-    {WPK_ERROR_EXCHANGE, "The exchange with the server broke, or the server refused the message.",
+    {WPK_ERROR_BAD_REQUEST, "Name it."},
+    {WPK_ERROR_NO_NETWORK, "Connect to the network, then send again."},
+    {WPK_ERROR_CONNECT, "Check its name and port, that it runs, and that no firewall is in the way."},
+    {WPK_ERROR_CANCELLED, ""},
+    {WPK_ERROR_BAD_VERSION, "Check its name and port; where they are right, update the older side."},
+    {WPK_ERROR_NO_SERVICE, "Check the service's name; where it is right, update the server."},
+    {WPK_ERROR_EXCHANGE,
      "Check the message, and that there is room on the disk. The server may have acted on it: send again only what may "
      "be done twice."},
-    {WPK_ERROR_PROXY_CREDENTIALS, "The proxy wants a user name and a password, and got none that it accepts.",
-     "Send again with those that it knows."},
+    {WPK_ERROR_PROXY_CREDENTIALS, "Send again with those that it knows."},
 };
 
 struct StatusDescription {
@@ -62,7 +57,8 @@ std::string Line(int status, const char* text) {
 
 std::string ErrorText(int error) {
     const ErrorDescription* description = Find(error);
-    return description ? description->text : "The request failed with the unknown code " + std::to_string(error) + ".";
+    return description ? WPK_ErrorText(error)
+                       : "The request failed with the unknown code " + std::to_string(error) + ".";
 }
 
 std::string ErrorAdvice(int error) {
@@ -83,7 +79,7 @@ std::string ExitStatusHelp() {
     std::string help = "Exit status:\n";
     for (const StatusDescription& description : kStatuses) help += Line(description.status, description.text);
     for (const ErrorDescription& description : kErrors) {
-        help += Line(ExitStatusOfError(description.error), description.text);
+        help += Line(ExitStatusOfError(description.error), WPK_ErrorText(description.error));
     }
     return help;
 }

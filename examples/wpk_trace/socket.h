@@ -1,0 +1,67 @@
+// Socket: one TCP connection or listener, closed with its owner; every wait on it can be ended.
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace wpk_trace {
+
+/// The other side has gone, or a call on its socket has failed.
+class ConnectionLost : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Keeps the sockets interface started while it lives.
+class SocketsInterface {
+public:
+    /// @throws std::runtime_error where it cannot be started.
+    SocketsInterface();
+    ~SocketsInterface();
+    SocketsInterface(const SocketsInterface&) = delete;
+    SocketsInterface& operator=(const SocketsInterface&) = delete;
+};
+
+/// One thread may receive while another one sends.
+class Socket {
+public:
+    /// A listener; port 0 lets the system choose one.
+    /// @throws std::runtime_error where the address or the port is not to be had.
+    static Socket Listen(const std::string& address, std::uint16_t port);
+    /// @throws ConnectionLost with the reason.
+    static Socket Connect(const std::string& host, std::uint16_t port);
+
+    Socket(Socket&& other) noexcept;
+    Socket& operator=(Socket&&) = delete;
+    ~Socket();
+
+    std::uint16_t Port() const;
+    /// "127.0.0.1:8080": the other side.
+    std::string Peer() const;
+
+    /// Waits for a connection, without end.
+    Socket Accept();
+
+    /// @return how many bytes have come, 1 to `size`; 0 when no more will, or when `over` has become true.
+    std::size_t Receive(char* into, std::size_t size, const std::atomic<bool>& over);
+    /// Sends all of it, or until `over` has become true.
+    void Send(std::string_view bytes, const std::atomic<bool>& over);
+    /// Tells the other side that no more will come.
+    void EndSending() noexcept;
+    /// From now on its end is a reset for the other side.
+    void MakeEndAReset() noexcept;
+
+private:
+    // The platform's SOCKET, spelt so that its headers stay out of this one.
+    using Handle = std::uintptr_t;
+    explicit Socket(Handle handle) : handle_(handle) {}
+
+    Handle handle_;
+};
+
+}  // namespace wpk_trace

@@ -1,0 +1,30 @@
+// The classes of xml.h that the helpers speak of, by their names alone.
+// SPDX-License-Identifier: MIT
+#ifndef WPK_XML_HELPERS_NAMES_H
+#define WPK_XML_HELPERS_NAMES_H
+
+#if defined(_MSVC_LANG) ? _MSVC_LANG < 201703L : __cplusplus < 201703L
+#error "wpk/xml_helpers.h needs C++17: compile with -std=c++17 or /std:c++17"
+#endif
+
+#include <wpk/xml.h>
+
+/// The C++ layers on WPK.
+namespace wpk {
+
+/// Helpers for the documents of xml.h. (Its class Text is left out, for the layer of client.h has one of its own.)
+namespace xml {
+
+using AdvXMLParser::Attribute;
+using AdvXMLParser::Document;
+using AdvXMLParser::Element;
+using AdvXMLParser::IsNull;
+using AdvXMLParser::Node;
+using AdvXMLParser::NodeContainer;
+using AdvXMLParser::ParsingException;
+using AdvXMLParser::WRITE_VERBATIM;
+
+}  // namespace xml
+}  // namespace wpk
+
+#endif  // WPK_XML_HELPERS_NAMES_H
