@@ -74,8 +74,9 @@ bool StartSockets() {
 }
 
 void CleanUpSockets() {
-    ++networkNumber;
+    // In this order: every use that this clean-up waits for is one that has lost its network.
     state += kOneCleanUp;
+    ++networkNumber;
     RunCleanUps();
 }
 

@@ -20,8 +20,7 @@ namespace {
 /// While one is open, it is the interface's; when none is, nothing is left that a clean-up has to wait for.
 void UseASocket() {
     Connection connection;
-    CancelSignal signal;
-    if (!connection.Connect("127.0.0.1", 80, signal)) return;
+    if (!connection.Connect("127.0.0.1", 80, /*cancelSemaphore=*/nullptr)) return;
     Expect(host::SocketStarts() > 0, "no clean-up comes before the last socket is closed");
     connection.Send("x", 1);
     Expect(host::SocketStarts() > 0, "no clean-up comes before the last socket is closed");
@@ -35,6 +34,24 @@ void ANetworkThatGoesUnderSockets() {
         StartSockets();
     }
     for (int i = 0; i < 2; ++i) StartThread("user", UseASocket);
+    StartThread("network", CleanUpSockets);
+    AwaitThreads();
+    Expect(host::SocketStarts() == 0, "no clean-up is lost");
+}
+
+/// The other end stays silent: only the loss of the network ends the wait, whenever the socket was opened.
+void ANetworkThatGoesUnderAWait() {
+    {
+        const Undisturbed start;
+        host::SetSocketScript([](const std::string&) { return std::string(); });
+        StartSockets();
+    }
+    StartThread("user", [] {
+        Connection connection;
+        if (!connection.Connect("127.0.0.1", 80, /*cancelSemaphore=*/nullptr)) return;
+        char byte = 0;
+        Expect(connection.Receive(&byte, 1, Connection::kNoTimeout) == 0, "nothing is received");
+    });
     StartThread("network", CleanUpSockets);
     AwaitThreads();
     Expect(host::SocketStarts() == 0, "no clean-up is lost");
@@ -97,6 +114,7 @@ void AModemThatHangsUpUnderARequest() {
 const Scenarios& NetworkScenarios() {
     static const Scenarios& all = *new Scenarios{
         {"a network that goes under two sockets", ANetworkThatGoesUnderSockets},
+        {"a network that goes under a socket that waits", ANetworkThatGoesUnderAWait},
         {"a network that goes and comes under a socket", ANetworkThatGoesAndComesUnderSockets},
         {"a modem that hangs up under a request", AModemThatHangsUpUnderARequest},
     };
