@@ -26,10 +26,13 @@
  * WPK_Init has run its start-up, the module stays loaded until the process ends, even when it is freed: its threads
  * may be running at any moment.
  *
- * Threads: all three functions may be called from any thread, also from inside a callback, but not from DllMain nor
- * from a constructor or destructor of a static object of a DLL: the loader's lock is held there, no thread can start,
- * and the call would never return. While the process is being taken down they return 0. None of them throws.
- * Texts are in the ANSI code page. This header works in C and from C++98 on and includes no other header.
+ * Threads: all three functions may be called from any thread, also from inside a callback, but not from DllMain or a
+ * constructor or destructor of a static object of a DLL: the loader's lock is held there, no thread can start, and the
+ * call would never return. Once the process is being taken down they return 0. None of them throws. Texts are in the
+ * ANSI code page. The library needs 64-bit Windows 6.0 (Vista, Server 2008) or later.
+ *
+ * This header works in C and from C++98 on and includes no other header. The records and functions are the same
+ * whatever packing and calling convention the including program is compiled with.
  */
 #ifndef WPK_WPK_H
 #define WPK_WPK_H
@@ -304,14 +307,14 @@ WPK_ASSERT(CREDENTIALS_HAVE_THEIR_RETRY_AT_528, WPK_OFFSET(WPK_CALLBACKSTRUCT, b
 extern "C" {
 #endif
 
-/** Initialises the library. Call it once, before anything else, and not from DllMain. A repeated call waits until the
- * sends and cancels that other threads are just making have returned.
+/** Initialises the library. Call it once, before anything else. A later call waits until the calls that are in progress
+ * in other threads have returned.
  *
  * @param settings copied; null is refused.
  * @return 1 when the library is initialised, also when it was before (the first settings then stay in force);
  *         0 when it could not be: everything is undone, the library can be freed, and the call may be repeated. Where
  *         a lock could not be made when the library was loaded, only loading it again helps. */
-WPK_API int WPK_Init(const WPK_INITSTRUCT* settings);
+WPK_API int WPK_CALL WPK_Init(const WPK_INITSTRUCT* settings);
 
 /** Starts a request and returns as soon as a thread has taken it.
  *

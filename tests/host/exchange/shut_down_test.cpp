@@ -28,7 +28,7 @@ protected:
         const uint32_t result = NetOutboundService::Manager_ShutDown();
         ThreadRegistry* registry = ThreadLib::processRegistry;
         const ScopedLock lock(registry->Lock());
-        name_in_the_end = registry->Find(GetCurrentThreadId())->name.View();
+        name_in_the_end = registry->Find(GetCurrentThreadId())->name.get();
         return result;
     }
 };

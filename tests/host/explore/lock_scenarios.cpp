@@ -6,6 +6,7 @@
 #include "threadlib/record_table.h"
 #include "transport/pending_requests.h"
 #include "transport/settings.h"
+#include "transport/text_buffer.h"
 
 namespace wpk::explore {
 
@@ -110,7 +111,7 @@ void RowsThatAreReplaced() {
 
 void CancelsOfARequestThatEnds() {
     std::unique_ptr<PendingRequests> pending;
-    PendingRequest* request = nullptr;
+    PendingRequest request;
     {
         const Undisturbed start;
         pending = PendingRequests::Create();
@@ -120,7 +121,7 @@ void CancelsOfARequestThatEnds() {
     bool seen = false;
     StartThread("request", [&] {
         SchedulePoint();
-        seen = request->connection.Cancelled();
+        seen = request.connection->Cancelled();
         pending->Remove(4);
     });
     for (uint32_t& one : found) StartThread("cancel", [&] { one = pending->Cancel(4); });
@@ -140,9 +141,9 @@ void ACancelOfAHandleThatIsUsedAgain() {
     uint32_t found = 0;
     StartThread("requests", [&] {
         for (int i = 0; i < 2; ++i) {
-            PendingRequest* request = pending->Add(4);
+            const PendingRequest request = pending->Add(4);
             Expect(request && pending->Any() == 1, "a request is registered");
-            cancelled += request->connection.Cancelled();
+            cancelled += request.connection->Cancelled();
             pending->Remove(4);
         }
     });
@@ -154,8 +155,8 @@ void ACancelOfAHandleThatIsUsedAgain() {
 
 Credentials MakeCredentials(const char* both) {
     Credentials credentials;
-    credentials.user = CountedText(both);
-    credentials.password = CountedText(both);
+    credentials.user = TextBuffer::CopyOf(both);
+    credentials.password = TextBuffer::CopyOf(both);
     return credentials;
 }
 
