@@ -16,8 +16,23 @@ constexpr WORD kSocketsVersion = MAKEWORD(1, 1);
 /// The system may count starts without a lock of its own: two threads at once would lose one.
 const Semaphore startsLock{SemaphoreKind::kLock};
 
-/// How often the network has gone: the number of the one that is there, or comes next.
+/// The number of the network: even for one that is there, or was never watched; odd from its going until the next one
+/// comes.
 std::atomic<uint32_t> networkNumber{0};
+
+bool IsGone(uint32_t number) {
+    return (number & 1) != 0;
+}
+
+void CountNetworkGone() {
+    uint32_t now = networkNumber;
+    while (!networkNumber.compare_exchange_weak(now, (now + 1) | 1)) continue;
+}
+
+void CountNetworkThere() {
+    uint32_t now = networkNumber;
+    while (!networkNumber.compare_exchange_weak(now, now + (now & 1))) continue;
+}
 
 /// Uses that have begun and not ended, clean-ups that wait for their end, and whether one is at work: in one word, so
 /// that they change together.
@@ -70,13 +85,15 @@ bool HasSocketsLock() {
 bool StartSockets() {
     const ScopedLock counting(startsLock);
     WSADATA data;
-    return WSAStartup(kSocketsVersion, &data) == 0;
+    const bool started = WSAStartup(kSocketsVersion, &data) == 0;
+    CountNetworkThere();
+    return started;
 }
 
 void CleanUpSockets() {
-    // In this order: every use that this clean-up waits for is one that has lost its network.
+    // In this order: a use that begins meanwhile has the old number or that of a gone network, and is lost either way.
     state += kOneCleanUp;
-    ++networkNumber;
+    CountNetworkGone();
     RunCleanUps();
 }
 
@@ -99,7 +116,7 @@ void SocketsUse::End() {
 }
 
 bool SocketsUse::Lost() const {
-    return begun_ && networkNumber_ != networkNumber;
+    return begun_ && (IsGone(networkNumber_) || networkNumber_ != networkNumber);
 }
 
 }  // namespace wpk

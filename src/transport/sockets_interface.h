@@ -37,7 +37,7 @@ public:
     void Begin();
     void End();
 
-    /// True as soon as the network has gone once since Begin, until End.
+    /// True from the moment on when the network goes until End; at once for a use that began with the network gone.
     bool Lost() const;
 
 private:
