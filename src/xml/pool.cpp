@@ -111,7 +111,7 @@ void Pool::Destroy(Pool* pool) noexcept {
 
 void Pool::DestroyAll(Pool* first) noexcept {
     while (first != nullptr) {
-        Pool* const next = first->nextBuried_;
+        Pool* const next = first->NextBuried();
         Destroy(first);
         first = next;
     }
@@ -123,8 +123,9 @@ Pool* Pool::OfFirstPiece(void* piece) noexcept {
 
 bool Pool::Leave(std::size_t seats) noexcept {
     // Usually a whole tree goes at once and nobody else is there to be told.
-    return seats_.load(std::memory_order_acquire) == seats ||
-           seats_.fetch_sub(seats, std::memory_order_acq_rel) == seats;
+    const std::uint32_t count = static_cast<std::uint32_t>(seats);
+    return seats_.load(std::memory_order_acquire) == count ||
+           seats_.fetch_sub(count, std::memory_order_acq_rel) == count;
 }
 
 void Pool::LeaveForGood(std::size_t seats) noexcept {
@@ -132,6 +133,7 @@ void Pool::LeaveForGood(std::size_t seats) noexcept {
     // A node of this pool that has given up its seat may still be in its destructor, and is counted then.
     if (leaving.load() == 0) return Destroy(this);
     ++leaving;
+    NextBuried() = nullptr;
     Bury(this);
     EndToLeave();
 }
@@ -139,7 +141,9 @@ void Pool::LeaveForGood(std::size_t seats) noexcept {
 void Pool::BeginToLeave(Pool& pool) noexcept {
     pool.NoteChange();
     ++leaving;
-    if (pool.Leave(1)) Bury(&pool);
+    if (!pool.Leave(1)) return;
+    pool.NextBuried() = nullptr;
+    Bury(&pool);
 }
 
 void Pool::EndToLeave() noexcept {
@@ -163,10 +167,10 @@ void Pool::EndToLeave() noexcept {
 /// Adds a list of pools to those that wait.
 void Pool::Bury(Pool* first) noexcept {
     Pool* last = first;
-    while (last->nextBuried_ != nullptr) last = last->nextBuried_;
+    while (last->NextBuried() != nullptr) last = last->NextBuried();
     Pool* before = buried.load();
     do {
-        last->nextBuried_ = before;
+        last->NextBuried() = before;
     } while (!buried.compare_exchange_weak(before, first));
 }
 

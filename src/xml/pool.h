@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 
 namespace AdvXMLParser {
 
@@ -43,7 +44,9 @@ public:
     bool IsChanged() const noexcept { return isChanged_.load(std::memory_order_relaxed); }
     ///@}
 
-    void Occupy(std::size_t seats) noexcept { seats_.store(seats, std::memory_order_relaxed); }
+    void Occupy(std::size_t seats) noexcept {
+        seats_.store(static_cast<std::uint32_t>(seats), std::memory_order_relaxed);
+    }
     /// Gives the memory back when nobody is left.
     void LeaveForGood(std::size_t seats) noexcept;
 
@@ -60,11 +63,13 @@ private:
     static void DestroyAll(Pool* first) noexcept;
     static void Bury(Pool* first) noexcept;
 
-    std::atomic<std::size_t> seats_{0};
-    Chunk* chunks_;
-    /// Among the pools that nobody sits in any more.
-    Pool* nextBuried_ = nullptr;
+    /// Links those that nobody sits in any more. The chunk has no other use for its pool then.
+    Pool*& NextBuried() noexcept { return chunks_->pool; }
+
+    /// Even 2 GiB of text make no more nodes than that.
+    std::atomic<std::uint32_t> seats_{0};
     std::atomic<bool> isChanged_{false};
+    Chunk* chunks_;
 };
 
 /// Cuts pieces off a pool while a document is parsed into it. Unless the work ends with Finish, everything is given
