@@ -193,8 +193,8 @@ typedef struct WPK_CALLBACKSTRUCT {
  * It must return: an exception must not leave it, nor may it end with longjmp or ExitThread. An exception that leaves
  * it nevertheless is not sure to be caught, as the program's run-time library may be another one than this library's.
  * If it is caught, its request ends there, without another notification; one that leaves a dial-up connection
- * notification ends the watch over the network for good. A thread that is ended inside of it leaves its request without
- * an end.
+ * notification ends the watch over the network for good. A thread that is ended inside it leaves its request without an
+ * end.
  *
  * Declare it with WPK_CALL where the program is compiled with another calling convention than __cdecl (/Gv). */
 typedef void(WPK_CALL* WPK_CALLBACK)(WPK_CALLBACKSTRUCT* notification);
