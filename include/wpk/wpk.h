@@ -326,7 +326,8 @@ WPK_API int WPK_CALL WPK_Init(const WPK_INITSTRUCT* settings);
 WPK_API unsigned int WPK_CALL WPK_Send(WPK_SENDSTRUCT* message);
 
 /** Asks for the end of a request. The request still ends with its one final callback: WPK_ERROR_CANCELLED, within
- * 250 ms wherever it waits for the network, unless it was already past that point.
+ * 250 ms wherever it waits for the network, unless it was already past that point. Only the system's look-up of a host
+ * name comes to its own end first.
  *
  * The handle is looked up by a thread that is started for that, after this call has returned. A request that ends in
  * that moment may have given its handle, the id of its thread, to a new one, which then is cancelled instead. So do not
