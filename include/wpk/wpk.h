@@ -193,8 +193,8 @@ typedef struct WPK_CALLBACKSTRUCT {
  * It must return: an exception must not leave it, nor may it end with longjmp or ExitThread. An exception that leaves
  * it nevertheless is not sure to be caught, as the program's run-time library may be another one than this library's.
  * If it is caught, its request ends there, without another notification; one that leaves a dial-up connection
- * notification ends the watch over the network for good. A thread that is ended inside of it leaves its request without
- * an end.
+ * notification ends the watch over the network for good. A thread that is ended inside it leaves its request without an
+ * end.
  *
  * Declare it with WPK_CALL where the program is compiled with another calling convention than __cdecl (/Gv). */
 typedef void(WPK_CALL* WPK_CALLBACK)(WPK_CALLBACKSTRUCT* notification);
@@ -326,7 +326,8 @@ WPK_API int WPK_CALL WPK_Init(const WPK_INITSTRUCT* settings);
 WPK_API unsigned int WPK_CALL WPK_Send(WPK_SENDSTRUCT* message);
 
 /** Asks for the end of a request. The request still ends with its one final callback: WPK_ERROR_CANCELLED, within
- * 250 ms wherever it waits for the network, unless it was already past that point.
+ * 250 ms wherever it waits for the network, unless it was already past that point. Only the system's look-up of a host
+ * name comes to its own end first.
  *
  * The handle is looked up by a thread that is started for that, after this call has returned. A request that ends in
  * that moment may have given its handle, the id of its thread, to a new one, which then is cancelled instead. So do not

@@ -38,9 +38,9 @@ private:
     uint32_t AnswerAnyPending(uint32_t client);
     uint32_t Refuse(uint32_t client) const;
 
-    TransportState& state_;
     /// Null while the service is not started.
     std::unique_ptr<PendingRequests> pending_;
+    TransportState& state_;
 };
 
 }  // namespace wpk

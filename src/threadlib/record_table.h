@@ -30,7 +30,7 @@ public:
     RecordTable& operator=(const RecordTable&) = delete;
     ~RecordTable();
 
-    /// Stores a copy: 1, or 0 for want of memory. Rows with equal first fields stand behind each other.
+    /// Stores a copy: 1; 0 if memory runs out. Rows with equal first fields follow each other.
     uint32_t Insert(const Record& record) { return Store(record, /*replace=*/false); }
 
     /// As Insert, in place of all rows with an equal first field. For keys that the system hands out again, such as
@@ -77,7 +77,7 @@ private:
 
     uint32_t indexCount_;
     uint32_t rowCount_ = 0;
-    /// kBucketCount buckets for each index, one index behind the other.
+    /// kBucketCount buckets for each index, one index after the other.
     std::unique_ptr<Bucket[]> buckets_;
     List<Row> rows_;
     ReadersWriterLock lock_;

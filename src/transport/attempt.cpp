@@ -32,11 +32,11 @@ bool BuildBody(const WPK_SENDSTRUCT& message, bool viaProxy, TaggedData& body) {
 }
 
 bool BuildRequest(const WPK_SENDSTRUCT& message, const Peer& peer, Request& request) {
-    if (!BuildBody(message, peer.viaProxy, request.body)) return false;
     request.requestLine = BuildRequestLine(message.lpszServer, message.nPort);
+    if (!request.requestLine.IsWhole() || !BuildBody(message, peer.viaProxy, request.body)) return false;
     request.headers = BuildHeaderBlock(request.body.TotalLength(), peer.viaProxy, peer.credentials.user.View(),
                                        peer.credentials.password.View());
-    return request.requestLine.IsWhole() && request.headers.IsWhole();
+    return request.headers.IsWhole();
 }
 
 bool SendText(Connection& connection, std::string_view text) {

@@ -78,8 +78,10 @@ bool Exchange::ChoosePeer() {
 }
 
 /// After a refusal of the proxy: whether the application has answered with credentials for another attempt, which are
-/// in force now. Without the memory for its answer, the request has failed for that.
+/// in force now. Without the memory for its answer, the request has failed for that. A connection that counts as closed
+/// goes before the question, which may take long.
 bool Exchange::RenewCredentials() {
+    connection_.CloseIfGivenUp();
     const Notifier::Answer answer = notifier_.AskForCredentials(peer_.credentials);
     if (answer == Notifier::Answer::kDeclined) return false;
     if (answer == Notifier::Answer::kSendAgain && state_.settings.ReplaceProxyCredentials(peer_.credentials)) {

@@ -41,6 +41,8 @@ PendingRequest PendingRequests::Add(uint32_t handle) {
     Record row(kPendingFieldCount);
     const bool filled = row.SetUint32(kHandle, handle) && SetPointer(row, kConnection, connection.get()) &&
                         SetPointer(row, kCancel, cancel.get());
+    // In place of the row that a thread under the same id leaves when the application ends it: a cancel must not find
+    // that one. What such a thread held is lost.
     if (!filled || !table_->Replace(row)) return {};
     return {connection.release(), cancel.release()};
 }

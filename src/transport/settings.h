@@ -61,8 +61,8 @@ private:
     WPK_INT64 behindProxy_ = 0;
     CountedText proxyServer_;
     WPK_INT64 proxyPort_ = 80;
-    Semaphore credentialsLock_{SemaphoreKind::kLock};
     Credentials credentials_;
+    Semaphore credentialsLock_{SemaphoreKind::kLock};
 };
 
 /// All that an exchange needs of the process it runs in.

@@ -1,7 +1,7 @@
 // The process's use of the sockets interface, which comes and goes with the network.
 // SPDX-License-Identifier: MIT
 //
-// Cleaning the interface up closes every socket of the process under the hands of the threads that use them, and the
+// Cleaning the interface up closes every socket of the process while threads still use them, and the
 // system may give the same value to the next socket, of another request, at once. So a clean-up waits for the sockets
 // that are open: until the last one is closed, by the thread it belongs to, the interface stays as it is. What
 // changes at once is that all of them count as lost, which their threads notice within the step of their waits.

@@ -123,6 +123,25 @@ TEST_F(GivenUpTest, ARequestCancelledByItsAnswerToAQuestionMakesNoOtherConnectio
     }
 }
 
+TEST_F(GivenUpTest, ARequestGivenUpWithARefusalHalfReadHasClosedItsSocketBeforeTheQuestion) {
+    const Peer proxy([](Peer::Connection& connection) {
+        connection.ReadRequest();
+        connection.Write(Reply(std::string(20000, 'x'), "407 Who are you"));
+        connection.AwaitClose();
+    });
+    UseProxy(proxy.Port());
+    FailCall("CreateFileA", 1, Times::kForGood);
+    Carried request(state, 80, "Small");
+    bool asked = false;
+    request.on_notification = [&asked](const WPK_CALLBACKSTRUCT& notification) {
+        asked = asked || notification.nReason == WPK_REASON_CREDENTIALS;
+        EXPECT_EQ(CountLive().sockets, 0);
+    };
+    request.CancelBefore("CreateFileA", 10);
+    EXPECT_EQ(request.Run(), WPK_ERROR_CANCELLED);
+    EXPECT_TRUE(asked);
+}
+
 TEST_F(GivenUpTest, ACancelIsSeenAtTheEndOfTheWaitInWhichItComes) {
     const Peer peer(Serve, Peer::Serve::kAtOnce);
     SpeedUp(100);

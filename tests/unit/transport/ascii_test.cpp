@@ -14,7 +14,7 @@ TEST(CompareIgnoreCase, LettersOfBothCasesAreEqual) {
     EXPECT_EQ(CompareIgnoreCase("", ""), 0);
 }
 
-TEST(CompareIgnoreCase, ALongerTextSortsBehindItsBeginning) {
+TEST(CompareIgnoreCase, ALongerTextSortsAfterItsBeginning) {
     EXPECT_GT(CompareIgnoreCase("HTTP/1.0", "HTTP"), 0);
     EXPECT_LT(CompareIgnoreCase("HTT", "HTTP"), 0);
     EXPECT_LT(CompareIgnoreCase("", "HTTP"), 0);
@@ -25,7 +25,7 @@ TEST(CompareIgnoreCase, TheFirstDifferenceDecides) {
     EXPECT_LT(CompareIgnoreCase("GET/xyz", "http"), 0);
 }
 
-TEST(CompareIgnoreCase, BytesAbove127SortBehindLetters) {
+TEST(CompareIgnoreCase, BytesAbove127SortAfterLetters) {
     EXPECT_GT(CompareIgnoreCase("\xC4", "z"), 0);
     EXPECT_NE(CompareIgnoreCase("\xC4", "\xE4"), 0);
 }

@@ -60,7 +60,7 @@ TEST(StatusLine, OutcomesHaveTheirNumbers) {
     EXPECT_EQ(kOutcomeUnexpected, 5U);
 }
 
-TEST(StatusLine, FirstWordMustSortBehindHttp) {
+TEST(StatusLine, FirstWordMustSortAfterHttp) {
     ExpectJudged({
         {"HTTP/1.0 200 OK", 1, kOutcomeAccepted},
         {"HTTP/1.1 200 OK", 1, kOutcomeAccepted},
