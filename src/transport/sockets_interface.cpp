@@ -83,11 +83,11 @@ bool HasSocketsLock() {
 }
 
 bool StartSockets() {
+    // First: requests run from now on, and fail for their own reasons where the interface does not start.
+    CountNetworkThere();
     const ScopedLock counting(startsLock);
     WSADATA data;
-    const bool started = WSAStartup(kSocketsVersion, &data) == 0;
-    CountNetworkThere();
-    return started;
+    return WSAStartup(kSocketsVersion, &data) == 0;
 }
 
 void CleanUpSockets() {
