@@ -102,6 +102,7 @@ const std::map<std::string, std::set<std::string>> kImports = {
       "WaitForMultipleObjects",
       "WaitForSingleObject",
       "WideCharToMultiByte",
+      "WriteFile",
       "__C_specific_handler"}},
     {"msvcrt.dll",
      {"___lc_codepage_func",
