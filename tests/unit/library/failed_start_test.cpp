@@ -1,5 +1,6 @@
 // A start-up in which a call of the platform fails, on an instance of the test's own. Only the stand-in can make one
-// fail. SPDX-License-Identifier: MIT
+// fail.
+// SPDX-License-Identifier: MIT
 #ifndef _WIN32
 
 #include <gtest/gtest.h>
