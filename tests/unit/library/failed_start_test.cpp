@@ -1,5 +1,4 @@
-// A start-up in which a call of the platform fails, on an instance of the test's own. Only the stand-in can make one
-// fail.
+// A start-up in which a call of the platform fails, on an instance of the test's own. Only the stand-in makes one fail.
 // SPDX-License-Identifier: MIT
 #ifndef _WIN32
 
@@ -53,13 +52,12 @@ protected:
 
     void TearDown() override {
         host::ClearFaults();
+        // To post the stop commands.
+        ThreadLib::Attach();
         if (global_.modemDetection.Started() != 0) {
-            // Nobody else posts the stop command to this service.
-            ThreadLib::Attach();
             EXPECT_EQ(global_.modemDetection.Post(kCommandStop), 1u);
-            ThreadLib::Detach();
         }
-        if (global_.netOutbound.Started() != 0) test::AwaitThreads(1);
+        if (global_.netOutbound.Started() != 0) test::AwaitThreads(2);
         global_.netOutbound.Stop();
         test::ShutDownLayer();
     }
