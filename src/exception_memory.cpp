@@ -11,6 +11,7 @@
 
 namespace __gnu_cxx {
 /// Meant for leak checkers, and in no header.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the run-time library's own name
 void __freeres() noexcept;
 }  // namespace __gnu_cxx
 

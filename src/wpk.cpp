@@ -6,6 +6,7 @@
 #include "library/instance.h"
 #include "library/process_end.h"
 #include "library/start_up.h"
+#include "threadlib/pointer_word.h"
 
 // While the process is taken down, nobody is left who could answer a call: it would wait for ever.
 
@@ -16,7 +17,7 @@ int WPK_Init(const WPK_INITSTRUCT* settings) {
 
 unsigned int WPK_Send(WPK_SENDSTRUCT* message) {
     if (!message || wpk::IsProcessEnding()) return 0;
-    return wpk::Call(wpk::theGlobalObject, wpk::kCommandSend, reinterpret_cast<uintptr_t>(message));
+    return wpk::Call(wpk::theGlobalObject, wpk::kCommandSend, wpk::WordOf(message));
 }
 
 int WPK_Cancel(unsigned int handle) {

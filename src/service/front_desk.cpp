@@ -6,6 +6,7 @@
 
 #include "service/mservice.h"
 #include "service/service.h"
+#include "threadlib/pointer_word.h"
 
 namespace wpk {
 
@@ -15,10 +16,6 @@ namespace {
 constexpr uint32_t kExitRefused = 0;
 constexpr uint32_t kExitStopped = 1;
 
-const uint64_t* ArgumentsOf(const Message& request) {
-    return reinterpret_cast<const uint64_t*>(static_cast<uintptr_t>(request.data));
-}
-
 }  // namespace
 
 template <class Kind>
@@ -26,7 +23,7 @@ uint32_t FrontDesk<Kind>::PostArguments(uint32_t count, const uint64_t* argument
     if (Self().stopping_ != 0 || count == 0) return 0;
     Message message;
     message.code = count;
-    message.data = reinterpret_cast<uintptr_t>(arguments);
+    message.data = WordOf(arguments);
     const uint32_t replier = ThreadLib::Send(deskId_, message);
     if (replier == 0) return 0;
     // An answer replaces the request. Without one there is the sender's id, which is all that a dead receiver leaves.
@@ -112,7 +109,7 @@ uint32_t FrontDesk<Kind>::RunDesk() {
             Answer(client, 0);
             continue;
         }
-        switch (*ArgumentsOf(request)) {
+        switch (*PointerFrom<const uint64_t>(request.data)) {
             case kCommandStart: {
                 self.stopping_ = 0;
                 ThreadLib::SetName(deskId_, self.name_.CStr());

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "service/mservice.h"
 
+#include "threadlib/pointer_word.h"
+
 namespace wpk {
 
 namespace {
@@ -82,8 +84,8 @@ uint32_t MService::WorkerFunc(void* argument) {
     auto& service = *static_cast<MService*>(argument);
     Job job;
     service.jobs_->Visit(KeyOf(GetCurrentThreadId()), [&job](const Record& row) { job = Job::From(row); });
-    const auto* arguments = reinterpret_cast<const uint64_t*>(static_cast<uintptr_t>(job.arguments));
-    const uint32_t result = service.ProcessRequest(job.client, job.argumentCount, arguments);
+    const uint32_t result =
+        service.ProcessRequest(job.client, job.argumentCount, PointerFrom<const uint64_t>(job.arguments));
     service.RemoveJob(job.ToRecord());
     return result;
 }

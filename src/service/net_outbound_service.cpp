@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "service/net_outbound_service.h"
 
+#include "threadlib/pointer_word.h"
 #include "transport/exchange.h"
 
 namespace wpk {
@@ -36,7 +37,7 @@ uint32_t NetOutboundService::ProcessRequest(uint32_t client, uint32_t count, con
     const uint64_t operand = count > 1 ? arguments[1] : 0;
     switch (arguments[0]) {
         case kCommandSend:
-            return CarryRequest(client, reinterpret_cast<WPK_SENDSTRUCT*>(static_cast<uintptr_t>(operand)));
+            return CarryRequest(client, PointerFrom<WPK_SENDSTRUCT>(operand));
         case kCommandCancel:
             return CancelRequest(client, static_cast<uint32_t>(operand));
         case kCommandAnyPending:

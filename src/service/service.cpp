@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "service/service.h"
 
+#include "threadlib/pointer_word.h"
+
 namespace wpk {
 
 uint32_t Service::Start() {
@@ -10,7 +12,7 @@ uint32_t Service::Start() {
 }
 
 void Service::Serve(const Message& request) {
-    const auto* arguments = reinterpret_cast<const uint64_t*>(static_cast<uintptr_t>(request.data));
+    const auto* arguments = PointerFrom<const uint64_t>(request.data);
     Answer(request.threadId, ProcessRequest(request.threadId, request.code, arguments));
 }
 

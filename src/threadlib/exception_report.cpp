@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "threadlib/exception_report.h"
 
-#include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "threadlib/handle.h"
 
@@ -11,7 +11,7 @@ namespace wpk {
 
 EscapedExceptionText::EscapedExceptionText(const char* threadName) {
     const size_t used = std::strlen(text);
-    std::memcpy(text + used, threadName, std::min(std::strlen(threadName), sizeof text - used - 1));
+    std::string_view(threadName).copy(text + used, sizeof text - used - 1);
 }
 
 void ReportEscapedException(const char* threadName) {

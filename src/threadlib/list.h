@@ -22,6 +22,7 @@ public:
         if (list_) list_->Remove(*this);
     }
 
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): it does not see that a freed item has left its list
     Item& GetItem() const { return item_; }
     ListNode* Next() const { return next_; }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "threadlib/record_table.h"
 
+#include <algorithm>
 #include <new>
 #include <optional>
 #include <utility>
@@ -33,10 +34,14 @@ std::unique_ptr<RecordTable> RecordTable::Create(uint32_t indexCount) {
 }
 
 RecordTable::RecordTable(uint32_t indexCount)
-    : indexCount_(indexCount), buckets_(new (std::nothrow) Bucket[size_t{indexCount} * kBucketCount]) {}
+    : indexCount_(indexCount), indexes_(new (std::nothrow) std::unique_ptr<Bucket[]>[indexCount]) {
+    for (uint32_t i = 0; indexes_ && i < indexCount; ++i) indexes_[i].reset(new (std::nothrow) Bucket[bucketCount_]);
+}
 
 bool RecordTable::Complete() const {
-    return buckets_ && lock_;
+    if (!indexes_ || !lock_) return false;
+    return std::all_of(indexes_.get(), indexes_.get() + indexCount_,
+                       [](const auto& index) { return index != nullptr; });
 }
 
 RecordTable::~RecordTable() {
@@ -98,7 +103,7 @@ uint32_t RecordTable::BucketOf(const ByteBuffer& field) {
 }
 
 RecordTable::Bucket& RecordTable::BucketAt(uint32_t index, const ByteBuffer& field) const {
-    return buckets_[size_t{index} * kBucketCount + BucketOf(field)];
+    return indexes_[index][BucketOf(field)];
 }
 
 RecordTable::Row* RecordTable::FirstMatch(const ByteBuffer& key) const {

@@ -30,7 +30,7 @@ public:
     RecordTable& operator=(const RecordTable&) = delete;
     ~RecordTable();
 
-    /// Stores a copy: 1; 0 if memory runs out. Rows with equal first fields follow each other.
+    /// Stores a copy: 1, or 0 if memory runs out. Rows with equal first fields stay in the order of their insertion.
     uint32_t Insert(const Record& record) { return Store(record, /*replace=*/false); }
 
     /// As Insert, in place of all rows with an equal first field. For keys that the system hands out again, such as
@@ -77,8 +77,9 @@ private:
 
     uint32_t indexCount_;
     uint32_t rowCount_ = 0;
-    /// kBucketCount buckets for each index, one index after the other.
-    std::unique_ptr<Bucket[]> buckets_;
+    const uint32_t bucketCount_ = kBucketCount;
+    /// The buckets of each index.
+    std::unique_ptr<std::unique_ptr<Bucket[]>[]> indexes_;
     List<Row> rows_;
     ReadersWriterLock lock_;
 };

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "threadlib/exception_report.h"
+#include "threadlib/pointer_word.h"
 #include "threadlib/process_registry.h"
 #include "threadlib/threadlib.h"
 
@@ -73,7 +74,7 @@ uint32_t Create(ThreadEntry entry, void* argument) {
     thread->argument = argument;
 
     unsigned id = 0;
-    thread->handle.Reset(reinterpret_cast<HANDLE>(
+    thread->handle.Reset(PointerFrom<void>(
         _beginthreadex(/*security=*/nullptr, /*stack_size=*/0, Trampoline, thread.get(), CREATE_SUSPENDED, &id)));
     if (!thread->handle) return 0;
     thread->id = id;

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "threadlib/pointer_word.h"
+
 namespace wpk {
 
 namespace {
@@ -46,7 +48,7 @@ bool Connection::MakeSocket() {
     }
     // A program that the application starts meanwhile would keep the connection open for its own lifetime. Where the
     // system refuses, the request is carried all the same.
-    SetHandleInformation(reinterpret_cast<HANDLE>(socket_.Get()), HANDLE_FLAG_INHERIT, /*dwFlags=*/0);
+    SetHandleInformation(PointerFrom<void>(socket_.Get()), HANDLE_FLAG_INHERIT, /*dwFlags=*/0);
     socketSemaphore_.emplace(SemaphoreKind::kLock);
     return static_cast<bool>(*socketSemaphore_);
 }

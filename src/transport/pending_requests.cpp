@@ -5,6 +5,8 @@
 #include <new>
 #include <utility>
 
+#include "threadlib/pointer_word.h"
+
 namespace wpk {
 
 namespace {
@@ -12,18 +14,8 @@ namespace {
 /// A row: the handle, then where the request's records are.
 enum PendingField : uint64_t { kHandle, kConnection, kCancel, kPendingFieldCount };
 
-template <class T>
-bool SetPointer(Record& row, uint64_t field, T* pointer) {
-    return row.SetUint64(field, reinterpret_cast<uintptr_t>(pointer)) != 0;
-}
-
-template <class T>
-T* GetPointer(const Record& row, uint64_t field) {
-    return reinterpret_cast<T*>(static_cast<uintptr_t>(row.GetUint64(field)));
-}
-
 PendingRequest RequestOf(const Record& row) {
-    return {GetPointer<Connection>(row, kConnection), GetPointer<CancelRecord>(row, kCancel)};
+    return {PointerFrom<Connection>(row.GetUint64(kConnection)), PointerFrom<CancelRecord>(row.GetUint64(kCancel))};
 }
 
 }  // namespace
@@ -39,8 +31,8 @@ PendingRequest PendingRequests::Add(uint32_t handle) {
     std::unique_ptr<CancelRecord> cancel(new (std::nothrow) CancelRecord);
     if (!connection || !cancel || !cancel->semaphore) return {};
     Record row(kPendingFieldCount);
-    const bool filled = row.SetUint32(kHandle, handle) && SetPointer(row, kConnection, connection.get()) &&
-                        SetPointer(row, kCancel, cancel.get());
+    const bool filled = row.SetUint32(kHandle, handle) && row.SetUint64(kConnection, WordOf(connection.get())) &&
+                        row.SetUint64(kCancel, WordOf(cancel.get()));
     // In place of the row that a thread under the same id leaves when the application ends it: a cancel must not find
     // that one. What such a thread held is lost.
     if (!filled || !table_->Replace(row)) return {};

@@ -1,5 +1,6 @@
 // wpk.h in C++98, with the program's own records packed as PACKING says: the records lie where the library expects
-// them, and the class has its virtual table in front. SPDX-License-Identifier: MIT
+// them, and the class has its virtual table in front.
+// SPDX-License-Identifier: MIT
 #include "wpk/wpk.h"
 
 namespace {

@@ -1,5 +1,6 @@
 // Windows Sockets 1.1 over the scripted network, and its clock, in the place of the stand-in's. The linker takes the
-// stand-in's out of its library only where nobody else has these functions. SPDX-License-Identifier: MIT
+// stand-in's out of its library only where nobody else has these functions.
+// SPDX-License-Identifier: MIT
 #include <cstring>
 
 #include "fuzz/exchange/scripted_network.h"

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/field_at.h"
 #include "support/lib_thread.h"
 
 namespace wpk {
@@ -175,6 +176,24 @@ TEST(RecordTableTest, DrainGivesAllRowsInOrderAndCountGoesOnReportingThem) {
     EXPECT_EQ(TextOf(drained.rows[2].Get(0)), "b");
     EXPECT_EQ(table->Count(), 3u);
     EXPECT_EQ(table->Find(Bytes("a")).FieldCount(), 0u);
+}
+
+TEST(RecordTableTest, KeepsItsFieldsInOrder) {
+    using test::FieldAt;
+    const auto table = RecordTable::Create(3);
+    table->Insert(RowOf({"key"}));
+    table->Insert(RowOf({"another"}));
+    constexpr size_t kRows = 4, kBuckets = 8, kIndexes = 16, kList = 24, kReaders = 48, kCountLock = 56;
+    EXPECT_EQ(FieldAt<uint32_t>(table.get(), 0), 3u);
+    EXPECT_EQ(FieldAt<uint32_t>(table.get(), kRows), 2u);
+    EXPECT_EQ(FieldAt<uint32_t>(table.get(), kBuckets), 1999u);
+    auto* const* indexes = FieldAt<void* const*>(table.get(), kIndexes);
+    for (int i = 0; i < 3; ++i) EXPECT_NE(indexes[i], nullptr);
+    EXPECT_NE(FieldAt<void*>(table.get(), kList), nullptr);
+    EXPECT_NE(FieldAt<void*>(table.get(), kList + 8), FieldAt<void*>(table.get(), kList)) << "head and tail";
+    EXPECT_EQ(FieldAt<uint32_t>(table.get(), kList + 16), 2u);
+    EXPECT_EQ(FieldAt<uint32_t>(table.get(), kReaders), 0u);
+    EXPECT_NE(FieldAt<void*>(table.get(), kCountLock), nullptr) << "a lock begins with its handle";
 }
 
 TEST(RecordTableTest, DrainOfAnEmptyTableGivesNothing) {

@@ -1,5 +1,6 @@
 // Trees a million levels deep, with 64 KiB of stack, and a million of everything: what is not linear does not end in
-// time. SPDX-License-Identifier: MIT
+// time.
+// SPDX-License-Identifier: MIT
 #include <memory>
 #include <string>
 
