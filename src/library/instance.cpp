@@ -18,7 +18,7 @@ public:
     Instance(const Instance&) = delete;
     Instance& operator=(const Instance&) = delete;
     ~Instance() {
-        if (object.initialised == 0 && !IsProcessEnding()) object.~GlobalObject();
+        if (object.initialised == 0 && !IsProcessEnding()) object.GlobalObject::~GlobalObject();
     }
 
     union {
