@@ -52,7 +52,7 @@ if [ $# -eq 0 ]; then
 else
     refuse_other_builds "$1"
 fi
-logged cmake --build "$build" --target wpk wpk_xml message_server wpk_send
+logged cmake --build "$build" --target wpk wpk_xml message_server wpk_send wpk_trace
 
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 name=wpk-$version-win64

@@ -62,7 +62,8 @@ def test_client_writes_progress_lines_when_told_to():
     check_equal((status, reply), (0, alphabet(5000000)))
     lines = errors.decode().split("\r\n")
     check_equal(lines[-2:], ["100 % (4.8 MiB of 4.8 MiB)", ""])
-    check(len(lines) >= 5, errors)
+    # The library asks for at most 4 MiB at a time, so this reply comes in two pieces at least.
+    check(len(lines) >= 3, errors)
 
 
 def test_client_says_that_there_is_no_such_service():
@@ -260,8 +261,8 @@ def test_terminal_interrupt_key_ends_a_question_and_cancels():
 
 def test_terminal_time_out_ends_a_question_that_nobody_answers():
     with ScriptedProxy(server.port, {("anna", "secret")}) as proxy:
-        # Long enough for a busy machine to come to the second question.
-        client = TerminalClient("--timeout", 10, "--proxy", f"127.0.0.1:{proxy.port}", "--port", server.port, "Echo",
+        # Wine takes up to ten seconds to make the desktop that the first key press on a console needs.
+        client = TerminalClient("--timeout", 30, "--proxy", f"127.0.0.1:{proxy.port}", "--port", server.port, "Echo",
                                 "hello")
         client.answer("User name: ", "anna\r")
         client.answer("Password: ", "sec")
