@@ -31,9 +31,10 @@ function(wpk_set_usual_time test seconds)
     set(factor 10)
   endif()
   math(EXPR timeout "${seconds} * ${factor}")
-  # The first program under Wine waits for Wine itself.
-  if(timeout LESS 60)
-    set(timeout 60)
+  # The shortest ones mostly wait for Wine, which serves all programs by one thread: beside the load test and the
+  # builds of the package, three seconds have become a minute.
+  if(timeout LESS 180)
+    set(timeout 180)
   endif()
   set_tests_properties(${test} PROPERTIES TIMEOUT ${timeout} COST ${seconds})
   if("HEAVY" IN_LIST ARGN)
