@@ -15,7 +15,7 @@ servers=(squid nginx haproxy)
 everything=(
     git g++ fonts-wine xvfb googletest libbenchmark-dev
     clang libclang-rt-14-dev clang-format clang-tidy gcovr python3
-    libpugixml-dev librapidxml-dev libtinyxml2-dev libxml2-dev libexpat1-dev
+    libpugixml-dev librapidxml-dev libtinyxml2-dev libxml2-dev libexpat1-dev iso-codes shared-mime-info xkb-data
     tinyproxy-bin "${servers[@]}" util-linux
     llvm zip unzip doxygen
 )
