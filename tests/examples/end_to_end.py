@@ -261,7 +261,7 @@ def test_terminal_interrupt_key_ends_a_question_and_cancels():
 
 def test_terminal_time_out_ends_a_question_that_nobody_answers():
     with ScriptedProxy(server.port, {("anna", "secret")}) as proxy:
-        # Wine takes up to ten seconds to make the desktop that the first key press on a console needs.
+        # Beside other programs, Wine has been seen to take ten seconds for the first key press on a console.
         client = TerminalClient("--timeout", 30, "--proxy", f"127.0.0.1:{proxy.port}", "--port", server.port, "Echo",
                                 "hello")
         client.answer("User name: ", "anna\r")
