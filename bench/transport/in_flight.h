@@ -17,7 +17,7 @@ double Now();
 double Median(std::vector<double> values);
 
 /// How many requests may run at once. Its lock and its wake-up stay inside the process: no cost worth measuring is
-/// added to either contestant.
+/// added to any contestant.
 class InFlight {
 public:
     explicit InFlight(unsigned limit) : limit_(limit) {}

@@ -28,11 +28,28 @@ void AppendEntry(std::string& body, const char* key, const void* value, uint32_t
     body.append(reinterpret_cast<const char*>(&length), sizeof length).append(static_cast<const char*>(value), length);
 }
 
-bool SendAll(SOCKET socket, const std::string& text) {
-    return send(socket, text.data(), static_cast<int>(text.size()), 0) == static_cast<int>(text.size());
-}
+/// The socket of one exchange. Every send and every receive blocks; a looking one waits with select before each.
+struct Stream {
+    ~Stream() { closesocket(socket); }
 
-bool SendRequest(SOCKET socket, const WPK_SENDSTRUCT& record) {
+    bool Await(bool writable) const {
+        fd_set sockets{1, {socket}};
+        timeval limit{60, 0};
+        return !looks || select(0, writable ? nullptr : &sockets, writable ? &sockets : nullptr, nullptr, &limit) == 1;
+    }
+    bool Send(const std::string& text) const {
+        const int length = static_cast<int>(text.size());
+        return Await(true) && send(socket, text.data(), length, 0) == length;
+    }
+    int Receive(char* buffer, uint32_t size) const {
+        return Await(false) ? recv(socket, buffer, static_cast<int>(size), 0) : 0;
+    }
+
+    SOCKET socket;
+    bool looks;
+};
+
+bool SendRequest(const Stream& stream, const WPK_SENDSTRUCT& record) {
     const std::string line =
         std::string("POST http://") + record.lpszServer + ":" + std::to_string(record.nPort) + "/ HTTP/1.0\r\n";
     std::string body;
@@ -42,13 +59,13 @@ bool SendRequest(SOCKET socket, const WPK_SENDSTRUCT& record) {
     AppendEntry(body, "WPK_ServiceData", record.lpData, record.dwDataLength);
     const std::string headers = "User-Agent: WPK/1.00\r\nContent-Type: application/tagged-data\r\nContent-Length: " +
                                 std::to_string(body.size()) + "\r\n";
-    return SendAll(socket, line) && SendAll(socket, headers) && SendAll(socket, "\r\n") && SendAll(socket, body);
+    return stream.Send(line) && stream.Send(headers) && stream.Send("\r\n") && stream.Send(body);
 }
 
 /// Reads until the head is complete, which may bring the start of the body along. Returns where that is; 0 on failure.
-uint32_t ReadHead(SOCKET socket, char* buffer, uint32_t size, uint32_t& filled) {
+uint32_t ReadHead(const Stream& stream, char* buffer, uint32_t size, uint32_t& filled) {
     while (filled < size - 1) {
-        const int received = recv(socket, buffer + filled, static_cast<int>(size - 1 - filled), 0);
+        const int received = stream.Receive(buffer + filled, size - 1 - filled);
         if (received <= 0) return 0;
         filled += static_cast<uint32_t>(received);
         buffer[filled] = 0;
@@ -92,10 +109,10 @@ void NotePiece(Request& request, uint32_t received) {
     if (received == request.replyLength) request.lastPiece = Now();
 }
 
-bool ReceiveReply(SOCKET socket, Request& request) {
+bool ReceiveReply(const Stream& stream, Request& request) {
     char buffer[16384];
     uint32_t filled = 0;
-    const uint32_t begin = ReadHead(socket, buffer, sizeof buffer, filled);
+    const uint32_t begin = ReadHead(stream, buffer, sizeof buffer, filled);
     const char* length = begin > 0 ? std::strstr(buffer, "Content-Length: ") : nullptr;
     if (!length || std::strtoul(length + 16, nullptr, 10) != request.replyLength) return false;
 
@@ -105,7 +122,7 @@ bool ReceiveReply(SOCKET socket, Request& request) {
     std::memcpy(room.data, buffer + begin, received);
     if (received > 0) NotePiece(request, received);
     while (received < request.replyLength) {
-        const int more = recv(socket, room.data + received, static_cast<int>(request.replyLength - received), 0);
+        const int more = stream.Receive(room.data + received, request.replyLength - received);
         if (more <= 0) return false;
         received += static_cast<uint32_t>(more);
         NotePiece(request, received);
@@ -115,21 +132,27 @@ bool ReceiveReply(SOCKET socket, Request& request) {
     return true;
 }
 
-void Exchange(Request& request) {
-    const SOCKET socket = ::socket(AF_INET, SOCK_STREAM, 0);
+bool Exchange(Request& request, bool looks) {
+    const Stream stream{socket(AF_INET, SOCK_STREAM, 0), looks};
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<u_short>(request.record.nPort));
     address.sin_addr.s_addr = inet_addr(request.record.lpszServer);
-    const bool delivered = connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-                           SendRequest(socket, request.record) && ReceiveReply(socket, request);
-    closesocket(socket);
-    if (!delivered) Finish(request, false);
+    return connect(stream.socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+           SendRequest(stream, request.record) && ReceiveReply(stream, request);
 }
 
+template <bool looks>
 unsigned __stdcall ExchangeThread(void* argument) {
-    Exchange(*static_cast<Request*>(argument));
+    Request& request = *static_cast<Request*>(argument);
+    if (!Exchange(request, looks)) Finish(request, false);
     return 0;
+}
+
+void Start(Request& request, unsigned(__stdcall* exchange)(void*)) {
+    const uintptr_t thread = _beginthreadex(nullptr, 0, exchange, &request, 0, nullptr);
+    if (thread == 0) return Finish(request, false);
+    CloseHandle(reinterpret_cast<HANDLE>(thread));
 }
 
 }  // namespace
@@ -142,9 +165,11 @@ void InitialisePlain() {
 }
 
 void StartPlain(Request& request) {
-    const uintptr_t thread = _beginthreadex(nullptr, 0, ExchangeThread, &request, 0, nullptr);
-    if (thread == 0) return Finish(request, false);
-    CloseHandle(reinterpret_cast<HANDLE>(thread));
+    Start(request, ExchangeThread<false>);
+}
+
+void StartLooking(Request& request) {
+    Start(request, ExchangeThread<true>);
 }
 
 }  // namespace bench

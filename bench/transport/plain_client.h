@@ -14,6 +14,10 @@ void InitialisePlain();
 /// head read into a buffer, a reply above 10240 bytes received into a mapped file. No cancel, no time-outs, no locks.
 void StartPlain(Request& request);
 
+/// As StartPlain, but it waits with `select` before each send and each receive, as a client has to that can be ended
+/// while its peer is silent.
+void StartLooking(Request& request);
+
 }  // namespace bench
 
 #endif

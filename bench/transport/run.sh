@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Measures the library beside a plain sockets program, both under Wine on one core together with Wine's server and the
-# peer, in turn within one run. Prints both figures, their ratio and the target; only an error makes it fail.
+# Measures the library beside two plain sockets programs, all under Wine on one core together with Wine's server and
+# the peer, in turn within one run. Prints the figures, their ratios and the target; only an error makes it fail.
 # Usage: bench/transport/run.sh [speed [ROUNDS] | calls]      (the core is $WPK_BENCH_CORE, default the last one)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
