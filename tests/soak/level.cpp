@@ -23,6 +23,35 @@ void CountMemory(Level& level) {
     level.private_kb = private_bytes / 1024;
 }
 
+size_t SpareBytes(HANDLE heap) {
+    size_t spare = 0;
+    const char* region = nullptr;
+    const char* region_end = nullptr;
+    PROCESS_HEAP_ENTRY entry = {};
+    HeapLock(heap);
+    while (HeapWalk(heap, &entry)) {
+        const char* place = static_cast<const char*>(entry.lpData);
+        if ((entry.wFlags & PROCESS_HEAP_REGION) != 0) {
+            region = place;
+            region_end = place + entry.Region.dwCommittedSize;
+            spare += entry.Region.dwCommittedSize;
+        } else if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 && region <= place && place < region_end) {
+            // Large blocks have memory of their own.
+            spare -= entry.cbData;
+        }
+    }
+    HeapUnlock(heap);
+    return spare;
+}
+
+void CountSpareMemory(Level& level) {
+    HANDLE heaps[64];
+    const DWORD count = std::min<DWORD>(GetProcessHeaps(64, heaps), 64);
+    size_t spare = 0;
+    for (DWORD i = 0; i < count; ++i) spare += SpareBytes(heaps[i]);
+    level.spare_kb = spare / 1024;
+}
+
 }  // namespace
 
 Level Level::Now(const rig::HeapCount& library_heap) {
@@ -30,6 +59,7 @@ Level Level::Now(const rig::HeapCount& library_heap) {
     level.threads = rig::ThreadIds().size();
     level.handles = rig::HandleCount();
     CountMemory(level);
+    CountSpareMemory(level);
     level.library_blocks = library_heap.Blocks();
     level.files = rig::FilesLike("", "tmp*").size();
     return level;
@@ -39,7 +69,9 @@ Level Level::Least(const Level& a, const Level& b) {
     Level least;
     least.threads = std::min(a.threads, b.threads);
     least.handles = std::min(a.handles, b.handles);
-    least.private_kb = std::min(a.private_kb, b.private_kb);
+    const Level& lower = a.UsedKb() <= b.UsedKb() ? a : b;
+    least.private_kb = lower.private_kb;
+    least.spare_kb = lower.spare_kb;
     least.mapped = std::min(a.mapped, b.mapped);
     least.library_blocks = std::min(a.library_blocks, b.library_blocks);
     least.files = std::min(a.files, b.files);
