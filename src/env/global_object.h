@@ -11,7 +11,7 @@
 #include "env/system_information.h"
 #include "service/net_outbound_service.h"
 #include "threadlib/readers_writer_lock.h"
-#include "transport/settings.h"
+#include "transport/state.h"
 
 namespace wpk {
 

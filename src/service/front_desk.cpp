@@ -26,7 +26,7 @@ uint32_t FrontDesk<Kind>::PostArguments(uint32_t count, const uint64_t* argument
     message.data = WordOf(arguments);
     const uint32_t replier = ThreadLib::Send(deskId_, message);
     if (replier == 0) return 0;
-    // An answer replaces the request. Without one there is the sender's id, which is all that a dead receiver leaves.
+    // An answer replaces the post. Without one there is the sender's id, which is all that a dead receiver leaves.
     return replier == GetCurrentThreadId() ? replier : message.code;
 }
 
@@ -101,15 +101,15 @@ uint32_t FrontDesk<Kind>::FrontDeskFunc(void* service) {
 template <class Kind>
 uint32_t FrontDesk<Kind>::RunDesk() {
     Kind& self = Self();
-    Message request = std::move(self.desk_.record);
+    Message post = std::move(self.desk_.record);
     for (;;) {
-        const uint32_t client = ThreadLib::Receive(request);
+        const uint32_t client = ThreadLib::Receive(post);
         if (client == 0) continue;
-        if (request.code == 0 || request.data == 0) {
+        if (post.code == 0 || post.data == 0) {
             Answer(client, 0);
             continue;
         }
-        switch (*PointerFrom<const uint64_t>(request.data)) {
+        switch (*PointerFrom<const uint64_t>(post.data)) {
             case kCommandStart: {
                 self.stopping_ = 0;
                 ThreadLib::SetName(deskId_, self.name_.CStr());
@@ -124,7 +124,7 @@ uint32_t FrontDesk<Kind>::RunDesk() {
                 Answer(client, Manager_ShutDown());
                 return kExitStopped;
             default:
-                self.Serve(request);
+                self.Serve(post);
         }
     }
 }

@@ -55,8 +55,8 @@ uint32_t MService::Stop() {
     return answer;
 }
 
-void MService::Serve(const Message& request) {
-    if (StartWorker(request) == 0) Answer(request.threadId, 0);
+void MService::Serve(const Message& post) {
+    if (StartWorker(post) == 0) Answer(post.threadId, 0);
 }
 
 void MService::StopServing(uint32_t stopper) {
@@ -65,11 +65,11 @@ void MService::StopServing(uint32_t stopper) {
 }
 
 /// The id of the worker that has taken the request; 0 when none could be started.
-uint32_t MService::StartWorker(const Message& request) {
+uint32_t MService::StartWorker(const Message& post) {
     const uint32_t id = ThreadLib::Create(WorkerFunc, this);
     if (id == 0) return 0;
     ThreadLib::SetName(id, workerName_.CStr());
-    const Record job = Job{id, request.threadId, request.code, request.data}.ToRecord();
+    const Record job = Job{id, post.threadId, post.code, post.data}.ToRecord();
     const bool recorded = job.FieldCount() != 0 && AddJob(job);
     if (recorded && ThreadLib::Resume(id)) return id;
     if (recorded) RemoveJob(job);

@@ -7,7 +7,7 @@
 
 #include "service/mservice.h"
 #include "transport/pending_requests.h"
-#include "transport/settings.h"
+#include "transport/state.h"
 #include "wpk/wpk.h"
 
 namespace wpk {

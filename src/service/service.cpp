@@ -11,9 +11,9 @@ uint32_t Service::Start() {
     return StartDesk("Service::FrontDeskFunc()");
 }
 
-void Service::Serve(const Message& request) {
-    const auto* arguments = PointerFrom<const uint64_t>(request.data);
-    Answer(request.threadId, ProcessRequest(request.threadId, request.code, arguments));
+void Service::Serve(const Message& post) {
+    const auto* arguments = PointerFrom<const uint64_t>(post.data);
+    Answer(post.threadId, ProcessRequest(post.threadId, post.code, arguments));
 }
 
 }  // namespace wpk

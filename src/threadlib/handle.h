@@ -65,18 +65,6 @@ struct ViewKind {
     static void Close(Value value) { UnmapViewOfFile(value); }
 };
 
-struct ModuleKind {
-    using Value = HMODULE;
-    static Value Invalid() { return nullptr; }
-    static void Close(Value value) { FreeLibrary(value); }
-};
-
-struct RegistryKeyKind {
-    using Value = HKEY;
-    static Value Invalid() { return nullptr; }
-    static void Close(Value value) { RegCloseKey(value); }
-};
-
 struct EventSourceKind {
     using Value = HANDLE;
     static Value Invalid() { return nullptr; }
@@ -92,8 +80,6 @@ struct SocketKind {
 using UniqueHandle = Unique<KernelHandleKind>;
 using UniqueFile = Unique<FileKind>;
 using UniqueView = Unique<ViewKind>;
-using UniqueModule = Unique<ModuleKind>;
-using UniqueRegistryKey = Unique<RegistryKeyKind>;
 using UniqueEventSource = Unique<EventSourceKind>;
 using UniqueSocket = Unique<SocketKind>;
 

@@ -46,7 +46,6 @@ public:
         while (Take()) continue;
     }
 
-    bool Empty() const { return head_ == nullptr; }
     uint32_t Count() const { return count_; }
     ListNode<Item>* Head() const { return head_; }
 
@@ -55,7 +54,11 @@ public:
         node.list_ = this;
         node.previous_ = tail_;
         node.next_ = nullptr;
-        (tail_ ? tail_->next_ : head_) = &node;
+        if (tail_) {
+            tail_->next_ = &node;
+        } else {
+            head_ = &node;
+        }
         tail_ = &node;
         ++count_;
     }
@@ -71,8 +74,16 @@ public:
     /// Removes a node; false when it is not in this list.
     bool Remove(ListNode<Item>& node) {
         if (node.list_ != this) return false;
-        (node.previous_ ? node.previous_->next_ : head_) = node.next_;
-        (node.next_ ? node.next_->previous_ : tail_) = node.previous_;
+        if (node.previous_) {
+            node.previous_->next_ = node.next_;
+        } else {
+            head_ = node.next_;
+        }
+        if (node.next_) {
+            node.next_->previous_ = node.previous_;
+        } else {
+            tail_ = node.previous_;
+        }
         node.list_ = nullptr;
         node.previous_ = node.next_ = nullptr;
         --count_;

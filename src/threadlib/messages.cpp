@@ -23,7 +23,7 @@ void HandOver(ThreadRecord& sender, ThreadRecord& receiver) {
 }
 
 /// Queues the sender's message, or hands it over at once. Returns what the sender has to wait on; null on failure.
-const Semaphore* Post(ThreadRegistry& registry, uint32_t target, Message& message) {
+const Semaphore* Enqueue(ThreadRegistry& registry, uint32_t target, Message& message) {
     const ScopedLock lock(registry.Lock());
     ThreadRecord* sender = registry.Find(message.threadId);
     ThreadRecord* receiver = registry.Find(target);
@@ -66,7 +66,7 @@ uint32_t Send(uint32_t target, Message& message) {
     ThreadRegistry* registry = processRegistry;
     if (!registry) return 0;
     message.threadId = GetCurrentThreadId();
-    const Semaphore* answered = Post(*registry, target, message);
+    const Semaphore* answered = Enqueue(*registry, target, message);
     if (!answered) return 0;
     answered->Wait();
     return message.threadId;
@@ -96,7 +96,7 @@ uint32_t ReplyFor(uint32_t senderId, uint32_t receiverId, Message& message) {
     // Not there while the sender still waits to be received.
     if (!receiver->replyList.Remove(sender->waiting)) return 0;
     sender->message->CopyContentFrom(message);
-    ThreadRegistry::Release(*sender);
+    ThreadRegistry::EndSend(*sender);
     return 1;
 }
 

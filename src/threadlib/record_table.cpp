@@ -15,7 +15,7 @@ struct RecordTable::Row {
         for (uint32_t i = 0; inIndex && i < indexCount; ++i) inIndex[i].emplace(*this);
     }
 
-    bool CopyOf(const Record& source) const {
+    bool IsWholeCopyOf(const Record& source) const {
         if (!inIndex || record.FieldCount() != source.FieldCount()) return false;
         for (uint64_t k = 0; k < source.FieldCount(); ++k) {
             if (record.Field(k).Length() != source.Field(k).Length()) return false;
@@ -50,7 +50,7 @@ RecordTable::~RecordTable() {
 
 uint32_t RecordTable::Store(const Record& record, bool replace) {
     std::unique_ptr<Row> row(new (std::nothrow) Row(record, indexCount_));
-    if (!row || !row->CopyOf(record)) return 0;
+    if (!row || !row->IsWholeCopyOf(record)) return 0;
 
     const ExclusiveScope writing(lock_);
     if (replace && indexCount_ > 0) {

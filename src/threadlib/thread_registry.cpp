@@ -32,11 +32,11 @@ void ThreadRegistry::Remove(ThreadRecord& record) {
     buckets_[BucketOf(record.id)].Remove(record.inBucket);
     --count_;
     record.state = ThreadState::kEnded;
-    while (ThreadRecord* sender = record.sendQueue.Take()) Release(*sender);
-    while (ThreadRecord* sender = record.replyList.Take()) Release(*sender);
+    while (ThreadRecord* sender = record.sendQueue.Take()) EndSend(*sender);
+    while (ThreadRecord* sender = record.replyList.Take()) EndSend(*sender);
 }
 
-void ThreadRegistry::Release(ThreadRecord& sender) {
+void ThreadRegistry::EndSend(ThreadRecord& sender) {
     sender.state = ThreadState::kRunning;
     sender.partner = nullptr;
     sender.wakeSignal.Signal();

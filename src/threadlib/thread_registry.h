@@ -32,8 +32,8 @@ public:
     void Insert(ThreadRecord& record);
     /// Takes the record out and wakes everyone who waits for its thread; their sends return as if answered.
     void Remove(ThreadRecord& record);
-    /// Wakes a thread whose send is over.
-    static void Release(ThreadRecord& sender);
+    /// Ends a send: wakes the sender.
+    static void EndSend(ThreadRecord& sender);
 
 private:
     std::array<List<ThreadRecord>, kBucketCount> buckets_;

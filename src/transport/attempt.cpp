@@ -89,7 +89,7 @@ bool ReceiveBody(ReplyReader& reader, const ReplyHead& head, Connection& connect
 }  // namespace
 
 bool RunAttempt(const WPK_SENDSTRUCT& message, const Peer& peer, Connection& connection, const Notifier& notifier,
-                const CountedText& tempDirectory, uint32_t& outcome) {
+                const CountedText& tempDirectory, Outcome& outcome) {
     {
         Request request;
         if (!BuildRequest(message, peer, request) || !SendRequest(request, connection)) return false;

@@ -7,6 +7,7 @@
 
 #include "transport/connection.h"
 #include "transport/notification.h"
+#include "transport/reply_head.h"
 #include "transport/settings.h"
 #include "wpk/wpk.h"
 
@@ -20,10 +21,10 @@ struct Peer {
     bool viaProxy = false;
 };
 
-/// Runs one attempt on a connected connection. True when the reply was delivered; else `outcome` (an Outcome) says what
+/// Runs one attempt on a connected connection. True when the reply was delivered; else `outcome` says what
 /// the reply amounted to. Throws what the callback throws.
 bool RunAttempt(const WPK_SENDSTRUCT& message, const Peer& peer, Connection& connection, const Notifier& notifier,
-                const CountedText& tempDirectory, uint32_t& outcome);
+                const CountedText& tempDirectory, Outcome& outcome);
 
 }  // namespace wpk
 

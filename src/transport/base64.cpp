@@ -18,11 +18,11 @@ constexpr std::string_view kLineEnd = "\r\n";
 std::array<char, kGroupCharacters> EncodeGroup(std::string_view group) noexcept {
     uint32_t bits = 0;
     for (size_t i = 0; i < kGroupBytes; ++i) {
-        bits = bits << 8 | (i < group.size() ? static_cast<unsigned char>(group[i]) : 0U);
+        bits = (bits << 8) | (i < group.size() ? static_cast<unsigned char>(group[i]) : 0U);
     }
     std::array<char, kGroupCharacters> text{};
     for (size_t i = 0; i < kGroupCharacters; ++i) {
-        text[i] = i <= group.size() ? kAlphabet[bits >> (18 - 6 * i) & 63U] : '=';
+        text[i] = i <= group.size() ? kAlphabet[(bits >> (18 - 6 * i)) & 63U] : '=';
     }
     return text;
 }

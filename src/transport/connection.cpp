@@ -54,6 +54,7 @@ bool Connection::MakeSocket() {
 }
 
 bool Connection::Connect(const char* host, uint32_t port, const Semaphore* cancelSemaphore) {
+    // A socket that the system refuses is asked for once more.
     if (!Open() && !Open()) return false;
     if (CloseIfGivenUp()) return false;
     if (!SetBlocking(false)) return FailWithSocketError();

@@ -51,7 +51,7 @@ private:
     TransportState& state_;
     const Notifier& notifier_;
     Peer peer_;
-    uint32_t outcome_ = kOutcomeUnexpected;
+    Outcome outcome_ = kOutcomeUnexpected;
 };
 
 uint32_t Exchange::Run() {
@@ -101,9 +101,18 @@ bool Exchange::IsCancelled() const {
 
 int Exchange::JudgeFailure() const {
     if (IsCancelled()) return WPK_ERROR_CANCELLED;
-    if (outcome_ == kOutcomeWrongServer) return WPK_ERROR_BAD_VERSION;
-    if (outcome_ == kOutcomeUnknownService) return WPK_ERROR_NO_SERVICE;
-    if (outcome_ == kOutcomeProxyAuthenticationRequired) return WPK_ERROR_PROXY_CREDENTIALS;
+    switch (outcome_) {
+        case kOutcomeWrongServer:
+            return WPK_ERROR_BAD_VERSION;
+        case kOutcomeUnknownService:
+            return WPK_ERROR_NO_SERVICE;
+        case kOutcomeProxyAuthenticationRequired:
+            return WPK_ERROR_PROXY_CREDENTIALS;
+        case kOutcomeKeepReading:
+        case kOutcomeAccepted:
+        case kOutcomeUnexpected:
+            break;
+    }
     return state_.connectionStatus == 1 ? WPK_ERROR_EXCHANGE : WPK_ERROR_NO_NETWORK;
 }
 

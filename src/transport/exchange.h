@@ -7,7 +7,7 @@
 
 #include "threadlib/semaphore.h"
 #include "transport/connection.h"
-#include "transport/settings.h"
+#include "transport/state.h"
 #include "wpk/wpk.h"
 
 namespace wpk {

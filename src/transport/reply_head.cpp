@@ -60,7 +60,7 @@ Outcome OutcomeOf(int64_t code, std::string_view reason) noexcept {
 
 }  // namespace
 
-int JudgeStatusLine(std::string_view line, uint32_t& outcome) noexcept {
+int JudgeStatusLine(std::string_view line, Outcome& outcome) noexcept {
     outcome = kOutcomeUnexpected;
 
     const size_t firstBlank = line.find(' ');

@@ -24,14 +24,14 @@ enum Outcome : uint32_t {
 inline constexpr uint32_t kNoContentLength = 0xFFFFFFFF;
 
 struct ReplyHead {
-    uint32_t outcome = kOutcomeUnexpected;
+    Outcome outcome = kOutcomeUnexpected;
     uint32_t contentLength = kNoContentLength;
     CountedText server;
 };
 
 /// Reads a status line, for example "HTTP/1.0 200 OK", without its CR LF. Returns 1 and the outcome that belongs to it;
 /// 0 with kOutcomeUnexpected when it is no status line. A blank must follow the code, even if no reason text does.
-int JudgeStatusLine(std::string_view line, uint32_t& outcome) noexcept;
+int JudgeStatusLine(std::string_view line, Outcome& outcome) noexcept;
 
 /// Reads a header line, without its CR LF, into `head`; of repeated headers the last one counts. Returns 0 when the
 /// line has no colon or memory runs out.

@@ -1,9 +1,8 @@
-// What the transport knows of the process: settings, connection status, folders.
+// The library's copy of the initialisation record.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TRANSPORT_SETTINGS_H
 #define WPK_TRANSPORT_SETTINGS_H
 
-#include <atomic>
 #include <cstdint>
 
 #include "threadlib/counted_text.h"
@@ -63,16 +62,6 @@ private:
     WPK_INT64 proxyPort_ = 80;
     Credentials credentials_;
     Semaphore credentialsLock_{SemaphoreKind::kLock};
-};
-
-/// All that an exchange needs of the process it runs in.
-struct TransportState {
-    /// 1 while the network is usable.
-    std::atomic<uint32_t> connectionStatus{0};
-    Settings settings;
-    /// Where large replies are spooled: ends in a separator, or is empty for the current directory. Set before any
-    /// request runs.
-    const CountedText* tempDirectory = nullptr;
 };
 
 }  // namespace wpk

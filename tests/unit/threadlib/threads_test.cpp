@@ -74,8 +74,8 @@ TEST_F(Threads, ACreatedThreadHasItsFieldsAndItsWakeSignalAndNoName) {
         EXPECT_EQ(thread->entry, static_cast<ThreadEntry>(entry));
         EXPECT_EQ(thread->argument, &argument);
         EXPECT_TRUE(thread->wakeSignal);
-        EXPECT_TRUE(thread->sendQueue.Empty());
-        EXPECT_TRUE(thread->replyList.Empty());
+        EXPECT_EQ(thread->sendQueue.Count(), 0u);
+        EXPECT_EQ(thread->replyList.Count(), 0u);
         EXPECT_EQ(thread->message, nullptr);
         EXPECT_EQ(thread->partner, nullptr);
     });

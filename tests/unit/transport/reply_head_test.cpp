@@ -18,12 +18,12 @@ using namespace std::string_view_literals;
 struct StatusCase {
     std::string_view line;
     int result;
-    uint32_t outcome;
+    Outcome outcome;
 };
 
 void ExpectJudged(std::initializer_list<StatusCase> cases) {
     for (const StatusCase& one : cases) {
-        uint32_t outcome = 99;
+        Outcome outcome{99};
         EXPECT_EQ(JudgeStatusLine(one.line, outcome), one.result) << '"' << one.line << '"';
         EXPECT_EQ(outcome, one.outcome) << '"' << one.line << '"';
     }
@@ -269,11 +269,11 @@ TEST(ReplyHeadState, StartsUnexpectedWithoutLengthOrServer) {
 }
 
 struct HeadCase {
-    uint32_t outcome;
+    Outcome outcome;
     uint32_t length;
     const char* server;
     int result;
-    uint32_t outcomeAfter;
+    Outcome outcomeAfter;
 };
 
 TEST(JudgeHead, AcceptedReplyNeedsTheRightServerAndALength) {
@@ -295,7 +295,8 @@ TEST(JudgeHead, AcceptedReplyNeedsTheRightServerAndALength) {
 }
 
 TEST(JudgeHead, OtherOutcomesStayWhateverTheHeadersSay) {
-    for (uint32_t outcome = kOutcomeProxyAuthenticationRequired; outcome <= kOutcomeUnexpected; ++outcome) {
+    for (const Outcome outcome :
+         {kOutcomeProxyAuthenticationRequired, kOutcomeUnknownService, kOutcomeWrongServer, kOutcomeUnexpected}) {
         ReplyHead head{outcome, kNoContentLength, CountedText("other")};
         EXPECT_EQ(JudgeHead(head), 1);
         EXPECT_EQ(head.outcome, outcome);
@@ -303,7 +304,7 @@ TEST(JudgeHead, OtherOutcomesStayWhateverTheHeadersSay) {
 }
 
 // Reads status lines as the exchange does: until the outcome is known, or a line fails.
-int JudgeStatusLines(std::string_view bytes, uint32_t& outcome) {
+int JudgeStatusLines(std::string_view bytes, Outcome& outcome) {
     LineAssembler line;
     do {
         line.Restart();
@@ -315,13 +316,13 @@ int JudgeStatusLines(std::string_view bytes, uint32_t& outcome) {
 }
 
 TEST(InterimStatusLine, IsFollowedDirectlyByTheNextStatusLine) {
-    uint32_t outcome = 99;
+    Outcome outcome{99};
     EXPECT_EQ(JudgeStatusLines("HTTP/1.1 100 Continue\r\nHTTP/1.0 100 x\r\nHTTP/1.0 200 OK\r\n", outcome), 1);
     EXPECT_EQ(outcome, kOutcomeAccepted);
 }
 
 TEST(InterimStatusLine, FollowedByAnEmptyLineFailsTheHead) {
-    uint32_t outcome = 99;
+    Outcome outcome{99};
     EXPECT_EQ(JudgeStatusLines("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.0 200 OK\r\n", outcome), 0);
     EXPECT_EQ(outcome, kOutcomeUnexpected);
 }
