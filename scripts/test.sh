@@ -147,6 +147,7 @@ echo "Installing what is missing"
 scripts/setup.sh || fail "What the tests need is not all there; see above."
 echo "Checking the layout of the sources"
 scripts/format.sh --check || fail "Some files are not laid out as .clang-format says; scripts/format.sh does it."
+scripts/layers.py || fail "Some files include a layer above their own, see above."
 for preset in "${presets[@]}"; do
     if [ "$preset" = fuzz ]; then
         fuzz

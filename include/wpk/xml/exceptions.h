@@ -34,8 +34,8 @@ public:
 class ParsingException : public Exception {
 public:
     /// For the parser; the fields below say what the numbers are.
-    ParsingException(unsigned code_, unsigned line_, unsigned column_) noexcept
-        : code(code_), line(line_), column(column_) {}
+    ParsingException(unsigned faultCode, unsigned faultLine, unsigned faultColumn) noexcept
+        : code(faultCode), line(faultLine), column(faultColumn) {}
     /// As Exception::what.
     const char* what() const noexcept override;
 
