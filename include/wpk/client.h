@@ -49,7 +49,7 @@
 #include <wpk/client/message.h>
 #include <wpk/client/options.h>
 #include <wpk/client/request.h>
-#include <wpk/client/text.h>
+#include <wpk/client/ansi_text.h>
 #include <wpk/wpk.h>
 
 #include <cstddef>

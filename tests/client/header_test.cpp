@@ -28,7 +28,7 @@ struct CanSendFor<Function, std::void_t<decltype(std::declval<const Client&>().S
                                 std::declval<Message>(), std::declval<Function>()))>> : std::true_type {};
 
 TEST(Header, RefusesWhatWouldBeAMistake) {
-    static_assert(!std::is_constructible_v<Text, std::nullptr_t>, "a null pointer for a text");
+    static_assert(!std::is_constructible_v<AnsiText, std::nullptr_t>, "a null pointer for a text");
     static_assert(!CanSendFor<std::nullptr_t>::value, "nobody to get the outcome");
     static_assert(!CanSendFor<void (*)(const Reply&)>::value, "a function for replies cannot take outcomes");
     static_assert(CanSendFor<void (*)(const Outcome&)>::value);

@@ -38,7 +38,7 @@ constexpr bool FitsIntoRequest(std::size_t service, std::size_t body, bool behin
 /// What a Client and the requests that it has sent share. Unchanged once the first request is sent.
 struct Shared {
     Functions functions;
-    Text server;
+    AnsiText server;
     unsigned int port = 0;
     bool behind_proxy = false;
     decltype(Options::on_credentials) on_credentials;
@@ -194,7 +194,7 @@ private:
         if (!shared_->on_credentials || thrown_) return;
         auto& fields = notification.body.credentials;
         try {
-            const auto answer = shared_->on_credentials({Text(fields.szUser), Text(fields.szPassword)});
+            const auto answer = shared_->on_credentials({AnsiText(fields.szUser), AnsiText(fields.szPassword)});
             if (!answer) return;
             Fill(fields.szUser, answer->user);
             Fill(fields.szPassword, answer->password);
@@ -204,7 +204,7 @@ private:
         }
     }
 
-    static void Fill(char (&field)[WPK_CREDENTIAL_SIZE], const Text& text) {
+    static void Fill(char (&field)[WPK_CREDENTIAL_SIZE], const AnsiText& text) {
         if (text.str().size() >= WPK_CREDENTIAL_SIZE) Throw(Errc::kCredentialsTooLong);
         std::fill(std::begin(field), std::end(field), '\0');
         std::copy(text.str().begin(), text.str().end(), field);

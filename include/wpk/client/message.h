@@ -4,7 +4,7 @@
 #define WPK_CLIENT_MESSAGE_H
 
 #include <wpk/client/error.h>
-#include <wpk/client/text.h>
+#include <wpk/client/ansi_text.h>
 
 #include <exception>
 #include <functional>
@@ -27,14 +27,14 @@ class Exchange;
 struct Message {
     Message() = default;
     /// A message to a service of the Client's default server.
-    Message(Text to_service, std::string bytes = {}) : service(std::move(to_service)), body(std::move(bytes)) {}
+    Message(AnsiText to_service, std::string bytes = {}) : service(std::move(to_service)), body(std::move(bytes)) {}
 
     /// The service on the server that is to handle the message.
-    Text service;
+    AnsiText service;
     /// Any bytes, up to 4,294,967,221 of them less the length of the service's name (one more without a proxy).
     std::string body;
     /// Host name or dotted IPv4 address; empty: the Client's default.
-    Text server;
+    AnsiText server;
     /// 0: the Client's default.
     unsigned int port = 0;
     /// Called once for every piece of the reply that has been received, on the thread that carries the request, one

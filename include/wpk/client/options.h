@@ -3,7 +3,7 @@
 #ifndef WPK_CLIENT_OPTIONS_H
 #define WPK_CLIENT_OPTIONS_H
 
-#include <wpk/client/text.h>
+#include <wpk/client/ansi_text.h>
 #include <wpk/wpk.h>
 
 #include <exception>
@@ -29,15 +29,15 @@ enum class Connection {
 struct Credentials {
     /// Either may be empty; both empty means none.
     ///@{
-    Text user;
-    Text password;
+    AnsiText user;
+    AnsiText password;
     ///@}
 };
 
 /// The HTTP proxy that every request goes through.
 struct Proxy {
     /// Host name or dotted IPv4 address. Required.
-    Text server;
+    AnsiText server;
     /// Its TCP port.
     unsigned int port = 80;
     /// Used from the first request on; empty: none, until the proxy asks.
@@ -69,7 +69,7 @@ struct Options {
 
     /// Where messages go that name no server and no port of their own.
     ///@{
-    Text server;
+    AnsiText server;
     unsigned int port = 80;
     ///@}
 
