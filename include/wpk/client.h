@@ -85,8 +85,8 @@ public:
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    /// When it is back, on_connection is not running and is not called any more (inside of on_connection: when that has
-    /// returned). No thread may be inside of Send.
+    /// When it is back, on_connection is not running and is not called any more (inside on_connection: when that has
+    /// returned). No thread may be inside Send.
     ~Client() {
         listener_->Close();
         detail::ParcelsDone::All().Collect();
@@ -97,7 +97,7 @@ public:
     /// std::bad_alloc for a reply that does not fit into memory. When it is ready, the message's progress function has
     /// been destroyed.
     ///
-    /// Dropping the future neither waits nor cancels. Do not wait for it inside of a function of the same request.
+    /// Dropping the future neither waits nor cancels. Do not wait for it inside a function of the same request.
     ///
     /// Throws std::system_error when nothing has been sent: Errc::kNotTaken, Errc::kMessageTooLong.
     [[nodiscard]] std::future<Reply> Send(Message message) const {
@@ -152,7 +152,7 @@ private:
     }
 
     /// Cancelling what is no request changes nothing, and is refused by a library that is not initialised. It is also
-    /// refused for want of a thread, and nothing tells the two apart, before WPK_Init or after.
+    /// refused when there is no thread for it, and nothing tells the two apart, before WPK_Init or after.
     static bool IsInitialised(const Functions& functions) {
         constexpr unsigned int kNoThreadHasThisId = 0xFFFFFFFF;
         return functions.cancel(kNoThreadHasThisId) != 0;

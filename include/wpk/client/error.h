@@ -37,7 +37,7 @@ enum class Errc : int {
     kAlreadyInitialised = 1,
     /// A Client: the library could not be initialised. It may be tried again.
     kNotInitialised = 2,
-    /// Send: the library could not take the request, for want of a thread.
+    /// Send: the library could not take the request, as there was no thread for it.
     kNotTaken = 3,
     /// A text holds a character that the ANSI code page does not have.
     kNotConvertible = 4,

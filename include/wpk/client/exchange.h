@@ -44,7 +44,7 @@ struct Shared {
     decltype(Options::on_credentials) on_credentials;
     decltype(Options::on_exception) on_exception;
 
-    /// From inside of a handler.
+    /// From inside a handler.
     void TellException() const noexcept {
         if (!on_exception) return;
         try {
@@ -57,8 +57,8 @@ struct Shared {
 /// Owned by the request itself until its outcome has been told, and by every handle to it.
 ///
 /// The final callback may come before WPK_Send is back with the handle, and a cancel before either. What both sides
-/// look at is behind `mutex_`; everything else is written before WPK_Send and from then on belongs to the thread that
-/// carries the request. No function of the application is called, or destroyed, with the lock held.
+/// look at is guarded by `mutex_`; everything else is written before WPK_Send and from then on belongs to the thread
+/// that carries the request. No function of the application is called, or destroyed, with the lock held.
 class Exchange {
 public:
     /// Throws std::system_error; the outcome function is then never called.
@@ -98,13 +98,13 @@ public:
         return done_;
     }
 
-    /// True inside of a function that is called for this request.
+    /// True inside a function that is called for this request.
     bool OnOwnThread() const noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
         return !done_ && thread_ == CurrentThread();
     }
 
-    /// Meanwhile it tries again and again what the library has refused for want of a thread: a cancel.
+    /// Meanwhile it tries again and again what the library has refused when there was no thread for it: a cancel.
     void Wait() noexcept {
         constexpr std::chrono::milliseconds kNextTry{50};
         std::unique_lock<std::mutex> lock(mutex_);
