@@ -43,6 +43,8 @@
 #ifndef WPK_CLIENT_H
 #define WPK_CLIENT_H
 
+#include <wpk/client/address.h>
+#include <wpk/client/ansi_text.h>
 #include <wpk/client/error.h>
 #include <wpk/client/exchange.h>
 #include <wpk/client/listener.h>
@@ -77,9 +79,10 @@ class Client {
 public:
     /// Initialises the library.
     ///
-    /// Throws std::system_error: Errc::kAlreadyInitialised, or Errc::kNotInitialised (try again later). Everything is
-    /// copied; on_connection may be called before the constructor is back. Not from DllMain, and not as a static object
-    /// of a DLL: see docs/client.md.
+    /// Throws std::system_error: Errc::kBadAddress, of the default server or the proxy; Errc::kNoFunction;
+    /// Errc::kAlreadyInitialised; or Errc::kNotInitialised (try again later). Everything is copied; on_connection may
+    /// be called before the constructor is back. Not from DllMain, and not as a static object of a DLL: see
+    /// docs/client.md.
     explicit Client(Options options, const Functions& functions = Functions::Linked())
         : shared_(Share(options, functions)), listener_(Initialise(std::move(options), shared_)) {}
     Client(const Client&) = delete;
@@ -99,7 +102,7 @@ public:
     ///
     /// Dropping the future neither waits nor cancels. Do not wait for it inside a function of the same request.
     ///
-    /// Throws std::system_error when nothing has been sent: Errc::kNotTaken, Errc::kMessageTooLong.
+    /// Throws std::system_error when nothing has been sent: Errc::kBadAddress, Errc::kNotTaken, Errc::kMessageTooLong.
     [[nodiscard]] std::future<Reply> Send(Message message) const {
         Request unused;
         return Send(std::move(message), unused);
@@ -117,8 +120,8 @@ public:
     /// request, possibly before this call is back; it is destroyed on that thread when it has returned. What it throws
     /// goes to Options::on_exception.
     ///
-    /// Throws std::system_error when nothing has been sent: Errc::kNotTaken, Errc::kMessageTooLong, Errc::kNoFunction.
-    /// Then `on_outcome` is never called.
+    /// Throws std::system_error when nothing has been sent: Errc::kBadAddress, Errc::kNotTaken, Errc::kMessageTooLong,
+    /// Errc::kNoFunction. Then `on_outcome` is never called.
     Request Send(Message message, OutcomeFunction on_outcome) const {
         return Request(detail::Exchange::Start(shared_, std::move(message), std::move(on_outcome)));
     }
@@ -128,6 +131,10 @@ public:
 
 private:
     static std::shared_ptr<const detail::Shared> Share(const Options& options, const Functions& functions) {
+        if (!functions.init || !functions.send || !functions.cancel) detail::Throw(Errc::kNoFunction);
+        if (!options.server.empty()) detail::CheckName("server", options.server.str());
+        detail::CheckPort("server", options.port);
+        if (options.proxy) detail::CheckAddress("proxy", options.proxy->server.str(), options.proxy->port);
         auto shared = std::make_shared<detail::Shared>();
         shared->functions = functions;
         shared->server = options.server;

@@ -19,6 +19,7 @@ namespace {
 #define MEANS(name, layer) static_assert(std::is_same_v<name, layer::name>)
 
 TEST(AllLayers, Opened_AreNotAmbiguous) {
+    MEANS(Address, wpk);
     MEANS(AnsiText, wpk);
     MEANS(Client, wpk);
     MEANS(Connection, wpk);
@@ -53,8 +54,9 @@ TEST(AllLayers, Opened_AreNotAmbiguous) {
     MEANS(Text, AdvXMLParser);
     MEANS(WriteContext, AdvXMLParser);
 
+    const Address address = ParseAddress("server.example:8080");
     Document document("to");
-    SetAttribute(document.root, "port", 8080);
+    SetAttribute(document.root, "port", address.port);
     EXPECT_EQ(AttributeOr<unsigned>(document.root, "port", 0), 8080u);
     EXPECT_TRUE(IsNull(NullElement()));
     EXPECT_STREQ(ErrorCategory().name(), "wpk");

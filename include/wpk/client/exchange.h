@@ -3,6 +3,7 @@
 #ifndef WPK_CLIENT_EXCHANGE_H
 #define WPK_CLIENT_EXCHANGE_H
 
+#include <wpk/client/address.h>
 #include <wpk/client/message.h>
 #include <wpk/client/options.h>
 #include <wpk/client/parcel.h>
@@ -65,6 +66,9 @@ public:
     static std::shared_ptr<Exchange> Start(std::shared_ptr<const Shared> shared, Message message,
                                            OutcomeFunction on_outcome) {
         if (!on_outcome) Throw(Errc::kNoFunction);
+        if (message.server.empty()) message.server = shared->server;
+        if (message.port == 0) message.port = shared->port;
+        CheckAddress("server", message.server.str(), message.port);
         if (!FitsIntoRequest(message.service.str().size(), message.body.size(), shared->behind_proxy)) {
             Throw(Errc::kMessageTooLong);
         }
@@ -123,8 +127,7 @@ private:
         : shared_(std::move(shared)),
           on_progress_(std::move(message.on_progress)),
           on_outcome_(std::move(on_outcome)),
-          parcel_(std::make_unique<Parcel>(message.server.empty() ? shared_->server.str() : message.server.str(),
-                                           message.port == 0 ? shared_->port : message.port, message.service.str(),
+          parcel_(std::make_unique<Parcel>(message.server.str(), message.port, message.service.str(),
                                            std::move(message.body), &Exchange::OnNotification, this)) {}
 
     void TakeHandle(unsigned int handle) noexcept {

@@ -35,7 +35,7 @@ struct Message {
     std::string body;
     /// Host name or dotted IPv4 address; empty: the Client's default.
     AnsiText server;
-    /// 0: the Client's default.
+    /// 1 to 65535; 0: the Client's default.
     unsigned int port = 0;
     /// Called once for every piece of the reply that has been received, on the thread that carries the request, one
     /// call after the other. It is destroyed before the outcome is told. If it throws, the request is cancelled, it is

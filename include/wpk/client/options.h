@@ -38,14 +38,15 @@ struct Credentials {
 struct Proxy {
     /// Host name or dotted IPv4 address. Required.
     AnsiText server;
-    /// Its TCP port.
+    /// Its TCP port, 1 to 65535.
     unsigned int port = 80;
     /// Used from the first request on; empty: none, until the proxy asks.
     Credentials credentials;
 };
 
 /// The three functions of wpk.dll. An application that links the import library never needs this; one that loads the
-/// DLL itself, with LoadLibrary, fills all three with what GetProcAddress gives.
+/// DLL itself, with LoadLibrary, fills all three with what GetProcAddress gives. Tests of an application's own code
+/// give functions of their own: docs/testing_your_code.md.
 struct Functions {
     /// What GetProcAddress gives for "WPK_Init", "WPK_Send" and "WPK_Cancel". Required, all three.
     ///@{
@@ -67,7 +68,8 @@ struct Options {
     /// The proxy for every request; none: directly.
     std::optional<Proxy> proxy;
 
-    /// Where messages go that name no server and no port of their own.
+    /// Where messages go that name no server and no port of their own. The server may be left out where every message
+    /// names one.
     ///@{
     AnsiText server;
     unsigned int port = 80;
