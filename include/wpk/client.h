@@ -43,6 +43,8 @@
 #ifndef WPK_CLIENT_H
 #define WPK_CLIENT_H
 
+#include <wpk/client/requirements.h>
+
 #include <wpk/client/address.h>
 #include <wpk/client/ansi_text.h>
 #include <wpk/client/error.h>

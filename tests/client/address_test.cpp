@@ -33,7 +33,9 @@ constexpr NameCase kNames[] = {
     {"server.example", "taken"},
     {"127.0.0.1", "taken"},
     {"under_score-hyphen", "taken"},
-    {"b\xFC" "cher.example", "taken"},
+    {"b\xFC"
+     "cher.example",
+     "taken"},
     {"two words", "the server's name contains a blank"},
     {" server.example", "the server's name contains a blank"},
     {"a\r\nHost: b", "the server's name contains a control character"},
@@ -144,7 +146,8 @@ TEST(Address, OfAProxy_IsCheckedBeforeTheLibraryIsInitialised) {
         Options options;
         options.proxy = Proxy{one.name, 3128, {}};
         std::string reason = one.reason;
-        if (const size_t server = reason.find("server"); server != std::string::npos) reason.replace(server, 6, "proxy");
+        if (const size_t server = reason.find("server"); server != std::string::npos)
+            reason.replace(server, 6, "proxy");
         EXPECT_EQ(ReasonOfAClient(std::move(options)), reason) << one.name;
     }
     Options options;

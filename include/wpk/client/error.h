@@ -3,6 +3,7 @@
 #ifndef WPK_CLIENT_ERROR_H
 #define WPK_CLIENT_ERROR_H
 
+#include <wpk/client/requirements.h>
 #include <wpk/wpk.h>
 
 #include <string>

@@ -1,9 +1,7 @@
 // The C++ layer under storms from many threads, for ThreadSanitizer and AddressSanitizer above all.
 // SPDX-License-Identifier: MIT
+#include "client/host/native_platform.h"
 
-// What a native compiler does not know.
-#define __declspec(attribute)
-#define __stdcall
 #include <wpk/client.h>
 
 #include <gtest/gtest.h>

@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "host/explore/client_locks.h"
 
-// What a native compiler does not know.
-#define __declspec(attribute)
-#define __stdcall
+#include "client/host/native_platform.h"
+
 #include <wpk/client.h>
 
 #undef mutex
