@@ -25,9 +25,9 @@
 //         // error.code() == wpk::Errc::kNoService; error.what(): "the server has no service of that name"
 //     }
 //
-// What it does not do: it starts no thread and does nothing in the background (threads, connections and limits are
-// those of wpk.dll); it does not retry, queue or encrypt; it has no time-outs beyond the library's; and it cannot shut
-// the library down, because nothing can.
+// What it does not do: it does nothing in the background (threads and connections are those of wpk.dll) but keep time,
+// on one thread that the first message with a time limit starts; it does not retry, queue or encrypt; and it cannot
+// shut the library down, because nothing can.
 //
 // Whose threads: functions that you give are called on threads of the library's, those of one request one after the
 // other on a thread of the request's own, those of different requests at the same time. No lock is held, so they may
@@ -53,7 +53,6 @@
 #include <wpk/client/message.h>
 #include <wpk/client/options.h>
 #include <wpk/client/request.h>
-#include <wpk/client/ansi_text.h>
 #include <wpk/wpk.h>
 
 #include <cstddef>
@@ -62,6 +61,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace wpk {
@@ -98,9 +98,9 @@ public:
     }
 
     /// Sends a message and returns at once; the future gets the reply, with bytes of its own, or throws
-    /// std::system_error with an Errc below zero; what a function of yours has thrown while the request ran; or
-    /// std::bad_alloc for a reply that does not fit into memory. When it is ready, the message's progress function has
-    /// been destroyed.
+    /// std::system_error with an Errc below zero or Errc::kTimedOut; what a function of yours has thrown while the
+    /// request ran; or std::bad_alloc for a reply that does not fit into memory. When it is ready, the message's
+    /// progress function has been destroyed.
     ///
     /// Dropping the future neither waits nor cancels. Do not wait for it inside a function of the same request.
     ///
@@ -142,6 +142,7 @@ private:
         shared->server = options.server;
         shared->port = options.port;
         shared->behind_proxy = options.proxy.has_value();
+        shared->time_limit = options.time_limit;
         shared->on_credentials = options.on_credentials;
         shared->on_exception = options.on_exception;
         return shared;

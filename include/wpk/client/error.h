@@ -14,7 +14,7 @@ namespace wpk {
 inline namespace client {
 
 /// Why a request failed, or why a call was refused. Below zero: the values of WPK_ERROR, how the library has ended a
-/// request. Above zero: what this layer says itself; all but kFunctionThrew are thrown as
+/// request. Above zero: what this layer says itself; all but kTimedOut and kFunctionThrew are thrown as
 /// std::system_error, and no request exists then. Compares with std::error_code:
 /// `outcome.error() == Errc::kCancelled`.
 enum class Errc : int {
@@ -53,6 +53,8 @@ enum class Errc : int {
     kNoFunction = 8,
     /// An outcome: the request's progress function or the credentials function has thrown; see Outcome::exception.
     kFunctionThrew = 9,
+    /// An outcome: the time limit was reached, and the request has been cancelled. Also equal to std::errc::timed_out.
+    kTimedOut = 10,
     /// The name of a server or proxy is empty or contains a control character, a blank, "/" or ":", or a port is not
     /// one of 1 to 65535; the exception's what() says which. Nothing has been sent.
     kBadAddress = 11
@@ -100,6 +102,8 @@ public:
                 return "a function that is needed is missing";
             case Errc::kFunctionThrew:
                 return "a function that the application gave has thrown an exception";
+            case Errc::kTimedOut:
+                return "the time limit was reached";
             case Errc::kBadAddress:
                 return "that is no address of a server or proxy";
         }
@@ -116,6 +120,8 @@ public:
                 return std::errc::operation_canceled;
             case Errc::kProxyCredentials:
                 return std::errc::permission_denied;
+            case Errc::kTimedOut:
+                return std::errc::timed_out;
             default:
                 return {value, *this};
         }

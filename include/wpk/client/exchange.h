@@ -7,6 +7,7 @@
 #include <wpk/client/message.h>
 #include <wpk/client/options.h>
 #include <wpk/client/parcel.h>
+#include <wpk/client/timekeeper.h>
 
 #include <algorithm>
 #include <chrono>
@@ -17,7 +18,9 @@
 #include <iterator>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace wpk {
@@ -42,8 +45,10 @@ struct Shared {
     AnsiText server;
     unsigned int port = 0;
     bool behind_proxy = false;
+    std::chrono::milliseconds time_limit{0};
     decltype(Options::on_credentials) on_credentials;
     decltype(Options::on_exception) on_exception;
+    const std::unique_ptr<Timekeeper> timekeeper = std::make_unique<Timekeeper>();
 
     /// From inside a handler.
     void TellException() const noexcept {
@@ -73,9 +78,11 @@ public:
             Throw(Errc::kMessageTooLong);
         }
         const Functions functions = shared->functions;
+        const std::chrono::milliseconds time_limit = message.time_limit.value_or(shared->time_limit);
         const std::shared_ptr<Exchange> exchange(
             new Exchange(std::move(shared), std::move(message), std::move(on_outcome)));
         ParcelsDone::All().Collect();
+        exchange->KeepTo(time_limit);
         exchange->self_ = exchange;
         const unsigned int handle = functions.send(exchange->parcel_->Record());
         if (handle == 0) {
@@ -91,10 +98,7 @@ public:
 
     void Cancel() noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
-        cancel_wanted_ = true;
-        PassCancelOn();
-        // Whoever waits for the end takes over what the library has refused.
-        if (CancelIsDue()) changed_.notify_all();
+        WantCancel();
     }
 
     bool Done() const noexcept {
@@ -130,11 +134,38 @@ private:
           parcel_(std::make_unique<Parcel>(message.server.str(), message.port, message.service.str(),
                                            std::move(message.body), &Exchange::OnNotification, this)) {}
 
+    /// Everything that can fail happens here, before the request is sent.
+    void KeepTo(std::chrono::milliseconds time_limit) {
+        if (time_limit == std::chrono::milliseconds::zero()) return;
+        try {
+            limit_.emplace(*shared_->timekeeper, time_limit, [this] { return TimeIsUp(); });
+        } catch (const std::system_error&) {
+            Throw(Errc::kNotTaken);
+        }
+    }
+
+    /// On the timekeeper's thread. False: the library has yet to be told.
+    bool TimeIsUp() noexcept {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (!shared_) return true;
+        // Whoever has cancelled it before gets to hear that.
+        if (!cancel_wanted_) timed_out_ = true;
+        WantCancel();
+        return cancel_accepted_;
+    }
+
     void TakeHandle(unsigned int handle) noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
         handle_ = handle;
         // Somebody was quicker; unless the request has been quicker still.
+        if (cancel_wanted_) WantCancel();
+    }
+
+    /// With the lock held.
+    void WantCancel() noexcept {
+        cancel_wanted_ = true;
         PassCancelOn();
+        // Whoever waits for the end takes over what the library has refused.
         if (CancelIsDue()) changed_.notify_all();
     }
 
@@ -216,31 +247,36 @@ private:
     /// The final notification. Nothing of the request but the parcel is left when a wait for it is over.
     void End(const Outcome& outcome) noexcept {
         const std::shared_ptr<Exchange> alive = std::move(self_);
-        bool cancelled = false;
         {
-            const std::shared_ptr<const Shared> shared = TakeShared(cancelled);
+            const std::shared_ptr<const Shared> shared = TakeShared();
+            limit_.reset();
             on_progress_ = nullptr;
             TellOutcome(outcome, *shared);
             on_outcome_ = nullptr;
             thrown_ = nullptr;
         }
-        ParcelsDone::All().Add(std::move(parcel_), cancelled);
+        ParcelsDone::All().Add(std::move(parcel_), cancel_accepted_);
         ParcelsDone::All().Collect();
         const std::lock_guard<std::mutex> lock(mutex_);
         done_ = true;
         changed_.notify_all();
     }
 
-    /// From here on there is nothing to cancel; `cancelled` becomes whether it has been.
-    std::shared_ptr<const Shared> TakeShared(bool& cancelled) noexcept {
+    /// From here on there is nothing to cancel, and nobody changes `cancel_accepted_` and `timed_out_` any more.
+    std::shared_ptr<const Shared> TakeShared() noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
-        cancelled = cancel_accepted_;
         return std::move(shared_);
     }
 
     void TellOutcome(const Outcome& outcome, const Shared& shared) noexcept {
         try {
-            thrown_ ? on_outcome_(Outcome(Errc::kFunctionThrew, thrown_)) : on_outcome_(outcome);
+            if (thrown_) {
+                on_outcome_(Outcome(Errc::kFunctionThrew, thrown_));
+            } else if (timed_out_ && outcome.error() == Errc::kCancelled) {
+                on_outcome_(Outcome(Errc::kTimedOut));
+            } else {
+                on_outcome_(outcome);
+            }
         } catch (...) {
             shared.TellException();
         }
@@ -259,7 +295,10 @@ private:
     unsigned long thread_ = 0;  // 0 is no thread's id
     bool cancel_wanted_ = false;
     bool cancel_accepted_ = false;
+    bool timed_out_ = false;  // before anybody has cancelled it
     bool done_ = false;
+
+    std::optional<Timekeeper::Limit> limit_;  // the last member, so that it goes first
 };
 
 }  // namespace detail

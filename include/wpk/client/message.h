@@ -6,8 +6,10 @@
 #include <wpk/client/error.h>
 #include <wpk/client/ansi_text.h>
 
+#include <chrono>
 #include <exception>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -37,6 +39,9 @@ struct Message {
     AnsiText server;
     /// 1 to 65535; 0: the Client's default.
     unsigned int port = 0;
+    /// How long the request may take, as Options::time_limit, which it overrides. None: the Client's; 0: no limit. One
+    /// below zero, such as what is left of a time that is over, is reached at once.
+    std::optional<std::chrono::milliseconds> time_limit;
     /// Called once for every piece of the reply that has been received, on the thread that carries the request, one
     /// call after the other. It is destroyed before the outcome is told. If it throws, the request is cancelled, it is
     /// not called again, and the outcome is Errc::kFunctionThrew.

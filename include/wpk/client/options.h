@@ -6,6 +6,7 @@
 #include <wpk/client/ansi_text.h>
 #include <wpk/wpk.h>
 
+#include <chrono>
 #include <exception>
 #include <functional>
 #include <optional>
@@ -74,6 +75,13 @@ struct Options {
     AnsiText server;
     unsigned int port = 80;
     ///@}
+
+    /// How long a request may take that has no limit of its own, from Send to its final notification, the time in its
+    /// functions included; 0: as long as it takes. Once the limit is reached, the request is cancelled, and ends as a
+    /// cancelled one does (Request::Cancel says when), with Errc::kTimedOut. A request that was cancelled earlier ends
+    /// as that; one whose reply or failure comes nevertheless ends with that. Limits are kept beyond the end of the
+    /// Client, until its last request has ended.
+    std::chrono::milliseconds time_limit{0};
 
     /// Told when the network comes (true) or goes (false); for which connections, docs/dial_up.md says. One call at a
     /// time, possibly before the Client's constructor is back. It may send and cancel, and destroy the Client; it must

@@ -29,7 +29,7 @@ public:
     /// nothing. Not from DllMain.
     ///
     /// The library refuses when there is no thread for it. Then the cancel is tried again by the next call, with the
-    /// next piece of the reply, and every 50 ms while somebody waits for the request.
+    /// next piece of the reply, and every 50 ms while somebody waits for the request or after its time limit.
     void Cancel() const noexcept {
         if (exchange_) exchange_->Cancel();
     }
