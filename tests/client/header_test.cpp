@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -42,6 +43,13 @@ TEST(Header, RefusesWhatWouldBeAMistake) {
 TEST(Header, InTwoTranslationUnits_IsOneThing) {
     EXPECT_EQ(&ErrorCategory(), &CategoryThere());
     EXPECT_TRUE(EmptyRequestThere().Ended());
+}
+
+TEST(Header, Version_IsTheProjects) {
+    EXPECT_STREQ(WPK_VERSION_STRING, WPK_PROJECT_VERSION);
+    EXPECT_EQ(std::to_string(WPK_VERSION_MAJOR) + "." + std::to_string(WPK_VERSION_MINOR) + "." +
+                  std::to_string(WPK_VERSION_PATCH),
+              WPK_PROJECT_VERSION);
 }
 
 TEST(Header, IncludedFirst_FindsTheLinkedLibrary) {

@@ -216,8 +216,7 @@ TEST(TimeLimit, OfAProgressFunctionThatThrows_IsNotWhatIsTold) {
     Message message = Within(hours(1), 80);
     message.on_progress = [](const Progress&) { throw 1; };
     std::error_code code;
-    const Request request =
-        client.Send(std::move(message), [&](const Outcome& outcome) { code = outcome.error(); });
+    const Request request = client.Send(std::move(message), [&](const Outcome& outcome) { code = outcome.error(); });
     rig::Thread([&] {
         TellProgress(*library.sent, "some", 10);
         TellFailure(*library.sent, WPK_ERROR_CANCELLED);
@@ -261,8 +260,8 @@ TEST(TimeLimit, OfAScopedRequestThatGoesFirst_IsGoneWithIt) {
     SilentPeer peer;
     std::error_code code;
     {
-        const ScopedRequest request = TheClient().Send(Within(hours(1), peer.port()),
-                                                       [&](const Outcome& outcome) { code = outcome.error(); });
+        const ScopedRequest request =
+            TheClient().Send(Within(hours(1), peer.port()), [&](const Outcome& outcome) { code = outcome.error(); });
         ASSERT_TRUE(peer.WaitForRequest());
     }
     EXPECT_EQ(code, Errc::kCancelled);

@@ -48,7 +48,8 @@ public:
         static Clock::time_point After(std::chrono::milliseconds time) {
             // A clock that counts nanoseconds in 64 bits has no more than three centuries.
             constexpr std::chrono::hours kCentury{24 * 365 * 100};
-            return Clock::now() + std::clamp<std::chrono::milliseconds>(time, std::chrono::milliseconds::zero(), kCentury);
+            return Clock::now() +
+                   std::clamp<std::chrono::milliseconds>(time, std::chrono::milliseconds::zero(), kCentury);
         }
 
         Timekeeper& keeper_;
