@@ -65,12 +65,12 @@
 
 /** The version of this header, which is that of the whole package. Within a major version, programs and DLLs fit
  * together whichever is newer. */
-/*@{*/
+/**@{*/
 #define WPK_VERSION_MAJOR 1
 #define WPK_VERSION_MINOR 0
 #define WPK_VERSION_PATCH 0
 #define WPK_VERSION_STRING "1.0.0"
-/*@}*/
+/**@}*/
 
 #if defined(_WIN32) && !defined(WPK_BUILDING_DLL)
 #define WPK_API __declspec(dllimport)
