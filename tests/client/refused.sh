@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
-# refused.sh LINE COMPILER ARGUMENT...: a program that includes wpk/client.h does not compile in that way, and is told
-# why in one LINE. After it comes only the end of the compilation.
+# refused.sh HEADER LINE COMPILER ARGUMENT...: a program that includes the header does not compile in that way, and is
+# told why in one line. After it comes only the end of the compilation.
 set -euo pipefail
-line=$1
-shift
+header=$1 line=$2
+shift 2
 
 fail() {
     printf '%s\n%s\n[  FAILED  ] 1 test.\n' "$1" "$said"
     exit 1
 }
 
-if said=$("$@" -fsyntax-only -x c++ - 2>&1 <<<'#include <wpk/client.h>'); then
+if said=$("$@" -fsyntax-only -x c++ - 2>&1 <<<"#include <$header>"); then
     fail "It compiles."
 fi
 errors=$(grep 'error:' <<<"$said")

@@ -22,11 +22,11 @@ namespace {
 #include "testing_your_code/price_tag.inc"
 #include "testing_your_code/fake_library.inc"
 
-TEST(TestingYourCode, Outcomes_AreMadeByHand) {
+TEST(TestingYourCode, Outcomes_AreMadeByHand){
 #include "testing_your_code/outcomes.inc"
 }
 
-TEST(TestingYourCode, Reply_ComesFromTheFakeLibrary) {
+TEST(TestingYourCode, Reply_ComesFromTheFakeLibrary){
 #include "testing_your_code/reply.inc"
 }
 
