@@ -25,9 +25,9 @@
 //         // error.code() == wpk::Errc::kNoService; error.what(): "the server has no service of that name"
 //     }
 //
-// What it does not do: it starts no thread and does nothing in the background (threads, connections and limits are
-// those of wpk.dll); it does not retry, queue or encrypt; it has no time-outs beyond the library's; and it cannot shut
-// the library down, because nothing can.
+// What it does not do: it does nothing in the background (threads and connections are those of wpk.dll) but keep time,
+// on one thread that the first message with a time limit starts; it does not retry, queue or encrypt; and it cannot
+// shut the library down, because nothing can.
 //
 // Whose threads: functions that you give are called on threads of the library's, those of one request one after the
 // other on a thread of the request's own, those of different requests at the same time. No lock is held, so they may
@@ -43,13 +43,16 @@
 #ifndef WPK_CLIENT_H
 #define WPK_CLIENT_H
 
+#include <wpk/client/requirements.h>
+
+#include <wpk/client/address.h>
+#include <wpk/client/ansi_text.h>
 #include <wpk/client/error.h>
 #include <wpk/client/exchange.h>
 #include <wpk/client/listener.h>
 #include <wpk/client/message.h>
 #include <wpk/client/options.h>
 #include <wpk/client/request.h>
-#include <wpk/client/text.h>
 #include <wpk/wpk.h>
 
 #include <cstddef>
@@ -58,6 +61,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace wpk {
@@ -77,29 +81,30 @@ class Client {
 public:
     /// Initialises the library.
     ///
-    /// Throws std::system_error: Errc::kAlreadyInitialised, or Errc::kNotInitialised (try again later). Everything is
-    /// copied; on_connection may be called before the constructor is back. Not from DllMain, and not as a static object
-    /// of a DLL: see docs/client.md.
+    /// Throws std::system_error: Errc::kBadAddress, of the default server or the proxy; Errc::kNoFunction;
+    /// Errc::kAlreadyInitialised; or Errc::kNotInitialised (try again later). Everything is copied; on_connection may
+    /// be called before the constructor is back. Not from DllMain, and not as a static object of a DLL: see
+    /// docs/client.md.
     explicit Client(Options options, const Functions& functions = Functions::Linked())
         : shared_(Share(options, functions)), listener_(Initialise(std::move(options), shared_)) {}
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    /// When it is back, on_connection is not running and is not called any more (inside of on_connection: when that has
-    /// returned). No thread may be inside of Send.
+    /// When it is back, on_connection is not running and is not called any more (inside on_connection: when that has
+    /// returned). No thread may be inside Send.
     ~Client() {
         listener_->Close();
         detail::ParcelsDone::All().Collect();
     }
 
     /// Sends a message and returns at once; the future gets the reply, with bytes of its own, or throws
-    /// std::system_error with an Errc below zero; what a function of yours has thrown while the request ran; or
-    /// std::bad_alloc for a reply that does not fit into memory. When it is ready, the message's progress function has
-    /// been destroyed.
+    /// std::system_error with an Errc below zero or Errc::kTimedOut; what a function of yours has thrown while the
+    /// request ran; or std::bad_alloc for a reply that does not fit into memory. When it is ready, the message's
+    /// progress function has been destroyed.
     ///
-    /// Dropping the future neither waits nor cancels. Do not wait for it inside of a function of the same request.
+    /// Dropping the future neither waits nor cancels. Do not wait for it inside a function of the same request.
     ///
-    /// Throws std::system_error when nothing has been sent: Errc::kNotTaken, Errc::kMessageTooLong.
+    /// Throws std::system_error when nothing has been sent: Errc::kBadAddress, Errc::kNotTaken, Errc::kMessageTooLong.
     [[nodiscard]] std::future<Reply> Send(Message message) const {
         Request unused;
         return Send(std::move(message), unused);
@@ -117,8 +122,8 @@ public:
     /// request, possibly before this call is back; it is destroyed on that thread when it has returned. What it throws
     /// goes to Options::on_exception.
     ///
-    /// Throws std::system_error when nothing has been sent: Errc::kNotTaken, Errc::kMessageTooLong, Errc::kNoFunction.
-    /// Then `on_outcome` is never called.
+    /// Throws std::system_error when nothing has been sent: Errc::kBadAddress, Errc::kNotTaken, Errc::kMessageTooLong,
+    /// Errc::kNoFunction. Then `on_outcome` is never called.
     Request Send(Message message, OutcomeFunction on_outcome) const {
         return Request(detail::Exchange::Start(shared_, std::move(message), std::move(on_outcome)));
     }
@@ -128,11 +133,16 @@ public:
 
 private:
     static std::shared_ptr<const detail::Shared> Share(const Options& options, const Functions& functions) {
+        if (!functions.init || !functions.send || !functions.cancel) detail::Throw(Errc::kNoFunction);
+        if (!options.server.empty()) detail::CheckName("server", options.server.str());
+        detail::CheckPort("server", options.port);
+        if (options.proxy) detail::CheckAddress("proxy", options.proxy->server.str(), options.proxy->port);
         auto shared = std::make_shared<detail::Shared>();
         shared->functions = functions;
         shared->server = options.server;
         shared->port = options.port;
         shared->behind_proxy = options.proxy.has_value();
+        shared->time_limit = options.time_limit;
         shared->on_credentials = options.on_credentials;
         shared->on_exception = options.on_exception;
         return shared;
@@ -152,7 +162,7 @@ private:
     }
 
     /// Cancelling what is no request changes nothing, and is refused by a library that is not initialised. It is also
-    /// refused for want of a thread, and nothing tells the two apart, before WPK_Init or after.
+    /// refused when there is no thread for it, and nothing tells the two apart, before WPK_Init or after.
     static bool IsInitialised(const Functions& functions) {
         constexpr unsigned int kNoThreadHasThisId = 0xFFFFFFFF;
         return functions.cancel(kNoThreadHasThisId) != 0;

@@ -2,25 +2,51 @@
  * SPDX-License-Identifier: MIT
  *
  * Load wpk.dll, initialise it once, then hand it messages from any thread. Every message travels as one HTTP POST on
- * a connection and a thread of its own; its outcome comes back through a callback:
+ * a connection and a thread of its own; its outcome comes back through a callback. A whole program, in C:
  *
- *     WPK_INITSTRUCT settings = {0};
- *     settings.nConnectionType = WPK_CONNECTION_PERMANENT;
- *     settings.lpfnCallback = OnNotification;
- *     WPK_Init(&settings);
+ *     #include <stdio.h>
+ *     #include <stdlib.h>
+ *     #include <windows.h>
+ *     #include <wpk/wpk.h>
  *
- *     WPK_SENDSTRUCT message;                        // C++; in C, zero it and set nPort to 80
- *     message.lpszServer = "server.example";
- *     message.lpszServiceName = "Echo";
- *     message.lpData = "hello";
- *     message.dwDataLength = 5;
- *     unsigned int handle = WPK_Send(&message);      // 0: not initialised, or out of resources
+ *     // Called on a thread of the library's.
+ *     static void WPK_CALL OnNotification(WPK_CALLBACKSTRUCT* notification) {
+ *         switch (notification->nReason) {
+ *             case WPK_REASON_FAILURE:      // final
+ *                 printf("failed with error %d\n", notification->body.failure.nError);
+ *                 SetEvent(notification->lpUserData);
+ *                 break;
+ *             case WPK_REASON_REPLY:        // final
+ *                 fwrite(notification->body.reply.lpData, 1, notification->body.reply.dwDataLength, stdout);
+ *                 SetEvent(notification->lpUserData);
+ *                 break;
+ *             case WPK_REASON_PROGRESS:     // more of the reply has arrived
+ *             case WPK_REASON_CONNECTION:   // the network has come or gone
+ *             case WPK_REASON_CREDENTIALS:  // the proxy wants others; the request fails when they are left as they are
+ *                 break;
+ *         }
+ *     }
  *
- * A failure looks like this in the callback (no message was lost silently: every handle ends in exactly one final
- * notification, reason 0 or reason 2):
+ *     int main(int argc, char** argv) {
+ *         WPK_INITSTRUCT settings = {0};
+ *         WPK_SENDSTRUCT message = {0};  // it and its texts stay as they are until the final notification comes
+ *         HANDLE done = CreateEventA(NULL, TRUE, FALSE, NULL);
+ *         settings.nConnectionType = WPK_CONNECTION_PERMANENT;
+ *         settings.lpfnCallback = OnNotification;
+ *         settings.lpUserData = done;
+ *         message.lpszServer = "127.0.0.1";
+ *         message.nPort = argc > 1 ? atoi(argv[1]) : 8080;
+ *         message.lpszServiceName = "Echo";
+ *         message.lpData = "hello";
+ *         message.dwDataLength = 5;
+ *         if (!WPK_Init(&settings) || !WPK_Send(&message)) return 1;  // no callback comes then
+ *         WaitForSingleObject(done, INFINITE);
+ *         return 0;
+ *     }
  *
- *     if (notification->nReason == WPK_REASON_FAILURE && notification->body.failure.nError == WPK_ERROR_NO_SERVICE)
- *         puts("the server has no service of that name");
+ * With message_server --port 8080 running, it prints "hello".
+ *
+ * No message is lost silently: every handle that WPK_Send returns ends in exactly one final notification.
  *
  * What it does not do: it does not retry, it does not queue, it does not encrypt, and it has no shut-down call. Once
  * WPK_Init has run its start-up, the module stays loaded until the process ends, even when it is freed: its threads
@@ -36,6 +62,15 @@
  */
 #ifndef WPK_WPK_H
 #define WPK_WPK_H
+
+/** The version of this header, which is that of the whole package. Within a major version, programs and DLLs fit
+ * together whichever is newer. */
+/**@{*/
+#define WPK_VERSION_MAJOR 1
+#define WPK_VERSION_MINOR 0
+#define WPK_VERSION_PATCH 0
+#define WPK_VERSION_STRING "1.0.0"
+/**@}*/
 
 #if defined(_WIN32) && !defined(WPK_BUILDING_DLL)
 #define WPK_API __declspec(dllimport)
@@ -207,7 +242,8 @@ typedef struct WPK_INITSTRUCT {
     void* hInstance;
     /** A WPK_CONNECTION_TYPE. Usual: WPK_CONNECTION_PERMANENT. */
     WPK_INT64 nConnectionType;
-    /** Gets connection states, and everything of requests that bring no callback of their own. Required. */
+    /** Gets connection states, and everything of requests that bring no callback of their own. Required: WPK_Init
+     * takes null as well and gives 1, and then nobody is told how such a request has ended. */
     WPK_CALLBACK lpfnCallback;
     /** Handed back in every call of the default callback. */
     void* lpUserData;

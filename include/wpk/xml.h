@@ -30,6 +30,12 @@
 #ifndef WPK_XML_H
 #define WPK_XML_H
 
+// An included file that does not exist ends the compilation, which an #error alone does not.
+#if defined(_MSVC_LANG) ? _MSVC_LANG < 201703L : __cplusplus < 201703L
+#error "wpk/xml.h needs C++17: compile with -std=c++17 or later (Visual C++: /std:c++17)"
+#include "what is missing stands in the line above"
+#endif
+
 #include <wpk/xml/byte_string.h>
 #include <wpk/xml/exceptions.h>
 #include <wpk/xml/node.h>

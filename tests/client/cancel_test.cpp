@@ -113,7 +113,7 @@ TEST(Cancel, AfterTheEnd_DoesNotReachTheLibrary) {
         rig::Thread([&] { TellReply(*message, "done"); }).Join();
         return 8u;
     };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     const Request request = client.Send(To(80), [](const Outcome&) {});
     request.Wait();
     request.Cancel();
@@ -123,7 +123,7 @@ TEST(Cancel, AfterTheEnd_DoesNotReachTheLibrary) {
 TEST(Cancel, Twice_ReachesTheLibraryOnce) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     const Request request = client.Send(To(80), [](const Outcome&) {});
     request.Cancel();
     request.Cancel();
@@ -139,7 +139,7 @@ TEST(Cancel, BeforeTheHandleIsKnown_IsMadeUpFor) {
         EXPECT_EQ(library.Cancelled(), Handles());
         return 8u;
     };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     Message message = To(80);
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     const Request request = client.Send(std::move(message), [](const Outcome&) {});
@@ -157,7 +157,7 @@ TEST(Cancel, AndTheEndBothBeforeTheHandleIsKnown_ReachesNobody) {
         }).Join();
         return 8u;
     };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     Message message = To(80);
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     EXPECT_EQ(client.Send(std::move(message)).get().body, "some");
@@ -167,7 +167,7 @@ TEST(Cancel, AndTheEndBothBeforeTheHandleIsKnown_ReachesNobody) {
 // A library that sends one request, and ends it when a cancel has been accepted.
 class CancelledRequest {
 public:
-    explicit CancelledRequest(int refusals) : client_(Options(), Prepared().functions()) {
+    explicit CancelledRequest(int refusals) : client_(ToLoopback(), Prepared().functions()) {
         library_.RefuseCancels(refusals);
     }
     const Client& client() const { return client_; }
@@ -226,7 +226,7 @@ TEST(Cancel, BeforeTheHandleIsKnownAndThenRefused_IsTriedAgain) {
         rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
         return 8u;
     };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     library.RefuseCancels(1);
     Message message = To(80);
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
@@ -241,7 +241,7 @@ TEST(Cancel, BeforeTheHandleIsKnownAndThenRefused_IsTriedAgain) {
 TEST(Cancel, AfterAThrowingProgressFunctionRefused_IsTriedAgainWithTheNextPiece) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     library.RefuseCancels(1);
     Message message = To(80);
     message.on_progress = [](const Progress&) { throw 1; };

@@ -109,7 +109,7 @@ TEST(ConnectionFunction, WhichThrows_IsReported) {
 
 TEST(Client, ToldOfARequestThatItDidNotSend_HeedsItNot) {
     ScriptedLibrary library;
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     WPK_CALLBACKSTRUCT notification = {};
     notification.nReason = WPK_REASON_CREDENTIALS;
     notification.lpUserData = library.settings.lpUserData;

@@ -114,7 +114,7 @@ TEST(ProgressFunction, WhichThrowsAtTheLastPiece_IsStillTheOutcome) {
         }).Join();
         return 8u;
     };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     int calls = 0;
     Message message = To(80);
     message.on_progress = [&](const Progress&) {

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -28,7 +29,7 @@ struct CanSendFor<Function, std::void_t<decltype(std::declval<const Client&>().S
                                 std::declval<Message>(), std::declval<Function>()))>> : std::true_type {};
 
 TEST(Header, RefusesWhatWouldBeAMistake) {
-    static_assert(!std::is_constructible_v<Text, std::nullptr_t>, "a null pointer for a text");
+    static_assert(!std::is_constructible_v<AnsiText, std::nullptr_t>, "a null pointer for a text");
     static_assert(!CanSendFor<std::nullptr_t>::value, "nobody to get the outcome");
     static_assert(!CanSendFor<void (*)(const Reply&)>::value, "a function for replies cannot take outcomes");
     static_assert(CanSendFor<void (*)(const Outcome&)>::value);
@@ -42,6 +43,13 @@ TEST(Header, RefusesWhatWouldBeAMistake) {
 TEST(Header, InTwoTranslationUnits_IsOneThing) {
     EXPECT_EQ(&ErrorCategory(), &CategoryThere());
     EXPECT_TRUE(EmptyRequestThere().Ended());
+}
+
+TEST(Header, Version_IsTheProjects) {
+    EXPECT_STREQ(WPK_VERSION_STRING, WPK_PROJECT_VERSION);
+    EXPECT_EQ(std::to_string(WPK_VERSION_MAJOR) + "." + std::to_string(WPK_VERSION_MINOR) + "." +
+                  std::to_string(WPK_VERSION_PATCH),
+              WPK_PROJECT_VERSION);
 }
 
 TEST(Header, IncludedFirst_FindsTheLinkedLibrary) {

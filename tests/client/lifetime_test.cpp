@@ -62,7 +62,7 @@ TEST(MessageKept, AfterItsOutcome_StaysUntilItsThreadHasEnded) {
         });
         return 8u;
     };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     Message large("Echo", std::string(kLarge, 'x'));
     large.server = "server.example";
     const Request request = client.Send(std::move(large), [](const Outcome&) {});
@@ -110,7 +110,7 @@ TEST(MessageKept, OfACancelledRequest_IsGivenBackWhileItsThreadsIdStaysTaken) {
         });
         return 8u;
     };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     const Request request = client.Send({"Echo", std::string(kLarge, 'x')}, [](const Outcome&) {});
     request.Cancel();
     thread->Join();
@@ -126,7 +126,7 @@ TEST(MessageKept, OfARequestThatTheLibraryRefused_IsGivenBackAtOnce) {
         body = message->lpData;
         return 0u;
     };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     EXPECT_EQ(CodeThrownBy([&] { client.Send({"Echo", std::string(kLarge, 'x')}).get(); }), Errc::kNotTaken);
     EXPECT_FALSE(IsCommitted(body));
 }
@@ -139,7 +139,7 @@ TEST(MessageMoved, WithALargeBody_IsNotCopied) {
         rig::Thread([&] { TellReply(*message, "done"); }).Join();
         return 8u;
     };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     Message message("Echo", std::string(kLarge, 'x'));
     const void* const mine = message.body.data();
     client.Send(std::move(message)).get();
@@ -218,7 +218,7 @@ TEST(FinalNotification, BeforeTheSendIsBack_IsTheOutcome) {
         rig::Thread([&] { TellReply(*message, "quick"); }).Join();
         return 8u;
     };
-    const Client client(Options(), library.functions());
+    const Client client(ToLoopback(), library.functions());
     int count = 0;
     const Request request = client.Send({"Echo", "hello"}, [&](const Outcome& outcome) {
         EXPECT_EQ(outcome.body(), "quick");

@@ -61,6 +61,17 @@ TEST(Client, OfALibraryThatDoesNotStart_IsRefusedAndMayBeTriedAgain) {
     EXPECT_FALSE(CodeOfAClient(library.functions()));
 }
 
+TEST(Client, OfALibraryOfWhichAFunctionIsMissing_IsRefused) {
+    ScriptedLibrary library;
+    for (const auto forget : {+[](Functions& functions) { functions.init = nullptr; },
+                              +[](Functions& functions) { functions.send = nullptr; },
+                              +[](Functions& functions) { functions.cancel = nullptr; }}) {
+        Functions functions = library.functions();
+        forget(functions);
+        EXPECT_EQ(CodeOfAClient(functions), Errc::kNoFunction);
+    }
+}
+
 TEST(Client, WithDefaultOptions_AsksForAPermanentNetworkWithoutAProxy) {
     ScriptedLibrary library;
     const Client client(Options(), library.functions());

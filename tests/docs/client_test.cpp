@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -52,6 +53,34 @@ TEST(ClientPageWithSilence, Window_GoesWithItsRequest) {
     window->Refresh(client);
     ASSERT_TRUE(peer.WaitForRequest());
     window.reset();
+}
+
+TEST(ClientPageWithSilence, TimeLimit_IsReached) {
+    SilentPeer peer;
+    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    bool late = false;
+#include "client/time_limit.inc"
+    EXPECT_TRUE(late);
+}
+
+TEST(ClientPageOptions, Address_IsTakenApart) {
+    Options options;
+    std::string complaint;
+    {
+        const std::string typed = "server.example:8080";
+#include "client/address.inc"
+    }
+    EXPECT_EQ(options.server.str(), "server.example");
+    EXPECT_EQ(options.port, 8080u);
+    EXPECT_EQ(complaint, "");
+    {
+        const std::string typed = "server.example:99999";
+#include "client/address.inc"
+    }
+    const char* const expected =
+#include "client/complaint.out"
+        ;
+    EXPECT_EQ(complaint, expected);
 }
 
 TEST_F(ClientPage, Progress_EndsAtHundred) {

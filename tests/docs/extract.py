@@ -6,6 +6,9 @@ to #include where it fits: a whole program, or statements inside of a test. A bl
 "<!-- output: NAME -->" becomes FOLDER/NAME.txt as it stands, and FOLDER/NAME.out as a C++ string literal; below
 "<!-- file: NAME -->" it becomes FOLDER/NAME as it stands, for tests/package to use. Spaces in names become underscores.
 
+Of a C header all code in its first comment, which is what is indented by four there, is the sample "program", and what
+it prints stands in the sentence below.
+
 It is an error when a block bears no mark, a mark has no block, or no USER (a source file) includes a sample.
 """
 import pathlib
@@ -46,6 +49,16 @@ def blocks(page):
         number = end + 1
 
 
+def header_blocks(header):
+    """The same for a header."""
+    lines = header.read_text(encoding="utf-8").split("\n")
+    comment = [line[3:] for line in lines[: lines.index(" */")]]
+    code = [number for number, line in enumerate(comment) if line.startswith("    ")]
+    text = [line[4:] for line in comment[code[0] : code[-1] + 1]]
+    yield "sample", "program", code[0] + 1, "\n".join(text)
+    yield "output", "program", code[-1] + 1, re.search(r'it prints "(.*)"', " ".join(comment))[1]
+
+
 def write(path, text):
     """Leaves a file alone that has not changed: nothing is compiled again then."""
     data = text.encode("utf-8")
@@ -58,7 +71,7 @@ def main():
     users = "".join(pathlib.Path(user).read_text(encoding="utf-8") for user in sys.argv[3:])
     folder.mkdir(parents=True, exist_ok=True)
     seen = set()
-    for kind, name, number, text in blocks(page):
+    for kind, name, number, text in header_blocks(page) if page.suffix == ".h" else blocks(page):
         if (kind, name) in seen:
             fail(page, number, f"there are two of the name {name}")
         seen.add((kind, name))

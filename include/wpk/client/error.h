@@ -3,6 +3,7 @@
 #ifndef WPK_CLIENT_ERROR_H
 #define WPK_CLIENT_ERROR_H
 
+#include <wpk/client/requirements.h>
 #include <wpk/wpk.h>
 
 #include <string>
@@ -12,11 +13,12 @@
 namespace wpk {
 inline namespace client {
 
-/// Why a request failed (below zero; the values of WPK_ERROR), or why a call was refused (above zero; thrown as
-/// std::system_error, and no request exists then). Compares with std::error_code: `outcome.error() ==
-/// Errc::kCancelled`.
+/// Why a request failed, or why a call was refused. Below zero: the values of WPK_ERROR, how the library has ended a
+/// request. Above zero: what this layer says itself; all but kTimedOut and kFunctionThrew are thrown as
+/// std::system_error, and no request exists then. Compares with std::error_code:
+/// `outcome.error() == Errc::kCancelled`.
 enum class Errc : int {
-    /// The request names no server, or a proxy is wanted but not named.
+    /// The request names no server, or a proxy is wanted but not named. This layer refuses both itself: kBadAddress.
     kBadRequest = WPK_ERROR_BAD_REQUEST,
     /// There is no network connection. Also equal to std::errc::network_unreachable.
     kNoNetwork = WPK_ERROR_NO_NETWORK,
@@ -37,7 +39,7 @@ enum class Errc : int {
     kAlreadyInitialised = 1,
     /// A Client: the library could not be initialised. It may be tried again.
     kNotInitialised = 2,
-    /// Send: the library could not take the request, for want of a thread.
+    /// Send: the library could not take the request, as there was no thread for it.
     kNotTaken = 3,
     /// A text holds a character that the ANSI code page does not have.
     kNotConvertible = 4,
@@ -47,10 +49,15 @@ enum class Errc : int {
     kMessageTooLong = 6,
     /// A user name or a password that answers a proxy's question is longer than 255 bytes.
     kCredentialsTooLong = 7,
-    /// Send: the function that is to get the outcome is empty.
+    /// Send: the function that is to get the outcome is empty. A Client: one of Functions is missing.
     kNoFunction = 8,
     /// An outcome: the request's progress function or the credentials function has thrown; see Outcome::exception.
-    kFunctionThrew = 9
+    kFunctionThrew = 9,
+    /// An outcome: the time limit was reached, and the request has been cancelled. Also equal to std::errc::timed_out.
+    kTimedOut = 10,
+    /// The name of a server or proxy is empty or contains a control character, a blank, "/" or ":", or a port is not
+    /// one of 1 to 65535; the exception's what() says which. Nothing has been sent.
+    kBadAddress = 11
 };
 
 namespace detail {
@@ -92,9 +99,13 @@ public:
             case Errc::kCredentialsTooLong:
                 return "a user name or password for the proxy is longer than 255 bytes";
             case Errc::kNoFunction:
-                return "the function that is to get the outcome is empty";
+                return "a function that is needed is missing";
             case Errc::kFunctionThrew:
                 return "a function that the application gave has thrown an exception";
+            case Errc::kTimedOut:
+                return "the time limit was reached";
+            case Errc::kBadAddress:
+                return "that is no address of a server or proxy";
         }
         return "unknown error " + std::to_string(value);
     }
@@ -109,6 +120,8 @@ public:
                 return std::errc::operation_canceled;
             case Errc::kProxyCredentials:
                 return std::errc::permission_denied;
+            case Errc::kTimedOut:
+                return std::errc::timed_out;
             default:
                 return {value, *this};
         }
@@ -134,6 +147,11 @@ namespace detail {
 
 [[noreturn]] inline void Throw(Errc error) {
     throw std::system_error(make_error_code(error));
+}
+
+/// The reason stands in front of the error's text in what().
+[[noreturn]] inline void Throw(Errc error, const std::string& reason) {
+    throw std::system_error(make_error_code(error), reason);
 }
 
 }  // namespace detail

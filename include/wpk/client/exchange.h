@@ -3,9 +3,11 @@
 #ifndef WPK_CLIENT_EXCHANGE_H
 #define WPK_CLIENT_EXCHANGE_H
 
+#include <wpk/client/address.h>
 #include <wpk/client/message.h>
 #include <wpk/client/options.h>
 #include <wpk/client/parcel.h>
+#include <wpk/client/timekeeper.h>
 
 #include <algorithm>
 #include <chrono>
@@ -16,7 +18,9 @@
 #include <iterator>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace wpk {
@@ -38,13 +42,15 @@ constexpr bool FitsIntoRequest(std::size_t service, std::size_t body, bool behin
 /// What a Client and the requests that it has sent share. Unchanged once the first request is sent.
 struct Shared {
     Functions functions;
-    Text server;
+    AnsiText server;
     unsigned int port = 0;
     bool behind_proxy = false;
+    std::chrono::milliseconds time_limit{0};
     decltype(Options::on_credentials) on_credentials;
     decltype(Options::on_exception) on_exception;
+    const std::unique_ptr<Timekeeper> timekeeper = std::make_unique<Timekeeper>();
 
-    /// From inside of a handler.
+    /// From inside a handler.
     void TellException() const noexcept {
         if (!on_exception) return;
         try {
@@ -57,21 +63,26 @@ struct Shared {
 /// Owned by the request itself until its outcome has been told, and by every handle to it.
 ///
 /// The final callback may come before WPK_Send is back with the handle, and a cancel before either. What both sides
-/// look at is behind `mutex_`; everything else is written before WPK_Send and from then on belongs to the thread that
-/// carries the request. No function of the application is called, or destroyed, with the lock held.
+/// look at is guarded by `mutex_`; everything else is written before WPK_Send and from then on belongs to the thread
+/// that carries the request. No function of the application is called, or destroyed, with the lock held.
 class Exchange {
 public:
     /// Throws std::system_error; the outcome function is then never called.
     static std::shared_ptr<Exchange> Start(std::shared_ptr<const Shared> shared, Message message,
                                            OutcomeFunction on_outcome) {
         if (!on_outcome) Throw(Errc::kNoFunction);
+        if (message.server.empty()) message.server = shared->server;
+        if (message.port == 0) message.port = shared->port;
+        CheckAddress("server", message.server.str(), message.port);
         if (!FitsIntoRequest(message.service.str().size(), message.body.size(), shared->behind_proxy)) {
             Throw(Errc::kMessageTooLong);
         }
         const Functions functions = shared->functions;
+        const std::chrono::milliseconds time_limit = message.time_limit.value_or(shared->time_limit);
         const std::shared_ptr<Exchange> exchange(
             new Exchange(std::move(shared), std::move(message), std::move(on_outcome)));
         ParcelsDone::All().Collect();
+        exchange->KeepTo(time_limit);
         exchange->self_ = exchange;
         const unsigned int handle = functions.send(exchange->parcel_->Record());
         if (handle == 0) {
@@ -87,10 +98,7 @@ public:
 
     void Cancel() noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
-        cancel_wanted_ = true;
-        PassCancelOn();
-        // Whoever waits for the end takes over what the library has refused.
-        if (CancelIsDue()) changed_.notify_all();
+        WantCancel();
     }
 
     bool Done() const noexcept {
@@ -98,13 +106,13 @@ public:
         return done_;
     }
 
-    /// True inside of a function that is called for this request.
+    /// True inside a function that is called for this request.
     bool OnOwnThread() const noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
         return !done_ && thread_ == CurrentThread();
     }
 
-    /// Meanwhile it tries again and again what the library has refused for want of a thread: a cancel.
+    /// Meanwhile it tries again and again what the library has refused when there was no thread for it: a cancel.
     void Wait() noexcept {
         constexpr std::chrono::milliseconds kNextTry{50};
         std::unique_lock<std::mutex> lock(mutex_);
@@ -123,15 +131,41 @@ private:
         : shared_(std::move(shared)),
           on_progress_(std::move(message.on_progress)),
           on_outcome_(std::move(on_outcome)),
-          parcel_(std::make_unique<Parcel>(message.server.empty() ? shared_->server.str() : message.server.str(),
-                                           message.port == 0 ? shared_->port : message.port, message.service.str(),
+          parcel_(std::make_unique<Parcel>(message.server.str(), message.port, message.service.str(),
                                            std::move(message.body), &Exchange::OnNotification, this)) {}
+
+    /// Everything that can fail happens here, before the request is sent.
+    void KeepTo(std::chrono::milliseconds time_limit) {
+        if (time_limit == std::chrono::milliseconds::zero()) return;
+        try {
+            limit_.emplace(*shared_->timekeeper, time_limit, [this] { return TimeIsUp(); });
+        } catch (const std::system_error&) {
+            Throw(Errc::kNotTaken);
+        }
+    }
+
+    /// On the timekeeper's thread. False: the library has yet to be told.
+    bool TimeIsUp() noexcept {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (!shared_) return true;
+        // Whoever has cancelled it before gets to hear that.
+        if (!cancel_wanted_) timed_out_ = true;
+        WantCancel();
+        return cancel_accepted_;
+    }
 
     void TakeHandle(unsigned int handle) noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
         handle_ = handle;
         // Somebody was quicker; unless the request has been quicker still.
+        if (cancel_wanted_) WantCancel();
+    }
+
+    /// With the lock held.
+    void WantCancel() noexcept {
+        cancel_wanted_ = true;
         PassCancelOn();
+        // Whoever waits for the end takes over what the library has refused.
         if (CancelIsDue()) changed_.notify_all();
     }
 
@@ -194,7 +228,7 @@ private:
         if (!shared_->on_credentials || thrown_) return;
         auto& fields = notification.body.credentials;
         try {
-            const auto answer = shared_->on_credentials({Text(fields.szUser), Text(fields.szPassword)});
+            const auto answer = shared_->on_credentials({AnsiText(fields.szUser), AnsiText(fields.szPassword)});
             if (!answer) return;
             Fill(fields.szUser, answer->user);
             Fill(fields.szPassword, answer->password);
@@ -204,7 +238,7 @@ private:
         }
     }
 
-    static void Fill(char (&field)[WPK_CREDENTIAL_SIZE], const Text& text) {
+    static void Fill(char (&field)[WPK_CREDENTIAL_SIZE], const AnsiText& text) {
         if (text.str().size() >= WPK_CREDENTIAL_SIZE) Throw(Errc::kCredentialsTooLong);
         std::fill(std::begin(field), std::end(field), '\0');
         std::copy(text.str().begin(), text.str().end(), field);
@@ -213,31 +247,36 @@ private:
     /// The final notification. Nothing of the request but the parcel is left when a wait for it is over.
     void End(const Outcome& outcome) noexcept {
         const std::shared_ptr<Exchange> alive = std::move(self_);
-        bool cancelled = false;
         {
-            const std::shared_ptr<const Shared> shared = TakeShared(cancelled);
+            const std::shared_ptr<const Shared> shared = TakeShared();
+            limit_.reset();
             on_progress_ = nullptr;
             TellOutcome(outcome, *shared);
             on_outcome_ = nullptr;
             thrown_ = nullptr;
         }
-        ParcelsDone::All().Add(std::move(parcel_), cancelled);
+        ParcelsDone::All().Add(std::move(parcel_), cancel_accepted_);
         ParcelsDone::All().Collect();
         const std::lock_guard<std::mutex> lock(mutex_);
         done_ = true;
         changed_.notify_all();
     }
 
-    /// From here on there is nothing to cancel; `cancelled` becomes whether it has been.
-    std::shared_ptr<const Shared> TakeShared(bool& cancelled) noexcept {
+    /// From here on there is nothing to cancel, and nobody changes `cancel_accepted_` and `timed_out_` any more.
+    std::shared_ptr<const Shared> TakeShared() noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
-        cancelled = cancel_accepted_;
         return std::move(shared_);
     }
 
     void TellOutcome(const Outcome& outcome, const Shared& shared) noexcept {
         try {
-            thrown_ ? on_outcome_(Outcome(Errc::kFunctionThrew, thrown_)) : on_outcome_(outcome);
+            if (thrown_) {
+                on_outcome_(Outcome(Errc::kFunctionThrew, thrown_));
+            } else if (timed_out_ && outcome.error() == Errc::kCancelled) {
+                on_outcome_(Outcome(Errc::kTimedOut));
+            } else {
+                on_outcome_(outcome);
+            }
         } catch (...) {
             shared.TellException();
         }
@@ -256,7 +295,10 @@ private:
     unsigned long thread_ = 0;  // 0 is no thread's id
     bool cancel_wanted_ = false;
     bool cancel_accepted_ = false;
+    bool timed_out_ = false;  // before anybody has cancelled it
     bool done_ = false;
+
+    std::optional<Timekeeper::Limit> limit_;  // the last member, so that it goes first
 };
 
 }  // namespace detail

@@ -32,7 +32,7 @@ public:
         static_cast<Listener*>(notification->lpUserData)->Tell(notification->body.connection.dwConnected != 0);
     }
 
-    /// When it is back, the function is not running and is not called any more; from inside of the function, it is not
+    /// When it is back, the function is not running and is not called any more; from inside the function, it is not
     /// called any more once it has returned.
     void Close() noexcept {
         const std::lock_guard<std::recursive_mutex> lock(mutex_);

@@ -4,10 +4,12 @@
 #define WPK_CLIENT_MESSAGE_H
 
 #include <wpk/client/error.h>
-#include <wpk/client/text.h>
+#include <wpk/client/ansi_text.h>
 
+#include <chrono>
 #include <exception>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -27,16 +29,19 @@ class Exchange;
 struct Message {
     Message() = default;
     /// A message to a service of the Client's default server.
-    Message(Text to_service, std::string bytes = {}) : service(std::move(to_service)), body(std::move(bytes)) {}
+    Message(AnsiText to_service, std::string bytes = {}) : service(std::move(to_service)), body(std::move(bytes)) {}
 
     /// The service on the server that is to handle the message.
-    Text service;
+    AnsiText service;
     /// Any bytes, up to 4,294,967,221 of them less the length of the service's name (one more without a proxy).
     std::string body;
     /// Host name or dotted IPv4 address; empty: the Client's default.
-    Text server;
-    /// 0: the Client's default.
+    AnsiText server;
+    /// 1 to 65535; 0: the Client's default.
     unsigned int port = 0;
+    /// How long the request may take, as Options::time_limit, which it overrides. None: the Client's; 0: no limit. One
+    /// below zero, such as what is left of a time that is over, is reached at once.
+    std::optional<std::chrono::milliseconds> time_limit;
     /// Called once for every piece of the reply that has been received, on the thread that carries the request, one
     /// call after the other. It is destroyed before the outcome is told. If it throws, the request is cancelled, it is
     /// not called again, and the outcome is Errc::kFunctionThrew.

@@ -3,9 +3,10 @@
 #ifndef WPK_CLIENT_OPTIONS_H
 #define WPK_CLIENT_OPTIONS_H
 
-#include <wpk/client/text.h>
+#include <wpk/client/ansi_text.h>
 #include <wpk/wpk.h>
 
+#include <chrono>
 #include <exception>
 #include <functional>
 #include <optional>
@@ -29,23 +30,24 @@ enum class Connection {
 struct Credentials {
     /// Either may be empty; both empty means none.
     ///@{
-    Text user;
-    Text password;
+    AnsiText user;
+    AnsiText password;
     ///@}
 };
 
 /// The HTTP proxy that every request goes through.
 struct Proxy {
     /// Host name or dotted IPv4 address. Required.
-    Text server;
-    /// Its TCP port.
+    AnsiText server;
+    /// Its TCP port, 1 to 65535.
     unsigned int port = 80;
     /// Used from the first request on; empty: none, until the proxy asks.
     Credentials credentials;
 };
 
 /// The three functions of wpk.dll. An application that links the import library never needs this; one that loads the
-/// DLL itself, with LoadLibrary, fills all three with what GetProcAddress gives.
+/// DLL itself, with LoadLibrary, fills all three with what GetProcAddress gives. Tests of an application's own code
+/// give functions of their own: docs/testing_your_code.md.
 struct Functions {
     /// What GetProcAddress gives for "WPK_Init", "WPK_Send" and "WPK_Cancel". Required, all three.
     ///@{
@@ -67,11 +69,19 @@ struct Options {
     /// The proxy for every request; none: directly.
     std::optional<Proxy> proxy;
 
-    /// Where messages go that name no server and no port of their own.
+    /// Where messages go that name no server and no port of their own. The server may be left out where every message
+    /// names one.
     ///@{
-    Text server;
+    AnsiText server;
     unsigned int port = 80;
     ///@}
+
+    /// How long a request may take that has no limit of its own, from Send to its final notification, the time in its
+    /// functions included; 0: as long as it takes. Once the limit is reached, the request is cancelled, and ends as a
+    /// cancelled one does (Request::Cancel says when), with Errc::kTimedOut. A request that was cancelled earlier ends
+    /// as that; one whose reply or failure comes nevertheless ends with that. Limits are kept beyond the end of the
+    /// Client, until its last request has ended.
+    std::chrono::milliseconds time_limit{0};
 
     /// Told when the network comes (true) or goes (false); for which connections, docs/dial_up.md says. One call at a
     /// time, possibly before the Client's constructor is back. It may send and cancel, and destroy the Client; it must

@@ -1,7 +1,7 @@
 // What the library reads of a request, and how it is kept as long as the library may. Nothing here is for applications.
 // SPDX-License-Identifier: MIT
 //
-// A send record, its texts and its body must stay until the request's final callback has returned. Code inside of that
+// A send record, its texts and its body must stay until the request's final callback has returned. Code inside that
 // callback cannot free them, and nobody is told when it has returned. But each request has a thread of its own: when
 // that has ended, the callback has returned. So a parcel that is done with is put aside together with a watch on its
 // thread, and freed by whoever looks after the thread has ended: the next request that is sent or ends, a wait, the end

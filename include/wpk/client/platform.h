@@ -5,6 +5,9 @@
 #ifndef WPK_CLIENT_PLATFORM_H
 #define WPK_CLIENT_PLATFORM_H
 
+#include <wpk/client/requirements.h>
+
+#include <cstddef>
 #include <string>
 #include <string_view>
 

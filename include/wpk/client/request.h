@@ -28,8 +28,8 @@ public:
     /// called from anywhere, also from inside the request's own functions; after the end, and a second time, it does
     /// nothing. Not from DllMain.
     ///
-    /// The library may refuse, for want of a thread. Then the cancel is tried again by the next call, with the next
-    /// piece of the reply, and every 50 ms while somebody waits for the request.
+    /// The library refuses when there is no thread for it. Then the cancel is tried again by the next call, with the
+    /// next piece of the reply, and every 50 ms while somebody waits for the request or after its time limit.
     void Cancel() const noexcept {
         if (exchange_) exchange_->Cancel();
     }
@@ -48,7 +48,7 @@ public:
         detail::ParcelsDone::All().Collect();
     }
 
-    /// True inside of a function that is called for this request.
+    /// True inside a function that is called for this request.
     bool IsCallingThisThread() const noexcept { return exchange_ && exchange_->OnOwnThread(); }
 
 private:
@@ -60,9 +60,9 @@ private:
 ///     wpk::ScopedRequest request = client.Send(message, [this](const wpk::Outcome& outcome) { ... });
 ///
 /// The destructor cancels the request and waits until it has ended: up to 250 ms, and as long as a look-up of the
-/// server's name and the request's functions take; longer where the library refuses the cancel, for want of a thread,
-/// until it accepts one. Inside one of the request's own functions it cancels and does not wait. Moved, not copied; one
-/// thread at a time. Never destroyed in DllMain, nor as a static object of a DLL: see docs/client.md.
+/// server's name and the request's functions take; longer where the library refuses the cancel, as there is no
+/// thread for it, until it accepts one. Inside one of the request's own functions it cancels and does not wait. Moved,
+/// not copied; one thread at a time. Never destroyed in DllMain, nor as a static object of a DLL: see docs/client.md.
 class ScopedRequest {
 public:
     ScopedRequest() = default;

@@ -1,9 +1,7 @@
 // The C++ layer under storms from many threads, for ThreadSanitizer and AddressSanitizer above all.
 // SPDX-License-Identifier: MIT
+#include "client/host/native_platform.h"
 
-// What a native compiler does not know.
-#define __declspec(attribute)
-#define __stdcall
 #include <wpk/client.h>
 
 #include <gtest/gtest.h>
@@ -90,6 +88,39 @@ RACE_IN_CHILD(RequestsCancelledFromTwoThreadsAtRandomMomentsEndOnce) {
     ExpectNothingLeft();
 }
 
+RACE_IN_CHILD(RequestsWhoseTimeIsUpAtRandomMomentsEndOnce) {
+    const Server server;
+    std::vector<Request> last(kThreads);
+    std::atomic<int> outcomes{0};
+    std::atomic<int> answered{0};
+    std::atomic<int> timed_out{0};
+    {
+        // Short enough for a "Silent" server to be given up, which nobody but the limit does.
+        Options options = To(server);
+        options.time_limit = std::chrono::milliseconds(3);
+        const Client client(std::move(options));
+        RunOnThreads([&](int thread) {
+            std::minstd_rand random(static_cast<unsigned>(thread) + 1);
+            const char* const services[] = {"Small", "Large", "Silent", "Half"};
+            for (int round = 0; round < kRounds; ++round) {
+                Message message(services[random() % 4], "hello");
+                if (random() % 4 == 0) message.time_limit = std::chrono::milliseconds(-1);
+                last[static_cast<size_t>(thread)] = client.Send(std::move(message), [&](const Outcome& outcome) {
+                    ++outcomes;
+                    if (outcome) ++answered;
+                    if (outcome.error() == Errc::kTimedOut) ++timed_out;
+                });
+                if (random() % 2 == 0) last[static_cast<size_t>(thread)].Wait();
+            }
+        });
+    }
+    // The Client has gone; its limits have not.
+    ASSERT_TRUE(host::AwaitThat([&] { return outcomes == kThreads * kRounds; }));
+    EXPECT_EQ(answered + timed_out, outcomes);
+    EXPECT_GT(timed_out, 0);
+    ExpectNothingLeft();
+}
+
 RACE_IN_CHILD(ScopedRequestsLeaveNoFunctionBehind) {
     const Server server;
     const Client client(To(server));
@@ -166,7 +197,7 @@ RACE_IN_CHILD(AClientThatGoesWhileTheNetworkComesAndGoesIsNotToldAnyMore) {
         }
     });
     {
-        int changes = 0;  // behind no lock: the calls follow each other, and none comes when the Client has gone
+        int changes = 0;  // without a lock: the calls follow each other, and none comes when the Client has gone
         std::atomic<bool> enough{false};
         Options options = To(server);
         options.connection = Connection::kDialUp;

@@ -1,4 +1,4 @@
-// Makes the locks and clocks of what is included after it the scheduler's. For one source file alone.
+// Makes the locks, clocks and threads of what is included after it the scheduler's. For one source file alone.
 // SPDX-License-Identifier: MIT
 //
 // The C++ layer is a header on the standard library, and a thread that waits for a lock of that is nothing that the
@@ -18,6 +18,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -92,11 +93,33 @@ struct ScheduledClock {
     static time_point now() { return time_point(duration(host::IsScheduled() ? host::ScheduledTime() : 0)); }
 };
 
+class ScheduledThread {
+public:
+    ScheduledThread() = default;
+    template <class Function, class... Arguments>
+    explicit ScheduledThread(Function function, Arguments... arguments) : ended_(std::make_shared<bool>(false)) {
+        host::StartThread("timekeeper", [=, ended = ended_] {
+            std::invoke(function, arguments...);
+            *ended = true;
+        });
+    }
+    bool joinable() const { return ended_ != nullptr; }
+    void join() {
+        host::AwaitScheduled(
+            "the end of a thread", [this] { return *ended_; }, UINT32_MAX);
+        ended_.reset();
+    }
+
+private:
+    std::shared_ptr<bool> ended_;
+};
+
 }  // namespace wpk::explore
 
 namespace std {  // NOLINT(cert-dcl58-cpp): names that the macros below make of standard ones
 using wpk_scheduled_mutex = wpk::explore::ScheduledMutex;
 using wpk_scheduled_condition = wpk::explore::ScheduledCondition;
+using wpk_scheduled_thread = wpk::explore::ScheduledThread;
 namespace chrono {
 using wpk_scheduled_clock = wpk::explore::ScheduledClock;
 }
@@ -105,5 +128,6 @@ using wpk_scheduled_clock = wpk::explore::ScheduledClock;
 #define mutex wpk_scheduled_mutex
 #define condition_variable wpk_scheduled_condition
 #define steady_clock wpk_scheduled_clock
+#define thread wpk_scheduled_thread
 
 #endif  // WPK_HOST_EXPLORE_CLIENT_LOCKS_H

@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: MIT
 #include "host/explore/client_locks.h"
 
-// What a native compiler does not know.
-#define __declspec(attribute)
-#define __stdcall
+#include "client/host/native_platform.h"
+
 #include <wpk/client.h>
 
 #undef mutex
 #undef condition_variable
 #undef steady_clock
+#undef thread
 
 #include "host/explore/library.h"
 #include "host/explore/scenarios.h"
@@ -120,6 +120,55 @@ void AScopedRequestDestroyedByAnotherThread() {
     Expect(outcomes->count == 100, "nothing is told after that");
 }
 
+/// A request with a time limit, for which the Client that has sent it has gone: who ends last ends its time keeping.
+client::Request SendWithin(std::chrono::milliseconds limit, const char* service, client::OutcomeFunction on_outcome) {
+    auto shared = std::make_shared<client::detail::Shared>();
+    shared->functions = {nullptr, PassSend, PassCancel};
+    shared->server = "127.0.0.1";
+    shared->port = 80;
+    shared->time_limit = limit;
+    return client::Request(
+        client::detail::Exchange::Start(std::move(shared), {service, "hello"}, std::move(on_outcome)));
+}
+
+void ATimeLimitThatIsReached() {
+    Outcomes outcomes;
+    const Stage stage;
+    SendWithin(std::chrono::seconds(1), "Silent", outcomes.Counter()).Wait();
+    Expect(outcomes.last == client::Errc::kTimedOut, "a request whose time is up ends as timed out");
+}
+
+void ATimeLimitAgainstTheOutcome() {
+    Outcomes outcomes;
+    const Stage stage;
+    SendWithin(std::chrono::milliseconds(-1), "Small", outcomes.Counter()).Wait();
+    Expect(outcomes.count == 1, "a request has one outcome");
+    Expect(!outcomes.last || outcomes.last == client::Errc::kTimedOut, "the reply comes, or the time is up");
+}
+
+void ATimeLimitAfterACancel() {
+    Outcomes outcomes;
+    const Stage stage;
+    const uint64_t begin = host::ScheduledTime();
+    const client::Request request = SendWithin(std::chrono::seconds(1), "Silent", outcomes.Counter());
+    request.Cancel();
+    const bool in_time = host::ScheduledTime() < begin + 1000;
+    request.Wait();
+    Expect(!in_time || outcomes.last == client::Errc::kCancelled, "a request cancelled in time ends as cancelled");
+    Expect(outcomes.count == 1, "a request has one outcome");
+}
+
+void ATimeLimitAgainstACancel() {
+    Outcomes outcomes;
+    const Stage stage;
+    const client::Request request = SendWithin(std::chrono::milliseconds(-1), "Silent", outcomes.Counter());
+    StartThread("canceller", [request] { request.Cancel(); });
+    request.Wait();
+    Expect(outcomes.count == 1, "a request has one outcome");
+    Expect(outcomes.last == client::Errc::kCancelled || outcomes.last == client::Errc::kTimedOut,
+           "whoever comes first decides what is told");
+}
+
 }  // namespace
 
 const Scenarios& ClientScenarios() {
@@ -127,6 +176,10 @@ const Scenarios& ClientScenarios() {
         {"client: cancelled by one thread, waited for by two", CancelAndWaitFromTwoThreads},
         {"client: a cancel against the outcome", ACancelAgainstTheOutcome},
         {"client: a scoped request destroyed by another thread", AScopedRequestDestroyedByAnotherThread},
+        {"client: a time limit that is reached", ATimeLimitThatIsReached},
+        {"client: a time limit against the outcome", ATimeLimitAgainstTheOutcome},
+        {"client: a time limit after a cancel", ATimeLimitAfterACancel},
+        {"client: a time limit against a cancel", ATimeLimitAgainstACancel},
     };
     return all;
 }

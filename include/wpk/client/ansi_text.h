@@ -1,7 +1,7 @@
 // A text in the ANSI code page, made from narrow or wide characters.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_CLIENT_TEXT_H
-#define WPK_CLIENT_TEXT_H
+#ifndef WPK_CLIENT_ANSI_TEXT_H
+#define WPK_CLIENT_ANSI_TEXT_H
 
 #include <wpk/client/error.h>
 #include <wpk/client/platform.h>
@@ -25,28 +25,28 @@ inline namespace client {
 /// The constructors throw std::system_error: Errc::kNotConvertible, Errc::kZeroInText (a zero character inside);
 /// std::length_error for a wide text of more than 2,147,483,647 characters; std::bad_alloc. One thread at a time;
 /// const calls together.
-class Text {
+class AnsiText {
 public:
     /// Empty.
-    Text() = default;
+    AnsiText() = default;
     /// A copy of the bytes, as they stand.
     ///@{
-    Text(std::string text) : text_(std::move(text)) { Check(); }
-    Text(std::string_view text) : Text(std::string(text)) {}
+    AnsiText(std::string text) : text_(std::move(text)) { Check(); }
+    AnsiText(std::string_view text) : AnsiText(std::string(text)) {}
     ///@}
     /// Zero-terminated; a null pointer is an empty text.
-    Text(const char* text) : text_(text ? text : "") {}
+    AnsiText(const char* text) : text_(text ? text : "") {}
 
     /// Converted to the ANSI code page.
     ///@{
-    Text(std::wstring_view text) : text_(Convert(text)) { Check(); }
-    Text(const std::wstring& text) : Text(std::wstring_view(text)) {}
+    AnsiText(std::wstring_view text) : text_(Convert(text)) { Check(); }
+    AnsiText(const std::wstring& text) : AnsiText(std::wstring_view(text)) {}
     ///@}
     /// Zero-terminated; a null pointer is an empty text.
-    Text(const wchar_t* text) : text_(Convert(text ? std::wstring_view(text) : std::wstring_view())) {}
+    AnsiText(const wchar_t* text) : text_(Convert(text ? std::wstring_view(text) : std::wstring_view())) {}
 
     /// Leave the text out instead.
-    Text(std::nullptr_t) = delete;
+    AnsiText(std::nullptr_t) = delete;
 
     /// The bytes, in the ANSI code page. Valid as long as this object is, and unchanged.
     ///@{
@@ -59,7 +59,7 @@ public:
 private:
     static std::string Convert(std::wstring_view wide) {
         if (wide.size() > static_cast<std::size_t>((std::numeric_limits<int>::max)())) {
-            throw std::length_error("wpk::Text");
+            throw std::length_error("wpk::AnsiText");
         }
         std::string bytes;
         if (!detail::WideToAnsi(wide, bytes)) detail::Throw(Errc::kNotConvertible);
@@ -76,4 +76,4 @@ private:
 }  // namespace client
 }  // namespace wpk
 
-#endif  // WPK_CLIENT_TEXT_H
+#endif  // WPK_CLIENT_ANSI_TEXT_H

@@ -1,0 +1,312 @@
+// Time limits: of a message and of the Client, reached and not reached.
+// SPDX-License-Identifier: MIT
+#include "client/scene.h"
+#include "client/scripted_library.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <utility>
+
+namespace wpk::client_test {
+namespace {
+
+using std::chrono::hours;
+using std::chrono::milliseconds;
+
+// Long enough for a request to be under way, short enough to wait for.
+constexpr milliseconds kShort{100};
+constexpr milliseconds kNever{0};
+// Reached at once.
+constexpr milliseconds kOver{-1};
+
+using Handles = std::vector<unsigned int>;
+
+Message Within(milliseconds limit, unsigned short port) {
+    Message message = To(port);
+    message.time_limit = limit;
+    return message;
+}
+
+Options ToLoopbackWithin(milliseconds limit, unsigned short port) {
+    Options options = ToLoopback(port);
+    options.time_limit = limit;
+    return options;
+}
+
+TEST(TimeLimit, OfAMessageThatIsNotAnswered_EndsItsFutureAsTimedOut) {
+    SilentPeer peer;
+    const auto begin = std::chrono::steady_clock::now();
+    const std::error_code code = CodeOf(TheClient().Send(Within(kShort, peer.port())));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, kShort);
+    EXPECT_EQ(code, Errc::kTimedOut);
+    EXPECT_EQ(code, std::errc::timed_out);
+    EXPECT_NE(code, std::errc::operation_canceled);
+}
+
+TEST(TimeLimit, OfAMessageThatIsNotAnswered_IsToldToItsFunctionOnce) {
+    SilentPeer peer;
+    const Kept kept = SendAndWait(TheClient(), Within(kShort, peer.port()));
+    EXPECT_EQ(kept.error, Errc::kTimedOut);
+    EXPECT_EQ(kept.count, 1);
+    EXPECT_NE(kept.thread, GetCurrentThreadId());
+}
+
+TEST(TimeLimit, WhileTheServerCannotBeReached_EndsTheRequest) {
+    const rig::FullListener listener;
+    EXPECT_EQ(CodeOf(TheClient().Send(Within(kShort, listener.port()))), Errc::kTimedOut);
+}
+
+TEST(TimeLimit, InTheMiddleOfAReply_EndsTheRequest) {
+    rig::Signal over;
+    rig::Peer peer([&](rig::Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(rig::OkHead(100) + "some");
+        over.Wait();
+    });
+    EXPECT_EQ(CodeOf(TheClient().Send(Within(kShort, peer.port()))), Errc::kTimedOut);
+    over.Set();
+}
+
+TEST(TimeLimit, ThatIsNotReached_ChangesNothing) {
+    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    EXPECT_EQ(TheClient().Send(Within(hours(1), peer.port())).get().body, "world");
+}
+
+TEST(TimeLimit, AsLongAsCanBeSaid_IsNotReached) {
+    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    EXPECT_EQ(TheClient().Send(Within((milliseconds::max)(), peer.port())).get().body, "world");
+}
+
+TEST(TimeLimit, BelowZero_IsReachedAtOnce) {
+    SilentPeer peer(/*threads=*/2);
+    EXPECT_EQ(CodeOf(TheClient().Send(Within(kOver, peer.port()))), Errc::kTimedOut);
+    EXPECT_EQ(CodeOf(TheClient().Send(Within((milliseconds::min)(), peer.port()))), Errc::kTimedOut);
+}
+
+TEST(TimeLimit, OfTheClient_HoldsForMessagesThatHaveNone) {
+    SilentPeer peer;
+    const Client client(ToLoopbackWithin(kShort, peer.port()), FreshLibrary());
+    EXPECT_EQ(CodeOf(client.Send({"Echo", "hello"})), Errc::kTimedOut);
+}
+
+TEST(TimeLimit, OfAMessage_GoesBeforeTheClients) {
+    SilentPeer peer;
+    const Client client(ToLoopbackWithin(hours(1), peer.port()), FreshLibrary());
+    EXPECT_EQ(CodeOf(client.Send(Within(kShort, peer.port()))), Errc::kTimedOut);
+}
+
+TEST(TimeLimit, OfAMessageThatIsToHaveNone_TakesTheClientsAway) {
+    rig::Signal answer;
+    rig::Peer patient([&](rig::Connection& connection) {
+        connection.ReadRequest();
+        answer.Wait();
+        connection.Send(rig::Ok("late"));
+    });
+    SilentPeer silent;
+    const Client client(ToLoopbackWithin(kShort, silent.port()), FreshLibrary());
+    std::future<Reply> without = client.Send(Within(kNever, patient.port()));
+    // Sent later, over earlier: the Client's limit has passed for both.
+    EXPECT_EQ(CodeOf(client.Send({"Echo", "hello"})), Errc::kTimedOut);
+    answer.Set();
+    EXPECT_EQ(without.get().body, "late");
+}
+
+TEST(TimeLimit, OfManyRequests_AreKeptEachForItself) {
+    SilentPeer peer(/*threads=*/3);
+    Request long_request;
+    std::future<Reply> last = TheClient().Send(Within(hours(1), peer.port()), long_request);
+    std::future<Reply> second = TheClient().Send(Within(3 * kShort, peer.port()));
+    EXPECT_EQ(CodeOf(TheClient().Send(Within(kShort, peer.port()))), Errc::kTimedOut);
+    EXPECT_EQ(CodeOf(std::move(second)), Errc::kTimedOut);
+    EXPECT_FALSE(long_request.Ended());
+    long_request.Cancel();
+    EXPECT_EQ(CodeOf(std::move(last)), Errc::kCancelled);
+}
+
+TEST(TimeLimit, OfARequestThatWasCancelledBefore_IsNotWhatIsTold) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    const Client client(ToLoopback(), library.functions());
+    library.RefuseCancels(1);  // so that it is repeated, and seen, when the time is up
+    Request request;
+    std::future<Reply> future = client.Send(Within(milliseconds(1000), 80), request);
+    request.Cancel();
+    EXPECT_EQ(library.Cancelled(), Handles());
+    ASSERT_TRUE(library.WaitForCancel());
+    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
+    EXPECT_EQ(CodeOf(std::move(future)), Errc::kCancelled);
+    EXPECT_EQ(library.Cancelled(), Handles{8});
+}
+
+TEST(TimeLimit, ThatWasReached_StaysWhatIsToldAfterACancel) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    const Client client(ToLoopback(), library.functions());
+    Request request;
+    std::future<Reply> future = client.Send(Within(kOver, 80), request);
+    ASSERT_TRUE(library.WaitForCancel());
+    request.Cancel();
+    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
+    EXPECT_EQ(CodeOf(std::move(future)), Errc::kTimedOut);
+    EXPECT_EQ(library.Cancelled(), Handles{8});
+}
+
+TEST(TimeLimit, ReachedWhileTheReplyIsOnItsWay_LosesToIt) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    const Client client(ToLoopback(), library.functions());
+    std::future<Reply> future = client.Send(Within(kOver, 80));
+    ASSERT_TRUE(library.WaitForCancel());
+    rig::Thread([&] { TellReply(*library.sent, "world"); }).Join();
+    EXPECT_EQ(future.get().body, "world");
+}
+
+TEST(TimeLimit, ReachedWhileAFailureIsOnItsWay_LosesToIt) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    const Client client(ToLoopback(), library.functions());
+    std::future<Reply> future = client.Send(Within(kOver, 80));
+    ASSERT_TRUE(library.WaitForCancel());
+    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_NO_SERVICE); }).Join();
+    EXPECT_EQ(CodeOf(std::move(future)), Errc::kNoService);
+}
+
+TEST(TimeLimit, ReachedBeforeTheHandleIsKnown_IsMadeUpFor) {
+    ScriptedLibrary library;
+    library.on_send = [&](WPK_SENDSTRUCT*) {
+        // As long as another Client takes to keep a longer limit.
+        SilentPeer peer;
+        CodeOf(TheClient().Send(Within(kShort, peer.port())));
+        EXPECT_EQ(library.Cancelled(), Handles());
+        return 8u;
+    };
+    const Client client(ToLoopback(), library.functions());
+    std::future<Reply> future = client.Send(Within(kOver, 80));
+    ASSERT_TRUE(library.WaitForCancel());
+    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
+    EXPECT_EQ(CodeOf(std::move(future)), Errc::kTimedOut);
+}
+
+TEST(TimeLimit, WhoseCancelIsRefused_IsTriedAgainThoughNobodyWaits) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    const Client client(ToLoopback(), library.functions());
+    library.RefuseCancels(3);
+    std::future<Reply> future = client.Send(Within(kOver, 80));
+    ASSERT_TRUE(library.WaitForCancel());
+    EXPECT_EQ(library.Cancelled(), Handles{8});
+    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
+    EXPECT_EQ(CodeOf(std::move(future)), Errc::kTimedOut);
+}
+
+TEST(TimeLimit, OfARequestThatTheLibraryDoesNotTake_IsGone) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT*) { return 0u; };
+    const Client client(ToLoopback(), library.functions());
+    EXPECT_EQ(CodeThrownBy([&] { CodeOf(client.Send(Within(kOver, 80))); }), Errc::kNotTaken);
+    EXPECT_EQ(library.Cancelled(), Handles());
+}
+
+TEST(TimeLimit, OfAProgressFunctionThatThrows_IsNotWhatIsTold) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    const Client client(ToLoopback(), library.functions());
+    Message message = Within(hours(1), 80);
+    message.on_progress = [](const Progress&) { throw 1; };
+    std::error_code code;
+    const Request request = client.Send(std::move(message), [&](const Outcome& outcome) { code = outcome.error(); });
+    rig::Thread([&] {
+        TellProgress(*library.sent, "some", 10);
+        TellFailure(*library.sent, WPK_ERROR_CANCELLED);
+    }).Join();
+    request.Wait();
+    EXPECT_EQ(code, Errc::kFunctionThrew);
+}
+
+// The memory of the message is in use until the request has ended.
+TEST(TimeLimit, ThatWasReached_LeavesTheMessageUntilItsRequestHasEnded) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    const Client client(ToLoopback(), library.functions());
+    Request request;
+    std::future<Reply> future = client.Send(Within(kOver, 80), request);
+    ASSERT_TRUE(library.WaitForCancel());
+    EXPECT_FALSE(request.Ended());
+    EXPECT_EQ(future.wait_for(milliseconds::zero()), std::future_status::timeout);
+    EXPECT_STREQ(library.sent->lpszServiceName, "Echo");
+    EXPECT_EQ(std::string(static_cast<const char*>(library.sent->lpData), library.sent->dwDataLength), "hello");
+    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
+    EXPECT_EQ(CodeOf(std::move(future)), Errc::kTimedOut);
+}
+
+TEST(TimeLimit, OfRequestsWhoseClientHasGone_IsKept) {
+    SilentPeer peer(/*threads=*/2);
+    std::future<Reply> future;
+    Kept kept;
+    Request request;
+    {
+        const Client client(ToLoopbackWithin(3 * kShort, peer.port()), FreshLibrary());
+        future = client.Send({"Echo", "hello"});
+        request = client.Send({"Echo", "hello"}, [&](const Outcome& outcome) { kept.error = outcome.error(); });
+    }
+    EXPECT_EQ(CodeOf(std::move(future)), Errc::kTimedOut);
+    request.Wait();
+    EXPECT_EQ(kept.error, Errc::kTimedOut);
+}
+
+TEST(TimeLimit, OfAScopedRequestThatGoesFirst_IsGoneWithIt) {
+    SilentPeer peer;
+    std::error_code code;
+    {
+        const ScopedRequest request =
+            TheClient().Send(Within(hours(1), peer.port()), [&](const Outcome& outcome) { code = outcome.error(); });
+        ASSERT_TRUE(peer.WaitForRequest());
+    }
+    EXPECT_EQ(code, Errc::kCancelled);
+}
+
+// A library whose cancels tell which thread they come from.
+class KeeperWatch {
+public:
+    explicit KeeperWatch(const ScriptedLibrary& library) {
+        real_ = library.functions();
+        keeper_ = nullptr;
+    }
+    KeeperWatch(const KeeperWatch&) = delete;
+    KeeperWatch& operator=(const KeeperWatch&) = delete;
+    ~KeeperWatch() { CloseHandle(keeper_); }
+
+    static Functions functions() { return {real_.init, real_.send, &KeeperWatch::Cancel}; }
+    bool HasEnded() const { return WaitForSingleObject(keeper_, 0) == WAIT_OBJECT_0; }
+
+private:
+    static int Cancel(unsigned int handle) {
+        if (handle == 8) keeper_ = OpenThread(SYNCHRONIZE, /*bInheritHandle=*/FALSE, GetCurrentThreadId());
+        return real_.cancel(handle);
+    }
+
+    static Functions real_;
+    static HANDLE keeper_;
+};
+
+Functions KeeperWatch::real_;
+HANDLE KeeperWatch::keeper_ = nullptr;
+
+TEST(TimeLimit, WhenTheClientAndItsLastRequestHaveGone_LeavesNoThread) {
+    ScriptedLibrary library;
+    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    const KeeperWatch keeper(library);
+    auto client = std::make_unique<Client>(ToLoopback(), KeeperWatch::functions());
+    std::future<Reply> future = client->Send(Within(kOver, 80));
+    ASSERT_TRUE(library.WaitForCancel());
+    client.reset();
+    EXPECT_FALSE(keeper.HasEnded());
+    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
+    EXPECT_TRUE(keeper.HasEnded());
+    EXPECT_EQ(CodeOf(std::move(future)), Errc::kTimedOut);
+}
+
+}  // namespace
+}  // namespace wpk::client_test

@@ -1,0 +1,3 @@
+/* The program in the first comment of wpk.h.
+ * SPDX-License-Identifier: MIT */
+#include "wpk/program.inc"
