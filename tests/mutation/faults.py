@@ -242,12 +242,13 @@ def _statements(code, source, add):
             add("swap", start, next_end, text)
 
 
+_CAST = re.compile(r"\w+_cast<[^()]*>\(|(?<=\w)\)")
 _ASSIGNMENT = re.compile(r"([\w.]+(?:->\w+)*) = ([^()=]*);$")
 
 
 def _independent(first, second):
     """Whether these are plain assignments that have nothing to do with each other: their order changes nothing."""
-    one, other = _ASSIGNMENT.match(first), _ASSIGNMENT.match(second)
+    one, other = (_ASSIGNMENT.match(_CAST.sub("", statement)) for statement in (first, second))
     if not one or not other:
         return False
     return one[1] != other[1] and one[1] not in other[2] and other[1] not in one[2]
