@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import random
+import signal
 import subprocess
 import sys
 import threading
@@ -175,7 +176,14 @@ class Run:
         print(f"{fault.path}:{fault.line(self._sources[fault.path])}\n- {before}\n+ {after}", flush=True)
 
 
+def end_in_order():
+    """Ended from outside, a run still ends what it has started; in the background, too, where Ctrl-C is ignored."""
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, signal.default_int_handler)
+
+
 def main():
+    end_in_order()
     options = arguments()
     seed = int(options.seed) if options.seed is not None else random.SystemRandom().randrange(1, 1_000_000)
     print(f"Seed {seed}. Building without a fault first.", flush=True)

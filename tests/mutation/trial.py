@@ -21,8 +21,12 @@ import time
 # As Release but for what costs time and shows nothing: debug information, and warnings about what a fault leaves unused.
 FLAGS = ("-DCMAKE_CXX_FLAGS=-w", "-DCMAKE_C_FLAGS=-w", "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -g0", "-DWPK_FUZZ_REPLAY=ON")
 
-# A test program that takes so many times its usual time, and some seconds on top, has noticed the fault by that.
-PATIENCE, LEAST_PATIENCE = 6, 15
+# A test program has noticed a fault, too, when it uses so many times its usual processor time, and some seconds on top;
+# when it stands still for so many seconds; and when it has taken so many seconds altogether. Only the last depends on what
+# else the machine does, and is for programs that look again and again for something that never comes.
+TIMES_USUAL, SECONDS_ON_TOP = 6, 10
+SECONDS_STILL = 20
+SECONDS_AT_ALL = 400
 
 # What a test program may claim; a fault must not take the machine's memory away from others.
 MEMORY = 12 << 30
@@ -34,7 +38,7 @@ class Program:
     command: list
     folder: str
     environment: dict
-    usual: float = 0.0
+    usual: float = 0.0  # seconds of processor time
     digest: str = ""
 
 
@@ -53,8 +57,8 @@ class Worker:
         self.stopped = stopped
         self.programs = []
 
-    def prepare(self):
-        """Builds and measures everything without a fault; false when some test fails as it is."""
+    def prepare(self, usual):
+        """Builds everything without a fault, and runs those programs that no other worker has run."""
         self._copy_sources()
         self._run(["cmake", "--preset", self.preset, *FLAGS], "configure.log")
         self._run(["cmake", "--build", "--preset", self.preset, "--target", "tests", "-j2"], "build.log")
@@ -62,10 +66,17 @@ class Worker:
         for program in self.programs:
             self._make(program)
             program.digest = _digest(program.command[0])
-            begin = time.monotonic()
-            if self._notices(program, limit=600):
-                raise BuildFailed(f"{program.name} fails without any fault; mend that first")
-            program.usual = time.monotonic() - begin
+            if usual.take(program.name):
+                usual.put(program.name, self._measure(program))
+        for program in self.programs:
+            program.usual = usual.wait_for(program.name)
+
+    def _measure(self, program):
+        program.usual = 60.0
+        spent = _Spent()
+        if self._notices(program, spent):
+            raise BuildFailed(f"{program.name} fails without any fault; mend that first")
+        return spent.seconds
 
     def try_fault(self, fault):
         """What came of it, and the program that noticed, if any."""
@@ -86,7 +97,7 @@ class Worker:
             if _digest(program.command[0]) == program.digest:
                 continue
             changed = True
-            how = self._notices(program, PATIENCE * program.usual + LEAST_PATIENCE)
+            how = self._notices(program, _Spent())
             if how:
                 return how, program.name
         return ("survived" if changed else "same code"), ""
@@ -134,32 +145,31 @@ class Worker:
     def _run(self, command, log):
         self.tree.mkdir(parents=True, exist_ok=True)
         with open(self.tree / log, "w", encoding="utf-8") as output:
-            if self._execute(command, self.tree, {}, output, limit=1200) != 0:
+            if self._execute(command, self.tree, {}, output) != 0:
                 raise BuildFailed(f"{' '.join(command[:4])} has failed, see {self.tree / log}")
 
-    def _notices(self, program, limit):
+    def _notices(self, program, spent):
         """How the program notices that something is wrong; empty when it does not."""
         environment = {"GTEST_FAIL_FAST": "1", "GTEST_BRIEF": "1", "TMPDIR": str(self.tree / "tmp"), **program.environment}
         (self.tree / "tmp").mkdir(exist_ok=True)
-        status = self._execute(program.command, program.folder, environment, subprocess.DEVNULL, limit, confined=True)
+        spent.limit = TIMES_USUAL * program.usual + SECONDS_ON_TOP
+        status = self._execute(program.command, program.folder, environment, subprocess.DEVNULL, spent)
         if status is None:
             return "seen by its time"
         return "seen" if status != 0 else ""
 
-    def _execute(self, command, folder, environment, output, limit, confined=False):
-        """The exit status; None when the time was up."""
+    def _execute(self, command, folder, environment, output, spent=None):
+        """The exit status; None when `spent` had enough of it."""
         if self.stopped.is_set():
             raise KeyboardInterrupt
         with subprocess.Popen(
             command, cwd=folder, env={**os.environ, **environment}, stdin=subprocess.DEVNULL, stdout=output,
-            stderr=subprocess.STDOUT, start_new_session=True,
-            preexec_fn=self._confine if confined else None,
+            stderr=subprocess.STDOUT, start_new_session=True, preexec_fn=self._confine if spent else None,
         ) as process:
             try:
-                end = time.monotonic() + limit
-                while process.poll() is None and time.monotonic() < end and not self.stopped.is_set():
+                while process.poll() is None and not self.stopped.is_set() and not (spent and spent.enough(process.pid)):
                     with contextlib.suppress(subprocess.TimeoutExpired):
-                        process.wait(min(1.0, max(0.0, end - time.monotonic())))
+                        process.wait(1.0)
                 status = process.poll()
             finally:
                 # Its children as well.
@@ -175,6 +185,73 @@ class Worker:
             resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
 
 
+class _Spent:
+    """The time that a process takes, looked at every second."""
+
+    def __init__(self):
+        self.limit = 0.0
+        self.seconds = 0.0
+        self._begin = time.monotonic()
+        self._still = 0
+
+    def enough(self, pid):
+        try:
+            runs, seconds = self._look(pid)
+        except (OSError, IndexError):
+            return False  # it has just ended
+        # A process that waits for its turn on a busy machine can run, so it does not stand still.
+        self._still = 0 if runs or seconds > self.seconds + 0.1 else self._still + 1
+        self.seconds = seconds
+        return (
+            seconds > self.limit or self._still > SECONDS_STILL or time.monotonic() > self._begin + SECONDS_AT_ALL
+        )
+
+    @staticmethod
+    def _look(pid):
+        """Whether any of its threads could run just now, and the processor time it has used."""
+        states = [_stat_of(task)[0] for task in pathlib.Path(f"/proc/{pid}/task").iterdir()]
+        used = sum(int(ticks) for ticks in _stat_of(pathlib.Path(f"/proc/{pid}"))[11:15])
+        return any(state in "RD" for state in states), used / os.sysconf("SC_CLK_TCK")
+
+
+def _stat_of(folder):
+    """The fields behind the name, which may hold blanks: first the state."""
+    return (folder / "stat").read_text().rpartition(")")[2].split()
+
+
+class UsualTimes:
+    """What each program takes without a fault. One worker finds it out for all."""
+
+    def __init__(self):
+        self._changed = threading.Condition()
+        self._taken = set()
+        self._seconds = {}
+        self._given_up = False
+
+    def take(self, name):
+        with self._changed:
+            is_new = name not in self._taken
+            self._taken.add(name)
+            return is_new
+
+    def put(self, name, seconds):
+        with self._changed:
+            self._seconds[name] = seconds
+            self._changed.notify_all()
+
+    def give_up(self):
+        with self._changed:
+            self._given_up = True
+            self._changed.notify_all()
+
+    def wait_for(self, name):
+        with self._changed:
+            self._changed.wait_for(lambda: self._given_up or name in self._seconds)
+            if self._given_up:
+                raise KeyboardInterrupt
+            return self._seconds[name]
+
+
 def _digest(path):
     return hashlib.sha256(pathlib.Path(path).read_bytes()).hexdigest()
 
@@ -183,11 +260,12 @@ def work_through(workers, faults, tell):
     """Lets the workers take faults until there are none, each on a thread of its own. Calls tell(fault, outcome, program)
     for each, one at a time."""
     lock = threading.Lock()
+    usual = UsualTimes()
     failures = []
 
     def work(worker):
         try:
-            worker.prepare()
+            worker.prepare(usual)
             while True:
                 with lock:
                     fault = next(faults, None)
@@ -198,8 +276,9 @@ def work_through(workers, faults, tell):
                     tell(fault, outcome, program)
         except (BuildFailed, OSError, subprocess.SubprocessError) as failure:
             failures.append(failure)
+            usual.give_up()
         except KeyboardInterrupt:
-            pass
+            usual.give_up()
 
     threads = [threading.Thread(target=work, args=(worker,)) for worker in workers]
     for thread in threads:
