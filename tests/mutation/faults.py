@@ -186,7 +186,7 @@ _NOT_AN_EXPRESSION = re.compile(
     r"static|constexpr|friend|struct|class|enum|union|const|auto|namespace|extern|volatile|inline|explicit|virtual)\b"
 )
 # A call, an assignment or a step: something that begins with a name and is no declaration.
-_EXPRESSION = re.compile(r"(?:\+\+|--|\*|\(|::)*[A-Za-z_][\w:]*(?:\s*(?:<[^;()]*>)?\s*[\(\[.]|\s*->|\+\+|--| [-+|&*/]?= )")
+_EXPRESSION = re.compile(r"(?:\+\+|--)[\w.]+(?:->\w+)*$|(?:\+\+|--|\*|\(|::)*[A-Za-z_][\w:]*(?:\s*(?:<[^;()]*>)?\s*[\(\[.]|\s*->|\+\+|--| [-+|&*/]?= )")
 _LONE_WORD = re.compile(r"(?:break|continue|throw\b[^;]*|delete\b[^;]*)$")
 
 

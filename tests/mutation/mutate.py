@@ -1,6 +1,7 @@
 """Plants faults in the sources, one at a time, and says which of them the tests do not notice. See scripts/mutate.sh."""
 import argparse
 import collections
+import hashlib
 import json
 import os
 import pathlib
@@ -48,19 +49,16 @@ def read_sources(folder):
     return found
 
 
-def in_random_order(sources, seed):
-    """All faults. Each kind has its turn, so that the rarer ones are not lost among the many constants."""
-    choice = random.Random(seed)
+def in_random_order(keys, seed):
+    """All faults. An edit of the sources leaves the order of the others as it was. Each kind has its turn, so that the
+    rarer ones are not lost among the many constants."""
     by_kind = collections.defaultdict(list)
-    for path, source in sources.items():
-        for fault in faults.faults_of(path, source):
-            by_kind[fault.kind].append(fault)
-    for kind in faults.KINDS:
-        choice.shuffle(by_kind[kind])
+    for fault in sorted(keys, key=lambda fault: hashlib.sha256(f"{seed} {keys[fault]}".encode()).digest()):
+        by_kind[fault.kind].append(fault)
     while any(by_kind.values()):
         for kind in faults.KINDS:
             if by_kind[kind]:
-                yield by_kind[kind].pop()
+                yield by_kind[kind].pop(0)
 
 
 def keys_of(sources):
@@ -119,7 +117,7 @@ class Run:
         self._options = options
         self._sources = read_sources(options.folder)
         self._keys = keys_of(self._sources)
-        self._faults = in_random_order(self._sources, seed)
+        self._faults = in_random_order(self._keys, seed)
         self._equivalents = read_equivalents(HERE / "equivalent.txt")
         place = (options.folder or "all").rstrip("/").replace("/", "-")
         self._ledger = Ledger(ROOT / "build" / "mutation" / f"{options.preset}-{place}-{seed}.jsonl")
