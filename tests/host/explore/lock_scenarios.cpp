@@ -1,5 +1,6 @@
 // Readers and writers: of the lock itself, of a table, of the requests in flight.
 // SPDX-License-Identifier: MIT
+#include "env/observer.h"
 #include "host/explore/scenarios.h"
 #include "host/standin/scheduler.h"
 #include "threadlib/readers_writer_lock.h"
@@ -183,6 +184,40 @@ void CredentialsReplacedWhileTwoCopyThem() {
     Expect(last.user.View() == "newer", "the new ones are in force");
 }
 
+/// Looks away in the middle of a notification.
+class SlowObserver : public Observer {
+public:
+    uint32_t Update(Observable*, void*) override {
+        is_told = true;
+        SchedulePoint();
+        is_told = false;
+        ++times;
+        return 1;
+    }
+
+    bool is_told = false;
+    int times = 0;
+};
+
+void AnObserverAttachedDuringANotification() {
+    Observable observed;
+    SlowObserver first, second;
+    {
+        const Undisturbed start;
+        observed.Attach(&first);
+    }
+    StartThread("notifier", [&] { observed.Notify(nullptr); });
+    bool under_way = false;
+    StartThread("attacher", [&] {
+        under_way = first.is_told;
+        Expect(observed.Attach(&second) == 1, "an observer is attached");
+        Expect(!under_way || first.times == 1, "one that comes during a notification waits for its end");
+    });
+    AwaitThreads();
+    Expect(first.times == 1, "who was there is told");
+    Expect(!under_way || second.times == 0, "who came too late is not");
+}
+
 }  // namespace
 
 const Scenarios& LockScenarios() {
@@ -193,6 +228,7 @@ const Scenarios& LockScenarios() {
         {"a row replaced by two, looked up by one", RowsThatAreReplaced},
         {"two cancels of a request that ends", CancelsOfARequestThatEnds},
         {"a cancel of a handle that is used again", ACancelOfAHandleThatIsUsedAgain},
+        {"an observer attached during a notification", AnObserverAttachedDuringANotification},
         {"credentials replaced while two copy them", CredentialsReplacedWhileTwoCopyThem},
     };
     return all;

@@ -56,6 +56,24 @@ void ASendDuringAnInitialisation() {
     Expect(request.Error() == 0, "what was taken gets its reply");
 }
 
+/// It changes nothing, and waits for the calls in progress all the same.
+void ARepeatedInitialisationDuringASend() {
+    Request request("Small");
+    RunningLibrary library;
+    // The send is answered after its worker has been made and resumed.
+    bool in_progress = false;
+    host::RunBefore("_beginthreadex", 1, [&] { in_progress = true; });
+    host::RunBefore("ResumeThread", 1, [&] { in_progress = false; });
+    StartThread("sender", [&] { Expect(request.Send(library) != 0, "a send is taken"); });
+    StartThread("initialiser", [&] {
+        const bool during = in_progress;
+        InitOnce(library, 1);
+        Expect(!during || !in_progress, "a repeated initialisation waits for the call in progress");
+    });
+    library.AwaitQuiet();
+    Expect(request.Error() == 0, "what was taken gets its reply");
+}
+
 /// Then nothing of it is left, and the next one starts from the beginning.
 void AFailingInitialisationAgainstCalls() {
     Request request("Small");
@@ -95,6 +113,7 @@ const Scenarios& StartScenarios() {
         {"two initialisations", TwoInitialisations},
         {"an initialisation against calls", AnInitialisationAgainstCalls},
         {"a send during an initialisation", ASendDuringAnInitialisation},
+        {"a repeated initialisation during a send", ARepeatedInitialisationDuringASend},
         {"a failing initialisation against calls", AFailingInitialisationAgainstCalls},
         {"a failing initialisation beside another, against a send", AFailingInitialisationBesideAnother},
     };

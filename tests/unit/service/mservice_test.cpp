@@ -47,6 +47,8 @@ public:
     /// The worker of the latest request, and what it was given.
     std::atomic<uint32_t> lastWorker{0}, lastClient{99}, lastCount{99};
     std::string notedName;
+    /// Given by every worker once all the above is set.
+    Semaphore begun{SemaphoreKind::kSignal};
     /// Given by a worker that is about to stand still for ever.
     Semaphore blocked{SemaphoreKind::kSignal};
     /// While set, the desk stops before each job that it adds, for as long as the test likes.
@@ -63,6 +65,7 @@ protected:
         lastCount = count;
         lastWorker = GetCurrentThreadId();
         ++running;
+        begun.Signal();
         if (count == 0) return 0;
         switch (arguments[0]) {
             case kEcho:
@@ -397,7 +400,7 @@ TEST_F(MServiceTest, TheStopOfAClientWhoseWorkerThrewAfterItsAnswerReturnsTheShu
 TEST_F(MServiceTest, AWorkerThatThrowsBeforeItsAnswerLeavesItsClientToTheStop) {
     service.Start();
     Client client(service, kThrow);
-    while (service.running == 0) Sleep(1);
+    service.begun.Wait();
     AwaitWorkersEnd();
     EXPECT_EQ(service.Stop(), 5u);
     EXPECT_EQ(client.Answer(), 0u);
@@ -413,7 +416,7 @@ TEST_F(MServiceTest, AWorkerUnderAReusedIdRunsItsOwnJob) {
 TEST_F(MServiceTest, AnUnknownRequestRunsTheDefaultWhichAnswersNothing) {
     service.Start();
     Client client(service, uint64_t{999});
-    while (service.running == 0) Sleep(1);
+    service.begun.Wait();
     AwaitWorkersEnd();
     EXPECT_EQ(test::StateOf(client.Id()), ThreadState::kReplyBlocked);
     EXPECT_EQ(service.Stop(), 5u);

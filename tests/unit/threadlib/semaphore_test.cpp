@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+
 #include "support/field_at.h"
 #include "support/lib_thread.h"
 #include "threadlib/readers_writer_lock.h"
@@ -50,13 +52,15 @@ TEST(SemaphoreTest, NothingWorksOnAClosedOne) {
     EXPECT_FALSE(lock.Signal());
 }
 
-/// A thread that enters one side of a lock, and leaves it when it is told to.
+/// A thread that enters one side of a lock, and leaves it when it is told to. Nothing can tell that a thread will go on
+/// waiting: that none enters too early is looked at when it does, and tried in every order by the native explorer.
 class Visitor {
 public:
     enum class Side { kShared, kExclusive };
 
-    Visitor(ReadersWriterLock& lock, Side side)
-        : thread_([this, &lock, side] {
+    /// It is early when it enters while `held` is set.
+    Visitor(ReadersWriterLock& lock, Side side, const std::atomic<bool>& held)
+        : held_(held), thread_([this, &lock, side] {
               arrived_.Signal();
               if (side == Side::kShared) {
                   const SharedScope scope(lock);
@@ -69,9 +73,9 @@ public:
         arrived_.Wait();
     }
 
-    bool IsIn() { return in_.Wait(); }
-    /// Nothing can tell that a thread will go on waiting: one that need not wait has ample time to enter.
-    bool StaysOut() { return !in_.WaitFor(100); }
+    /// Waits until it is in.
+    void AwaitIn() { in_.Wait(); }
+    bool WasEarly() const { return early_; }
     void Leave() {
         leave_.Signal();
         thread_.Join();
@@ -79,10 +83,13 @@ public:
 
 private:
     void Stay() {
+        early_ = held_;
         in_.Signal();
         leave_.Wait();
     }
 
+    const std::atomic<bool>& held_;
+    bool early_ = false;
     Semaphore arrived_{SemaphoreKind::kSignal}, in_{SemaphoreKind::kSignal}, leave_{SemaphoreKind::kSignal};
     test::OutsideThread thread_;
 };
@@ -91,9 +98,10 @@ using Side = Visitor::Side;
 
 TEST(ReadersWriterLockTest, ReadersAreInTogether) {
     ReadersWriterLock lock;
-    Visitor first(lock, Side::kShared), second(lock, Side::kShared);
-    EXPECT_TRUE(first.IsIn());
-    EXPECT_TRUE(second.IsIn());
+    const std::atomic<bool> held{false};
+    Visitor first(lock, Side::kShared, held), second(lock, Side::kShared, held);
+    first.AwaitIn();
+    second.AwaitIn();
     first.Leave();
     second.Leave();
 }
@@ -101,39 +109,46 @@ TEST(ReadersWriterLockTest, ReadersAreInTogether) {
 TEST(ReadersWriterLockTest, NoReaderGetsInBesideAWriter) {
     ReadersWriterLock lock;
     lock.EnterExclusive();
+    std::atomic<bool> held{true};
     // The second one, too, although the first one has then been counted.
-    Visitor first(lock, Side::kShared), second(lock, Side::kShared);
-    EXPECT_TRUE(first.StaysOut());
-    EXPECT_TRUE(second.StaysOut());
+    Visitor first(lock, Side::kShared, held), second(lock, Side::kShared, held);
+    held = false;
     lock.LeaveExclusive();
-    EXPECT_TRUE(first.IsIn());
-    EXPECT_TRUE(second.IsIn());
+    for (Visitor* reader : {&first, &second}) {
+        reader->AwaitIn();
+        EXPECT_FALSE(reader->WasEarly());
+    }
     first.Leave();
     second.Leave();
 }
 
 TEST(ReadersWriterLockTest, NoWriterGetsInBesideAReaderNotEvenBesideTheLastOfSeveral) {
     ReadersWriterLock lock;
-    Visitor first(lock, Side::kShared), second(lock, Side::kShared);
-    EXPECT_TRUE(first.IsIn());
-    EXPECT_TRUE(second.IsIn());
-    Visitor writer(lock, Side::kExclusive);
-    EXPECT_TRUE(writer.StaysOut());
+    std::atomic<bool> held{false};
+    Visitor first(lock, Side::kShared, held), second(lock, Side::kShared, held);
+    first.AwaitIn();
+    second.AwaitIn();
+    held = true;
+    Visitor writer(lock, Side::kExclusive, held);
     first.Leave();
-    EXPECT_TRUE(writer.StaysOut());
+    held = false;
     second.Leave();
-    EXPECT_TRUE(writer.IsIn());
+    writer.AwaitIn();
+    EXPECT_FALSE(writer.WasEarly());
     writer.Leave();
 }
 
 TEST(ReadersWriterLockTest, NoWriterGetsInBesideAnother) {
     ReadersWriterLock lock;
-    Visitor first(lock, Side::kExclusive);
-    EXPECT_TRUE(first.IsIn());
-    Visitor second(lock, Side::kExclusive);
-    EXPECT_TRUE(second.StaysOut());
+    std::atomic<bool> held{false};
+    Visitor first(lock, Side::kExclusive, held);
+    first.AwaitIn();
+    held = true;
+    Visitor second(lock, Side::kExclusive, held);
+    held = false;
     first.Leave();
-    EXPECT_TRUE(second.IsIn());
+    second.AwaitIn();
+    EXPECT_FALSE(second.WasEarly());
     second.Leave();
 }
 
