@@ -50,8 +50,7 @@ if(WIN32)
 endif()
 foreach(file IN ITEMS wpkConfig wpkXmlSources)
   configure_package_config_file(cmake/${file}.cmake.in ${CMAKE_BINARY_DIR}/installed/${file}.cmake
-    INSTALL_DESTINATION ${package_dir} PATH_VARS CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR wpk_sources
-    NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+    INSTALL_DESTINATION ${package_dir} PATH_VARS CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR wpk_sources)
 endforeach()
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/installed/wpkConfigVersion.cmake
                                  COMPATIBILITY SameMajorVersion ARCH_INDEPENDENT)
