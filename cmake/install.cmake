@@ -1,28 +1,35 @@
-# What `cmake --install` lays out: headers, the DLL with its import library and its list of exports, the XML library with
-# its sources (for compilers that cannot link this one's), a server and a client to try it with, licence and
-# documentation with the examples' sources, and the CMake package: find_package(wpk) gives wpk::wpk (Windows) and
-# wpk::xml; cmake/mingw-w64.cmake, which the package was built with, serves those who build on it.
+# What `cmake --install` lays out: headers, the DLL with its import libraries and its list of exports, the XML library with
+# its sources (for compilers that cannot link this one's), the programs to try it with, licence and documentation with the
+# examples' sources, a CMake package and files for pkg-config; cmake/mingw-w64.cmake, which the package was built with,
+# serves those who build on it. The component debug_symbols holds the DLL's debug symbols, and is installed when named.
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/wpk)
+set(wpk_sources ${CMAKE_INSTALL_DATADIR}/wpk)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/wpk DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS wpk_xml EXPORT wpkTargets)
+install(TARGETS wpk_xml EXPORT wpkXmlTargets)
 if(WIN32)
   install(TARGETS wpk EXPORT wpkTargets)
   install(FILES ${PROJECT_SOURCE_DIR}/src/wpk.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
   install(FILES ${PROJECT_SOURCE_DIR}/cmake/mingw-w64.cmake DESTINATION ${CMAKE_INSTALL_DATADIR}/wpk/cmake)
 endif()
-if(TARGET wpk_send)
-  install(TARGETS message_server wpk_send wpk_trace)
-  if(MINGW)
-    # As small as the DLL, and without the symbols' names of where they were built.
-    target_link_options(message_server PRIVATE $<$<CONFIG:Release>:-s>)
-    target_link_options(wpk_send PRIVATE $<$<CONFIG:Release>:-s>)
-    target_link_options(wpk_trace PRIVATE $<$<CONFIG:Release>:-s>)
-  endif()
+if(TARGET wpk_msvc_import_library)
+  install(FILES ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/wpk.lib DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/xml DESTINATION ${CMAKE_INSTALL_DATADIR}/wpk)
+if(MINGW)
+  install(FILES $<TARGET_FILE:wpk>.debug DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT debug_symbols EXCLUDE_FROM_ALL)
+endif()
+if(TARGET wpk_send)
+  foreach(program IN ITEMS message_server wpk_send wpk_trace desktop c_send)
+    install(TARGETS ${program})
+    if(MINGW)
+      # As small as the DLL, and without the symbols' names of where they were built.
+      target_link_options(${program} PRIVATE $<$<CONFIG:Release>:-s>)
+    endif()
+  endforeach()
+endif()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/xml DESTINATION ${wpk_sources})
 install(FILES LICENSE CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
@@ -34,8 +41,33 @@ file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/installed/README.md CONTENT "${readme}
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS README.md)
 install(FILES ${CMAKE_BINARY_DIR}/installed/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
-install(EXPORT wpkTargets NAMESPACE wpk:: DESTINATION ${package_dir})
-configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/wpkConfig.cmake.in ${CMAKE_BINARY_DIR}/wpkConfig.cmake
-                              INSTALL_DESTINATION ${package_dir})
-write_basic_package_version_file(${CMAKE_BINARY_DIR}/wpkConfigVersion.cmake COMPATIBILITY SameMajorVersion)
-install(FILES ${CMAKE_BINARY_DIR}/wpkConfig.cmake ${CMAKE_BINARY_DIR}/wpkConfigVersion.cmake DESTINATION ${package_dir})
+# The CMake package. wpkConfig.cmake decides what serves the project that asks.
+include(cmake/wpkProcessor.cmake)
+set(wpk_built_for "${CMAKE_SYSTEM_NAME} ${wpk_processor} ${CMAKE_CXX_COMPILER_ID}")
+install(EXPORT wpkXmlTargets NAMESPACE wpk:: DESTINATION ${package_dir})
+if(WIN32)
+  install(EXPORT wpkTargets NAMESPACE wpk:: DESTINATION ${package_dir})
+endif()
+foreach(file IN ITEMS wpkConfig wpkXmlSources)
+  configure_package_config_file(cmake/${file}.cmake.in ${CMAKE_BINARY_DIR}/installed/${file}.cmake
+    INSTALL_DESTINATION ${package_dir} PATH_VARS CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR wpk_sources)
+endforeach()
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/installed/wpkConfigVersion.cmake
+                                 COMPATIBILITY SameMajorVersion ARCH_INDEPENDENT)
+install(FILES ${CMAKE_BINARY_DIR}/installed/wpkConfig.cmake ${CMAKE_BINARY_DIR}/installed/wpkXmlSources.cmake
+              ${CMAKE_BINARY_DIR}/installed/wpkConfigVersion.cmake cmake/wpkProcessor.cmake DESTINATION ${package_dir})
+
+# The files for pkg-config. With -static, the linker looks for a -lwpk among static libraries alone.
+file(RELATIVE_PATH prefix_from_pkgconfig /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+set(wpk_link_word -lwpk)
+if(MINGW)
+  set(wpk_link_word -l:libwpk.dll.a)
+endif()
+set(pkgconfig_files wpk-xml)
+if(WIN32)
+  list(APPEND pkgconfig_files wpk)
+endif()
+foreach(file IN LISTS pkgconfig_files)
+  configure_file(cmake/${file}.pc.in installed/${file}.pc @ONLY)
+  install(FILES ${CMAKE_BINARY_DIR}/installed/${file}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Makes the archive that a release consists of: build/package/wpk-VERSION-win64.zip, with everything that
-# `cmake --install` lays out and the checksums of it in SHA256SUMS. The same sources give the same bytes.
+# Makes the archives that a release consists of: build/package/wpk-VERSION-win64.zip, with everything that
+# `cmake --install` lays out and the checksums of it in SHA256SUMS, and wpk-VERSION-win64-debug.zip, with the DLL's debug
+# symbols. The same sources give the same bytes.
 # Usage: scripts/package.sh [BUILD_FOLDER]    (a configured `windows` build; default: one of its own is made)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -17,7 +18,7 @@ if [ $# -gt 1 ] || [[ ${1:-} == -* ]]; then
     echo "usage: scripts/package.sh [BUILD_FOLDER]" >&2
     exit 2
 fi
-for tool in cmake ninja x86_64-w64-mingw32-g++-posix zip; do
+for tool in cmake ninja x86_64-w64-mingw32-g++-posix llvm-dlltool zip; do
     command -v "$tool" >/dev/null || give_up "$tool is missing; scripts/setup.sh installs it."
 done
 
@@ -52,18 +53,28 @@ if [ $# -eq 0 ]; then
 else
     refuse_other_builds "$1"
 fi
-logged cmake --build "$build" --target wpk wpk_xml message_server wpk_send wpk_trace
+logged cmake --build "$build" --target wpk wpk_msvc_import_library wpk_xml message_server wpk_send wpk_trace desktop c_send
 
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 name=wpk-$version-win64
-archive=$root/build/package/$name.zip
 contents=$(mktemp -d "$root/build/package/contents.XXXXXX")
 trap 'rm -rf "$contents"' EXIT
-logged cmake --install "$build" --prefix "$contents/$name"
-(cd "$contents/$name" && find . -type f ! -name SHA256SUMS -printf '%P\n' | LC_ALL=C sort | xargs -d '\n' sha256sum >SHA256SUMS)
 
-# An archive remembers times, owners and the order of its members: all of them are pinned.
-find "$contents/$name" -exec touch -d '1980-01-01 00:00:00' {} +
-rm -f "$archive"
-(cd "$contents" && find "$name" -type f | LC_ALL=C sort | zip -q -X -D -9 "$archive" -@)
-(cd "${archive%/*}" && sha256sum "$name.zip" | tee "$name.zip.sha256")
+# pack FOLDER ARCHIVE: FOLDER with the name of the release, as build/package/ARCHIVE. An archive remembers times, owners
+# and the order of its members: all of them are pinned.
+pack() {
+    local archive=$root/build/package/$2
+    find "$1/$name" -exec touch -d '1980-01-01 00:00:00' {} +
+    rm -f "$archive"
+    (cd "$1" && find "$name" -type f | LC_ALL=C sort | zip -q -X -D -9 "$archive" -@)
+    (cd "${archive%/*}" && sha256sum "$2" | tee "$2.sha256")
+}
+
+release=$contents/release symbols=$contents/symbols
+logged cmake --install "$build" --prefix "$release/$name"
+(cd "$release/$name" && find . -type f ! -name SHA256SUMS -printf '%P\n' | LC_ALL=C sort | xargs -d '\n' sha256sum >SHA256SUMS)
+pack "$release" "$name.zip"
+
+# Unpacked in the same place, the symbols come to stand beside the DLL, where debuggers look for them.
+logged cmake --install "$build" --prefix "$symbols/$name" --component debug_symbols
+pack "$symbols" "$name-debug.zip"

@@ -17,7 +17,7 @@ everything=(
     clang libclang-rt-14-dev clang-format clang-tidy gcovr python3
     libpugixml-dev librapidxml-dev libtinyxml2-dev libxml2-dev libexpat1-dev iso-codes shared-mime-info xkb-data
     tinyproxy-bin "${servers[@]}" util-linux
-    llvm zip unzip doxygen
+    llvm lld g++-mingw-w64-x86-64-win32 pkg-config mono-mcs mono-runtime zip unzip doxygen
 )
 case "$#,${1:-}" in
     0,) packages+=("${everything[@]}") ;;

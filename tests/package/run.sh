@@ -12,9 +12,16 @@ rm -rf "$work" && mkdir -p "$user"
 . "$root/tests/package/check.sh"
 
 archives_are_equal() {
-    rm -rf "$root/build/package"
-    "$root/scripts/package.sh" "$build" && mv "$root"/build/package/wpk-*.zip "$user/" &&
-        (umask 077 && "$root/scripts/package.sh") && cmp "$user"/wpk-*.zip "$root"/build/package/wpk-*.zip
+    local made=$root/build/package archive archives
+    rm -rf "$made"
+    "$root/scripts/package.sh" "$build" && mkdir "$work/first" && mv "$made"/wpk-*.zip "$work/first/" &&
+        (umask 077 && "$root/scripts/package.sh") || return
+    archives=("$made"/wpk-*.zip)
+    [ ${#archives[@]} -eq 2 ] || { echo "There should be two: ${archives[*]}" && return 1; }
+    for archive in "${archives[@]}"; do
+        cmp "$work/first/${archive##*/}" "$archive" || return
+    done
+    cp "$made"/wpk-*-win64.zip "$user/"
 }
 
 # The page's commands are given as they stand there.
@@ -27,8 +34,9 @@ unpacks_with_right_checksums() {
 
 holds() {
     local file
-    for file in bin/wpk.dll bin/message_server.exe bin/wpk_send.exe include/wpk/wpk.h include/wpk/client.h \
-        include/wpk/xml.h lib/libwpk.dll.a lib/libwpk_xml.a lib/wpk.def lib/cmake/wpk/wpkConfig.cmake \
+    for file in bin/wpk.dll bin/{message_server,wpk_send,wpk_trace,desktop,c_send}.exe include/wpk/wpk.h \
+        include/wpk/client.h include/wpk/xml.h lib/libwpk.dll.a lib/wpk.lib lib/libwpk_xml.a lib/wpk.def \
+        lib/cmake/wpk/wpkConfig.cmake lib/pkgconfig/wpk.pc lib/pkgconfig/wpk-xml.pc \
         share/doc/wpk/LICENSE share/wpk/xml/parser.cpp share/wpk/cmake/mingw-w64.cmake; do
         [ -s "$taken/$file" ] || { echo "$file is missing" && return 1; }
     done
@@ -47,16 +55,28 @@ holds_what_the_page_lists() {
 
 needs_only_windows() {
     local file
-    for file in wpk.dll message_server.exe wpk_send.exe; do
-        x86_64-w64-mingw32-objdump -p "$taken/bin/$file" | sed -n 's/^\s*DLL Name: //p' >"$work/imports"
+    for file in "$taken"/bin/*; do
+        x86_64-w64-mingw32-objdump -p "$file" | sed -n 's/^\s*DLL Name: //p' >"$work/imports"
         [ -s "$work/imports" ] || { echo "$file imports nothing?" && return 1; }
-        ! grep -viE '^(kernel32|user32|advapi32|msvcrt|ws2_32|rasapi32|wpk)\.dll$' "$work/imports" ||
+        ! grep -viE '^(kernel32|user32|gdi32|comctl32|advapi32|msvcrt|ws2_32|rasapi32|wpk)\.dll$' "$work/imports" ||
             { echo "$file needs these as well" && return 1; }
     done
 }
 
-makes_import_library() {
-    llvm-dlltool -m i386:x86-64 -d "$taken/lib/wpk.def" -l "$work/wpk.lib"
+# Whoever adds the symbols to what has been shipped sees where an address comes from.
+symbols_lead_to_the_source() {
+    local address place
+    mkdir "$work/symbols" && cd "$work/symbols" && unzip -q "$work"/first/wpk-*-debug.zip &&
+        cp "$taken/bin/wpk.dll" wpk-*/bin/ && cd wpk-*/bin || return
+    address=$(x86_64-w64-mingw32-nm wpk.dll.debug | sed -n 's/ T WPK_Send$//p')
+    place=$(x86_64-w64-mingw32-addr2line -e wpk.dll "0x$address")
+    [[ $place == *"src/wpk.cpp:"* && -n $address ]] || { echo "$address leads to $place" && return 1; }
+    rm wpk.dll.debug && [[ $(x86_64-w64-mingw32-addr2line -e wpk.dll "0x$address") == '??'* ]] ||
+        { echo "wpk.dll holds symbols itself" && return 1; }
+}
+
+remakes_import_library() {
+    llvm-dlltool -m i386:x86-64 -d "$taken/lib/wpk.def" -l "$work/wpk.lib" && cmp "$taken/lib/wpk.lib" "$work/wpk.lib"
 }
 
 page_program_builds() {
@@ -78,12 +98,19 @@ examples_build() {
     does examples.sh && [ -s "$user/examples/bin/wpk.dll" ] && [ -s "$user/examples/bin/desktop.exe" ]
 }
 
+# With nothing but what the README says, and wpk.dll beside it.
 consumer_builds() {
     cp "$readme/program.inc" "$work/program.cpp" &&
-        cmake -S "$root/tests/package/consumer" -B "$work/consumer" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+        cmake -S "$root/tests/package/consumer" -B "$work/consumer" -G Ninja \
             -DCMAKE_TOOLCHAIN_FILE="$taken/share/wpk/cmake/mingw-w64.cmake" -DCMAKE_PREFIX_PATH="$taken" \
-            -DCONSUMER_SOURCE="$work/program.cpp" -DCONSUMER_IMPORT_LIBRARY="$work/wpk.lib" &&
+            -DCONSUMER_SOURCE="$work/program.cpp" -DCONSUMER_LINES="$readme/lines.cmake" &&
         cmake --build "$work/consumer" && cp "$taken/bin/wpk.dll" "$work/consumer/"
+}
+
+# The lines for those who do without CMake, as they stand.
+plain_commands_build() {
+    cp "$page/program.inc" "$user/hello.cpp" && cp "$taken/share/doc/wpk/examples/c/send.c" "$user/" &&
+        does compile.sh && [ -s "$user/wpk.dll" ]
 }
 
 # runs PROGRAM EXPECTED [ARGUMENT ...]
@@ -97,7 +124,8 @@ check "Archive_HoldsWhatAnApplicationNeeds" holds
 check "Archive_HoldsWhatThePageLists" holds_what_the_page_lists
 check "Programs_NeedNothingButWindows" needs_only_windows
 check "Pages_LeadToFilesAndHeadingsOfTheArchive" "$root/tests/package/links.py" "$taken"
-check "DefinitionFile_GivesAnImportLibraryByOtherTools" makes_import_library
+check "DebugSymbols_LeadFromTheShippedDllToItsSources" symbols_lead_to_the_source
+check "DefinitionFile_GivesTheImportLibraryOfTheArchive" remakes_import_library
 check "PageProgram_BuildsAsThePageSays" page_program_builds
 check "PageCommands_RunWhatIsThere" run_commands_name_files
 check "PageProgram_PrintsWhatThePageSays" runs "$user/hello/build/hello.exe" "$page/program.txt"
@@ -105,10 +133,9 @@ check "ClientOfTheArchive_AsksItsServer" runs "$taken/bin/wpk_send.exe" "$page/p
 check "Examples_BuildFromTheArchiveAsThePageSays" examples_build
 check "ExampleInC_BuiltFromTheArchive_ExchangesAMessage" \
     runs "$user/examples/bin/c_send.exe" "$page/program.txt" 127.0.0.1 PORT Echo hello
-check "SeparateProject_BuildsFromTheArchive" consumer_builds
-check "SeparateProject_ExchangesAMessage" runs "$work/consumer/consumer.exe" "$readme/program.txt"
-check "SeparateProject_ExchangesAMessageByTheOtherImportLibrary" \
-    runs "$work/consumer/consumer_of_lib.exe" "$readme/program.txt"
-check "SeparateProject_ExchangesAMessageWithTheXmlSources" \
-    runs "$work/consumer/consumer_of_sources.exe" "$readme/program.txt"
+check "PlainCommands_BuildAsThePageSays" plain_commands_build
+check "PlainProgram_PrintsWhatThePageSays" runs "$user/hello.exe" "$page/program.txt"
+check "PlainProgramInC_ExchangesAMessage" runs "$user/send.exe" "$page/program.txt" 127.0.0.1 PORT Echo hello
+check "ReadmesLines_BuildItsProgram" consumer_builds
+check "ReadmesLines_GiveAProgramThatRunsAsItIs" runs "$work/consumer/app.exe" "$readme/program.txt"
 check_done

@@ -195,6 +195,7 @@ server_does_not_start() {
 play_build_tools() {
     play ninja ''
     play zip ''
+    play llvm-dlltool ''
     play x86_64-w64-mingw32-g++-posix ''
 }
 
