@@ -21,7 +21,7 @@ ALLOWED = {
     "src/library": ["threadlib", "transport", "service", "env", "wpk/wpk.h"],
     "src/xml": ["wpk/xml", "wpk/xml.h"],
 }
-INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
+INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"\s]+)"', re.MULTILINE)
 
 
 def name_of(folder):
