@@ -6,9 +6,10 @@
 #define SIZE(name, bytes) printf("%s has %u bytes\n", name, (unsigned)(bytes))
 #define FIELD(record, name) printf(#record ".%s %u\n", #name, (unsigned)offsetof(record, name))
 /* What follows the head of a notification. */
-#define BODY(name, member, field) printf(name "." #field " %u\n", (unsigned)offsetof(WPK_CALLBACKSTRUCT, body.member.field))
+#define BODY(name, member, field) \
+    printf(name "." #field " %u\n", (unsigned)offsetof(WPK_CALLBACKSTRUCT, body.member.field))
 /* The size of a notification of one reason alone: up to the end of its member, in words of eight bytes. */
-#define BODY_SIZE(member)                                                                                            \
+#define BODY_SIZE(member) \
     ((offsetof(WPK_CALLBACKSTRUCT, body) + sizeof(((WPK_CALLBACKSTRUCT*)0)->body.member) + 7) / 8 * 8)
 
 static void Member(const char* name, size_t bytes) {

@@ -1,9 +1,7 @@
-/* Stands in for wpk.dll where C# runs, which is here and not under Wine: a shared library of this machine with the three
- * functions, for the example's messages alone. Each request is a thread, which answers when it is told to:
- *   Echo     the message, after progress
- *   Fail     the error that the message says
- *   Sleep    nothing, until it is cancelled
- *   Refused  no request */
+/* Stands in for wpk.dll where C# runs, which is here and not under Wine: a shared library of this machine with the
+ * three functions, for the example's messages alone. Each request is a thread. To the service Echo it answers with the
+ * message, after progress; to Fail with the error that the message says; to Sleep when it is cancelled. Refused takes
+ * none. */
 #include <pthread.h>
 #include <stdlib.h>
 #include <string.h>
