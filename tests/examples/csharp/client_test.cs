@@ -50,13 +50,13 @@ static class ClientTest
         throw new Exception("no " + typeof(T).Name);
     }
 
-    // Not every collector takes a delegate at the first chance, so a crash is not what tells.
+    // Some compilers keep delegates in fields of their own, so a crash is not what tells.
     static void DelegatesAreHeldByStaticFields()
     {
         foreach (var owner in new[] { typeof(Client), typeof(Request) })
         {
             var held = owner.GetFields(BindingFlags.Static | BindingFlags.NonPublic)
-                .Where(field => field.FieldType == typeof(Callback)).ToArray();
+                .Where(field => field.FieldType == typeof(Callback) && !field.Name.StartsWith("<")).ToArray();
             Expect(held.Length == 1 && held[0].IsInitOnly && held[0].GetValue(null) != null, owner.Name);
         }
     }
