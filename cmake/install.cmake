@@ -30,16 +30,19 @@ if(TARGET wpk_send)
   endforeach()
 endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/xml DESTINATION ${wpk_sources})
-install(FILES LICENSE CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES LICENSE README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
-# The pages stand to each other as in the repository; only the headers are elsewhere.
-file(READ README.md readme)
+# The pages stand to each other as in the repository; those for whoever develops the library are left out.
+set(left_out CONTRIBUTING.md architecture.md performance.md testing.md)
+foreach(name IN LISTS left_out ITEMS Doxyfile)
+  list(APPEND excludes PATTERN ${name} EXCLUDE)
+endforeach()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} ${excludes})
 file(RELATIVE_PATH headers /${CMAKE_INSTALL_DOCDIR} /${CMAKE_INSTALL_INCLUDEDIR})
-string(REPLACE "](include/" "](${headers}/" readme "${readme}")
-file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/installed/README.md CONTENT "${readme}" @ONLY)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS README.md)
-install(FILES ${CMAKE_BINARY_DIR}/installed/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(CODE "set(FOLDER \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DOCDIR}\")
+              set(LEFT_OUT ${left_out})
+              set(HEADERS ${headers})")
+install(SCRIPT cmake/installed_pages.cmake)
 
 # The CMake package. wpkConfig.cmake decides what serves the project that asks.
 include(cmake/wpkProcessor.cmake)

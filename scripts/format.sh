@@ -4,4 +4,5 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 mode=(-i)
 [ "${1:-}" != --check ] || mode=(--dry-run --Werror)
-git ls-files -z -- '*.c' '*.h' '*.cpp' | xargs -0 -r clang-format "${mode[@]}"
+# A source archive has no list of files but its folders.
+find . -path ./build -prune -o -type f \( -name '*.c' -o -name '*.h' -o -name '*.cpp' \) -print0 | xargs -0 -r clang-format "${mode[@]}"

@@ -24,6 +24,6 @@ check() {
 has_passed() { [ "$(cat "$passed/${1//\//_}" 2>/dev/null)" = "$(fingerprint "$1")" ]; }
 export -f fingerprint check
 
-git ls-files -- 'src/*.cpp' | while read -r file; do
+find src -name '*.cpp' | LC_ALL=C sort | while read -r file; do
     [ "${1:-}" = --changed ] && has_passed "$file" || echo "$file"
 done | xargs -r -P 2 -n 1 bash -c 'check "$0"'

@@ -123,7 +123,7 @@ check "Archive_UnpacksAsThePageSaysWithChecksumsOfEveryFile" unpacks_with_right_
 check "Archive_HoldsWhatAnApplicationNeeds" holds
 check "Archive_HoldsWhatThePageLists" holds_what_the_page_lists
 check "Programs_NeedNothingButWindows" needs_only_windows
-check "Pages_LeadToFilesAndHeadingsOfTheArchive" "$root/tests/package/links.py" "$taken"
+check "Pages_SpeakOfNothingThatIsNotInTheArchive" "$root/tests/package/links.py" "$taken" "$root"
 check "DebugSymbols_LeadFromTheShippedDllToItsSources" symbols_lead_to_the_source
 check "DefinitionFile_GivesTheImportLibraryOfTheArchive" remakes_import_library
 check "PageProgram_BuildsAsThePageSays" page_program_builds

@@ -235,6 +235,44 @@ package_from_other_builds() {
         refuses_build WPK_SANITIZE:STRING=address "not a build of the preset 'windows'"
 }
 
+# A tree without git, as a source archive is: git is no command there. begin_with_source TEXT
+begin_with_source() {
+    local name
+    begin
+    for name in clang-format find xargs awk nproc; do
+        ln -s "$(command -v "$name")" "$commands/$name"
+    done
+    play dpkg-query 'echo "install ok installed"'
+    cp "$root/.clang-format" "$copy/"
+    mkdir -p "$copy/src" "$copy/build"
+    echo "$1" >"$copy/src/one.cpp"
+    echo 'int   generated;' >"$copy/build/generated.cpp"
+}
+
+layout_without_git() {
+    begin_with_source 'int   one;'
+    run format.sh --check && ends_with 123 && says 'src/one.cpp:1:4' && ! says generated || return
+    run format.sh && ends_with 0 && [ "$(cat "$copy/src/one.cpp")" = 'int one;' ] && run format.sh --check && ends_with 0
+}
+
+tests_without_git() {
+    begin_with_source 'int one;'
+    play cmake 'exit 1'
+    run test.sh host && says 'The build of host has failed' && [ "$(tail -n 1 <<<"$said")" = '0 passed, 1 failed' ] || return
+    begin_with_source 'int   one;'
+    play cmake 'exit 1'
+    run test.sh host && says 'not laid out' && [ "$(tail -n 1 <<<"$said")" = '0 passed, 2 failed' ]
+}
+
+tidy_without_git() {
+    begin_with_source 'int one;'
+    ln -s "$(command -v g++)" "$commands/"
+    ln -s "$(command -v sha256sum)" "$commands/"
+    play cmake ''
+    play clang-tidy 'echo "looks at $*"'
+    run tidy.sh && ends_with 0 && says 'src/one.cpp'
+}
+
 node_without_npm() {
     begin
     run node.sh && ends_with 1 && says 'npm is missing'
@@ -268,6 +306,9 @@ check "Demo_ServerDoesNotStart_ShowsItsWords" server_does_not_start
 check "Package_ToolMissing_NamesIt" package_without_tools
 check "Package_DoesNotCompile_ShowsTheCompilersWords" package_does_not_compile
 check "Package_BuildOfAnotherKind_IsRefused" package_from_other_builds
+check "Layout_TreeWithoutGit_IsCheckedAndMended" layout_without_git
+check "Tests_TreeWithoutGit_CheckTheLayoutOfIt" tests_without_git
+check "Tidy_TreeWithoutGit_LooksAtItsSources" tidy_without_git
 check "Node_WithoutNpm_SaysSo" node_without_npm
 check "Node_RegistryOutOfReach_ShowsNpmsWordsAndLeavesNothing" node_without_registry
 check_done

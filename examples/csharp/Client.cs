@@ -1,0 +1,180 @@
+// Messages as tasks: what the library calls back into is kept from the garbage collector for as long as it may be called.
+// SPDX-License-Identifier: MIT
+using System;
+using System.Runtime.InteropServices;
+using System.Threading;
+using System.Threading.Tasks;
+
+namespace Wpk
+{
+    /// <summary>A request that failed; Code is a WPK_ERROR, or 0 where none was started.</summary>
+    public sealed class WpkException : Exception
+    {
+        static readonly string[] Texts = {
+            "The library could not take the request: the system is short of threads or memory.",
+            "The request is unusable: the server or the proxy is not named.",
+            "There is no network connection.",
+            "The server (or the proxy) could not be reached.",
+            "The request was cancelled.",
+            "The server speaks another version of the protocol, or is no server of this kind.",
+            "The server has no service of that name.",
+            "The exchange with the server broke, or the server refused the message.",
+            "The proxy wants a user name and a password, and got none that it accepts."
+        };
+
+        public int Code { get; }
+
+        public WpkException(int code)
+            : base(code <= 0 && -code < Texts.Length ? Texts[-code] : "The request failed for an unknown reason.")
+        {
+            Code = code;
+        }
+    }
+
+    /// <summary>The library; any thread may use it.</summary>
+    public static class Client
+    {
+        static readonly Callback IgnoreStates = notification => { };
+
+        /// <summary>Starts the library, once in a process.</summary>
+        public static void Initialise()
+        {
+            var settings = new WPK_INITSTRUCT
+            {
+                nConnectionType = ConnectionType.Permanent,
+                lpfnCallback = Marshal.GetFunctionPointerForDelegate(IgnoreStates)
+            };
+            if (Library.WPK_Init(ref settings) == 0) throw new WpkException(0);
+        }
+
+        /// <summary>Sends a message; the task ends with the reply, with a WpkException, or as cancelled.</summary>
+        public static async Task<byte[]> SendAsync(string server, int port, string service, byte[] message,
+                                                   CancellationToken cancellation = default(CancellationToken))
+        {
+            cancellation.ThrowIfCancellationRequested();
+            var request = new Request(server, port, service, message, cancellation);
+            request.Start();
+            using (cancellation.Register(request.Cancel))
+                return await request.Outcome.ConfigureAwait(false);
+        }
+    }
+
+    /// <summary>One request, from its start to its final notification.</summary>
+    sealed class Request
+    {
+        // The library holds the address of this delegate's code. A static field keeps it for ever; one that is made for a
+        // call, and named nowhere else, is collected while the library still calls it.
+        static readonly Callback Notify = OnNotification;
+        static readonly IntPtr NotifyAddress = Marshal.GetFunctionPointerForDelegate(Notify);
+
+        // Continuations would keep the library's thread, and so the request.
+        readonly TaskCompletionSource<byte[]> outcome =
+            new TaskCompletionSource<byte[]>(TaskCreationOptions.RunContinuationsAsynchronously);
+        readonly CancellationToken cancellation;
+        readonly object gate = new object();
+        // Memory that no collector moves: the library reads it until the final notification.
+        readonly IntPtr record, server, service, data;
+        // Keeps this object as long as the library knows it by its number.
+        GCHandle self;
+        uint handle;
+        bool ended;
+
+        public Task<byte[]> Outcome => outcome.Task;
+
+        public Request(string server, int port, string service, byte[] message, CancellationToken cancellation)
+        {
+            this.cancellation = cancellation;
+            this.server = Marshal.StringToHGlobalAnsi(server);
+            this.service = Marshal.StringToHGlobalAnsi(service);
+            data = Marshal.AllocHGlobal(message.Length);
+            Marshal.Copy(message, 0, data, message.Length);
+            record = Marshal.AllocHGlobal(Marshal.SizeOf(typeof(WPK_SENDSTRUCT)));
+            self = GCHandle.Alloc(this);
+            Marshal.StructureToPtr(new WPK_SENDSTRUCT
+            {
+                nPort = checked((uint)port),
+                lpszServer = this.server,
+                lpszServiceName = this.service,
+                lpfnCallback = NotifyAddress,
+                lpUserData = GCHandle.ToIntPtr(self),
+                lpData = data,
+                dwDataLength = (uint)message.Length
+            }, record, fDeleteOld: false);
+        }
+
+        public void Start()
+        {
+            // The final notification may come before the call has returned; it does not need the handle.
+            handle = Library.WPK_Send(record);
+            if (handle != 0) return;
+            Free();
+            throw new WpkException(0);
+        }
+
+        /// <summary>A handle is the id of the request's thread, which the system gives to another one once that has
+        /// ended, and the library looks it up after the call. So the thread is kept from ending before the call, by the
+        /// lock, and its id from being given out again until some seconds after it, by an open handle.</summary>
+        public void Cancel()
+        {
+            lock (gate)
+            {
+                if (ended) return;
+                var thread = ThreadHandle.Open(handle);
+                Library.WPK_Cancel(handle);
+                Task.Delay(TimeSpan.FromSeconds(10)).ContinueWith(_ => thread.Dispose());
+            }
+        }
+
+        static void OnNotification(IntPtr notification)
+        {
+            // No exception may leave a callback.
+            try
+            {
+                var head = (Head)Marshal.PtrToStructure(notification, typeof(Head));
+                if (head.nReason != Reason.Reply && head.nReason != Reason.Failure) return;
+                var request = (Request)GCHandle.FromIntPtr(head.lpUserData).Target;
+                lock (request.gate) request.ended = true;
+                request.Free();
+                request.End(head.nReason, notification);
+            }
+            catch (Exception problem)
+            {
+                Console.Error.WriteLine(problem);
+            }
+        }
+
+        void End(Reason reason, IntPtr notification)
+        {
+            try
+            {
+                if (reason == Reason.Reply)
+                {
+                    outcome.SetResult(BytesOf((Reply)Marshal.PtrToStructure(notification, typeof(Reply))));
+                    return;
+                }
+                var failure = (Failure)Marshal.PtrToStructure(notification, typeof(Failure));
+                if (failure.nError == -4 && cancellation.IsCancellationRequested) outcome.SetCanceled();
+                else outcome.SetException(new WpkException(failure.nError));
+            }
+            catch (OutOfMemoryException problem)
+            {
+                outcome.SetException(problem);
+            }
+        }
+
+        // They are there only during the call.
+        static byte[] BytesOf(Reply reply)
+        {
+            var bytes = new byte[checked((int)reply.dwDataLength)];
+            if (bytes.Length > 0) Marshal.Copy(reply.lpData, bytes, 0, bytes.Length);
+            return bytes;
+        }
+
+        // Once the final notification has begun, the library does not look at them any more.
+        void Free()
+        {
+            self.Free();
+            foreach (var memory in new[] { record, data, service, server }) Marshal.FreeHGlobal(memory);
+        }
+    }
+}
