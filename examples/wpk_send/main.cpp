@@ -7,11 +7,14 @@
 #include <string>
 #include <utility>
 
+#include "common/line.h"
+#include "common/usage.h"
 #include "files.h"
 #include "interrupt.h"
 #include "options.h"
 #include "outcome.h"
 #include "request.h"
+#include "terminal.h"
 #include "watch.h"
 
 namespace wpk_send {
@@ -30,13 +33,22 @@ bool Initialise(const Options& options) {
     return WPK_Init(&settings) != 0;
 }
 
+std::string TakeMessage(const Options& options) {
+    if (options.message) return *options.message;
+    const bool typed = options.input_file.empty() && StandardInputIsTerminal();
+    if (typed && !options.quiet) common::WriteLine(stderr, "Type the message; Ctrl-Z and Enter on a new line end it.");
+    return ReadAll(options.input_file);
+}
+
 int Run(const Options& options) {
     std::string message;
-    if (!options.watch) message = options.message ? *options.message : ReadAll(options.input_file);
+    if (!options.watch) message = TakeMessage(options);
     // From here on Ctrl-C ends the program in order; while it still reads its message, at once.
     InterruptEvent();
+    // Before the library can say anything.
+    if (options.watch && !options.quiet) common::WriteLine(stderr, "Watching the network; Ctrl-C ends it.");
     if (!Initialise(options)) {
-        if (!options.quiet) std::fprintf(stderr, "%s\n", kNotInitialisedText);
+        if (!options.quiet) common::WriteLine(stderr, kNotInitialisedText);
         return kNotInitialised;
     }
     if (options.watch) return Watch(options);
@@ -44,7 +56,7 @@ int Run(const Options& options) {
 }
 
 int RunOrExplain(const Options& options) try { return Run(options); } catch (const std::exception& error) {
-    if (!options.quiet) std::fprintf(stderr, "wpk_send: %s\n", error.what());
+    if (!options.quiet) common::WriteLine(stderr, std::string("wpk_send: ") + error.what());
     return kFileTrouble;
 }
 
@@ -57,8 +69,7 @@ int main(int argc, char** argv) {
         // The library's threads use the options until the program ends, so they are never destroyed.
         static const Options& options = *new Options(ParseOptions(argc, argv));
         return RunOrExplain(options);
-    } catch (const Usage& usage) {
-        std::fputs(usage.what(), usage.AskedFor() ? stdout : stderr);
-        return usage.AskedFor() ? kReplied : kWrongUsage;
+    } catch (const common::Usage& usage) {
+        return common::Explain(usage);
     }
 }

@@ -80,11 +80,19 @@ std::optional<std::string> ReadLine(HANDLE input, HANDLE output, Echo echo, HAND
     return std::nullopt;
 }
 
+bool IsTerminal(DWORD stream) {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(stream), &mode) != FALSE;
+}
+
 }  // namespace
 
+bool StandardInputIsTerminal() {
+    return IsTerminal(STD_INPUT_HANDLE);
+}
+
 bool StandardErrorIsTerminal() {
-    DWORD mode = 0;
-    return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != FALSE;
+    return IsTerminal(STD_ERROR_HANDLE);
 }
 
 std::optional<std::string> AskOnTerminal(const std::string& question, Echo echo, WaitHandle give_up) {

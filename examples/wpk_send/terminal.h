@@ -9,6 +9,9 @@
 
 namespace wpk_send {
 
+/// Whether what is read from standard input is typed on a terminal.
+bool StandardInputIsTerminal();
+
 /// Whether what is written to standard error is seen on a terminal.
 bool StandardErrorIsTerminal();
 
