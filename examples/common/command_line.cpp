@@ -95,7 +95,8 @@ CLI::Validator ConnectionType() {
     return CLI::Validator(
         [](std::string& text) {
             constexpr const char* kNames[] = {"never", "dial-up", "permanent", "automatic"};
-            static_assert(WPK_CONNECTION_DIAL_UP == 1 && WPK_CONNECTION_AUTOMATIC == 3, "the names stand in their order");
+            static_assert(WPK_CONNECTION_DIAL_UP == 1 && WPK_CONNECTION_AUTOMATIC == 3,
+                          "the names stand in their order");
             for (int type = WPK_CONNECTION_NEVER; type <= WPK_CONNECTION_AUTOMATIC; ++type) {
                 const std::string number = std::to_string(type);
                 if (CLI::detail::to_lower(text) != kNames[type] && text != number) continue;

@@ -19,9 +19,11 @@ public:
     /// @param name of the program.
     CommandLine(const std::string& description, const std::string& name);
 
-    /// Reads it all; `check` then looks for what does not go together, and throws a CLI::ParseError where it finds some.
+    /// Reads it all; `check` then looks for what does not go together, and throws a CLI::ParseError where it finds
+    /// some.
     /// @throws Usage
-    void Read(int argc, const char* const* argv, const std::function<void()>& check = [] {});
+    void Read(
+        int argc, const char* const* argv, const std::function<void()>& check = [] {});
 };
 
 /// For CLI::Option::transform: a whole number of that range and nothing else, written with decimal digits.

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <utility>
 
+#include "common/line.h"
 #include "common/words.h"
 #include "log_line.h"
 #include "reply.h"
@@ -190,8 +191,7 @@ void ServeConnection(common::Socket client, const Limits& limits, bool log) noex
         ServeAndNote(std::move(client), limits, line);
         if (!log) return;
         const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - began);
-        const std::string text = Written(line, LocalTime(), taken);
-        std::fwrite(text.data(), 1, text.size(), stderr);  // In one piece: others write their lines meanwhile.
+        common::WriteLine(stderr, Written(line, LocalTime(), taken));
     } catch (const std::exception&) {
         return;  // No memory for words.
     }

@@ -23,10 +23,10 @@ std::string Service(const std::string& name) {
 
 std::string Written(const LogLine& line, const std::string& time, std::chrono::milliseconds taken) {
     std::string text = time + " " + line.peer + " " + Service(line.service) + " ";
-    text += line.status == 0 ? "no reply" : std::to_string(line.status) + " " + line.reason + ", " +
-                                                common::Bytes(line.length);
+    text += line.status == 0 ? "no reply"
+                             : std::to_string(line.status) + " " + line.reason + ", " + common::Bytes(line.length);
     text += ", " + std::to_string(taken.count()) + " ms";
-    return text + (line.why.empty() ? "" : ": " + line.why) + "\n";
+    return text + (line.why.empty() ? "" : ": " + line.why);
 }
 
 }  // namespace message_server

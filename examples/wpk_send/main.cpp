@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -33,17 +34,18 @@ bool Initialise(const Options& options) {
     return WPK_Init(&settings) != 0;
 }
 
-std::string TakeMessage(const Options& options) {
-    if (options.message) return *options.message;
-    const bool typed = options.input_file.empty() && StandardInputIsTerminal();
-    if (typed && !options.quiet) common::WriteLine(stderr, "Type the message; Ctrl-Z and Enter on a new line end it.");
-    return ReadAll(options.input_file);
+/// Nothing when Ctrl-C has been pressed while it was typed.
+std::optional<std::string> TakeMessage(const Options& options) {
+    if (options.watch) return std::string();
+    if (options.message) return options.message;
+    if (!options.input_file.empty() || !StandardInputIsTerminal()) return ReadAll(options.input_file);
+    return ReadFromTerminal(options.quiet ? "" : "Type the message; Ctrl-Z at the beginning of a line ends it.\r\n");
 }
 
 int Run(const Options& options) {
-    std::string message;
-    if (!options.watch) message = TakeMessage(options);
-    // From here on Ctrl-C ends the program in order; while it still reads its message, at once.
+    std::optional<std::string> message = TakeMessage(options);
+    if (!message) return ExitStatusOfError(WPK_ERROR_CANCELLED);
+    // From here on Ctrl-C ends the program in order; while it still reads its message from a file, at once.
     InterruptEvent();
     // Before the library can say anything.
     if (options.watch && !options.quiet) common::WriteLine(stderr, "Watching the network; Ctrl-C ends it.");
@@ -52,7 +54,7 @@ int Run(const Options& options) {
         return kNotInitialised;
     }
     if (options.watch) return Watch(options);
-    return (new Request(options, std::move(message)))->Run();  // Never deleted: see the class.
+    return (new Request(options, std::move(*message)))->Run();  // Never deleted: see the class.
 }
 
 int RunOrExplain(const Options& options) try { return Run(options); } catch (const std::exception& error) {

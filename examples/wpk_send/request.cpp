@@ -138,7 +138,7 @@ void Request::ShowProgress(unsigned received, unsigned total) {
     if (!reply_has_begun_) Tell("A reply of " + SizeText(total) + " begins" + SinceSent() + ".");
     reply_has_begun_ = true;
     const std::string text = progress_.Update(received, total);
-    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), stderr);
+    if (!text.empty()) common::Write(stderr, text);
 }
 
 void Request::AskCredentials(WPK_CALLBACKSTRUCT& notification) {

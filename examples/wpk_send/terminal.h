@@ -22,4 +22,8 @@ enum class Echo { kShown, kHidden };
 /// @return the line; nothing when there is no terminal, when Ctrl-C is pressed, or when `give_up` is set.
 std::optional<std::string> AskOnTerminal(const std::string& question, Echo echo, WaitHandle give_up);
 
+/// Shows the hint, then reads lines until Ctrl-Z is pressed at the beginning of one.
+/// @return all of them; nothing when Ctrl-C is pressed.
+std::optional<std::string> ReadFromTerminal(const std::string& hint);
+
 }  // namespace wpk_send

@@ -79,7 +79,8 @@ TEST(NumberBetween, TakesDecimalNumbersOfItsRangeAlone) {
         EXPECT_EQ(number(text), "");
         EXPECT_EQ(text, becomes);
     }
-    for (std::string text : {"", "0", "65536", "-1", "+1", "0x50", "80x", " 80", "80 ", "1.5", "99999999999999999999"}) {
+    for (std::string text :
+         {"", "0", "65536", "-1", "+1", "0x50", "80x", " 80", "80 ", "1.5", "99999999999999999999"}) {
         EXPECT_EQ(number(text), "'" + text + "' is no number from 1 to 65535");
     }
 }

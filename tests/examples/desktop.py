@@ -45,7 +45,7 @@ class ProxyDesktop(Desktop):
     """A window behind a proxy that wants anna's password."""
 
     def __init__(self, proxy):
-        super().__init__("--proxy", "127.0.0.1", "--proxy-port", proxy.port)
+        super().__init__("--proxy", f"127.0.0.1:{proxy.port}")
 
     @staticmethod
     def proxy():
@@ -364,7 +364,14 @@ def test_wrong_command_line_is_explained_in_a_box():
     window = Window(driver, program_path("desktop"), "--port", "http", window_class=DIALOG)
     with window:
         window.press("Enter")
-        check_equal(window.wait_for_end(PROMPTLY), 1)
+        check_equal(window.wait_for_end(PROMPTLY), 2)
+
+
+def test_version_is_told_in_a_box():
+    window = Window(driver, program_path("desktop"), "--version", window_class=DIALOG)
+    with window:
+        window.press("Enter")
+        check_equal(window.wait_for_end(PROMPTLY), 0)
 
 
 # ---- sizes ----

@@ -41,8 +41,10 @@ TEST(ServerOptions, TakeWhatTheyAreTold) {
 
 TEST(ServerOptions, RefuseWhatIsOutOfRange) {
     const std::vector<const char*> cases[] = {
-        {"--port", "65536"},     {"--listen", "localhost"}, {"--max-request", "-1"}, {"--max-head", "0"},
-        {"--connections", "0"},  {"--connections", "1025"}, {"--timeout", "0"},      {"--timeout", "3601"},
+        {"--port", "65536"},     {"--listen", "localhost"},
+        {"--max-request", "-1"}, {"--max-head", "0"},
+        {"--connections", "0"},  {"--connections", "1025"},
+        {"--timeout", "0"},      {"--timeout", "3601"},
         {"--slowest", "a lot"},  {"8080"},
     };
     for (const auto& arguments : cases) EXPECT_THROW(Parsed(arguments), common::Usage) << arguments[0];
