@@ -1,4 +1,5 @@
-/* WPK: send messages to named services on a central server.
+/** @file
+ * WPK: send messages to named services on a central server.
  * SPDX-License-Identifier: MIT
  *
  * Load wpk.dll, initialise it once, then hand it messages from any thread. Every message travels as one HTTP POST on
@@ -126,8 +127,10 @@ enum WPK_ERROR {
     WPK_ERROR_PROXY_CREDENTIALS = -8
 };
 
-/** Bytes in each text of a WPK_REASON_CREDENTIALS notification, the terminating zero included. */
-enum { WPK_CREDENTIAL_SIZE = 256 };
+enum {
+    /** Bytes in each text of a WPK_REASON_CREDENTIALS notification, the terminating zero included. */
+    WPK_CREDENTIAL_SIZE = 256
+};
 
 /** One notification. The record lives on the library's stack and is valid only during the call. */
 typedef struct WPK_CALLBACKSTRUCT {
