@@ -7,6 +7,7 @@
 #include <string.h>
 #include <windows.h>
 
+#include <wpk/error_text.h>
 #include <wpk/wpk.h>
 
 /* What the callback tells the main thread. */
@@ -16,24 +17,13 @@ typedef struct Outcome {
     int not_written; /* the reply has come, but could not be written */
 } Outcome;
 
-/* What has happened and what to do, by the WPK_ERROR without its sign. */
-static const char* const TEXTS[] = {"",
-                                    "the request is unusable; name a server",
-                                    "there is no network connection; connect to the network, then send again",
-                                    "the server could not be reached; check its name and port, and that it runs",
-                                    "the request was cancelled",
-                                    "the server is of another version or of another kind; check its name and port",
-                                    "the server has no service of that name; check the name",
-                                    "the exchange broke or the server refused the message; check the message, and send "
-                                    "again only what may be done twice",
-                                    "a proxy or the server wants credentials, which this program does not give"};
+static const char USAGE[] =
+    "usage: c_send SERVER PORT SERVICE MESSAGE\n"
+    "Exit status: 0 when the reply has been written, 1 when it could not be, 2 when the command line is wrong, 3 and "
+    "4\n"
+    "when the library could not be initialised or take the message, 11 to 18 for WPK_ERROR -1 to -8.\n";
 
 static const char SHORTAGE[] = "the system is short of threads or memory; close some programs, then try again";
-
-static const char* ErrorText(int error) {
-    const int count = (int)(sizeof TEXTS / sizeof TEXTS[0]);
-    return error < 0 && -error < count ? TEXTS[-error] : "the request failed; a newer program may know why";
-}
 
 /* The port that the text says; 0 when it says none. */
 static unsigned int PortOf(const char* text) {
@@ -82,8 +72,17 @@ int main(int argc, char** argv) {
     static Outcome outcome;
     const unsigned int port = argc == 5 ? PortOf(argv[2]) : 0;
 
+    if (argc == 2 && strcmp(argv[1], "--version") == 0) {
+        printf("c_send %s\n", WPK_EXAMPLES_VERSION);
+        return 0;
+    }
+    if (argc == 2 && strcmp(argv[1], "--help") == 0) {
+        printf("%s", USAGE);
+        return 0;
+    }
     if (port == 0) {
-        fprintf(stderr, "usage: c_send SERVER PORT SERVICE MESSAGE; PORT is a number from 1 to 65535\n");
+        fprintf(stderr, "c_send: %s\n%s", argc == 5 ? "PORT is no number from 1 to 65535" : "it takes four arguments",
+                USAGE);
         return 2;
     }
     /* No byte of the reply is to be changed on its way out. */
@@ -105,7 +104,7 @@ int main(int argc, char** argv) {
     }
     WaitForSingleObject(outcome.ended, INFINITE);
     if (outcome.error != 0) {
-        fprintf(stderr, "c_send: error %d: %s\n", outcome.error, ErrorText(outcome.error));
+        fprintf(stderr, "c_send: error %d: %s\n", outcome.error, WPK_ErrorText(outcome.error));
         return 10 - outcome.error;
     }
     if (outcome.not_written) {

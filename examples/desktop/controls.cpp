@@ -103,6 +103,8 @@ void ArrangeControls(HWND window, int dpi, const MessageFont& font) {
                                place.width, place.height, SWP_NOZORDER | SWP_NOACTIVATE);
     }
     EndDeferWindowPos(moves);
+    // What of a control is kept by the move need not be what belongs there: some systems leave parts of it unpainted.
+    RedrawWindow(window, /*lprcUpdate=*/nullptr, /*hrgnUpdate=*/nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
 Size WindowSize(HWND window, Size inside, int dpi) {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <exception>
 
+#include "common/usage.h"
 #include "main_window.h"
 #include "options.h"
 #include "text.h"
@@ -29,8 +30,9 @@ int Run(int how) {
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int how) {
     try {
         return Run(how);
-    } catch (const desktop::Usage& usage) {
+    } catch (const common::Usage& usage) {
         ShowText(usage.what(), MB_ICONINFORMATION);
+        return usage.ExitStatus();
     } catch (const std::exception& error) {
         ShowText(error.what(), MB_ICONERROR);
     }

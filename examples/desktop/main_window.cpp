@@ -232,6 +232,8 @@ void MainWindow::ShowRunning(bool running) {
     SetWindowLongPtrW(bar, GWL_STYLE, running ? style | PBS_MARQUEE : style);
     SendMessageW(bar, PBM_SETMARQUEE, running ? TRUE : FALSE, 0);
     SendMessageW(bar, PBM_SETPOS, 0, 0);
+    // An empty bar is not painted over the one that has moved.
+    InvalidateRect(bar, /*lpRect=*/nullptr, /*bErase=*/TRUE);
 }
 
 void MainWindow::OnMail() {

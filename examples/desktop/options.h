@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 
 namespace desktop {
@@ -20,13 +19,7 @@ struct Options {
     std::uint16_t proxy_port = 80;
 };
 
-/// The command line is wrong, or asks for help; what() is for the user.
-class Usage : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// @throws Usage
+/// @throws common::Usage
 Options ParseOptions(int argc, const char* const* argv);
 
 }  // namespace desktop

@@ -4,28 +4,39 @@
 const fs = require('fs');
 const path = require('path');
 
-const USAGE = 'usage: node wpk_send.js SERVER PORT SERVICE MESSAGE [PROXY_HOST:PORT [USER:PASSWORD]]\n' +
-              'A PORT is a number from 1 to 65535.';
+const VERSION = '1.0.0';
+const USAGE = `usage: node wpk_send.js SERVER PORT SERVICE MESSAGE [PROXY_HOST:PORT [USER:PASSWORD]]
+Exit status: 0 when the reply has been written, 1 when it could not be, 2 when the command line is wrong, 3 and 4 when
+the library could not be initialised or take the message, 11 to 18 for WPK_ERROR -1 to -8.`;
 // By number: the streams of `process` are not for every kind of handle that a Windows program may be started with.
 const STANDARD_OUTPUT = 1;
 const STANDARD_ERROR = 2;
 // Exit statuses; a failed request has 10 more than its WPK_ERROR without the sign.
 const STATUS = { replied: 0, otherTrouble: 1, wrongUsage: 2, notInitialised: 3, notSent: 4 };
-// What has happened and what to do, by WPK_ERROR.
+// The sentences of wpk/error_text.h.
 const ERROR_TEXTS = {
-    [-1]: 'the request is unusable; name the server, and the proxy if there is one',
-    [-2]: 'there is no network connection; connect to the network, then send again',
-    [-3]: 'the server (or the proxy) could not be reached; check its name and port, and that it runs',
-    [-4]: 'the request was cancelled',
-    [-5]: 'the server is of another version or of another kind; check its name and port',
-    [-6]: 'the server has no service of that name; check the name',
-    [-7]: 'the exchange broke or the server refused the message; check the message, and send again only what may be ' +
-          'done twice',
-    [-8]: 'the proxy wants a user name and a password, and got none that it accepts; give them as USER:PASSWORD',
+    [-1]: 'The request is unusable: the server or the proxy is not named.',
+    [-2]: 'There is no network connection.',
+    [-3]: 'The server (or the proxy) could not be reached.',
+    [-4]: 'The request was cancelled.',
+    [-5]: 'The server speaks another version of the protocol, or is no server of this kind.',
+    [-6]: 'The server has no service of that name.',
+    [-7]: 'The exchange with the server broke, or the server refused the message.',
+    [-8]: 'The proxy wants a user name and a password, and got none that it accepts.',
 };
+const UNKNOWN_ERROR_TEXT = 'The request failed for a reason that this program does not know.';
 const CONNECTION_PERMANENT = 2;
 // By its path: a name alone would be looked for in several folders, the current one among them.
 const LIBRARY = path.join(__dirname, 'wpk.dll');
+
+/** Answers what needs no library, and ends. */
+function answer(text) {
+    fs.writeSync(STANDARD_OUTPUT, `${text}\n`);
+    process.exit(STATUS.replied);
+}
+
+if (process.argv[2] === '--version') answer(`wpk_send.js ${VERSION}`);
+if (process.argv[2] === '--help') answer(USAGE);
 
 /** What went wrong, with a text for the user and the program's exit status. */
 class Trouble extends Error {
@@ -36,8 +47,7 @@ class Trouble extends Error {
 }
 
 function requestTrouble(error) {
-    const text = ERROR_TEXTS[error] || 'the request failed; a newer program may know why';
-    return new Trouble(`error ${error}: ${text}`, 10 - error);
+    return new Trouble(`error ${error}: ${ERROR_TEXTS[error] || UNKNOWN_ERROR_TEXT}`, 10 - error);
 }
 
 function say(text) {
@@ -219,7 +229,7 @@ function loadLibrary() {
 function portOf(text) {
     const port = /^[0-9]+$/.test(text) ? Number(text) : 0;
     if (port >= 1 && port <= 65535) return port;
-    throw new Trouble(`'${text}' is no port\n${USAGE}`, STATUS.wrongUsage);
+    throw new Trouble(`'${text}' is no number from 1 to 65535\n${USAGE}`, STATUS.wrongUsage);
 }
 
 async function run([server, port, service, message, proxy, credentials]) {

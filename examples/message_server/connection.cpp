@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "connection.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -11,12 +13,17 @@
 #include <string_view>
 #include <utility>
 
+#include "common/line.h"
+#include "common/words.h"
+#include "log_line.h"
 #include "reply.h"
 #include "request.h"
 #include "services.h"
 
 namespace message_server {
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 // What a refused client may still be sending is read for so long and up to so much, and thrown away: a socket that is
 // closed over unread bytes resets the connection, and the refusal would be lost with it.
@@ -26,10 +33,24 @@ constexpr std::size_t kDrainLength = std::size_t{64} * 1024 * 1024;
 constexpr std::size_t kReceivePiece = std::size_t{16} * 1024;
 constexpr std::size_t kSendPiece = std::size_t{64} * 1024;
 
+/// The client has let a time-out pass.
+class TimedOut : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+common::KeepWaiting Until(Clock::time_point deadline, const char* trouble) {
+    return [deadline, trouble] {
+        if (Clock::now() >= deadline) throw TimedOut(trouble);
+        return true;
+    };
+}
+
 class Connection {
 public:
-    Connection(Socket client, const Limits& limits)
-        : client_(std::move(client)), limits_(limits), deadline_(Clock::now() + limits.timeout) {}
+    /// @param line takes what is to be logged.
+    Connection(common::Socket client, const Limits& limits, LogLine& line)
+        : client_(std::move(client)), limits_(limits), line_(line), deadline_(Clock::now() + limits.timeout) {}
 
     void Serve() {
         const std::optional<Answer> answer = TakeRequest();
@@ -42,14 +63,12 @@ private:
     std::optional<Answer> TakeRequest() {
         try {
             Message message = ReadMessage();
-            const std::string service = message.service;
-            Answer answer = RunService(std::move(message), [this](std::chrono::milliseconds time) { Wait(time); });
-            Log(200, service.c_str(), answer.Length());
-            return answer;
+            line_.service = message.service;
+            return RunService(std::move(message), [this](std::chrono::milliseconds time) { Wait(time); });
         } catch (const Refusal& refusal) {
             Refuse(refusal);
         } catch (const TimedOut&) {
-            Refuse(Refusal(408, "Request_Timeout"));
+            Refuse(Refusal(408, "Request_Timeout", "after " + common::Bytes(received_)));
         } catch (const std::bad_alloc&) {
             Refuse(Refusal(503, "Out_Of_Memory"));
         }
@@ -60,8 +79,10 @@ private:
         std::string bytes;
         auto head_length = FindHeadEnd(bytes);
         while (!head_length) {
-            if (bytes.size() >= kMaxHeadLength) throw Refusal(431, "Head_Too_Large");
-            ReceiveMore(bytes, kMaxHeadLength - bytes.size());
+            if (bytes.size() >= limits_.max_head) {
+                throw Refusal(431, "Head_Too_Large", "--max-head is " + std::to_string(limits_.max_head));
+            }
+            ReceiveMore(bytes, limits_.max_head - bytes.size());
             head_length = FindHeadEnd(bytes);
         }
         const std::size_t body_length = ParseHead(bytes.substr(0, *head_length), limits_.max_request);
@@ -73,15 +94,17 @@ private:
 
     void ReceiveMore(std::string& bytes, std::size_t at_most) {
         std::array<char, kReceivePiece> piece;
-        const std::size_t received = client_.Receive(piece.data(), std::min(at_most, piece.size()), deadline_);
-        if (received == 0) throw Refusal(400, "Request_Cut_Off");
+        const std::size_t received =
+            client_.Receive(piece.data(), std::min(at_most, piece.size()), Until(deadline_, "the client is too slow"));
+        if (received == 0) throw Refusal(400, "Request_Cut_Off", "after " + common::Bytes(received_));
         bytes.append(piece.data(), received);
+        received_ += received;
     }
 
     void Wait(std::chrono::milliseconds time) {
         // After its request a client sends nothing: what can be read now is the end of the connection. Its place is
         // worth more to others than to it.
-        if (client_.WaitReadable(Clock::now() + time)) throw ConnectionLost("the client has gone");
+        if (client_.WaitReadable(time)) throw common::ConnectionLost("the client has gone");
     }
 
     /// By when a client has to have taken so many bytes.
@@ -89,51 +112,88 @@ private:
         return Clock::now() + limits_.timeout + std::chrono::milliseconds(length * 1000 / limits_.slowest_rate);
     }
 
+    /// The client has a time-out for taking each piece, and the whole has to be taken by the deadline.
+    void Send(std::string_view bytes, Clock::time_point deadline) {
+        while (!bytes.empty()) {
+            const Clock::time_point stalled = std::min(Clock::now() + limits_.timeout, deadline);
+            bytes.remove_prefix(client_.SendSome(bytes, Until(stalled, "the client takes its reply too slowly")));
+        }
+    }
+
     void SendAnswer(const Answer& answer) {
+        Note(200, "OK", answer.Length());
         const Clock::time_point deadline = ReplyDeadline(answer.Length());
-        client_.Send(ReplyHead(answer.Length()), limits_.timeout, deadline);
-        client_.Send(answer.text, limits_.timeout, deadline);
+        Send(ReplyHead(answer.Length()), deadline);
+        Send(answer.text, deadline);
         std::array<char, kSendPiece> piece;
         for (std::uint64_t sent = 0; sent < answer.alphabet_length;) {
             const auto length =
                 static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), answer.alphabet_length - sent));
             FillWithAlphabet(sent, piece.data(), length);
-            client_.Send({piece.data(), length}, limits_.timeout, deadline);
+            Send({piece.data(), length}, deadline);
             sent += length;
         }
     }
 
     void Refuse(const Refusal& refusal) {
         const std::string reply = RefusalReply(refusal);
-        Log(refusal.Code(), refusal.what(), reply.size());
-        client_.Send(reply, limits_.timeout, ReplyDeadline(reply.size()));
+        Note(refusal.Code(), refusal.what(), std::string_view(refusal.what()).size());
+        line_.why = refusal.Why();
+        Send(reply, ReplyDeadline(reply.size()));
         client_.EndSending();
         std::array<char, kReceivePiece> rest;
         const Clock::time_point deadline = Clock::now() + kDrainTime;
         for (std::size_t drained = 0; drained < kDrainLength;) {
-            const std::size_t received = client_.Receive(rest.data(), rest.size(), deadline);
+            const std::size_t received =
+                client_.Receive(rest.data(), rest.size(), [deadline] { return Clock::now() < deadline; });
             if (received == 0) return;
             drained += received;
         }
     }
 
-    void Log(int code, const char* text, std::uint64_t length) const {
-        if (limits_.log)
-            std::fprintf(stderr, "%d %s, %llu bytes\n", code, text, static_cast<unsigned long long>(length));
+    void Note(int status, const char* reason, std::uint64_t length) {
+        line_.status = status;
+        line_.reason = reason;
+        line_.length = length;
     }
 
-    Socket client_;
+    common::Socket client_;
     const Limits& limits_;
+    LogLine& line_;
     Clock::time_point deadline_;
+    std::size_t received_ = 0;
 };
+
+void ServeAndNote(common::Socket client, const Limits& limits, LogLine& line) {
+    line.peer = client.Peer();
+    try {
+        Connection(std::move(client), limits, line).Serve();
+    } catch (const std::exception& error) {
+        line.why += (line.why.empty() ? "" : "; ") + std::string("broken off: ") + error.what();
+    }
+}
+
+std::string LocalTime() {
+    SYSTEMTIME now;
+    GetLocalTime(&now);
+    std::array<char, 32> text;
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", now.wYear, now.wMonth, now.wDay, now.wHour,
+                  now.wMinute, now.wSecond);
+    return text.data();
+}
 
 }  // namespace
 
-void ServeConnection(Socket client, const Limits& limits) noexcept {
+void ServeConnection(common::Socket client, const Limits& limits, bool log) noexcept {
     try {
-        Connection(std::move(client), limits).Serve();
-    } catch (const std::exception& error) {
-        if (limits.log) std::fprintf(stderr, "connection ended: %s\n", error.what());
+        const Clock::time_point began = Clock::now();
+        LogLine line;
+        ServeAndNote(std::move(client), limits, line);
+        if (!log) return;
+        const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - began);
+        common::WriteLine(stderr, Written(line, LocalTime(), taken));
+    } catch (const std::exception&) {
+        return;  // No memory for words.
     }
 }
 

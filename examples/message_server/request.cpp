@@ -2,30 +2,20 @@
 // SPDX-License-Identifier: MIT
 #include "request.h"
 
-#include <algorithm>
 #include <charconv>
 
+#include "common/words.h"
 #include "refusal.h"
 
 namespace message_server {
 namespace {
 
+using common::EqualIgnoringCase;
+using common::Trimmed;
+
 constexpr std::string_view kLineEnd = "\r\n";
-
-char ToLower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool EqualIgnoringCase(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char left, char right) { return ToLower(left) == ToLower(right); });
-}
-
-std::string_view Trim(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
+// So much of a client's text goes into the log.
+constexpr std::size_t kShown = 64;
 
 /// Takes the text before the next line end off the front. The head ends with a line end, so there always is one.
 std::string_view TakeLine(std::string_view& head) {
@@ -83,8 +73,10 @@ Headers ParseHeaders(std::string_view head) {
     Headers headers;
     for (std::string_view line = TakeLine(head); !line.empty(); line = TakeLine(head)) {
         const std::size_t colon = line.find(':');
-        if (colon == std::string_view::npos || colon == 0) throw Refusal(400, "Bad_Header");
-        headers.Add(Trim(line.substr(0, colon)), Trim(line.substr(colon + 1)));
+        if (colon == std::string_view::npos || colon == 0) {
+            throw Refusal(400, "Bad_Header", "'" + common::Spelt(line.substr(0, kShown)) + "'");
+        }
+        headers.Add(Trimmed(line.substr(0, colon)), Trimmed(line.substr(colon + 1)));
     }
     return headers;
 }
@@ -101,14 +93,17 @@ std::uint32_t TakeInteger(std::string_view& bytes) {
 
 std::string_view TakeText(std::string_view& bytes) {
     const std::uint32_t length = TakeInteger(bytes);
-    if (length > bytes.size()) throw Refusal(400, "Bad_Tagged_Data");
+    if (length > bytes.size()) {
+        throw Refusal(400, "Bad_Tagged_Data",
+                      "an entry claims " + common::Bytes(length) + " where there are " + std::to_string(bytes.size()));
+    }
     const std::string_view text = bytes.substr(0, length);
     bytes.remove_prefix(length);
     return text;
 }
 
 std::string_view TakeEntry(std::string_view& bytes, std::string_view key) {
-    if (TakeText(bytes) != key) throw Refusal(400, "Bad_Tagged_Data");
+    if (TakeText(bytes) != key) throw Refusal(400, "Bad_Tagged_Data", "there is no " + std::string(key));
     return TakeText(bytes);
 }
 
@@ -123,12 +118,18 @@ std::optional<std::size_t> FindHeadEnd(std::string_view bytes) {
 std::size_t ParseHead(std::string_view head, std::size_t max_body) {
     CheckRequestLine(TakeLine(head));
     const Headers headers = ParseHeaders(head);
-    if (headers.user_agent != kProtocolVersion) throw Refusal(500, "Bad_Version");
+    if (headers.user_agent != kProtocolVersion) {
+        const std::string_view shown = headers.user_agent.value_or("").substr(0, kShown);
+        throw Refusal(500, "Bad_Version", "the client is '" + common::Spelt(shown) + "'");
+    }
     if (headers.transfer_encoding) throw Refusal(501, "Transfer_Encoding_Not_Implemented");
     if (!headers.content_length) throw Refusal(411, "Length_Required");
     const std::uint64_t length = ParseLength(*headers.content_length);
     if (headers.content_type != "application/tagged-data") throw Refusal(415, "Unsupported_Media_Type");
-    if (length > max_body) throw Refusal(413, "Request_Too_Large");
+    if (length > max_body) {
+        throw Refusal(413, "Request_Too_Large",
+                      "of " + common::Bytes(length) + "; --max-request is " + std::to_string(max_body));
+    }
     return static_cast<std::size_t>(length);
 }
 

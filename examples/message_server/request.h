@@ -13,9 +13,6 @@ namespace message_server {
 /// The version of the protocol, as client and server name it to each other.
 inline constexpr std::string_view kProtocolVersion = "WPK/1.00";
 
-/// A client's head has five short lines; a proxy adds some of its own.
-inline constexpr std::size_t kMaxHeadLength = std::size_t{16} * 1024;
-
 /// What a request carries.
 struct Message {
     bool behind_proxy = false;

@@ -27,7 +27,9 @@ std::uint64_t ParseNumber(std::string_view text, std::uint64_t max) {
     while (!text.empty() && (text.back() == '\n' || text.back() == '\r' || text.back() == ' ')) text.remove_suffix(1);
     std::uint64_t number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size() || number > max) throw Refusal(400, "Bad_Message");
+    if (error != std::errc() || end != text.data() + text.size() || number > max) {
+        throw Refusal(400, "Bad_Message", "the message is no number from 0 to " + std::to_string(max));
+    }
     return number;
 }
 
@@ -69,7 +71,7 @@ const std::map<std::string, Service>& Services() {
 Answer RunService(Message&& message, const Pause& pause) {
     const auto service = Services().find(message.service);
     // The client knows this reason text: it reports that the server has no such service.
-    if (service == Services().end()) throw Refusal(500, "Bad_Plugin_Name");
+    if (service == Services().end()) throw Refusal(500, "Bad_Plugin_Name", "there is no such service");
     return service->second(message.data, pause);
 }
 

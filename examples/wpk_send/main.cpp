@@ -4,14 +4,18 @@
 
 #include <cstdio>
 #include <exception>
+#include <optional>
 #include <string>
 #include <utility>
 
+#include "common/line.h"
+#include "common/usage.h"
 #include "files.h"
 #include "interrupt.h"
 #include "options.h"
 #include "outcome.h"
 #include "request.h"
+#include "terminal.h"
 #include "watch.h"
 
 namespace wpk_send {
@@ -30,21 +34,31 @@ bool Initialise(const Options& options) {
     return WPK_Init(&settings) != 0;
 }
 
+/// Nothing when Ctrl-C has been pressed while it was typed.
+std::optional<std::string> TakeMessage(const Options& options) {
+    if (options.watch) return std::string();
+    if (options.message) return options.message;
+    if (!options.input_file.empty() || !StandardInputIsTerminal()) return ReadAll(options.input_file);
+    return ReadFromTerminal(options.quiet ? "" : "Type the message; Ctrl-Z at the beginning of a line ends it.\r\n");
+}
+
 int Run(const Options& options) {
-    std::string message;
-    if (!options.watch) message = options.message ? *options.message : ReadAll(options.input_file);
-    // From here on Ctrl-C ends the program in order; while it still reads its message, at once.
+    std::optional<std::string> message = TakeMessage(options);
+    if (!message) return ExitStatusOfError(WPK_ERROR_CANCELLED);
+    // From here on Ctrl-C ends the program in order; while it still reads its message from a file, at once.
     InterruptEvent();
+    // Before the library can say anything.
+    if (options.watch && !options.quiet) common::WriteLine(stderr, "Watching the network; Ctrl-C ends it.");
     if (!Initialise(options)) {
-        if (!options.quiet) std::fprintf(stderr, "%s\n", kNotInitialisedText);
+        if (!options.quiet) common::WriteLine(stderr, kNotInitialisedText);
         return kNotInitialised;
     }
     if (options.watch) return Watch(options);
-    return (new Request(options, std::move(message)))->Run();  // Never deleted: see the class.
+    return (new Request(options, std::move(*message)))->Run();  // Never deleted: see the class.
 }
 
 int RunOrExplain(const Options& options) try { return Run(options); } catch (const std::exception& error) {
-    if (!options.quiet) std::fprintf(stderr, "wpk_send: %s\n", error.what());
+    if (!options.quiet) common::WriteLine(stderr, std::string("wpk_send: ") + error.what());
     return kFileTrouble;
 }
 
@@ -57,8 +71,7 @@ int main(int argc, char** argv) {
         // The library's threads use the options until the program ends, so they are never destroyed.
         static const Options& options = *new Options(ParseOptions(argc, argv));
         return RunOrExplain(options);
-    } catch (const Usage& usage) {
-        std::fputs(usage.what(), usage.AskedFor() ? stdout : stderr);
-        return usage.AskedFor() ? kReplied : kWrongUsage;
+    } catch (const common::Usage& usage) {
+        return common::Explain(usage);
     }
 }

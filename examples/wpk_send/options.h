@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
 namespace wpk_send {
@@ -30,19 +29,7 @@ struct Options {
     std::string proxy_password;               ///< --proxy-password
 };
 
-/// The command line asks for nothing that could be done now: it is wrong, or asks for help. Its text is for the user.
-class Usage : public std::runtime_error {
-public:
-    Usage(const std::string& text, bool asked_for) : std::runtime_error(text), asked_for_(asked_for) {}
-
-    /// True when the user has asked for this text, so nothing is wrong.
-    bool AskedFor() const { return asked_for_; }
-
-private:
-    bool asked_for_;
-};
-
-/// @throws Usage
+/// @throws common::Usage
 Options ParseOptions(int argc, const char* const* argv);
 
 }  // namespace wpk_send

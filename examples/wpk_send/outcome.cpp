@@ -20,8 +20,8 @@ constexpr ErrorDescription kErrors[] = {
     {WPK_ERROR_BAD_VERSION, "Check its name and port; where they are right, update the older side."},
     {WPK_ERROR_NO_SERVICE, "Check the service's name; where it is right, update the server."},
     {WPK_ERROR_EXCHANGE,
-     "Check the message, and that there is room on the disk. The server may have acted on it: send again only what may "
-     "be done twice."},
+     "The server's or the proxy's log says why, and wpk_trace shows what it answered. The server may have acted on the "
+     "message: send again only what may be done twice."},
     {WPK_ERROR_PROXY_CREDENTIALS, "Send again with those that it knows."},
 };
 

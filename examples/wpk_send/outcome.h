@@ -4,13 +4,15 @@
 
 #include <string>
 
+#include "common/usage.h"
+
 namespace wpk_send {
 
 /// The exit statuses that no WPK_ERROR stands behind.
 enum ExitStatus {
     kReplied = 0,
     kFileTrouble = 1,
-    kWrongUsage = 2,
+    kWrongUsage = common::kWrongUsage,
     kNotInitialised = 3,
     kNotSent = 4,
     kTimedOut = 5,

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -12,6 +13,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "common/line.h"
 #include "files.h"
 #include "outcome.h"
 #include "terminal.h"
@@ -29,6 +31,20 @@ Progress::Style ProgressStyle(const Options& options) {
 WaitHandle MakeEvent() {
     return CreateEventA(/*lpEventAttributes=*/nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
                         /*lpName=*/nullptr);
+}
+
+std::string LibraryPath() {
+    std::array<char, MAX_PATH> path;
+    const DWORD length = GetModuleFileNameA(GetModuleHandleA("wpk.dll"), path.data(), MAX_PATH);
+    return std::string(path.data(), length);
+}
+
+/// " to the service Echo of 127.0.0.1, port 80, through the proxy ...".
+std::string Destination(const Options& options) {
+    std::string text =
+        " to the service " + options.service + " of " + options.server + ", port " + std::to_string(options.port);
+    if (options.proxy_host.empty()) return text;
+    return text + ", through the proxy " + options.proxy_host + ", port " + std::to_string(options.proxy_port);
 }
 
 /// Copies as much of the text as the field holds, with its terminating zero.
@@ -58,12 +74,15 @@ Request::Request(const Options& options, std::string message)
 }
 
 int Request::Run() {
+    Tell("Library: " + LibraryPath() + ".");
+    Tell("Sending " + SizeText(message_.size()) + Destination(options_) + ".");
+    sent_at_ = std::chrono::steady_clock::now();
     const unsigned handle = WPK_Send(&record_);
     if (handle == 0) {
         Say(kNotSentText);
         return kNotSent;
     }
-    if (options_.verbose) Say("Sent; waiting for the reply.");
+    Tell("Sent; waiting for the reply. The handle is " + std::to_string(handle) + ".");
     WaitAndCancel(handle);
     return Report();
 }
@@ -101,10 +120,12 @@ void Request::Take(WPK_CALLBACKSTRUCT& notification) {
     switch (notification.nReason) {
         case WPK_REASON_FAILURE:
             error_ = body.failure.nError;
+            Tell("The request ends with WPK_ERROR " + std::to_string(error_) + SinceSent() + ".");
             return;
         case WPK_REASON_PROGRESS:
             return ShowProgress(body.progress.dwReceived, body.progress.dwTotal);
         case WPK_REASON_REPLY:
+            Tell("The reply of " + SizeText(body.reply.dwDataLength) + " is there" + SinceSent() + ".");
             return TakeReply(body.reply.lpData, body.reply.dwDataLength);
         case WPK_REASON_CREDENTIALS:
             return AskCredentials(notification);
@@ -114,8 +135,10 @@ void Request::Take(WPK_CALLBACKSTRUCT& notification) {
 }
 
 void Request::ShowProgress(unsigned received, unsigned total) {
+    if (!reply_has_begun_) Tell("A reply of " + SizeText(total) + " begins" + SinceSent() + ".");
+    reply_has_begun_ = true;
     const std::string text = progress_.Update(received, total);
-    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), stderr);
+    if (!text.empty()) common::Write(stderr, text);
 }
 
 void Request::AskCredentials(WPK_CALLBACKSTRUCT& notification) {
@@ -162,7 +185,8 @@ int Request::Report() const {
     // A question that Ctrl-C or the time-out has ended looks to the library like credentials that were declined.
     const int error = Interrupted() || timed_out_ ? WPK_ERROR_CANCELLED : error_;
     if (error == WPK_ERROR_CANCELLED && timed_out_) {
-        Say("The time is over; the request was cancelled. A longer --timeout gives it more.");
+        Say("Timed out after " + std::to_string(*options_.timeout_seconds) +
+            " s; request cancelled. Try a longer --timeout.");
         return kTimedOut;
     }
     Say(ErrorTextAndAdvice(error, " "));
@@ -173,9 +197,16 @@ int Request::Report() const {
 }
 
 void Request::Say(const std::string& text) const {
-    if (options_.quiet) return;
-    std::fprintf(stderr, "%s\n", text.c_str());
-    std::fflush(stderr);
+    if (!options_.quiet) common::WriteLine(stderr, text);
+}
+
+void Request::Tell(const std::string& text) const {
+    if (options_.verbose) common::WriteLine(stderr, text);
+}
+
+std::string Request::SinceSent() const {
+    const auto time = std::chrono::steady_clock::now() - sent_at_;
+    return " after " + std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(time).count()) + " ms";
 }
 
 }  // namespace wpk_send

@@ -4,6 +4,7 @@
 
 #include <wpk/wpk.h>
 
+#include <chrono>
 #include <string>
 
 #include "interrupt.h"
@@ -38,6 +39,10 @@ private:
     void WaitAndCancel(unsigned handle);
     int Report() const;
     void Say(const std::string& text) const;
+    /// With --verbose only.
+    void Tell(const std::string& text) const;
+    /// " after 12 ms", from the sending on.
+    std::string SinceSent() const;
 
     const Options& options_;
     const std::string message_;
@@ -45,6 +50,8 @@ private:
     Progress progress_;
     WaitHandle ended_;
     WaitHandle given_up_;
+    std::chrono::steady_clock::time_point sent_at_;
+    bool reply_has_begun_ = false;
     bool timed_out_ = false;
     // Written before ended_ is signalled, read after.
     int error_ = 0;

@@ -51,23 +51,29 @@ void Show(HANDLE output, const std::string& text) {
 }
 
 /// The character of the next key press; nothing when Ctrl-C or `give_up` comes instead. A read of a whole line would
-/// not do: whether Ctrl-C ends it differs from system to system.
+/// not do: whether Ctrl-C and Ctrl-Z end it differs from system to system.
+/// @param give_up may be null.
 std::optional<char> ReadKey(HANDLE input, HANDLE give_up) {
     for (;;) {
-        const HANDLE handles[] = {InterruptEvent(), give_up, input};
-        if (WaitForMultipleObjects(3, handles, /*bWaitAll=*/FALSE, INFINITE) != WAIT_OBJECT_0 + 2) return std::nullopt;
+        const HANDLE handles[] = {input, InterruptEvent(), give_up};
+        const DWORD count = give_up == nullptr ? 2 : 3;
+        if (WaitForMultipleObjects(count, handles, /*bWaitAll=*/FALSE, INFINITE) != WAIT_OBJECT_0) return std::nullopt;
+        if (Interrupted()) return std::nullopt;
         INPUT_RECORD record;
-        DWORD count = 0;
-        if (!ReadConsoleInputA(input, &record, 1, &count) || count == 0) return std::nullopt;
+        DWORD read = 0;
+        if (!ReadConsoleInputA(input, &record, 1, &read) || read == 0) return std::nullopt;
         const bool pressed = record.EventType == KEY_EVENT && record.Event.KeyEvent.bKeyDown != FALSE;
         if (pressed && record.Event.KeyEvent.uChar.AsciiChar != 0) return record.Event.KeyEvent.uChar.AsciiChar;
     }
 }
 
+/// Nothing also when Ctrl-Z is the first key of the line.
 std::optional<std::string> ReadLine(HANDLE input, HANDLE output, Echo echo, HANDLE give_up) {
+    constexpr char kControlZ = '\x1A';
     std::string line;
     while (const std::optional<char> key = ReadKey(input, give_up)) {
         if (*key == '\r' || *key == '\n') return line;
+        if (*key == kControlZ && line.empty()) return std::nullopt;
         if (*key == '\b' || *key == '\x7F') {
             if (line.empty()) continue;
             line.pop_back();
@@ -80,11 +86,19 @@ std::optional<std::string> ReadLine(HANDLE input, HANDLE output, Echo echo, HAND
     return std::nullopt;
 }
 
+bool IsTerminal(DWORD stream) {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(stream), &mode) != FALSE;
+}
+
 }  // namespace
 
+bool StandardInputIsTerminal() {
+    return IsTerminal(STD_INPUT_HANDLE);
+}
+
 bool StandardErrorIsTerminal() {
-    DWORD mode = 0;
-    return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != FALSE;
+    return IsTerminal(STD_ERROR_HANDLE);
 }
 
 std::optional<std::string> AskOnTerminal(const std::string& question, Echo echo, WaitHandle give_up) {
@@ -96,6 +110,23 @@ std::optional<std::string> AskOnTerminal(const std::string& question, Echo echo,
     std::optional<std::string> line = ReadLine(input.Get(), output.Get(), echo, give_up);
     Show(output.Get(), "\r\n");
     return line;
+}
+
+std::optional<std::string> ReadFromTerminal(const std::string& hint) {
+    const ConsoleHandle input("CONIN$");
+    const ConsoleHandle output("CONOUT$");
+    if (!input || !output) return std::nullopt;
+    const KeyByKey mode(input.Get());
+    InterruptEvent();  // Whoever has read the hint may press Ctrl-C at once.
+    Show(output.Get(), hint);
+    std::string text;
+    while (const std::optional<std::string> line =
+               ReadLine(input.Get(), output.Get(), Echo::kShown, /*give_up=*/nullptr)) {
+        Show(output.Get(), "\r\n");
+        text += *line + "\n";
+    }
+    if (Interrupted()) return std::nullopt;
+    return text;
 }
 
 }  // namespace wpk_send

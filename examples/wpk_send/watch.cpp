@@ -4,8 +4,11 @@
 
 #include <windows.h>
 
+#include <array>
 #include <cstdio>
+#include <string>
 
+#include "common/line.h"
 #include "interrupt.h"
 #include "outcome.h"
 
@@ -16,16 +19,13 @@ void OnConnectionState(WPK_CALLBACKSTRUCT* notification) {
     if (!static_cast<const Options*>(notification->lpUserData)->watch) return;
     SYSTEMTIME now;
     GetLocalTime(&now);
+    std::array<char, 16> time;
+    std::snprintf(time.data(), time.size(), "%02d:%02d:%02d ", now.wHour, now.wMinute, now.wSecond);
     const char* state = notification->body.connection.dwConnected != 0 ? "connected" : "not connected";
-    std::printf("%02d:%02d:%02d %s\n", now.wHour, now.wMinute, now.wSecond, state);
-    std::fflush(stdout);
+    common::WriteLine(stdout, std::string(time.data()) + state);
 }
 
 int Watch(const Options& options) {
-    if (!options.quiet) {
-        std::fprintf(stderr, "Watching the network; Ctrl-C ends it.\n");
-        std::fflush(stderr);
-    }
     const DWORD time = options.timeout_seconds ? *options.timeout_seconds * 1000 : INFINITE;
     return WaitForSingleObject(InterruptEvent(), time) == WAIT_TIMEOUT ? kTimedOut : kReplied;
 }

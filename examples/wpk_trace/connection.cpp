@@ -15,6 +15,9 @@
 namespace wpk_trace {
 namespace {
 
+using common::Bytes;
+using common::Socket;
+
 constexpr std::size_t kReceivePiece = std::size_t{16} * 1024;
 
 class Connection {
@@ -54,14 +57,18 @@ private:
 
     void PassAll(const Way& way) {
         std::array<char, kReceivePiece> piece;
-        while (const std::size_t received = way.from.Receive(piece.data(), piece.size(), over_)) {
+        while (const std::size_t received = way.from.Receive(piece.data(), piece.size(), not_over_)) {
             const std::string_view bytes(piece.data(), received);
             log_.Write(name_ + way.sign, way.view.Feed(bytes));
-            way.to.Send(bytes, over_);
+            Send(way.to, bytes);
         }
         log_.Write(name_ + way.sign, way.view.End());
         way.to.EndSending();
         if (!over_) log_.Write(name_, {std::string(way.sender) + " sends no more"});
+    }
+
+    void Send(Socket& to, std::string_view bytes) const {
+        while (!bytes.empty() && !over_) bytes.remove_prefix(to.SendSome(bytes, not_over_));
     }
 
     /// Both sides are to see what the relay has seen.
@@ -84,6 +91,7 @@ private:
     MessageView reply_;
     Log& log_;
     std::atomic<bool> over_{false};
+    const common::KeepWaiting not_over_ = [this] { return !over_; };
 };
 
 }  // namespace
@@ -96,7 +104,7 @@ void CarryConnection(Socket client, std::uint64_t number, const Options& options
         try {
             Socket server = Socket::Connect(options.target_host, options.target_port);
             Connection(std::move(client), std::move(server), name, options, log).Carry();
-        } catch (const ConnectionLost& error) {
+        } catch (const common::ConnectionLost& error) {
             log.Write(name, {target + " could not be reached: " + error.what(),
                              "(the client has reached this relay, so it sees a broken exchange, -7, and not -3)"});
         }

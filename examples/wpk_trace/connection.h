@@ -4,13 +4,13 @@
 
 #include <cstdint>
 
+#include "common/socket.h"
 #include "log.h"
 #include "options.h"
-#include "socket.h"
 
 namespace wpk_trace {
 
 /// Carries the connection to its end. Does not throw: what goes wrong on a connection is shown and over with it.
-void CarryConnection(Socket client, std::uint64_t number, const Options& options, Log& log) noexcept;
+void CarryConnection(common::Socket client, std::uint64_t number, const Options& options, Log& log) noexcept;
 
 }  // namespace wpk_trace

@@ -9,6 +9,11 @@
 namespace wpk_trace {
 namespace {
 
+using common::Bytes;
+using common::EqualIgnoringCase;
+using common::Spelt;
+using common::Trimmed;
+
 constexpr char kMask[] = "(hidden; --show-credentials shows it)";
 
 bool IsSecret(std::string_view name) {

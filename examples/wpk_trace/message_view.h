@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "common/words.h"
 #include "tagged_view.h"
-#include "words.h"
 
 namespace wpk_trace {
 
@@ -61,7 +61,7 @@ private:
     std::optional<std::uint64_t> announced_;
     std::uint64_t body_length_ = 0;
     TaggedView tagged_;
-    Beginning plain_;
+    common::Beginning plain_;
 };
 
 }  // namespace wpk_trace

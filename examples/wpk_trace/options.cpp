@@ -2,68 +2,51 @@
 // SPDX-License-Identifier: MIT
 #include "options.h"
 
-#include <CLI/CLI.hpp>
-
-#include <charconv>
-#include <sstream>
-#include <string_view>
+#include "common/command_line.h"
 
 namespace wpk_trace {
 namespace {
 
-/// Takes "HOST:PORT" apart, or "HOST" alone.
-void SetTarget(Options& options, const std::string& target) {
-    const std::size_t colon = target.find(':');
-    options.target_host = target.substr(0, colon);
-    if (options.target_host.empty()) throw CLI::ValidationError("--to", "no host in '" + target + "'");
-    if (colon == std::string::npos) return;
-    const std::string_view port = std::string_view(target).substr(colon + 1);
-    const auto [end, error] = std::from_chars(port.data(), port.data() + port.size(), options.target_port);
-    if (error != std::errc() || end != port.data() + port.size() || options.target_port == 0) {
-        throw CLI::ValidationError("--to", "no port number from 1 to 65535 in '" + target + "'");
-    }
-}
-
-void DescribeOptions(CLI::App& app, Options& options) {
-    app.add_option("-l,--listen", options.port, "Port to listen on; 0: chosen by the system")
-        ->check(CLI::Range(0, 65535))
+void Describe(common::CommandLine& line, Options& options) {
+    line.add_option("-l,--listen", options.port, "Port to listen on; 0: chosen by the system")
+        ->type_name("PORT")
+        ->transform(common::NumberBetween(0, 65535))
         ->required();
-    app.add_option_function<std::string>(
-           "-t,--to", [&options](const std::string& text) { SetTarget(options, text); },
-           "The server or proxy to pass everything on to (HOST:PORT; default port 80)")
+    line.add_option_function<std::string>(
+            "-t,--to",
+            [&options](const std::string& text) {
+                const common::HostAndPort target = common::ParseHostAndPort("--to", text);
+                options.target_host = target.host;
+                options.target_port = target.port;
+            },
+            "The server or proxy to pass everything on to; without PORT: 80")
+        ->type_name("HOST:PORT")
         ->required();
-    app.add_option("--address", options.address,
-                   "IPv4 address to listen on; 0.0.0.0: all of this machine's, so that others reach it too")
-        ->check(CLI::ValidIPV4)
+    line.add_option("--address", options.address,
+                    "IPv4 address to listen on; 0.0.0.0: all of this machine's, so that others reach it too")
+        ->type_name("ADDRESS")
+        ->check(common::Ipv4Address())
         ->capture_default_str();
-    app.add_option("--body", options.shown.body, "How many bytes of each value and reply to show")
-        ->check(CLI::Range(0, 1048576))
+    line.add_option("--body", options.shown.body, "How much of each value and reply to show")
+        ->type_name("BYTES")
+        ->transform(common::NumberBetween(0, 1048576))
         ->capture_default_str();
-    app.add_flag("--show-credentials", options.shown.credentials,
-                 "Show the value of Proxy-Authorization, which holds the password");
-    app.footer(
+    line.add_flag("--show-credentials", options.shown.credentials,
+                  "Show the value of Proxy-Authorization, which holds the password");
+    line.footer(
         "Send to the port it listens on in place of the server's, or name it as the proxy in place of the proxy.\n\n"
-        "Exit status: 0 after --help, 1 when it cannot listen (standard error says why), 2 when the command line is\n"
-        "wrong. Otherwise it runs until Ctrl-C.");
+        "Exit status: 0 after --help and --version, 1 when it cannot listen (standard error says why), 2 when the\n"
+        "command line is wrong. Otherwise it runs until Ctrl-C.");
 }
 
 }  // namespace
 
-bool IsOpenToOthers(const std::string& address) {
-    return address.compare(0, 4, "127.") != 0;
-}
-
 Options ParseOptions(int argc, const char* const* argv) {
     Options options;
-    CLI::App app("Passes connections on to a server or proxy and shows in words what goes over them.", "wpk_trace");
-    DescribeOptions(app, options);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        std::ostringstream text;
-        const bool asked_for = app.exit(error, text, text) == 0;
-        throw Usage(text.str(), asked_for);
-    }
+    common::CommandLine line("Passes connections on to a server or proxy and shows in words what goes over them.",
+                             "wpk_trace");
+    Describe(line, options);
+    line.Read(argc, argv);
     return options;
 }
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 
 #include "message_view.h"
@@ -19,22 +18,7 @@ struct Options {
     Shown shown;                        ///< --body, --show-credentials
 };
 
-/// The command line asks for nothing that could be done now: it is wrong, or asks for help. Its text is for the user.
-class Usage : public std::runtime_error {
-public:
-    Usage(const std::string& text, bool asked_for) : std::runtime_error(text), asked_for_(asked_for) {}
-
-    /// True when the user has asked for this text, so nothing is wrong.
-    bool AskedFor() const { return asked_for_; }
-
-private:
-    bool asked_for_;
-};
-
-/// Whether others than this machine's own programs reach the address.
-bool IsOpenToOthers(const std::string& address);
-
-/// @throws Usage
+/// @throws common::Usage
 Options ParseOptions(int argc, const char* const* argv);
 
 }  // namespace wpk_trace

@@ -6,6 +6,10 @@
 
 namespace wpk_trace {
 
+using common::Beginning;
+using common::Bytes;
+using common::Spelt;
+
 void TaggedView::Feed(std::string_view bytes, std::vector<std::string>& lines) {
     while (!bytes.empty()) {
         if (IsText()) {

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "words.h"
+#include "common/words.h"
 
 namespace wpk_trace {
 
@@ -38,7 +38,7 @@ private:
     std::uint32_t length_ = 0;
     unsigned length_bytes_ = 0;
     std::string key_;
-    Beginning text_;
+    common::Beginning text_;
 };
 
 }  // namespace wpk_trace

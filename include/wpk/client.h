@@ -1,4 +1,5 @@
-// Messages from modern C++: a thin, header-only layer on the three functions of wpk.h. C++17.
+/// @file
+/// Messages from modern C++: a thin, header-only layer on the three functions of wpk.h. C++17.
 // SPDX-License-Identifier: MIT
 //
 // It is for programs that would rather have futures, functions and owned texts than records, callbacks and lifetimes.

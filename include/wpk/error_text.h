@@ -1,4 +1,5 @@
-/* One sentence for each WPK_ERROR, for programs that show or log them. C from C90 on, C++ from C++98 on.
+/** @file
+ * One sentence for each WPK_ERROR, for programs that show or log them. C from C90 on, C++ from C++98 on.
  * SPDX-License-Identifier: MIT
  *
  *     #include <wpk/error_text.h>

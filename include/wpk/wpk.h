@@ -1,4 +1,5 @@
-/* WPK: send messages to named services on a central server.
+/** @file
+ * WPK: send messages to named services on a central server.
  * SPDX-License-Identifier: MIT
  *
  * Load wpk.dll, initialise it once, then hand it messages from any thread. Every message travels as one HTTP POST on
@@ -161,8 +162,10 @@ enum WPK_ERROR {
     WPK_ERROR_PROXY_CREDENTIALS = -8
 };
 
-/** Bytes in each text of a WPK_REASON_CREDENTIALS notification, the terminating zero included. */
-enum { WPK_CREDENTIAL_SIZE = 256 };
+enum {
+    /** Bytes in each text of a WPK_REASON_CREDENTIALS notification, the terminating zero included. */
+    WPK_CREDENTIAL_SIZE = 256
+};
 
 /** One notification. The record lives on the library's stack and is valid only during the call. */
 typedef struct WPK_CALLBACKSTRUCT {
@@ -240,7 +243,7 @@ typedef struct WPK_INITSTRUCT {
     WPK_INT64 reserved;
     /** The module instance of the application; kept, not used. */
     void* hInstance;
-    /** A WPK_CONNECTION_TYPE. Usual: WPK_CONNECTION_PERMANENT. */
+    /** A WPK_CONNECTION_TYPE. Usual: WPK_CONNECTION_PERMANENT. With any other number there is never a network. */
     WPK_INT64 nConnectionType;
     /** Gets connection states, and everything of requests that bring no callback of their own. Required: WPK_Init
      * takes null as well and gives 1, and then nobody is told how such a request has ended. */
@@ -344,7 +347,7 @@ extern "C" {
 #endif
 
 /** Initialises the library. Call it once, before anything else. A later call waits until the calls that are in progress
- * in other threads have returned.
+ * in other threads have returned. Not from DllMain, nor with the loader lock held: it would wait for ever.
  *
  * @param settings copied; null is refused.
  * @return 1 when the library is initialised, also when it was before (the first settings then stay in force);
@@ -352,7 +355,8 @@ extern "C" {
  *         a lock could not be made when the library was loaded, only loading it again helps. */
 WPK_API int WPK_CALL WPK_Init(const WPK_INITSTRUCT* settings);
 
-/** Starts a request and returns as soon as a thread has taken it.
+/** Starts a request and returns as soon as a thread has taken it. Not from DllMain, nor with the loader lock held: it
+ * would wait for ever.
  *
  * @return the request's handle, which is the id of that thread; its outcome comes through the callback, possibly
  *         before this call returns. 0 when the record is null, the library is not initialised or no thread could take
@@ -363,7 +367,7 @@ WPK_API unsigned int WPK_CALL WPK_Send(WPK_SENDSTRUCT* message);
 
 /** Asks for the end of a request. The request still ends with its one final callback: WPK_ERROR_CANCELLED, within
  * 250 ms wherever it waits for the network, unless it was already past that point. Only the system's look-up of a host
- * name comes to its own end first.
+ * name comes to its own end first. Not from DllMain, nor with the loader lock held: it would wait for ever.
  *
  * The handle is looked up by a thread that is started for that, after this call has returned. A request that ends in
  * that moment may have given its handle, the id of its thread, to a new one, which then is cancelled instead. So do not

@@ -1,4 +1,5 @@
-// The XML documents of message bodies: build a tree, write it, read one, look things up.
+/// @file
+/// The XML documents of message bodies: build a tree, write it, read one, look things up.
 // SPDX-License-Identifier: MIT
 //
 //     using namespace AdvXMLParser;

@@ -1,5 +1,6 @@
-// What programs write around the XML documents of xml.h, written once: values in and out, files, errors that name their
-// place. C++17, header-only.
+/// @file
+/// What programs write around the XML documents of xml.h, written once: values in and out, files, errors that name
+/// their place. C++17, header-only.
 // SPDX-License-Identifier: MIT
 //
 //     #include <wpk/xml_helpers.h>

@@ -5,6 +5,7 @@
 import pathlib
 import string
 import sys
+import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).parent))
 from programs import Server, find_programs, program_path
@@ -45,7 +46,7 @@ class ProxyDesktop(Desktop):
     """A window behind a proxy that wants anna's password."""
 
     def __init__(self, proxy):
-        super().__init__("--proxy", "127.0.0.1", "--proxy-port", proxy.port)
+        super().__init__("--proxy", f"127.0.0.1:{proxy.port}")
 
     @staticmethod
     def proxy():
@@ -364,7 +365,14 @@ def test_wrong_command_line_is_explained_in_a_box():
     window = Window(driver, program_path("desktop"), "--port", "http", window_class=DIALOG)
     with window:
         window.press("Enter")
-        check_equal(window.wait_for_end(PROMPTLY), 1)
+        check_equal(window.wait_for_end(PROMPTLY), 2)
+
+
+def test_version_is_told_in_a_box():
+    window = Window(driver, program_path("desktop"), "--version", window_class=DIALOG)
+    with window:
+        window.press("Enter")
+        check_equal(window.wait_for_end(PROMPTLY), 0)
 
 
 # ---- sizes ----
@@ -390,6 +398,57 @@ def test_window_on_a_monitor_of_twice_the_resolution_is_twice_as_large():
             new_height = window.place(control)[3]
             check(1.7 * old_height < new_height < 2.3 * old_height, f"{control}: {old_height} has become {new_height}")
         check_equal(window.place(SEND)[2], 2 * before[SEND][2])
+
+
+# ---- what is seen ----
+
+
+def settled_picture(window, name):
+    """The bytes of a picture that does not change any more; the cursor must not blink in it."""
+    file = pathlib.Path(picture.replace(".png", f"-{name}.png"))
+    seen = []
+
+    def look():
+        window.tell("picture", file)
+        seen.append(file.read_bytes())
+        time.sleep(0.2)
+        return seen[-3:] == [seen[-1]] * 3
+
+    window.wait_until(look, "a picture that stays as it is")
+    return seen[-1]
+
+
+def check_that_all_is_painted(window, name):
+    seen = settled_picture(window, name)
+    window.tell("redraw")
+    check(settled_picture(window, name + "-redrawn") == seen, f"the window looks as when all of it is painted: {name}")
+
+
+def test_enlarged_window_is_painted_as_a_whole():
+    with Desktop() as window:
+        window.press("Tab")  # Send has no cursor that blinks.
+        window.wait_for_focus(SEND)
+        _, _, width, height = window.place(0)
+        for step in range(1, 5):
+            window.tell("resize", width + 60 * step, height + 30 * step)
+        check_that_all_is_painted(window, "enlarged")
+        window.tell("resize", width, height)
+        check_that_all_is_painted(window, "made-small-again")
+
+
+def test_nothing_of_the_moving_bar_stays_after_a_cancel():
+    with Desktop() as window:
+        window.tell("set-text", SERVICE, "Sleep")
+        window.tell("set-text", MESSAGE, "600000")
+        window.press("Tab")
+        window.wait_for_focus(SEND)
+        settled_picture(window, "before-the-bar-moves")
+        window.press("Space")
+        window.wait_until_running()
+        time.sleep(1)  # The bar is on its way.
+        window.press("Space")
+        window.wait_for_text(STATUS, "The request was cancelled.")
+        check_that_all_is_painted(window, "cancelled")
 
 
 def main():

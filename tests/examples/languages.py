@@ -7,6 +7,7 @@ The exit status is 77 when the language's interpreter is not there.
 """
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -97,13 +98,13 @@ def test_program_changes_no_line_end():
 def test_program_reports_that_there_is_no_such_service():
     status, reply, errors = program.send("Nonsense", "x")
     check_equal((status, reply), (16, b""))
-    check(b"error -6: the server has no service of that name; " in errors, errors)
+    check(b"error -6: The server has no service of that name." in errors, errors)
 
 
-def test_program_says_what_happened_and_what_to_do_when_no_server_is_named():
+def test_program_says_what_happened_when_no_server_is_named():
     status, reply, errors = program.run("", server.port, "Echo", "x")
     check_equal((status, reply), (11, b""))
-    check(b"error -1: the request is unusable; name " in errors, errors)
+    check(b"error -1: The request is unusable: the server or the proxy is not named." in errors, errors)
 
 
 def test_program_explains_its_arguments():
@@ -112,11 +113,20 @@ def test_program_explains_its_arguments():
     check(b"usage: " in errors, errors)
 
 
+def test_program_tells_its_version_and_its_usage_when_asked():
+    status, version, errors = program.run("--version")
+    check_equal((status, errors), (0, b""))
+    check(re.fullmatch(rb"(c_send|wpk_send\.js) \d+\.\d+\.\d+\r?\n", version), version)
+    status, usage, errors = program.run("--help")
+    check_equal((status, errors), (0, b""))
+    check(usage.startswith(b"usage: "), usage)
+
+
 def test_program_refuses_what_is_no_port():
     for port in ["", "0", "65536", "http", "80x", "-80"]:
         status, reply, errors = program.run("127.0.0.1", port, "Echo", "x")
         check_equal((port, status, reply), (port, 2, b""))
-        check(b"from 1 to 65535" in errors, errors)
+        check(b" is no number from 1 to 65535" in errors, errors)
 
 
 # ---- what the one in C does besides ----

@@ -9,9 +9,9 @@ import signal
 import socket
 import struct
 import subprocess
-import tempfile
 import threading
 import time
+import tty
 
 WINE = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "wine.sh"
 # For whatever should come at once, on a machine that is busy with other things.
@@ -111,13 +111,15 @@ class Server:
         self._command = program_command("message_server", ("--port", 0) + arguments)
 
     def __enter__(self):
-        # A file rather than a pipe, which nobody would read.
-        self._errors = tempfile.TemporaryFile()
         self._process = subprocess.Popen(self._command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                         stderr=self._errors)
+                                         stderr=subprocess.PIPE)
+        self._errors = LineReader(self._process.stderr)
         line = LineReader(self._process.stdout).wait_for_line("listening on")
-        self.port = int(re.fullmatch(r"listening on 127\.0\.0\.1:(\d+)", line)[1])
+        self.port = int(re.fullmatch(r"listening on [\d.]+:(\d+)", line)[1])
         return self
+
+    def wait_for_error_line(self, part):
+        return self._errors.wait_for_line(part)
 
     def is_running(self):
         return self._process.poll() is None
@@ -126,7 +128,6 @@ class Server:
         lived = self.is_running()
         self._process.kill()
         self._process.wait()
-        self._errors.close()
         if not lived:
             raise AssertionError("the server has ended by itself")
 
@@ -134,13 +135,17 @@ class Server:
 class TerminalClient:
     """A run of the client on a terminal of its own."""
 
-    def __init__(self, *arguments):
+    def __init__(self, *arguments, raw=False):
+        """raw: no key means anything to the terminal itself, as on a console of Windows; Wine arranges for the same, but
+        a moment after the program has begun to read."""
         command = program_command("wpk_send", arguments)
         self._bytes = b""
         self._seen = 0
         self._pid, self._terminal = pty.fork()
         if self._pid == 0:
             os.environ["TERM"] = "xterm"
+            if raw:
+                tty.setraw(0)
             os.execv(command[0], command)
 
     def screen(self):
@@ -201,9 +206,9 @@ def whole_request(service, data):
             b"Content-Length: %d\r\n\r\n" % len(body)) + body
 
 
-def exchange(port, *pieces, end=False):
+def exchange(port, *pieces, end=False, host="127.0.0.1"):
     """Sends the pieces, each by itself, and returns everything that comes back."""
-    with socket.create_connection(("127.0.0.1", port), PATIENCE) as connection:
+    with socket.create_connection((host, port), PATIENCE) as connection:
         connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
         for piece in pieces:
             connection.sendall(piece)

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "common/usage.h"
+
 namespace wpk_send {
 namespace {
 
@@ -21,7 +23,7 @@ Options Parse(std::initializer_list<const char*> arguments) {
 std::string Judge(std::initializer_list<const char*> arguments) {
     try {
         Parse(arguments);
-    } catch (const Usage& usage) {
+    } catch (const common::Usage& usage) {
         EXPECT_STRNE(usage.what(), "");
         return usage.AskedFor() ? "help" : "wrong";
     }
@@ -94,14 +96,53 @@ TEST(Options, PortsAndTimesHaveTheirRanges) {
     for (const char* time : {"0", "86401", "-1"}) EXPECT_EQ(Judge({"--timeout", time, "Echo"}), "wrong") << time;
 }
 
+std::string Complaint(std::initializer_list<const char*> arguments) {
+    try {
+        Parse(arguments);
+    } catch (const common::Usage& usage) {
+        return usage.what();
+    }
+    return "none";
+}
+
+TEST(Options, ThatAreWrongAreNamedAndSoIsWhatWouldBeRight) {
+    const struct {
+        std::initializer_list<const char*> arguments;
+        const char* complaint;
+    } cases[] = {
+        {{"--port", "65536", "Echo"}, "wpk_send: --port: '65536' is no number from 1 to 65535\n"},
+        {{"--port", "99999999999999999999", "Echo"}, "--port: '99999999999999999999' is no number from 1 to 65535\n"},
+        {{"--timeout", "0", "Echo"}, "wpk_send: --timeout: '0' is no number from 1 to 86400\n"},
+        {{"--proxy", "host:65536", "Echo"}, "wpk_send: --proxy: no port number from 1 to 65535 in 'host:65536'\n"},
+        {{"--connection", "often", "Echo"},
+         "wpk_send: --connection: 'often' is none of never, dial-up, permanent, automatic and 0 to 3\n"},
+        {{}, "wpk_send: SERVICE is required\n"},
+    };
+    for (const auto& [arguments, complaint] : cases) {
+        const std::string text = Complaint(arguments);
+        EXPECT_NE(text.find(complaint), std::string::npos) << text;
+        EXPECT_NE(text.find("\n(wpk_send --help explains the command line.)\n"), std::string::npos) << text;
+    }
+}
+
 TEST(Options, HelpIsAskedForAndNamesTheExitStatuses) {
     EXPECT_EQ(Judge({"--help"}), "help");
     try {
         Parse({"--help"});
         FAIL();
-    } catch (const Usage& usage) {
+    } catch (const common::Usage& usage) {
         EXPECT_NE(std::string(usage.what()).find("Exit status:"), std::string::npos);
         EXPECT_NE(std::string(usage.what()).find("--proxy-password"), std::string::npos);
+    }
+}
+
+TEST(Options, HelpHasAWordForEachValueAndNothingOfTheParserS) {
+    const std::string help = Complaint({"--help"});
+    EXPECT_NE(help.find("usage: wpk_send [OPTION ...] [SERVICE] [MESSAGE]\n"), std::string::npos) << help;
+    EXPECT_NE(help.find("-p,--port PORT"), std::string::npos) << help;
+    EXPECT_NE(help.find("Its port (usual: 80)\n"), std::string::npos) << help;
+    for (const char* notation : {"UINT", "INT", "TEXT", "Excludes", "Needs", "->", "REQUIRED", " in ["}) {
+        EXPECT_EQ(help.find(notation), std::string::npos) << notation;
     }
 }
 

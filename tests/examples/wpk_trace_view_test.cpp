@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "common/words.h"
 #include "wpk_trace/message_view.h"
-#include "wpk_trace/words.h"
 
 namespace wpk_trace {
 namespace {
@@ -178,11 +178,11 @@ TEST(TraceView, ShowsNothingThatATerminalMightActOn) {
 }
 
 TEST(Words, SpellWhatIsNotPrintable) {
-    EXPECT_EQ(Spelt("a\r\n\t\x1B\x7F\xE9z"), "a\\r\\n\\t\\x1B\\x7F\\xE9z");
-    EXPECT_EQ(Bytes(0), "0 bytes");
-    EXPECT_EQ(Bytes(1), "1 byte");
-    EXPECT_EQ(Trimmed(" \ta b\t "), "a b");
-    EXPECT_EQ(Trimmed(" \t"), "");
+    EXPECT_EQ(common::Spelt("a\r\n\t\x1B\x7F\xE9z"), "a\\r\\n\\t\\x1B\\x7F\\xE9z");
+    EXPECT_EQ(common::Bytes(0), "0 bytes");
+    EXPECT_EQ(common::Bytes(1), "1 byte");
+    EXPECT_EQ(common::Trimmed(" \ta b\t "), "a b");
+    EXPECT_EQ(common::Trimmed(" \t"), "");
 }
 
 }  // namespace

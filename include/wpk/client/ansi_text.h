@@ -1,4 +1,5 @@
-// A text in the ANSI code page, made from narrow or wide characters.
+/// @file
+/// A text in the ANSI code page, made from narrow or wide characters.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_ANSI_TEXT_H
 #define WPK_CLIENT_ANSI_TEXT_H

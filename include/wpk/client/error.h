@@ -1,4 +1,5 @@
-// What can go wrong, as error codes with texts.
+/// @file
+/// What can go wrong, as error codes with texts.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_ERROR_H
 #define WPK_CLIENT_ERROR_H

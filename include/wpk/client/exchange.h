@@ -1,4 +1,5 @@
-// One request from its sending to its outcome. Nothing here is for applications; Request is their handle to it.
+/// @file
+/// One request from its sending to its outcome. Nothing here is for applications; Request is their handle to it.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_EXCHANGE_H
 #define WPK_CLIENT_EXCHANGE_H

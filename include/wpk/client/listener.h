@@ -1,4 +1,5 @@
-// Who is told that the network comes and goes. Nothing here is for applications.
+/// @file
+/// Who is told that the network comes and goes. Nothing here is for applications.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_LISTENER_H
 #define WPK_CLIENT_LISTENER_H

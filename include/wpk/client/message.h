@@ -1,4 +1,5 @@
-// A message, and what comes back: progress, an outcome, a reply.
+/// @file
+/// A message, and what comes back: progress, an outcome, a reply.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_MESSAGE_H
 #define WPK_CLIENT_MESSAGE_H

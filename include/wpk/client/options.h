@@ -1,4 +1,5 @@
-// How a Client is set up.
+/// @file
+/// How a Client is set up.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_OPTIONS_H
 #define WPK_CLIENT_OPTIONS_H

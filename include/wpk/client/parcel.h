@@ -1,4 +1,6 @@
-// What the library reads of a request, and how it is kept as long as the library may. Nothing here is for applications.
+/// @file
+/// What the library reads of a request, and how it is kept as long as the library may. Nothing here is for
+/// applications.
 // SPDX-License-Identifier: MIT
 //
 // A send record, its texts and its body must stay until the request's final callback has returned. Code inside that

@@ -1,4 +1,5 @@
-// The few system functions that the client layer calls, without <windows.h>. Nothing here is for applications.
+/// @file
+/// The few system functions that the client layer calls, without <windows.h>. Nothing here is for applications.
 // SPDX-License-Identifier: MIT
 //
 // They are declared here as <windows.h> declares them, so that header may be included before, after, or not at all.

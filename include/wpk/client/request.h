@@ -1,4 +1,5 @@
-// Handles to a request that is under way.
+/// @file
+/// Handles to a request that is under way.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_REQUEST_H
 #define WPK_CLIENT_REQUEST_H

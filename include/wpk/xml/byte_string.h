@@ -1,4 +1,5 @@
-// The 8-bit strings that nodes are made of: 16 bytes, short ones in place.
+/// @file
+/// The 8-bit strings that nodes are made of: 16 bytes, short ones in place.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_BYTE_STRING_H
 #define WPK_XML_BYTE_STRING_H

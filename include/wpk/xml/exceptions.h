@@ -1,4 +1,5 @@
-// What the XML library throws.
+/// @file
+/// What the XML library throws.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_EXCEPTIONS_H
 #define WPK_XML_EXCEPTIONS_H

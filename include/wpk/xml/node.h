@@ -1,4 +1,5 @@
-// What all nodes of a document tree have in common, and what those with children have.
+/// @file
+/// What all nodes of a document tree have in common, and what those with children have.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_NODE_H
 #define WPK_XML_NODE_H

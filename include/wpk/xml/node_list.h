@@ -1,4 +1,5 @@
-// The lists of child nodes and attributes: 16 bytes, a single entry in place.
+/// @file
+/// The lists of child nodes and attributes: 16 bytes, a single entry in place.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_NODE_LIST_H
 #define WPK_XML_NODE_LIST_H

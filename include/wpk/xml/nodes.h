@@ -1,4 +1,5 @@
-// The kinds of nodes that a document tree is made of.
+/// @file
+/// The kinds of nodes that a document tree is made of.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_NODES_H
 #define WPK_XML_NODES_H

@@ -1,4 +1,5 @@
-// From bytes to a tree.
+/// @file
+/// From bytes to a tree.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_PARSER_H
 #define WPK_XML_PARSER_H

@@ -1,4 +1,5 @@
-// How and where a tree is written.
+/// @file
+/// How and where a tree is written.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_WRITE_CONTEXT_H
 #define WPK_XML_WRITE_CONTEXT_H

@@ -1,4 +1,5 @@
-// Copies of nodes with everything that belongs to them.
+/// @file
+/// Copies of nodes with everything that belongs to them.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_COPY_H
 #define WPK_XML_HELPERS_COPY_H

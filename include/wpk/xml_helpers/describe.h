@@ -1,4 +1,5 @@
-// Why a document was refused, in words, and where.
+/// @file
+/// Why a document was refused, in words, and where.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_DESCRIBE_H
 #define WPK_XML_HELPERS_DESCRIBE_H

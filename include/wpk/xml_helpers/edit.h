@@ -1,4 +1,5 @@
-// Changing a tree: texts that arrive as they are, attributes, elements added and removed.
+/// @file
+/// Changing a tree: texts that arrive as they are, attributes, elements added and removed.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_EDIT_H
 #define WPK_XML_HELPERS_EDIT_H

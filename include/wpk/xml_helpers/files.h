@@ -1,4 +1,5 @@
-// Documents as texts and in files.
+/// @file
+/// Documents as texts and in files.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_FILES_H
 #define WPK_XML_HELPERS_FILES_H

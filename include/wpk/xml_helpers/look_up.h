@@ -1,4 +1,5 @@
-// Reading a tree: attributes by name, texts as values, a loop over children.
+/// @file
+/// Reading a tree: attributes by name, texts as values, a loop over children.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_LOOK_UP_H
 #define WPK_XML_HELPERS_LOOK_UP_H

@@ -1,4 +1,5 @@
-// The classes of xml.h that the helpers speak of, by their names alone.
+/// @file
+/// The classes of xml.h that the helpers speak of, by their names alone.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_NAMES_H
 #define WPK_XML_HELPERS_NAMES_H

@@ -1,4 +1,5 @@
-// From bytes to a document that is owned, with errors that can be shown.
+/// @file
+/// From bytes to a document that is owned, with errors that can be shown.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_PARSE_H
 #define WPK_XML_HELPERS_PARSE_H

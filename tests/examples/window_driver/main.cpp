@@ -143,6 +143,12 @@ const std::map<std::string, Command>& Commands() {
          }},
         {"end",
          [](std::istream& words) { return std::to_string(target->WaitForEnd(static_cast<DWORD>(Number(words)))); }},
+        {"redraw",
+         [](std::istream&) {
+             RedrawWindow(target->Window(), /*lprcUpdate=*/nullptr, /*hrgnUpdate=*/nullptr,
+                          RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN | RDW_UPDATENOW);
+             return std::string("ok");
+         }},
         {"picture",
          [](std::istream& words) {
              SaveScreenshot(target->Window(), Rest(words));

@@ -2,14 +2,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
-namespace wpk_trace {
+namespace common {
 
 /// The other side has gone, or a call on its socket has failed.
 class ConnectionLost : public std::runtime_error {
@@ -26,6 +27,9 @@ public:
     SocketsInterface(const SocketsInterface&) = delete;
     SocketsInterface& operator=(const SocketsInterface&) = delete;
 };
+
+/// Asked before each look at a socket, several times a second: whether to go on waiting. It may throw instead.
+using KeepWaiting = std::function<bool()>;
 
 /// One thread may receive while another one sends.
 class Socket {
@@ -44,13 +48,17 @@ public:
     /// "127.0.0.1:8080": the other side.
     std::string Peer() const;
 
-    /// Waits for a connection, without end.
+    /// Waits for a client that does not vanish while it is taken in; without end.
     Socket Accept();
 
-    /// @return how many bytes have come, 1 to `size`; 0 when no more will, or when `over` has become true.
-    std::size_t Receive(char* into, std::size_t size, const std::atomic<bool>& over);
-    /// Sends all of it, or until `over` has become true.
-    void Send(std::string_view bytes, const std::atomic<bool>& over);
+    /// Waits until there is something to read, which the end of the connection is as well; false when the time is up.
+    bool WaitReadable(std::chrono::milliseconds time) const;
+
+    /// @return how many bytes have come, 1 to `size`; 0 when no more will, or when `keep_waiting` says no.
+    std::size_t Receive(char* into, std::size_t size, const KeepWaiting& keep_waiting);
+    /// Sends the beginning of it.
+    /// @return how many bytes have been taken; 0 when `keep_waiting` says no.
+    std::size_t SendSome(std::string_view bytes, const KeepWaiting& keep_waiting);
     /// Tells the other side that no more will come.
     void EndSending() noexcept;
     /// From now on its end is a reset for the other side.
@@ -60,8 +68,9 @@ private:
     // The platform's SOCKET, spelt so that its headers stay out of this one.
     using Handle = std::uintptr_t;
     explicit Socket(Handle handle) : handle_(handle) {}
+    Socket AcceptOne();
 
     Handle handle_;
 };
 
-}  // namespace wpk_trace
+}  // namespace common

@@ -6,16 +6,18 @@
 #include <ws2tcpip.h>
 
 #include <algorithm>
-#include <memory>
+#include <thread>
 #include <utility>
 
-namespace wpk_trace {
+namespace common {
 namespace {
 
 constexpr std::size_t kPiece = std::size_t{64} * 1024;
-// So often a wait looks whether it is over. Not every system wakes whoever waits for a socket every time: the socket
-// itself is asked again then.
-constexpr long kLookMicroseconds = 100000;
+// A wait is asked this often whether it is over. The socket itself is looked at again then too: not every system wakes
+// whoever waits for a socket every time. Wine, when it is busy, forgets one now and then.
+constexpr std::chrono::milliseconds kLook{250};
+// The system may be short of something for a moment; the next try to take a client in must not come at once then.
+constexpr std::chrono::milliseconds kShortage{10};
 
 std::string ErrorText(const char* call) {
     const int error = WSAGetLastError();
@@ -29,20 +31,23 @@ std::string ErrorText(const char* call) {
 std::string BindTrouble(const std::string& address, std::uint16_t port) {
     const int error = WSAGetLastError();
     const std::string place = "port " + std::to_string(port) + " of " + address;
-    if (error == WSAEADDRINUSE) return place + " is in use; choose another with --listen";
-    if (error == WSAEACCES) return place + " is reserved or not allowed; choose another with --listen";
-    if (error == WSAEADDRNOTAVAIL) return address + " is no address of this machine; choose another with --address";
+    if (error == WSAEADDRINUSE) return place + " is in use; choose another one";
+    if (error == WSAEACCES) return place + " is reserved or not allowed; choose another one";
+    if (error == WSAEADDRNOTAVAIL) return address + " is no address of this machine; choose another one";
     return "bind to " + place + " failed: " + std::to_string(error);
 }
 
 enum class Direction { kInput, kRoom };
 
-void WaitABit(Direction direction, SOCKET socket) {
-    timeval time{0, kLookMicroseconds};
+/// Waits until a transfer is worth a try; false when the time is up.
+bool WaitFor(Direction direction, SOCKET socket, std::chrono::milliseconds time) {
+    const auto microseconds = std::chrono::microseconds(time).count();
+    timeval most = {static_cast<long>(microseconds / 1000000), static_cast<long>(microseconds % 1000000)};
     fd_set set{1, {socket}};
     const bool input = direction == Direction::kInput;
-    const int ready = select(0, input ? &set : nullptr, input ? nullptr : &set, nullptr, &time);
+    const int ready = select(0, input ? &set : nullptr, input ? nullptr : &set, nullptr, &most);
     if (ready == SOCKET_ERROR) throw ConnectionLost(ErrorText("select"));
+    return ready == 1;
 }
 
 void MakeNonBlocking(SOCKET socket) {
@@ -50,14 +55,14 @@ void MakeNonBlocking(SOCKET socket) {
     if (ioctlsocket(socket, FIONBIO, &non_blocking) == SOCKET_ERROR) throw ConnectionLost(ErrorText("ioctlsocket"));
 }
 
-/// Repeats a call that does not block until it has done something; 0 when it is over before.
+/// Repeats a call that does not block until it has done something; 0 when the wait is given up before.
 template <class Call>
-std::size_t Repeat(Direction direction, SOCKET socket, const std::atomic<bool>& over, const char* name, Call call) {
-    while (!over) {
+std::size_t Repeat(Direction direction, SOCKET socket, const KeepWaiting& keep_waiting, const char* name, Call call) {
+    while (keep_waiting()) {
         const int done = call();
         if (done != SOCKET_ERROR) return static_cast<std::size_t>(done);
         if (WSAGetLastError() != WSAEWOULDBLOCK) throw ConnectionLost(ErrorText(name));
-        WaitABit(direction, socket);
+        WaitFor(direction, socket, kLook);
     }
     return 0;
 }
@@ -153,27 +158,39 @@ std::string Socket::Peer() const {
 
 Socket Socket::Accept() {
     for (;;) {
+        try {
+            return AcceptOne();
+        } catch (const ConnectionLost&) {
+            std::this_thread::sleep_for(kShortage);
+        }
+    }
+}
+
+Socket Socket::AcceptOne() {
+    for (;;) {
         Socket client(accept(handle_, nullptr, nullptr));
         if (client.handle_ != INVALID_SOCKET) {
             MakeNonBlocking(client.handle_);
             return client;
         }
         if (WSAGetLastError() != WSAEWOULDBLOCK) throw ConnectionLost(ErrorText("accept"));
-        WaitABit(Direction::kInput, handle_);
+        WaitReadable(kLook);
     }
 }
 
-std::size_t Socket::Receive(char* into, std::size_t size, const std::atomic<bool>& over) {
+bool Socket::WaitReadable(std::chrono::milliseconds time) const {
+    return WaitFor(Direction::kInput, handle_, time);
+}
+
+std::size_t Socket::Receive(char* into, std::size_t size, const KeepWaiting& keep_waiting) {
     const int piece = static_cast<int>(std::min(size, kPiece));
-    return Repeat(Direction::kInput, handle_, over, "recv", [&] { return recv(handle_, into, piece, 0); });
+    return Repeat(Direction::kInput, handle_, keep_waiting, "recv", [&] { return recv(handle_, into, piece, 0); });
 }
 
-void Socket::Send(std::string_view bytes, const std::atomic<bool>& over) {
-    while (!bytes.empty() && !over) {
-        const int piece = static_cast<int>(std::min(bytes.size(), kPiece));
-        bytes.remove_prefix(
-            Repeat(Direction::kRoom, handle_, over, "send", [&] { return send(handle_, bytes.data(), piece, 0); }));
-    }
+std::size_t Socket::SendSome(std::string_view bytes, const KeepWaiting& keep_waiting) {
+    const int piece = static_cast<int>(std::min(bytes.size(), kPiece));
+    return Repeat(Direction::kRoom, handle_, keep_waiting, "send",
+                  [&] { return send(handle_, bytes.data(), piece, 0); });
 }
 
 void Socket::EndSending() noexcept {
@@ -185,4 +202,4 @@ void Socket::MakeEndAReset() noexcept {
     setsockopt(handle_, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&at_once), sizeof at_once);
 }
 
-}  // namespace wpk_trace
+}  // namespace common

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace wpk_trace {
+namespace common {
 namespace {
 
 char ToLower(char c) {
@@ -60,4 +60,4 @@ std::string Beginning::InWords() const {
     return Bytes(length_) + ": " + Spelt(kept_) + (kept_.size() < length_ ? "..." : "");
 }
 
-}  // namespace wpk_trace
+}  // namespace common

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace wpk_trace {
+namespace common {
 
 /// The bytes with everything but printable ASCII spelt out: \r, \n, \t, and \xNN for the rest.
 std::string Spelt(std::string_view bytes);
@@ -38,4 +38,4 @@ private:
     std::uint64_t length_ = 0;
 };
 
-}  // namespace wpk_trace
+}  // namespace common
