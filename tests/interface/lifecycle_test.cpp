@@ -382,37 +382,45 @@ TEST(FreeLibrary, WhileRequestsRun_LetsThemEndAndTheProcessToo) {
     EXPECT_EQ(Child("FreeWhileRequestsRun", "").Wait(), static_cast<DWORD>(kGood));
 }
 
-// Ends the process in the way that `argument` names, with requests in every phase and a spool file on disk.
+// Ends the process in the way that the first letter of `argument` names, return, exit or terminate, while replies go
+// into files, replies are waited for, and a connection is being made. The rest is the peer's port.
 WPK_SCENARIO(EndWithRequestsInFlight) {
-    Peer& peer = *new Peer(
-        [](Connection& connection) {
-            connection.ReadRequest();
-            if (connection.index() % 2 == 0) connection.Send(OkHead(50000) + Pattern(20000));
-            connection.WaitForEnd();
-        },
-        4);
+    const auto port = static_cast<unsigned short>(std::stoul(argument.substr(1)));
     const Library library = Library::Load();
     const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
     if (library.Init(&settings) != 1) return 1;
-    for (int i = 0; i < 4; ++i) {
-        Request& request = *new Request(peer.port());
-        if (request.Send(library) == 0) return 2;
-        if (peer.WaitForRequest(static_cast<size_t>(i)).empty()) return 3;
-        if (i % 2 == 0 && !request.inbox.WaitForCount(1)) return 4;
+    for (int i = 0; i < 2; ++i) {
+        Request& silent = (new Request(port))->Service("Silent");
+        if (silent.Send(library) == 0) return 2;
+        Request& received = *new Request(port);
+        if (received.Send(library) == 0) return 3;
+        if (!received.inbox.WaitForCount(1)) return 4;
     }
     Request& connecting = *new Request(DeadPort());
     connecting.Send(library);
     if (FilesLike("", "tmp*").size() != 2) return 5;
-    if (argument == "exit") ExitProcess(kGood);
-    if (argument == "terminate") TerminateProcess(GetCurrentProcess(), kGood);
+    if (argument[0] == 'e') ExitProcess(kGood);
+    if (argument[0] == 't') TerminateProcess(GetCurrentProcess(), kGood);
     return kGood;
 }
 
+// The peer stays out of the process that ends. Wine kills the other threads there wherever they are, on a busy machine
+// now and then where one holds a lock of Wine's own; the last thread waits for that for ever as soon as it is told of
+// the end of somebody's receive. The fewer threads receive there, the better.
 TEST(ProcessEnd, WithRequestsInFlight_IsCleanAndLeavesNoFile) {
-    for (const char* way : {"return", "exit", "terminate"}) {
+    Peer peer(
+        [](Connection& connection) {
+            const std::string request = connection.ReadRequest();
+            if (request.find("Silent") == std::string::npos) connection.Send(OkHead(50000) + Pattern(20000));
+            connection.WaitForEnd();
+        },
+        4);
+    for (const char* way : {"r", "e", "t"}) {
         SCOPED_TRACE(way);
-        EXPECT_EQ(Child("EndWithRequestsInFlight", way).Wait(), static_cast<DWORD>(kGood));
+        const std::string argument = way + std::to_string(peer.port());
+        EXPECT_EQ(Child("EndWithRequestsInFlight", argument).Wait(), static_cast<DWORD>(kGood));
         EXPECT_TRUE(FilesLike("", "tmp*").empty());
+        EXPECT_TRUE(peer.WaitUntilIdle());
     }
 }
 

@@ -77,6 +77,17 @@ TEST_F(ExchangeTest, ASignalAloneEndsTheRequestAsCancelled) {
     }
 }
 
+TEST_F(ExchangeTest, AHeaderWithoutAColonIsRefusedAfterAllThatIsNeededToo) {
+    Peer server([](Peer::Connection& connection) {
+        connection.ReadRequest();
+        const std::string reply = host::Reply("ok");
+        const size_t headers_end = reply.find("\r\n\r\n");
+        connection.Write(reply.substr(0, headers_end) + "\r\nno colon" + reply.substr(headers_end));
+    });
+    Carried request(state, server.Port(), "Small");
+    EXPECT_EQ(request.Run(), WPK_ERROR_EXCHANGE);
+}
+
 TEST_F(ExchangeTest, AProxyThatIsGoneAfterItsQuestionIsNotTakenForConnected) {
     SpeedUp(5000);
     for (const int end : {WPK_ERROR_CONNECT, WPK_ERROR_CANCELLED}) {

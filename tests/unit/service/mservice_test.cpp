@@ -114,6 +114,7 @@ protected:
     uint32_t StopWorkers() override {
         if (beforeStop) beforeStop();
         const uint32_t result = MService::StopWorkers();
+        EXPECT_EQ(result, 1u);
         if (afterStop) afterStop();
         return result;
     }
