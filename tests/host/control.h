@@ -5,7 +5,8 @@
 // all of them. It is stricter than Windows where that finds faults, and as unkind as Windows where that matters:
 //
 // - Values of kernel handles are never used twice: whatever uses a closed handle is recorded as a misuse.
-// - Socket values and thread ids are used again at once, the lowest free one first.
+// - Socket values are used again at once, the lowest free one first; so are the ids of threads that have ended, when no
+//   handle to them is open any more.
 // - Threads cannot be stopped by force. A suspended thread stops at its next call into the stand-in, and so does a
 //   terminated one, for good: it keeps its stack, takes nothing that it waited for and runs no destructor. Its handle
 //   is signalled as soon as it stands still: at once while it waits in the stand-in.

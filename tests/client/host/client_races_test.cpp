@@ -6,8 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <chrono>
+#include <fstream>
 #include <optional>
 #include <random>
 #include <stdexcept>
@@ -17,6 +21,7 @@
 #include "host/child_process.h"
 #include "host/control.h"
 #include "host/scene.h"
+#include "support/sanitized.h"
 
 namespace wpk::client_test {
 namespace {
@@ -117,6 +122,60 @@ RACE_IN_CHILD(RequestsWhoseTimeIsUpAtRandomMomentsEndOnce) {
     ASSERT_TRUE(host::AwaitThat([&] { return outcomes == kThreads * kRounds; }));
     EXPECT_GT(timed_out, 0);
     ExpectNothingLeft();
+}
+
+// Leaves no room for the stack of another thread, for the length of a scope.
+class ShortOfThreads {
+public:
+    ShortOfThreads() {
+        size_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        getrlimit(RLIMIT_AS, &before_);
+        rlimit little = before_;
+        little.rlim_cur = pages * static_cast<size_t>(sysconf(_SC_PAGESIZE)) + (1 << 20);
+        setrlimit(RLIMIT_AS, &little);
+    }
+    ShortOfThreads(const ShortOfThreads&) = delete;
+    ShortOfThreads& operator=(const ShortOfThreads&) = delete;
+    ~ShortOfThreads() { setrlimit(RLIMIT_AS, &before_); }
+
+private:
+    rlimit before_ = {};
+};
+
+std::atomic<int> sent{0};
+
+unsigned CountSend(WPK_SENDSTRUCT* message) {
+    ++sent;
+    std::thread([message] {
+        WPK_CALLBACKSTRUCT notification = {};
+        notification.nReason = WPK_REASON_REPLY;
+        notification.lpUserData = message->lpUserData;
+        message->lpfnCallback(&notification);
+    }).join();
+    return 1;
+}
+
+RACE_IN_CHILD(ATimeLimitWithoutAThreadForItIsRefusedBeforeAnythingIsSent) {
+    if (support::kIsSanitized) return;  // sanitizers take more memory than is left
+    Options options;
+    options.server = "server.example";
+    options.time_limit = std::chrono::hours(1);
+    const Client client(std::move(options), {[](const WPK_INITSTRUCT*) { return 1; }, CountSend,
+                                             [](unsigned handle) { return handle == 0xFFFFFFFF ? 0 : 1; }});
+    {
+        const ShortOfThreads shortage;
+        std::error_code refused;
+        try {
+            client.Send({"Echo", "hello"}, [](const Outcome&) {});
+        } catch (const std::system_error& error) {
+            refused = error.code();
+        }
+        EXPECT_EQ(refused, Errc::kNotTaken);
+        EXPECT_EQ(sent, 0);
+    }
+    EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "");
+    EXPECT_EQ(sent, 1);
 }
 
 RACE_IN_CHILD(ScopedRequestsLeaveNoFunctionBehind) {

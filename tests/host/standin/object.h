@@ -28,6 +28,7 @@ public:
     void HandleClosed();
 
 protected:
+    bool HasHandle() const { return handles_ != 0; }
     /// The last handle has been closed; calls in progress may still use the object.
     virtual void LastHandleClosed() {}
 

@@ -98,10 +98,23 @@ void Thread::MarkEnded(DWORD exit_code) {
     ended_ = true;
     exit_code_ = exit_code;
     RemoveObject(slot_);
-    ids.Free(number_);
+    ids.SetSlot(number_, 0);
+    GiveIdBack();
     // Whoever counts the threads and finds this one ended comes after it.
     if (!foreign_) running.fetch_sub(1, std::memory_order_release);
     changed_.notify_all();
+}
+
+/// An id is taken as long as the thread runs or a handle to it is open.
+void Thread::GiveIdBack() {
+    if (!has_id_ || !ended_ || HasHandle()) return;
+    has_id_ = false;
+    ids.Free(number_);
+}
+
+void Thread::LastHandleClosed() {
+    const std::lock_guard lock(mutex_);
+    GiveIdBack();
 }
 
 void Thread::Forget() {

@@ -52,7 +52,7 @@ public:
 protected:
     bool Signalled() const override { return ended_; }
     void Take() override {}
-    void LastHandleClosed() override {}
+    void LastHandleClosed() override;
 
 private:
     static std::shared_ptr<Thread> Register(bool foreign, bool suspended);
@@ -61,9 +61,11 @@ private:
     void AwaitLeave(std::unique_lock<std::mutex>& lock);
     void AwaitLeaveScheduled(std::unique_lock<std::mutex>& lock);
     void MarkEnded(DWORD exit_code);
+    void GiveIdBack();
 
     const bool foreign_;
     uint32_t number_ = 0;
+    bool has_id_ = true;
     /// Where the table has it while it runs, whether or not a handle is open.
     uint32_t slot_ = 0;
     int suspended_;
