@@ -13,11 +13,13 @@ build=build/windows
 programs=$build/bin
 work=$(mktemp -d)
 server_pid=
+trace_pid=
 client_pid=
 
 # Ends what this script has started, and nothing else, however it ends.
 clean_up() {
     [ -z "$client_pid" ] || kill -KILL "$client_pid" 2>/dev/null || true
+    [ -z "$trace_pid" ] || kill -KILL "$trace_pid" 2>/dev/null || true
     [ -z "$server_pid" ] || kill -KILL "$server_pid" 2>/dev/null || true
     rm -rf "$work"
 }
@@ -37,7 +39,7 @@ build() {
     # The tests need more packages. Where they are built already, leaving them out would remove them.
     grep -qs '^WPK_TESTS:BOOL=ON$' "$build/CMakeCache.txt" || tests=(-DWPK_TESTS=OFF)
     mkdir -p build || give_up "the folder build/ cannot be written."
-    { cmake --preset windows "${tests[@]}" && cmake --build --preset windows --target message_server wpk_send; } \
+    { cmake --preset windows "${tests[@]}" && cmake --build --preset windows --target message_server wpk_send wpk_trace; } \
         >"$log" 2>&1 && return
     tail -n 40 "$log"
     give_up "the build has failed; all of its output is in $log. If $build was made elsewhere or broken off, remove it."
@@ -66,6 +68,31 @@ start_server() {
     fi
     echo "The server says: $line"
     port=${line##*:}
+}
+
+start_trace() {
+    exec {trace_output}< <(exec scripts/wine.sh "$programs/wpk_trace.exe" --listen 0 --to "127.0.0.1:$port" \
+        </dev/null 2>"$work/trace.log")
+    trace_pid=$!
+    local line
+    echo "\$ wpk_trace --listen 0 --to 127.0.0.1:$port"
+    if ! line=$(wait_for_line "$trace_output" "listening on"); then
+        cat "$work/trace.log"
+        give_up "wpk_trace has not started."
+    fi
+    echo "$line"
+    line=${line%%,*}
+    port=${line##*:}
+}
+
+# What wpk_trace says of the connection, up to its end.
+show_trace() {
+    local line
+    while IFS= read -r -t 120 -u "$trace_output" line; do
+        echo "${line%$'\r'}" | tee -a "$work/trace"
+        [[ $line != *" over: "* ]] || return 0
+    done
+    give_up "wpk_trace has not shown the whole connection."
 }
 
 # Shows a call of the client as one would type it.
@@ -164,6 +191,12 @@ expect_said "no service of that name"
 
 step "Sending a message to the service Sleep, and pressing Ctrl-C while it sleeps"
 send_and_interrupt --verbose Sleep 60000
+
+step "Looking at the wire: a message goes through wpk_trace, which says in words what passes"
+start_trace
+send 0 Echo "hello, server"
+show_trace
+grep -qF "WPK_ServiceData, 13 bytes: hello, server" "$work/trace" || give_up "wpk_trace has not shown the message."
 
 echo
 echo "All went as expected."

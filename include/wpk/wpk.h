@@ -64,14 +64,16 @@
 #ifndef WPK_WPK_H
 #define WPK_WPK_H
 
-/** The version of this header, which is that of the whole package. Within a major version, programs and DLLs fit
- * together whichever is newer. */
-/**@{*/
+/* The version of this header, which is that of the whole package. */
+
+/** Within a major version, programs and DLLs fit together whichever is newer. */
 #define WPK_VERSION_MAJOR 1
+/** Counts versions that bring something new. */
 #define WPK_VERSION_MINOR 0
+/** Counts versions that only mend. */
 #define WPK_VERSION_PATCH 0
+/** All three, with dots between. */
 #define WPK_VERSION_STRING "1.0.0"
-/**@}*/
 
 #if defined(_WIN32) && !defined(WPK_BUILDING_DLL)
 #define WPK_API __declspec(dllimport)
