@@ -192,6 +192,16 @@ TEST(NodeLists, CopyAndMove) {
     }
 }
 
+TEST(ByteStrings, OfADocumentEndWithAZeroHoweverLongAndWithoutTheirReturns) {
+    for (std::size_t size = 1; size < 100; ++size) {
+        const std::string text = OfSize(size) + '\n';
+        const auto document = xml_tests::Parse("<e>" + OfSize(size) + "\r\n<b/>behind it</e>");
+        const auto& kept = static_cast<const Text&>(*document->root->children[0]).text;
+        EXPECT_EQ(kept, text);
+        EXPECT_STREQ(kept.c_str(), text.c_str());
+    }
+}
+
 TEST(NodeLists, OfOneEntryNeedNoMemoryOfTheirOwn) {
     Element element(nullptr, "e");
     NodeList<Node> list;
