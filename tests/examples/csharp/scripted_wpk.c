@@ -75,6 +75,13 @@ static void Fail(const WPK_SENDSTRUCT* message, int error) {
     Notify(message, &failure);
 }
 
+/* The message is no text: it has no end of its own. */
+static int NumberIn(const WPK_SENDSTRUCT* message) {
+    char text[12] = "";
+    memcpy(text, message->lpData, message->dwDataLength < sizeof text ? message->dwDataLength : sizeof text - 1);
+    return atoi(text);
+}
+
 static void* Carry(void* argument) {
     Request* request = argument;
     AwaitTurn(request);
@@ -83,7 +90,7 @@ static void* Carry(void* argument) {
     } else if (strcmp(request->message->lpszServiceName, "Sleep") == 0) {
         Fail(request->message, WPK_ERROR_CANCELLED);
     } else {
-        Fail(request->message, atoi(request->message->lpData));
+        Fail(request->message, NumberIn(request->message));
     }
     free(request);
     return NULL;
