@@ -30,11 +30,11 @@ if(TARGET wpk_send)
   endforeach()
 endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/xml DESTINATION ${wpk_sources})
-install(FILES LICENSE README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES LICENSE THIRD_PARTY.md README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 # The pages stand to each other as in the repository; those for whoever develops the library are left out.
 set(left_out CONTRIBUTING.md architecture.md performance.md testing.md)
-foreach(name IN LISTS left_out ITEMS Doxyfile)
+foreach(name IN LISTS left_out ITEMS Doxyfile reference.dox)
   list(APPEND excludes PATTERN ${name} EXCLUDE)
 endforeach()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} ${excludes})

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Makes the archives that a release consists of: build/package/wpk-VERSION-win64.zip, with everything that
-# `cmake --install` lays out and the checksums of it in SHA256SUMS, and wpk-VERSION-win64-debug.zip, with the DLL's debug
-# symbols. The same sources give the same bytes.
+# `cmake --install` lays out, the reference as HTML and the checksums of it all in SHA256SUMS, and
+# wpk-VERSION-win64-debug.zip, with the DLL's debug symbols. The same sources give the same bytes.
 # Usage: scripts/package.sh [BUILD_FOLDER]    (a configured `windows` build; default: one of its own is made)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -18,7 +18,7 @@ if [ $# -gt 1 ] || [[ ${1:-} == -* ]]; then
     echo "usage: scripts/package.sh [BUILD_FOLDER]" >&2
     exit 2
 fi
-for tool in cmake ninja x86_64-w64-mingw32-g++-posix llvm-dlltool zip; do
+for tool in cmake ninja x86_64-w64-mingw32-g++-posix llvm-dlltool doxygen zip; do
     command -v "$tool" >/dev/null || give_up "$tool is missing; scripts/setup.sh installs it."
 done
 
@@ -72,6 +72,8 @@ pack() {
 
 release=$contents/release symbols=$contents/symbols
 logged cmake --install "$build" --prefix "$release/$name"
+logged scripts/reference.sh
+cp -r build/reference/html "$release/$name/share/doc/wpk/reference"
 (cd "$release/$name" && find . -type f ! -name SHA256SUMS -printf '%P\n' | LC_ALL=C sort | xargs -d '\n' sha256sum >SHA256SUMS)
 pack "$release" "$name.zip"
 
