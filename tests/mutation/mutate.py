@@ -77,7 +77,7 @@ def keys_of(sources):
 def read_equivalents(path):
     """The faults that change nothing, as (file, line before, line after).
 
-    Each is a block of lines: the file; the line before, behind "- "; the line after, behind "+ "; the reason.
+    Each is a block of lines: the file; the line before, after "- "; the line with the fault, after "+ "; the reason.
     """
     known = set()
     file = before = None

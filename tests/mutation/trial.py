@@ -215,7 +215,7 @@ class _Spent:
 
 
 def _stat_of(folder):
-    """The fields behind the name, which may hold blanks: first the state."""
+    """The fields after the name, which may hold blanks: first the state."""
     return (folder / "stat").read_text().rpartition(")")[2].split()
 
 
