@@ -64,6 +64,12 @@ public:
         const __m128i most = _mm_set1_epi8(static_cast<char>(high - low));
         return Matches(_mm_cmpeq_epi8(_mm_min_epu8(distance, most), distance));
     }
+    friend Block operator&(Block a, Block b) noexcept { return Block(_mm_and_si128(a.bytes_, b.bytes_)); }
+    friend Block operator|(Block a, Block b) noexcept { return Block(_mm_or_si128(a.bytes_, b.bytes_)); }
+    /// The bytes of two numbers, the lowest first.
+    static Block Of(std::uint64_t first, std::uint64_t second) noexcept {
+        return Block(_mm_set_epi64x(static_cast<std::int64_t>(second), static_cast<std::int64_t>(first)));
+    }
     /// With the bit set by which lower-case letters differ from upper-case ones.
     Block LowerCase() const noexcept { return Block(_mm_or_si128(bytes_, _mm_set1_epi8(0x20))); }
 

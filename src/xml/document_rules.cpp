@@ -71,6 +71,7 @@ private:
     /// give one back.
     void Elements(Document* document) {
         Cursor cursor = cursor_;
+        if (!cursor.Expect('<')) cursor.Fail(16);
         NodeContainer* parent = document;
         do {
             StartTag(cursor, parent);
@@ -79,27 +80,31 @@ private:
         cursor_ = cursor;
     }
 
-    /// The element goes to the nodes, and to the open ones unless its tag is an empty-element tag.
+    /// The cursor is after the '<'. The element goes to the nodes, and to the open ones unless its tag is an
+    /// empty-element tag.
     WPK_XML_INLINE void StartTag(Cursor& cursor, NodeContainer* parent) {
-        if (!cursor.Expect('<')) cursor.Fail(16);
         const Slice name = cursor.Name();
         if (!name) cursor.Fail(10);
-        Element* const element = builder_.Make<Element>(parent, builder_.Keep(name));
+        Element* const element = builder_.Make<Element>(parent, builder_.KeepName(name));
         nodes_.push_back(element);
-        Slice text;
-        if (cursor.SkipPlainContent(name, text)) return AddOnlyText(element, text);
-        if (cursor.SkipWhitespace()) Attributes(cursor, element);
-        const Byte c = cursor.Read();
-        if (c == '/') {
-            if (!cursor.Expect('>')) cursor.Fail(11);
-            return;
-        }
-        if (c != '>') cursor.Fail(12);
+        if (!cursor.SkipPlain('>') && !EndStartTag(cursor, element)) return;
         OpenElement& open = open_.Extend();
         open.element = element;
         open.name = name.data;
         open.nameSize = name.size;
         open.firstChild = nodes_.size();
+    }
+
+    /// Reads the rest of a start tag after its name; whether it is one that content follows.
+    WPK_XML_INLINE bool EndStartTag(Cursor& cursor, Element* element) {
+        if (cursor.SkipWhitespace()) Attributes(cursor, element);
+        const Byte c = cursor.Read();
+        if (c == '/') {
+            if (!cursor.Expect('>')) cursor.Fail(11);
+            return false;
+        }
+        if (c != '>') cursor.Fail(12);
+        return true;
     }
 
     WPK_XML_INLINE void Attributes(Cursor& cursor, Element* element) {
@@ -114,7 +119,7 @@ private:
         if (!name) return false;
         Slice text;
         if (cursor.SkipPlainValue(text)) {
-            Attribute* const attribute = builder_.Make<Attribute>(element, builder_.Keep(name));
+            Attribute* const attribute = builder_.Make<Attribute>(element, builder_.KeepName(name));
             nodes_.push_back(attribute);
             AddOnlyText(attribute, text);
         } else {
@@ -128,7 +133,7 @@ private:
     Cursor AddPieces(Cursor cursor, Element* element, std::string_view name) {
         ReadEquals(cursor);
         Attribute* const attribute =
-            builder_.Make<Attribute>(element, builder_.Keep({name.data(), name.size(), false}));
+            builder_.Make<Attribute>(element, builder_.KeepName({name.data(), name.size(), false}));
         nodes_.push_back(attribute);
         const std::size_t first = nodes_.size();
         if (!ReadValue(cursor, ValueTarget{*this, attribute})) cursor.Fail(4);
@@ -139,55 +144,82 @@ private:
     /// By the attribute that has been read last.
     void SetPreserveSpace(Element* element) { element->preserveSpace = nodes_.back()->GetText() == "preserve"; }
 
-    /// Reads what is inside of the elements that are open. The result is the element in which the next one begins, or
-    /// null when the last one has ended.
+    /// Reads what is inside the elements that are open. The result is the element in which the next one begins, with
+    /// the cursor after its '<', or null when the last one has ended.
     WPK_XML_INLINE NodeContainer* ContentToStartTag(Cursor& cursor) {
         if (open_.empty()) return nullptr;
         Element* element = open_.back().element;
-        auto from = cursor.Position();
         for (;;) {
-            const Byte stop = cursor.ReadPastText();
-            if (stop == ']') {
-                if (cursor.Match("]>")) cursor.Fail(15);
+            Slice text;
+            const Byte stop = ReadText(cursor, text);
+            if (stop == '&') {
+                AddText(element, text);
+                cursor.Unread();
+                AddReference(element, ReadReferenceInline(cursor));
                 continue;
             }
-            if (stop != '<' && stop != '&') cursor.Fail(stop == 0 ? 1 : 2);
-            AddText(element, cursor.Cut(from, 1));
-            cursor.Unread();
-            if (stop == '&') {
-                AddReference(element, ReadReferenceInline(cursor));
-            } else if (cursor.Peek(1) == '/') {
-                EndTag(cursor);
+            const Byte mark = cursor.Peek();
+            if (mark == '/') {
+                EndTag(cursor, text);
                 if (open_.empty()) return nullptr;
                 element = open_.back().element;
-            } else if (!AddMarkup(cursor, element)) {
-                return element;
+                continue;
             }
-            from = cursor.Position();
+            AddText(element, text);
+            if ((mark != '!' && mark != '?') || !AddMarkup(cursor, element)) return element;
         }
     }
 
-    WPK_XML_INLINE void EndTag(Cursor& cursor) {
-        cursor.Match("</");
+    /// Reads character data and the '<' or '&' after it, which is the result.
+    WPK_XML_INLINE Byte ReadText(Cursor& cursor, Slice& text) {
+        const auto from = cursor.Position();
+        // Often there is nothing between two tags.
+        if (cursor.SkipPlain('<')) {
+            text = cursor.Cut(from, 1);
+            return '<';
+        }
+        for (;;) {
+            const Byte stop = cursor.ReadPastText();
+            if (stop == '<' || stop == '&') {
+                text = cursor.Cut(from, 1);
+                return stop;
+            }
+            if (stop != ']') cursor.Fail(stop == 0 ? 1 : 2);
+            if (cursor.Match("]>")) cursor.Fail(15);
+        }
+    }
+
+    /// The cursor is before the '/'; `text` is what the element has before its end tag.
+    WPK_XML_INLINE void EndTag(Cursor& cursor, const Slice& text) {
         const OpenElement& open = open_.back();
         const Slice expected{open.name, open.nameSize, false};
-        if (!cursor.SkipName(expected)) {
-            const Slice name = cursor.Name();
-            if (!name) cursor.Fail(10);
-            if (std::string_view(name) != std::string_view(expected)) cursor.Fail(13);
+        if (!cursor.SkipPlainEnd(expected)) cursor = ReadEndTag(cursor, expected);
+        Element* const element = open.element;
+        if (nodes_.size() == open.firstChild) {
+            AddOnlyText(element, text);
+        } else {
+            AddText(element, text);
+            TakeNodes(element->children, open.firstChild);
         }
-        cursor.SkipWhitespace();
-        if (!cursor.Expect('>')) cursor.Fail(12);
-        TakeNodes(open.element->children, open.firstChild);
         open_.pop_back();
     }
 
-    /// Reads a comment, a section or an instruction if the cursor is on one.
+    static Cursor ReadEndTag(Cursor cursor, std::string_view expected) {
+        cursor.Read();
+        const Slice name = cursor.Name();
+        if (!name) cursor.Fail(10);
+        if (std::string_view(name) != expected) cursor.Fail(13);
+        cursor.SkipWhitespace();
+        if (!cursor.Expect('>')) cursor.Fail(12);
+        return cursor;
+    }
+
+    /// Reads a comment, a section or an instruction if the '<' before the cursor begins one.
     bool AddMarkup(Cursor& cursor, Element* element) {
-        const Byte mark = cursor.Peek(1);
-        if (mark != '!' && mark != '?') return false;
         cursor_ = cursor;
+        cursor_.Unread();
         const bool isAdded = AddComment(element) || AddCData(element) || AddPi(element);
+        if (!isAdded) cursor_.Read();
         cursor = cursor_;
         return isAdded;
     }
@@ -195,14 +227,14 @@ private:
     bool AddComment(NodeContainer* parent) {
         Slice text;
         if (!ReadComment(cursor_, text)) return false;
-        nodes_.push_back(builder_.Make<Comment>(parent, builder_.Keep(text)));
+        nodes_.push_back(builder_.Make<Comment>(parent, builder_.KeepValue(text)));
         return true;
     }
 
     bool AddCData(NodeContainer* parent) {
         Slice text;
         if (!ReadCData(cursor_, text)) return false;
-        nodes_.push_back(builder_.Make<CData>(parent, builder_.Keep(text)));
+        nodes_.push_back(builder_.Make<CData>(parent, builder_.KeepValue(text)));
         return true;
     }
 
@@ -210,22 +242,22 @@ private:
         Slice target;
         Slice data;
         if (!ReadPi(cursor_, target, data)) return false;
-        const PooledBytes name = builder_.Keep(target);
-        nodes_.push_back(builder_.Make<Pi>(parent, name, builder_.Keep(data)));
+        const PooledBytes name = builder_.KeepName(target);
+        nodes_.push_back(builder_.Make<Pi>(parent, name, builder_.KeepValue(data)));
         return true;
     }
 
     WPK_XML_INLINE void AddText(NodeContainer* parent, const Slice& text) {
-        nodes_.push_back(builder_.Make<Text>(parent, builder_.Keep(text)));
+        nodes_.push_back(builder_.Make<Text>(parent, builder_.KeepValue(text)));
     }
 
     WPK_XML_INLINE void AddOnlyText(NodeContainer* parent, const Slice& text) {
-        Internals::HoldOne<Node>(parent->children, builder_.Make<Text>(parent, builder_.Keep(text)));
+        builder_.FillWithOne<Node>(parent->children, builder_.Make<Text>(parent, builder_.KeepValue(text)));
     }
 
     void AddReference(NodeContainer* parent, const ReferenceParts& parts) {
         if (parts.name) {
-            nodes_.push_back(builder_.Make<EntityRef>(parent, builder_.Keep(parts.name), parts.value));
+            nodes_.push_back(builder_.Make<EntityRef>(parent, builder_.KeepName(parts.name), parts.value));
         } else {
             nodes_.push_back(builder_.Make<CharRef>(parent, static_cast<signed char>(parts.value)));
         }

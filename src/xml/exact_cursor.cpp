@@ -43,8 +43,8 @@ void ExactCursor::Unread() noexcept {
     place_.column = previousColumn_;
 }
 
-Byte ExactCursor::Peek(std::size_t distance) const noexcept {
-    return place_.position < size_ && distance < size_ - place_.position ? input_[place_.position + distance] : Byte{0};
+Byte ExactCursor::Peek() const noexcept {
+    return place_.position < size_ ? input_[place_.position] : Byte{0};
 }
 
 bool ExactCursor::Match(std::string_view literal) noexcept {

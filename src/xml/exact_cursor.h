@@ -27,7 +27,7 @@ public:
 
     Byte Read() noexcept;
     void Unread() noexcept;
-    Byte Peek(std::size_t distance) const noexcept;
+    Byte Peek() const noexcept;
     bool Match(std::string_view literal) noexcept;
     bool Expect(char c) noexcept;
     bool SkipWhitespace() noexcept;
@@ -36,8 +36,8 @@ public:
     Byte ReadPastText() noexcept;
     Byte ReadPastValue(char quote) noexcept;
     /// Those that may do nothing.
-    bool SkipName(const Slice& /*name*/) noexcept { return false; }
-    bool SkipPlainContent(const Slice& /*name*/, Slice& /*text*/) noexcept { return false; }
+    bool SkipPlain(char /*c*/) noexcept { return false; }
+    bool SkipPlainEnd(const Slice& /*name*/) noexcept { return false; }
     bool SkipPlainValue(Slice& /*text*/) noexcept { return false; }
     bool SkipEntity(Slice& /*name*/, char& /*value*/) noexcept { return false; }
     void SkipTo(char /*stop*/) noexcept {}

@@ -33,7 +33,8 @@ class FastCursor {
 public:
     using Place = const Byte*;
 
-    FastCursor(const Byte* input, std::size_t size) noexcept : at_(input), start_(input), end_(input + size) {}
+    FastCursor(const Byte* input, std::size_t size) noexcept
+        : at_(input), start_(input), end_(EndOfDocument(input, size)) {}
 
     /// Copies go field by field: a whole one that was just changed would have to wait until that has reached the
     /// memory.
@@ -70,10 +71,8 @@ public:
         if (*at_ == '\n' && at_ != start_ && at_[-1] == '\r') --at_;
     }
 
-    /// A raw byte further on, 0 beyond the end. Moves nothing.
-    Byte Peek(std::size_t distance) const noexcept {
-        return distance < static_cast<std::size_t>(end_ - at_) ? at_[distance] : Byte{0};
-    }
+    /// The raw byte after a '<' or '&', which is never the last one. Moves nothing.
+    Byte Peek() const noexcept { return *at_; }
 
     /// Moves past the literal if it is there.
     template <std::size_t N>
@@ -102,26 +101,15 @@ public:
     Slice Name() noexcept { return NameFrom(kNameStart); }
     Slice NameToken() noexcept { return NameFrom(kNameChar); }
 
-    /// May move past a name that has been read before, if it is there again.
-    bool SkipName(const Slice& name) noexcept {
-        if (!BeginsWith(at_, end_, reinterpret_cast<const Byte*>(name.data), name.size)) return false;
-        const Byte* const behind = at_ + name.size;
-        if (behind == end_ || Is(*behind, kNameChar)) return false;
-        at_ = behind;
-        return true;
-    }
+    /// May move past the character if it is there.
+    bool SkipPlain(char c) noexcept { return Expect(c); }
 
-    /// Behind the name of a start tag: may move past the rest of the element, if that is '>', plain text and the end
-    /// tag.
-    bool SkipPlainContent(const Slice& name, Slice& text) noexcept {
-        if (at_ == end_ || *at_ != '>') return false;
-        const Byte* const from = at_ + 1;
-        const Byte* const to = FindTextStop(from, end_);
-        if (static_cast<std::size_t>(end_ - to) < name.size + 3) return false;
-        if (to[0] != '<' || to[1] != '/' || to[name.size + 2] != '>') return false;
-        if (!BeginsWith(to + 2, end_, reinterpret_cast<const Byte*>(name.data), name.size)) return false;
-        text = {AsChars(from), static_cast<std::size_t>(to - from), false};
-        at_ = to + name.size + 3;
+    /// After the '<' of an end tag: may move past the rest of it, if that is the name without white space.
+    bool SkipPlainEnd(const Slice& name) noexcept {
+        if (!BeginsWith(at_ + 1, end_, reinterpret_cast<const Byte*>(name.data), name.size)) return false;
+        const Byte* const after = at_ + 1 + name.size;
+        if (*after != '>') return false;
+        at_ = after + 1;
         return true;
     }
 
@@ -179,9 +167,23 @@ public:
 private:
     static const char* AsChars(const Byte* bytes) noexcept { return reinterpret_cast<const char*>(bytes); }
 
+    /// Where the last '>' of a document ends, if nothing but white space follows that; elsewhere there is no document,
+    /// and nothing is left of it.
+    static const Byte* EndOfDocument(const Byte* input, std::size_t size) noexcept {
+        const Byte* const end = EndOfTags(input, size);
+        if (end != input || size == 0) return end;
+        const void* const zero = std::memchr(input, '\0', size);
+        return zero == nullptr ? input
+                               : EndOfTags(input, static_cast<std::size_t>(static_cast<const Byte*>(zero) - input));
+    }
+    static const Byte* EndOfTags(const Byte* input, std::size_t size) noexcept {
+        while (size != 0 && Is(input[size - 1], kWhite)) --size;
+        return size != 0 && input[size - 1] == '>' ? input + size : input;
+    }
+
     Slice NameFrom(CharClass first) noexcept {
         const Byte* const from = at_;
-        if (at_ != end_ && Is(*at_, first)) at_ = SkipNameChars(at_ + 1, end_);
+        if (at_ != end_ && Is(*at_, first)) at_ = SkipNameChars(at_ + 1);
         return {AsChars(from), static_cast<std::size_t>(at_ - from), false};
     }
 

@@ -84,11 +84,22 @@ struct Internals {
         list.size_ = 0;
         list.capacity_ = 0;
     }
-    static constexpr std::uint8_t kNameMark = ByteString::kParsedName;
-    static constexpr std::uint8_t kValueMark = ByteString::kParsedValue;
-    static constexpr std::uint8_t kNoMark = 0;
+    /// Which of its node's strings one that is being parsed is.
+    enum class Mark : std::uint8_t { kNone, kName, kValue };
+    static constexpr std::size_t kMarks = 3;
+    /// Such a string holds less than kNearSize bytes in place, or borrows bytes that are in the pool.
+    ///@{
+    static constexpr std::size_t kNearSize = ByteString::kNearSize;
+    static constexpr std::uint8_t NearTag(std::size_t size, Mark mark) noexcept {
+        return static_cast<std::uint8_t>((kNearSize - size) | MarkBits(mark));
+    }
+    static inline PooledBytes Borrowed(char* bytes, std::size_t size, Mark mark) noexcept;
+    ///@}
 
 private:
+    static constexpr std::uint8_t MarkBits(Mark mark) noexcept {
+        return mark == Mark::kName ? ByteString::kParsedName : mark == Mark::kValue ? ByteString::kParsedValue : 0;
+    }
     static bool HasChildren(Kind kind) noexcept { return kind >= Kind::kForeignContainer && kind <= Kind::kDocument; }
     static bool IsOfOwnClass(const Node& node) noexcept {
         const std::type_info& own = *kOwnClasses[static_cast<std::size_t>(KindOf(node))];

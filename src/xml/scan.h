@@ -70,14 +70,9 @@ inline const Byte* FindStop(const Byte* at, const Byte* end, char stop) noexcept
         [stop](Byte c) { return c == static_cast<Byte>(stop) || c == '\r' || !Is(c, kAllowed); });
 }
 
-/// Ends behind the last character of a name.
-WPK_XML_INLINE const Byte* SkipNameChars(const Byte* at, const Byte* end) noexcept {
-    at = scan_detail::Find(
-        at, end, [](const auto& block) { return scan_detail::NameChars(block).Mask() ^ 0xFFFFU; },
-        [](Byte c) { return !Is(c, kNameChar); });
-    // A letter beyond ASCII ends a block too.
-    if (at == end || *at < 0x80) return at;
-    while (at != end && Is(*at, kNameChar)) ++at;
+/// Ends after the last character of a name. What follows the name must be before the end of the input.
+WPK_XML_INLINE const Byte* SkipNameChars(const Byte* at) noexcept {
+    while (Is(*at, kNameChar)) ++at;
     return at;
 }
 

@@ -1,28 +1,54 @@
-// Building the nodes of a parsed document in its pool: the longer strings.
+// Building the nodes of a parsed document in its pool: the strings that are not simply a block of the input.
 // SPDX-License-Identifier: MIT
 #include "xml/tree_builder.h"
 
+#include <cstring>
+
 namespace AdvXMLParser {
+namespace {
 
-PooledBytes TreeBuilder::KeepLong(const char* data, std::size_t size) {
-    char* const bytes = cutter_.Cut(RoundUp(size + 1), reached_);
-    std::memcpy(bytes, data, size);
-    bytes[size] = '\0';
-    return {bytes, size, false};
-}
-
-PooledBytes TreeBuilder::KeepWithoutReturns(const char* data, std::size_t size) {
-    char* const bytes = cutter_.Cut(RoundUp(size + 1), reached_);
-    char* to = bytes;
+/// Copies with every CR LF and lone CR made one LF, and gives the end of the copy.
+char* CopyWithoutReturns(const char* data, std::size_t size, char* to) noexcept {
     const char* const end = data + size;
     for (const char* at = data; at != end; ++at) {
         const bool isReturn = *at == '\r';
         *to++ = isReturn ? '\n' : *at;
         if (isReturn && at + 1 != end && at[1] == '\n') ++at;
     }
-    *to = '\0';
-    cutter_.Trim(bytes + RoundUp(static_cast<std::size_t>(to - bytes) + 1));
-    return {bytes, static_cast<std::size_t>(to - bytes), false};
+    return to;
+}
+
+}  // namespace
+
+PooledBytes TreeBuilder::KeepOther(const char* data, std::size_t size, bool hasReturns, Mark mark) {
+    if (!hasReturns) return KeepCopy(data, size, mark);
+    // Mostly it is the end of a line and an indentation, of which all but the first byte stays.
+    if (size > 1 && data[0] == '\r' && data[1] == '\n' && std::memchr(data + 1, '\r', size - 1) == nullptr) {
+        return Keep({data + 1, size - 1, false}, mark);
+    }
+    return KeepWithoutReturns(data, size, mark);
+}
+
+PooledBytes TreeBuilder::KeepWithoutReturns(const char* data, std::size_t size, Mark mark) {
+    char* const bytes = cutter_.Cut(RoundUp(size + 1), reached_);
+    char* const end = CopyWithoutReturns(data, size, bytes);
+    *end = '\0';
+    const std::size_t left = static_cast<std::size_t>(end - bytes);
+    const bool isNear = left < Internals::kNearSize;
+    cutter_.Trim(isNear ? bytes : bytes + RoundUp(left + 1));
+    return isNear ? KeepCopy(bytes, left, mark) : Internals::Borrowed(bytes, left, mark);
+}
+
+PooledBytes TreeBuilder::KeepCopy(const char* data, std::size_t size, Mark mark) {
+    if (size < Internals::kNearSize) {
+        char block[sizeof(PooledBytes)];
+        std::memcpy(block, data, size);
+        return MakeNear(block, size, mark);
+    }
+    char* const bytes = cutter_.Cut(RoundUp(size + 1), reached_);
+    std::memcpy(bytes, data, size);
+    bytes[size] = '\0';
+    return Internals::Borrowed(bytes, size, mark);
 }
 
 }  // namespace AdvXMLParser

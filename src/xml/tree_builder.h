@@ -3,38 +3,15 @@
 #ifndef WPK_XML_TREE_BUILDER_H
 #define WPK_XML_TREE_BUILDER_H
 
-#include <cstring>
 #include <new>
 #include <utility>
 
 #include "xml/fast_cursor.h"
 #include "xml/internals.h"
+#include "xml/pooled_bytes.h"
 #include "xml/teardown.h"
 
 namespace AdvXMLParser {
-
-/// Bytes for a string of a node in the pool. Short ones are copied from where they are, long ones are there already.
-struct PooledBytes {
-    const char* data;
-    std::size_t size;
-    /// Whether as many bytes as a ByteString has may be read.
-    bool isRoomy;
-};
-
-WPK_XML_INLINE ByteString::ByteString(const PooledBytes& bytes, std::uint8_t mark) noexcept {
-    if (bytes.size >= kNearSize) {
-        SetFar(const_cast<char*>(bytes.data), bytes.size, static_cast<std::uint8_t>(kBorrowed | mark));
-        return;
-    }
-    // Of fixed size where possible: that is one load and one store.
-    if (bytes.isRoomy) {
-        std::memcpy(near_, bytes.data, sizeof(near_));
-    } else {
-        std::memcpy(near_, bytes.data, bytes.size);
-    }
-    near_[bytes.size] = '\0';
-    near_[kNearSize] = static_cast<char>((kNearSize - bytes.size) | mark);
-}
 
 WPK_XML_INLINE Node::Seat::Seat(Kind nodeKind, const PoolSeat& place) noexcept
     : offset(static_cast<std::uint32_t>(static_cast<std::size_t>(reinterpret_cast<const char*>(this) - place.chunk) /
@@ -43,16 +20,7 @@ WPK_XML_INLINE Node::Seat::Seat(Kind nodeKind, const PoolSeat& place) noexcept
 
 WPK_XML_INLINE Node::Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent,
                           const PooledBytes& nodeName) noexcept
-    : name(nodeName, Internals::kNameMark), parent(nodeParent), seat_(kind, seat) {}
-
-/// The names that all nodes of a class have, with a block to be read behind each.
-namespace fixed_names {
-inline constexpr PooledBytes kNone{"\0              ", 0, true};
-inline constexpr PooledBytes kDocument{"#document\0      ", 9, true};
-inline constexpr PooledBytes kText{"#text\0          ", 5, true};
-inline constexpr PooledBytes kCData{"#cdata-section\0 ", 14, true};
-inline constexpr PooledBytes kComment{"#comment\0       ", 8, true};
-}  // namespace fixed_names
+    : name(nodeName), parent(nodeParent), seat_(kind, seat) {}
 
 WPK_XML_INLINE Element::Element(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& tagName) noexcept
     : NodeContainer(Kind::kElement, seat, parentNode, tagName) {
@@ -72,14 +40,14 @@ WPK_XML_INLINE Document::Document(const PoolSeat& seat) noexcept
     Internals::MarkAsParsed(children);
 }
 WPK_XML_INLINE Text::Text(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
-    : Node(Kind::kText, seat, parentNode, fixed_names::kText), text(characters, Internals::kValueMark) {}
+    : Node(Kind::kText, seat, parentNode, fixed_names::kText), text(characters) {}
 WPK_XML_INLINE CData::CData(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
-    : Node(Kind::kCData, seat, parentNode, fixed_names::kCData), text(characters, Internals::kValueMark) {}
+    : Node(Kind::kCData, seat, parentNode, fixed_names::kCData), text(characters) {}
 WPK_XML_INLINE Comment::Comment(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
-    : Node(Kind::kComment, seat, parentNode, fixed_names::kComment), text(characters, Internals::kValueMark) {}
+    : Node(Kind::kComment, seat, parentNode, fixed_names::kComment), text(characters) {}
 WPK_XML_INLINE Pi::Pi(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& target,
                       const PooledBytes& targetData) noexcept
-    : Node(Kind::kPi, seat, parentNode, target), data(targetData, Internals::kValueMark) {}
+    : Node(Kind::kPi, seat, parentNode, target), data(targetData) {}
 WPK_XML_INLINE EntityRef::EntityRef(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& entityName,
                                     char character) noexcept
     : Reference(Kind::kEntityRef, seat, parentNode, entityName), value(character) {}
@@ -92,7 +60,7 @@ template <class T>
 class Pooled final : public T {
 public:
     template <class... Arguments>
-    explicit Pooled(const PoolSeat& seat, Arguments&&... arguments) noexcept
+    WPK_XML_INLINE explicit Pooled(const PoolSeat& seat, Arguments&&... arguments) noexcept
         : T(seat, std::forward<Arguments>(arguments)...) {}
 
     ~Pooled() override {
@@ -102,8 +70,6 @@ public:
     }
 
     static void* operator new(std::size_t size) = delete;
-    static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
-    static void operator delete(void* /*memory*/, void* /*place*/) noexcept {}
     // NOLINTNEXTLINE(misc-new-delete-overloads): what it would match is deleted
     static void operator delete(void* /*memory*/) noexcept { Pool::EndToLeave(); }
 };
@@ -126,8 +92,6 @@ public:
     }
 
     static void* operator new(std::size_t size) = delete;
-    static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
-    static void operator delete(void* /*memory*/, void* /*place*/) noexcept {}
     // NOLINTNEXTLINE(misc-new-delete-overloads): what it would match is deleted
     static void operator delete(void* memory) noexcept { Pool::OfFirstPiece(memory)->LeaveForGood(1); }
 };
@@ -141,57 +105,71 @@ public:
                                                                                       : nullptr),
           reached_(input) {}
 
-    /// Memory runs out by std::bad_alloc, here and below.
+    /// Memory runs out by std::bad_alloc, here and below. Every node has to get into a list, but for the document.
     template <class T, class... Arguments>
     WPK_XML_INLINE T* Make(Arguments&&... arguments) {
         void* const piece = cutter_.Cut(RoundUp(sizeof(Pooled<T>)), reached_);
-        ++nodes_;
-        return new (piece) Pooled<T>(cutter_.Seat(), std::forward<Arguments>(arguments)...);
+        return ::new (piece) Pooled<T>(cutter_.Seat(), std::forward<Arguments>(arguments)...);
     }
 
-    /// The bytes for a string of the node that is made next.
-    WPK_XML_INLINE PooledBytes Keep(const Slice& slice) {
-        reached_ = slice.data;
-        if (slice.size < sizeof(ByteString) - 1 && !slice.hasReturns) {
-            return {slice.data, slice.size, slice.data <= lastRoomy_};
-        }
-        return slice.hasReturns ? KeepWithoutReturns(slice.data, slice.size) : KeepLong(slice.data, slice.size);
-    }
+    /// The bytes for a string of the node that is made next: its name, or its other one.
+    ///@{
+    WPK_XML_INLINE PooledBytes KeepName(const Slice& slice) { return Keep(slice, Mark::kName); }
+    WPK_XML_INLINE PooledBytes KeepValue(const Slice& slice) { return Keep(slice, Mark::kValue); }
+    ///@}
 
     /// Changes a string of a node that was made here.
     void Set(ByteString& bytes, const Slice& slice) {
-        const PooledBytes kept = Keep(slice);
+        const PooledBytes kept = Keep(slice, Mark::kNone);
         bytes.~ByteString();
-        ::new (&bytes) ByteString(kept, Internals::kNoMark);
+        ::new (&bytes) ByteString(kept);
     }
 
     /// Fills an empty list.
+    ///@{
     template <class T>
-    void Fill(NodeList<T>& list, Node* const* nodes, std::size_t count) {
+    WPK_XML_INLINE void Fill(NodeList<T>& list, Node* const* nodes, std::size_t count) {
         if (count == 0) return;
-        if (count == 1) return Internals::HoldOne(list, static_cast<T*>(*nodes));
+        if (count == 1) return FillWithOne(list, static_cast<T*>(*nodes));
         void* const piece = cutter_.Cut(RoundUp(count * sizeof(T*)), reached_);
         T** const entries = static_cast<T**>(piece);
         for (std::size_t i = 0; i < count; ++i) entries[i] = static_cast<T*>(nodes[i]);
         Internals::Borrow(list, entries, count);
+        listed_ += count;
     }
+    template <class T>
+    WPK_XML_INLINE void FillWithOne(NodeList<T>& list, T* node) noexcept {
+        Internals::HoldOne(list, node);
+        ++listed_;
+    }
+    ///@}
 
-    void Finish() noexcept { cutter_.Finish(nodes_); }
+    void Finish() noexcept { cutter_.Finish(listed_ + 1); }
 
 private:
+    using Mark = Internals::Mark;
+
     static constexpr std::size_t RoundUp(std::size_t size) noexcept {
         return (size + Pool::kUnit - 1) / Pool::kUnit * Pool::kUnit;
     }
 
-    PooledBytes KeepLong(const char* data, std::size_t size);
-    PooledBytes KeepWithoutReturns(const char* data, std::size_t size);
+    WPK_XML_INLINE PooledBytes Keep(const Slice& slice, Mark mark) {
+        reached_ = slice.data;
+        const bool isSimple = slice.size < Internals::kNearSize && !slice.hasReturns && slice.data <= lastRoomy_;
+        return isSimple ? MakeNear(slice.data, slice.size, mark)
+                        : KeepOther(slice.data, slice.size, slice.hasReturns, mark);
+    }
+    PooledBytes KeepOther(const char* data, std::size_t size, bool hasReturns, Mark mark);
+    PooledBytes KeepWithoutReturns(const char* data, std::size_t size, Mark mark);
+    PooledBytes KeepCopy(const char* data, std::size_t size, Mark mark);
 
     PoolCutter cutter_;
     /// The last place in the input from which a block can be read.
     const char* const lastRoomy_;
     /// How far the input has been used: where the last string came from.
     const char* reached_;
-    std::size_t nodes_ = 0;
+    /// How many nodes are in lists.
+    std::size_t listed_ = 0;
 };
 
 }  // namespace AdvXMLParser

@@ -34,7 +34,7 @@ public:
     /// document are copied out of it.
     ByteString(ByteString&& other);  // NOLINT(performance-noexcept-move-constructor): see above
     /// For the parser alone.
-    inline ByteString(const PooledBytes& bytes, std::uint8_t mark) noexcept;
+    inline explicit ByteString(const PooledBytes& bytes) noexcept;
     ~ByteString() {
         if (IsHeap()) FreeHeap();
     }
