@@ -73,7 +73,7 @@ int main(int argc, char** argv) {
     const unsigned int port = argc == 5 ? PortOf(argv[2]) : 0;
 
     if (argc == 2 && strcmp(argv[1], "--version") == 0) {
-        printf("c_send %s\n", WPK_EXAMPLES_VERSION);
+        printf("c_send %s\n", WPK_VERSION_STRING);
         return 0;
     }
     if (argc == 2 && strcmp(argv[1], "--help") == 0) {

@@ -52,7 +52,7 @@ std::optional<std::uint64_t> Number(std::string_view digits) {
 CommandLine::CommandLine(const std::string& description, const std::string& name) : CLI::App(description, name) {
     formatter(std::make_shared<HelpText>());
     set_help_flag("-h,--help", "Show this help, and do nothing else");
-    set_version_flag("--version", name + " " WPK_EXAMPLES_VERSION, "Show the version, and do nothing else");
+    set_version_flag("--version", name + " " WPK_VERSION_STRING, "Show the version, and do nothing else");
 }
 
 void CommandLine::Read(int argc, const char* const* argv, const std::function<void()>& check) {

@@ -21,7 +21,7 @@ class WpkConan(ConanFile):
         self.version = re.search(r"project\(wpk VERSION ([\d.]+)", sources).group(1)
 
     def export_sources(self):
-        pages = ("LICENSE", "README.md", "CHANGELOG.md", "SECURITY.md")
+        pages = ("LICENSE", "THIRD_PARTY.md", "README.md", "CHANGELOG.md", "SECURITY.md")
         for pattern in (*pages, "CMakeLists.txt", "cmake/*", "docs/*", "examples/*", "include/*", "src/*"):
             copy(self, pattern, os.path.join(self.recipe_folder, ROOT), self.export_sources_folder)
 

@@ -3,6 +3,7 @@
 #include "common/command_line.h"
 
 #include <gtest/gtest.h>
+#include <wpk/wpk.h>
 
 #include <functional>
 #include <string>
@@ -44,7 +45,7 @@ common::Usage Answer(const Program& program, const char* argument) {
 TEST(CommandLine, OfEachProgramTellsTheVersion) {
     for (const Program& program : Programs()) {
         const common::Usage answer = Answer(program, "--version");
-        EXPECT_EQ(std::string(answer.what()), std::string(program.name) + " " WPK_EXAMPLES_VERSION "\n");
+        EXPECT_EQ(std::string(answer.what()), std::string(program.name) + " " WPK_VERSION_STRING "\n");
         EXPECT_EQ(answer.ExitStatus(), 0);
     }
 }

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 #include <wpk/error_text.h>
+#include <wpk/wpk.h>
 
 #include <fstream>
 #include <iterator>
@@ -24,7 +25,7 @@ TEST(Sentences, OfTheScriptAreThoseOfTheHeader) {
 }
 
 TEST(Sentences, AndTheVersionOfTheScriptAreOurs) {
-    EXPECT_NE(Script().find("const VERSION = '" WPK_EXAMPLES_VERSION "';"), std::string::npos);
+    EXPECT_NE(Script().find("const VERSION = '" WPK_VERSION_STRING "';"), std::string::npos);
 }
 
 }  // namespace

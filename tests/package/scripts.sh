@@ -196,6 +196,7 @@ play_build_tools() {
     play ninja ''
     play zip ''
     play llvm-dlltool ''
+    play doxygen ''
     play x86_64-w64-mingw32-g++-posix ''
 }
 
@@ -258,9 +259,11 @@ layout_without_git() {
 tests_without_git() {
     begin_with_source 'int one;'
     play cmake 'exit 1'
+    play python3 ''
     run test.sh host && says 'The build of host has failed' && [ "$(tail -n 1 <<<"$said")" = '0 passed, 1 failed' ] || return
     begin_with_source 'int   one;'
     play cmake 'exit 1'
+    play python3 ''
     run test.sh host && says 'not laid out' && [ "$(tail -n 1 <<<"$said")" = '0 passed, 2 failed' ]
 }
 

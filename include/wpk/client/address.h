@@ -1,4 +1,5 @@
-// Where a server or a proxy is, and what cannot be an address.
+/// @file
+/// Where a server or a proxy is, and what cannot be an address.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_ADDRESS_H
 #define WPK_CLIENT_ADDRESS_H

@@ -1,4 +1,5 @@
-// What the client layer needs of a compiler; without it, one line that says so instead of hundreds of errors.
+/// @file
+/// What the client layer needs of a compiler; without it, one line that says so instead of hundreds of errors.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_REQUIREMENTS_H
 #define WPK_CLIENT_REQUIREMENTS_H

@@ -1,4 +1,5 @@
-// Keeps the time limits of requests. Nothing here is for applications.
+/// @file
+/// Keeps the time limits of requests. Nothing here is for applications.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_TIMEKEEPER_H
 #define WPK_CLIENT_TIMEKEEPER_H
