@@ -77,9 +77,9 @@ public:
     /// Moves past the literal if it is there.
     template <std::size_t N>
     bool Match(const char (&literal)[N]) noexcept {
-        constexpr std::size_t size = N - 1;
-        if (static_cast<std::size_t>(end_ - at_) < size || std::memcmp(at_, literal, size) != 0) return false;
-        at_ += size;
+        constexpr std::size_t kSize = N - 1;
+        if (static_cast<std::size_t>(end_ - at_) < kSize || std::memcmp(at_, literal, kSize) != 0) return false;
+        at_ += kSize;
         return true;
     }
 
