@@ -14,7 +14,7 @@ packages=(cmake ninja-build g++-mingw-w64-x86-64-posix wine wine64 libcli11-dev)
 servers=(squid nginx haproxy)
 everything=(
     git g++ fonts-wine xvfb googletest libbenchmark-dev
-    clang libclang-rt-14-dev clang-format clang-tidy gcovr python3
+    clang libclang-rt-14-dev clang-format clang-tidy gcovr python3 valgrind
     libpugixml-dev librapidxml-dev libtinyxml2-dev libxml2-dev libexpat1-dev iso-codes shared-mime-info xkb-data
     tinyproxy-bin "${servers[@]}" util-linux
     llvm lld g++-mingw-w64-x86-64-win32 pkg-config mono-mcs mono-runtime zip unzip doxygen

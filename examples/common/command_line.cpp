@@ -4,11 +4,11 @@
 
 #include <wpk/wpk.h>
 
-#include <charconv>
 #include <memory>
 #include <optional>
 #include <string_view>
-#include <system_error>
+
+#include "number.h"
 
 namespace common {
 namespace {
@@ -38,14 +38,6 @@ class HelpText : public CLI::Formatter {
         return option->get_description() + (usual.empty() ? "" : " (usual: " + usual + ")");
     }
 };
-
-/// Nothing where it is no number.
-std::optional<std::uint64_t> Number(std::string_view digits) {
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
-    return number;
-}
 
 }  // namespace
 

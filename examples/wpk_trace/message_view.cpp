@@ -3,14 +3,16 @@
 #include "message_view.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
+
+#include "common/number.h"
 
 namespace wpk_trace {
 namespace {
 
 using common::Bytes;
 using common::EqualIgnoringCase;
+using common::Number;
 using common::Spelt;
 using common::Trimmed;
 
@@ -18,14 +20,6 @@ constexpr char kMask[] = "(hidden; --show-credentials shows it)";
 
 bool IsSecret(std::string_view name) {
     return EqualIgnoringCase(name, "Proxy-Authorization") || EqualIgnoringCase(name, "Authorization");
-}
-
-/// Nothing where it is no number.
-std::optional<std::uint64_t> Number(std::string_view digits) {
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
-    return number;
 }
 
 }  // namespace
