@@ -1,6 +1,6 @@
 // Addresses: what cannot be one is refused before anything is sent.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>

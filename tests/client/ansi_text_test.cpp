@@ -1,6 +1,6 @@
 // Texts: narrow as they stand, wide converted exactly or not at all.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Cancelling: explicitly, by destruction, from inside, too early and too late.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>

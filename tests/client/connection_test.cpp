@@ -1,6 +1,6 @@
 // Being told that the network comes and goes, and no longer being told.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>

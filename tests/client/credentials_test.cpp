@@ -1,6 +1,6 @@
 // The proxy's question for credentials, answered and declined.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 
 #include <gtest/gtest.h>
 

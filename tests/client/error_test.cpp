@@ -1,6 +1,6 @@
 // Every failure as an error code with a text of its own.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Exceptions that the application's functions throw: none reaches the library, each goes where it is said to.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // What the layer keeps, and for how long.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
-#include "interface/rig/process.h"
+#include "support/dll/process.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Many requests from many threads, in every form, some of them cancelled.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 
 #include <gtest/gtest.h>
 

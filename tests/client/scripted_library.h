@@ -6,7 +6,7 @@
 #include <wpk/client/options.h>
 #include <wpk/wpk.h>
 
-#include "interface/rig/platform.h"
+#include "support/dll/platform.h"
 
 #include <functional>
 #include <vector>

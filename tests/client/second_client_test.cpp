@@ -1,6 +1,6 @@
 // The library takes its settings once: what becomes of a second Client.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Sending messages and getting their replies, as futures and as function calls.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 
 #include <gtest/gtest.h>
 

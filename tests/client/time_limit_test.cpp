@@ -1,6 +1,6 @@
 // Time limits: of a message and of the Client, reached and not reached.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // The samples of docs/client.md: they compile as they stand there, and do what the page says.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scoped.inc"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // The samples of docs/guide.md: they compile as they stand there, and do what the page says.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/platform.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/platform.h"
+#include "support/dll/wire.h"
 
 #include "wpk/wpk.h"
 

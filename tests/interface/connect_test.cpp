@@ -1,8 +1,8 @@
 // Time-outs and connections that cannot be made. Slow by nature: all waits run side by side.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // Platform calls that fail: each call of a request once and for good. Whatever fails, every handle ends in one final
 // notification, nothing is left behind, and the next request works.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/import_patch.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/import_patch.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 

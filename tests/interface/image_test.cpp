@@ -1,6 +1,6 @@
 // The built wpk.dll as a file: what it imports and exports, how it was linked, what it says of itself.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/process.h"
+#include "support/dll/process.h"
 
 #include <gtest/gtest.h>
 

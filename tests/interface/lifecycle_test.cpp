@@ -1,10 +1,10 @@
 // Initialisation, calls before it, connection types, freeing the library, the end of the process.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/import_patch.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/import_patch.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 // Many requests at once, accounted for one by one.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/heap_count.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/heap_count.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 // Requests through a proxy: who is called, what is asked, and which credentials are sent.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/proxied.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/proxied.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 

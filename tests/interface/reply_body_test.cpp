@@ -1,10 +1,10 @@
 // How the body of a reply arrives: sizes, pieces, progress, and connections that break.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/receive_watch.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/receive_watch.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #ifndef WPK_TESTS_SOAK_JOB_H
 #define WPK_TESTS_SOAK_JOB_H
 
-#include "interface/rig/request.h"
+#include "support/dll/request.h"
 #include "soak/server_process.h"
 
 #include <functional>

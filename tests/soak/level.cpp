@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "soak/level.h"
 
-#include "interface/rig/process.h"
+#include "support/dll/process.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 #ifndef WPK_TESTS_SOAK_LEVEL_H
 #define WPK_TESTS_SOAK_LEVEL_H
 
-#include "interface/rig/heap_count.h"
+#include "support/dll/heap_count.h"
 
 #include <cstddef>
 #include <utility>

@@ -1,7 +1,7 @@
 // Loads the library for minutes or hours with all that can go wrong going wrong, and accounts for every request.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/heap_count.h"
-#include "interface/rig/process.h"
+#include "support/dll/heap_count.h"
+#include "support/dll/process.h"
 #include "soak/account.h"
 #include "soak/level.h"
 #include "soak/load.h"

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "soak/peers.h"
 
-#include "interface/rig/wire.h"
+#include "support/dll/wire.h"
 #include "soak/random.h"
 
 #include "wpk/wpk.h"

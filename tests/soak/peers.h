@@ -3,7 +3,7 @@
 #ifndef WPK_TESTS_SOAK_PEERS_H
 #define WPK_TESTS_SOAK_PEERS_H
 
-#include "interface/rig/peer.h"
+#include "support/dll/peer.h"
 
 #include <atomic>
 #include <cstdint>

@@ -3,7 +3,7 @@
 #ifndef WPK_TESTS_SOAK_RANDOM_H
 #define WPK_TESTS_SOAK_RANDOM_H
 
-#include "interface/rig/wire.h"
+#include "support/dll/wire.h"
 
 #include <algorithm>
 #include <cstddef>

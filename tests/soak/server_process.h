@@ -3,7 +3,7 @@
 #ifndef WPK_TESTS_SOAK_SERVER_PROCESS_H
 #define WPK_TESTS_SOAK_SERVER_PROCESS_H
 
-#include "interface/rig/platform.h"
+#include "support/dll/platform.h"
 
 #include <string>
 

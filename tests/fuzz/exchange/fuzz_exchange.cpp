@@ -15,7 +15,7 @@
 #include "fuzz/exchange/model.h"
 #include "fuzz/exchange/script.h"
 #include "fuzz/exchange/scripted_network.h"
-#include "host/control.h"
+#include "fake_platform/control.h"
 #include "transport/exchange.h"
 
 namespace wpk::fuzz {

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "model/xml/agreement.h"
-#include "model/xml/cursors.h"
+#include "xml_model/agreement.h"
+#include "xml_model/cursors.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // The model calls itself for every level, and asks every node on its own.

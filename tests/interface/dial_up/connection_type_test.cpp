@@ -1,16 +1,16 @@
 // The connection types on machines with remote access, without it, and with half of it. Each in a process of its own.
 // SPDX-License-Identifier: MIT
-#include "interface/dial_up/scene.h"
+#include "interface/dial_up/remote_access_scenes.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
-#include "interface/rig/inbox.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/inbox.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 namespace wpk::rig {
 namespace {

@@ -1,14 +1,14 @@
 // Connection type 1 on a machine whose modem comes and goes.
 // SPDX-License-Identifier: MIT
-#include "interface/dial_up/scene.h"
+#include "interface/dial_up/remote_access_scenes.h"
 
 #include <gtest/gtest.h>
 
-#include "interface/rig/import_patch.h"
-#include "interface/rig/inbox.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/import_patch.h"
+#include "support/dll/inbox.h"
+#include "support/dll/peer.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 namespace wpk::rig {
 namespace {

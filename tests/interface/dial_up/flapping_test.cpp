@@ -1,17 +1,17 @@
 // A network that comes and goes all the time, with requests running across every change.
 // SPDX-License-Identifier: MIT
-#include "interface/dial_up/scene.h"
+#include "interface/dial_up/remote_access_scenes.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdio>
 
-#include "interface/rig/inbox.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/inbox.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 namespace wpk::rig {
 namespace {

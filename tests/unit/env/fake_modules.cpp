@@ -1,6 +1,6 @@
 // Modules and remote access of a machine made up for a test.
 // SPDX-License-Identifier: MIT
-#include "fake_modules.h"
+#include "unit/env/fake_modules.h"
 
 #include <gtest/gtest.h>
 

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "fake_modules.h"
+#include "unit/env/fake_modules.h"
 #include "support/lib_thread.h"
 
 #ifndef _WIN32
-#include "host/control.h"
+#include "fake_platform/control.h"
 #endif
 
 namespace wpk {

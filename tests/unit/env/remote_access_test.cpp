@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "fake_modules.h"
+#include "unit/env/fake_modules.h"
 #include "support/lib_thread.h"
 
 namespace wpk {

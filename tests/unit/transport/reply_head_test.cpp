@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "transport/line_assembler.h"
-#include "unit/transport/allocation_fault.h"
+#include "support/allocation_fault.h"
 
 namespace wpk {
 namespace {

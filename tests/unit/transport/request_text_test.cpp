@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "unit/transport/allocation_fault.h"
+#include "support/allocation_fault.h"
 
 namespace wpk {
 namespace {

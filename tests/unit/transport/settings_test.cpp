@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "support/lib_thread.h"
-#include "unit/transport/allocation_fault.h"
+#include "support/allocation_fault.h"
 
 namespace wpk {
 namespace {

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "unit/transport/allocation_fault.h"
+#include "support/allocation_fault.h"
 
 namespace wpk {
 namespace {

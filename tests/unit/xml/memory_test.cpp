@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "allocation_hook.h"
-#include "helpers.h"
+#include "support/allocation_hook.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
 using xml_tests::LiveBytes;

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "helpers.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
 using xml_tests::Parse;

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "helpers.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
 using xml_tests::Parse;

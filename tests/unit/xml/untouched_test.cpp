@@ -13,8 +13,8 @@
 
 #include <gtest/gtest.h>
 
-#include "allocation_hook.h"
-#include "helpers.h"
+#include "support/allocation_hook.h"
+#include "support/xml.h"
 #include "xml/internals.h"
 
 using namespace AdvXMLParser;

@@ -7,8 +7,8 @@
 
 #include <wpk/xml_helpers.h>
 
-#include "helpers.h"
-#include "small_stack_thread.h"
+#include "support/xml.h"
+#include "support/small_stack.h"
 
 using namespace wpk::xml;
 using xml_tests::RunOnSmallStack;

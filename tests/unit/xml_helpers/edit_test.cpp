@@ -10,7 +10,7 @@
 
 #include <wpk/xml_helpers.h>
 
-#include "helpers.h"
+#include "support/xml.h"
 
 using namespace wpk::xml;
 using xml_tests::Shape;

@@ -9,7 +9,7 @@
 
 #include <wpk/xml_helpers.h>
 
-#include "allocation_hook.h"
+#include "support/allocation_hook.h"
 
 using namespace wpk::xml;
 using xml_tests::AllocationFault;

@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "own_folder.h"
+#include "unit/xml_helpers/own_folder.h"
 
 namespace {
 
