@@ -73,4 +73,4 @@ private:
 
 }  // namespace wpk::client_test
 
-#endif
+#endif  // WPK_TESTS_CLIENT_FIXTURE_H

@@ -56,4 +56,4 @@ void TellProgress(const WPK_SENDSTRUCT& message, const char* text, unsigned int 
 
 }  // namespace wpk::client_test
 
-#endif
+#endif  // WPK_TESTS_CLIENT_SCRIPTED_LIBRARY_H

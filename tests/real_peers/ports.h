@@ -12,4 +12,4 @@ unsigned short PortOf(const std::string& name);
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_REAL_PEERS_PORTS_H

@@ -74,4 +74,4 @@ private:
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_ACCOUNT_H

@@ -90,4 +90,4 @@ private:
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_JOB_H

@@ -35,4 +35,4 @@ double Slope(const std::vector<Point>& points);
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_LEVEL_H

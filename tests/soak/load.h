@@ -57,4 +57,4 @@ private:
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_LOAD_H

@@ -73,4 +73,4 @@ private:
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_PEERS_H

@@ -58,4 +58,4 @@ inline size_t AnySize(Random& random) {
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_RANDOM_H

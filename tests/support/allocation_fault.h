@@ -1,6 +1,7 @@
 // Makes allocations of this test program fail on demand.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_SUPPORT_ALLOCATION_FAULT_H
+#define WPK_TESTS_SUPPORT_ALLOCATION_FAULT_H
 
 #include <cstddef>
 
@@ -20,3 +21,5 @@ public:
 };
 
 }  // namespace wpk::test
+
+#endif  // WPK_TESTS_SUPPORT_ALLOCATION_FAULT_H

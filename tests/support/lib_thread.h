@@ -175,4 +175,4 @@ inline void AwaitState(uint32_t id, ThreadState state) {
 
 }  // namespace wpk::test
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_LIB_THREAD_H

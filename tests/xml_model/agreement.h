@@ -1,6 +1,7 @@
 // Runs the library and the model on the same input and tells where they differ.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_XML_MODEL_AGREEMENT_H
+#define WPK_TESTS_XML_MODEL_AGREEMENT_H
 
 #include <string>
 #include <string_view>
@@ -19,3 +20,5 @@ enum class Depth {
 std::string Disagreement(std::string_view input, Depth depth);
 
 }  // namespace xml_model
+
+#endif  // WPK_TESTS_XML_MODEL_AGREEMENT_H

@@ -1,6 +1,7 @@
 // The model's cursor: reads the input one byte at a time and counts lines and columns.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_XML_MODEL_CURSOR_H
+#define WPK_TESTS_XML_MODEL_CURSOR_H
 
 #include <cstddef>
 #include <cstdint>
@@ -72,3 +73,5 @@ private:
 };
 
 }  // namespace xml_model
+
+#endif  // WPK_TESTS_XML_MODEL_CURSOR_H

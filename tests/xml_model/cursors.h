@@ -1,6 +1,7 @@
 // The two cursors of the parser side by side.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_XML_MODEL_CURSORS_H
+#define WPK_TESTS_XML_MODEL_CURSORS_H
 
 #include <string>
 #include <string_view>
@@ -12,3 +13,5 @@ namespace xml_model {
 std::string CursorDisagreement(std::string_view input);
 
 }  // namespace xml_model
+
+#endif  // WPK_TESTS_XML_MODEL_CURSORS_H

@@ -1,6 +1,7 @@
 // Makes random documents, mostly well-formed, with everything the grammar knows and some things it refuses.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_XML_MODEL_DOCUMENT_GENERATOR_H
+#define WPK_TESTS_XML_MODEL_DOCUMENT_GENERATOR_H
 
 #include <cstdint>
 #include <string>
@@ -48,3 +49,5 @@ private:
 };
 
 }  // namespace xml_model
+
+#endif  // WPK_TESTS_XML_MODEL_DOCUMENT_GENERATOR_H

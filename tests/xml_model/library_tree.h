@@ -1,6 +1,7 @@
 // Compares the library's tree with the model's.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_XML_MODEL_LIBRARY_TREE_H
+#define WPK_TESTS_XML_MODEL_LIBRARY_TREE_H
 
 #include <string>
 #include <string_view>
@@ -29,3 +30,5 @@ std::string CloneDifference(const Document& model, const AdvXMLParser::Document&
 std::string Readable(std::string_view bytes);
 
 }  // namespace xml_model
+
+#endif  // WPK_TESTS_XML_MODEL_LIBRARY_TREE_H

@@ -1,6 +1,7 @@
 // The model's parser: one function a rule, over the one-byte cursor.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_XML_MODEL_PARSER_H
+#define WPK_TESTS_XML_MODEL_PARSER_H
 
 #include <optional>
 #include <string_view>
@@ -31,3 +32,5 @@ bool ParseDoctype(Cursor& cursor);
 Node MakeNode(Type type, std::string name, std::string value = {});
 
 }  // namespace xml_model
+
+#endif  // WPK_TESTS_XML_MODEL_PARSER_H

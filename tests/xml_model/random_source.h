@@ -1,6 +1,7 @@
 // Repeatable random choices: the same seed gives the same choices on every platform.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_XML_MODEL_RANDOM_SOURCE_H
+#define WPK_TESTS_XML_MODEL_RANDOM_SOURCE_H
 
 #include <cstddef>
 #include <cstdint>
@@ -26,3 +27,5 @@ private:
 };
 
 }  // namespace xml_model
+
+#endif  // WPK_TESTS_XML_MODEL_RANDOM_SOURCE_H

@@ -1,6 +1,7 @@
 // The model's node tree: plain values, and what can be asked of them.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_XML_MODEL_TREE_H
+#define WPK_TESTS_XML_MODEL_TREE_H
 
 #include <cstddef>
 #include <string>
@@ -39,3 +40,5 @@ std::string GetText(const Node& node);
 Node Clone(const Node& node);
 
 }  // namespace xml_model
+
+#endif  // WPK_TESTS_XML_MODEL_TREE_H

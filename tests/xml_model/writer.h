@@ -1,6 +1,7 @@
 // The model's writer.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_XML_MODEL_WRITER_H
+#define WPK_TESTS_XML_MODEL_WRITER_H
 
 #include <string>
 
@@ -41,3 +42,5 @@ private:
 std::string EscapeText(const std::string& text);
 
 }  // namespace xml_model
+
+#endif  // WPK_TESTS_XML_MODEL_WRITER_H

@@ -1,6 +1,7 @@
 // Target: a window program, as the tests see it from outside.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_EXAMPLES_WINDOW_DRIVER_TARGET_H
+#define WPK_TESTS_EXAMPLES_WINDOW_DRIVER_TARGET_H
 
 #include <windows.h>
 
@@ -65,3 +66,5 @@ private:
 };
 
 }  // namespace window_driver
+
+#endif  // WPK_TESTS_EXAMPLES_WINDOW_DRIVER_TARGET_H

@@ -16,8 +16,8 @@
 // |          | arrives; 0: the peer closes; !: it resets                                                           |
 // | sends    | the same for what is sent, but for y; 0 and !: the send fails                                       |
 // | connects | i: connected at once; r: refused at once; .: not yet; !: fails; x: the request is cancelled         |
-#ifndef WPK_FUZZ_EXCHANGE_SCRIPT_H
-#define WPK_FUZZ_EXCHANGE_SCRIPT_H
+#ifndef WPK_TESTS_FUZZ_EXCHANGE_SCRIPT_H
+#define WPK_TESTS_FUZZ_EXCHANGE_SCRIPT_H
 
 #include <cstddef>
 #include <cstdint>
@@ -70,4 +70,4 @@ void Require(bool holds, const char* promise);
 
 }  // namespace wpk::fuzz
 
-#endif
+#endif  // WPK_TESTS_FUZZ_EXCHANGE_SCRIPT_H

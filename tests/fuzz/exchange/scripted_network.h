@@ -1,7 +1,7 @@
 // The sockets interface, played from a script, with a clock that runs only while somebody waits.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_FUZZ_EXCHANGE_SCRIPTED_NETWORK_H
-#define WPK_FUZZ_EXCHANGE_SCRIPTED_NETWORK_H
+#ifndef WPK_TESTS_FUZZ_EXCHANGE_SCRIPTED_NETWORK_H
+#define WPK_TESTS_FUZZ_EXCHANGE_SCRIPTED_NETWORK_H
 
 #include <cstddef>
 #include <cstdint>
@@ -92,4 +92,4 @@ private:
 
 }  // namespace wpk::fuzz
 
-#endif
+#endif  // WPK_TESTS_FUZZ_EXCHANGE_SCRIPTED_NETWORK_H

@@ -41,4 +41,4 @@ struct Wrappers {
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_INTERFACE_DIAL_UP_REMOTE_ACCESS_SCENES_H

@@ -21,4 +21,4 @@ private:
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_DLL_HEAP_COUNT_H

@@ -45,4 +45,4 @@ Function* FunctionAt(void* address) {
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_DLL_IMPORT_PATCH_H

@@ -72,4 +72,4 @@ private:
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_DLL_INBOX_H

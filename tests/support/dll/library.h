@@ -50,4 +50,4 @@ Library StartFresh();
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_DLL_LIBRARY_H

@@ -124,4 +124,4 @@ unsigned short DeadPort();
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_DLL_PEER_H

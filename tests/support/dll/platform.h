@@ -104,4 +104,4 @@ private:
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_DLL_PLATFORM_H

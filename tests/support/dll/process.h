@@ -67,4 +67,4 @@ int RunScenario(int argc, char** argv);
     const wpk::rig::ScenarioEntry name##_entry(#name, name); \
     int name([[maybe_unused]] const std::string& argument)
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_DLL_PROCESS_H

@@ -25,4 +25,4 @@ void AnswerCredentials(Request& request, const std::string& user, const std::str
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_DLL_PROXIED_H

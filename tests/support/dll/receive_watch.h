@@ -34,4 +34,4 @@ private:
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_DLL_RECEIVE_WATCH_H

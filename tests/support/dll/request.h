@@ -52,4 +52,4 @@ void RunAndExpectFailure(const Library& library, Request& request, int error);
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_DLL_REQUEST_H

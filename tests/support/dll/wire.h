@@ -46,4 +46,4 @@ std::string Pattern(size_t length);
 
 }  // namespace wpk::rig
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_DLL_WIRE_H

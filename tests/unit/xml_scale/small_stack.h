@@ -1,6 +1,7 @@
 // Runs something on a thread whose stack is so small that any recursion per level of a deep tree ends the program.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_UNIT_XML_SCALE_SMALL_STACK_H
+#define WPK_TESTS_UNIT_XML_SCALE_SMALL_STACK_H
 
 #include <functional>
 
@@ -13,3 +14,5 @@ void RunOnSmallStack(const std::function<void()>& work);
 double ThreadSeconds();
 
 }  // namespace limits
+
+#endif  // WPK_TESTS_UNIT_XML_SCALE_SMALL_STACK_H

@@ -1,7 +1,7 @@
 // How a test tells the stand-in for the system's remote access library what to show. Both are in one process.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_TESTS_INTERFACE_DIAL_UP_STAND_IN_H
-#define WPK_TESTS_INTERFACE_DIAL_UP_STAND_IN_H
+#ifndef WPK_TESTS_INTERFACE_DIAL_UP_RASAPI32_STAND_IN_H
+#define WPK_TESTS_INTERFACE_DIAL_UP_RASAPI32_STAND_IN_H
 
 #ifdef __cplusplus
 extern "C" {
@@ -38,4 +38,4 @@ unsigned int StandIn_PeriodBefore(unsigned int number);
 }
 #endif
 
-#endif
+#endif  // WPK_TESTS_INTERFACE_DIAL_UP_RASAPI32_STAND_IN_H
