@@ -16,7 +16,7 @@ using Pairs = std::vector<std::string>;
 rig::Peer::Script OnlyFor(std::string pair) {
     return [pair = std::move(pair)](rig::Connection& connection) {
         const bool known = rig::CredentialsOf(connection.ReadRequest()) == pair;
-        connection.Send(known ? rig::Ok("come in") : rig::Reply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
+        connection.Send(known ? rig::Ok("come in") : rig::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
     };
 }
 
@@ -109,7 +109,7 @@ TEST(ProxyCredentials, AskedForBeyondTheClientsEnd_AreStillAskedFor) {
     rig::Peer proxy([&](rig::Connection& connection) {
         const bool known = rig::CredentialsOf(connection.ReadRequest()) == "user:word";
         if (!known) gone.Wait();
-        connection.Send(known ? rig::Ok("come in") : rig::Reply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
+        connection.Send(known ? rig::Ok("come in") : rig::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
     });
     std::future<Reply> future;
     {

@@ -78,12 +78,12 @@ TEST(Request, ToAPortWithoutListener_EndsSo) {
 }
 
 TEST(Request, ToAServerOfAnotherVersion_EndsSo) {
-    EXPECT_EQ(CodeAfter(Reply("HTTP/1.0 500 Bad_Version", {"Server: WPK/1.00", "Content-Length: 0"})),
+    EXPECT_EQ(CodeAfter(RawReply("HTTP/1.0 500 Bad_Version", {"Server: WPK/1.00", "Content-Length: 0"})),
               Errc::kBadVersion);
 }
 
 TEST(Request, ForAServiceThatTheServerLacks_EndsSo) {
-    EXPECT_EQ(CodeAfter(Reply("HTTP/1.0 500 Bad_Plugin_Name", {"Server: WPK/1.00", "Content-Length: 0"})),
+    EXPECT_EQ(CodeAfter(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {"Server: WPK/1.00", "Content-Length: 0"})),
               Errc::kNoService);
 }
 

@@ -94,7 +94,7 @@ TEST_F(ClientPage, Progress_EndsAtHundred) {
 TEST(ClientPageWithAProxy, Credentials_AreReplaced) {
     rig::Peer proxy([](rig::Connection& connection) {
         const bool known = rig::CredentialsOf(connection.ReadRequest()) == "user:new password";
-        connection.Send(known ? rig::Ok("in") : rig::Reply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
+        connection.Send(known ? rig::Ok("in") : rig::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
     });
     const unsigned short port = proxy.port();
 #include "client/proxy.inc"

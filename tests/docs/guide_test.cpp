@@ -39,7 +39,7 @@ TEST_F(Guide, OneRequest_BringsTheReply) {
 TEST_F(Guide, OneRequest_BringsTheFailure) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
-        connection.Send(Reply("HTTP/1.0 500 Bad_Plugin_Name", {"Content-Length: 0"}));
+        connection.Send(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {"Content-Length: 0"}));
     });
     Question question;
     EXPECT_FALSE(Ask(question, "127.0.0.1", peer.port(), "hello"));

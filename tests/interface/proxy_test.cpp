@@ -30,7 +30,7 @@ std::string Expected(const std::string& authorization) {
     return expected.Bytes();
 }
 
-const std::string kAsk = Reply("HTTP/1.0 407 Proxy Authentication Required", {"Content-Length: 5"}, "login");
+const std::string kAsk = RawReply("HTTP/1.0 407 Proxy Authentication Required", {"Content-Length: 5"}, "login");
 
 // Answers the first connections as told, all later ones with "ok".
 Peer::Script AnswerInTurn(std::vector<std::string> replies) {
@@ -245,7 +245,7 @@ TEST(ProxyCredentials, AskedForWithoutALength_AreAskedForAllTheSame) {
 }
 
 TEST(ProxyCredentials, AskedForWithALargePage_BringNoProgressAndNoFile) {
-    Peer proxy(AnswerInTurn({Reply("HTTP/1.0 407 Login", {"Content-Length: 50000"}, Pattern(50000))}));
+    Peer proxy(AnswerInTurn({RawReply("HTTP/1.0 407 Login", {"Content-Length: 50000"}, Pattern(50000))}));
     const Proxied proxied(proxy.port(), nullptr, nullptr);
     const auto request = ToNowhere();
     RunAndExpectFailure(proxied.library, *request, WPK_ERROR_PROXY_CREDENTIALS);

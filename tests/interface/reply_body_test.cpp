@@ -232,8 +232,8 @@ TEST(HugeReply, AnnouncedBeyond2GiBAndCutOff_FailsCleanlyAndLeavesNoFile) {
     for (const char* length : {"2147483647", "2147483648", "3000000000", "4294967294", "4294967295", "4294967296",
                                "99999999999999999999", "-1", "-2", "-2147483648"}) {
         SCOPED_TRACE(length);
-        Peer peer(Answer(
-            Reply("HTTP/1.0 200 OK", {"Server: WPK/1.00", std::string("Content-Length: ") + length}, Pattern(100000))));
+        Peer peer(Answer(RawReply("HTTP/1.0 200 OK", {"Server: WPK/1.00", std::string("Content-Length: ") + length},
+                                  Pattern(100000))));
         Request request(peer.port());
         request.inbox.DropProgress();
         ASSERT_TRUE(request.Run(TheLibrary()));

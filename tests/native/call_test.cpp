@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "native/support/child_process.h"
 #include "fake_platform/control.h"
+#include "native/support/child_process.h"
 #include "native/support/requests.h"
 #include "support/lib_thread.h"
 
@@ -28,7 +28,7 @@ WPK_INITSTRUCT PermanentNetwork() {
 }
 
 void ExpectServed(const Server& server) {
-    auto& request = Lasting<Request>(server.Port(), "Small");
+    auto& request = Lasting<NativeRequest>(server.Port(), "Small");
     ASSERT_NE(request.Send(), 0u);
     ASSERT_TRUE(request.AwaitFinal());
     EXPECT_EQ(request.Reply(), "small");
@@ -84,7 +84,7 @@ TEST(CallPath, ACallWhoseThreadCannotBeAttachedReturnsZeroAndTheNextOneIsServed)
         ExpectServed(server);
         const uint64_t threads = Uses("_beginthreadex");
         for (const char* call : {"CreateSemaphoreA", "operator_new"}) {
-            auto& request = Lasting<Request>(server.Port(), "Small");
+            auto& request = Lasting<NativeRequest>(server.Port(), "Small");
             FailCall(call, 1);
             EXPECT_EQ(request.Send(), 0u) << call;
             EXPECT_EQ(FaultsFired(call), 1u);

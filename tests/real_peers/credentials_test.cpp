@@ -1,8 +1,8 @@
 // Real proxies that want to know who sends.
 // SPDX-License-Identifier: MIT
+#include "real_peers/ports.h"
 #include "support/dll/proxied.h"
 #include "support/dll/wire.h"
-#include "real_peers/ports.h"
 
 #include <gtest/gtest.h>
 

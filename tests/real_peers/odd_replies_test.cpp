@@ -1,10 +1,10 @@
 // Replies that real servers and proxies turn into something else, and those that they make themselves. A scripted peer
 // plays the message server behind them.
 // SPDX-License-Identifier: MIT
+#include "real_peers/ports.h"
 #include "support/dll/peer.h"
 #include "support/dll/proxied.h"
 #include "support/dll/wire.h"
-#include "real_peers/ports.h"
 
 #include <gtest/gtest.h>
 

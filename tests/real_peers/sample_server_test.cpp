@@ -1,9 +1,9 @@
 // The sample message server behind real proxies and behind real servers that pass requests on.
 // SPDX-License-Identifier: MIT
+#include "real_peers/ports.h"
 #include "support/dll/process.h"
 #include "support/dll/proxied.h"
 #include "support/dll/wire.h"
-#include "real_peers/ports.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // Real servers in front of the sample server that answer in its place: to large requests, slow clients, slow services.
 // SPDX-License-Identifier: MIT
+#include "real_peers/ports.h"
 #include "support/dll/peer.h"
 #include "support/dll/proxied.h"
 #include "support/dll/wire.h"
-#include "real_peers/ports.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 #ifndef WPK_TESTS_SOAK_JOB_H
 #define WPK_TESTS_SOAK_JOB_H
 
-#include "support/dll/request.h"
 #include "soak/server_process.h"
+#include "support/dll/request.h"
 
 #include <functional>
 #include <memory>

@@ -1,11 +1,11 @@
 // Loads the library for minutes or hours with all that can go wrong going wrong, and accounts for every request.
 // SPDX-License-Identifier: MIT
-#include "support/dll/heap_count.h"
-#include "support/dll/process.h"
 #include "soak/account.h"
 #include "soak/level.h"
 #include "soak/load.h"
 #include "soak/traffic.h"
+#include "support/dll/heap_count.h"
+#include "support/dll/process.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "soak/peers.h"
 
-#include "support/dll/wire.h"
 #include "soak/random.h"
+#include "support/dll/wire.h"
 
 #include "wpk/wpk.h"
 

@@ -1,4 +1,4 @@
-// Makes allocations of this test program fail on demand.
+// Watches the allocations of this test program and makes them fail on demand.
 // SPDX-License-Identifier: MIT
 #include "support/allocation_fault.h"
 
@@ -7,31 +7,51 @@
 namespace wpk::test {
 namespace {
 
+thread_local std::size_t allocations = 0;
+
 struct Plan {
-    bool active = false;
-    int successesLeft = 0;
+    bool isActive = false;
+    bool isForGood = false;
     std::size_t minimumSize = 0;
-    int fired = 0;
+    std::size_t successesLeft = 0;
+    std::size_t fired = 0;
 };
 thread_local Plan plan;
 
-}  // namespace
-
-bool RefuseAllocation(std::size_t size) noexcept {
-    if (!plan.active || size < plan.minimumSize || plan.successesLeft-- > 0) return false;
+bool MustFail(std::size_t size) noexcept {
+    if (!plan.isActive || size < plan.minimumSize || (plan.fired > 0 && !plan.isForGood)) return false;
+    if (plan.successesLeft > 0) {
+        --plan.successesLeft;
+        return false;
+    }
     ++plan.fired;
     return true;
 }
 
-AllocationFault::AllocationFault(int successes, std::size_t minimumSize) {
-    plan = {true, successes, minimumSize, 0};
+}  // namespace
+
+bool RefuseAllocation(std::size_t size) noexcept {
+    ++allocations;
+    return MustFail(size);
+}
+
+std::ptrdiff_t LiveBytes() noexcept {
+    return liveBytes;
+}
+
+std::size_t Allocations() noexcept {
+    return allocations;
+}
+
+AllocationFault::AllocationFault(std::size_t successes, bool isForGood, std::size_t minimumSize) {
+    plan = {true, isForGood, minimumSize, successes, 0};
 }
 
 AllocationFault::~AllocationFault() {
     plan = {};
 }
 
-int AllocationFault::Fired() const {
+std::size_t AllocationFault::Fired() const noexcept {
     return plan.fired;
 }
 

@@ -1,4 +1,4 @@
-// Makes allocations of this test program fail on demand.
+// Watches the allocations of this test program and makes them fail on demand.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TESTS_SUPPORT_ALLOCATION_FAULT_H
 #define WPK_TESTS_SUPPORT_ALLOCATION_FAULT_H
@@ -7,17 +7,30 @@
 
 namespace wpk::test {
 
-/// While it lives, lets `successes` allocations of at least `minimumSize` bytes pass on this thread and fails every
-/// later one of them, in operator new and its nothrow form alike. One at a time.
+/// Bytes that this thread has got from operator new and not given back yet.
+std::ptrdiff_t LiveBytes() noexcept;
+/// Calls of operator new on this thread so far.
+std::size_t Allocations() noexcept;
+
+/// While it lives, lets `successes` allocations pass on this thread and fails those after them, or the next one alone,
+/// in operator new and its nothrow form alike. One at a time.
 class AllocationFault {
 public:
-    explicit AllocationFault(int successes = 0, std::size_t minimumSize = 0);
+    explicit AllocationFault(std::size_t successes = 0, bool isForGood = true)
+        : AllocationFault(successes, isForGood, 0) {}
+    /// Looks only at allocations of at least that many bytes.
+    static AllocationFault AmongLarge(std::size_t minimumSize, std::size_t successes = 0) {
+        return AllocationFault(successes, true, minimumSize);
+    }
     AllocationFault(const AllocationFault&) = delete;
     AllocationFault& operator=(const AllocationFault&) = delete;
     ~AllocationFault();
 
-    /// How often it has struck so far.
-    int Fired() const;
+    /// How many allocations it has failed so far.
+    std::size_t Fired() const noexcept;
+
+private:
+    AllocationFault(std::size_t successes, bool isForGood, std::size_t minimumSize);
 };
 
 }  // namespace wpk::test

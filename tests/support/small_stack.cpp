@@ -8,7 +8,7 @@
 #include <pthread.h>
 #endif
 
-namespace xml_tests {
+namespace wpk::test {
 namespace {
 
 constexpr std::size_t kStackSize = std::size_t{64} * 1024;
@@ -56,4 +56,4 @@ bool RunOnSmallStack(const std::function<void()>& work) {
 
 #endif
 
-}  // namespace xml_tests
+}  // namespace wpk::test

@@ -5,11 +5,11 @@
 
 #include <functional>
 
-namespace xml_tests {
+namespace wpk::test {
 
 /// Runs the work on a thread of 64 KiB of stack and waits for its end. False when there is no such thread to be had.
 bool RunOnSmallStack(const std::function<void()>& work);
 
-}  // namespace xml_tests
+}  // namespace wpk::test
 
 #endif  // WPK_TESTS_SUPPORT_SMALL_STACK_H

@@ -7,10 +7,10 @@
 #include <optional>
 #include <variant>
 
+#include "wpk/xml.h"
 #include "xml_model/library_tree.h"
 #include "xml_model/parser.h"
 #include "xml_model/writer.h"
-#include "wpk/xml.h"
 
 namespace xml_model {
 

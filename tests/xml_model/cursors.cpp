@@ -6,11 +6,11 @@
 #include <memory>
 #include <vector>
 
-#include "xml_model/library_tree.h"
 #include "wpk/xml.h"
 #include "xml/document_rules.h"
 #include "xml/exact_cursor.h"
 #include "xml/fast_cursor.h"
+#include "xml_model/library_tree.h"
 
 namespace xml_model {
 

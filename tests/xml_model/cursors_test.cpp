@@ -8,9 +8,9 @@
 #include <iterator>
 #include <string>
 
+#include "support/sanitized.h"
 #include "xml_model/cursors.h"
 #include "xml_model/document_generator.h"
-#include "support/sanitized.h"
 
 namespace xml_model {
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
+#include "support/sanitized.h"
 #include "xml_model/agreement.h"
 #include "xml_model/parser.h"
-#include "support/sanitized.h"
 
 namespace xml_model {
 namespace {

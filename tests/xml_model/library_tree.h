@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "xml_model/tree.h"
 #include "wpk/xml.h"
+#include "xml_model/tree.h"
 
 namespace xml_model {
 

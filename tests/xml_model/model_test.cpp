@@ -27,7 +27,7 @@ std::string Code(std::string_view input) {
     return outcome.substr(0, outcome.find(' '));
 }
 
-std::string Written(std::string_view input, bool verbatim) {
+std::string ModelOutput(std::string_view input, bool verbatim) {
     Writer writer(verbatim, "  ");
     writer.Write(Parse(input));
     return writer.Output();
@@ -110,17 +110,18 @@ TEST(Model, EveryRunOfTextIsANodeOfItsOwnEvenWhenEmpty) {
 }
 
 TEST(Model, WritesTheLayoutWorkedOutByHand) {
-    EXPECT_EQ(Written("<r><a>x</a><b/></r>", false),
+    EXPECT_EQ(ModelOutput("<r><a>x</a><b/></r>", false),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<r>\n  <a>x</a>\n  <b/>\n</r>");
-    EXPECT_EQ(Written("<r><a>x</a><b/></r>", true), "<?xml version=\"1.0\" encoding=\"UTF-8\"?><r><a>x</a><b/></r>");
-    EXPECT_EQ(Written("<!--c--><r/>", false), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!--c-->\n<r/>");
+    EXPECT_EQ(ModelOutput("<r><a>x</a><b/></r>", true),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?><r><a>x</a><b/></r>");
+    EXPECT_EQ(ModelOutput("<!--c--><r/>", false), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!--c-->\n<r/>");
 }
 
 TEST(Model, WritesReferencesAndSpecialCharacters) {
     EXPECT_EQ(EscapeText("a<b&c"), "altbampc");
-    EXPECT_EQ(Written("<r>&#x41;&#10;&#xE9;&lt;</r>", true),
+    EXPECT_EQ(ModelOutput("<r>&#x41;&#10;&#xE9;&lt;</r>", true),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?><r>&#x41;&#xA;&#x;&lt;</r>");
-    EXPECT_EQ(Written("<r x='a\"b'/>", true), "<?xml version=\"1.0\" encoding=\"UTF-8\"?><r x=\"aquotb\"/>");
+    EXPECT_EQ(ModelOutput("<r x='a\"b'/>", true), "<?xml version=\"1.0\" encoding=\"UTF-8\"?><r x=\"aquotb\"/>");
 }
 
 TEST(Model, TextIsCollapsedAndTrimmedAsItsNodeAsks) {

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <string>
 
+#include "support/sanitized.h"
 #include "xml_model/agreement.h"
 #include "xml_model/document_generator.h"
 #include "xml_model/parser.h"
-#include "support/sanitized.h"
 
 namespace xml_model {
 namespace {

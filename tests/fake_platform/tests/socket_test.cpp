@@ -6,7 +6,7 @@
 #include <string>
 
 #include "fake_platform/control.h"
-#include "native/support/peer.h"
+#include "native/support/native_peer.h"
 #include "process.h"
 #include "winsock.h"
 
@@ -53,7 +53,7 @@ protected:
 };
 
 TEST_F(StandInSocket, CarriesBytesBothWays) {
-    Peer peer([](Peer::Connection& connection) {
+    NativePeer peer([](NativePeer::Connection& connection) {
         const std::string request = connection.Read(5);
         connection.Write("got " + request);
     });
@@ -80,7 +80,7 @@ TEST_F(StandInSocket, CarriesBytesBothWays) {
 TEST_F(StandInSocket, RefusedConnectShowsAsFailedNotAsWritable) {
     uint16_t port = 0;
     {
-        Peer peer([](Peer::Connection&) {});
+        NativePeer peer([](NativePeer::Connection&) {});
         port = peer.Port();
     }
     const SOCKET s = NewSocket(/*blocking=*/false);
@@ -92,7 +92,7 @@ TEST_F(StandInSocket, RefusedConnectShowsAsFailedNotAsWritable) {
 }
 
 TEST_F(StandInSocket, WithoutDataWouldBlockOrTimeOut) {
-    Peer peer([](Peer::Connection& connection) { connection.Read(1); });
+    NativePeer peer([](NativePeer::Connection& connection) { connection.Read(1); });
     const SOCKET s = NewSocket(/*blocking=*/true);
     EXPECT_EQ(Connect(s, peer.Port()), 0);
     EXPECT_EQ(Select(s, true, false, false, 30), 0);
@@ -172,7 +172,7 @@ struct Reader {
 };
 
 TEST_F(StandInSocket, TerminatedReaderTakesNothingAndLetsTheSocketGo) {
-    Peer peer([](Peer::Connection& connection) { connection.Read(1); });
+    NativePeer peer([](NativePeer::Connection& connection) { connection.Read(1); });
     const SOCKET s = NewSocket(/*blocking=*/true);
     ASSERT_EQ(Connect(s, peer.Port()), 0);
     Reader reader{s};

@@ -12,10 +12,10 @@
 #include <string_view>
 #include <utility>
 
+#include "fake_platform/control.h"
 #include "fuzz/exchange/model.h"
 #include "fuzz/exchange/script.h"
 #include "fuzz/exchange/scripted_network.h"
-#include "fake_platform/control.h"
 #include "transport/exchange.h"
 
 namespace wpk::fuzz {

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "support/pattern.h"
+
 namespace wpk::fuzz {
 
 namespace {
@@ -30,13 +32,6 @@ size_t TakeNumber(std::string_view& text, size_t most) {
         number = std::min(most, number * 10 + static_cast<size_t>(text[0] - '0'));
     }
     return number;
-}
-
-/// Neither repeats soon nor holds long runs: a byte in the wrong place shows.
-std::string Pattern(size_t size) {
-    std::string bytes(size, '\0');
-    for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 7 + i / 251);
-    return bytes;
 }
 
 std::vector<Event> ReadEvents(std::string_view text) {
@@ -83,7 +78,7 @@ void Script::ReadModes(std::string_view modes) {
         if (mode == 'x') cancels_in_progress = true;
         if (mode == 'q') cancels_in_question = true;
         if (mode == 'f') filler_ = TakeNumber(modes, kMostFiller);
-        if (mode == 'm') message = Pattern(TakeNumber(modes, kMostMessage));
+        if (mode == 'm') message = test::Pattern(TakeNumber(modes, kMostMessage));
         if (mode == 'c')
             login = long_texts ? Login{std::string(300, 'u'), std::string(300, 'p')} : Login{"user", "pass"};
         if (mode == 'a' && answers.size() < kMostAnswers) {
@@ -96,7 +91,7 @@ void Script::ReadModes(std::string_view modes) {
 
 void Script::ReadReplies(std::string_view text, size_t filler) {
     do {
-        replies_.push_back(std::string(TakeUntil(text, kNextReply)) + Pattern(filler));
+        replies_.push_back(std::string(TakeUntil(text, kNextReply)) + test::Pattern(filler));
     } while (!text.empty());
 }
 

@@ -3,9 +3,9 @@
 // SPDX-License-Identifier: MIT
 #include <cstring>
 
-#include "fuzz/exchange/scripted_network.h"
 #include "fake_platform/control.h"
 #include "fake_platform/src/system.h"
+#include "fuzz/exchange/scripted_network.h"
 #include "winsock_types.h"
 
 using wpk::fuzz::Require;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/xml.h"
 #include "wpk/xml.h"
 
 namespace {
@@ -15,29 +16,21 @@ using AdvXMLParser::Document;
 using AdvXMLParser::Element;
 using AdvXMLParser::Node;
 using AdvXMLParser::NodeContainer;
-using Tree = std::unique_ptr<Document>;
+using Tree = xml_tests::DocumentPtr;
+using xml_tests::Written;
 
 void Require(bool holds) {
     if (!holds) std::abort();
 }
 
-Tree Parse(const std::string& text) {
+/// Null for what is refused.
+Tree ParseIfWellFormed(const std::string& text) {
     try {
-        return Tree(AdvXMLParser::Parser().Parse(text.data(), static_cast<int>(text.size())));
+        return xml_tests::Parse(text);
     } catch (const AdvXMLParser::ParsingException& exception) {
         Require(exception.code >= 1 && exception.code <= 43 && exception.line >= 1);
         return nullptr;
     }
-}
-
-std::string Write(const Node& node, unsigned flags, const char* indent = "  ") {
-    std::string output;
-    AdvXMLParser::WriteContext context;
-    context.flags = flags;
-    context.indent = indent;
-    context.output = &output;
-    node.Write(context);
-    return output;
 }
 
 /// Every node below `container`, and itself, parents before children.
@@ -62,7 +55,7 @@ void AskEveryNode(Document& tree) {
         Require(node->parent != nullptr);
         node->GetText();
         node->GetNodeValue();
-        Write(*node, 0);
+        Written(*node, 0);
         const std::unique_ptr<Node> copy(node->Clone(&AdvXMLParser::NullElement()));
         for (int code = 1; code < 10; ++code) Require(copy->IsType(code) == node->IsType(code));
     }
@@ -70,24 +63,24 @@ void AskEveryNode(Document& tree) {
 
 /// What is written reads back, but for character references of 0x80 and above.
 Tree ReadBack(const std::string& written) {
-    Tree again = Parse(written);
+    Tree again = ParseIfWellFormed(written);
     Require(again != nullptr || written.find("&#x;") != std::string::npos);
     return again;
 }
 
 /// A tree written verbatim reads back as the same.
 void WriteVerbatimAndReadBack(const Document& tree) {
-    const std::string written = Write(tree, AdvXMLParser::WRITE_VERBATIM);
-    if (const Tree again = ReadBack(written)) Require(Write(*again, AdvXMLParser::WRITE_VERBATIM) == written);
+    const std::string written = Written(tree, AdvXMLParser::WRITE_VERBATIM);
+    if (const Tree again = ReadBack(written)) Require(Written(*again, AdvXMLParser::WRITE_VERBATIM) == written);
 }
 
 /// The layout adds white space between the nodes. Once it is there, another round changes nothing any more.
 void LayOutAndReadBack(const Document& tree, const char* indent) {
-    const Tree first = ReadBack(Write(tree, 0, indent));
+    const Tree first = ReadBack(Written(tree, 0, indent));
     if (!first) return;
-    const std::string laid_out = Write(*first, 0, indent);
+    const std::string laid_out = Written(*first, 0, indent);
     const Tree second = ReadBack(laid_out);
-    Require(second && Write(*second, 0, indent) == laid_out);
+    Require(second && Written(*second, 0, indent) == laid_out);
 }
 
 /// The copy of a document has all that is below it but attributes, and no root of its own.
@@ -95,9 +88,9 @@ void CloneWhole(const Document& tree) {
     const std::unique_ptr<Document> copy(tree.Clone(&AdvXMLParser::NullElement()));
     Require(copy->root == nullptr && copy->children.size() == tree.children.size());
     Require(copy->version == "1.0" && copy->encoding == "UTF-8" && copy->standalone);
-    const std::string written = Write(*copy, AdvXMLParser::WRITE_VERBATIM);
+    const std::string written = Written(*copy, AdvXMLParser::WRITE_VERBATIM);
     const std::unique_ptr<Document> again(copy->Clone(nullptr));
-    Require(Write(*again, AdvXMLParser::WRITE_VERBATIM) == written);
+    Require(Written(*again, AdvXMLParser::WRITE_VERBATIM) == written);
     ReadBack(written);
 }
 
@@ -113,7 +106,7 @@ void FindAndChange(Document& tree) {
         node->GetOrCreateElement("made")->AppendText("x");
     }
     tree.GetText();
-    Write(tree, 0);
+    Written(tree, 0);
 }
 
 /// The look-ups of one container agree with each other and with a plain count.
@@ -155,12 +148,12 @@ void MoveAround(Document& tree) {
     }
     Require(IsNull(AdvXMLParser::NullElement().GetOrCreateElement("x")));
     target.GetText();
-    Write(target, 0, "\t");
-    Write(tree, 0, nullptr);
+    Written(target, 0, "\t");
+    Written(tree, 0, nullptr);
     target.GetOrCreateElement("made")->AppendText("x");
     Require(target.FindElement("made") == target.GetOrCreateElement("made"));
     target.DeleteChildren();
-    Require(target.children.empty() && Write(target, AdvXMLParser::WRITE_VERBATIM) == "<target/>");
+    Require(target.children.empty() && Written(target, AdvXMLParser::WRITE_VERBATIM) == "<target/>");
 }
 
 /// Nodes of one parse share their memory: take the tree apart and let the pieces die in another order.

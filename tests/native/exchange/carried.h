@@ -59,10 +59,10 @@ private:
     const CountedText temp_directory_{"./"};
 };
 
-class Carried : public Request {
+class Carried : public NativeRequest {
 public:
     Carried(TransportState& state, uint16_t port, std::string service, std::string data = "hello")
-        : Request(port, std::move(service), std::move(data)), state_(state), records_(pending_->Add(kHandle)) {}
+        : NativeRequest(port, std::move(service), std::move(data)), state_(state), records_(pending_->Add(kHandle)) {}
     ~Carried() { pending_->Remove(kHandle); }
 
     /// Carries it out; how it has ended: 0 for a reply, or the error.

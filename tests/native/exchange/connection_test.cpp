@@ -75,7 +75,7 @@ TEST_F(ConnectionTest, LastErrorTellsWhyATransferHasFailed) {
     EXPECT_EQ(connection.Receive(&byte, 1, Connection::kNoTimeout), 0u) << "open, but not connected";
     EXPECT_EQ(connection.LastError(), Connection::kNotConnected);
 
-    const Peer peer([](Peer::Connection& other) { other.AwaitClose(); });
+    const NativePeer peer([](NativePeer::Connection& other) { other.AwaitClose(); });
     const Semaphore cancel = Signal();
     ASSERT_TRUE(connection.Connect("127.0.0.1", peer.Port(), &cancel));
     EXPECT_TRUE(connection.Send(nullptr, 0)) << "nothing is sent at once";
@@ -87,7 +87,7 @@ TEST_F(ConnectionTest, LastErrorTellsWhyATransferHasFailed) {
 }
 
 TEST_F(ConnectionTest, AReceiveThatTheSystemFailsIsToldWithTheSystemsError) {
-    const Peer peer([](Peer::Connection& other) {
+    const NativePeer peer([](NativePeer::Connection& other) {
         other.Write("x");
         other.AwaitClose();
     });
@@ -124,7 +124,7 @@ TEST_F(ConnectionTest, WithoutASemaphoreTheWaitForAConnectionSleeps) {
 }
 
 TEST_F(ConnectionTest, AnErrorOfALookIsRecordedAndTheWaitGoesOn) {
-    const Peer peer([](Peer::Connection& other) { other.AwaitClose(); });
+    const NativePeer peer([](NativePeer::Connection& other) { other.AwaitClose(); });
     const Semaphore cancel = Signal();
     FailCall("select", 1, Times::kOnce, 10050);
     Connection connection;
@@ -134,7 +134,7 @@ TEST_F(ConnectionTest, AnErrorOfALookIsRecordedAndTheWaitGoesOn) {
 
 TEST_F(ConnectionTest, IsNotConnectedAnyMoreOnceItIsClosed) {
     SpeedUp(5000);
-    const Peer peer([](Peer::Connection& other) { other.AwaitClose(); });
+    const NativePeer peer([](NativePeer::Connection& other) { other.AwaitClose(); });
     const Semaphore cancel = Signal();
     Connection connection;
     ASSERT_TRUE(connection.Connect("127.0.0.1", peer.Port(), &cancel));
@@ -146,7 +146,7 @@ TEST_F(ConnectionTest, IsNotConnectedAnyMoreOnceItIsClosed) {
 TEST_F(ConnectionTest, SendsAChunkToItsEndBeforeTheNextOneBeginsAndLooksForRoomBeforeEachSend) {
     const std::string bytes(2 * 4096 + 1, 'b');
     std::string arrived;
-    Peer peer([&](Peer::Connection& other) { arrived = other.Read(bytes.size()); });
+    NativePeer peer([&](NativePeer::Connection& other) { arrived = other.Read(bytes.size()); });
     const Semaphore cancel = Signal();
     Connection connection;
     ASSERT_TRUE(connection.Connect("127.0.0.1", peer.Port(), &cancel));
@@ -161,7 +161,7 @@ TEST_F(ConnectionTest, SendsAChunkToItsEndBeforeTheNextOneBeginsAndLooksForRoomB
 }
 
 TEST_F(ConnectionTest, WaitsBeforeEveryReceive) {
-    const Peer peer([](Peer::Connection& other) {
+    const NativePeer peer([](NativePeer::Connection& other) {
         other.Write("abc");
         other.AwaitClose();
     });
@@ -178,7 +178,7 @@ TEST_F(ConnectionTest, WaitsBeforeEveryReceive) {
 }
 
 TEST_F(ConnectionTest, ALimitedWaitIsOverWhenItsTimeIsHoweverLongItsStepsTake) {
-    const Peer silent([](Peer::Connection& other) { other.AwaitClose(); });
+    const NativePeer silent([](NativePeer::Connection& other) { other.AwaitClose(); });
     const Semaphore cancel = Signal();
     Connection connection;
     ASSERT_TRUE(connection.Connect("127.0.0.1", silent.Port(), &cancel));

@@ -33,16 +33,16 @@ TEST_F(ExchangeTest, WithoutOneOfItsRecordsFailsAfterTheRequestIsCheckedAndBefor
     Connection connection;
     state.connectionStatus = 0;
     {
-        Request request(80, "Small");
+        NativeRequest request(80, "Small");
         EXPECT_EQ(RunExchange(&request.message, nullptr, &cancel, state), 0u);
         EXPECT_EQ(request.Error(), WPK_ERROR_EXCHANGE);
     }
     {
-        Request request(80, "Small");
+        NativeRequest request(80, "Small");
         EXPECT_EQ(RunExchange(&request.message, &connection, nullptr, state), 0u);
         EXPECT_EQ(request.Error(), WPK_ERROR_EXCHANGE);
     }
-    Request request(80, "Small");
+    NativeRequest request(80, "Small");
     request.message.lpszServer = "";
     EXPECT_EQ(RunExchange(&request.message, nullptr, nullptr, state), 0u);
     EXPECT_EQ(request.Error(), WPK_ERROR_BAD_REQUEST);
@@ -78,9 +78,9 @@ TEST_F(ExchangeTest, ASignalAloneEndsTheRequestAsCancelled) {
 }
 
 TEST_F(ExchangeTest, AHeaderWithoutAColonIsRefusedAfterAllThatIsNeededToo) {
-    Peer server([](Peer::Connection& connection) {
+    NativePeer server([](NativePeer::Connection& connection) {
         connection.ReadRequest();
-        const std::string reply = host::Reply("ok");
+        const std::string reply = host::ReplyBytes("ok");
         const size_t headers_end = reply.find("\r\n\r\n");
         connection.Write(reply.substr(0, headers_end) + "\r\nno colon" + reply.substr(headers_end));
     });
@@ -91,10 +91,10 @@ TEST_F(ExchangeTest, AHeaderWithoutAColonIsRefusedAfterAllThatIsNeededToo) {
 TEST_F(ExchangeTest, AProxyThatIsGoneAfterItsQuestionIsNotTakenForConnected) {
     SpeedUp(5000);
     for (const int end : {WPK_ERROR_CONNECT, WPK_ERROR_CANCELLED}) {
-        std::optional<Peer> proxy;
-        proxy.emplace([](Peer::Connection& connection) {
+        std::optional<NativePeer> proxy;
+        proxy.emplace([](NativePeer::Connection& connection) {
             connection.ReadRequest();
-            connection.Write(host::Reply("", "407 Who are you"));
+            connection.Write(host::ReplyBytes("", "407 Who are you"));
         });
         UseProxy(proxy->Port());
         Carried request(state, 80, "Small");
@@ -170,12 +170,12 @@ constexpr char kAnswer[] = "another one altogether";
 constexpr char kEncoded[] = "YSB1c2VyIG9mIG5vIG90aGVyIG5hbWU6YSBwYXNzd29yZCBvZiBubyBvdGhl";
 
 TEST_F(ExchangeTest, CredentialsAndWhatIsMadeOfThemAreWipedFromFreedMemory) {
-    const Peer proxy(
-        [](Peer::Connection& connection) {
+    const NativePeer proxy(
+        [](NativePeer::Connection& connection) {
             const bool known = connection.ReadRequest().find(kEncoded) == std::string::npos;
-            connection.Write(known ? host::Reply("small") : host::Reply("", "407 Who are you"));
+            connection.Write(known ? host::ReplyBytes("small") : host::ReplyBytes("", "407 Who are you"));
         },
-        Peer::Serve::kAtOnce);
+        NativePeer::Serve::kAtOnce);
     UseProxy(proxy.Port(), kUser, kPassword);
     Carried request(state, 80, "Small");
     request.user = kAnswer;

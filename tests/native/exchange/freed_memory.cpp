@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "native/exchange/freed_memory.h"
 
-#include <malloc.h>
-
 #include <algorithm>
 #include <array>
 
@@ -26,9 +24,9 @@ std::array<std::string_view, 4> wanted;
 thread_local bool watched = false;
 thread_local int finds = 0;
 
-void Look(void* memory) noexcept {
+void Look(const void* memory, std::size_t size) noexcept {
     if (!watched) return;
-    const std::string_view block(static_cast<const char*>(memory), malloc_usable_size(memory));
+    const std::string_view block(static_cast<const char*>(memory), size);
     const auto is_in_it = [block](std::string_view text) {
         return !text.empty() && block.find(text) != std::string_view::npos;
     };

@@ -37,12 +37,12 @@ const Moment kMoments[] = {
 };
 
 /// "Silent" is never answered; the reply to "Begun", a small one, and to "Half", a large one, stops before its end.
-void Serve(Peer::Connection& connection) {
+void Serve(NativePeer::Connection& connection) {
     const std::string request = connection.ReadRequest();
     const auto asks_for = [&request](const char* service) { return request.find(service) != std::string::npos; };
     if (asks_for("Silent")) connection.AwaitClose();
     const bool large = asks_for("Large") || asks_for("Half");
-    const std::string reply = Reply(std::string(large ? 20000 : 100, 'x'));
+    const std::string reply = ReplyBytes(std::string(large ? 20000 : 100, 'x'));
     connection.Write(asks_for("Large") ? reply : reply.substr(0, reply.size() - 50));
     connection.AwaitClose();
 }
@@ -52,7 +52,7 @@ protected:
     /// Runs a request that is given up at that moment, and expects that nothing of it is open when it is told so.
     int RunGivenUp(const Moment& moment, const std::function<void(Carried&)>& give_up) {
         SpeedUp(100);
-        const Peer peer(Serve, Peer::Serve::kAtOnce);
+        const NativePeer peer(Serve, NativePeer::Serve::kAtOnce);
         Carried request(state, peer.Port(), moment.service, std::string(100, 'd'));
         request.message.lpszServer = "localhost";
         request.on_notification = [](const WPK_CALLBACKSTRUCT& notification) {
@@ -102,9 +102,9 @@ TEST_F(GivenUpTest, ARequestCancelledBeforeItsConnectTouchesTheNetworkNoMore) {
 }
 
 TEST_F(GivenUpTest, ARequestCancelledByItsAnswerToAQuestionMakesNoOtherConnection) {
-    const Peer proxy([](Peer::Connection& connection) {
+    const NativePeer proxy([](NativePeer::Connection& connection) {
         connection.ReadRequest();
-        connection.Write(Reply("", "407 Who are you"));
+        connection.Write(ReplyBytes("", "407 Who are you"));
         connection.AwaitClose();
     });
     UseProxy(proxy.Port());
@@ -124,9 +124,9 @@ TEST_F(GivenUpTest, ARequestCancelledByItsAnswerToAQuestionMakesNoOtherConnectio
 }
 
 TEST_F(GivenUpTest, ARequestGivenUpWithARefusalHalfReadHasClosedItsSocketBeforeTheQuestion) {
-    const Peer proxy([](Peer::Connection& connection) {
+    const NativePeer proxy([](NativePeer::Connection& connection) {
         connection.ReadRequest();
-        connection.Write(Reply(std::string(20000, 'x'), "407 Who are you"));
+        connection.Write(ReplyBytes(std::string(20000, 'x'), "407 Who are you"));
         connection.AwaitClose();
     });
     UseProxy(proxy.Port());
@@ -143,7 +143,7 @@ TEST_F(GivenUpTest, ARequestGivenUpWithARefusalHalfReadHasClosedItsSocketBeforeT
 }
 
 TEST_F(GivenUpTest, ACancelIsSeenAtTheEndOfTheWaitInWhichItComes) {
-    const Peer peer(Serve, Peer::Serve::kAtOnce);
+    const NativePeer peer(Serve, NativePeer::Serve::kAtOnce);
     SpeedUp(100);
     for (const char* service : {"Silent", "Begun", "Half"}) {
         Carried request(state, peer.Port(), service);
@@ -168,7 +168,7 @@ TEST_F(GivenUpTest, ACancelDuringTheWaitForTheConnectionEndsThatWait) {
 class EndlessPeer {
 public:
     EndlessPeer(std::string begin, std::string line)
-        : peer_([begin = std::move(begin), line = std::move(line)](Peer::Connection& connection) {
+        : peer_([begin = std::move(begin), line = std::move(line)](NativePeer::Connection& connection) {
               connection.ReadRequest();
               std::string lines = begin;
               while (connection.Write(lines)) lines = line;
@@ -176,7 +176,7 @@ public:
     uint16_t Port() const { return peer_.Port(); }
 
 private:
-    Peer peer_;
+    NativePeer peer_;
 };
 
 TEST_F(GivenUpTest, LinesWithoutEndAreEndedAtTheNextLook) {

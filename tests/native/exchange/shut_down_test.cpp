@@ -43,7 +43,7 @@ TEST_F(ShutDownTest, SuspendsTheThreadsOfAllRequestsBeforeItEndsTheFirstOne) {
     const Server server;
     ServiceWithoutJobs service(state);
     ASSERT_NE(service.Start(), 0u);
-    Request requests[] = {{server.Port(), "Silent"}, {server.Port(), "Silent"}};
+    NativeRequest requests[] = {{server.Port(), "Silent"}, {server.Port(), "Silent"}};
     uint32_t handles[2] = {};
     for (int i = 0; i < 2; ++i) {
         handles[i] = service.Post(kCommandSend, uint64_t{reinterpret_cast<uintptr_t>(&requests[i].message)});

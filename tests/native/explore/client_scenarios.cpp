@@ -11,9 +11,9 @@
 #undef steady_clock
 #undef thread
 
+#include "fake_platform/src/scheduler.h"
 #include "native/explore/library.h"
 #include "native/explore/scenarios.h"
-#include "fake_platform/src/scheduler.h"
 
 namespace wpk::explore {
 
@@ -55,7 +55,7 @@ public:
     Stage(const Stage&) = delete;
     Stage& operator=(const Stage&) = delete;
     ~Stage() {
-        library_.AwaitQuiet();
+        library_.AwaitIdle();
         // Until the layer no longer expects a late cancel.
         host::AwaitScheduled(
             "the end of late cancels", [] { return false; }, 10000);

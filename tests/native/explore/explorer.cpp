@@ -18,11 +18,11 @@
 #include <sstream>
 #include <vector>
 
-#include "native/support/child_process.h"
 #include "fake_platform/control.h"
-#include "native/explore/allocations.h"
 #include "fake_platform/src/scheduler.h"
 #include "fake_platform/src/scripted_socket.h"
+#include "native/explore/allocations.h"
+#include "native/support/child_process.h"
 
 namespace wpk::explore {
 

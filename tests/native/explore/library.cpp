@@ -8,12 +8,12 @@
 
 #include "env/global_object.h"
 #include "fake_platform/control.h"
-#include "native/explore/explorer.h"
-#include "native/support/peer.h"
 #include "fake_platform/src/scheduler.h"
 #include "fake_platform/src/scripted_socket.h"
 #include "library/call.h"
 #include "library/start_up.h"
+#include "native/explore/explorer.h"
+#include "native/support/native_peer.h"
 #include "transport/sockets_interface.h"
 
 namespace wpk::explore {
@@ -27,7 +27,7 @@ Library::Library() {
 }
 
 Library::~Library() {
-    AwaitQuiet();
+    AwaitIdle();
     const Undisturbed stop;
     Stop();
     host::AwaitThreads();
@@ -53,7 +53,7 @@ bool Library::DetectsModems() const {
     return global_->modemDetection.Started() != 0;
 }
 
-void Library::AwaitQuiet() {
+void Library::AwaitIdle() {
     host::AwaitThreads(
         [this] { return (global_->netOutbound.Started() != 0 ? 1u : 0u) + (DetectsModems() ? 2u : 0u); });
 }
@@ -104,14 +104,14 @@ std::string AnswerRequest(const std::string& received) {
     if (received.size() < head + 4 + std::strtoul(received.c_str() + length + kLength.size(), nullptr, 10)) return {};
 
     const auto contains = [&received](const char* text) { return received.find(text) != std::string::npos; };
-    if (contains("Small")) return host::Reply("small");
+    if (contains("Small")) return host::ReplyBytes("small");
     if (!contains("Guarded")) return {};
     // The base64 form of u:right.
-    return contains("Proxy-Authorization: Basic dTpyaWdodA==\r\n") ? host::Reply("small")
-                                                                   : host::Reply("", "407 Who are you");
+    return contains("Proxy-Authorization: Basic dTpyaWdodA==\r\n") ? host::ReplyBytes("small")
+                                                                   : host::ReplyBytes("", "407 Who are you");
 }
 
-Request::Request(const char* service) {
+ExploredRequest::ExploredRequest(const char* service) {
     message.nPort = 80;
     message.lpszServer = "127.0.0.1";
     message.lpszServiceName = service;
@@ -121,28 +121,28 @@ Request::Request(const char* service) {
     message.dwDataLength = 5;
 }
 
-unsigned Request::Send(Library& library) {
+unsigned ExploredRequest::Send(Library& library) {
     const unsigned handle = library.Send(message);
     handle_ = handle;
     sent_ = true;
     return handle;
 }
 
-void Request::AwaitFinal() const {
+void ExploredRequest::AwaitFinal() const {
     host::AwaitScheduled(
         "a final notification", [this] { return finals_ > 0; }, INFINITE);
 }
 
-int Request::Error() const {
+int ExploredRequest::Error() const {
     Expect(finals_ == (sent_ && handle_ == 0 ? 0 : 1), "one final notification each");
     return error_;
 }
 
-void Request::Notify(WPK_CALLBACKSTRUCT* notification) {
-    static_cast<Request*>(notification->lpUserData)->Note(*notification);
+void ExploredRequest::Notify(WPK_CALLBACKSTRUCT* notification) {
+    static_cast<ExploredRequest*>(notification->lpUserData)->Note(*notification);
 }
 
-void Request::Note(WPK_CALLBACKSTRUCT& notification) {
+void ExploredRequest::Note(WPK_CALLBACKSTRUCT& notification) {
     Expect(finals_ == 0, "nothing is told after the final notification");
     if (on_notification) on_notification(notification);
     switch (notification.nReason) {

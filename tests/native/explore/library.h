@@ -30,7 +30,7 @@ public:
     int Cancel(unsigned handle);
 
     /// Waits until only the threads are left that stay: one for each service that runs, and the Peeker.
-    void AwaitQuiet();
+    void AwaitIdle();
 
     bool IsInitialised() const;
 
@@ -57,11 +57,11 @@ public:
 std::string AnswerRequest(const std::string& received);
 
 /// A message with the notifications it has got.
-class Request {
+class ExploredRequest {
 public:
-    explicit Request(const char* service);
-    Request(const Request&) = delete;
-    Request& operator=(const Request&) = delete;
+    explicit ExploredRequest(const char* service);
+    ExploredRequest(const ExploredRequest&) = delete;
+    ExploredRequest& operator=(const ExploredRequest&) = delete;
 
     /// Returns and keeps the handle.
     unsigned Send(Library& library);

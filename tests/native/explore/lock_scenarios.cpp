@@ -1,8 +1,8 @@
 // Readers and writers: of the lock itself, of a table, of the requests in flight.
 // SPDX-License-Identifier: MIT
 #include "env/observer.h"
-#include "native/explore/scenarios.h"
 #include "fake_platform/src/scheduler.h"
+#include "native/explore/scenarios.h"
 #include "threadlib/readers_writer_lock.h"
 #include "threadlib/record_table.h"
 #include "transport/pending_requests.h"

@@ -1,11 +1,11 @@
 // The network comes and goes.
 // SPDX-License-Identifier: MIT
 #include "fake_platform/control.h"
+#include "fake_platform/src/scheduler.h"
+#include "fake_platform/src/scripted_socket.h"
 #include "native/explore/library.h"
 #include "native/explore/scenarios.h"
 #include "native/support/requests.h"
-#include "fake_platform/src/scheduler.h"
-#include "fake_platform/src/scripted_socket.h"
 #include "transport/connection.h"
 #include "transport/sockets_interface.h"
 
@@ -87,7 +87,7 @@ struct Told {
 
 void AModemThatHangsUpUnderARequest() {
     Told told;
-    Request request("Small");
+    ExploredRequest request("Small");
     host::modem::Install();
     host::modem::Dial();
     WPK_INITSTRUCT settings = DirectSettings();
@@ -102,7 +102,7 @@ void AModemThatHangsUpUnderARequest() {
         host::modem::HangUp();
         host::AwaitScheduled(
             "the network's end", [&] { return told.goes == 2; }, INFINITE);
-        library.AwaitQuiet();
+        library.AwaitIdle();
         Expect(host::SocketStarts() == 0, "the clean-up has come");
     }
     const int error = request.Error();

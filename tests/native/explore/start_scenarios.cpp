@@ -1,9 +1,9 @@
 // Initialisations against each other and against calls.
 // SPDX-License-Identifier: MIT
 #include "fake_platform/control.h"
+#include "fake_platform/src/scheduler.h"
 #include "native/explore/library.h"
 #include "native/explore/scenarios.h"
-#include "fake_platform/src/scheduler.h"
 #include "threadlib/threadlib.h"
 
 namespace wpk::explore {
@@ -21,12 +21,12 @@ void InitOnce(Library& library, int expected) {
 void TwoInitialisations() {
     Library library;
     for (int i = 0; i < 2; ++i) StartThread("initialiser", [&] { InitOnce(library, 1); });
-    library.AwaitQuiet();
+    library.AwaitIdle();
     Expect(host::SocketStarts() == 1, "the second one has changed nothing");
 }
 
 void AnInitialisationAgainstCalls() {
-    Request request("Small");
+    ExploredRequest request("Small");
     Library library;
     StartThread("initialiser", [&] { InitOnce(library, 1); });
     StartThread("sender", [&] {
@@ -36,13 +36,13 @@ void AnInitialisationAgainstCalls() {
         const int accepted = library.Cancel(0xFFFFFFFF);
         Expect(accepted == 0 || library.IsInitialised(), "a cancel is accepted once there is a library");
     });
-    library.AwaitQuiet();
+    library.AwaitIdle();
     Expect(request.Error() == 0, "what was taken gets its reply");
 }
 
 /// It waits for the end of the initialisation, and is served.
 void ASendDuringAnInitialisation() {
-    Request request("Small");
+    ExploredRequest request("Small");
     Library library;
     bool under_way = false;
     host::RunBefore("_beginthreadex", 1, [&] { under_way = true; });
@@ -52,13 +52,13 @@ void ASendDuringAnInitialisation() {
             "an initialisation", [&] { return under_way; }, INFINITE);
         Expect(request.Send(library) != 0, "a send during an initialisation is taken");
     });
-    library.AwaitQuiet();
+    library.AwaitIdle();
     Expect(request.Error() == 0, "what was taken gets its reply");
 }
 
 /// It changes nothing, and waits for the calls in progress all the same.
 void ARepeatedInitialisationDuringASend() {
-    Request request("Small");
+    ExploredRequest request("Small");
     RunningLibrary library;
     // The send is answered after its worker has been made and resumed.
     bool in_progress = false;
@@ -70,13 +70,13 @@ void ARepeatedInitialisationDuringASend() {
         InitOnce(library, 1);
         Expect(!during || !in_progress, "a repeated initialisation waits for the call in progress");
     });
-    library.AwaitQuiet();
+    library.AwaitIdle();
     Expect(request.Error() == 0, "what was taken gets its reply");
 }
 
 /// Then nothing of it is left, and the next one starts from the beginning.
 void AFailingInitialisationAgainstCalls() {
-    Request request("Small");
+    ExploredRequest request("Small");
     Library library;
     host::FailCall("_beginthreadex", 1);
     StartThread("initialiser", [&] { InitOnce(library, 0); });
@@ -88,7 +88,7 @@ void AFailingInitialisationAgainstCalls() {
 }
 
 void AFailingInitialisationBesideAnother() {
-    Request request("Small");
+    ExploredRequest request("Small");
     Library library;
     host::FailCall("_beginthreadex", 1);
     int succeeded = 0;
@@ -101,7 +101,7 @@ void AFailingInitialisationBesideAnother() {
     StartThread("sender", [&] {
         if (request.Send(library) != 0) request.AwaitFinal();
     });
-    library.AwaitQuiet();
+    library.AwaitIdle();
     Expect(succeeded == 1, "one fails, and the other one does what it has not done");
     Expect(request.Error() == 0, "what was taken gets its reply");
 }

@@ -1,7 +1,7 @@
 // Threads that send to a receiver: one that waits, one that ends, one that is detached, one that has others answer.
 // SPDX-License-Identifier: MIT
-#include "native/explore/scenarios.h"
 #include "fake_platform/src/scheduler.h"
+#include "native/explore/scenarios.h"
 #include "threadlib/threadlib.h"
 
 namespace wpk::explore {

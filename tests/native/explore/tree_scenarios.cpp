@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "native/explore/scenarios.h"
 #include "fake_platform/src/scheduler.h"
+#include "native/explore/scenarios.h"
 
 namespace wpk::explore {
 
@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::string_view kText = "<message><a x='1'>one</a><b>two</b><c/></message>";
 
-std::unique_ptr<Document> Parse() {
+std::unique_ptr<Document> ParseSample() {
     return std::unique_ptr<Document>(AdvXMLParser::Parser().Parse(kText.data(), static_cast<int>(kText.size())));
 }
 
@@ -32,7 +32,7 @@ void NodesDeletedOneByOne() {
     std::vector<Node*> nodes;
     {
         const Undisturbed start;
-        const auto document = Parse();
+        const auto document = ParseSample();
         nodes.assign(document->root->children.begin(), document->root->children.end());
         document->root->children.clear();
     }
@@ -50,7 +50,7 @@ void ANodeDeletedBesideItsDocument() {
     Node* node = nullptr;
     {
         const Undisturbed start;
-        document = Parse();
+        document = ParseSample();
         node = document->root->children.back();
         document->root->children.pop_back();
     }
@@ -64,7 +64,7 @@ void NodesOfTwoDocumentsDeletedCrosswise() {
     std::unique_ptr<Document> documents[2];
     {
         const Undisturbed start;
-        for (auto& document : documents) document = Parse();
+        for (auto& document : documents) document = ParseSample();
         auto* const first = documents[0]->root;
         auto* const second = documents[1]->root;
         std::swap(first->children[0], second->children[0]);

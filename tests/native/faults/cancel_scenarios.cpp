@@ -24,7 +24,7 @@ void CancelOwn() {
 }
 
 /// Cancels the request right before a use of a call, unless a fault keeps that use from coming.
-void SendCancelledBefore(Stage& stage, Request& request, const char* call, uint64_t nth) {
+void SendCancelledBefore(Stage& stage, NativeRequest& request, const char* call, uint64_t nth) {
     RunBefore(call, nth, CancelOwn);
     if (request.Send() != 0) stage.AwaitQuietOrWaiting(request);
     ClearActions();
@@ -36,13 +36,13 @@ void CancelQueued(Stage& stage) {
 }
 
 void CancelResolving(Stage& stage) {
-    Request& request = stage.Make("Silent");
+    NativeRequest& request = stage.Make("Silent");
     request.message.lpszServer = "localhost";
     SendCancelledBefore(stage, request, "gethostbyname", 1);
 }
 
 void CancelConnecting(Stage& stage) {
-    Request& request = stage.Make("Small");
+    NativeRequest& request = stage.Make("Small");
     // Nobody listens there, so that the connect goes on until its time is over.
     request.message.nPort = 1;
     SendCancelledBefore(stage, request, "select", 2);
@@ -53,27 +53,27 @@ void CancelSending(Stage& stage) {
     SendCancelledBefore(stage, stage.Make("Silent", std::string(32768, 'd')), "send", 6);
 }
 
-void CancelFromOutside(Stage& stage, Request& request) {
+void CancelFromOutside(Stage& stage, NativeRequest& request) {
     CancelRequest(request.Handle());
     stage.AwaitQuietOrWaiting(request);
 }
 
 void CancelReadingTheHead(Stage& stage) {
-    Request& request = stage.Send("Silent");
+    NativeRequest& request = stage.Send("Silent");
     if (request.Handle() == 0) return;
     EXPECT_TRUE(AwaitThat([&] { return stage.server.Silent() > 0 || request.Finals() > 0; }));
     CancelFromOutside(stage, request);
 }
 
 void CancelReceiving(Stage& stage) {
-    Request& request = stage.Send("Half");
+    NativeRequest& request = stage.Send("Half");
     if (request.Handle() == 0) return;
     EXPECT_TRUE(AwaitThat([&] { return request.Progresses() > 0 || request.Finals() > 0; }));
     CancelFromOutside(stage, request);
 }
 
 void CancelInCallback(Stage& stage) {
-    Request& request = stage.Make("Half");
+    NativeRequest& request = stage.Make("Half");
     request.on_notification = [&request](const WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason == WPK_REASON_PROGRESS && request.Progresses() == 0) CancelOwn();
     };
@@ -83,7 +83,7 @@ void CancelInCallback(Stage& stage) {
 }
 
 void CancelAfterTheEnd(Stage& stage) {
-    Request& request = stage.Make("Small");
+    NativeRequest& request = stage.Make("Small");
     stage.SendAndAwait(request);
     CancelRequest(request.Handle());
     stage.AwaitQuiet();

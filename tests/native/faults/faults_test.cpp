@@ -13,11 +13,11 @@
 #include <string>
 #include <vector>
 
-#include "native/support/child_process.h"
 #include "fake_platform/control.h"
 #include "native/faults/effects.h"
 #include "native/faults/scenarios.h"
 #include "native/faults/tally.h"
+#include "native/support/child_process.h"
 
 namespace wpk::host {
 namespace {

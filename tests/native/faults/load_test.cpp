@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "env/global_object.h"
-#include "native/support/child_process.h"
 #include "fake_platform/control.h"
-#include "native/faults/tally.h"
-#include "native/support/requests.h"
 #include "library/call.h"
 #include "library/start_up.h"
+#include "native/faults/tally.h"
+#include "native/support/child_process.h"
+#include "native/support/requests.h"
 
 namespace wpk::host {
 namespace {
@@ -73,7 +73,7 @@ void ExpectToRefuse(GlobalObject& global) {
 
 void ExpectToWork(GlobalObject& global) {
     ASSERT_EQ(Initialise(global, PermanentNetwork()), 1);
-    auto& request = Lasting<Request>(Lasting<Server>().Port(), "Small");
+    auto& request = Lasting<NativeRequest>(Lasting<Server>().Port(), "Small");
     EXPECT_NE(Call(global, kCommandSend, reinterpret_cast<uintptr_t>(&request.message)), 0u);
     EXPECT_TRUE(request.AwaitFinal());
     EXPECT_EQ(request.Error(), 0);

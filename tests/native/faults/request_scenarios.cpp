@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include "native/support/child_process.h"
 #include "native/faults/scenarios.h"
+#include "native/support/child_process.h"
 
 namespace wpk::host {
 
@@ -36,23 +36,23 @@ constexpr const char* kLarge = "Large";
 constexpr const char* kUnknown = "Unknown";
 
 void SendByName(Stage& stage) {
-    Request& request = stage.Make("Small");
+    NativeRequest& request = stage.Make("Small");
     request.message.lpszServer = "localhost";
     stage.SendAndAwait(request);
 }
 
 /// A fault must not make the proxy ask for credentials that were right.
 void DeclineQuestion(Stage& stage) {
-    Request& request = stage.Make("Guarded");
+    NativeRequest& request = stage.Make("Guarded");
     request.user.clear();
     stage.SendAndAwait(request);
 }
 
 /// What was answered once is neither sent wrong nor asked for again.
 void AnswerQuestionForTwo(Stage& stage) {
-    Request& first = stage.Make("Guarded");
+    NativeRequest& first = stage.Make("Guarded");
     stage.SendAndAwait(first);
-    Request& second = stage.Make("Guarded");
+    NativeRequest& second = stage.Make("Guarded");
     stage.SendAndAwait(second);
     EXPECT_LE(first.Questions(), 1);
     const bool answered = first.Handle() != 0 && first.Error() == 0;
@@ -61,7 +61,7 @@ void AnswerQuestionForTwo(Stage& stage) {
 
 /// Its request has no final notification, so it is none of the stage's.
 void SendWithCallbackThatThrows(Stage& stage) {
-    auto& request = Lasting<Request>(stage.server.Port(), "Small");
+    auto& request = Lasting<NativeRequest>(stage.server.Port(), "Small");
     request.on_notification = [](const WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason == WPK_REASON_PROGRESS) throw 1;
     };
@@ -70,8 +70,8 @@ void SendWithCallbackThatThrows(Stage& stage) {
 }
 
 void SendSeveral(Stage& stage) {
-    Request* const requests[] = {&stage.Send("Small"), &stage.Send("Large"), &stage.Send("Unknown")};
-    for (Request* request : requests) EXPECT_TRUE(request->Handle() == 0 || request->AwaitFinal());
+    NativeRequest* const requests[] = {&stage.Send("Small"), &stage.Send("Large"), &stage.Send("Unknown")};
+    for (NativeRequest* request : requests) EXPECT_TRUE(request->Handle() == 0 || request->AwaitFinal());
     stage.AwaitQuiet();
 }
 

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "native/support/child_process.h"
 #include "fake_platform/control.h"
 #include "native/faults/stage.h"
+#include "native/support/child_process.h"
 
 namespace wpk::host {
 namespace {
@@ -22,7 +22,7 @@ uint64_t FewestTransfers(const std::string& bytes) {
 void ExpectReply(Stage& stage, const char* service, const std::string& reply, const std::string& data = "hello") {
     const uint64_t sends_before = Uses("send");
     const uint64_t receives_before = Uses("recv");
-    Request& request = stage.Make(service, data);
+    NativeRequest& request = stage.Make(service, data);
     stage.SendAndAwait(request);
     EXPECT_EQ(request.Error(), 0) << service;
     EXPECT_EQ(request.Reply(), reply) << service;
@@ -53,7 +53,7 @@ TEST_P(ShortTransfers, CarryRequestsAndRepliesWhole) {
         ExpectReply(stage, "Small", "small");
         ExpectReply(stage, "Large", std::string(Server::kLargeSize, 'x'));
         ExpectReply(stage, "Echo", Body("Echo", more_than_a_piece), more_than_a_piece);
-        Request& refused = stage.Make("Unknown");
+        NativeRequest& refused = stage.Make("Unknown");
         stage.SendAndAwait(refused);
         EXPECT_EQ(refused.Error(), WPK_ERROR_NO_SERVICE);
         EXPECT_EQ(Misuses(), std::vector<std::string>());

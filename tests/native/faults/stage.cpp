@@ -39,16 +39,16 @@ Stage::Stage() {
     theGlobalObject.transport.tempDirectory = &temp_directory_;
 }
 
-Request& Stage::Make(const char* service, std::string data) {
-    requests_.push_back(std::make_unique<Request>(server.Port(), service, std::move(data)));
-    Request& request = *requests_.back();
+NativeRequest& Stage::Make(const char* service, std::string data) {
+    requests_.push_back(std::make_unique<NativeRequest>(server.Port(), service, std::move(data)));
+    NativeRequest& request = *requests_.back();
     request.user = "u";
     request.password = "right";
     return request;
 }
 
-Request& Stage::Send(const char* service) {
-    Request& request = Make(service);
+NativeRequest& Stage::Send(const char* service) {
+    NativeRequest& request = Make(service);
     request.Send();
     return request;
 }
@@ -57,7 +57,7 @@ void Stage::SendAndAwait(const char* service) {
     SendAndAwait(Make(service));
 }
 
-void Stage::SendAndAwait(Request& request) {
+void Stage::SendAndAwait(NativeRequest& request) {
     EXPECT_TRUE(request.Send() == 0 || request.AwaitFinal());
     AwaitQuiet();
 }
@@ -67,7 +67,7 @@ void Stage::AwaitQuiet() const {
     EXPECT_TRUE(AwaitThat([lasting] { return CountLive().threads <= lasting; })) << CountLive();
 }
 
-void Stage::AwaitQuietOrWaiting(Request& request) const {
+void Stage::AwaitQuietOrWaiting(NativeRequest& request) const {
     EXPECT_TRUE(AwaitThat([&] {
         const int64_t threads = CountLive().threads - kDeskThreads;
         return threads <= 0 || (threads == 1 && request.Finals() == 0 && FaultsFired() > 0);
@@ -92,7 +92,7 @@ void Stage::ExpectSound() {
     EXPECT_EQ(InitLibrary(settings), 1);
     AwaitQuiet();
     if (DetectsModem()) DialAgain();
-    Request& last = Send("Small");
+    NativeRequest& last = Send("Small");
     EXPECT_NE(last.Handle(), 0u);
     EXPECT_TRUE(last.AwaitFinal());
     // A library whose sockets could not be started stays without a network.

@@ -25,15 +25,15 @@ public:
     Stage& operator=(const Stage&) = delete;
 
     /// A request that answers questions for credentials well, yet to be sent.
-    Request& Make(const char* service, std::string data = "hello");
-    Request& Send(const char* service);
+    NativeRequest& Make(const char* service, std::string data = "hello");
+    NativeRequest& Send(const char* service);
     void SendAndAwait(const char* service);
-    void SendAndAwait(Request& request);
+    void SendAndAwait(NativeRequest& request);
 
     /// Until only the threads are left that are there for good.
     void AwaitQuiet() const;
     /// The same, but after a fault the request's thread may be left, waiting for a reply: its cancel has failed.
-    void AwaitQuietOrWaiting(Request& request) const;
+    void AwaitQuietOrWaiting(NativeRequest& request) const;
 
     enum class Rescue { kNone, kCancel };
     /// How the requests have ended, in the order of their making; those that go on can be cancelled first.
@@ -55,7 +55,7 @@ private:
     void ExpectNothingRegistered() const;
     void DialAgain();
 
-    std::vector<std::unique_ptr<Request>> requests_;
+    std::vector<std::unique_ptr<NativeRequest>> requests_;
     const CountedText temp_directory_{"./"};
 };
 

@@ -58,7 +58,7 @@ void DialSendAndHangUp(Stage& stage) {
     InitLibrary(stage.settings);
     modem::Dial();
     AwaitTold(stage.comes);
-    Request& request = stage.Send("Silent");
+    NativeRequest& request = stage.Send("Silent");
     EXPECT_TRUE(AwaitThat([&] { return stage.server.Silent() > 0 || FaultsFired() > 0; }));
     stage.goes = 0;
     modem::HangUp();

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "native/support/child_process.h"
 #include "fake_platform/control.h"
 #include "native/faults/stage.h"
+#include "native/support/child_process.h"
 #include "windows.h"
 
 namespace wpk::host {
@@ -19,7 +19,7 @@ TEST(TimeOut, AHeadThatDoesNotComeForSixtySecondsFailsTheRequest) {
         ASSERT_EQ(InitLibrary(stage.settings), 1);
         SpeedUp(100);
         const uint64_t begin = GetTickCount64();
-        Request& request = stage.Make("Silent");
+        NativeRequest& request = stage.Make("Silent");
         stage.SendAndAwait(request);
         EXPECT_EQ(request.Error(), WPK_ERROR_EXCHANGE);
         EXPECT_EQ(request.Finals(), 1);

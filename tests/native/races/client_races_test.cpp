@@ -18,15 +18,17 @@
 #include <thread>
 #include <vector>
 
-#include "native/support/child_process.h"
 #include "fake_platform/control.h"
+#include "native/support/child_process.h"
 #include "native/support/requests.h"
+#include "support/run_on_threads.h"
 #include "support/sanitized.h"
 
 namespace wpk::client_test {
 namespace {
 
 using host::Server;
+using test::RunOnThreads;
 
 constexpr int kThreads = 6;
 constexpr int kRounds = 30;
@@ -38,20 +40,11 @@ Options To(const Server& server) {
     return options;
 }
 
-template <class Work>
-void RunOnThreads(Work work) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) threads.emplace_back([&work, i] { work(i); });
-    for (std::thread& thread : threads) thread.join();
-}
-
 /// The front desk stays for good, and with a modem to watch, its service's and the Peeker.
 void ExpectNothingLeft(int64_t lasting_threads = 1) {
-    ASSERT_TRUE(host::AwaitThat([=] { return host::CountLive().threads == lasting_threads; }));
+    host::AwaitThreadsLeft(lasting_threads);
     detail::ParcelsDone::All().Collect();
-    EXPECT_EQ(host::CountLive().sockets, 0);
-    EXPECT_EQ(host::CountLive().views, 0);
-    EXPECT_EQ(host::Misuses(), std::vector<std::string>());
+    host::ExpectNothingOpen();
 }
 
 #define RACE_IN_CHILD(name)                         \
@@ -67,7 +60,7 @@ RACE_IN_CHILD(RequestsCancelledFromTwoThreadsAtRandomMomentsEndOnce) {
     std::atomic<int> outcomes{0};
     {
         const Client client(To(server));
-        RunOnThreads([&](int thread) {
+        RunOnThreads(kThreads, [&](int thread) {
             std::minstd_rand random(static_cast<unsigned>(thread) + 1);
             const char* const services[] = {"Small", "Large", "Silent", "Unknown"};
             for (int round = 0; round < kRounds; ++round) {
@@ -103,7 +96,7 @@ RACE_IN_CHILD(RequestsWhoseTimeIsUpAtRandomMomentsEndOnce) {
         Options options = To(server);
         options.time_limit = std::chrono::milliseconds(3);
         const Client client(std::move(options));
-        RunOnThreads([&](int thread) {
+        RunOnThreads(kThreads, [&](int thread) {
             std::minstd_rand random(static_cast<unsigned>(thread) + 1);
             const char* const services[] = {"Small", "Large", "Silent", "Half"};
             for (int round = 0; round < kRounds; ++round) {
@@ -181,7 +174,7 @@ RACE_IN_CHILD(ATimeLimitWithoutAThreadForItIsRefusedBeforeAnythingIsSent) {
 RACE_IN_CHILD(ScopedRequestsLeaveNoFunctionBehind) {
     const Server server;
     const Client client(To(server));
-    RunOnThreads([&](int thread) {
+    RunOnThreads(kThreads, [&](int thread) {
         std::minstd_rand random(static_cast<unsigned>(thread) + 1);
         for (int round = 0; round < kRounds; ++round) {
             // On the stack: touched by a function that still runs, it would be somebody else's.
@@ -201,7 +194,7 @@ RACE_IN_CHILD(FuturesOutliveTheClient) {
     std::vector<std::vector<std::future<Reply>>> futures(kThreads);
     {
         const Client client(To(server));
-        RunOnThreads([&](int thread) {
+        RunOnThreads(kThreads, [&](int thread) {
             for (int round = 0; round < kRounds; ++round) {
                 futures[static_cast<size_t>(thread)].push_back(client.Send({round % 2 == 0 ? "Small" : "Large"}));
             }
@@ -223,7 +216,7 @@ RACE_IN_CHILD(FunctionsThatThrowAndCancelEndTheirRequestsOnce) {
     Options options = To(server);
     options.on_exception = [&](const std::exception_ptr&) { ++reported; };
     const Client client(std::move(options));
-    RunOnThreads([&](int) {
+    RunOnThreads(kThreads, [&](int) {
         for (int round = 0; round < kRounds; ++round) {
             Message message("Large");
             message.on_progress = [round](const Progress& progress) {

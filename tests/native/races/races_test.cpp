@@ -10,9 +10,10 @@
 #include <thread>
 #include <vector>
 
-#include "native/support/child_process.h"
 #include "fake_platform/control.h"
+#include "native/support/child_process.h"
 #include "native/support/requests.h"
+#include "support/run_on_threads.h"
 #include "transport/connection.h"
 #include "transport/sockets_interface.h"
 
@@ -26,25 +27,9 @@ WPK_INITSTRUCT PermanentNetwork() {
     return settings;
 }
 
-/// Until only the threads are left that are there for good, the front desk at least: then no thread uses a request any
-/// more.
-void AwaitQuiet(int64_t lasting_threads = 1) {
-    ASSERT_TRUE(AwaitThat([=] { return CountLive().threads == lasting_threads; })) << CountLive();
-}
-
-void ExpectNothingLeft(int64_t lasting_threads = 1) {
-    AwaitQuiet(lasting_threads);
-    EXPECT_EQ(CountLive().sockets, 0);
-    EXPECT_EQ(CountLive().files, 0);
-    EXPECT_EQ(CountLive().views, 0);
-    EXPECT_EQ(Misuses(), std::vector<std::string>());
-}
-
-template <class Work>
-void RunOnThreads(int count, Work work) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) threads.emplace_back([&work, i] { work(i); });
-    for (std::thread& thread : threads) thread.join();
+void ExpectNothingLeft(int64_t lastingThreads = 1) {
+    AwaitThreadsLeft(lastingThreads);
+    ExpectNothingOpen();
 }
 
 // A test whose body runs in a process of its own.
@@ -56,7 +41,8 @@ void RunOnThreads(int count, Work work) {
     }                                         \
     void name()
 
-using Requests = std::vector<std::unique_ptr<Request>>;
+using test::RunOnThreads;
+using Requests = std::vector<std::unique_ptr<NativeRequest>>;
 
 constexpr int kSenders = 6;
 constexpr int kRounds = 30;
@@ -66,8 +52,8 @@ void Storm(const Server& server, int sender, Requests& requests) {
     const char* const services[] = {"Small", "Large", "Silent", "Unknown"};
     for (int round = 0; round < kRounds; ++round) {
         const std::string service = services[random() % 4];
-        requests.push_back(std::make_unique<Request>(server.Port(), service));
-        Request& request = *requests.back();
+        requests.push_back(std::make_unique<NativeRequest>(server.Port(), service));
+        NativeRequest& request = *requests.back();
         ASSERT_NE(request.Send(), 0u);
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
         if (service == "Silent" || random() % 2 == 0) {
@@ -78,7 +64,7 @@ void Storm(const Server& server, int sender, Requests& requests) {
 }
 
 /// A cancel that comes after the end of its request may find another one under the same handle.
-bool IsExpectedEnd(Request& request) {
+bool IsExpectedEnd(NativeRequest& request) {
     switch (request.Error()) {
         case 0:
             return request.Reply() == "small" || request.Reply() == std::string(Server::kLargeSize, 'x');
@@ -111,11 +97,11 @@ RACE_IN_CHILD(CancelsOfOneRequestByManyThreadsEndItOnce) {
     ASSERT_EQ(WPK_Init(&settings), 1);
     const auto& server = Lasting<Server>();
     for (int round = 0; round < 15; ++round) {
-        auto& request = Lasting<Request>(server.Port(), "Silent");
+        auto& request = Lasting<NativeRequest>(server.Port(), "Silent");
         ASSERT_NE(request.Send(), 0u);
         RunOnThreads(4, [&request](int) { EXPECT_EQ(WPK_Cancel(request.Handle()), 1); });
         ASSERT_TRUE(request.AwaitFinal());
-        AwaitQuiet();
+        AwaitThreadsLeft();
         EXPECT_EQ(request.Finals(), 1);
         EXPECT_EQ(request.Error(), WPK_ERROR_CANCELLED);
     }
@@ -128,7 +114,7 @@ RACE_IN_CHILD(CancelRightBeforeAnyCallOfTheExchangeEndsTheRequestOnce) {
     const auto& server = Lasting<Server>();
     for (const char* call : {"socket", "connect", "select", "ioctlsocket", "send", "recv", "CreateFileA",
                              "MapViewOfFile", "UnmapViewOfFile", "closesocket"}) {
-        auto& request = Lasting<Request>(server.Port(), "Large");
+        auto& request = Lasting<NativeRequest>(server.Port(), "Large");
         auto& handle = Lasting<std::atomic<unsigned>>(0u);
         auto& cancelled = Lasting<std::atomic<bool>>(false);
         RunBefore(call, 1, [&handle, &cancelled] {
@@ -138,7 +124,7 @@ RACE_IN_CHILD(CancelRightBeforeAnyCallOfTheExchangeEndsTheRequestOnce) {
         });
         handle = request.Send();
         ASSERT_TRUE(request.AwaitFinal()) << call;
-        AwaitQuiet();
+        AwaitThreadsLeft();
         ClearActions();
         EXPECT_TRUE(cancelled) << call << " was not used";
         EXPECT_EQ(request.Finals(), 1) << call;
@@ -152,13 +138,13 @@ RACE_IN_CHILD(InitialisedByManyThreadsAtOnceStartsOnce) {
     const auto& server = Lasting<Server>();
     std::atomic<int> ready{0};
     auto& requests = Lasting<Requests>();
-    for (int i = 0; i < 8; ++i) requests.push_back(std::make_unique<Request>(server.Port(), "Small"));
+    for (int i = 0; i < 8; ++i) requests.push_back(std::make_unique<NativeRequest>(server.Port(), "Small"));
     RunOnThreads(8, [&](int i) {
         ++ready;
         while (ready < 8) std::this_thread::yield();
         // Half of them send while the others initialise, and are refused or served.
         EXPECT_TRUE(i % 2 != 0 || WPK_Init(&settings) == 1);
-        Request& request = *requests[static_cast<size_t>(i)];
+        NativeRequest& request = *requests[static_cast<size_t>(i)];
         EXPECT_TRUE(request.Send() == 0 || request.AwaitFinal());
         EXPECT_TRUE(i % 2 != 0 || (request.Handle() != 0 && request.Error() == 0));
     });
@@ -196,15 +182,15 @@ bool AreWhole(const std::string& credentials) {
 RACE_IN_CHILD(ProxyCredentialsReplacedWhileOthersCopyThemAreNeverTorn) {
     auto& torn = Lasting<std::atomic<int>>(0);
     auto& connections = Lasting<std::atomic<int>>(0);
-    const auto& proxy = Lasting<Peer>(
-        [&torn, &connections](Peer::Connection& connection) {
+    const auto& proxy = Lasting<NativePeer>(
+        [&torn, &connections](NativePeer::Connection& connection) {
             const std::string credentials = CredentialsOf(connection.ReadRequest());
             if (!AreWhole(credentials)) ++torn;
             // Every other connection is asked for new ones.
             const bool known = ++connections % 2 == 0;
-            connection.Write(known ? Reply("small") : Reply("", "407 Who are you"));
+            connection.Write(known ? ReplyBytes("small") : ReplyBytes("", "407 Who are you"));
         },
-        Peer::Serve::kAtOnce);
+        NativePeer::Serve::kAtOnce);
     const std::string initial(200, 'z');
     WPK_INITSTRUCT settings = PermanentNetwork();
     settings.bBehindProxy = 1;
@@ -217,7 +203,7 @@ RACE_IN_CHILD(ProxyCredentialsReplacedWhileOthersCopyThemAreNeverTorn) {
     RunOnThreads(kSenders, [&](int i) {
         for (int round = 0; round < kRounds; ++round) {
             auto& own = requests[static_cast<size_t>(i)];
-            own.push_back(std::make_unique<Request>(proxy.Port(), "Any"));
+            own.push_back(std::make_unique<NativeRequest>(proxy.Port(), "Any"));
             own.back()->user.assign(200, static_cast<char>('a' + i));
             own.back()->password = own.back()->user;
             ASSERT_NE(own.back()->Send(), 0u);
@@ -238,8 +224,8 @@ RACE_IN_CHILD(CallbacksThatThrowAmongOthersStopOnlyTheirOwnRequests) {
     RunOnThreads(kSenders, [&](int i) {
         for (int round = 0; round < kRounds; ++round) {
             auto& own = requests[static_cast<size_t>(i)];
-            own.push_back(std::make_unique<Request>(server.Port(), "Small"));
-            Request& request = *own.back();
+            own.push_back(std::make_unique<NativeRequest>(server.Port(), "Small"));
+            NativeRequest& request = *own.back();
             if (round % 3 == 0) {
                 request.on_notification = [](const WPK_CALLBACKSTRUCT&) { throw 1; };
             }
@@ -261,8 +247,8 @@ RACE_IN_CHILD(CallbacksMaySendAndCancelFurtherRequests) {
     auto& first = Lasting<Requests>();
     auto& second = Lasting<Requests>();
     for (int i = 0; i < kRounds; ++i) {
-        first.push_back(std::make_unique<Request>(server.Port(), "Small"));
-        second.push_back(std::make_unique<Request>(server.Port(), i % 2 == 0 ? "Small" : "Silent"));
+        first.push_back(std::make_unique<NativeRequest>(server.Port(), "Small"));
+        second.push_back(std::make_unique<NativeRequest>(server.Port(), i % 2 == 0 ? "Small" : "Silent"));
         first.back()->on_notification = [next = second.back().get()](const WPK_CALLBACKSTRUCT& notification) {
             if (notification.nReason != WPK_REASON_REPLY) return;
             EXPECT_NE(next->Send(), 0u);

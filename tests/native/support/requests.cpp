@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "native/support/requests.h"
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <cstdio>
 #include <thread>
@@ -29,7 +31,7 @@ int CancelRequest(unsigned handle) {
     return WPK_Cancel(handle);
 }
 
-Request::Request(uint16_t port, std::string service, std::string data)
+NativeRequest::NativeRequest(uint16_t port, std::string service, std::string data)
     : service_(std::move(service)), data_(std::move(data)) {
     message.nPort = port;
     message.lpszServer = server_.c_str();
@@ -40,33 +42,33 @@ Request::Request(uint16_t port, std::string service, std::string data)
     message.dwDataLength = static_cast<unsigned>(data_.size());
 }
 
-unsigned Request::Send() {
+unsigned NativeRequest::Send() {
     const CodeScope library(Code::kLibrary);
     handle_ = WPK_Send(&message);
     return handle_;
 }
 
-bool Request::AwaitFinal() {
+bool NativeRequest::AwaitFinal() {
     std::unique_lock lock(mutex_);
     return ended_.wait_for(lock, kAmple, [this] { return finals_ > 0; });
 }
 
-int Request::Error() {
+int NativeRequest::Error() {
     const std::lock_guard lock(mutex_);
     return error_;
 }
 
-std::string Request::Reply() {
+std::string NativeRequest::Reply() {
     const std::lock_guard lock(mutex_);
     return reply_;
 }
 
-void Request::Notify(WPK_CALLBACKSTRUCT* notification) {
+void NativeRequest::Notify(WPK_CALLBACKSTRUCT* notification) {
     const CodeScope test(Code::kTest);
-    static_cast<Request*>(notification->lpUserData)->Note(*notification);
+    static_cast<NativeRequest*>(notification->lpUserData)->Note(*notification);
 }
 
-void Request::Note(WPK_CALLBACKSTRUCT& notification) {
+void NativeRequest::Note(WPK_CALLBACKSTRUCT& notification) {
     if (on_notification) on_notification(notification);
     const std::lock_guard lock(mutex_);
     switch (notification.nReason) {
@@ -97,30 +99,31 @@ void Request::Note(WPK_CALLBACKSTRUCT& notification) {
     ended_.notify_all();
 }
 
-Server::Server() : peer_([this](Peer::Connection& connection) { Serve(connection); }, Peer::Serve::kAtOnce) {}
+Server::Server()
+    : peer_([this](NativePeer::Connection& connection) { Serve(connection); }, NativePeer::Serve::kAtOnce) {}
 
-void Server::Serve(Peer::Connection& connection) {
+void Server::Serve(NativePeer::Connection& connection) {
     const std::string request = connection.ReadRequest();
     const auto asks_for = [&request](const char* service) { return request.find(service) != std::string::npos; };
     if (asks_for("Small")) {
-        connection.Write(host::Reply("small"));
+        connection.Write(host::ReplyBytes("small"));
     } else if (asks_for("Large")) {
-        connection.Write(host::Reply(std::string(kLargeSize, 'x')));
+        connection.Write(host::ReplyBytes(std::string(kLargeSize, 'x')));
     } else if (asks_for("Silent")) {
         ++silent_;
         connection.AwaitClose();
     } else if (asks_for("Half")) {
-        const std::string whole = host::Reply(std::string(kLargeSize, 'x'));
+        const std::string whole = host::ReplyBytes(std::string(kLargeSize, 'x'));
         connection.Write(whole.substr(0, whole.size() - kLargeSize / 2));
         connection.AwaitClose();
     } else if (asks_for("Echo")) {
-        connection.Write(host::Reply(request.substr(request.find("\r\n\r\n") + 4)));
+        connection.Write(host::ReplyBytes(request.substr(request.find("\r\n\r\n") + 4)));
     } else if (asks_for("Unknown")) {
-        connection.Write(host::Reply("", "500 Bad_Plugin_Name"));
+        connection.Write(host::ReplyBytes("", "500 Bad_Plugin_Name"));
     } else if (asks_for("Guarded")) {
         // The base64 form of u:right.
         const bool known = asks_for("Proxy-Authorization: Basic dTpyaWdodA==\r\n");
-        connection.Write(known ? host::Reply("small") : host::Reply("", "407 Who are you"));
+        connection.Write(known ? host::ReplyBytes("small") : host::ReplyBytes("", "407 Who are you"));
     }
 }
 
@@ -179,6 +182,17 @@ bool AwaitThat(const std::function<bool()>& condition) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
+}
+
+void AwaitThreadsLeft(int64_t lastingThreads) {
+    ASSERT_TRUE(AwaitThat([=] { return CountLive().threads == lastingThreads; })) << CountLive();
+}
+
+void ExpectNothingOpen() {
+    EXPECT_EQ(CountLive().sockets, 0);
+    EXPECT_EQ(CountLive().files, 0);
+    EXPECT_EQ(CountLive().views, 0);
+    EXPECT_EQ(Misuses(), std::vector<std::string>());
 }
 
 }  // namespace wpk::host

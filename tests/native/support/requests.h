@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "native/support/peer.h"
+#include "native/support/native_peer.h"
 #include "wpk/wpk.h"
 
 namespace wpk::host {
@@ -23,11 +23,11 @@ int InitLibrary(const WPK_INITSTRUCT& settings);
 int CancelRequest(unsigned handle);
 
 /// A message with the notifications it has got. It must live until its request's thread has ended.
-class Request {
+class NativeRequest {
 public:
-    Request(uint16_t port, std::string service, std::string data = "hello");
-    Request(const Request&) = delete;
-    Request& operator=(const Request&) = delete;
+    NativeRequest(uint16_t port, std::string service, std::string data = "hello");
+    NativeRequest(const NativeRequest&) = delete;
+    NativeRequest& operator=(const NativeRequest&) = delete;
 
     /// Returns and keeps the handle. What the library allocates for it counts as its own.
     unsigned Send();
@@ -81,10 +81,10 @@ public:
     int Silent() const { return silent_; }
 
 private:
-    void Serve(Peer::Connection& connection);
+    void Serve(NativePeer::Connection& connection);
 
     std::atomic<int> silent_{0};
-    Peer peer_;
+    NativePeer peer_;
 };
 
 /// A modem of the pretended machine, behind its remote access library and the wrappers of wpk.dll.
@@ -100,6 +100,12 @@ int Looks();
 
 /// Waits until a condition holds, without an event to wait on; false when it takes too long.
 bool AwaitThat(const std::function<bool()>& condition);
+
+/// Waits until only the threads are left that are there for good, the front desk at least: then no thread uses a
+/// request any more.
+void AwaitThreadsLeft(int64_t lastingThreads = 1);
+/// No socket, file or view is open, and no handle was misused.
+void ExpectNothingOpen();
 
 }  // namespace wpk::host
 

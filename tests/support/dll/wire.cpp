@@ -107,27 +107,17 @@ std::string CredentialsOf(const std::string& request) {
 }
 
 std::string OkHead(unsigned long long length) {
-    return Reply("HTTP/1.0 200 OK", {"Server: WPK/1.00", "Content-Length: " + std::to_string(length)});
+    return RawReply("HTTP/1.0 200 OK", {"Server: WPK/1.00", "Content-Length: " + std::to_string(length)});
 }
 
 std::string Ok(const std::string& body) {
     return OkHead(body.size()) + body;
 }
 
-std::string Reply(const std::string& status, const std::vector<std::string>& headers, const std::string& body) {
+std::string RawReply(const std::string& status, const std::vector<std::string>& headers, const std::string& body) {
     std::string reply = status + "\r\n";
     for (const std::string& header : headers) reply += header + "\r\n";
     return reply + "\r\n" + body;
-}
-
-std::string Pattern(size_t length) {
-    std::string bytes(length, '\0');
-    unsigned int state = 1;
-    for (char& byte : bytes) {
-        state = state * 1664525u + 1013904223u;
-        byte = static_cast<char>(state >> 24);
-    }
-    return bytes;
 }
 
 }  // namespace wpk::rig

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "support/pattern.h"
+
 namespace wpk::rig {
 
 struct ExpectedRequest {
@@ -39,10 +41,9 @@ std::string Ok(const std::string& body);
 std::string OkHead(unsigned long long length);
 
 // A reply of any status line and header lines (without line ends), then the body.
-std::string Reply(const std::string& status, const std::vector<std::string>& headers, const std::string& body = "");
+std::string RawReply(const std::string& status, const std::vector<std::string>& headers, const std::string& body = "");
 
-// Bytes that tell their place: no stretch of them looks like its neighbour.
-std::string Pattern(size_t length);
+using test::Pattern;
 
 }  // namespace wpk::rig
 

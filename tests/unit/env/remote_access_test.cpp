@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "unit/env/fake_modules.h"
 #include "support/lib_thread.h"
+#include "unit/env/fake_modules.h"
 
 namespace wpk {
 namespace {

@@ -88,7 +88,7 @@ TEST(Base64, AgreesWithASlowModelForEveryLengthAndByte) {
 TEST(Base64, WithoutMemoryTheTextIsNotWhole) {
     const test::AllocationFault fault;
     EXPECT_FALSE(EncodeBase64("u:p").IsWhole());
-    EXPECT_EQ(fault.Fired(), 1);
+    EXPECT_EQ(fault.Fired(), 1U);
 }
 
 }  // namespace

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "transport/line_assembler.h"
 #include "support/allocation_fault.h"
+#include "transport/line_assembler.h"
 
 namespace wpk {
 namespace {
@@ -256,7 +256,7 @@ TEST(ReplyHeader, LackOfMemoryForTheServerTextFails) {
     {
         const test::AllocationFault fault;
         EXPECT_EQ(ReadHeader(line, head), 0);
-        EXPECT_EQ(fault.Fired(), 1);
+        EXPECT_EQ(fault.Fired(), 1U);
     }
     EXPECT_EQ(head.server.View(), "");
 }

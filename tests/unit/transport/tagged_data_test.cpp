@@ -172,30 +172,30 @@ TEST(TaggedData, EntryAddedAfterJoiningTakesPartInTheNextJoin) {
 TEST(TaggedData, EntryThatWouldPass32BitsAloneIsRefused) {
     const char byte = 'v';
     TaggedData data;
-    const AllocationFault watch(0, 1 << 20);
+    const auto watch = AllocationFault::AmongLarge(1 << 20);
     EXPECT_EQ(data.Add("key", &byte, 0xFFFFFFFFU - 8 - 3 + 1), 0);
     EXPECT_EQ(data.Add("key", &byte, 0xFFFFFFFFU), 0);
-    EXPECT_EQ(watch.Fired(), 0);
+    EXPECT_EQ(watch.Fired(), 0U);
     EXPECT_EQ(data.TotalLength(), 0U);
 }
 
 TEST(TaggedData, LargestEntryIsRefusedOnlyForLackOfMemory) {
     const char byte = 'v';
     TaggedData data;
-    const AllocationFault fault(0, 1 << 20);
+    const auto fault = AllocationFault::AmongLarge(1 << 20);
     EXPECT_EQ(data.Add("key", &byte, 0xFFFFFFFFU - 8 - 3), 0);
-    EXPECT_EQ(fault.Fired(), 1);
+    EXPECT_EQ(fault.Fired(), 1U);
 }
 
 TEST(TaggedData, TotalThatWouldPass32BitsIsRefused) {
     const char byte = 'v';
     TaggedData data;
     ASSERT_EQ(AddText(data, "a", "1"), 1);  // 10 bytes
-    const AllocationFault watch(0, 1 << 20);
+    const auto watch = AllocationFault::AmongLarge(1 << 20);
     EXPECT_EQ(data.Add("b", &byte, 0xFFFFFFFFU - 10 - 9 + 1), 0);
-    EXPECT_EQ(watch.Fired(), 0);
+    EXPECT_EQ(watch.Fired(), 0U);
     EXPECT_EQ(data.Add("b", &byte, 0xFFFFFFFFU - 10 - 9), 0);
-    EXPECT_EQ(watch.Fired(), 1);
+    EXPECT_EQ(watch.Fired(), 1U);
     EXPECT_EQ(data.TotalLength(), 10U);
 }
 
@@ -217,9 +217,9 @@ TEST(TaggedData, EveryFailedAllocationOfAddLeavesTheContainerAsItWas) {
             const AllocationFault fault(faults);
             added = AddText(data, "b", "2");
             if (added == 0) {
-                ASSERT_GT(fault.Fired(), 0);
+                ASSERT_GT(fault.Fired(), 0U);
             } else {
-                ASSERT_EQ(fault.Fired(), 0);
+                ASSERT_EQ(fault.Fired(), 0U);
             }
         }
         if (added == 1) break;
@@ -236,7 +236,7 @@ TEST(TaggedData, FailedAllocationOfJoinLeavesTheEntriesReadableAndCanBeRepeated)
     {
         const AllocationFault fault;
         EXPECT_EQ(data.Join(), 0);
-        EXPECT_EQ(fault.Fired(), 1);
+        EXPECT_EQ(fault.Fired(), 1U);
     }
     EXPECT_EQ(data.Joined(), "");
     EXPECT_EQ(data.Value(2), "hello");
@@ -249,13 +249,13 @@ TEST(TaggedData, LargeValueTakesOneAllocationForItsEntryAndOneForTheJoin) {
     const std::string message(1 << 20, 'm');
     TaggedData data;
     {
-        const AllocationFault afterOne(1, 1 << 20);
+        const auto afterOne = AllocationFault::AmongLarge(1 << 20, 1);
         EXPECT_EQ(AddText(data, "message", message), 1);
-        EXPECT_EQ(afterOne.Fired(), 0);
+        EXPECT_EQ(afterOne.Fired(), 0U);
     }
-    const AllocationFault afterOne(1, 1 << 20);
+    const auto afterOne = AllocationFault::AmongLarge(1 << 20, 1);
     EXPECT_EQ(data.Join(), 1);
-    EXPECT_EQ(afterOne.Fired(), 0);
+    EXPECT_EQ(afterOne.Fired(), 0U);
 }
 
 }  // namespace

@@ -8,12 +8,12 @@
 
 #include <gtest/gtest.h>
 
-#include "support/allocation_hook.h"
+#include "support/allocation_fault.h"
 #include "support/xml.h"
 
 using namespace AdvXMLParser;
-using xml_tests::AllocationFault;
-using xml_tests::LiveBytes;
+using wpk::test::AllocationFault;
+using wpk::test::LiveBytes;
 using xml_tests::Parse;
 
 namespace {
@@ -98,7 +98,7 @@ void FailEveryAllocation(const std::function<void()>& work) {
                 } catch (const std::bad_alloc&) {
                     hasThrown = true;
                 }
-                hasFired = fault.HasFired();
+                hasFired = fault.Fired() > 0;
             }
             ASSERT_EQ(hasThrown, hasFired) << n;
             ASSERT_EQ(LiveBytes(), before) << n;
@@ -179,7 +179,7 @@ TEST(MemoryRunsOut, WhileWritingLeavesTheOutputPartlyWritten) {
                 document->Write(context);
             } catch (const std::bad_alloc&) {
             }
-            if (!fault.HasFired()) break;
+            if (fault.Fired() == 0) break;
         }
         ASSERT_LT(output.size(), complete.size()) << n;
         ASSERT_EQ(output, complete.substr(0, output.size())) << n;

@@ -8,11 +8,11 @@
 
 #include <gtest/gtest.h>
 
-#include "support/allocation_hook.h"
+#include "support/allocation_fault.h"
 #include "support/xml.h"
 
 using namespace AdvXMLParser;
-using xml_tests::LiveBytes;
+using wpk::test::LiveBytes;
 using xml_tests::Message;
 using xml_tests::Parse;
 

@@ -13,13 +13,13 @@
 
 #include <gtest/gtest.h>
 
-#include "support/allocation_hook.h"
+#include "support/allocation_fault.h"
 #include "support/xml.h"
 #include "xml/internals.h"
 
 using namespace AdvXMLParser;
-using xml_tests::AllocationFault;
-using xml_tests::LiveBytes;
+using wpk::test::AllocationFault;
+using wpk::test::LiveBytes;
 using xml_tests::Parse;
 
 namespace {

@@ -7,11 +7,11 @@
 
 #include <wpk/xml_helpers.h>
 
-#include "support/xml.h"
 #include "support/small_stack.h"
+#include "support/xml.h"
 
 using namespace wpk::xml;
-using xml_tests::RunOnSmallStack;
+using wpk::test::RunOnSmallStack;
 
 namespace {
 

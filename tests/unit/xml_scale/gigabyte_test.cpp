@@ -10,7 +10,6 @@
 #include "support/sanitized.h"
 #include "wpk/xml.h"
 
-namespace limits {
 namespace {
 
 /// Memory that the machine can give without swapping, in GiB; 0 when it does not say.
@@ -47,4 +46,3 @@ TEST(ATextOfAGibibyte, IsParsedWrittenAndReadBack) {
 }
 
 }  // namespace
-}  // namespace limits

@@ -1,7 +1,8 @@
-// A million of everything, on a stack of 64 KiB, in time that grows with the size and not with its square.
+// Everything that walks a tree, on a stack of 64 KiB, in time that grows with the size and not with its square.
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <time.h>
 
 #include <algorithm>
 #include <array>
@@ -11,40 +12,25 @@
 #include <ostream>
 #include <string>
 
-#include "unit/xml_scale/small_stack.h"
 #include "support/sanitized.h"
+#include "support/small_stack.h"
+#include "support/xml.h"
 #include "wpk/xml.h"
 
-namespace limits {
-namespace {
+using support::kIsSanitized;
+using xml_tests::DocumentPtr;
+using xml_tests::Parse;
+using xml_tests::Written;
 
-using AdvXMLParser::Document;
-using AdvXMLParser::Element;
+namespace {
 
 /// A tenth is more than deep enough for 64 KiB of stack, too.
 constexpr std::size_t kMillion = support::Many(1000000, 100000);
-
-using Tree = std::unique_ptr<Document>;
 
 std::string Repeat(const char* text, std::size_t count) {
     std::string repeated;
     for (std::size_t left = count; left > 0; --left) repeated += text;
     return repeated;
-}
-
-Tree Parse(const std::string& text) {
-    return Tree(AdvXMLParser::Parser().Parse(text.data(), static_cast<int>(text.size())));
-}
-
-std::string Write(const AdvXMLParser::Node& node, unsigned flags) {
-    std::string output;
-    AdvXMLParser::WriteContext context;
-    context.flags = flags;
-    // The indentation of a deep tree would be the square of its depth.
-    context.indent = "";
-    context.output = &output;
-    node.Write(context);
-    return output;
 }
 
 const std::string kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
@@ -87,6 +73,13 @@ constexpr std::size_t kSteps = 6;
 constexpr std::array<const char*, kSteps> kStepNames = {"parse", "text", "write", "write in lines", "clone", "delete"};
 using StepTimes = std::array<double, kSteps>;
 
+/// CPU time that the calling thread has used: other programs on the machine do not count.
+double ThreadSeconds() {
+    timespec now;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
 class Stopwatch {
 public:
     explicit Stopwatch(StepTimes& times) : times_(times) {}
@@ -106,15 +99,16 @@ private:
 StepTimes WalkEverything(const Shape& shape, const std::string& input) {
     StepTimes times{};
     Stopwatch watch(times);
-    Tree tree;
+    DocumentPtr tree;
     std::unique_ptr<AdvXMLParser::Node> copy;
     std::string text;
     std::string written;
     std::string lines;
     watch.Time([&] { tree = Parse(input); });
     watch.Time([&] { text = tree->GetText(); });
-    watch.Time([&] { written = Write(*tree, AdvXMLParser::WRITE_VERBATIM); });
-    watch.Time([&] { lines = Write(*tree, 0); });
+    watch.Time([&] { written = Written(*tree, AdvXMLParser::WRITE_VERBATIM); });
+    // The indentation of a deep tree would be the square of its depth.
+    watch.Time([&] { lines = Written(*tree, 0, ""); });
     watch.Time([&] { copy.reset(tree->Clone(&AdvXMLParser::NullElement())); });
     if (shape.text != nullptr) {
         EXPECT_EQ(text, shape.text);
@@ -165,8 +159,8 @@ class AMillion : public testing::TestWithParam<Shape> {};
 
 TEST_P(AMillion, NeedsNoStackAndTimeInProportion) {
     KeepFreedMemory();
-    RunOnSmallStack([] {
-        if (support::kIsSanitized) {
+    ASSERT_TRUE(wpk::test::RunOnSmallStack([] {
+        if (kIsSanitized) {
             // A sanitizer's own work is not in proportion to anything: the stack alone is looked at.
             WalkEverything(GetParam(), GetParam().make(kMillion));
             return;
@@ -174,7 +168,7 @@ TEST_P(AMillion, NeedsNoStackAndTimeInProportion) {
         const StepTimes small = BestTimes(GetParam(), GetParam().make(kMillion / kTimesAsMany));
         const StepTimes large = BestTimes(GetParam(), GetParam().make(kMillion));
         ExpectLinear(small, large);
-    });
+    }));
 }
 
 std::string NameOf(const testing::TestParamInfo<Shape>& shape) {
@@ -189,74 +183,4 @@ INSTANTIATE_TEST_SUITE_P(Of, AMillion,
                                          Shape{"References", References, nullptr, true}),
                          NameOf);
 
-/// A chain of elements put together by an application.
-Tree BuildDeepTree(std::size_t depth) {
-    Tree tree = std::make_unique<Document>("a");
-    Element* bottom = tree->root;
-    for (std::size_t level = 1; level < depth; ++level) {
-        auto* child = new Element(bottom, "a");
-        bottom->AppendChild(child);
-        bottom = child;
-    }
-    bottom->AppendText("x");
-    return tree;
-}
-
-TEST(ATreeBuiltByHand, AMillionLevelsDeepNeedsNoStack) {
-    RunOnSmallStack([] {
-        const Tree tree = BuildDeepTree(kMillion);
-        EXPECT_EQ(tree->GetText(), "x");
-        EXPECT_TRUE(Write(*tree, AdvXMLParser::WRITE_VERBATIM) == kDeclaration + NestedElements(kMillion));
-        const std::unique_ptr<AdvXMLParser::Node> copy(tree->Clone(&AdvXMLParser::NullElement()));
-        EXPECT_EQ(copy->GetText(), "x");
-        tree->root->DeleteChildren();
-        EXPECT_EQ(tree->GetText(), "");
-    });
-}
-
-TEST(ADeepTree, TakenApartFromTheTopNeedsNoStack) {
-    RunOnSmallStack([] {
-        const Tree tree = Parse(NestedElements(kMillion));
-        auto* upper = static_cast<Element*>(tree->root->children[1]);
-        tree->root->children.erase(tree->root->children.begin() + 1);
-        const std::unique_ptr<Element> kept(upper);
-        tree->root->DeleteChildren();
-        EXPECT_EQ(kept->GetText(), "x");
-    });
-}
-
-TEST(AnUnfinishedDocument, AMillionLevelsDeepFailsAndFreesWhatItHad) {
-    RunOnSmallStack([] {
-        const std::string input = Repeat("<a b='c'>", kMillion);
-        try {
-            Parse(input);
-            ADD_FAILURE() << "accepted";
-        } catch (const AdvXMLParser::ParsingException& exception) {
-            EXPECT_EQ(exception.code, 1U);
-        }
-    });
-}
-
-TEST(AnUnfinishedContentModel, AMillionGroupsDeepFails) {
-    RunOnSmallStack([] {
-        try {
-            Parse("<!DOCTYPE a [<!ELEMENT a " + Repeat("(", kMillion) + ">]><a/>");
-            ADD_FAILURE() << "accepted";
-        } catch (const AdvXMLParser::ParsingException& exception) {
-            EXPECT_EQ(exception.code, 29U);
-        }
-    });
-}
-
-TEST(Lookups, AmongAMillionChildrenFindFirstAndLast) {
-    const Tree tree = Parse("<r><first/>" + Repeat("<a/>", kMillion) + "<last/></r>");
-    EXPECT_EQ(tree->root->FindElement("first"), tree->root->children[1]);
-    EXPECT_EQ(tree->root->FindElement("last"), tree->root->children[tree->root->children.size() - 2]);
-    EXPECT_TRUE(AdvXMLParser::IsNull(tree->root->FindElement("none")));
-    std::size_t found = 0;
-    for (std::size_t at = 0; tree->root->FindNextElement("a", at); ++at) ++found;
-    EXPECT_EQ(found, kMillion);
-}
-
 }  // namespace
-}  // namespace limits

@@ -1,18 +1,17 @@
-// Trees a million levels deep, with 64 KiB of stack, and a million of everything: what is not linear does not end in
-// time.
+// Trees a million levels deep, with 64 KiB of stack, and a million of everything: what is not linear does not end.
 // SPDX-License-Identifier: MIT
 #include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "support/xml.h"
-#include "support/small_stack.h"
 #include "support/sanitized.h"
+#include "support/small_stack.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
+using wpk::test::RunOnSmallStack;
 using xml_tests::Parse;
-using xml_tests::RunOnSmallStack;
 using xml_tests::WrittenVerbatim;
 
 namespace {
@@ -62,7 +61,9 @@ TEST(Scale, GetTextOfADeepTreeWithWhiteSpaceBehindIsLinear) {
 
 TEST(Scale, ADeepTreeBuiltByHandIsUsedLikeAnyTree) {
     std::string collected;
-    std::size_t writtenSize = 0;
+    std::string ofClone;
+    std::string written;
+    std::string afterwards;
     ASSERT_TRUE(RunOnSmallStack([&] {
         Document document("r");
         NodeContainer* at = document.root;
@@ -74,12 +75,37 @@ TEST(Scale, ADeepTreeBuiltByHandIsUsedLikeAnyTree) {
         }
         at->AppendText("x");
         collected = document.GetText();
-        writtenSize = WrittenVerbatim(*document.root).size();
-        delete document.root->Clone(nullptr);
+        written = WrittenVerbatim(*document.root);
+        const std::unique_ptr<Element> copy(document.root->Clone(nullptr));
+        ofClone = copy->GetText();
         document.root->DeleteChildren();
+        afterwards = document.GetText();
     }));
     EXPECT_EQ(collected, "x");
-    EXPECT_EQ(writtenSize, 7 * kMillion + 8);
+    EXPECT_TRUE(written == "<r>" + Repeated("<e>", kMillion) + "x" + Repeated("</e>", kMillion) + "</r>");
+    EXPECT_EQ(ofClone, "x");
+    EXPECT_EQ(afterwards, "");
+}
+
+TEST(Scale, ADeepTreeIsTakenApartFromTheTop) {
+    const std::string text = Repeated("<a>", kMillion) + "x" + Repeated("</a>", kMillion);
+    std::string collected;
+    ASSERT_TRUE(RunOnSmallStack([&] {
+        const auto document = Parse(text);
+        auto& children = document->root->children;
+        const std::unique_ptr<Element> kept(static_cast<Element*>(children[1]));
+        children.erase(children.begin() + 1);
+        document->root->DeleteChildren();
+        collected = kept->GetText();
+    }));
+    EXPECT_EQ(collected, "x");
+}
+
+TEST(Scale, AnUnfinishedDocumentOfAMillionLevelsFailsAndFreesWhatItHad) {
+    const std::string text = Repeated("<a b='c'>", kMillion);
+    std::string verdict;
+    ASSERT_TRUE(RunOnSmallStack([&] { verdict = xml_tests::Verdict(text); }));
+    EXPECT_EQ(verdict, "1 1:" + std::to_string(text.size() + 1));
 }
 
 TEST(Scale, ATreeDeepInItsAttributesIsUsedLikeAnyTree) {
@@ -143,6 +169,17 @@ TEST(Scale, AMillionAttributesAreAddedByHandWrittenAndDeletedFromTheFront) {
         element.attributes.erase(element.attributes.begin());
     }
     EXPECT_EQ(WrittenVerbatim(element), "<e/>");
+}
+
+TEST(Scale, LookupsAmongAMillionChildrenFindFirstAndLast) {
+    const auto document = Parse("<r><first/>" + Repeated("<a/>", kMillion) + "<last/></r>");
+    const Element& root = *document->root;
+    EXPECT_EQ(document->root->FindElement("first"), root.children[1]);
+    EXPECT_EQ(document->root->FindElement("last"), root.children[root.children.size() - 2]);
+    EXPECT_TRUE(IsNull(document->root->FindElement("none")));
+    std::size_t found = 0;
+    for (std::size_t at = 0; document->root->FindNextElement("a", at); ++at) ++found;
+    EXPECT_EQ(found, kMillion);
 }
 
 TEST(Scale, AMillionNodesMoveFromOneTreeToAnother) {

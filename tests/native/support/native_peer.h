@@ -1,7 +1,7 @@
 // A scripted TCP peer inside the test, on the system's own sockets.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_TESTS_NATIVE_SUPPORT_PEER_H
-#define WPK_TESTS_NATIVE_SUPPORT_PEER_H
+#ifndef WPK_TESTS_NATIVE_SUPPORT_NATIVE_PEER_H
+#define WPK_TESTS_NATIVE_SUPPORT_NATIVE_PEER_H
 
 #include <atomic>
 #include <condition_variable>
@@ -17,7 +17,7 @@ namespace wpk::host {
 
 /// Listens on a port of the system's choice and runs the script for one connection after another, or for all of them
 /// at once, until it is destroyed; connections still open are cut then.
-class Peer {
+class NativePeer {
 public:
     class Connection {
     public:
@@ -34,7 +34,7 @@ public:
         void AwaitClose();
 
     private:
-        friend class Peer;
+        friend class NativePeer;
         /// Ends the connection so that everything written still arrives.
         void Finish();
 
@@ -44,10 +44,10 @@ public:
     using Script = std::function<void(Connection&)>;
     enum class Serve { kInTurn, kAtOnce };
 
-    explicit Peer(Script script, Serve serve = Serve::kInTurn);
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
-    ~Peer();
+    explicit NativePeer(Script script, Serve serve = Serve::kInTurn);
+    NativePeer(const NativePeer&) = delete;
+    NativePeer& operator=(const NativePeer&) = delete;
+    ~NativePeer();
 
     uint16_t Port() const { return port_; }
     /// Connections accepted so far.
@@ -75,8 +75,8 @@ private:
 };
 
 /// A reply with the library's own server name.
-std::string Reply(std::string_view body, std::string_view status = "200 OK");
+std::string ReplyBytes(std::string_view body, std::string_view status = "200 OK");
 
 }  // namespace wpk::host
 
-#endif  // WPK_TESTS_NATIVE_SUPPORT_PEER_H
+#endif  // WPK_TESTS_NATIVE_SUPPORT_NATIVE_PEER_H

@@ -1,6 +1,6 @@
 // A scripted TCP peer inside the test, on the system's own sockets.
 // SPDX-License-Identifier: MIT
-#include "native/support/peer.h"
+#include "native/support/native_peer.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -16,7 +16,7 @@
 
 namespace wpk::host {
 
-void Peer::Connection::Finish() {
+void NativePeer::Connection::Finish() {
     // What has not been read would turn the close into a reset, which can overtake the reply.
     shutdown(descriptor_, SHUT_WR);
     char rest[4096];
@@ -24,7 +24,7 @@ void Peer::Connection::Finish() {
     while (poll(&item, 1, 0) > 0 && recv(descriptor_, rest, sizeof rest, 0) > 0) continue;
 }
 
-std::string Peer::Connection::Read(size_t size) {
+std::string NativePeer::Connection::Read(size_t size) {
     while (ahead_.size() < size) {
         char buffer[4096];
         const ssize_t received = recv(descriptor_, buffer, sizeof buffer, 0);
@@ -36,7 +36,7 @@ std::string Peer::Connection::Read(size_t size) {
     return bytes;
 }
 
-std::string Peer::Connection::ReadRequest() {
+std::string NativePeer::Connection::ReadRequest() {
     std::string request;
     while (request.find("\r\n\r\n") == std::string::npos) {
         const std::string byte = Read(1);
@@ -49,7 +49,7 @@ std::string Peer::Connection::ReadRequest() {
     return request + Read(std::strtoul(request.c_str() + at + kLength.size(), nullptr, 10));
 }
 
-bool Peer::Connection::Write(std::string_view bytes) {
+bool NativePeer::Connection::Write(std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t sent = send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent <= 0) return false;
@@ -58,11 +58,11 @@ bool Peer::Connection::Write(std::string_view bytes) {
     return true;
 }
 
-void Peer::Connection::AwaitClose() {
+void NativePeer::Connection::AwaitClose() {
     while (!Read(1).empty()) continue;
 }
 
-Peer::Peer(Script script, Serve serve)
+NativePeer::NativePeer(Script script, Serve serve)
     : script_(std::move(script)), serve_(serve), listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -77,7 +77,7 @@ Peer::Peer(Script script, Serve serve)
     thread_ = std::thread([this] { Listen(); });
 }
 
-Peer::~Peer() {
+NativePeer::~NativePeer() {
     {
         const std::lock_guard lock(mutex_);
         stopping_ = true;
@@ -88,12 +88,12 @@ Peer::~Peer() {
     close(listener_);
 }
 
-void Peer::AwaitServed() {
+void NativePeer::AwaitServed() {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return served_; });
 }
 
-void Peer::Listen() {
+void NativePeer::Listen() {
     std::vector<std::thread> servers;
     for (;;) {
         const int descriptor = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
@@ -109,20 +109,20 @@ void Peer::Listen() {
     for (std::thread& server : servers) server.join();
 }
 
-void Peer::ServeOne(int descriptor) {
+void NativePeer::ServeOne(int descriptor) {
     Connection connection(descriptor);
     script_(connection);
     connection.Finish();
     Close(descriptor);
 }
 
-void Peer::Open(int descriptor) {
+void NativePeer::Open(int descriptor) {
     const std::lock_guard lock(mutex_);
     open_.insert(descriptor);
     if (stopping_) shutdown(descriptor, SHUT_RDWR);
 }
 
-void Peer::Close(int descriptor) {
+void NativePeer::Close(int descriptor) {
     const std::lock_guard lock(mutex_);
     open_.erase(descriptor);
     close(descriptor);
@@ -130,7 +130,7 @@ void Peer::Close(int descriptor) {
     changed_.notify_all();
 }
 
-std::string Reply(std::string_view body, std::string_view status) {
+std::string ReplyBytes(std::string_view body, std::string_view status) {
     return "HTTP/1.0 " + std::string(status) +
            "\r\nServer: WPK/1.00\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + std::string(body);
 }
