@@ -32,7 +32,7 @@ private:
     rig::Signal told_;
 };
 
-TEST(Request, Cancelled_EndsInTimeAndTellsSo) {
+TEST(RequestTest, CancelledEndsInTimeAndTellsSo) {
     SilentPeer peer;
     Ending ending;
     const Request request = TheClient().Send(To(peer.port()), ending.Function());
@@ -47,7 +47,7 @@ TEST(Request, Cancelled_EndsInTimeAndTellsSo) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(Request, CancelledAtOnceAfterTheSend_Ends) {
+TEST(RequestTest, CancelledAtOnceAfterTheSendEnds) {
     const rig::FullListener listener;
     for (int i = 0; i < 20; ++i) {
         Ending ending;
@@ -58,7 +58,7 @@ TEST(Request, CancelledAtOnceAfterTheSend_Ends) {
     }
 }
 
-TEST(Request, Copied_MeansTheSameRequest) {
+TEST(RequestTest, CopiedMeansTheSameRequest) {
     SilentPeer peer;
     Ending ending;
     const Request request = TheClient().Send(To(peer.port()), ending.Function());
@@ -69,7 +69,7 @@ TEST(Request, Copied_MeansTheSameRequest) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(Request, Empty_DoesNothing) {
+TEST(RequestTest, EmptyDoesNothing) {
     const Request none;
     none.Cancel();
     none.Wait();
@@ -77,7 +77,7 @@ TEST(Request, Empty_DoesNothing) {
     EXPECT_FALSE(none.IsCallingThisThread());
 }
 
-TEST(Request, WaitedForInItsOwnFunction_IsADeadlockThatIsRefused) {
+TEST(RequestTest, WaitedForInItsOwnFunctionIsADeadlockThatIsRefused) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     rig::Signal known;
     std::error_code refused;
@@ -95,7 +95,7 @@ TEST(Request, WaitedForInItsOwnFunction_IsADeadlockThatIsRefused) {
     EXPECT_EQ(refused, std::errc::resource_deadlock_would_occur);
 }
 
-TEST(Request, WaitedForInAnotherRequestsFunction_IsWaitedFor) {
+TEST(RequestTest, WaitedForInAnotherRequestsFunctionIsWaitedFor) {
     rig::Peer peer(rig::Answer(rig::Ok("world")), /*threads=*/2);
     const Request first = TheClient().Send(To(peer.port()), [](const Outcome&) {});
     bool ended = false;
@@ -107,7 +107,7 @@ TEST(Request, WaitedForInAnotherRequestsFunction_IsWaitedFor) {
     EXPECT_TRUE(ended);
 }
 
-TEST(Cancel, AfterTheEnd_DoesNotReachTheLibrary) {
+TEST(Cancel, AfterTheEndDoesNotReachTheLibrary) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellReply(*message, "done"); }).Join();
@@ -120,7 +120,7 @@ TEST(Cancel, AfterTheEnd_DoesNotReachTheLibrary) {
     EXPECT_EQ(library.Cancelled(), Handles());
 }
 
-TEST(Cancel, Twice_ReachesTheLibraryOnce) {
+TEST(Cancel, TwiceReachesTheLibraryOnce) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
@@ -132,7 +132,7 @@ TEST(Cancel, Twice_ReachesTheLibraryOnce) {
     request.Wait();
 }
 
-TEST(Cancel, BeforeTheHandleIsKnown_IsMadeUpFor) {
+TEST(Cancel, BeforeTheHandleIsKnownIsMadeUpFor) {
     ScriptedLibrary library;
     library.on_send = [&](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
@@ -148,7 +148,7 @@ TEST(Cancel, BeforeTheHandleIsKnown_IsMadeUpFor) {
     request.Wait();
 }
 
-TEST(Cancel, AndTheEndBothBeforeTheHandleIsKnown_ReachesNobody) {
+TEST(Cancel, AndTheEndBothBeforeTheHandleIsKnownReachesNobody) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] {
@@ -189,7 +189,7 @@ private:
     std::unique_ptr<rig::Thread> thread_;
 };
 
-TEST(Cancel, RefusedByTheLibrary_MayBeTriedAgain) {
+TEST(Cancel, RefusedByTheLibraryMayBeTriedAgain) {
     CancelledRequest scene(/*refusals=*/1);
     const Request request = scene.client().Send(To(80), [](const Outcome&) {});
     request.Cancel();
@@ -201,7 +201,7 @@ TEST(Cancel, RefusedByTheLibrary_MayBeTriedAgain) {
     EXPECT_EQ(scene.library().Cancelled(), Handles{8});
 }
 
-TEST(Cancel, RefusedByTheLibrary_IsTriedAgainByWhoeverWaits) {
+TEST(Cancel, RefusedByTheLibraryIsTriedAgainByWhoeverWaits) {
     CancelledRequest scene(/*refusals=*/3);
     Ending ending;
     const Request request = scene.client().Send(To(80), ending.Function());
@@ -211,7 +211,7 @@ TEST(Cancel, RefusedByTheLibrary_IsTriedAgainByWhoeverWaits) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(Cancel, RefusedByTheLibraryDuringAWait_IsTriedAgainByTheWaitingThread) {
+TEST(Cancel, RefusedByTheLibraryDuringAWaitIsTriedAgainByTheWaitingThread) {
     CancelledRequest scene(/*refusals=*/3);
     const Request request = scene.client().Send(To(80), [](const Outcome&) {});
     rig::Thread waiting([&] { request.Wait(); });
@@ -220,7 +220,7 @@ TEST(Cancel, RefusedByTheLibraryDuringAWait_IsTriedAgainByTheWaitingThread) {
     EXPECT_EQ(scene.library().Cancelled(), Handles{8});
 }
 
-TEST(Cancel, BeforeTheHandleIsKnownAndThenRefused_IsTriedAgain) {
+TEST(Cancel, BeforeTheHandleIsKnownAndThenRefusedIsTriedAgain) {
     ScriptedLibrary library;
     library.on_send = [&](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
@@ -238,7 +238,7 @@ TEST(Cancel, BeforeTheHandleIsKnownAndThenRefused_IsTriedAgain) {
     request.Wait();
 }
 
-TEST(Cancel, AfterAThrowingProgressFunctionRefused_IsTriedAgainWithTheNextPiece) {
+TEST(Cancel, AfterAThrowingProgressFunctionRefusedIsTriedAgainWithTheNextPiece) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
@@ -254,7 +254,7 @@ TEST(Cancel, AfterAThrowingProgressFunctionRefused_IsTriedAgainWithTheNextPiece)
     request.Wait();
 }
 
-TEST(ScopedRequest, WhoseCancelIsRefused_TriesAgainUntilItHasEnded) {
+TEST(ScopedRequestTest, WhoseCancelIsRefusedTriesAgainUntilItHasEnded) {
     CancelledRequest scene(/*refusals=*/5);
     Ending ending;
     { const ScopedRequest request = scene.client().Send(To(80), ending.Function()); }
@@ -262,7 +262,7 @@ TEST(ScopedRequest, WhoseCancelIsRefused_TriesAgainUntilItHasEnded) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(ScopedRequest, Destroyed_CancelsAndWaits) {
+TEST(ScopedRequestTest, DestroyedCancelsAndWaits) {
     SilentPeer peer;
     Ending ending;
     const auto captured = std::make_shared<int>();
@@ -276,7 +276,7 @@ TEST(ScopedRequest, Destroyed_CancelsAndWaits) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(ScopedRequest, DestroyedAfterTheEnd_DoesNothing) {
+TEST(ScopedRequestTest, DestroyedAfterTheEndDoesNothing) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     Ending ending;
     {
@@ -286,7 +286,7 @@ TEST(ScopedRequest, DestroyedAfterTheEnd_DoesNothing) {
     EXPECT_FALSE(ending.code());
 }
 
-TEST(ScopedRequest, Detached_RunsOn) {
+TEST(ScopedRequestTest, DetachedRunsOn) {
     rig::Signal answer;
     rig::Peer peer([&](rig::Connection& connection) {
         connection.ReadRequest();
@@ -305,7 +305,7 @@ TEST(ScopedRequest, Detached_RunsOn) {
     EXPECT_FALSE(ending.code());
 }
 
-TEST(ScopedRequest, Moved_TakesTheRequestAlong) {
+TEST(ScopedRequestTest, MovedTakesTheRequestAlong) {
     SilentPeer peer;
     Ending ending;
     ScopedRequest outer;
@@ -320,7 +320,7 @@ TEST(ScopedRequest, Moved_TakesTheRequestAlong) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(ScopedRequest, AssignedTo_EndsWhatItHeld) {
+TEST(ScopedRequestTest, AssignedToEndsWhatItHeld) {
     SilentPeer peer(/*threads=*/2);
     Ending first;
     Ending second;
@@ -330,7 +330,7 @@ TEST(ScopedRequest, AssignedTo_EndsWhatItHeld) {
     EXPECT_FALSE(request.Ended());
 }
 
-TEST(ScopedRequest, DestroyedInItsOwnFunction_DoesNotWaitForItself) {
+TEST(ScopedRequestTest, DestroyedInItsOwnFunctionDoesNotWaitForItself) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     rig::Signal known;
     Ending ending;

@@ -20,7 +20,7 @@ void TellConnection(const ScriptedLibrary& library, unsigned int connected) {
     library.settings.lpfnCallback(&notification);
 }
 
-TEST(ConnectionFunction, WithoutANetwork_IsToldSoAtTheStart) {
+TEST(ConnectionFunction, WithoutANetworkIsToldSoAtTheStart) {
     rig::Signal told;
     bool last = true;
     Options options;
@@ -34,7 +34,7 @@ TEST(ConnectionFunction, WithoutANetwork_IsToldSoAtTheStart) {
     EXPECT_FALSE(last);
 }
 
-TEST(ConnectionFunction, OfAComingAndGoingNetwork_IsToldEachChange) {
+TEST(ConnectionFunction, OfAComingAndGoingNetworkIsToldEachChange) {
     ScriptedLibrary library;
     std::vector<bool> told;
     Options options;
@@ -46,7 +46,7 @@ TEST(ConnectionFunction, OfAComingAndGoingNetwork_IsToldEachChange) {
     EXPECT_EQ(told, (std::vector<bool>{false, true, false}));
 }
 
-TEST(ConnectionFunction, AfterTheClientsEnd_IsNotCalled) {
+TEST(ConnectionFunction, AfterTheClientsEndIsNotCalled) {
     ScriptedLibrary library;
     const auto calls = std::make_shared<int>(0);
     {
@@ -60,7 +60,7 @@ TEST(ConnectionFunction, AfterTheClientsEnd_IsNotCalled) {
     EXPECT_EQ(calls.use_count(), 1) << "the function has not been destroyed";
 }
 
-TEST(ConnectionFunction, RunningWhenTheClientEnds_IsWaitedFor) {
+TEST(ConnectionFunction, RunningWhenTheClientEndsIsWaitedFor) {
     ScriptedLibrary library;
     rig::Signal running;
     rig::Signal destroyed;
@@ -79,7 +79,7 @@ TEST(ConnectionFunction, RunningWhenTheClientEnds_IsWaitedFor) {
     destroyed.Set();
 }
 
-TEST(ConnectionFunction, WhichDestroysTheClient_ReturnsFromThat) {
+TEST(ConnectionFunction, WhichDestroysTheClientReturnsFromThat) {
     ScriptedLibrary library;
     int calls = 0;
     std::unique_ptr<Client> client;
@@ -96,7 +96,7 @@ TEST(ConnectionFunction, WhichDestroysTheClient_ReturnsFromThat) {
     EXPECT_EQ(captured.use_count(), 1);
 }
 
-TEST(ConnectionFunction, WhichThrows_IsReported) {
+TEST(ConnectionFunction, WhichThrowsIsReported) {
     ScriptedLibrary library;
     std::string text;
     Options options;
@@ -107,7 +107,7 @@ TEST(ConnectionFunction, WhichThrows_IsReported) {
     EXPECT_EQ(text, "mine");
 }
 
-TEST(Client, ToldOfARequestThatItDidNotSend_HeedsItNot) {
+TEST(ClientNotification, ToldOfARequestThatItDidNotSendHeedsItNot) {
     ScriptedLibrary library;
     const Client client(ToLoopback(), library.functions());
     WPK_CALLBACKSTRUCT notification = {};

@@ -28,7 +28,7 @@ std::error_code CodeAfter(const std::string& answer) {
     return kept.error;
 }
 
-TEST(ErrorCode, OfEveryFailureOfTheLibrary_ReachesFutureAndFunction) {
+TEST(ErrorCode, OfEveryFailureOfTheLibraryReachesFutureAndFunction) {
     for (const WPK_ERROR coded : kCoded) {
         ScriptedLibrary library;
         library.on_send = [&](WPK_SENDSTRUCT* message) {
@@ -43,7 +43,7 @@ TEST(ErrorCode, OfEveryFailureOfTheLibrary_ReachesFutureAndFunction) {
     }
 }
 
-TEST(ErrorCode, EveryOne_HasATextOfItsOwn) {
+TEST(ErrorCode, EveryOneHasATextOfItsOwn) {
     std::set<std::string> texts;
     for (int value = -8; value <= 11; ++value) {
         if (value == 0) continue;
@@ -56,7 +56,7 @@ TEST(ErrorCode, EveryOne_HasATextOfItsOwn) {
     EXPECT_STREQ(ErrorCategory().name(), "wpk");
 }
 
-TEST(ErrorCode, WithACounterpartInTheStandardLibrary_EqualsIt) {
+TEST(ErrorCode, WithACounterpartInTheStandardLibraryEqualsIt) {
     EXPECT_EQ(make_error_code(Errc::kNoNetwork), std::errc::network_unreachable);
     EXPECT_EQ(make_error_code(Errc::kConnect), std::errc::host_unreachable);
     EXPECT_EQ(make_error_code(Errc::kCancelled), std::errc::operation_canceled);
@@ -66,32 +66,32 @@ TEST(ErrorCode, WithACounterpartInTheStandardLibrary_EqualsIt) {
     EXPECT_NE(make_error_code(Errc::kCancelled), std::errc::timed_out);
 }
 
-TEST(Request, WithoutANetwork_EndsSo) {
+TEST(RequestFailure, WithoutANetworkEndsSo) {
     Options options = ToLoopback();
     options.connection = Connection::kNever;
     const Client client(std::move(options), FreshLibrary());
     EXPECT_EQ(CodeOf(client.Send({"Echo", "hello"})), Errc::kNoNetwork);
 }
 
-TEST(Request, ToAPortWithoutListener_EndsSo) {
+TEST(RequestFailure, ToAPortWithoutListenerEndsSo) {
     EXPECT_EQ(CodeOf(TheClient().Send(To(rig::DeadPort()))), Errc::kConnect);
 }
 
-TEST(Request, ToAServerOfAnotherVersion_EndsSo) {
+TEST(RequestFailure, ToAServerOfAnotherVersionEndsSo) {
     EXPECT_EQ(CodeAfter(RawReply("HTTP/1.0 500 Bad_Version", {"Server: WPK/1.00", "Content-Length: 0"})),
               Errc::kBadVersion);
 }
 
-TEST(Request, ForAServiceThatTheServerLacks_EndsSo) {
+TEST(RequestFailure, ForAServiceThatTheServerLacksEndsSo) {
     EXPECT_EQ(CodeAfter(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {"Server: WPK/1.00", "Content-Length: 0"})),
               Errc::kNoService);
 }
 
-TEST(Request, ToAServerThatSaysNonsense_EndsSo) {
+TEST(RequestFailure, ToAServerThatSaysNonsenseEndsSo) {
     EXPECT_EQ(CodeAfter("nonsense\r\n\r\n"), Errc::kExchange);
 }
 
-TEST(Send, ThatTheLibraryDoesNotTake_ThrowsAndCallsNothing) {
+TEST(SendRefused, ThatTheLibraryDoesNotTakeThrowsAndCallsNothing) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 0u; };
     const Client client(ToLoopback(), library.functions());

@@ -46,7 +46,7 @@ rig::Peer::Script TwoPieces(rig::Signal& more) {
     };
 }
 
-TEST(OutcomeFunction, WhichThrows_IsReportedAndTheRequestEnds) {
+TEST(OutcomeFunction, WhichThrowsIsReportedAndTheRequestEnds) {
     Watched watched;
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     const Request request =
@@ -56,14 +56,14 @@ TEST(OutcomeFunction, WhichThrows_IsReportedAndTheRequestEnds) {
     EXPECT_EQ(watched.client().Send(To(peer.port())).get().body, "world");
 }
 
-TEST(OutcomeFunction, WhichThrowsWithNobodyToTell_LeavesAllElseAlone) {
+TEST(OutcomeFunction, WhichThrowsWithNobodyToTellLeavesAllElseAlone) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     const Request request = TheClient().Send(To(peer.port()), [](const Outcome&) { throw 42; });
     request.Wait();
     EXPECT_EQ(TheClient().Send(To(peer.port())).get().body, "world");
 }
 
-TEST(ExceptionFunction, WhichThrows_IsNotHeeded) {
+TEST(ExceptionFunction, WhichThrowsIsNotHeeded) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     Options options = ToLoopback(peer.port());
     options.on_exception = [](std::exception_ptr) { throw std::runtime_error("again"); };
@@ -73,7 +73,7 @@ TEST(ExceptionFunction, WhichThrows_IsNotHeeded) {
     EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "world");
 }
 
-TEST(ProgressFunction, WhichThrows_CancelsTheRequestAndIsTheOutcome) {
+TEST(ThrowingProgressFunction, WhichThrowsCancelsTheRequestAndIsTheOutcome) {
     Watched watched;
     rig::Signal never;
     int calls = 0;
@@ -94,7 +94,7 @@ TEST(ProgressFunction, WhichThrows_CancelsTheRequestAndIsTheOutcome) {
     EXPECT_EQ(watched.Texts(), Texts{}) << "the outcome has told it already";
 }
 
-TEST(ProgressFunction, WhichThrows_ReachesTheFutureAsItIs) {
+TEST(ThrowingProgressFunction, WhichThrowsReachesTheFutureAsItIs) {
     rig::Signal never;
     rig::Peer peer(TwoPieces(never));
     Message message = To(peer.port());
@@ -104,7 +104,7 @@ TEST(ProgressFunction, WhichThrows_ReachesTheFutureAsItIs) {
     never.Set();
 }
 
-TEST(ProgressFunction, WhichThrowsAtTheLastPiece_IsStillTheOutcome) {
+TEST(ThrowingProgressFunction, WhichThrowsAtTheLastPieceIsStillTheOutcome) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] {

@@ -21,7 +21,7 @@ bool IsCommitted(const void* address) {
 // So large that the heap gives its memory back to the system at once.
 constexpr size_t kLarge = 8u << 20;
 
-TEST(MessageKept, MadeOfTemporaries_ArrivesWhole) {
+TEST(MessageKept, MadeOfTemporariesArrivesWhole) {
     rig::Signal sent;
     std::string arrived;
     rig::Peer peer([&](rig::Connection& connection) {
@@ -45,7 +45,7 @@ TEST(MessageKept, MadeOfTemporaries_ArrivesWhole) {
 }
 
 // The library may look at a record until the final callback has returned, and nobody is told when that is.
-TEST(MessageKept, AfterItsOutcome_StaysUntilItsThreadHasEnded) {
+TEST(MessageKept, AfterItsOutcomeStaysUntilItsThreadHasEnded) {
     ScriptedLibrary library;
     rig::Signal returned;
     rig::Signal go_on;
@@ -97,7 +97,7 @@ bool IsKeptId(DWORD id) {
 }
 
 // A cancel that the library has accepted may look its handle up when the request has ended.
-TEST(MessageKept, OfACancelledRequest_IsGivenBackWhileItsThreadsIdStaysTaken) {
+TEST(MessageKept, OfACancelledRequestIsGivenBackWhileItsThreadsIdStaysTaken) {
     ScriptedLibrary library;
     const void* body = nullptr;
     DWORD id = 0;
@@ -119,7 +119,7 @@ TEST(MessageKept, OfACancelledRequest_IsGivenBackWhileItsThreadsIdStaysTaken) {
     EXPECT_TRUE(IsKeptId(id));
 }
 
-TEST(MessageKept, OfARequestThatTheLibraryRefused_IsGivenBackAtOnce) {
+TEST(MessageKept, OfARequestThatTheLibraryRefusedIsGivenBackAtOnce) {
     ScriptedLibrary library;
     const void* body = nullptr;
     library.on_send = [&](WPK_SENDSTRUCT* message) {
@@ -131,7 +131,7 @@ TEST(MessageKept, OfARequestThatTheLibraryRefused_IsGivenBackAtOnce) {
     EXPECT_FALSE(IsCommitted(body));
 }
 
-TEST(MessageMoved, WithALargeBody_IsNotCopied) {
+TEST(MessageMoved, WithALargeBodyIsNotCopied) {
     ScriptedLibrary library;
     const void* sent = nullptr;
     library.on_send = [&](WPK_SENDSTRUCT* message) {
@@ -146,7 +146,7 @@ TEST(MessageMoved, WithALargeBody_IsNotCopied) {
     EXPECT_EQ(sent, mine);
 }
 
-TEST(Client, DestroyedWhileRequestsRun_LetsThemEnd) {
+TEST(ClientLifetime, DestroyedWhileRequestsRunLetsThemEnd) {
     rig::Signal answer;
     rig::Peer peer(
         [&](rig::Connection& connection) {
@@ -170,7 +170,7 @@ TEST(Client, DestroyedWhileRequestsRun_LetsThemEnd) {
     EXPECT_EQ(kept.body, "late");
 }
 
-TEST(Client, DestroyedWhileARequestRuns_LeavesItsHandleWorking) {
+TEST(ClientLifetime, DestroyedWhileARequestRunsLeavesItsHandleWorking) {
     SilentPeer peer;
     std::error_code code;
     Request request;
@@ -183,7 +183,7 @@ TEST(Client, DestroyedWhileARequestRuns_LeavesItsHandleWorking) {
     EXPECT_EQ(code, Errc::kCancelled);
 }
 
-TEST(Client, DestroyedInsideAnOutcome_IsNoTrouble) {
+TEST(ClientLifetime, DestroyedInsideAnOutcomeIsNoTrouble) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     auto client = std::make_unique<Client>(ToLoopback(peer.port()), FreshLibrary());
     rig::Signal known;
@@ -208,11 +208,11 @@ WPK_SCENARIO(ends_with_requests_under_way) {
     return peer.WaitForRequest() ? 0 : 1;
 }
 
-TEST(Process, WhichEndsWithRequestsUnderWay_EndsAsItWants) {
+TEST(Process, WhichEndsWithRequestsUnderWayEndsAsItWants) {
     EXPECT_EQ(rig::Child("ends_with_requests_under_way", "none").Wait(), 0u);
 }
 
-TEST(FinalNotification, BeforeTheSendIsBack_IsTheOutcome) {
+TEST(FinalNotification, BeforeTheSendIsBackIsTheOutcome) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellReply(*message, "quick"); }).Join();

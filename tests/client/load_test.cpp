@@ -23,7 +23,7 @@ std::string MessageNumber(int number) {
     return std::to_string(number) + std::string(number % 5 == 0 ? 20000 : 20, 'x');
 }
 
-TEST(Load, TwoHundredRequestsFromEightThreads_EachGetItsOwnReply) {
+TEST(ClientLoad, TwoHundredRequestsFromEightThreadsEachGetItsOwnReply) {
     rig::Peer peer(Echo, kThreads);
     std::atomic<int> good{0};
     std::vector<rig::Thread> threads;
@@ -51,7 +51,7 @@ TEST(Load, TwoHundredRequestsFromEightThreads_EachGetItsOwnReply) {
     EXPECT_EQ(good, kThreads * kRequestsEach);
 }
 
-TEST(Load, RequestsCancelledAtAnyMoment_EachEndOnce) {
+TEST(ClientLoad, RequestsCancelledAtAnyMomentEachEndOnce) {
     rig::Peer peer(Echo, kThreads);
     std::atomic<int> replies{0};
     std::atomic<int> cancelled{0};

@@ -14,7 +14,7 @@ std::error_code CodeOfAClient(const Functions& functions) {
     return CodeThrownBy([&] { const Client client(ToLoopback(), functions); });
 }
 
-TEST(SecondClient, BesideTheFirst_IsRefusedAndLeavesItAlone) {
+TEST(SecondClient, BesideTheFirstIsRefusedAndLeavesItAlone) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     const Functions functions = FreshLibrary();
     const Client first(ToLoopback(peer.port()), functions);
@@ -22,13 +22,13 @@ TEST(SecondClient, BesideTheFirst_IsRefusedAndLeavesItAlone) {
     EXPECT_EQ(first.Send({"Echo", "hello"}).get().body, "world");
 }
 
-TEST(SecondClient, AfterTheFirst_IsRefused) {
+TEST(SecondClient, AfterTheFirstIsRefused) {
     const Functions functions = FreshLibrary();
     EXPECT_FALSE(CodeOfAClient(functions));
     EXPECT_EQ(CodeOfAClient(functions), Errc::kAlreadyInitialised);
 }
 
-TEST(Client, WhereOtherCodeHasInitialisedTheLibrary_IsRefused) {
+TEST(ClientTest, WhereOtherCodeHasInitialisedTheLibraryIsRefused) {
     const Functions functions = FreshLibrary();
     WPK_INITSTRUCT settings = {};
     settings.nConnectionType = WPK_CONNECTION_PERMANENT;
@@ -37,7 +37,7 @@ TEST(Client, WhereOtherCodeHasInitialisedTheLibrary_IsRefused) {
     EXPECT_EQ(CodeOfAClient(functions), Errc::kAlreadyInitialised);
 }
 
-TEST(Client, MadeWhileAnotherOneIsBeingMade_IsRefused) {
+TEST(ClientTest, MadeWhileAnotherOneIsBeingMadeIsRefused) {
     ScriptedLibrary library;
     std::error_code second;
     Functions functions = library.functions();
@@ -53,7 +53,7 @@ TEST(Client, MadeWhileAnotherOneIsBeingMade_IsRefused) {
     EXPECT_EQ(second, Errc::kAlreadyInitialised);
 }
 
-TEST(Client, OfALibraryThatDoesNotStart_IsRefusedAndMayBeTriedAgain) {
+TEST(ClientTest, OfALibraryThatDoesNotStartIsRefusedAndMayBeTriedAgain) {
     ScriptedLibrary library;
     library.init_answer = 0;
     EXPECT_EQ(CodeOfAClient(library.functions()), Errc::kNotInitialised);
@@ -61,7 +61,7 @@ TEST(Client, OfALibraryThatDoesNotStart_IsRefusedAndMayBeTriedAgain) {
     EXPECT_FALSE(CodeOfAClient(library.functions()));
 }
 
-TEST(Client, OfALibraryOfWhichAFunctionIsMissing_IsRefused) {
+TEST(ClientTest, OfALibraryOfWhichAFunctionIsMissingIsRefused) {
     ScriptedLibrary library;
     for (const auto forget : {+[](Functions& functions) { functions.init = nullptr; },
                               +[](Functions& functions) { functions.send = nullptr; },
@@ -72,7 +72,7 @@ TEST(Client, OfALibraryOfWhichAFunctionIsMissing_IsRefused) {
     }
 }
 
-TEST(Client, WithDefaultOptions_AsksForAPermanentNetworkWithoutAProxy) {
+TEST(ClientTest, WithDefaultOptionsAsksForAPermanentNetworkWithoutAProxy) {
     ScriptedLibrary library;
     const Client client(Options(), library.functions());
     EXPECT_EQ(library.settings.nConnectionType, WPK_CONNECTION_PERMANENT);
@@ -81,7 +81,7 @@ TEST(Client, WithDefaultOptions_AsksForAPermanentNetworkWithoutAProxy) {
     EXPECT_NE(library.settings.lpfnCallback, nullptr);
 }
 
-TEST(Client, WithEveryOption_HandsAllOfThemOver) {
+TEST(ClientTest, WithEveryOptionHandsAllOfThemOver) {
     ScriptedLibrary library;
     static std::string texts;
     static Functions real;

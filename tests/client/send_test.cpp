@@ -26,19 +26,19 @@ std::string ExpectedBytes(unsigned short port, const std::string& service, const
     return expected.Bytes();
 }
 
-TEST(SendForAFuture, ToAService_GetsTheReply) {
+TEST(SendForAFuture, ToAServiceGetsTheReply) {
     Peer peer(Answer(Ok("world")));
     std::future<Reply> future = TheClient().Send(To(peer.port(), "hello"));
     EXPECT_EQ(future.get().body, "world");
     EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.port(), "Echo", "hello"));
 }
 
-TEST(SendForAFuture, AnEmptyReply_IsEmpty) {
+TEST(SendForAFuture, AnEmptyReplyIsEmpty) {
     Peer peer(Answer(Ok("")));
     EXPECT_EQ(TheClient().Send(To(peer.port())).get().body, "");
 }
 
-TEST(SendForAFuture, ASpooledReply_HasBytesOfItsOwn) {
+TEST(SendForAFuture, ASpooledReplyHasBytesOfItsOwn) {
     const std::string bytes = rig::Pattern(kSpooled);
     Peer peer(Answer(Ok(bytes)));
     Request request;
@@ -47,7 +47,7 @@ TEST(SendForAFuture, ASpooledReply_HasBytesOfItsOwn) {
     EXPECT_TRUE(future.get().body == bytes);
 }
 
-TEST(SendForAFuture, WithAHandle_CanBeCancelled) {
+TEST(SendForAFuture, WithAHandleCanBeCancelled) {
     SilentPeer peer;
     Request request;
     std::future<Reply> future = TheClient().Send(To(peer.port()), request);
@@ -56,7 +56,7 @@ TEST(SendForAFuture, WithAHandle_CanBeCancelled) {
     EXPECT_EQ(CodeOf(std::move(future)), Errc::kCancelled);
 }
 
-TEST(SendForAFuture, WhichIsDropped_RunsOn) {
+TEST(SendForAFuture, WhichIsDroppedRunsOn) {
     Peer peer(Answer(Ok("late")));
     Request request;
     { const std::future<Reply> dropped = TheClient().Send(To(peer.port()), request); }
@@ -64,7 +64,7 @@ TEST(SendForAFuture, WhichIsDropped_RunsOn) {
     EXPECT_EQ(peer.Requests().size(), 1u);
 }
 
-TEST(SendForAFuture, WhenReady_HasDestroyedTheProgressFunction) {
+TEST(SendForAFuture, WhenReadyHasDestroyedTheProgressFunction) {
     Peer peer(Answer(Ok("world")));
     const auto captured = std::make_shared<int>();
     Message message = To(peer.port());
@@ -74,7 +74,7 @@ TEST(SendForAFuture, WhenReady_HasDestroyedTheProgressFunction) {
     EXPECT_EQ(captured.use_count(), 1);
 }
 
-TEST(SendForAFunction, ToAService_TellsTheReplyOnceOnAThreadOfTheLibrarys) {
+TEST(SendForAFunction, ToAServiceTellsTheReplyOnceOnAThreadOfTheLibrarys) {
     Peer peer(Answer(Ok("world")));
     const Kept kept = SendAndWait(TheClient(), To(peer.port()));
     EXPECT_FALSE(kept.error);
@@ -84,7 +84,7 @@ TEST(SendForAFunction, ToAService_TellsTheReplyOnceOnAThreadOfTheLibrarys) {
     EXPECT_FALSE(kept.exception);
 }
 
-TEST(SendForAFunction, ASpooledReply_IsShownWhereItIsMapped) {
+TEST(SendForAFunction, ASpooledReplyIsShownWhereItIsMapped) {
     const std::string bytes = rig::Pattern(kSpooled);
     Peer peer(Answer(Ok(bytes)));
     bool equal = false;
@@ -100,7 +100,7 @@ TEST(SendForAFunction, ASpooledReply_IsShownWhereItIsMapped) {
     EXPECT_EQ(kind, static_cast<DWORD>(MEM_MAPPED));
 }
 
-TEST(SendForAFunction, WhoseHandleIsDropped_StillTellsTheOutcome) {
+TEST(SendForAFunction, WhoseHandleIsDroppedStillTellsTheOutcome) {
     Peer peer(Answer(Ok("world")));
     rig::Signal told;
     TheClient().Send(To(peer.port()), [&](const Outcome& outcome) {
@@ -110,7 +110,7 @@ TEST(SendForAFunction, WhoseHandleIsDropped_StillTellsTheOutcome) {
     EXPECT_TRUE(told.Wait());
 }
 
-TEST(SendForAFunction, WhenEnded_HasDestroyedTheFunction) {
+TEST(SendForAFunction, WhenEndedHasDestroyedTheFunction) {
     Peer peer(Answer(Ok("world")));
     const auto captured = std::make_shared<int>();
     const Request request = TheClient().Send(To(peer.port()), [captured](const Outcome&) {});
@@ -119,7 +119,7 @@ TEST(SendForAFunction, WhenEnded_HasDestroyedTheFunction) {
     EXPECT_EQ(captured.use_count(), 1);
 }
 
-TEST(SendForAFunction, FromInsideAnOutcome_Works) {
+TEST(SendForAFunction, FromInsideAnOutcomeWorks) {
     Peer peer(Answer(Ok("world")));
     std::future<Reply> inner;
     const Request request =
@@ -128,21 +128,21 @@ TEST(SendForAFunction, FromInsideAnOutcome_Works) {
     EXPECT_EQ(inner.get().body, "world");
 }
 
-TEST(SendForAFunction, WithAnEmptyFunction_IsRefused) {
+TEST(SendForAFunction, WithAnEmptyFunctionIsRefused) {
     Peer peer(Answer(Ok("never")));
     const OutcomeFunction none;
     EXPECT_EQ(CodeThrownBy([&] { TheClient().Send(To(peer.port()), none); }), Errc::kNoFunction);
     EXPECT_EQ(peer.Connections(), 0u);
 }
 
-TEST(Message, WithoutADestination_GoesToTheClients) {
+TEST(MessageTest, WithoutADestinationGoesToTheClients) {
     Peer peer(Answer(Ok("default")));
     const Client client(ToLoopback(peer.port()), FreshLibrary());
     EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "default");
     EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.port(), "Echo", "hello"));
 }
 
-TEST(Message, WithADestination_GoesThere) {
+TEST(MessageTest, WithADestinationGoesThere) {
     Peer elsewhere(Answer(Ok("elsewhere")));
     Options options;
     options.server = "server.invalid";
@@ -153,14 +153,14 @@ TEST(Message, WithADestination_GoesThere) {
     EXPECT_EQ(client.Send(std::move(message)).get().body, "elsewhere");
 }
 
-TEST(Message, OfAnyBytes_ArrivesWhole) {
+TEST(MessageTest, OfAnyBytesArrivesWhole) {
     const std::string bytes = rig::Pattern(1u << 20) + std::string("\0tail", 5);
     Peer peer(Answer(Ok("got it")));
     EXPECT_EQ(TheClient().Send(To(peer.port(), bytes)).get().body, "got it");
     EXPECT_TRUE(rig::MessageOf(peer.WaitForRequest()) == bytes);
 }
 
-TEST(Message, AsLongAsARequestCanBe_FitsAndNoLonger) {
+TEST(MessageTest, AsLongAsARequestCanBeFitsAndNoLonger) {
     constexpr size_t kLongest = 0xFFFFFFFF;
     const size_t service = 4;
     for (const bool behind_proxy : {false, true}) {
@@ -175,13 +175,13 @@ TEST(Message, AsLongAsARequestCanBe_FitsAndNoLonger) {
     }
 }
 
-TEST(Message, WithoutBody_ArrivesEmpty) {
+TEST(MessageTest, WithoutBodyArrivesEmpty) {
     Peer peer(Answer(Ok("got it")));
     EXPECT_EQ(TheClient().Send(To(peer.port(), "")).get().body, "got it");
     EXPECT_EQ(rig::MessageOf(peer.WaitForRequest()), "");
 }
 
-TEST(Message, InWideCharacters_ArrivesInTheAnsiCodePage) {
+TEST(MessageTest, InWideCharactersArrivesInTheAnsiCodePage) {
     Peer peer(Answer(Ok("got it")));
     Message message(L"Gr\u00FC\u00DFe", "hello");
     message.server = std::wstring_view(L"127.0.0.1");
@@ -193,7 +193,7 @@ TEST(Message, InWideCharacters_ArrivesInTheAnsiCodePage) {
                                                    "hello"));
 }
 
-TEST(ProgressFunction, DuringAReply_SeesItGrow) {
+TEST(ProgressFunction, DuringAReplySeesItGrow) {
     const std::string bytes = rig::Pattern(50000);
     rig::Signal begun;
     Peer peer([&](rig::Connection& connection) {
@@ -226,7 +226,7 @@ TEST(ProgressFunction, DuringAReply_SeesItGrow) {
     EXPECT_EQ(thread, kept.thread);
 }
 
-TEST(ProgressFunction, WhichCancels_EndsTheRequest) {
+TEST(ProgressFunction, WhichCancelsEndsTheRequest) {
     rig::Signal over;
     Peer peer([&](rig::Connection& connection) {
         connection.ReadRequest();

@@ -35,7 +35,7 @@ Options ToLoopbackWithin(milliseconds limit, unsigned short port) {
     return options;
 }
 
-TEST(TimeLimit, OfAMessageThatIsNotAnswered_EndsItsFutureAsTimedOut) {
+TEST(TimeLimit, OfAMessageThatIsNotAnsweredEndsItsFutureAsTimedOut) {
     SilentPeer peer;
     const auto begin = std::chrono::steady_clock::now();
     const std::error_code code = CodeOf(TheClient().Send(Within(kShort, peer.port())));
@@ -45,7 +45,7 @@ TEST(TimeLimit, OfAMessageThatIsNotAnswered_EndsItsFutureAsTimedOut) {
     EXPECT_NE(code, std::errc::operation_canceled);
 }
 
-TEST(TimeLimit, OfAMessageThatIsNotAnswered_IsToldToItsFunctionOnce) {
+TEST(TimeLimit, OfAMessageThatIsNotAnsweredIsToldToItsFunctionOnce) {
     SilentPeer peer;
     const Kept kept = SendAndWait(TheClient(), Within(kShort, peer.port()));
     EXPECT_EQ(kept.error, Errc::kTimedOut);
@@ -53,12 +53,12 @@ TEST(TimeLimit, OfAMessageThatIsNotAnswered_IsToldToItsFunctionOnce) {
     EXPECT_NE(kept.thread, GetCurrentThreadId());
 }
 
-TEST(TimeLimit, WhileTheServerCannotBeReached_EndsTheRequest) {
+TEST(TimeLimit, WhileTheServerCannotBeReachedEndsTheRequest) {
     const rig::FullListener listener;
     EXPECT_EQ(CodeOf(TheClient().Send(Within(kShort, listener.port()))), Errc::kTimedOut);
 }
 
-TEST(TimeLimit, InTheMiddleOfAReply_EndsTheRequest) {
+TEST(TimeLimit, InTheMiddleOfAReplyEndsTheRequest) {
     rig::Signal over;
     rig::Peer peer([&](rig::Connection& connection) {
         connection.ReadRequest();
@@ -69,35 +69,35 @@ TEST(TimeLimit, InTheMiddleOfAReply_EndsTheRequest) {
     over.Set();
 }
 
-TEST(TimeLimit, ThatIsNotReached_ChangesNothing) {
+TEST(TimeLimit, ThatIsNotReachedChangesNothing) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     EXPECT_EQ(TheClient().Send(Within(hours(1), peer.port())).get().body, "world");
 }
 
-TEST(TimeLimit, AsLongAsCanBeSaid_IsNotReached) {
+TEST(TimeLimit, AsLongAsCanBeSaidIsNotReached) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     EXPECT_EQ(TheClient().Send(Within((milliseconds::max)(), peer.port())).get().body, "world");
 }
 
-TEST(TimeLimit, BelowZero_IsReachedAtOnce) {
+TEST(TimeLimit, BelowZeroIsReachedAtOnce) {
     SilentPeer peer(/*threads=*/2);
     EXPECT_EQ(CodeOf(TheClient().Send(Within(kOver, peer.port()))), Errc::kTimedOut);
     EXPECT_EQ(CodeOf(TheClient().Send(Within((milliseconds::min)(), peer.port()))), Errc::kTimedOut);
 }
 
-TEST(TimeLimit, OfTheClient_HoldsForMessagesThatHaveNone) {
+TEST(TimeLimit, OfTheClientHoldsForMessagesThatHaveNone) {
     SilentPeer peer;
     const Client client(ToLoopbackWithin(kShort, peer.port()), FreshLibrary());
     EXPECT_EQ(CodeOf(client.Send({"Echo", "hello"})), Errc::kTimedOut);
 }
 
-TEST(TimeLimit, OfAMessage_GoesBeforeTheClients) {
+TEST(TimeLimit, OfAMessageGoesBeforeTheClients) {
     SilentPeer peer;
     const Client client(ToLoopbackWithin(hours(1), peer.port()), FreshLibrary());
     EXPECT_EQ(CodeOf(client.Send(Within(kShort, peer.port()))), Errc::kTimedOut);
 }
 
-TEST(TimeLimit, OfAMessageThatIsToHaveNone_TakesTheClientsAway) {
+TEST(TimeLimit, OfAMessageThatIsToHaveNoneTakesTheClientsAway) {
     rig::Signal answer;
     rig::Peer patient([&](rig::Connection& connection) {
         connection.ReadRequest();
@@ -113,7 +113,7 @@ TEST(TimeLimit, OfAMessageThatIsToHaveNone_TakesTheClientsAway) {
     EXPECT_EQ(without.get().body, "late");
 }
 
-TEST(TimeLimit, OfManyRequests_AreKeptEachForItself) {
+TEST(TimeLimit, OfManyRequestsAreKeptEachForItself) {
     SilentPeer peer(/*threads=*/3);
     Request long_request;
     std::future<Reply> last = TheClient().Send(Within(hours(1), peer.port()), long_request);
@@ -125,7 +125,7 @@ TEST(TimeLimit, OfManyRequests_AreKeptEachForItself) {
     EXPECT_EQ(CodeOf(std::move(last)), Errc::kCancelled);
 }
 
-TEST(TimeLimit, OfARequestThatWasCancelledBefore_IsNotWhatIsTold) {
+TEST(TimeLimit, OfARequestThatWasCancelledBeforeIsNotWhatIsTold) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
@@ -140,7 +140,7 @@ TEST(TimeLimit, OfARequestThatWasCancelledBefore_IsNotWhatIsTold) {
     EXPECT_EQ(library.Cancelled(), Handles{8});
 }
 
-TEST(TimeLimit, ThatWasReached_StaysWhatIsToldAfterACancel) {
+TEST(TimeLimit, ThatWasReachedStaysWhatIsToldAfterACancel) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
@@ -153,7 +153,7 @@ TEST(TimeLimit, ThatWasReached_StaysWhatIsToldAfterACancel) {
     EXPECT_EQ(library.Cancelled(), Handles{8});
 }
 
-TEST(TimeLimit, ReachedWhileTheReplyIsOnItsWay_LosesToIt) {
+TEST(TimeLimit, ReachedWhileTheReplyIsOnItsWayLosesToIt) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
@@ -163,7 +163,7 @@ TEST(TimeLimit, ReachedWhileTheReplyIsOnItsWay_LosesToIt) {
     EXPECT_EQ(future.get().body, "world");
 }
 
-TEST(TimeLimit, ReachedWhileAFailureIsOnItsWay_LosesToIt) {
+TEST(TimeLimit, ReachedWhileAFailureIsOnItsWayLosesToIt) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
@@ -173,7 +173,7 @@ TEST(TimeLimit, ReachedWhileAFailureIsOnItsWay_LosesToIt) {
     EXPECT_EQ(CodeOf(std::move(future)), Errc::kNoService);
 }
 
-TEST(TimeLimit, ReachedBeforeTheHandleIsKnown_IsMadeUpFor) {
+TEST(TimeLimit, ReachedBeforeTheHandleIsKnownIsMadeUpFor) {
     ScriptedLibrary library;
     library.on_send = [&](WPK_SENDSTRUCT*) {
         // As long as another Client takes to keep a longer limit.
@@ -189,7 +189,7 @@ TEST(TimeLimit, ReachedBeforeTheHandleIsKnown_IsMadeUpFor) {
     EXPECT_EQ(CodeOf(std::move(future)), Errc::kTimedOut);
 }
 
-TEST(TimeLimit, WhoseCancelIsRefused_IsTriedAgainThoughNobodyWaits) {
+TEST(TimeLimit, WhoseCancelIsRefusedIsTriedAgainThoughNobodyWaits) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
@@ -201,7 +201,7 @@ TEST(TimeLimit, WhoseCancelIsRefused_IsTriedAgainThoughNobodyWaits) {
     EXPECT_EQ(CodeOf(std::move(future)), Errc::kTimedOut);
 }
 
-TEST(TimeLimit, OfARequestThatTheLibraryDoesNotTake_IsGone) {
+TEST(TimeLimit, OfARequestThatTheLibraryDoesNotTakeIsGone) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 0u; };
     const Client client(ToLoopback(), library.functions());
@@ -209,7 +209,7 @@ TEST(TimeLimit, OfARequestThatTheLibraryDoesNotTake_IsGone) {
     EXPECT_EQ(library.Cancelled(), Handles());
 }
 
-TEST(TimeLimit, OfAProgressFunctionThatThrows_IsNotWhatIsTold) {
+TEST(TimeLimit, OfAProgressFunctionThatThrowsIsNotWhatIsTold) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
@@ -226,7 +226,7 @@ TEST(TimeLimit, OfAProgressFunctionThatThrows_IsNotWhatIsTold) {
 }
 
 // The memory of the message is in use until the request has ended.
-TEST(TimeLimit, ThatWasReached_LeavesTheMessageUntilItsRequestHasEnded) {
+TEST(TimeLimit, ThatWasReachedLeavesTheMessageUntilItsRequestHasEnded) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
@@ -241,7 +241,7 @@ TEST(TimeLimit, ThatWasReached_LeavesTheMessageUntilItsRequestHasEnded) {
     EXPECT_EQ(CodeOf(std::move(future)), Errc::kTimedOut);
 }
 
-TEST(TimeLimit, OfRequestsWhoseClientHasGone_IsKept) {
+TEST(TimeLimit, OfRequestsWhoseClientHasGoneIsKept) {
     SilentPeer peer(/*threads=*/2);
     std::future<Reply> future;
     Kept kept;
@@ -256,7 +256,7 @@ TEST(TimeLimit, OfRequestsWhoseClientHasGone_IsKept) {
     EXPECT_EQ(kept.error, Errc::kTimedOut);
 }
 
-TEST(TimeLimit, OfAScopedRequestThatGoesFirst_IsGoneWithIt) {
+TEST(TimeLimit, OfAScopedRequestThatGoesFirstIsGoneWithIt) {
     SilentPeer peer;
     std::error_code code;
     {
@@ -294,7 +294,7 @@ private:
 Functions KeeperWatch::real_;
 HANDLE KeeperWatch::keeper_ = nullptr;
 
-TEST(TimeLimit, WhenTheClientAndItsLastRequestHaveGone_LeavesNoThread) {
+TEST(TimeLimit, WhenTheClientAndItsLastRequestHaveGoneLeavesNoThread) {
     ScriptedLibrary library;
     library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
     const KeeperWatch keeper(library);

@@ -24,7 +24,7 @@ protected:
     const Client client{ToLoopback(port), FreshLibrary()};
 };
 
-TEST_F(ClientPage, Function_GetsTheOutcome) {
+TEST_F(ClientPage, FunctionGetsTheOutcome) {
     size_t length = 0;
     std::string trouble;
 #include "client/function.inc"
@@ -32,13 +32,13 @@ TEST_F(ClientPage, Function_GetsTheOutcome) {
     EXPECT_EQ(trouble, "");
 }
 
-TEST_F(ClientPage, Message_SaysWhereItGoes) {
+TEST_F(ClientPage, MessageSaysWhereItGoes) {
     std::string large(1 << 20, 'x');
 #include "client/message.inc"
     EXPECT_EQ(reply.get().body, std::string(1 << 20, 'x'));
 }
 
-TEST(ClientPageWithSilence, Cancel_EndsTheRequest) {
+TEST(ClientPageWithSilence, CancelEndsTheRequest) {
     SilentPeer peer;
     const Client client(ToLoopback(peer.port()), FreshLibrary());
     bool cancelled = false;
@@ -46,7 +46,7 @@ TEST(ClientPageWithSilence, Cancel_EndsTheRequest) {
     EXPECT_TRUE(cancelled);
 }
 
-TEST(ClientPageWithSilence, Window_GoesWithItsRequest) {
+TEST(ClientPageWithSilence, WindowGoesWithItsRequest) {
     SilentPeer peer;
     const Client client(ToLoopback(peer.port()), FreshLibrary());
     auto window = std::make_unique<Window>();
@@ -55,7 +55,7 @@ TEST(ClientPageWithSilence, Window_GoesWithItsRequest) {
     window.reset();
 }
 
-TEST(ClientPageWithSilence, TimeLimit_IsReached) {
+TEST(ClientPageWithSilence, TimeLimitIsReached) {
     SilentPeer peer;
     const Client client(ToLoopback(peer.port()), FreshLibrary());
     bool late = false;
@@ -63,7 +63,7 @@ TEST(ClientPageWithSilence, TimeLimit_IsReached) {
     EXPECT_TRUE(late);
 }
 
-TEST(ClientPageOptions, Address_IsTakenApart) {
+TEST(ClientPageOptions, AddressIsTakenApart) {
     Options options;
     std::string complaint;
     {
@@ -83,7 +83,7 @@ TEST(ClientPageOptions, Address_IsTakenApart) {
     EXPECT_EQ(complaint, expected);
 }
 
-TEST_F(ClientPage, Progress_EndsAtHundred) {
+TEST_F(ClientPage, ProgressEndsAtHundred) {
     double percent = 0;
     const std::atomic<bool> tired{false};
 #include "client/progress.inc"
@@ -91,7 +91,7 @@ TEST_F(ClientPage, Progress_EndsAtHundred) {
     EXPECT_EQ(body, "hello");
 }
 
-TEST(ClientPageWithAProxy, Credentials_AreReplaced) {
+TEST(ClientPageWithAProxy, CredentialsAreReplaced) {
     rig::Peer proxy([](rig::Connection& connection) {
         const bool known = rig::CredentialsOf(connection.ReadRequest()) == "user:new password";
         connection.Send(known ? rig::Ok("in") : rig::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
@@ -103,7 +103,7 @@ TEST(ClientPageWithAProxy, Credentials_AreReplaced) {
     EXPECT_EQ(proxy.Requests().size(), 2u);
 }
 
-TEST(ClientPageOptions, Connection_IsWatched) {
+TEST(ClientPageOptions, ConnectionIsWatched) {
     Options options;
     bool online = false;
 #include "client/connection.inc"

@@ -19,7 +19,7 @@ namespace {
 
 void IgnoreNotification(WPK_CALLBACKSTRUCT*) {}
 
-class Guide : public testing::Test {
+class GuidePage : public testing::Test {
 protected:
     static void SetUpTestSuite() {
         WPK_INITSTRUCT settings = {};
@@ -29,14 +29,14 @@ protected:
     }
 };
 
-TEST_F(Guide, OneRequest_BringsTheReply) {
+TEST_F(GuidePage, OneRequestBringsTheReply) {
     Peer peer([](Connection& connection) { connection.Send(Ok(MessageOf(connection.ReadRequest()))); });
     Question question;
     EXPECT_TRUE(Ask(question, "127.0.0.1", peer.port(), "hello"));
     EXPECT_EQ(question.reply, "hello");
 }
 
-TEST_F(Guide, OneRequest_BringsTheFailure) {
+TEST_F(GuidePage, OneRequestBringsTheFailure) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
         connection.Send(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {"Content-Length: 0"}));
@@ -46,7 +46,7 @@ TEST_F(Guide, OneRequest_BringsTheFailure) {
     EXPECT_EQ(question.error, WPK_ERROR_NO_SERVICE);
 }
 
-TEST_F(Guide, TimeLimit_EndsTheRequest) {
+TEST_F(GuidePage, TimeLimitEndsTheRequest) {
     Signal over;
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
@@ -73,7 +73,7 @@ struct Person {
     }
 };
 
-TEST(GuideNotifications, Credentials_AreAnswered) {
+TEST(GuidePageNotifications, CredentialsAreAnswered) {
     WPK_CALLBACKSTRUCT record = {};
     record.nReason = WPK_REASON_CREDENTIALS;
     WPK_CALLBACKSTRUCT* const notification = &record;
@@ -87,7 +87,7 @@ TEST(GuideNotifications, Credentials_AreAnswered) {
 
 #include "guide/window.inc"
 
-TEST(GuideNotifications, Window_GetsTheReplyAsItsOwn) {
+TEST(GuidePageNotifications, WindowGetsTheReplyAsItsOwn) {
     // One that needs no display.
     const HWND window = CreateWindowA("STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
     ASSERT_NE(window, nullptr);

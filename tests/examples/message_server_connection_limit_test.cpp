@@ -37,14 +37,14 @@ WPK_OUT_OF_LINE void operator delete(void* memory, std::size_t) noexcept {
 namespace message_server {
 namespace {
 
-TEST(ConnectionLimit, TakePlace_NeedsNoMemory) {
+TEST(ConnectionLimitTest, TakePlaceNeedsNoMemory) {
     ConnectionLimit limit(1);
     memory_is_out = true;
     for (int i = 0; i < 3; ++i) limit.TakePlace();
     memory_is_out = false;
 }
 
-TEST(ConnectionLimit, TakePlace_AllTaken_WaitsUntilOneIsGivenBack) {
+TEST(ConnectionLimitTest, TakePlaceAllTakenWaitsUntilOneIsGivenBack) {
     ConnectionLimit limit(2);
     std::optional<ConnectionLimit::Place> first(limit.TakePlace());
     const ConnectionLimit::Place second = limit.TakePlace();
@@ -60,7 +60,7 @@ TEST(ConnectionLimit, TakePlace_AllTaken_WaitsUntilOneIsGivenBack) {
     third.wait();
 }
 
-TEST(ConnectionLimit, PlaceThatWasMoved_IsGivenBackOnce) {
+TEST(ConnectionLimitTest, PlaceThatWasMovedIsGivenBackOnce) {
     ConnectionLimit limit(1);
     {
         ConnectionLimit::Place place = limit.TakePlace();

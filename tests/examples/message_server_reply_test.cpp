@@ -9,7 +9,7 @@
 namespace message_server {
 namespace {
 
-TEST(ReplyHead, NamesTheServersVersionAndTheLength) {
+TEST(ServerReplyHead, NamesTheServersVersionAndTheLength) {
     EXPECT_EQ(ReplyHead(0), "HTTP/1.0 200 OK\r\nServer: WPK/1.00\r\nContent-Length: 0\r\n\r\n");
     EXPECT_EQ(ReplyHead(4294967295), "HTTP/1.0 200 OK\r\nServer: WPK/1.00\r\nContent-Length: 4294967295\r\n\r\n");
 }

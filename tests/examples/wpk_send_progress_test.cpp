@@ -13,18 +13,18 @@ namespace {
 
 constexpr std::uint32_t kMiB = 1024 * 1024;
 
-TEST(Progress, WithoutStyleShowsNothing) {
+TEST(ProgressTest, WithoutStyleShowsNothing) {
     Progress progress(Progress::Style::kNone);
     EXPECT_EQ(progress.Update(kMiB, kMiB), "");
 }
 
-TEST(Progress, OfASmallReplyShowsNothing) {
+TEST(ProgressTest, OfASmallReplyShowsNothing) {
     Progress progress(Progress::Style::kBar);
     EXPECT_EQ(progress.Update(256 * 1024 - 1, 256 * 1024 - 1), "");
     EXPECT_NE(progress.Update(256 * 1024, 256 * 1024), "");
 }
 
-TEST(Progress, BarGrowsFromEmptyToFullAndEndsTheLine) {
+TEST(ProgressTest, BarGrowsFromEmptyToFullAndEndsTheLine) {
     Progress progress(Progress::Style::kBar);
     EXPECT_EQ(progress.Update(1, kMiB), "\r[........................................] 0 % (1 bytes of 1.0 MiB)   ");
     EXPECT_EQ(progress.Update(kMiB / 2, kMiB),
@@ -33,7 +33,7 @@ TEST(Progress, BarGrowsFromEmptyToFullAndEndsTheLine) {
               "\r[########################################] 100 % (1.0 MiB of 1.0 MiB)   \n");
 }
 
-TEST(Progress, BarIsDrawnOnlyWhenThePercentageChanges) {
+TEST(ProgressTest, BarIsDrawnOnlyWhenThePercentageChanges) {
     Progress progress(Progress::Style::kBar);
     int drawn = 0;
     for (std::uint32_t received = 1024; received <= 64 * kMiB; received += 1024) {
@@ -42,7 +42,7 @@ TEST(Progress, BarIsDrawnOnlyWhenThePercentageChanges) {
     EXPECT_EQ(drawn, 101);
 }
 
-TEST(Progress, LinesComeInStepsOfTenPercent) {
+TEST(ProgressTest, LinesComeInStepsOfTenPercent) {
     Progress progress(Progress::Style::kLines);
     std::string lines;
     for (std::uint32_t received = 1024; received <= kMiB; received += 1024) lines += progress.Update(received, kMiB);
@@ -51,7 +51,7 @@ TEST(Progress, LinesComeInStepsOfTenPercent) {
     EXPECT_EQ(lines.substr(lines.rfind("100 %")), "100 % (1.0 MiB of 1.0 MiB)\n");
 }
 
-TEST(Progress, OfTheLargestReplyDoesNotOverflow) {
+TEST(ProgressTest, OfTheLargestReplyDoesNotOverflow) {
     Progress progress(Progress::Style::kLines);
     EXPECT_EQ(progress.Update(0xFFFFFFFF, 0xFFFFFFFF), "100 % (4.0 GiB of 4.0 GiB)\n");
 }

@@ -64,7 +64,7 @@ int WSAAPI CloseAndTell(SOCKET socket) {
     return result;
 }
 
-TEST(CancelWhileConnecting, ToAListenerThatNeverAccepts_EndsTheRequest) {
+TEST(CancelWhileConnecting, ToAListenerThatNeverAcceptsEndsTheRequest) {
     const FullListener listener;
     Request request(listener.port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
@@ -82,7 +82,7 @@ TEST(CancelWhileConnecting, ClosesTheSocketBeforeTheApplicationIsTold) {
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelWhileConnecting, AtOnceAfterTheSend_EndsTheRequest) {
+TEST(CancelWhileConnecting, AtOnceAfterTheSendEndsTheRequest) {
     const FullListener listener;
     for (int i = 0; i < 20; ++i) {
         Request request(listener.port());
@@ -92,13 +92,13 @@ TEST(CancelWhileConnecting, AtOnceAfterTheSend_EndsTheRequest) {
 }
 
 // The wait for the connection is the same, whatever the system makes of the refusal.
-TEST(CancelWhileConnecting, ToAPortWithoutListener_EndsTheRequest) {
+TEST(CancelWhileConnecting, ToAPortWithoutListenerEndsTheRequest) {
     Request request(DeadPort());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelWhileSending, ToAPeerThatDoesNotRead_EndsTheRequest) {
+TEST(CancelWhileSending, ToAPeerThatDoesNotReadEndsTheRequest) {
     Signal sending;
     Signal done;
     Peer peer([&](Connection& connection) {
@@ -130,7 +130,7 @@ TEST(CancelWhileSending, ClosesTheConnectionBeforeTheApplicationIsTold) {
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelWhileWaitingForTheHead, OfASilentPeer_ClosesTheConnectionBeforeTheApplicationIsTold) {
+TEST(CancelWhileWaitingForTheHead, OfASilentPeerClosesTheConnectionBeforeTheApplicationIsTold) {
     Request request(0);
     ClosedFirst first(request);
     Peer peer([&](Connection& connection) {
@@ -159,15 +159,15 @@ void CancelAmongLines(const std::string& begin, const std::string& line) {
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelInTheHead, OfInterimLinesWithoutEnd_EndsTheRequest) {
+TEST(CancelInTheHead, OfInterimLinesWithoutEndEndsTheRequest) {
     CancelAmongLines("", "HTTP/1.0 100 Continue\r\n");
 }
 
-TEST(CancelInTheHead, OfHeadersWithoutEnd_EndsTheRequest) {
+TEST(CancelInTheHead, OfHeadersWithoutEndEndsTheRequest) {
     CancelAmongLines("HTTP/1.0 200 OK\r\n", "X-More: and more\r\n");
 }
 
-TEST(CancelWhileWaitingForTheHead, ThatHasBegun_EndsTheRequest) {
+TEST(CancelWhileWaitingForTheHead, ThatHasBegunEndsTheRequest) {
     Signal begun;
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
@@ -181,7 +181,7 @@ TEST(CancelWhileWaitingForTheHead, ThatHasBegun_EndsTheRequest) {
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelInTheBody, OfAStalledReply_ClosesTheConnectionBeforeTheApplicationIsTold) {
+TEST(CancelInTheBody, OfAStalledReplyClosesTheConnectionBeforeTheApplicationIsTold) {
     // In memory, and in a file.
     for (const size_t size : {100u, 100000u}) {
         Request request(0);
@@ -198,7 +198,7 @@ TEST(CancelInTheBody, OfAStalledReply_ClosesTheConnectionBeforeTheApplicationIsT
     }
 }
 
-TEST(CancelInTheBody, OfAReplyThatKeepsComing_EndsTheRequest) {
+TEST(CancelInTheBody, OfAReplyThatKeepsComingEndsTheRequest) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(200000000));
@@ -226,7 +226,7 @@ HANDLE WINAPI RefuseSlowly(LPCSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, D
     return INVALID_HANDLE_VALUE;
 }
 
-TEST(CancelInTheBody, WhileNamesForItsFileAreTried_EndsTheRequest) {
+TEST(CancelInTheBody, WhileNamesForItsFileAreTriedEndsTheRequest) {
     Signal tried;
     name_tried = &tried;
     const ImportPatch patch(TheLibrary().module(), "CreateFileA", AddressOf(&RefuseSlowly));
@@ -238,7 +238,7 @@ TEST(CancelInTheBody, WhileNamesForItsFileAreTried_EndsTheRequest) {
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelInsideACallback, OfItsOwnProgress_EndsTheRequest) {
+TEST(CancelInsideACallback, OfItsOwnProgressEndsTheRequest) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(100) + Pattern(50));
@@ -251,7 +251,7 @@ TEST(CancelInsideACallback, OfItsOwnProgress_EndsTheRequest) {
     RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_CANCELLED);
 }
 
-TEST(CancelInsideACallback, OfItsOwnReply_IsTooLate) {
+TEST(CancelInsideACallback, OfItsOwnReplyIsTooLate) {
     Peer peer(Answer(Ok("ok")));
     Request request(peer.port());
     int answer = 0;
@@ -262,7 +262,7 @@ TEST(CancelInsideACallback, OfItsOwnReply_IsTooLate) {
     EXPECT_EQ(answer, 1);
 }
 
-TEST(CancelInsideACallback, OfAnotherRequest_EndsThatOneOnly) {
+TEST(CancelInsideACallback, OfAnotherRequestEndsThatOneOnly) {
     Peer silent([](Connection& connection) { connection.WaitForEnd(); });
     Peer peer(Answer(Ok("ok")));
     Request other(silent.port());

@@ -16,7 +16,7 @@ const Library& TheLibrary() {
     return library;
 }
 
-TEST(Connect, HostNameThatDoesNotExist_EndsWithConnectFailure) {
+TEST(Connect, HostNameThatDoesNotExistEndsWithConnectFailure) {
     for (const char* host : {"no-such-host.invalid", "256.256.256.256", "not a host name", ":::"}) {
         SCOPED_TRACE(host);
         Request request(80);

@@ -299,7 +299,7 @@ TEST_P(FaultInTheStart, LeavesALibraryThatWorksOrCanBeStartedAgain) {
 INSTANTIATE_TEST_SUITE_P(AnyCallOf, FaultInTheStart, testing::ValuesIn(CallsOfTheStart()), NameOf);
 
 // A cancel that cannot be carried out must not harm: the request then runs on.
-TEST_F(FaultTest, ThreadOfACancelThatCannotBeStarted_LeavesTheRequestRunning) {
+TEST_F(FaultTest, ThreadOfACancelThatCannotBeStartedLeavesTheRequestRunning) {
     const Library library = StartFresh();
     const Target target = WPK_TARGET(_beginthreadex);
     const Fault fault(library, target);
@@ -349,7 +349,7 @@ WPK_SCENARIO(ThrowWithoutMemory) {
     return request.Run(library) && request.Final().bytes == "ok" ? 0 : 4;
 }
 
-TEST(CallbackThatThrows, WithoutMemory_EndsItsRequestAlone) {
+TEST(CallbackThatThrows, WithoutMemoryEndsItsRequestAlone) {
     EXPECT_EQ(Child("ThrowWithoutMemory", "").Wait(), 0u);
 }
 

@@ -24,7 +24,7 @@ bool SendRecordFieldsLieWhereTheyShould16();
 namespace wpk::rig {
 namespace {
 
-TEST(Header, InCpp98WithAnyPacking_LaysTheSendRecordOutAsDocumented) {
+TEST(CHeader, InCpp98WithAnyPackingLaysTheSendRecordOutAsDocumented) {
     EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould1());
     EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould2());
     EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould4());
@@ -35,7 +35,7 @@ TEST(Header, InCpp98WithAnyPacking_LaysTheSendRecordOutAsDocumented) {
 // How C fills the record and reads the notification, with one packing.
 class HeaderInC : public testing::TestWithParam<decltype(&FillRecordInC8)> {};
 
-TEST_P(HeaderInC, RecordFilledInC_IsCarriedLikeAnyOtherAndItsReplyIsRead) {
+TEST_P(HeaderInC, RecordFilledInCIsCarriedLikeAnyOtherAndItsReplyIsRead) {
     const Library library = StartFresh();
     Peer peer(Answer(Ok("four")));
     const std::set<DWORD> before = ThreadIds();

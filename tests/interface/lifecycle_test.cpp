@@ -20,7 +20,7 @@ Inbox& NewInbox() {
     return *new Inbox;
 }
 
-TEST(BeforeInit, SendAndCancel_ReturnZeroAndNoCallbackComes) {
+TEST(BeforeInit, SendAndCancelReturnZeroAndNoCallbackComes) {
     const Library library = Library::LoadFresh();
     const std::set<DWORD> before = ThreadIds();
     Peer peer(Answer(Ok("ok")));
@@ -35,7 +35,7 @@ TEST(BeforeInit, SendAndCancel_ReturnZeroAndNoCallbackComes) {
     EXPECT_EQ(peer.Connections(), 0u);
 }
 
-TEST(BeforeInit, LoadingAndFreeing_LeavesNothingBehind) {
+TEST(BeforeInit, LoadingAndFreeingLeavesNothingBehind) {
     // Once for everything that the system itself sets up.
     FreeLibrary(Library::LoadFresh().module());
     const size_t handles = HandleCount();
@@ -65,7 +65,7 @@ size_t HeapBytes() {
     return bytes;
 }
 
-TEST(BeforeInit, LoadingAndFreeingAgainAndAgain_TakesNoMemory) {
+TEST(BeforeInit, LoadingAndFreeingAgainAndAgainTakesNoMemory) {
     const Library library = Library::LoadFresh();
     // The first rounds also pay for what the system sets up once.
     FreeLibrary(library.module());
@@ -83,7 +83,7 @@ BOOL WINAPI RefuseToPin(DWORD, LPCSTR, HMODULE* module) {
     return FALSE;
 }
 
-TEST(Init, ThatFails_LeavesNothingAndTheModuleCanBeFreed) {
+TEST(Init, ThatFailsLeavesNothingAndTheModuleCanBeFreed) {
     // Once for everything that the system itself sets up.
     FreeLibrary(Library::LoadFresh().module());
     const size_t handles = HandleCount();
@@ -107,7 +107,7 @@ TEST(Init, ThatFails_LeavesNothingAndTheModuleCanBeFreed) {
     EXPECT_EQ(HandleCount(), handles);
 }
 
-TEST(Init, AfterOneThatFailed_Works) {
+TEST(Init, AfterOneThatFailedWorks) {
     const Library library = Library::LoadFresh();
     const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
     {
@@ -129,7 +129,7 @@ TEST(Init, KeepsTheModuleHoweverOftenItIsFreed) {
     RunAndExpectReply(library, request, "ok");
 }
 
-TEST(Init, WithNull_ReturnsZeroAndStaysUninitialised) {
+TEST(Init, WithNullReturnsZeroAndStaysUninitialised) {
     const Library library = Library::LoadFresh();
     EXPECT_EQ(library.Init(nullptr), 0);
     Request request(DeadPort());
@@ -140,7 +140,7 @@ TEST(Init, WithNull_ReturnsZeroAndStaysUninitialised) {
     EXPECT_EQ(library.Init(nullptr), 0);
 }
 
-TEST(Init, Twice_ReturnsOneAndLeavesTheFirstSettingsInForce) {
+TEST(Init, TwiceReturnsOneAndLeavesTheFirstSettingsInForce) {
     const Library library = Library::LoadFresh();
     Inbox& first = NewInbox();
     Inbox& second = NewInbox();
@@ -170,7 +170,7 @@ TEST(Init, StartsOneThread) {
     EXPECT_EQ(ThreadIds().size(), before + 1);
 }
 
-TEST(Init, FromManyThreadsAtOnce_StartsOneService) {
+TEST(Init, FromManyThreadsAtOnceStartsOneService) {
     for (int round = 0; round < 5; ++round) {
         const Library library = Library::LoadFresh();
         const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
@@ -194,7 +194,7 @@ TEST(Init, FromManyThreadsAtOnce_StartsOneService) {
     }
 }
 
-TEST(Init, WhileOthersSend_LetsEverySendFailOrWork) {
+TEST(Init, WhileOthersSendLetsEverySendFailOrWork) {
     const Library library = Library::LoadFresh();
     const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
     Peer peer(Answer(Ok("ok")), 2);
@@ -247,7 +247,7 @@ void ExpectToldOfNoConnection(Inbox& inbox) {
     EXPECT_TRUE(told.rest_is_zero);
 }
 
-TEST(ConnectionType, Never_IsToldOnceAndEveryRequestFails) {
+TEST(ConnectionType, NeverIsToldOnceAndEveryRequestFails) {
     const Library library = Library::LoadFresh();
     Inbox& inbox = NewInbox();
     const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_NEVER, inbox);
@@ -259,7 +259,7 @@ TEST(ConnectionType, Never_IsToldOnceAndEveryRequestFails) {
     ExpectNoNetwork(library);
 }
 
-TEST(ConnectionType, DialUp_BeginsWithoutConnection) {
+TEST(ConnectionType, DialUpBeginsWithoutConnection) {
     const Library library = Library::LoadFresh();
     Inbox& inbox = NewInbox();
     const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_DIAL_UP, inbox);
@@ -268,7 +268,7 @@ TEST(ConnectionType, DialUp_BeginsWithoutConnection) {
     ExpectNoNetwork(library);
 }
 
-TEST(ConnectionType, Permanent_WorksAtOnceAndTellsNothing) {
+TEST(ConnectionType, PermanentWorksAtOnceAndTellsNothing) {
     const Library library = Library::LoadFresh();
     Inbox& inbox = NewInbox();
     const std::set<DWORD> before = ThreadIds();
@@ -284,7 +284,7 @@ TEST(ConnectionType, Permanent_WorksAtOnceAndTellsNothing) {
     EXPECT_TRUE(inbox.All().empty());
 }
 
-TEST(ConnectionType, AutomaticWithRemoteAccess_IsDialUp) {
+TEST(ConnectionType, AutomaticWithRemoteAccessIsDialUp) {
     const HMODULE remote_access = LoadLibraryA("rasapi32.dll");
     if (!remote_access) GTEST_SKIP() << "this system has no rasapi32.dll";
     FreeLibrary(remote_access);
@@ -304,7 +304,7 @@ HMODULE WINAPI LoadNothing(LPCSTR name) {
     return nullptr;
 }
 
-TEST(ConnectionType, AutomaticWithoutRemoteAccess_IsPermanent) {
+TEST(ConnectionType, AutomaticWithoutRemoteAccessIsPermanent) {
     const Library library = Library::LoadFresh();
     const ImportPatch load(library.module(), "LoadLibraryA", AddressOf(&LoadNothing));
     ASSERT_TRUE(load.Found());
@@ -318,7 +318,7 @@ TEST(ConnectionType, AutomaticWithoutRemoteAccess_IsPermanent) {
     EXPECT_TRUE(inbox.All().empty());
 }
 
-TEST(ConnectionType, Unknown_LeavesTheLibraryWithoutNetworkAndTellsNothing) {
+TEST(ConnectionType, UnknownLeavesTheLibraryWithoutNetworkAndTellsNothing) {
     // The last one would be "permanent" if only half of the number were looked at.
     for (const WPK_INT64 type : {4LL, -1LL, 0x100000002LL}) {
         SCOPED_TRACE(type);
@@ -337,7 +337,7 @@ int WSAAPI NoSockets(WORD, WSADATA*) {
     return WSASYSNOTREADY;
 }
 
-TEST(ConnectionType, PermanentWithoutSockets_IsInitialisedButHasNoNetwork) {
+TEST(ConnectionType, PermanentWithoutSocketsIsInitialisedButHasNoNetwork) {
     const Library library = Library::LoadFresh();
     const ImportPatch start(library.module(), "WSAStartup", AddressOf(&NoSockets));
     ASSERT_TRUE(start.Found());
@@ -378,7 +378,7 @@ WPK_SCENARIO(FreeWhileRequestsRun) {
     return kGood;
 }
 
-TEST(FreeLibrary, WhileRequestsRun_LetsThemEndAndTheProcessToo) {
+TEST(FreeLibrary, WhileRequestsRunLetsThemEndAndTheProcessToo) {
     EXPECT_EQ(Child("FreeWhileRequestsRun", "").Wait(), static_cast<DWORD>(kGood));
 }
 
@@ -407,7 +407,7 @@ WPK_SCENARIO(EndWithRequestsInFlight) {
 // The peer stays out of the process that ends. Wine kills the other threads there wherever they are, on a busy machine
 // now and then where one holds a lock of Wine's own; the last thread waits for that for ever as soon as it is told of
 // the end of somebody's receive. The fewer threads receive there, the better.
-TEST(ProcessEnd, WithRequestsInFlight_IsCleanAndLeavesNoFile) {
+TEST(ProcessEnd, WithRequestsInFlightIsCleanAndLeavesNoFile) {
     Peer peer(
         [](Connection& connection) {
             const std::string request = connection.ReadRequest();
@@ -462,7 +462,7 @@ int EndsOfEachWay() {
 }
 
 // Two of each way side by side, so that the machine is busy while they end.
-TEST(ProcessEnd, UnderLoad_NeitherCrashesNorHangs) {
+TEST(ProcessEnd, UnderLoadNeitherCrashesNorHangs) {
     const int ends = EndsOfEachWay();
     for (int number = 0; number < ends; number += 2) {
         std::map<std::string, Child> children;
@@ -501,7 +501,7 @@ WPK_SCENARIO(CallsAtTheEnd) {
     ExitProcess(kGood);
 }
 
-TEST(ProcessEnd, CallsMeanwhile_ReturnZeroAtOnce) {
+TEST(ProcessEnd, CallsMeanwhileReturnZeroAtOnce) {
     for (const char* state : {"initialised", "not initialised"}) {
         SCOPED_TRACE(state);
         EXPECT_EQ(Child("CallsAtTheEnd", state).Wait(), static_cast<DWORD>(kGood));
@@ -515,7 +515,7 @@ WPK_SCENARIO(LiveUntilTold) {
     return told && WaitForSingleObject(told, 10 * kPatience) == WAIT_OBJECT_0 ? kGood : 1;
 }
 
-TEST(ProgramStartedMeanwhile, WithAllThatCanBeInherited_DoesNotKeepTheConnectionOpen) {
+TEST(ProgramStartedMeanwhile, WithAllThatCanBeInheritedDoesNotKeepTheConnectionOpen) {
     Signal closed;
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
@@ -548,7 +548,7 @@ WPK_SCENARIO(EndAfterInit) {
     return kGood;
 }
 
-TEST(ProcessEnd, AfterInitOfEveryType_IsClean) {
+TEST(ProcessEnd, AfterInitOfEveryTypeIsClean) {
     for (const char* type : {"0", "1", "2", "3", "4"}) {
         SCOPED_TRACE(type);
         EXPECT_EQ(Child("EndAfterInit", type).Wait(), static_cast<DWORD>(kGood));

@@ -96,7 +96,7 @@ private:
     Peer peer_;  // last: its threads use the others
 };
 
-TEST(Load, TwoThousandRequestsInFlightAtOnce_AllGetTheirReply) {
+TEST(Load, TwoThousandRequestsInFlightAtOnceAllGetTheirReply) {
     constexpr size_t kCount = 2000;
     constexpr size_t kSenders = 16;
     HoldingPeer peer(kCount);
@@ -130,7 +130,7 @@ TEST(Load, TwoThousandRequestsInFlightAtOnce_AllGetTheirReply) {
     EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
-TEST(Load, TwoThousandRequestsFromSixteenThreads_LeaveNoThreadAndNoHandle) {
+TEST(Load, TwoThousandRequestsFromSixteenThreadsLeaveNoThreadAndNoHandle) {
     Peer peer(AnswerThreefold, 8);
     // Once in small for everything that is set up on first use.
     SendMany(peer, 64, 16);
@@ -144,7 +144,7 @@ TEST(Load, TwoThousandRequestsFromSixteenThreads_LeaveNoThreadAndNoHandle) {
     EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
-TEST(Load, RequestsOfEveryOutcome_LeaveNoThreadAndNoHandle) {
+TEST(Load, RequestsOfEveryOutcomeLeaveNoThreadAndNoHandle) {
     Peer good(Answer(Ok("ok")));
     Peer refusing(Answer("HTTP/1.0 500 Bad_Plugin_Name\r\n\r\n"));
     Peer breaking(Answer(OkHead(20000) + "cut"));
@@ -187,7 +187,7 @@ TEST(Load, RequestsOfEveryOutcome_LeaveNoThreadAndNoHandle) {
     EXPECT_EQ(HandleCount(), handles);
 }
 
-TEST(Load, RequestsOfEveryKind_LeaveNoMemory) {
+TEST(Load, RequestsOfEveryKindLeaveNoMemory) {
     const Library library = Library::LoadFresh();
     const HeapCount heap(library.module());
     const WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);

@@ -54,12 +54,12 @@ WPK_SCENARIO(ExchangeFromTheSystemsFolderAlone) {
     return IsOfTheSystem("rasapi32.dll") ? kGood : 8;
 }
 
-TEST(Loading, WithTheNarrowestSearch_WorksByItsFullPathOverAPermanentNetwork) {
+TEST(Loading, WithTheNarrowestSearchWorksByItsFullPathOverAPermanentNetwork) {
     EXPECT_EQ(Child("ExchangeFromTheSystemsFolderAlone", std::to_string(WPK_CONNECTION_PERMANENT)).Wait(),
               static_cast<DWORD>(kGood));
 }
 
-TEST(Loading, WithTheNarrowestSearch_FindsTheSystemsRemoteAccess) {
+TEST(Loading, WithTheNarrowestSearchFindsTheSystemsRemoteAccess) {
     EXPECT_EQ(Child("ExchangeFromTheSystemsFolderAlone", std::to_string(WPK_CONNECTION_AUTOMATIC)).Wait(),
               static_cast<DWORD>(kGood));
 }
@@ -71,7 +71,7 @@ int WINAPI NoteVersion(WORD version, WSADATA* data) {
     return WSAStartup(version, data);
 }
 
-TEST(Loading, SocketsInterface_IsAskedForVersion1Point1) {
+TEST(Loading, SocketsInterfaceIsAskedForVersion1Point1) {
     const Library library = Library::LoadFresh();
     const ImportPatch patch(library.module(), "WSAStartup", AddressOf(&NoteVersion));
     ASSERT_TRUE(patch.Found());

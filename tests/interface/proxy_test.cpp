@@ -49,23 +49,23 @@ std::string SentWith(const char* user, const char* password) {
     return proxy.WaitForRequest();
 }
 
-TEST(Proxy, WithoutCredentials_GetsNoAuthorisation) {
+TEST(Proxy, WithoutCredentialsGetsNoAuthorisation) {
     EXPECT_EQ(SentWith(nullptr, nullptr), Expected(""));
     EXPECT_EQ(SentWith("", ""), Expected(""));
 }
 
-TEST(Proxy, WithCredentials_GetsThemAsBase64) {
+TEST(Proxy, WithCredentialsGetsThemAsBase64) {
     EXPECT_EQ(SentWith("u", "p"), Expected("dTpw"));
     EXPECT_EQ(SentWith("user", "pass"), Expected("dXNlcjpwYXNz"));
 }
 
-TEST(Proxy, WithOneOfTheTwo_GetsAuthorisation) {
+TEST(Proxy, WithOneOfTheTwoGetsAuthorisation) {
     EXPECT_EQ(SentWith("u", nullptr), Expected("dTo="));
     EXPECT_EQ(SentWith(nullptr, "p"), Expected("OnA="));
 }
 
 // 57 bytes fill one line of 76 characters; what is longer goes on in the next line of the header.
-TEST(Proxy, PairOfMoreThan57Bytes_IsFolded) {
+TEST(Proxy, PairOfMoreThan57BytesIsFolded) {
     const struct {
         size_t user;
         size_t password;
@@ -99,7 +99,7 @@ TEST(Proxy, IsUsedOnlyWhenTheSettingIsOne) {
     }
 }
 
-TEST(Proxy, WantedButNotNamed_MakesEveryRequestUnusable) {
+TEST(Proxy, WantedButNotNamedMakesEveryRequestUnusable) {
     for (const char* name : {static_cast<const char*>(nullptr), ""}) {
         Peer server(Answer(Ok("ok")));
         const Library library = Library::LoadFresh();
@@ -113,7 +113,7 @@ TEST(Proxy, WantedButNotNamed_MakesEveryRequestUnusable) {
     }
 }
 
-TEST(Proxy, SettingsTexts_AreCopied) {
+TEST(Proxy, SettingsTextsAreCopied) {
     Peer proxy(Answer(Ok("ok")));
     const Library library = Library::LoadFresh();
     char host[] = "127.0.0.1";
@@ -133,7 +133,7 @@ TEST(Proxy, SettingsTexts_AreCopied) {
     EXPECT_EQ(proxy.WaitForRequest(), Expected("dTpw"));
 }
 
-TEST(ProxyCredentials, DeclinedByTheApplication_EndTheRequest) {
+TEST(ProxyCredentials, DeclinedByTheApplicationEndTheRequest) {
     Peer proxy(AnswerInTurn({kAsk}));
     const Proxied proxied(proxy.port(), "old user", "old password");
     const auto request = ToNowhere();
@@ -148,7 +148,7 @@ TEST(ProxyCredentials, DeclinedByTheApplication_EndTheRequest) {
     EXPECT_EQ(proxy.Connections(), 1u);
 }
 
-TEST(ProxyCredentials, ChangedWithoutTheRetryFlag_AreNotTaken) {
+TEST(ProxyCredentials, ChangedWithoutTheRetryFlagAreNotTaken) {
     Peer proxy(AnswerInTurn({kAsk}));
     const Proxied proxied(proxy.port(), "u", "p");
     const auto first = ToNowhere();
@@ -161,7 +161,7 @@ TEST(ProxyCredentials, ChangedWithoutTheRetryFlag_AreNotTaken) {
     EXPECT_EQ(proxy.WaitForRequest(1), Expected("dTpw"));
 }
 
-TEST(ProxyCredentials, Replaced_AreSentOnANewConnectionAndKeptForLaterRequests) {
+TEST(ProxyCredentials, ReplacedAreSentOnANewConnectionAndKeptForLaterRequests) {
     Peer proxy(AnswerInTurn({kAsk}));
     const Proxied proxied(proxy.port(), nullptr, nullptr);
     const auto first = ToNowhere();
@@ -174,7 +174,7 @@ TEST(ProxyCredentials, Replaced_AreSentOnANewConnectionAndKeptForLaterRequests) 
     EXPECT_EQ(proxy.Connections(), 3u);
 }
 
-TEST(ProxyCredentials, AskedForAgainAndAgain_ShowTheOnesLastUsed) {
+TEST(ProxyCredentials, AskedForAgainAndAgainShowTheOnesLastUsed) {
     Peer proxy(AnswerInTurn({kAsk, kAsk, kAsk}));
     const Proxied proxied(proxy.port(), "user0", "pass0");
     const auto request = ToNowhere();
@@ -196,7 +196,7 @@ TEST(ProxyCredentials, AskedForAgainAndAgain_ShowTheOnesLastUsed) {
     }
 }
 
-TEST(ProxyCredentials, LongerThanTheFields_AreSentWholeAndShownCut) {
+TEST(ProxyCredentials, LongerThanTheFieldsAreSentWholeAndShownCut) {
     const std::string user(300, 'u');
     const std::string password(1000, 'p');
     Peer proxy(AnswerInTurn({kAsk}));
@@ -209,7 +209,7 @@ TEST(ProxyCredentials, LongerThanTheFields_AreSentWholeAndShownCut) {
     EXPECT_EQ(asked.password, password.substr(0, WPK_CREDENTIAL_SIZE - 1));
 }
 
-TEST(ProxyCredentials, ReturnedWithoutATerminator_EndWithTheField) {
+TEST(ProxyCredentials, ReturnedWithoutATerminatorEndWithTheField) {
     Peer proxy(AnswerInTurn({kAsk}));
     const Proxied proxied(proxy.port(), nullptr, nullptr);
     const auto request = ToNowhere();
@@ -226,7 +226,7 @@ TEST(ProxyCredentials, ReturnedWithoutATerminator_EndWithTheField) {
     EXPECT_EQ(sent.find_first_not_of('p', colon + 1), std::string::npos);
 }
 
-TEST(ProxyCredentials, WantedByTheServerItself_AreNotAskedFor) {
+TEST(ProxyCredentials, WantedByTheServerItselfAreNotAskedFor) {
     Peer server(AnswerInTurn({kAsk}));
     const Library library = StartFresh();
     Request request(server.port());
@@ -234,7 +234,7 @@ TEST(ProxyCredentials, WantedByTheServerItself_AreNotAskedFor) {
     EXPECT_EQ(request.inbox.All().size(), 1u);
 }
 
-TEST(ProxyCredentials, AskedForWithoutALength_AreAskedForAllTheSame) {
+TEST(ProxyCredentials, AskedForWithoutALengthAreAskedForAllTheSame) {
     Peer proxy(AnswerInTurn({"HTTP/1.0 407 Proxy Authentication Required\r\nProxy-Authenticate: Basic\r\n\r\n"}));
     const Proxied proxied(proxy.port(), nullptr, nullptr);
     const auto request = ToNowhere();
@@ -244,7 +244,7 @@ TEST(ProxyCredentials, AskedForWithoutALength_AreAskedForAllTheSame) {
     EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
-TEST(ProxyCredentials, AskedForWithALargePage_BringNoProgressAndNoFile) {
+TEST(ProxyCredentials, AskedForWithALargePageBringNoProgressAndNoFile) {
     Peer proxy(AnswerInTurn({RawReply("HTTP/1.0 407 Login", {"Content-Length: 50000"}, Pattern(50000))}));
     const Proxied proxied(proxy.port(), nullptr, nullptr);
     const auto request = ToNowhere();
@@ -255,7 +255,7 @@ TEST(ProxyCredentials, AskedForWithALargePage_BringNoProgressAndNoFile) {
 
 // The callback waits until the cancel has been carried out, then asks for another round: none may come. The final one
 // waits until the proxy has seen the end of the connection.
-TEST(ProxyCredentials, CancelledWhileTheApplicationIsAsked_EndTheRequestAndCloseItsConnectionFirst) {
+TEST(ProxyCredentials, CancelledWhileTheApplicationIsAskedEndTheRequestAndCloseItsConnectionFirst) {
     for (const unsigned int retry : {0u, 1u}) {
         SCOPED_TRACE(retry);
         Signal closed;
@@ -281,7 +281,7 @@ TEST(ProxyCredentials, CancelledWhileTheApplicationIsAsked_EndTheRequestAndClose
     }
 }
 
-TEST(ProxyCredentials, QuestionToAThrowingCallback_EndsOnlyThatRequest) {
+TEST(ProxyCredentials, QuestionToAThrowingCallbackEndsOnlyThatRequest) {
     Peer proxy(AnswerInTurn({kAsk}));
     const Proxied proxied(proxy.port(), nullptr, nullptr);
     const auto request = ToNowhere();
@@ -294,7 +294,7 @@ TEST(ProxyCredentials, QuestionToAThrowingCallback_EndsOnlyThatRequest) {
 }
 
 // Many requests replace the credentials while many others read them: no text is ever a mixture of two.
-TEST(ProxyCredentials, ReplacedByManyAtOnce_AreNeverTorn) {
+TEST(ProxyCredentials, ReplacedByManyAtOnceAreNeverTorn) {
     Peer proxy(
         [](Connection& connection) {
             const std::string request = connection.ReadRequest();

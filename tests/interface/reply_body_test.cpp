@@ -38,7 +38,7 @@ void ExpectOrderlyProgress(Request& request, const std::string& body) {
     EXPECT_EQ(before, body.size());
 }
 
-TEST(ReplyBody, OfEverySizeThatMatters_IsDeliveredWithProgress) {
+TEST(ReplyBody, OfEverySizeThatMattersIsDeliveredWithProgress) {
     for (const size_t size : {1u, 2u, 2047u, 2048u, 2049u, 10239u, 10240u, 10241u, 100000u}) {
         SCOPED_TRACE(size);
         const std::string body = Pattern(size);
@@ -49,7 +49,7 @@ TEST(ReplyBody, OfEverySizeThatMatters_IsDeliveredWithProgress) {
     }
 }
 
-TEST(ReplyBody, OfNoBytes_IsDeliveredAsNullWithoutProgress) {
+TEST(ReplyBody, OfNoBytesIsDeliveredAsNullWithoutProgress) {
     Peer peer(Answer(Ok("")));
     Request request(peer.port());
     RunAndExpectReply(TheLibrary(), request, "");
@@ -57,7 +57,7 @@ TEST(ReplyBody, OfNoBytes_IsDeliveredAsNullWithoutProgress) {
     EXPECT_EQ(request.Final().data, nullptr);
 }
 
-TEST(ReplyBody, OfNoBytes_IsDeliveredWhileThePeerKeepsTheConnection) {
+TEST(ReplyBody, OfNoBytesIsDeliveredWhileThePeerKeepsTheConnection) {
     Signal done;
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
@@ -69,7 +69,7 @@ TEST(ReplyBody, OfNoBytes_IsDeliveredWhileThePeerKeepsTheConnection) {
     done.Set();
 }
 
-TEST(ReplyBody, Of64MiB_IsDeliveredWhole) {
+TEST(ReplyBody, Of64MiBIsDeliveredWhole) {
     const std::string body = Pattern(64u << 20);
     Peer peer(Answer(Ok(body)));
     Request request(peer.port());
@@ -90,13 +90,13 @@ TEST(ReplyBody, Of64MiB_IsDeliveredWhole) {
     EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
-TEST(ReplyBody, FollowedByMoreBytesThanAnnounced_EndsWhereAnnounced) {
+TEST(ReplyBody, FollowedByMoreBytesThanAnnouncedEndsWhereAnnounced) {
     Peer peer(Answer(Ok("exactly this") + " and no more"));
     Request request(peer.port());
     RunAndExpectReply(TheLibrary(), request, "exactly this");
 }
 
-TEST(ReplyPieces, WholeReplyInOneSegment_TakesOneReceive) {
+TEST(ReplyPieces, WholeReplyInOneSegmentTakesOneReceive) {
     ReceiveWatch watch(TheLibrary().module());
     const std::string reply = Ok(Pattern(300));
     Peer peer(Answer(reply));
@@ -106,7 +106,7 @@ TEST(ReplyPieces, WholeReplyInOneSegment_TakesOneReceive) {
     EXPECT_EQ(watch.Calls(), 1u);
 }
 
-TEST(ReplyPieces, SplitAtEveryPosition_GivesTheSameReply) {
+TEST(ReplyPieces, SplitAtEveryPositionGivesTheSameReply) {
     ReceiveWatch watch(TheLibrary().module());
     const std::string reply = Ok("ok");
     size_t split = 0;
@@ -126,7 +126,7 @@ TEST(ReplyPieces, SplitAtEveryPosition_GivesTheSameReply) {
 }
 
 // Every byte is sent when the one before it has been taken.
-TEST(ReplyPieces, ByteByByte_GivesTheSameReplyWithAProgressForEachByteOfTheBody) {
+TEST(ReplyPieces, ByteByByteGivesTheSameReplyWithAProgressForEachByteOfTheBody) {
     ReceiveWatch watch(TheLibrary().module());
     const std::string body = "late, but whole";
     const std::string reply = Ok(body);
@@ -143,7 +143,7 @@ TEST(ReplyPieces, ByteByByte_GivesTheSameReplyWithAProgressForEachByteOfTheBody)
     EXPECT_EQ(request.inbox.All().size(), body.size() + 1);
 }
 
-TEST(ReplyPieces, HugeBodyInOddPieces_IsDeliveredWhole) {
+TEST(ReplyPieces, HugeBodyInOddPiecesIsDeliveredWhole) {
     const std::string body = Pattern(300000);
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
@@ -154,7 +154,7 @@ TEST(ReplyPieces, HugeBodyInOddPieces_IsDeliveredWhole) {
     ExpectOrderlyProgress(request, body);
 }
 
-TEST(ReplyPieces, ReplySentBeforeTheRequestWasRead_IsDelivered) {
+TEST(ReplyPieces, ReplySentBeforeTheRequestWasReadIsDelivered) {
     Peer peer([](Connection& connection) {
         connection.Send(Ok("early"));
         connection.ReadRequest();
@@ -163,7 +163,7 @@ TEST(ReplyPieces, ReplySentBeforeTheRequestWasRead_IsDelivered) {
     RunAndExpectReply(TheLibrary(), request, "early");
 }
 
-TEST(BrokenReply, CutOffAtEveryPosition_EndsWithOneFailure) {
+TEST(BrokenReply, CutOffAtEveryPositionEndsWithOneFailure) {
     const std::string reply = Ok("ok");
     size_t length = 0;
     Peer peer([&](Connection& connection) {
@@ -178,7 +178,7 @@ TEST(BrokenReply, CutOffAtEveryPosition_EndsWithOneFailure) {
     }
 }
 
-TEST(BrokenReply, ResetAfterAnyPart_EndsWithOneFailure) {
+TEST(BrokenReply, ResetAfterAnyPartEndsWithOneFailure) {
     ReceiveWatch watch(TheLibrary().module());
     const std::string reply = Ok(Pattern(20000));
     size_t length = 0;
@@ -198,7 +198,7 @@ TEST(BrokenReply, ResetAfterAnyPart_EndsWithOneFailure) {
     }
 }
 
-TEST(BrokenReply, ResetBeforeTheRequestIsRead_EndsWithOneFailure) {
+TEST(BrokenReply, ResetBeforeTheRequestIsReadEndsWithOneFailure) {
     Peer peer([](Connection& connection) { connection.Reset(); });
     Request small(peer.port());
     RunAndExpectFailure(TheLibrary(), small, WPK_ERROR_EXCHANGE);
@@ -206,7 +206,7 @@ TEST(BrokenReply, ResetBeforeTheRequestIsRead_EndsWithOneFailure) {
     RunAndExpectFailure(TheLibrary(), large, WPK_ERROR_EXCHANGE);
 }
 
-TEST(BrokenReply, ResetInTheMiddleOfALargeMessage_EndsWithOneFailure) {
+TEST(BrokenReply, ResetInTheMiddleOfALargeMessageEndsWithOneFailure) {
     Peer peer([](Connection& connection) {
         connection.ReadBytes(100000);
         connection.Reset();
@@ -215,7 +215,7 @@ TEST(BrokenReply, ResetInTheMiddleOfALargeMessage_EndsWithOneFailure) {
     RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_EXCHANGE);
 }
 
-TEST(BrokenReply, PeerClosesInTheMiddleOfTheBody_LeavesNoFile) {
+TEST(BrokenReply, PeerClosesInTheMiddleOfTheBodyLeavesNoFile) {
     for (const size_t size : {10240u, 10241u, 5000000u}) {
         SCOPED_TRACE(size);
         const std::string body = Pattern(size - 1);
@@ -228,7 +228,7 @@ TEST(BrokenReply, PeerClosesInTheMiddleOfTheBody_LeavesNoFile) {
     }
 }
 
-TEST(HugeReply, AnnouncedBeyond2GiBAndCutOff_FailsCleanlyAndLeavesNoFile) {
+TEST(HugeReply, AnnouncedBeyond2GiBAndCutOffFailsCleanlyAndLeavesNoFile) {
     for (const char* length : {"2147483647", "2147483648", "3000000000", "4294967294", "4294967295", "4294967296",
                                "99999999999999999999", "-1", "-2", "-2147483648"}) {
         SCOPED_TRACE(length);

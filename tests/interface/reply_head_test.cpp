@@ -34,7 +34,7 @@ void ExpectOutcome(const std::string& reply, int error) {
     EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
-TEST(StatusLine, EveryKind_HasItsOutcome) {
+TEST(ReceivedStatusLine, EveryKindHasItsOutcome) {
     const struct {
         const char* line;
         int error;
@@ -81,7 +81,7 @@ TEST(StatusLine, EveryKind_HasItsOutcome) {
     for (const auto& row : kTable) ExpectOutcome(RawReply(row.line, kGoodHeaders, "ok"), row.error);
 }
 
-TEST(StatusLine, Status100_IsFollowedByAnotherStatusLine) {
+TEST(ReceivedStatusLine, Status100IsFollowedByAnotherStatusLine) {
     const std::string rest = RawReply("HTTP/1.0 200 OK", kGoodHeaders, "ok");
     ExpectOutcome("HTTP/1.1 100 Continue\r\n" + rest, kDelivered);
     ExpectOutcome("HTTP/1.1 100 Continue\r\nHTTP/1.1 100 again\r\n" + rest, kDelivered);
@@ -89,17 +89,17 @@ TEST(StatusLine, Status100_IsFollowedByAnotherStatusLine) {
                   WPK_ERROR_BAD_VERSION);
 }
 
-TEST(StatusLine, EmptyLineAfterStatus100_FailsTheHead) {
+TEST(ReceivedStatusLine, EmptyLineAfterStatus100FailsTheHead) {
     ExpectOutcome("HTTP/1.1 100 Continue\r\n\r\n" + RawReply("HTTP/1.0 200 OK", kGoodHeaders, "ok"),
                   WPK_ERROR_EXCHANGE);
 }
 
-TEST(StatusLine, HeaderAfterStatus100_FailsTheHead) {
+TEST(ReceivedStatusLine, HeaderAfterStatus100FailsTheHead) {
     ExpectOutcome("HTTP/1.1 100 Continue\r\nServer: WPK/1.00\r\n" + RawReply("HTTP/1.0 200 OK", kGoodHeaders, "ok"),
                   WPK_ERROR_EXCHANGE);
 }
 
-TEST(Headers, ServerText_MustNameTheProtocol) {
+TEST(Headers, ServerTextMustNameTheProtocol) {
     const struct {
         std::vector<std::string> headers;
         int error;
@@ -121,7 +121,7 @@ TEST(Headers, ServerText_MustNameTheProtocol) {
     for (const auto& row : kTable) ExpectOutcome(RawReply("HTTP/1.0 200 OK", row.headers, "ok"), row.error);
 }
 
-TEST(Headers, ContentLength_IsReadInAnyCaseAndTrimmed) {
+TEST(Headers, ContentLengthIsReadInAnyCaseAndTrimmed) {
     const struct {
         std::vector<std::string> headers;
         int error;
@@ -142,7 +142,7 @@ TEST(Headers, ContentLength_IsReadInAnyCaseAndTrimmed) {
     for (const auto& row : kTable) ExpectOutcome(RawReply("HTTP/1.0 200 OK", row.headers, "ok"), row.error);
 }
 
-TEST(Headers, OtherHeaders_AreIgnored) {
+TEST(Headers, OtherHeadersAreIgnored) {
     ExpectOutcome(RawReply("HTTP/1.0 200 OK",
                            {"Date: Thu, 01 Jan 1998 00:00:00 GMT", ":", ": no name", "X-Colons: a:b:c",
                             "Empty:", "Transfer-Encoding: chunked", "Server: WPK/1.00", "Connection: keep-alive",
@@ -151,7 +151,7 @@ TEST(Headers, OtherHeaders_AreIgnored) {
                   kDelivered);
 }
 
-TEST(Headers, LineWithoutColon_FailsTheHead) {
+TEST(Headers, LineWithoutColonFailsTheHead) {
     ExpectOutcome(RawReply("HTTP/1.0 200 OK", {"Server: WPK/1.00", "no colon here", "Content-Length: 2"}, "ok"),
                   WPK_ERROR_EXCHANGE);
     ExpectOutcome(RawReply("HTTP/1.0 200 OK", {"Server: WPK/1.00", "Content-Length: 2", " "}, "ok"),
@@ -159,18 +159,18 @@ TEST(Headers, LineWithoutColon_FailsTheHead) {
 }
 
 // The outcome of the status line stands when the headers cannot be read.
-TEST(Headers, LineWithoutColonAfterARefusal_KeepsTheRefusal) {
+TEST(Headers, LineWithoutColonAfterARefusalKeepsTheRefusal) {
     ExpectOutcome(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {"no colon here"}), WPK_ERROR_NO_SERVICE);
     ExpectOutcome(RawReply("HTTP/1.0 500 Bad_Version", {"no colon here"}), WPK_ERROR_BAD_VERSION);
 }
 
-TEST(Refusal, WithoutHeadersAndBody_IsUnderstood) {
+TEST(Refusal, WithoutHeadersAndBodyIsUnderstood) {
     ExpectOutcome("HTTP/1.0 500 Bad_Plugin_Name\r\n\r\n", WPK_ERROR_NO_SERVICE);
     ExpectOutcome("HTTP/1.0 500 Bad_Version\r\n\r\n", WPK_ERROR_BAD_VERSION);
     ExpectOutcome("HTTP/1.0 500 Other\r\n\r\n", WPK_ERROR_EXCHANGE);
 }
 
-TEST(Refusal, WithABody_BringsNoProgress) {
+TEST(Refusal, WithABodyBringsNoProgress) {
     const std::string body(500, 'x');
     const std::string length = "Content-Length: 500";
     ExpectOutcome(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {length}, body), WPK_ERROR_NO_SERVICE);
@@ -178,13 +178,13 @@ TEST(Refusal, WithABody_BringsNoProgress) {
     ExpectOutcome(RawReply("HTTP/1.0 404 Not Found", {length}, body), WPK_ERROR_EXCHANGE);
 }
 
-TEST(Refusal, WithABodyThatGoesToAFile_LeavesNoFile) {
+TEST(Refusal, WithABodyThatGoesToAFileLeavesNoFile) {
     const std::string body(20000, 'x');
     ExpectOutcome(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {"Content-Length: 20000"}, body), WPK_ERROR_NO_SERVICE);
     ExpectOutcome(RawReply("HTTP/1.0 200 OK", {"Server: other", "Content-Length: 20000"}, body), WPK_ERROR_BAD_VERSION);
 }
 
-TEST(Lines, OfUpTo2047Bytes_AreRead) {
+TEST(Lines, OfUpTo2047BytesAreRead) {
     const std::string name = "X-Long: ";
     for (const size_t length : {2000u, 2046u, 2047u}) {
         const std::string header = name + std::string(length - name.size(), 'v');
@@ -192,7 +192,7 @@ TEST(Lines, OfUpTo2047Bytes_AreRead) {
     }
 }
 
-TEST(Lines, Of2048BytesOrMore_FailTheHead) {
+TEST(Lines, Of2048BytesOrMoreFailTheHead) {
     const std::string name = "X-Long: ";
     for (const size_t length : {2048u, 2049u, 100000u}) {
         const std::string header = name + std::string(length - name.size(), 'v');
@@ -207,26 +207,26 @@ TEST(Lines, StatusLineHasTheSameLimit) {
     ExpectOutcome(RawReply(start + std::string(2048 - start.size(), 'r'), kGoodHeaders, "ok"), WPK_ERROR_EXCHANGE);
 }
 
-TEST(Lines, CarriageReturnWithoutLineFeed_FailsTheHead) {
+TEST(Lines, CarriageReturnWithoutLineFeedFailsTheHead) {
     ExpectOutcome("HTTP/1.0 200 OK\rServer: WPK/1.00\r\nContent-Length: 2\r\n\r\nok", WPK_ERROR_EXCHANGE);
     ExpectOutcome("HTTP/1.0 200 OK\r\nServer: WPK/1.00\r\rContent-Length: 2\r\n\r\nok", WPK_ERROR_EXCHANGE);
     ExpectOutcome("HTTP/1.0 200 OK\r\nServer: WPK/1.00\r\r\nContent-Length: 2\r\n\r\nok", WPK_ERROR_EXCHANGE);
     ExpectOutcome("HTTP/1.0 200 OK\r\nServer: WPK/1.00\r\nContent-Length: 2\r\n\rok", WPK_ERROR_EXCHANGE);
 }
 
-TEST(Lines, LineFeedAlone_EndsNoLine) {
+TEST(Lines, LineFeedAloneEndsNoLine) {
     ExpectOutcome("HTTP/1.0 200 OK\nServer: WPK/1.00\nContent-Length: 2\n\nok", WPK_ERROR_EXCHANGE);
     // Part of the reason text, and of a value.
     ExpectOutcome("HTTP/1.0 200 OK\nX: y\r\nServer: WPK/1.00\r\nY: a\nb\r\nContent-Length: 2\r\n\r\nok", kDelivered);
 }
 
-TEST(Lines, MoreHeadersThanAnyBuffer_AreRead) {
+TEST(Lines, MoreHeadersThanAnyBufferAreRead) {
     std::vector<std::string> headers(3000, "X-Filler: 0123456789012345678901234567890123456789");
     headers.insert(headers.end(), kGoodHeaders.begin(), kGoodHeaders.end());
     ExpectOutcome(RawReply("HTTP/1.0 200 OK", headers, "ok"), kDelivered);
 }
 
-TEST(WrongPeer, AnswersRubbish_EndsWithOneFailure) {
+TEST(WrongPeer, AnswersRubbishEndsWithOneFailure) {
     ExpectOutcome(std::string(1000, '\0'), WPK_ERROR_EXCHANGE);
     ExpectOutcome(std::string(5000, '\xFF'), WPK_ERROR_EXCHANGE);
     ExpectOutcome("SSH-2.0-OpenSSH_9.2p1\r\n", WPK_ERROR_EXCHANGE);

@@ -65,12 +65,12 @@ Sighting Spool(size_t size, const std::function<void(unsigned int)>& before_repl
     return sighting;
 }
 
-TEST(Spool, ReplyOf10240Bytes_StaysInMemory) {
+TEST(Spool, ReplyOf10240BytesStaysInMemory) {
     EXPECT_TRUE(Spool(kInMemory).names.empty());
 }
 
 // This system reports itself as newer than those whose temporary directory is looked up: the name has no directory.
-TEST(Spool, ReplyOf10241Bytes_GoesThroughAFileNamedAfterTheThread) {
+TEST(Spool, ReplyOf10241BytesGoesThroughAFileNamedAfterTheThread) {
     unsigned int handle = 0;
     const Sighting sighting = Spool(kSpooled, [&](unsigned int its) { handle = its; });
     EXPECT_EQ(sighting.names, std::vector<std::string>{SpoolName(handle)});
@@ -108,7 +108,7 @@ BOOL WINAPI NoteTime(HANDLE file, const FILETIME* created, const FILETIME* acces
     return SetFileTime(file, created, accessed, written);
 }
 
-TEST(Spool, File_IsMadeAsNewSharedWithNobodyFollowsNoLinkAndGetsTheTimeOfItsMaking) {
+TEST(Spool, FileIsMadeAsNewSharedWithNobodyFollowsNoLinkAndGetsTheTimeOfItsMaking) {
     file_calls = FileCalls();
     const ImportPatch make(TheLibrary().module(), "CreateFileA", AddressOf(&NoteFile));
     const ImportPatch time(TheLibrary().module(), "SetFileTime", AddressOf(&NoteTime));
@@ -127,7 +127,7 @@ TEST(Spool, File_IsMadeAsNewSharedWithNobodyFollowsNoLinkAndGetsTheTimeOfItsMaki
     EXPECT_LE(file_calls.written, TicksOf(end));
 }
 
-TEST(Spool, NameThatExists_IsLeftAloneAndTheNextOneIsTaken) {
+TEST(Spool, NameThatExistsIsLeftAloneAndTheNextOneIsTaken) {
     std::string base;
     const Sighting sighting = Spool(kSpooled, [&](unsigned int handle) {
         base = SpoolName(handle);
@@ -140,7 +140,7 @@ TEST(Spool, NameThatExists_IsLeftAloneAndTheNextOneIsTaken) {
     for (const std::string& name : SpoolFiles()) DeleteFileA(name.c_str());
 }
 
-TEST(Spool, NameTakenByAFolder_IsPassedOver) {
+TEST(Spool, NameTakenByAFolderIsPassedOver) {
     std::string base;
     const Sighting sighting = Spool(kSpooled, [&](unsigned int handle) {
         base = SpoolName(handle);
@@ -151,7 +151,7 @@ TEST(Spool, NameTakenByAFolder_IsPassedOver) {
     EXPECT_TRUE(SpoolFiles().empty());
 }
 
-TEST(Spool, LastFallbackName_IsStillTaken) {
+TEST(Spool, LastFallbackNameIsStillTaken) {
     std::string base;
     const Sighting sighting = Spool(kSpooled, [&](unsigned int handle) {
         base = SpoolName(handle);
@@ -164,7 +164,7 @@ TEST(Spool, LastFallbackName_IsStillTaken) {
     for (const std::string& name : SpoolFiles()) DeleteFileA(name.c_str());
 }
 
-TEST(Spool, EveryNameTaken_FailsTheRequestAndTouchesNoFile) {
+TEST(Spool, EveryNameTakenFailsTheRequestAndTouchesNoFile) {
     Signal go;
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
@@ -183,7 +183,7 @@ TEST(Spool, EveryNameTaken_FailsTheRequestAndTouchesNoFile) {
     for (const std::string& name : SpoolFiles()) DeleteFileA(name.c_str());
 }
 
-TEST(Spool, TwoRequestsAtOnce_HaveAFileEach) {
+TEST(Spool, TwoRequestsAtOnceHaveAFileEach) {
     Signal both;
     const std::string body = Pattern(kSpooled);
     Peer peer(
@@ -210,7 +210,7 @@ TEST(Spool, TwoRequestsAtOnce_HaveAFileEach) {
     EXPECT_TRUE(SpoolFiles().empty());
 }
 
-TEST(Spool, CancelledInTheBody_LeavesNoFile) {
+TEST(Spool, CancelledInTheBodyLeavesNoFile) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(50000) + Pattern(20000));
@@ -244,20 +244,20 @@ void ThrowOn(unsigned int reason, size_t size) {
     RunAndExpectReply(TheLibrary(), next, Pattern(size));
 }
 
-TEST(ThrowingCallback, InProgressOfASpooledReply_LeavesNoFile) {
+TEST(ThrowingCallback, InProgressOfASpooledReplyLeavesNoFile) {
     ThrowOn(WPK_REASON_PROGRESS, 200000);
 }
-TEST(ThrowingCallback, InASpooledReply_LeavesNoFile) {
+TEST(ThrowingCallback, InASpooledReplyLeavesNoFile) {
     ThrowOn(WPK_REASON_REPLY, kSpooled);
 }
-TEST(ThrowingCallback, InProgressOfAReplyInMemory_EndsOnlyThatRequest) {
+TEST(ThrowingCallback, InProgressOfAReplyInMemoryEndsOnlyThatRequest) {
     ThrowOn(WPK_REASON_PROGRESS, 100);
 }
-TEST(ThrowingCallback, InAReplyInMemory_EndsOnlyThatRequest) {
+TEST(ThrowingCallback, InAReplyInMemoryEndsOnlyThatRequest) {
     ThrowOn(WPK_REASON_REPLY, 100);
 }
 
-TEST(ThrowingCallback, ThrowsSomethingThatIsNoException_EndsOnlyThatRequest) {
+TEST(ThrowingCallback, ThrowsSomethingThatIsNoExceptionEndsOnlyThatRequest) {
     Peer peer(Answer(Ok("ok")));
     Request request(peer.port());
     request.inbox.inside = [](WPK_CALLBACKSTRUCT&) { throw 42; };

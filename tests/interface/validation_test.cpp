@@ -36,7 +36,7 @@ const Started& WithoutNetwork() {
     return started;
 }
 
-TEST(SendRecord, BuiltByItsConstructorOverForeignBytes_IsZeroExceptForPort80) {
+TEST(SendRecord, BuiltByItsConstructorOverForeignBytesIsZeroExceptForPort80) {
     alignas(WPK_SENDSTRUCT) unsigned char memory[sizeof(WPK_SENDSTRUCT)];
     std::memset(memory, 0xAA, sizeof memory);
     const WPK_SENDSTRUCT& record = *new (memory) WPK_SENDSTRUCT;
@@ -51,17 +51,17 @@ TEST(SendRecord, BuiltByItsConstructorOverForeignBytes_IsZeroExceptForPort80) {
     record.~WPK_SENDSTRUCT();
 }
 
-TEST(Send, OfNull_ReturnsZero) {
+TEST(SendCall, OfNullReturnsZero) {
     EXPECT_EQ(WithNetwork().library.Send(nullptr), 0u);
 }
 
-TEST(Validation, DataLengthWithoutData_IsABadRequest) {
+TEST(Validation, DataLengthWithoutDataIsABadRequest) {
     Request request(DeadPort());
     request.record.lpData = nullptr;
     RunAndExpectFailure(WithNetwork().library, request, WPK_ERROR_BAD_REQUEST);
 }
 
-TEST(Validation, ServerThatIsEmptyOrMissing_IsABadRequestTellingItsOwnCallback) {
+TEST(Validation, ServerThatIsEmptyOrMissingIsABadRequestTellingItsOwnCallback) {
     Request empty(DeadPort());
     empty.Server("");
     RunAndExpectFailure(WithNetwork().library, empty, WPK_ERROR_BAD_REQUEST);
@@ -71,7 +71,7 @@ TEST(Validation, ServerThatIsEmptyOrMissing_IsABadRequestTellingItsOwnCallback) 
     EXPECT_TRUE(WithNetwork().inbox.All().empty());
 }
 
-TEST(Validation, BadRequestWithoutNetwork_IsABadRequest) {
+TEST(Validation, BadRequestWithoutNetworkIsABadRequest) {
     Request data(DeadPort());
     data.record.lpData = nullptr;
     RunAndExpectFailure(WithoutNetwork().library, data, WPK_ERROR_BAD_REQUEST);
@@ -82,7 +82,7 @@ TEST(Validation, BadRequestWithoutNetwork_IsABadRequest) {
     RunAndExpectFailure(WithoutNetwork().library, good, WPK_ERROR_NO_NETWORK);
 }
 
-TEST(DefaultCallback, OfARequestWithoutOne_IsWrittenIntoItsRecord) {
+TEST(DefaultCallback, OfARequestWithoutOneIsWrittenIntoItsRecord) {
     const Started started(WPK_CONNECTION_PERMANENT);
     Peer peer(Answer(Ok("ok")));
     Request request(peer.port());
@@ -103,7 +103,7 @@ TEST(DefaultCallback, OfARequestWithoutOne_IsWrittenIntoItsRecord) {
     EXPECT_TRUE(request.inbox.All().empty());
 }
 
-TEST(DefaultCallback, OfAnUnusableRequest_IsToldAndWrittenToo) {
+TEST(DefaultCallback, OfAnUnusableRequestIsToldAndWrittenToo) {
     const Started started(WPK_CONNECTION_PERMANENT);
     Request request(DeadPort());
     request.Server("");
@@ -116,7 +116,7 @@ TEST(DefaultCallback, OfAnUnusableRequest_IsToldAndWrittenToo) {
     EXPECT_EQ(request.record.lpUserData, &started.inbox);
 }
 
-TEST(OwnCallback, OfARequest_LeavesItsRecordUnchanged) {
+TEST(OwnCallback, OfARequestLeavesItsRecordUnchanged) {
     Peer peer(Answer(Ok("ok")));
     Request request(peer.port());
     request.record.reserved = 77;
@@ -131,7 +131,7 @@ TEST(OwnCallback, OfARequest_LeavesItsRecordUnchanged) {
     EXPECT_EQ(request.record.dwDataLength, 5u);
 }
 
-TEST(Handles, OfTwoRequestsInFlight_Differ) {
+TEST(Handles, OfTwoRequestsInFlightDiffer) {
     Signal go;
     Peer peer(
         [&](Connection& connection) {
@@ -211,7 +211,7 @@ void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int final_reason) {
     EXPECT_EQ(inbox.Finals(), 1u);
 }
 
-TEST(SendRecord, TakenAwayInTheFinalCallback_IsNotMissed) {
+TEST(SendRecord, TakenAwayInTheFinalCallbackIsNotMissed) {
     Peer good(Answer(Ok("ok")));
     ExpectNotLookedAtAfterTheEnd(good, WPK_REASON_REPLY);
     Peer large(Answer(Ok(Pattern(20000))));
@@ -221,7 +221,7 @@ TEST(SendRecord, TakenAwayInTheFinalCallback_IsNotMissed) {
 }
 
 // A callback that sends many, and one that waits for another request's end: its own thread is all it holds up.
-TEST(SendFromACallback, AndWaitingForItsEnd_Works) {
+TEST(SendFromACallback, AndWaitingForItsEndWorks) {
     Peer peer(Answer(Ok("ok")), 2);
     std::vector<std::unique_ptr<Request>> inner;
     Request outer(peer.port());

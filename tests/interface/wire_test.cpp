@@ -25,7 +25,7 @@ void ExpectOnTheWire(Peer& peer, Request& request, const std::string& bytes) {
     EXPECT_EQ(requests[0], bytes);
 }
 
-TEST(WireFormat, MessageOfFiveBytesToEcho_IsFramedByteForByte) {
+TEST(WireFormat, MessageOfFiveBytesToEchoIsFramedByteForByte) {
     Peer peer(Answer(Ok("ok")));
     Request request(peer.port(), "hello");
     const std::string body = std::string("\x11\0\0\0WPK_IsBehindProxy\2\0\0\0NO", 27) +
@@ -42,7 +42,7 @@ TEST(WireFormat, MessageOfFiveBytesToEcho_IsFramedByteForByte) {
                         body);
 }
 
-TEST(WireFormat, EmptyMessage_HasAnEmptyThirdEntry) {
+TEST(WireFormat, EmptyMessageHasAnEmptyThirdEntry) {
     Peer peer(Answer(Ok("ok")));
     Request request(peer.port(), "");
     request.record.lpData = nullptr;
@@ -52,7 +52,7 @@ TEST(WireFormat, EmptyMessage_HasAnEmptyThirdEntry) {
     ExpectOnTheWire(peer, request, expected.Bytes());
 }
 
-TEST(WireFormat, ServiceNameThatIsNull_CountsAsEmpty) {
+TEST(WireFormat, ServiceNameThatIsNullCountsAsEmpty) {
     Peer peer(Answer(Ok("ok")));
     Request request(peer.port());
     request.record.lpszServiceName = nullptr;
@@ -62,7 +62,7 @@ TEST(WireFormat, ServiceNameThatIsNull_CountsAsEmpty) {
     ExpectOnTheWire(peer, request, expected.Bytes());
 }
 
-TEST(WireFormat, MessageOfEveryByteValue_TravelsUnchanged) {
+TEST(WireFormat, MessageOfEveryByteValueTravelsUnchanged) {
     std::string message;
     for (int byte = 0; byte < 256; ++byte) message.push_back(static_cast<char>(byte));
     message += "\r\n\r\n";
@@ -74,7 +74,7 @@ TEST(WireFormat, MessageOfEveryByteValue_TravelsUnchanged) {
     ExpectOnTheWire(peer, request, expected.Bytes());
 }
 
-TEST(WireFormat, MessageLongerThanOneSend_TravelsWhole) {
+TEST(WireFormat, MessageLongerThanOneSendTravelsWhole) {
     // Around the 4096 bytes of one send, and far beyond.
     for (const size_t length : {4095u, 4096u, 4097u, 8192u, 3000000u}) {
         Peer peer(Answer(Ok("ok")));
@@ -88,7 +88,7 @@ TEST(WireFormat, MessageLongerThanOneSend_TravelsWhole) {
     }
 }
 
-TEST(WireFormat, ServerGivenByName_IsResolvedAndWrittenAsGiven) {
+TEST(WireFormat, ServerGivenByNameIsResolvedAndWrittenAsGiven) {
     Peer peer(Answer(Ok("ok")));
     Request request(peer.port());
     request.Server("localhost");
@@ -98,7 +98,7 @@ TEST(WireFormat, ServerGivenByName_IsResolvedAndWrittenAsGiven) {
     ExpectOnTheWire(peer, request, expected.Bytes());
 }
 
-TEST(WireFormat, LongServiceName_TravelsWhole) {
+TEST(WireFormat, LongServiceNameTravelsWhole) {
     Peer peer(Answer(Ok("ok")));
     Request request(peer.port());
     request.Service(std::string(5000, 's') + " with \xE4\r\n in it");
@@ -108,7 +108,7 @@ TEST(WireFormat, LongServiceName_TravelsWhole) {
     ExpectOnTheWire(peer, request, expected.Bytes());
 }
 
-TEST(WireFormat, EveryRequest_TravelsOnAConnectionOfItsOwn) {
+TEST(WireFormat, EveryRequestTravelsOnAConnectionOfItsOwn) {
     Peer peer(Answer(Ok("ok")));
     for (int i = 0; i < 3; ++i) {
         Request request(peer.port());
@@ -190,7 +190,7 @@ TEST(SocketCalls, StartTheInterfaceInVersion1Point1) {
     EXPECT_EQ(version_asked_for, MAKEWORD(1, 1));
 }
 
-TEST(WireFormat, AfterTheReply_TheConnectionIsClosedByTheLibrary) {
+TEST(WireFormat, AfterTheReplyTheConnectionIsClosedByTheLibrary) {
     Signal closed;
     {
         Peer peer([&](Connection& connection) {

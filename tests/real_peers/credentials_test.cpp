@@ -52,15 +52,15 @@ void ExpectTheQuestionAndTheAnswer(unsigned short proxy) {
     }
 }
 
-TEST(Credentials, OfSquid_AreAskedForOnceAndKept) {
+TEST(RealProxyCredentials, OfSquidAreAskedForOnceAndKept) {
     ExpectTheQuestionAndTheAnswer(PortOf("squid"));
 }
 
-TEST(Credentials, OfTinyproxy_AreAskedForOnceAndKept) {
+TEST(RealProxyCredentials, OfTinyproxyAreAskedForOnceAndKept) {
     ExpectTheQuestionAndTheAnswer(PortOf("tinyproxy_password"));
 }
 
-TEST(Credentials, ThatSquidDoesNotKnow_AreAskedForUntilTheyAreRight) {
+TEST(RealProxyCredentials, ThatSquidDoesNotKnowAreAskedForUntilTheyAreRight) {
     const Proxied proxied(PortOf("squid"), "user", "wrong");
     Request request(PortOf("server"));
     AnswerInTurn(request, {"wrong again", "and again", "pass"});
@@ -75,7 +75,7 @@ TEST(Credentials, ThatSquidDoesNotKnow_AreAskedForUntilTheyAreRight) {
     EXPECT_TRUE(QuestionsOf(next).empty());
 }
 
-TEST(Credentials, ThatTheUserGivesUpOn_EndTheRequestAndTheLastOnesAreKept) {
+TEST(RealProxyCredentials, ThatTheUserGivesUpOnEndTheRequestAndTheLastOnesAreKept) {
     const Proxied proxied(PortOf("squid"), nullptr, nullptr);
     Request request(PortOf("server"));
     AnswerInTurn(request, {"wrong"});
@@ -106,16 +106,16 @@ void ExpectLargeRequestsOnlyWithCredentials(unsigned short proxy) {
     RunAndExpectReply(proxied.library, carried, large);
 }
 
-TEST(Credentials, MissingForALargeRequestThroughSquid_CutItOffBeforeTheQuestion) {
+TEST(RealProxyCredentials, MissingForALargeRequestThroughSquidCutItOffBeforeTheQuestion) {
     ExpectLargeRequestsOnlyWithCredentials(PortOf("squid"));
 }
 
-TEST(Credentials, MissingForALargeRequestThroughTinyproxy_CutItOffBeforeTheQuestion) {
+TEST(RealProxyCredentials, MissingForALargeRequestThroughTinyproxyCutItOffBeforeTheQuestion) {
     ExpectLargeRequestsOnlyWithCredentials(PortOf("tinyproxy_password"));
 }
 
 // Tinyproxy answers credentials that it does not know with status 401: that is a server's question, not a proxy's.
-TEST(Credentials, ThatTinyproxyDoesNotKnow_EndTheRequestWithoutAQuestion) {
+TEST(RealProxyCredentials, ThatTinyproxyDoesNotKnowEndTheRequestWithoutAQuestion) {
     const Proxied proxied(PortOf("tinyproxy_password"), "user", "wrong");
     Request request(PortOf("server"));
     AnswerInTurn(request, {"pass"});

@@ -70,32 +70,32 @@ protected:
     };
 };
 
-TEST_F(OddReplies, OrdinaryOne_ComesThrough) {
+TEST_F(OddReplies, OrdinaryOneComesThrough) {
     ExpectEverywhere("hello", "hello");
     ExpectEverywhere("lower case", "hello");
 }
 
 // Tinyproxy and HAProxy pass the chunks on although the client speaks HTTP/1.0; Squid and nginx take them apart, but
 // then do not know the length beforehand.
-TEST_F(OddReplies, ChunkedOne_HasNoLengthAndEndsTheRequest) {
+TEST_F(OddReplies, ChunkedOneHasNoLengthAndEndsTheRequest) {
     ExpectFailureEverywhere("chunked", WPK_ERROR_EXCHANGE);
 }
 
-TEST_F(OddReplies, OneThatEndsWithItsConnection_HasNoLengthAndEndsTheRequest) {
+TEST_F(OddReplies, OneThatEndsWithItsConnectionHasNoLengthAndEndsTheRequest) {
     ExpectFailureEverywhere("until closed", WPK_ERROR_EXCHANGE);
 }
 
-TEST_F(OddReplies, OneOnAConnectionThatStaysOpen_ComesThrough) {
+TEST_F(OddReplies, OneOnAConnectionThatStaysOpenComesThrough) {
     ExpectEverywhere("kept open", "hello");
     release_.Set();
 }
 
-TEST_F(OddReplies, OneThatBreaksOff_EndsTheRequest) {
+TEST_F(OddReplies, OneThatBreaksOffEndsTheRequest) {
     ExpectFailureEverywhere("cut off", WPK_ERROR_EXCHANGE);
 }
 
 // Squid alone takes it away; the library does not take the empty line between an interim head and the next one.
-TEST_F(OddReplies, InterimOneBefore_EndsTheRequestUnlessSquidTakesItAway) {
+TEST_F(OddReplies, InterimOneBeforeEndsTheRequestUnlessSquidTakesItAway) {
     for (const Way& way : ways_) {
         SCOPED_TRACE(way.name);
         Request request(way.port, "interim");
@@ -108,7 +108,7 @@ TEST_F(OddReplies, InterimOneBefore_EndsTheRequestUnlessSquidTakesItAway) {
 }
 
 // The page that tells of it is none of a message server.
-TEST(OddReply, OfSomebodyWhoCannotReachTheServer_EndsTheRequest) {
+TEST(OddReply, OfSomebodyWhoCannotReachTheServerEndsTheRequest) {
     const unsigned short nobody = DeadPort();
     Request through_tinyproxy(nobody);
     RunAndExpectFailure(Proxied(PortOf("tinyproxy"), nullptr, nullptr).library, through_tinyproxy, WPK_ERROR_EXCHANGE);
@@ -123,7 +123,7 @@ TEST(OddReply, OfSomebodyWhoCannotReachTheServer_EndsTheRequest) {
 }
 
 // An ordinary web server answers 200 to everything here: it is no message server, and is told apart by its name.
-TEST(OddReply, OfAnOrdinaryWebServer_IsNotTakenForAMessageServers) {
+TEST(OddReply, OfAnOrdinaryWebServerIsNotTakenForAMessageServers) {
     Request request(PortOf("nginx"));
     RunAndExpectFailure(StartFresh(), request, WPK_ERROR_BAD_VERSION);
 }

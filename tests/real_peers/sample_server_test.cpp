@@ -58,11 +58,11 @@ void ExpectManyAtOnce(const Library& library, unsigned short port) {
     }
 }
 
-TEST(SampleServer, ByItself_AnswersEveryService) {
+TEST(SampleServer, ByItselfAnswersEveryService) {
     ExpectServices(StartFresh(), PortOf("server"));
 }
 
-TEST(SampleServer, BehindTinyproxy_AnswersEveryService) {
+TEST(SampleServer, BehindTinyproxyAnswersEveryService) {
     const Proxied proxied(PortOf("tinyproxy"), nullptr, nullptr);
     ExpectServices(proxied.library, PortOf("server"));
     ExpectManyAtOnce(proxied.library, PortOf("server"));
@@ -70,34 +70,34 @@ TEST(SampleServer, BehindTinyproxy_AnswersEveryService) {
 
 // Squid replaces the reason text of a status by the usual one of its number: the library cannot tell any more what was
 // refused.
-TEST(SampleServer, BehindSquid_AnswersEveryServiceButRefusalsLoseTheirReason) {
+TEST(SampleServer, BehindSquidAnswersEveryServiceButRefusalsLoseTheirReason) {
     const Proxied proxied(PortOf("squid"), "user", "pass");
     ExpectServices(proxied.library, PortOf("server"), WPK_ERROR_EXCHANGE);
     ExpectManyAtOnce(proxied.library, PortOf("server"));
 }
 
 // It collects requests and replies, in files where they are large, before it passes them on.
-TEST(SampleServer, BehindNginxThatBuffers_AnswersEveryService) {
+TEST(SampleServer, BehindNginxThatBuffersAnswersEveryService) {
     const Library library = StartFresh();
     ExpectServices(library, PortOf("nginx_server"));
     ExpectManyAtOnce(library, PortOf("nginx_server"));
 }
 
 // It speaks HTTP/1.1 to the server here.
-TEST(SampleServer, BehindNginxThatPassesOnAtOnce_AnswersEveryService) {
+TEST(SampleServer, BehindNginxThatPassesOnAtOnceAnswersEveryService) {
     const Library library = StartFresh();
     ExpectServices(library, PortOf("nginx_unbuffered"));
     ExpectManyAtOnce(library, PortOf("nginx_unbuffered"));
 }
 
-TEST(SampleServer, BehindHaproxy_AnswersEveryService) {
+TEST(SampleServer, BehindHaproxyAnswersEveryService) {
     const Library library = StartFresh();
     ExpectServices(library, PortOf("haproxy_server"));
     ExpectManyAtOnce(library, PortOf("haproxy_server"));
 }
 
 // Unless it is told to pass the server's on.
-TEST(SampleServer, BehindNginxWithAServerTextOfItsOwn_IsNotTakenForAMessageServer) {
+TEST(SampleServer, BehindNginxWithAServerTextOfItsOwnIsNotTakenForAMessageServer) {
     const Library library = StartFresh();
     Request request(PortOf("nginx_own_name"));
     RunAndExpectFailure(library, request, WPK_ERROR_BAD_VERSION);

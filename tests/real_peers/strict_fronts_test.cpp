@@ -65,20 +65,20 @@ protected:
     const unsigned short port_ = PortOf(GetParam());
 };
 
-TEST_P(StrictFront, OrdinaryMessage_ComesThrough) {
+TEST_P(StrictFront, OrdinaryMessageComesThrough) {
     Request request(port_);
     RunAndExpectReply(library_, request, "hello");
 }
 
 // Status 504.
-TEST_P(StrictFront, ServiceSlowerThanItWaitsFor_EndsTheRequest) {
+TEST_P(StrictFront, ServiceSlowerThanItWaitsForEndsTheRequest) {
     Request request(port_, "20000");
     request.Service("Sleep");
     RunAndExpectFailure(library_, request, WPK_ERROR_EXCHANGE);
 }
 
 // Status 413, while the request is still being sent: the library sends all of it, or finds the connection closed.
-TEST_P(StrictFront, MessageLargerThanItTakes_EndsTheRequest) {
+TEST_P(StrictFront, MessageLargerThanItTakesEndsTheRequest) {
     Request request(port_, Pattern(kTooLarge));
     RunAndExpectFailure(library_, request, WPK_ERROR_EXCHANGE);
 }
@@ -86,14 +86,14 @@ TEST_P(StrictFront, MessageLargerThanItTakes_EndsTheRequest) {
 INSTANTIATE_TEST_SUITE_P(Fronts, StrictFront, testing::Values("nginx_strict", "haproxy_strict"),
                          [](const auto& front) { return std::string(front.param); });
 
-TEST(SlowClient, OfHaproxy_IsToldAndEndsTheRequest) {
+TEST(SlowClient, OfHaproxyIsToldAndEndsTheRequest) {
     SlowLine line(PortOf("haproxy_strict"));
     Request request(line.port());
     RunAndExpectFailure(StartFresh(), request, WPK_ERROR_EXCHANGE);
     EXPECT_EQ(line.Status(), "HTTP/1.1 408 Request Time-out");
 }
 
-TEST(SlowClient, OfNginx_IsLeftWithoutAWordAndEndsTheRequest) {
+TEST(SlowClient, OfNginxIsLeftWithoutAWordAndEndsTheRequest) {
     SlowLine line(PortOf("nginx_strict"));
     Request request(line.port());
     RunAndExpectFailure(StartFresh(), request, WPK_ERROR_EXCHANGE);

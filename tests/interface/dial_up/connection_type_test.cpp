@@ -171,35 +171,35 @@ WPK_SCENARIO(WrappersPassThrough) {
     return 0;
 }
 
-TEST(ConnectionTypes, Never_TellsZeroOnceAndFailsEveryRequest) {
+TEST(ConnectionTypes, NeverTellsZeroOnceAndFailsEveryRequest) {
     EXPECT_EQ(InAProcess("NeverConnected"), 0u);
 }
 
-TEST(ConnectionTypes, Permanent_TellsNothingAndRequestsWork) {
+TEST(ConnectionTypes, PermanentTellsNothingAndRequestsWork) {
     EXPECT_EQ(InAProcess("PermanentNetwork"), 0u);
 }
 
-TEST(ConnectionTypes, Unknown_TellsNothingAndFailsEveryRequest) {
+TEST(ConnectionTypes, UnknownTellsNothingAndFailsEveryRequest) {
     for (const char* type : {"4", "-1", "4294967296"}) EXPECT_EQ(InAProcess("UnknownType", type), 0u) << type;
 }
 
-TEST(ConnectionTypes, AutomaticWithRemoteAccess_Detects) {
+TEST(ConnectionTypes, AutomaticWithRemoteAccessDetects) {
     EXPECT_EQ(InAProcess("AutomaticDetects"), 0u);
 }
 
-TEST(ConnectionTypes, RemoteAccessWithoutFunctions_NeverConnects) {
+TEST(ConnectionTypes, RemoteAccessWithoutFunctionsNeverConnects) {
     for (const char* type : {"1", "3"}) EXPECT_EQ(InAProcess("FunctionsMissing", type), 0u) << type;
 }
 
-TEST(ConnectionTypes, Wrappers_PassArgumentsAndResultsThrough) {
+TEST(ConnectionTypes, WrappersPassArgumentsAndResultsThrough) {
     EXPECT_EQ(InAProcess("WrappersPassThrough"), 0u);
 }
 
-TEST(WithoutRemoteAccess, DialUp_TakesThePathOfNeverConnected) {
+TEST(WithoutRemoteAccess, DialUpTakesThePathOfNeverConnected) {
     EXPECT_EQ(InAProcess("DetectionCannotStart", "1"), 0u);
 }
 
-TEST(WithoutRemoteAccess, Automatic_IsAPermanentNetwork) {
+TEST(WithoutRemoteAccess, AutomaticIsAPermanentNetwork) {
     EXPECT_EQ(InAProcess("AutomaticIsPermanent"), 0u);
 }
 

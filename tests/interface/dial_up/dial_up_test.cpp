@@ -81,7 +81,7 @@ protected:
 };
 Library* DialUp::library_ = nullptr;
 
-TEST_F(DialUp, AfterInit_StateZeroIsToldOnceOnAThreadOfTheLibrary) {
+TEST_F(DialUp, AfterInitStateZeroIsToldOnceOnAThreadOfTheLibrary) {
     const Notification first = Told().All().front();
     EXPECT_EQ(first.reason, static_cast<unsigned int>(WPK_REASON_CONNECTION));
     EXPECT_EQ(first.connected, 0u);
@@ -91,7 +91,7 @@ TEST_F(DialUp, AfterInit_StateZeroIsToldOnceOnAThreadOfTheLibrary) {
     ExpectRequestFails(WPK_ERROR_NO_NETWORK);
 }
 
-TEST_F(DialUp, ModemThatDialsAndHangsUp_IsToldOnceEachAndRequestsFollow) {
+TEST_F(DialUp, ModemThatDialsAndHangsUpIsToldOnceEachAndRequestsFollow) {
     PlayUntilTold({ModemIn(kAuthenticate), ModemIn(kConnected)}, 1);
     EXPECT_EQ(StatesTold(), (States{1}));
     ExpectRequestWorks();
@@ -117,7 +117,7 @@ int WSAAPI SendAndFail(WORD, WSADATA*) {
     return WSASYSNOTREADY;
 }
 
-TEST_F(DialUp, SocketsThatDoNotStart_StillCountAsANetworkFromBeforeTheirStart) {
+TEST_F(DialUp, SocketsThatDoNotStartStillCountAsANetworkFromBeforeTheirStart) {
     starting_library = library_;
     {
         const ImportPatch start(library_->module(), "WSAStartup", AddressOf(&SendAndFail));
@@ -133,7 +133,7 @@ TEST_F(DialUp, SocketsThatDoNotStart_StillCountAsANetworkFromBeforeTheirStart) {
     ASSERT_EQ(WSAStartup(MAKEWORD(1, 1), &sockets), 0);
 }
 
-TEST_F(DialUp, EveryKindOfComingAndGoing_IsToldInItsOrder) {
+TEST_F(DialUp, EveryKindOfComingAndGoingIsToldInItsOrder) {
     std::vector<StandInConnection> ten(9, Device("vpn", kConnected));
     ten.push_back(Device("modem", kConnected));
     std::vector<StandInConnection> eleven = ten;
@@ -148,7 +148,7 @@ TEST_F(DialUp, EveryKindOfComingAndGoing_IsToldInItsOrder) {
     ExpectRequestFails(WPK_ERROR_NO_NETWORK);
 }
 
-TEST_F(DialUp, VpnAndIsdnConnections_AreNeverToldAndPollsAreFiveSecondsApart) {
+TEST_F(DialUp, VpnAndIsdnConnectionsAreNeverToldAndPollsAreFiveSecondsApart) {
     Play({Showing({Device("vpn", kConnected)}), Showing({Device("isdn", kConnected), Device("VPN", kDisconnected)}),
           Nothing()});
     ASSERT_TRUE(WaitForPolls(2));
@@ -162,7 +162,7 @@ TEST_F(DialUp, VpnAndIsdnConnections_AreNeverToldAndPollsAreFiveSecondsApart) {
     }
 }
 
-TEST_F(DialUp, RequestsAcrossAHangUp_EndInsteadOfWaitingForThePeer) {
+TEST_F(DialUp, RequestsAcrossAHangUpEndInsteadOfWaitingForThePeer) {
     Signal ended;
     Peer silent([&](Connection& connection) {
         connection.ReadRequest();
@@ -182,7 +182,7 @@ TEST_F(DialUp, RequestsAcrossAHangUp_EndInsteadOfWaitingForThePeer) {
     EXPECT_TRUE(ended.Wait()) << "its socket was closed";
 }
 
-TEST_F(DialUp, RequestWhoseNetworkWentAndCameBack_EndsAsABrokenExchange) {
+TEST_F(DialUp, RequestWhoseNetworkWentAndCameBackEndsAsABrokenExchange) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(100) + "some");
@@ -202,7 +202,7 @@ TEST_F(DialUp, RequestWhoseNetworkWentAndCameBack_EndsAsABrokenExchange) {
     ExpectRequestWorks();
 }
 
-TEST_F(DialUp, CallbackThatSendsWhenTheNetworkComes_GetsItsReply) {
+TEST_F(DialUp, CallbackThatSendsWhenTheNetworkComesGetsItsReply) {
     Peer peer(Answer(Ok("here")));
     Request request(peer.port());
     Told().inside = [&](WPK_CALLBACKSTRUCT& record) {

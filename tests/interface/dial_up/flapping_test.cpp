@@ -210,12 +210,12 @@ WPK_SCENARIO(Flapping) {
     return answered ? 0 : 9;
 }
 
-TEST(FlappingNetwork, RequestsAcrossEveryChange_AllEndOnceAndTheNextNetworkWorks) {
+TEST(FlappingNetwork, RequestsAcrossEveryChangeAllEndOnceAndTheNextNetworkWorks) {
     Peer peer(&AnswerEverySecond, kSenders + 2);
     EXPECT_EQ(Child("Flapping", std::to_string(peer.port())).Wait(), 0u);
 }
 
-TEST(FlappingNetwork, RequestOfTheOldNetwork_LeavesTheSocketsOfTheNewOneAlone) {
+TEST(FlappingNetwork, RequestOfTheOldNetworkLeavesTheSocketsOfTheNewOneAlone) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(kEndlessLength) + "some");

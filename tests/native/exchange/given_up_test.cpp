@@ -47,7 +47,7 @@ void Serve(NativePeer::Connection& connection) {
     connection.AwaitClose();
 }
 
-class GivenUpTest : public ExchangeTest {
+class GivenUpRequest : public ExchangeTest {
 protected:
     /// Runs a request that is given up at that moment, and expects that nothing of it is open when it is told so.
     int RunGivenUp(const Moment& moment, const std::function<void(Carried&)>& give_up) {
@@ -72,7 +72,7 @@ protected:
     }
 };
 
-TEST_F(GivenUpTest, ACancelledRequestHasClosedItsSocketBeforeItsCallbackIsTold) {
+TEST_F(GivenUpRequest, ACancelledRequestHasClosedItsSocketBeforeItsCallbackIsTold) {
     for (const Moment& moment : kMoments) {
         SCOPED_TRACE(moment.phase);
         EXPECT_EQ(RunGivenUp(moment, [](Carried& request) { request.Cancel(); }), WPK_ERROR_CANCELLED);
@@ -80,7 +80,7 @@ TEST_F(GivenUpTest, ACancelledRequestHasClosedItsSocketBeforeItsCallbackIsTold) 
     }
 }
 
-TEST_F(GivenUpTest, ARequestThatLosesTheNetworkHasClosedItsSocketBeforeItsCallbackIsTold) {
+TEST_F(GivenUpRequest, ARequestThatLosesTheNetworkHasClosedItsSocketBeforeItsCallbackIsTold) {
     for (const Moment& moment : kMoments) {
         SCOPED_TRACE(moment.phase);
         state.connectionStatus = 1;
@@ -92,7 +92,7 @@ TEST_F(GivenUpTest, ARequestThatLosesTheNetworkHasClosedItsSocketBeforeItsCallba
     }
 }
 
-TEST_F(GivenUpTest, ARequestCancelledBeforeItsConnectTouchesTheNetworkNoMore) {
+TEST_F(GivenUpRequest, ARequestCancelledBeforeItsConnectTouchesTheNetworkNoMore) {
     for (const char* call : {"setsockopt", "gethostbyname"}) {
         const uint64_t connects = Uses("connect");
         EXPECT_EQ(RunGivenUp({"", "Silent", call, 1}, [](Carried& request) { request.Cancel(); }), WPK_ERROR_CANCELLED);
@@ -101,7 +101,7 @@ TEST_F(GivenUpTest, ARequestCancelledBeforeItsConnectTouchesTheNetworkNoMore) {
     EXPECT_EQ(Uses("gethostbyname"), 1u) << "that of the second request alone";
 }
 
-TEST_F(GivenUpTest, ARequestCancelledByItsAnswerToAQuestionMakesNoOtherConnection) {
+TEST_F(GivenUpRequest, ARequestCancelledByItsAnswerToAQuestionMakesNoOtherConnection) {
     const NativePeer proxy([](NativePeer::Connection& connection) {
         connection.ReadRequest();
         connection.Write(ReplyBytes("", "407 Who are you"));
@@ -123,7 +123,7 @@ TEST_F(GivenUpTest, ARequestCancelledByItsAnswerToAQuestionMakesNoOtherConnectio
     }
 }
 
-TEST_F(GivenUpTest, ARequestGivenUpWithARefusalHalfReadHasClosedItsSocketBeforeTheQuestion) {
+TEST_F(GivenUpRequest, ARequestGivenUpWithARefusalHalfReadHasClosedItsSocketBeforeTheQuestion) {
     const NativePeer proxy([](NativePeer::Connection& connection) {
         connection.ReadRequest();
         connection.Write(ReplyBytes(std::string(20000, 'x'), "407 Who are you"));
@@ -142,7 +142,7 @@ TEST_F(GivenUpTest, ARequestGivenUpWithARefusalHalfReadHasClosedItsSocketBeforeT
     EXPECT_TRUE(asked);
 }
 
-TEST_F(GivenUpTest, ACancelIsSeenAtTheEndOfTheWaitInWhichItComes) {
+TEST_F(GivenUpRequest, ACancelIsSeenAtTheEndOfTheWaitInWhichItComes) {
     const NativePeer peer(Serve, NativePeer::Serve::kAtOnce);
     SpeedUp(100);
     for (const char* service : {"Silent", "Begun", "Half"}) {
@@ -155,7 +155,7 @@ TEST_F(GivenUpTest, ACancelIsSeenAtTheEndOfTheWaitInWhichItComes) {
     }
 }
 
-TEST_F(GivenUpTest, ACancelDuringTheWaitForTheConnectionEndsThatWait) {
+TEST_F(GivenUpRequest, ACancelDuringTheWaitForTheConnectionEndsThatWait) {
     SpeedUp(100);
     Carried request(state, /*port=*/1, "Small");
     request.CancelBefore("WaitForSingleObject", 5);
@@ -179,7 +179,7 @@ private:
     NativePeer peer_;
 };
 
-TEST_F(GivenUpTest, LinesWithoutEndAreEndedAtTheNextLook) {
+TEST_F(GivenUpRequest, LinesWithoutEndAreEndedAtTheNextLook) {
     const std::string interim = "HTTP/1.0 100 Continue\r\n";
     const std::string begin = "HTTP/1.0 200 OK\r\n";
     const std::string header = "X-More: and more\r\n";
@@ -200,7 +200,7 @@ TEST_F(GivenUpTest, LinesWithoutEndAreEndedAtTheNextLook) {
     }
 }
 
-TEST_F(GivenUpTest, TriesForASpoolFileAreEndedAtTheNextOne) {
+TEST_F(GivenUpRequest, TriesForASpoolFileAreEndedAtTheNextOne) {
     const Server server;
     FailCall("CreateFileA", 1, Times::kForGood);
     Carried request(state, server.Port(), "Large");

@@ -33,13 +33,13 @@ protected:
     }
 };
 
-class ShutDownTest : public ExchangeTest {
+class ShuttingDown : public ExchangeTest {
 protected:
-    ShutDownTest() { ThreadLib::Init(); }
-    ~ShutDownTest() override { test::ShutDownLayer(); }
+    ShuttingDown() { ThreadLib::Init(); }
+    ~ShuttingDown() override { test::ShutDownLayer(); }
 };
 
-TEST_F(ShutDownTest, SuspendsTheThreadsOfAllRequestsBeforeItEndsTheFirstOne) {
+TEST_F(ShuttingDown, SuspendsTheThreadsOfAllRequestsBeforeItEndsTheFirstOne) {
     const Server server;
     ServiceWithoutJobs service(state);
     ASSERT_NE(service.Start(), 0u);

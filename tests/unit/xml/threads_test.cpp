@@ -17,7 +17,7 @@ using xml_tests::Parse;
 
 namespace {
 
-TEST(Threads, NodesOfOneDocumentMayBeSpreadOverSeveral) {
+TEST(XmlThreads, NodesOfOneDocumentMayBeSpreadOverSeveral) {
     for (int round = 0; round < 20; ++round) {
         auto document = Parse(Message(64));
         std::vector<Document*> parts;
@@ -45,7 +45,7 @@ TEST(Threads, NodesOfOneDocumentMayBeSpreadOverSeveral) {
     }
 }
 
-TEST(Threads, NodesOfADeadDocumentMayBeDeletedOneByOneOnSeveral) {
+TEST(XmlThreads, NodesOfADeadDocumentMayBeDeletedOneByOneOnSeveral) {
     for (int round = 0; round < 20; ++round) {
         auto document = Parse(Message(64));
         const std::vector<Node*> nodes(document->root->children.begin(), document->root->children.end());
@@ -61,14 +61,14 @@ TEST(Threads, NodesOfADeadDocumentMayBeDeletedOneByOneOnSeveral) {
     }
 }
 
-TEST(Threads, ATreeMayBeDeletedOnAnotherThanItWasParsedOn) {
+TEST(XmlThreads, ATreeMayBeDeletedOnAnotherThanItWasParsedOn) {
     for (int i = 0; i < 20; ++i) {
         Document* const document = Parse(Message(10)).release();
         std::thread([document] { delete document; }).join();
     }
 }
 
-TEST(Threads, DifferentDocumentsAreParsedAtTheSameTime) {
+TEST(XmlThreads, DifferentDocumentsAreParsedAtTheSameTime) {
     const std::string text = Message(50);
     std::vector<std::thread> threads;
     std::vector<std::string> written(4);
@@ -97,7 +97,7 @@ std::string EverythingOf(const NodeContainer& container) {
     return all;
 }
 
-TEST(Threads, OneTreeMayBeReadOnSeveralAtTheSameTime) {
+TEST(XmlThreads, OneTreeMayBeReadOnSeveralAtTheSameTime) {
     const auto parsed = Parse(Message(20));
     Document byHand("r");
     NodeContainer::CloneChildren(*parsed->root, *byHand.root);
@@ -116,7 +116,7 @@ TEST(Threads, OneTreeMayBeReadOnSeveralAtTheSameTime) {
     }
 }
 
-TEST(Threads, TheFirstChangesOfNodesParsedTogetherMayComeOnSeveral) {
+TEST(XmlThreads, TheFirstChangesOfNodesParsedTogetherMayComeOnSeveral) {
     for (int round = 0; round < 20; ++round) {
         auto document = Parse(Message(64));
         const NodeList<Node>& children = document->root->children;

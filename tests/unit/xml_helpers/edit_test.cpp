@@ -272,7 +272,7 @@ TEST(Remove, LeavesANodeThatStandsNowhere) {
     EXPECT_EQ(document.root->children.size(), 0U);
 }
 
-TEST(NullNodes, AreNeverWrittenTo) {
+TEST(EditedNullNodes, AreNeverWrittenTo) {
     const auto document = Parse("<a>text</a>");
     Node* const nothing[] = {nullptr,
                              &AdvXMLParser::NullElement(),

@@ -57,31 +57,31 @@ Node* Item(Document& document) {
     return document.root->FindElement("item");
 }
 
-TEST(MemoryRunsOut, WhileTextsAreSet) {
+TEST(HelpersOutOfMemory, WhileTextsAreSet) {
     FailEveryAllocation([](Document& document) { AppendEscaped(Item(document), kLong); });
     FailEveryAllocation([](Document& document) { SetText(Item(document), kLong); });
     FailEveryAllocation([](Document& document) { SetText(FindAttribute(document.root, "n"), kLong); });
     FailEveryAllocation([](Document& document) { SetText(Item(document), 0.1); });
 }
 
-TEST(MemoryRunsOut, WhileAttributesAreSet) {
+TEST(HelpersOutOfMemory, WhileAttributesAreSet) {
     FailEveryAllocation([](Document& document) { SetAttribute(document.root, "n", kLong); });
     FailEveryAllocation([](Document& document) { SetAttribute(document.root, "xml:space", kLong); });
     FailEveryAllocation([](Document& document) { SetAttribute(Item(document), "an-attribute-too-long", kLong); });
 }
 
-TEST(MemoryRunsOut, WhileElementsAreAdded) {
+TEST(HelpersOutOfMemory, WhileElementsAreAdded) {
     FailEveryAllocation([](Document& document) { Add(document.root, "a-name-too-long-for-its-place"); });
     FailEveryAllocation([](Document& document) { Add(document.root, "a-name-too-long-for-its-place", kLong); });
     FailEveryAllocation([](Document& document) { AddCopy(document.root, document.root); });
 }
 
-TEST(MemoryRunsOut, WhileCopying) {
+TEST(HelpersOutOfMemory, WhileCopying) {
     FailEveryAllocation([](Document& document) { Copy(&document); });
     FailEveryAllocation([](Document& document) { Copy(document.root); });
 }
 
-TEST(MemoryRunsOut, WhileReading) {
+TEST(HelpersOutOfMemory, WhileReading) {
     FailEveryAllocation([](Document& document) { TextOr(Item(document), "fallback"); });
     FailEveryAllocation([](Document& document) { AttributeOr(document.root, "n", 0); });
     FailEveryAllocation([](Document& document) {
@@ -90,7 +90,7 @@ TEST(MemoryRunsOut, WhileReading) {
     FailEveryAllocation([](Document& document) { ToString(document); });
 }
 
-TEST(MemoryRunsOut, WhileParsing) {
+TEST(HelpersOutOfMemory, WhileParsing) {
     FailEveryAllocation([](Document&) { Parse(kDocument); });
     FailEveryAllocation([](Document&) { ReferencesToUtf8("<a>&#233; and as much text as does not fit in place</a>"); });
     FailEveryAllocation([](Document&) {
@@ -103,7 +103,7 @@ TEST(MemoryRunsOut, WhileParsing) {
     });
 }
 
-TEST(MemoryRunsOut, WhileLayoutIsRemovedLeavesAWholeDocument) {
+TEST(HelpersOutOfMemory, WhileLayoutIsRemovedLeavesAWholeDocument) {
     const std::string text = "<a> <b> <c/> <d> <e/> </d> </b> a text that is too long for its place</a>";
     for (std::size_t n = 0;; ++n) {
         const std::ptrdiff_t before = LiveBytes();

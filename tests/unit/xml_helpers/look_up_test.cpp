@@ -131,7 +131,7 @@ TEST(AttributeOr, ReadsAValueOrGivesTheFallback) {
     EXPECT_EQ(AttributeOr(nullptr, "n", 7), 7);
 }
 
-TEST(Children, OfANameComeInOrder) {
+TEST(ChildrenTest, OfANameComeInOrder) {
     const auto document = Parse("<r>text<a n='1'/><b/><!--a--><a n='2'><a n='inside'/></a><?a?><A/><a n='3'/></r>");
     EXPECT_EQ(Names(Children(document->root, "a")), "a1 a2 a3 ");
     EXPECT_EQ(Names(Children(document->root, "A")), "A ");
@@ -141,7 +141,7 @@ TEST(Children, OfANameComeInOrder) {
     EXPECT_EQ(Names(Children(document.get())), "r ");
 }
 
-TEST(Children, OfNothingAreNone) {
+TEST(ChildrenTest, OfNothingAreNone) {
     const auto document = Parse("<r>text</r>");
     EXPECT_TRUE(Children(nullptr, "a").empty());
     EXPECT_TRUE(Children(&AdvXMLParser::NullElement()).empty());
@@ -149,7 +149,7 @@ TEST(Children, OfNothingAreNone) {
     EXPECT_TRUE(Children(document->root->children[0]).empty());
 }
 
-TEST(Children, KeepTheirNameWhenItWasATemporary) {
+TEST(ChildrenTest, KeepTheirNameWhenItWasATemporary) {
     const auto document = Parse("<r><a-name-too-long-for-any-small-buffer-1/></r>");
     std::string names;
     for (const Element* child : Children(document->root, std::string("a-name-too-long-for-any-small-") + "buffer-1")) {
@@ -158,7 +158,7 @@ TEST(Children, KeepTheirNameWhenItWasATemporary) {
     EXPECT_EQ(names, "a-name-too-long-for-any-small-buffer-1");
 }
 
-TEST(Children, MayBeRemovedOneByOneWhileTheLoopRuns) {
+TEST(ChildrenTest, MayBeRemovedOneByOneWhileTheLoopRuns) {
     const auto document = Parse("<r><a n='1'/><a n='2'/>text<b/><a n='3'/><a n='4'/></r>");
     for (Element* child : Children(document->root, "a")) {
         if (AttributeOr(child, "n", 0) == 3) continue;
@@ -167,7 +167,7 @@ TEST(Children, MayBeRemovedOneByOneWhileTheLoopRuns) {
     EXPECT_EQ(Names(Children(document->root)), "b a3 ");
 }
 
-TEST(Children, AppendedWhileTheLoopRunsComeToo) {
+TEST(ChildrenTest, AppendedWhileTheLoopRunsComeToo) {
     const auto document = Parse("<r><a/></r>");
     int seen = 0;
     for (Element* child : Children(document->root, "a")) {
@@ -176,7 +176,7 @@ TEST(Children, AppendedWhileTheLoopRunsComeToo) {
     EXPECT_EQ(seen, 100);
 }
 
-TEST(Children, IteratorsStepAsTheStandardOnesDo) {
+TEST(ChildrenTest, IteratorsStepAsTheStandardOnesDo) {
     const auto document = Parse("<r><a n='1'/><a n='2'/></r>");
     const ChildRange children = Children(document->root, "a");
     auto child = children.begin();
