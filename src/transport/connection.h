@@ -11,7 +11,7 @@
 #include "threadlib/semaphore.h"
 #include "transport/sockets_interface.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// The connection record of a request. All operations belong to the thread that carries the request, but for Cancel,
 /// which any thread may call: it only leaves a mark. From then on the socket counts as closed, and the carrying thread
@@ -96,6 +96,6 @@ private:
     SocketsUse use_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

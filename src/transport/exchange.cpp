@@ -6,7 +6,7 @@
 #include "transport/notification.h"
 #include "transport/reply_head.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -137,4 +137,4 @@ uint32_t RunExchange(WPK_SENDSTRUCT* message, Connection* connection, const Sema
     return Exchange(*message, *connection, *cancelSemaphore, state, notifier).Run();
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

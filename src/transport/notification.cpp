@@ -8,7 +8,7 @@
 
 #include "transport/text_buffer.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -94,4 +94,4 @@ void Notifier::Deliver(WPK_CALLBACKSTRUCT& notification) const {
     callback_(&notification);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

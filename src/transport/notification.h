@@ -9,7 +9,7 @@
 #include "transport/settings.h"
 #include "wpk/wpk.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// A callback with its context. Without a callback, nothing is delivered. What the callback throws passes through.
 class Notifier {
@@ -34,6 +34,6 @@ private:
     void* userData_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -9,7 +9,7 @@
 #include "transport/ascii.h"
 #include "transport/request_text.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 // Digits beyond this size change nothing any more: it is past every value told apart below, and far from overflow.
@@ -101,4 +101,4 @@ int JudgeHead(ReplyHead& head) noexcept {
     return 0;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -7,7 +7,7 @@
 #include "threadlib/platform.h"
 #include "threadlib/semaphore.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -119,4 +119,4 @@ bool SocketsUse::Lost() const {
     return begun_ && (IsGone(networkNumber_) || networkNumber_ != networkNumber);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

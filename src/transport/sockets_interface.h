@@ -14,7 +14,7 @@
 
 #include <cstdint>
 
-namespace wpk {
+namespace wpk::core {
 
 /// False when the system could not make the lock of the starts: nothing below keeps threads apart then.
 bool HasSocketsLock();
@@ -45,6 +45,6 @@ private:
     uint32_t networkNumber_ = 0;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

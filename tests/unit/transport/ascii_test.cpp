@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 TEST(CompareIgnoreCase, LettersOfBothCasesAreEqual) {
@@ -63,4 +63,4 @@ TEST(TrimBlanks, TakesSpacesAndTabsFromBothEndsOnly) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

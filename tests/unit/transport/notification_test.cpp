@@ -11,7 +11,7 @@
 
 #include "unit/transport/allocation_fault.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 Credentials CredentialsOf(std::string_view user, std::string_view password) {
@@ -167,4 +167,4 @@ TEST(NotifierTest, AnAnswerThatThereIsNoMemoryForLeavesTheCredentialsAsTheyAre) 
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -11,7 +11,7 @@
 #include "support/lib_thread.h"
 #include "transport/connection.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 bool SocketsStarted() {
@@ -149,4 +149,4 @@ TEST_F(SocketsInterfaceTest, AConnectionCountsAsClosedWhenTheNetworkGoes) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core
