@@ -58,8 +58,8 @@ int WPK_Cancel(unsigned int handle) {
 }
 
 // The system's RasEnumConnectionsA and RasGetConnectStatusA under names of the library's own, with their signatures and
-// results, but without the need for the remote access library at load time. Its module is never freed, so nothing has to
-// be done with it at unload.
+// results, but without the need for the remote access library at load time. Its module is never freed, so nothing has
+// to be done with it at unload.
 
 static RemoteAccessLibrary theRemoteAccess;
 

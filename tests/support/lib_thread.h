@@ -164,7 +164,8 @@ inline std::string NameOf(uint32_t id) {
 
 /// The state of a thread as the layer sees it; kEnded when it is unknown.
 inline core::ThreadState StateOf(uint32_t id) {
-    return WithRecord(id, [](const core::ThreadRecord* thread) { return thread ? thread->state : core::ThreadState::kEnded; });
+    return WithRecord(
+        id, [](const core::ThreadRecord* thread) { return thread ? thread->state : core::ThreadState::kEnded; });
 }
 
 /// Waits until the layer sees the thread in this state. The layer has no event for it, so it is looked at again and

@@ -67,7 +67,8 @@ public:
 
     /// Carries it out; how it has ended: 0 for a reply, or the error.
     int Run() {
-        const uint32_t delivered = core::RunExchange(&message, records_.connection, &records_.cancel->semaphore, state_);
+        const uint32_t delivered =
+            core::RunExchange(&message, records_.connection, &records_.cancel->semaphore, state_);
         EXPECT_EQ(Finals(), 1);
         EXPECT_EQ(delivered, Error() == 0 ? 1u : 0u);
         return Error();
