@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "transport/ascii.h"
+#include "threadlib/ascii.h"
 
 namespace wpk::core {
 

@@ -6,7 +6,7 @@
 #include <limits>
 #include <optional>
 
-#include "transport/ascii.h"
+#include "threadlib/ascii.h"
 #include "transport/request_text.h"
 
 namespace wpk::core {

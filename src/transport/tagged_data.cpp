@@ -8,7 +8,7 @@
 #include <new>
 #include <utility>
 
-#include "transport/ascii.h"
+#include "threadlib/ascii.h"
 
 namespace wpk::core {
 namespace {

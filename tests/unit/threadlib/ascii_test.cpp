@@ -1,6 +1,6 @@
 // Comparison and trimming of protocol text.
 // SPDX-License-Identifier: MIT
-#include "transport/ascii.h"
+#include "threadlib/ascii.h"
 
 #include <gtest/gtest.h>
 

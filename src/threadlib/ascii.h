@@ -1,7 +1,7 @@
-// Comparison and trimming of protocol text: ASCII only, whatever the process's locale.
+// Comparison and trimming of text: ASCII only, whatever the process's locale.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_TRANSPORT_ASCII_H
-#define WPK_TRANSPORT_ASCII_H
+#ifndef WPK_THREADLIB_ASCII_H
+#define WPK_THREADLIB_ASCII_H
 
 #include <algorithm>
 #include <cstddef>
