@@ -93,7 +93,7 @@ private:
 
     std::atomic<bool> cancelled_{false};
     /// From before the socket is made until after it is closed.
-    SocketsUse use_;
+    SocketsGuard use_;
 };
 
 }  // namespace wpk::core
