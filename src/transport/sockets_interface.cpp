@@ -16,8 +16,8 @@ constexpr WORD kSocketsVersion = MAKEWORD(1, 1);
 /// The system may count starts without a lock of its own: two threads at once would lose one.
 const Semaphore startsLock{SemaphoreKind::kLock};
 
-/// The generation of the network: even for one that is there, or was never watched; odd from its going until the next one
-/// comes.
+/// The generation of the network: even for one that is there, or was never watched; odd from its going until the next
+/// one comes.
 std::atomic<uint32_t> networkGeneration{0};
 
 bool IsGone(uint32_t generation) {
@@ -91,7 +91,8 @@ bool StartSockets() {
 }
 
 void CleanUpSockets() {
-    // In this order: a use that begins meanwhile has the old generation or that of a gone network, and is lost either way.
+    // In this order: a use that begins meanwhile has the old generation or that of a gone network, and is lost either
+    // way.
     state += kOneCleanUp;
     CountNetworkGone();
     RunCleanUps();
