@@ -295,6 +295,6 @@ bool ReadDoctype(Cursor& cursor) {
 }
 
 template bool ReadDoctype(FastCursor&);
-template bool ReadDoctype(ExactCursor&);
+template bool ReadDoctype(DiagnosingCursor&);
 
 }  // namespace AdvXMLParser

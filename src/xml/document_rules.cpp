@@ -27,7 +27,7 @@ public:
         document->root = static_cast<Element*>(nodes_.data()[root]);
         Miscellany(document);
         if (cursor_.Read() != 0) cursor_.Fail(kContentAfterRoot);
-        builder_.Fill(document->children, nodes_.data(), nodes_.size());
+        builder_.SetEntries(document->children, nodes_.data(), nodes_.size());
         builder_.Finish();
         return document;
     }
@@ -85,7 +85,7 @@ private:
     WPK_XML_INLINE void StartTag(Cursor& cursor, NodeContainer* parent) {
         const Slice name = cursor.Name();
         if (!name) cursor.Fail(kNoElementName);
-        Element* const element = builder_.Make<Element>(parent, builder_.KeepName(name));
+        Element* const element = builder_.Make<Element>(parent, builder_.StoreName(name));
         nodes_.push_back(element);
         if (!cursor.SkipPlain('>') && !EndStartTag(cursor, element)) return;
         OpenElement& open = open_.Extend();
@@ -119,7 +119,7 @@ private:
         if (!name) return false;
         Slice text;
         if (cursor.SkipPlainValue(text)) {
-            Attribute* const attribute = builder_.Make<Attribute>(element, builder_.KeepName(name));
+            Attribute* const attribute = builder_.Make<Attribute>(element, builder_.StoreName(name));
             nodes_.push_back(attribute);
             AddOnlyText(attribute, text);
         } else {
@@ -133,7 +133,7 @@ private:
     Cursor AddPieces(Cursor cursor, Element* element, std::string_view name) {
         ReadEquals(cursor);
         Attribute* const attribute =
-            builder_.Make<Attribute>(element, builder_.KeepName({name.data(), name.size(), false}));
+            builder_.Make<Attribute>(element, builder_.StoreName({name.data(), name.size(), false}));
         nodes_.push_back(attribute);
         const std::size_t first = nodes_.size();
         if (!ReadValue(cursor, ValueTarget{*this, attribute})) cursor.Fail(kValueNotQuoted);
@@ -227,14 +227,14 @@ private:
     bool AddComment(NodeContainer* parent) {
         Slice text;
         if (!ReadComment(cursor_, text)) return false;
-        nodes_.push_back(builder_.Make<Comment>(parent, builder_.KeepValue(text)));
+        nodes_.push_back(builder_.Make<Comment>(parent, builder_.StoreValue(text)));
         return true;
     }
 
     bool AddCData(NodeContainer* parent) {
         Slice text;
         if (!ReadCData(cursor_, text)) return false;
-        nodes_.push_back(builder_.Make<CData>(parent, builder_.KeepValue(text)));
+        nodes_.push_back(builder_.Make<CData>(parent, builder_.StoreValue(text)));
         return true;
     }
 
@@ -242,22 +242,22 @@ private:
         Slice target;
         Slice data;
         if (!ReadPi(cursor_, target, data)) return false;
-        const PooledBytes name = builder_.KeepName(target);
-        nodes_.push_back(builder_.Make<Pi>(parent, name, builder_.KeepValue(data)));
+        const ArenaBytes name = builder_.StoreName(target);
+        nodes_.push_back(builder_.Make<Pi>(parent, name, builder_.StoreValue(data)));
         return true;
     }
 
     WPK_XML_INLINE void AddText(NodeContainer* parent, const Slice& text) {
-        nodes_.push_back(builder_.Make<Text>(parent, builder_.KeepValue(text)));
+        nodes_.push_back(builder_.Make<Text>(parent, builder_.StoreValue(text)));
     }
 
     WPK_XML_INLINE void AddOnlyText(NodeContainer* parent, const Slice& text) {
-        builder_.FillWithOne<Node>(parent->children, builder_.Make<Text>(parent, builder_.KeepValue(text)));
+        builder_.SetSingleEntry<Node>(parent->children, builder_.Make<Text>(parent, builder_.StoreValue(text)));
     }
 
     void AddReference(NodeContainer* parent, const ReferenceParts& parts) {
         if (parts.name) {
-            nodes_.push_back(builder_.Make<EntityRef>(parent, builder_.KeepName(parts.name), parts.value));
+            nodes_.push_back(builder_.Make<EntityRef>(parent, builder_.StoreName(parts.name), parts.value));
         } else {
             nodes_.push_back(builder_.Make<CharRef>(parent, static_cast<signed char>(parts.value)));
         }
@@ -266,7 +266,7 @@ private:
     /// Moves the nodes from the given one on into a list.
     template <class T>
     void TakeNodes(NodeList<T>& list, std::size_t first) {
-        builder_.Fill(list, nodes_.data() + first, nodes_.size() - first);
+        builder_.SetEntries(list, nodes_.data() + first, nodes_.size() - first);
         nodes_.Shrink(first);
     }
 
@@ -286,6 +286,6 @@ Document* ReadDocument(const Byte* input, std::size_t size) {
 }
 
 template Document* ReadDocument<FastCursor>(const Byte*, std::size_t);
-template Document* ReadDocument<ExactCursor>(const Byte*, std::size_t);
+template Document* ReadDocument<DiagnosingCursor>(const Byte*, std::size_t);
 
 }  // namespace AdvXMLParser

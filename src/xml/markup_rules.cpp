@@ -99,12 +99,12 @@ bool ReadPi(Cursor& cursor, Slice& target, Slice& data) {
 }
 
 template ReferenceParts ReadReference(FastCursor&);
-template ReferenceParts ReadReference(ExactCursor&);
+template ReferenceParts ReadReference(DiagnosingCursor&);
 template bool ReadComment(FastCursor&, Slice&);
-template bool ReadComment(ExactCursor&, Slice&);
+template bool ReadComment(DiagnosingCursor&, Slice&);
 template bool ReadCData(FastCursor&, Slice&);
-template bool ReadCData(ExactCursor&, Slice&);
+template bool ReadCData(DiagnosingCursor&, Slice&);
 template bool ReadPi(FastCursor&, Slice&, Slice&);
-template bool ReadPi(ExactCursor&, Slice&, Slice&);
+template bool ReadPi(DiagnosingCursor&, Slice&, Slice&);
 
 }  // namespace AdvXMLParser

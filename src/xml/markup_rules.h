@@ -3,7 +3,7 @@
 #ifndef WPK_XML_MARKUP_RULES_H
 #define WPK_XML_MARKUP_RULES_H
 
-#include "xml/exact_cursor.h"
+#include "xml/diagnosing_cursor.h"
 #include "xml/fast_cursor.h"
 
 // Like all rules of the grammar they are templates over the cursor and are instantiated for both. A rule that does not

@@ -3,7 +3,7 @@
 #ifndef WPK_XML_PROLOG_RULES_H
 #define WPK_XML_PROLOG_RULES_H
 
-#include "xml/exact_cursor.h"
+#include "xml/diagnosing_cursor.h"
 #include "xml/fast_cursor.h"
 
 // Templates over the cursor like those of markup_rules.h, with the same habits.

@@ -70,6 +70,6 @@ bool ReadXmlDeclaration(Cursor& cursor, XmlDeclaration& declaration) {
 }
 
 template bool ReadXmlDeclaration(FastCursor&, XmlDeclaration&);
-template bool ReadXmlDeclaration(ExactCursor&, XmlDeclaration&);
+template bool ReadXmlDeclaration(DiagnosingCursor&, XmlDeclaration&);
 
 }  // namespace AdvXMLParser
