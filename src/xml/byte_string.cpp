@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "xml/internals.h"
+#include "xml/node_access.h"
 
 namespace AdvXMLParser {
 namespace {
@@ -118,7 +118,7 @@ void ByteString::Swap(ByteString& other) noexcept {
 }
 
 void ByteString::ReportChange() noexcept {
-    Internals::PoolOf(Internals::NodeOf(*this)).NoteChange();
+    NodeAccess::ArenaOf(NodeAccess::NodeOf(*this)).NoteChange();
     near_[kNearSize] = static_cast<char>(Tag() & ~(kParsedName | kParsedValue));
 }
 

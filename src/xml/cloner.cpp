@@ -18,11 +18,11 @@ struct Level {
 /// A container as its Clone begins. Attributes and flags of an element stay behind, as do the fields of a document.
 std::unique_ptr<NodeContainer> CloneShell(const NodeContainer& container, NodeContainer* newParent) {
     std::unique_ptr<NodeContainer> shell;
-    switch (Internals::KindOf(container)) {
-        case Internals::Kind::kAttribute:
+    switch (NodeAccess::KindOf(container)) {
+        case NodeAccess::Kind::kAttribute:
             shell = std::make_unique<Attribute>(newParent, container.name);
             break;
-        case Internals::Kind::kDocument:
+        case NodeAccess::Kind::kDocument:
             shell = std::make_unique<Document>();
             break;
         default:
@@ -47,7 +47,7 @@ NodeContainer* CloneTree(const NodeContainer& container, NodeContainer* newParen
         }
         const Node* const child = level.from->children[level.next++];
         NodeContainer* const to = level.to;
-        if (const NodeContainer* const inner = Internals::AsOwnContainer(child)) {
+        if (const NodeContainer* const inner = NodeAccess::AsOwnContainer(child)) {
             NodeContainer* const shell = CloneShell(*inner, to).release();
             to->AppendChild(shell);
             levels.push_back({inner, shell, 0});

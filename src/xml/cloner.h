@@ -3,7 +3,7 @@
 #ifndef WPK_XML_CLONER_H
 #define WPK_XML_CLONER_H
 
-#include "xml/internals.h"
+#include "xml/node_access.h"
 
 namespace AdvXMLParser {
 

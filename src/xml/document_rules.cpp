@@ -26,8 +26,8 @@ public:
         Elements(document);
         document->root = static_cast<Element*>(nodes_.data()[root]);
         Miscellany(document);
-        if (cursor_.Read() != 0) cursor_.Fail(43);
-        builder_.Fill(document->children, nodes_.data(), nodes_.size());
+        if (cursor_.Read() != 0) cursor_.Fail(kContentAfterRoot);
+        builder_.SetEntries(document->children, nodes_.data(), nodes_.size());
         builder_.Finish();
         return document;
     }
@@ -71,7 +71,7 @@ private:
     /// give one back.
     void Elements(Document* document) {
         Cursor cursor = cursor_;
-        if (!cursor.Expect('<')) cursor.Fail(16);
+        if (!cursor.Expect('<')) cursor.Fail(kNoRootElement);
         NodeContainer* parent = document;
         do {
             StartTag(cursor, parent);
@@ -84,8 +84,8 @@ private:
     /// empty-element tag.
     WPK_XML_INLINE void StartTag(Cursor& cursor, NodeContainer* parent) {
         const Slice name = cursor.Name();
-        if (!name) cursor.Fail(10);
-        Element* const element = builder_.Make<Element>(parent, builder_.KeepName(name));
+        if (!name) cursor.Fail(kNoElementName);
+        Element* const element = builder_.Make<Element>(parent, builder_.StoreName(name));
         nodes_.push_back(element);
         if (!cursor.SkipPlain('>') && !EndStartTag(cursor, element)) return;
         OpenElement& open = open_.Extend();
@@ -100,10 +100,10 @@ private:
         if (cursor.SkipWhitespace()) Attributes(cursor, element);
         const Byte c = cursor.Read();
         if (c == '/') {
-            if (!cursor.Expect('>')) cursor.Fail(11);
+            if (!cursor.Expect('>')) cursor.Fail(kEmptyTagNotClosed);
             return false;
         }
-        if (c != '>') cursor.Fail(12);
+        if (c != '>') cursor.Fail(kTagNotClosed);
         return true;
     }
 
@@ -119,7 +119,7 @@ private:
         if (!name) return false;
         Slice text;
         if (cursor.SkipPlainValue(text)) {
-            Attribute* const attribute = builder_.Make<Attribute>(element, builder_.KeepName(name));
+            Attribute* const attribute = builder_.Make<Attribute>(element, builder_.StoreName(name));
             nodes_.push_back(attribute);
             AddOnlyText(attribute, text);
         } else {
@@ -133,10 +133,10 @@ private:
     Cursor AddPieces(Cursor cursor, Element* element, std::string_view name) {
         ReadEquals(cursor);
         Attribute* const attribute =
-            builder_.Make<Attribute>(element, builder_.KeepName({name.data(), name.size(), false}));
+            builder_.Make<Attribute>(element, builder_.StoreName({name.data(), name.size(), false}));
         nodes_.push_back(attribute);
         const std::size_t first = nodes_.size();
-        if (!ReadValue(cursor, ValueTarget{*this, attribute})) cursor.Fail(4);
+        if (!ReadValue(cursor, ValueTarget{*this, attribute})) cursor.Fail(kValueNotQuoted);
         TakeNodes(attribute->children, first);
         return cursor;
     }
@@ -184,8 +184,8 @@ private:
                 text = cursor.Cut(from, 1);
                 return stop;
             }
-            if (stop != ']') cursor.Fail(stop == 0 ? 1 : 2);
-            if (cursor.Match("]>")) cursor.Fail(15);
+            if (stop != ']') cursor.Fail(stop == 0 ? kUnexpectedEnd : kBadCharacter);
+            if (cursor.Match("]>")) cursor.Fail(kSectionEndInContent);
         }
     }
 
@@ -207,10 +207,10 @@ private:
     static Cursor ReadEndTag(Cursor cursor, std::string_view expected) {
         cursor.Read();
         const Slice name = cursor.Name();
-        if (!name) cursor.Fail(10);
-        if (std::string_view(name) != expected) cursor.Fail(13);
+        if (!name) cursor.Fail(kNoElementName);
+        if (std::string_view(name) != expected) cursor.Fail(kWrongEndTag);
         cursor.SkipWhitespace();
-        if (!cursor.Expect('>')) cursor.Fail(12);
+        if (!cursor.Expect('>')) cursor.Fail(kTagNotClosed);
         return cursor;
     }
 
@@ -227,14 +227,14 @@ private:
     bool AddComment(NodeContainer* parent) {
         Slice text;
         if (!ReadComment(cursor_, text)) return false;
-        nodes_.push_back(builder_.Make<Comment>(parent, builder_.KeepValue(text)));
+        nodes_.push_back(builder_.Make<Comment>(parent, builder_.StoreValue(text)));
         return true;
     }
 
     bool AddCData(NodeContainer* parent) {
         Slice text;
         if (!ReadCData(cursor_, text)) return false;
-        nodes_.push_back(builder_.Make<CData>(parent, builder_.KeepValue(text)));
+        nodes_.push_back(builder_.Make<CData>(parent, builder_.StoreValue(text)));
         return true;
     }
 
@@ -242,22 +242,22 @@ private:
         Slice target;
         Slice data;
         if (!ReadPi(cursor_, target, data)) return false;
-        const PooledBytes name = builder_.KeepName(target);
-        nodes_.push_back(builder_.Make<Pi>(parent, name, builder_.KeepValue(data)));
+        const ArenaBytes name = builder_.StoreName(target);
+        nodes_.push_back(builder_.Make<Pi>(parent, name, builder_.StoreValue(data)));
         return true;
     }
 
     WPK_XML_INLINE void AddText(NodeContainer* parent, const Slice& text) {
-        nodes_.push_back(builder_.Make<Text>(parent, builder_.KeepValue(text)));
+        nodes_.push_back(builder_.Make<Text>(parent, builder_.StoreValue(text)));
     }
 
     WPK_XML_INLINE void AddOnlyText(NodeContainer* parent, const Slice& text) {
-        builder_.FillWithOne<Node>(parent->children, builder_.Make<Text>(parent, builder_.KeepValue(text)));
+        builder_.SetSingleEntry<Node>(parent->children, builder_.Make<Text>(parent, builder_.StoreValue(text)));
     }
 
     void AddReference(NodeContainer* parent, const ReferenceParts& parts) {
         if (parts.name) {
-            nodes_.push_back(builder_.Make<EntityRef>(parent, builder_.KeepName(parts.name), parts.value));
+            nodes_.push_back(builder_.Make<EntityRef>(parent, builder_.StoreName(parts.name), parts.value));
         } else {
             nodes_.push_back(builder_.Make<CharRef>(parent, static_cast<signed char>(parts.value)));
         }
@@ -266,7 +266,7 @@ private:
     /// Moves the nodes from the given one on into a list.
     template <class T>
     void TakeNodes(NodeList<T>& list, std::size_t first) {
-        builder_.Fill(list, nodes_.data() + first, nodes_.size() - first);
+        builder_.SetEntries(list, nodes_.data() + first, nodes_.size() - first);
         nodes_.Shrink(first);
     }
 
@@ -286,6 +286,6 @@ Document* ReadDocument(const Byte* input, std::size_t size) {
 }
 
 template Document* ReadDocument<FastCursor>(const Byte*, std::size_t);
-template Document* ReadDocument<ExactCursor>(const Byte*, std::size_t);
+template Document* ReadDocument<DiagnosingCursor>(const Byte*, std::size_t);
 
 }  // namespace AdvXMLParser

@@ -5,7 +5,7 @@
 
 #include <wpk/xml/nodes.h>
 
-#include "xml/exact_cursor.h"
+#include "xml/diagnosing_cursor.h"
 #include "xml/fast_cursor.h"
 
 namespace AdvXMLParser {

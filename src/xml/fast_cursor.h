@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "wpk/xml/exceptions.h"
 #include "xml/entities.h"
 #include "xml/scan.h"
 
@@ -24,11 +25,12 @@ struct Slice {
 };
 
 /// Thrown by the fast cursor, which knows that something is wrong and not where.
-struct Rejection {};
+struct NotWellFormed {};
 
 /// A cursor that keeps nothing but its place and looks for the end of a run with whole registers. The rules of the
-/// grammar are templates over this one and ExactCursor, which knows line and column: a document that this one rejects
-/// is read again by the other to find out what to throw. Both have the same operations and accept the same documents.
+/// grammar are templates over this one and DiagnosingCursor, which knows line and column: a document that this one
+/// rejects is read again by the other to find out what to throw. Both have the same operations and accept the same
+/// documents.
 class FastCursor {
 public:
     using Place = const Byte*;
@@ -162,7 +164,7 @@ public:
         return {AsChars(from), static_cast<std::size_t>(at_ - from) - less, hasReturns_};
     }
 
-    [[noreturn]] static void Fail(unsigned /*code*/) { throw Rejection{}; }
+    [[noreturn]] static void Fail(ParsingError /*code*/) { throw NotWellFormed{}; }
 
 private:
     static const char* AsChars(const Byte* bytes) noexcept { return reinterpret_cast<const char*>(bytes); }

@@ -3,7 +3,7 @@
 #ifndef WPK_XML_MARKUP_RULES_H
 #define WPK_XML_MARKUP_RULES_H
 
-#include "xml/exact_cursor.h"
+#include "xml/diagnosing_cursor.h"
 #include "xml/fast_cursor.h"
 
 // Like all rules of the grammar they are templates over the cursor and are instantiated for both. A rule that does not
@@ -65,7 +65,7 @@ bool ReadValue(Cursor& cursor, Target&& target) {
             target.AddText(cursor.Cut(from, 1));
             return true;
         }
-        if (stop != '&') cursor.Fail(stop == 0 ? 1 : stop == '<' ? 5 : 2);
+        if (stop != '&') cursor.Fail(stop == 0 ? kUnexpectedEnd : stop == '<' ? kLessThanInValue : kBadCharacter);
         target.AddText(cursor.Cut(from, 1));
         cursor.Unread();
         target.AddReference(ReadReferenceInline(cursor));

@@ -4,7 +4,7 @@
 
 #include <new>
 
-#include "xml/internals.h"
+#include "xml/node_access.h"
 
 namespace AdvXMLParser {
 namespace {
@@ -45,7 +45,7 @@ void FreeEntries(void* entries) noexcept {
 }
 
 void ReportListChange(const void* list, bool isOfAttributes) noexcept {
-    Internals::PoolOf(Internals::NodeOf(list, isOfAttributes)).NoteChange();
+    NodeAccess::ArenaOf(NodeAccess::NodeOf(list, isOfAttributes)).NoteChange();
 }
 
 }  // namespace AdvXMLParser

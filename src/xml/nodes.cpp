@@ -4,7 +4,7 @@
 
 #include "xml/cloner.h"
 #include "xml/entities.h"
-#include "xml/internals.h"
+#include "xml/node_access.h"
 #include "xml/teardown.h"
 #include "xml/text_collector.h"
 #include "xml/writer.h"
@@ -27,7 +27,7 @@ NodeContainer* ParentOrNull(NodeContainer* parent) noexcept {
 Node::Node(NodeContainer* nodeParent, std::string_view nodeName) : Node(Kind::kForeign, nodeParent, nodeName) {}
 
 Node::Node(Kind kind, NodeContainer* nodeParent, std::string_view nodeName)
-    : name(nodeName), parent(ParentOrNull(nodeParent)), seat_(kind) {}
+    : name(nodeName), parent(ParentOrNull(nodeParent)), location_(kind) {}
 
 Node::~Node() = default;
 
@@ -44,7 +44,7 @@ const Node& NodeAt(const void* field, std::ptrdiff_t distance) noexcept {
 
 }  // namespace
 
-const Node& Internals::NodeOf(const ByteString& string) noexcept {
+const Node& NodeAccess::NodeOf(const ByteString& string) noexcept {
     if ((string.Tag() & ByteString::kParsedName) != 0) {
         return NodeAt(&string, Distance(NullElement(), &NullElement().name));
     }
@@ -52,21 +52,21 @@ const Node& Internals::NodeOf(const ByteString& string) noexcept {
     return NodeAt(&string, Distance(NullCData(), &NullCData().text));
 }
 
-const Node& Internals::NodeOf(const void* list, bool isOfAttributes) noexcept {
+const Node& NodeAccess::NodeOf(const void* list, bool isOfAttributes) noexcept {
     const Element& shown = NullElement();
     const void* const field = isOfAttributes ? static_cast<const void*>(&shown.attributes) : &shown.children;
     return NodeAt(list, Distance(shown, field));
 }
 
 Element& Node::AsElement() noexcept {
-    return seat_.kind == Kind::kElement ? static_cast<Element&>(*this) : NullElement();
+    return location_.kind == Kind::kElement ? static_cast<Element&>(*this) : NullElement();
 }
 const Element& Node::AsElement() const noexcept {
     return const_cast<Node*>(this)->AsElement();
 }
 
 NodeContainer& Node::AsContainer() noexcept {
-    NodeContainer* const container = Internals::AsContainer(this);
+    NodeContainer* const container = NodeAccess::AsContainer(this);
     return container != nullptr ? *container : NullElement();
 }
 const NodeContainer& Node::AsContainer() const noexcept {

@@ -10,7 +10,7 @@ namespace {
 Document* ReadFast(const Byte* input, std::size_t size) {
     try {
         return ReadDocument<FastCursor>(input, size);
-    } catch (const Rejection&) {
+    } catch (const NotWellFormed&) {
         return nullptr;
     }
 }
@@ -26,7 +26,7 @@ Document* Parser::Parse(const void* data, int size) const {
     const std::size_t count = isEmpty ? 0 : static_cast<std::size_t>(size);
     if (Document* const document = ReadFast(input, count)) return document;
     // What is wrong is found out by reading once more, slowly.
-    return ReadDocument<ExactCursor>(input, count);
+    return ReadDocument<DiagnosingCursor>(input, count);
 }
 
 }  // namespace AdvXMLParser

@@ -3,7 +3,7 @@
 #ifndef WPK_XML_PROLOG_RULES_H
 #define WPK_XML_PROLOG_RULES_H
 
-#include "xml/exact_cursor.h"
+#include "xml/diagnosing_cursor.h"
 #include "xml/fast_cursor.h"
 
 // Templates over the cursor like those of markup_rules.h, with the same habits.
@@ -30,7 +30,7 @@ void ReadEquals(Cursor& cursor) {
     cursor.SkipWhitespace();
     if (!cursor.Expect('=')) {
         cursor.Restore(before);
-        cursor.Fail(3);
+        cursor.Fail(kNoEquals);
     }
     cursor.SkipWhitespace();
 }

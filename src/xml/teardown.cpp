@@ -9,40 +9,40 @@
 namespace AdvXMLParser {
 namespace {
 
-using Kind = Internals::Kind;
+using Kind = NodeAccess::Kind;
 
 NodeList<Attribute>* AttributesOf(NodeContainer& container) noexcept {
-    const bool has = Internals::KindOf(container) == Kind::kElement;
+    const bool has = NodeAccess::KindOf(container) == Kind::kElement;
     return has ? &static_cast<Element&>(container).attributes : nullptr;
 }
 
-/// Frees what a node in a pool has got from elsewhere since it was parsed.
+/// Frees what a node in an arena has got from elsewhere since it was parsed.
 void FreeHeap(Node& node) noexcept {
-    Internals::FreeHeap(node.name);
-    switch (Internals::KindOf(node)) {
+    NodeAccess::FreeHeap(node.name);
+    switch (NodeAccess::KindOf(node)) {
         case Kind::kElement:
-            Internals::FreeHeap(static_cast<Element&>(node).attributes);
-            Internals::FreeHeap(static_cast<Element&>(node).children);
+            NodeAccess::FreeHeap(static_cast<Element&>(node).attributes);
+            NodeAccess::FreeHeap(static_cast<Element&>(node).children);
             break;
         case Kind::kAttribute:
-            Internals::FreeHeap(static_cast<Attribute&>(node).children);
+            NodeAccess::FreeHeap(static_cast<Attribute&>(node).children);
             break;
         case Kind::kDocument:
-            Internals::FreeHeap(static_cast<Document&>(node).children);
-            Internals::FreeHeap(static_cast<Document&>(node).version);
-            Internals::FreeHeap(static_cast<Document&>(node).encoding);
+            NodeAccess::FreeHeap(static_cast<Document&>(node).children);
+            NodeAccess::FreeHeap(static_cast<Document&>(node).version);
+            NodeAccess::FreeHeap(static_cast<Document&>(node).encoding);
             break;
         case Kind::kText:
-            Internals::FreeHeap(static_cast<Text&>(node).text);
+            NodeAccess::FreeHeap(static_cast<Text&>(node).text);
             break;
         case Kind::kCData:
-            Internals::FreeHeap(static_cast<CData&>(node).text);
+            NodeAccess::FreeHeap(static_cast<CData&>(node).text);
             break;
         case Kind::kComment:
-            Internals::FreeHeap(static_cast<Comment&>(node).text);
+            NodeAccess::FreeHeap(static_cast<Comment&>(node).text);
             break;
         case Kind::kPi:
-            Internals::FreeHeap(static_cast<Pi&>(node).data);
+            NodeAccess::FreeHeap(static_cast<Pi&>(node).data);
             break;
         default:
             break;
@@ -59,19 +59,19 @@ void Teardown::Empty(NodeContainer& container, NodeList<Attribute>* attributes) 
 }
 
 void Teardown::EmptyAll(Node& node) noexcept {
-    NodeContainer* const container = Internals::AsContainer(&node);
+    NodeContainer* const container = NodeAccess::AsContainer(&node);
     if (container != nullptr) Empty(*container, AttributesOf(*container));
 }
 
 WPK_XML_INLINE void Teardown::Drop(Node* node) noexcept {
-    const Pool::Chunk* const chunk = Internals::ChunkOf(*node);
+    const Arena::Chunk* const chunk = NodeAccess::ChunkOf(*node);
     if (chunk == nullptr) return DropHeapNode(node);
     if (chunk != chunk_) ChangeChunk(chunk);
-    ++freeSeats_;
+    ++deletedNodes_;
     // Most nodes are texts and elements, and hardly any has been changed.
-    const Kind kind = Internals::KindOf(*node);
-    if (kind == Kind::kText && !Internals::HasHeapMemory(static_cast<const Text&>(*node))) return;
-    if (kind == Kind::kElement && !Internals::HasHeapMemory(static_cast<const Element&>(*node))) return;
+    const Kind kind = NodeAccess::KindOf(*node);
+    if (kind == Kind::kText && !NodeAccess::HasHeapMemory(static_cast<const Text&>(*node))) return;
+    if (kind == Kind::kElement && !NodeAccess::HasHeapMemory(static_cast<const Element&>(*node))) return;
     FreeHeap(*node);
 }
 
@@ -80,7 +80,7 @@ WPK_XML_INLINE std::size_t Teardown::DropLeaves(const NodeList<Node>& nodes) noe
     Node* const* const begin = nodes.begin();
     Node* const* const end = begin + nodes.size();
     Node* const* at = begin;
-    for (; at != end && Internals::AsContainer(*at) == nullptr; ++at) Drop(*at);
+    for (; at != end && NodeAccess::AsContainer(*at) == nullptr; ++at) Drop(*at);
     return static_cast<std::size_t>(at - begin);
 }
 
@@ -101,7 +101,7 @@ bool Teardown::Advance() noexcept {
     const NodeList<Node>& children = current_->children;
     while (done_ - attributes < children.size()) {
         Node* const child = children[done_++ - attributes];
-        NodeContainer* const container = Internals::AsContainer(child);
+        NodeContainer* const container = NodeAccess::AsContainer(child);
         if (container == nullptr) {
             Drop(child);
         } else if (!DropContainer(container)) {
@@ -158,23 +158,23 @@ void Teardown::GoUp() noexcept {
 
 void Teardown::DropHeapNode(Node* node) noexcept {
     // What a container held is gone already; its destructor must not find it again.
-    if (NodeContainer* const container = Internals::AsContainer(node)) {
+    if (NodeContainer* const container = NodeAccess::AsContainer(node)) {
         container->children.clear();
         if (NodeList<Attribute>* const attributes = AttributesOf(*container)) attributes->clear();
     }
     delete node;
 }
 
-void Teardown::ChangeChunk(const Pool::Chunk* chunk) noexcept {
+void Teardown::ChangeChunk(const Arena::Chunk* chunk) noexcept {
     chunk_ = chunk;
-    if (chunk->pool == pool_) return;
-    LeavePool();
-    pool_ = chunk->pool;
+    if (chunk->arena == arena_) return;
+    LeaveArena();
+    arena_ = chunk->arena;
 }
 
-void Teardown::LeavePool() noexcept {
-    if (freeSeats_ != 0) pool_->LeaveForGood(freeSeats_);
-    freeSeats_ = 0;
+void Teardown::LeaveArena() noexcept {
+    if (deletedNodes_ != 0) arena_->Release(deletedNodes_);
+    deletedNodes_ = 0;
 }
 
 }  // namespace AdvXMLParser

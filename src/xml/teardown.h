@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-#include "xml/internals.h"
+#include "xml/node_access.h"
 
 namespace AdvXMLParser {
 
@@ -24,7 +24,7 @@ public:
 private:
     Teardown(NodeContainer& container, NodeList<Attribute>* attributes) noexcept
         : top_(&container), topAttributes_(attributes), current_(&container), attributes_(attributes) {}
-    ~Teardown() { LeavePool(); }
+    ~Teardown() { LeaveArena(); }
 
     void Run() noexcept;
     bool Advance() noexcept;
@@ -34,8 +34,8 @@ private:
     void GoUp() noexcept;
     void Drop(Node* node) noexcept;
     void DropHeapNode(Node* node) noexcept;
-    void ChangeChunk(const Pool::Chunk* chunk) noexcept;
-    void LeavePool() noexcept;
+    void ChangeChunk(const Arena::Chunk* chunk) noexcept;
+    void LeaveArena() noexcept;
 
     NodeContainer* const top_;
     const NodeList<Attribute>* const topAttributes_;
@@ -45,11 +45,11 @@ private:
     /// How many of the current container's attributes and children have been seen to.
     std::size_t done_ = 0;
 
-    /// The chunk that the last pooled node sat in, and its pool.
-    const Pool::Chunk* chunk_ = nullptr;
-    /// Leaving a pool costs an atomic operation, so the seats that become free one after the other leave together.
-    Pool* pool_ = nullptr;
-    std::size_t freeSeats_ = 0;
+    /// The chunk that the last pooled node sat in, and its arena.
+    const Arena::Chunk* chunk_ = nullptr;
+    /// Leaving an arena costs an atomic operation, so the nodes that become free one after the other leave together.
+    Arena* arena_ = nullptr;
+    std::size_t deletedNodes_ = 0;
 };
 
 }  // namespace AdvXMLParser

@@ -9,10 +9,10 @@
 namespace AdvXMLParser {
 namespace {
 
-using Kind = Internals::Kind;
+using Kind = NodeAccess::Kind;
 
 bool Collapses(const NodeContainer& container) noexcept {
-    switch (Internals::KindOf(container)) {
+    switch (NodeAccess::KindOf(container)) {
         case Kind::kElement:
             return !static_cast<const Element&>(container).preserveSpace;
         case Kind::kDocument:
@@ -34,7 +34,7 @@ std::string TextCollector::Collect(const NodeContainer& container) {
             continue;
         }
         const Node* const child = level.container->children[level.next++];
-        if (const NodeContainer* const inner = Internals::AsOwnContainer(child)) {
+        if (const NodeContainer* const inner = NodeAccess::AsOwnContainer(child)) {
             collector.Enter(*inner);
         } else {
             collector.AddLeaf(*child);
@@ -46,7 +46,7 @@ std::string TextCollector::Collect(const NodeContainer& container) {
 void TextCollector::Enter(const NodeContainer& container) {
     const bool collapses = Collapses(container);
     Level level{&container, 0, result_.size(), collapses, collapses, collapses};
-    if (Internals::KindOf(container) == Kind::kAttribute) level.trimsItself = level.isTrimmed = true;
+    if (NodeAccess::KindOf(container) == Kind::kAttribute) level.trimsItself = level.isTrimmed = true;
     if (!levels_.empty()) {
         const Level& outer = levels_.back();
         if (!level.trimsItself) level.start = outer.start;
@@ -62,7 +62,7 @@ void TextCollector::Leave() {
 }
 
 void TextCollector::AddLeaf(const Node& node) {
-    switch (Internals::ExactKindOf(node)) {
+    switch (NodeAccess::ExactKindOf(node)) {
         case Kind::kText:
             return Add(static_cast<const Text&>(node).text);
         case Kind::kCData:

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "xml/internals.h"
+#include "xml/node_access.h"
 #include "xml/small_stack.h"
 
 namespace AdvXMLParser {

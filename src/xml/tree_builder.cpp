@@ -1,4 +1,4 @@
-// Building the nodes of a parsed document in its pool: the strings that are not simply a block of the input.
+// Building the nodes of a parsed document in its arena: the strings that are not simply a block of the input.
 // SPDX-License-Identifier: MIT
 #include "xml/tree_builder.h"
 
@@ -20,35 +20,35 @@ char* CopyWithoutReturns(const char* data, std::size_t size, char* to) noexcept 
 
 }  // namespace
 
-PooledBytes TreeBuilder::KeepOther(const char* data, std::size_t size, bool hasReturns, Mark mark) {
-    if (!hasReturns) return KeepCopy(data, size, mark);
+ArenaBytes TreeBuilder::StoreOther(const char* data, std::size_t size, bool hasReturns, Mark mark) {
+    if (!hasReturns) return StoreCopy(data, size, mark);
     // Mostly it is the end of a line and an indentation, of which all but the first byte stays.
     if (size > 1 && data[0] == '\r' && data[1] == '\n' && std::memchr(data + 1, '\r', size - 1) == nullptr) {
-        return Keep({data + 1, size - 1, false}, mark);
+        return StoreBytes({data + 1, size - 1, false}, mark);
     }
-    return KeepWithoutReturns(data, size, mark);
+    return StoreWithoutReturns(data, size, mark);
 }
 
-PooledBytes TreeBuilder::KeepWithoutReturns(const char* data, std::size_t size, Mark mark) {
+ArenaBytes TreeBuilder::StoreWithoutReturns(const char* data, std::size_t size, Mark mark) {
     char* const bytes = cutter_.Cut(RoundUp(size + 1), reached_);
     char* const end = CopyWithoutReturns(data, size, bytes);
     *end = '\0';
     const std::size_t left = static_cast<std::size_t>(end - bytes);
-    const bool isNear = left < Internals::kNearSize;
+    const bool isNear = left < NodeAccess::kNearSize;
     cutter_.Trim(isNear ? bytes : bytes + RoundUp(left + 1));
-    return isNear ? KeepCopy(bytes, left, mark) : Internals::Borrowed(bytes, left, mark);
+    return isNear ? StoreCopy(bytes, left, mark) : NodeAccess::Borrowed(bytes, left, mark);
 }
 
-PooledBytes TreeBuilder::KeepCopy(const char* data, std::size_t size, Mark mark) {
-    if (size < Internals::kNearSize) {
-        char block[sizeof(PooledBytes)];
+ArenaBytes TreeBuilder::StoreCopy(const char* data, std::size_t size, Mark mark) {
+    if (size < NodeAccess::kNearSize) {
+        char block[sizeof(ArenaBytes)];
         std::memcpy(block, data, size);
         return MakeNear(block, size, mark);
     }
     char* const bytes = cutter_.Cut(RoundUp(size + 1), reached_);
     std::memcpy(bytes, data, size);
     bytes[size] = '\0';
-    return Internals::Borrowed(bytes, size, mark);
+    return NodeAccess::Borrowed(bytes, size, mark);
 }
 
 }  // namespace AdvXMLParser

@@ -1,4 +1,4 @@
-// Building the nodes of a parsed document in its pool.
+// Building the nodes of a parsed document in its arena.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_TREE_BUILDER_H
 #define WPK_XML_TREE_BUILDER_H
@@ -7,93 +7,98 @@
 #include <utility>
 
 #include "xml/fast_cursor.h"
-#include "xml/internals.h"
-#include "xml/pooled_bytes.h"
+#include "xml/node_access.h"
+#include "xml/arena_bytes.h"
 #include "xml/teardown.h"
 
 namespace AdvXMLParser {
 
-WPK_XML_INLINE Node::Seat::Seat(Kind nodeKind, const PoolSeat& place) noexcept
+WPK_XML_INLINE Node::Location::Location(Kind nodeKind, const ArenaLocation& place) noexcept
     : offset(static_cast<std::uint32_t>(static_cast<std::size_t>(reinterpret_cast<const char*>(this) - place.chunk) /
                                         kUnit)),
       kind(nodeKind) {}
 
-WPK_XML_INLINE Node::Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent,
-                          const PooledBytes& nodeName) noexcept
-    : name(nodeName), parent(nodeParent), seat_(kind, seat) {}
+WPK_XML_INLINE Node::Node(Kind kind, const ArenaLocation& location, NodeContainer* nodeParent,
+                          const ArenaBytes& nodeName) noexcept
+    : name(nodeName), parent(nodeParent), location_(kind, location) {}
 
-WPK_XML_INLINE Element::Element(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& tagName) noexcept
-    : NodeContainer(Kind::kElement, seat, parentNode, tagName) {
-    Internals::MarkAsParsed(children);
-    Internals::MarkAsParsed(attributes);
+WPK_XML_INLINE Element::Element(const ArenaLocation& location, NodeContainer* parentNode,
+                                const ArenaBytes& tagName) noexcept
+    : NodeContainer(Kind::kElement, location, parentNode, tagName) {
+    NodeAccess::MarkAsParsed(children);
+    NodeAccess::MarkAsParsed(attributes);
 }
-WPK_XML_INLINE Attribute::Attribute(const PoolSeat& seat, NodeContainer* parentNode,
-                                    const PooledBytes& attributeName) noexcept
-    : NodeContainer(Kind::kAttribute, seat, parentNode, attributeName) {
-    Internals::MarkAsParsed(children);
+WPK_XML_INLINE Attribute::Attribute(const ArenaLocation& location, NodeContainer* parentNode,
+                                    const ArenaBytes& attributeName) noexcept
+    : NodeContainer(Kind::kAttribute, location, parentNode, attributeName) {
+    NodeAccess::MarkAsParsed(children);
 }
-WPK_XML_INLINE Document::Document(const PoolSeat& seat) noexcept
-    : NodeContainer(Kind::kDocument, seat, &NullElement(), fixed_names::kDocument),
+WPK_XML_INLINE Document::Document(const ArenaLocation& location) noexcept
+    : NodeContainer(Kind::kDocument, location, &NullElement(), fixed_names::kDocument),
       version("1.0"),
       encoding("UTF-8"),
       self(*this) {
-    Internals::MarkAsParsed(children);
+    NodeAccess::MarkAsParsed(children);
 }
-WPK_XML_INLINE Text::Text(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
-    : Node(Kind::kText, seat, parentNode, fixed_names::kText), text(characters) {}
-WPK_XML_INLINE CData::CData(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
-    : Node(Kind::kCData, seat, parentNode, fixed_names::kCData), text(characters) {}
-WPK_XML_INLINE Comment::Comment(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept
-    : Node(Kind::kComment, seat, parentNode, fixed_names::kComment), text(characters) {}
-WPK_XML_INLINE Pi::Pi(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& target,
-                      const PooledBytes& targetData) noexcept
-    : Node(Kind::kPi, seat, parentNode, target), data(targetData) {}
-WPK_XML_INLINE EntityRef::EntityRef(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& entityName,
-                                    char character) noexcept
-    : Reference(Kind::kEntityRef, seat, parentNode, entityName), value(character) {}
-WPK_XML_INLINE CharRef::CharRef(const PoolSeat& seat, NodeContainer* parentNode, signed char character) noexcept
-    : Reference(Kind::kCharRef, seat, parentNode, fixed_names::kNone), value(character) {}
+WPK_XML_INLINE Text::Text(const ArenaLocation& location, NodeContainer* parentNode,
+                          const ArenaBytes& characters) noexcept
+    : Node(Kind::kText, location, parentNode, fixed_names::kText), text(characters) {}
+WPK_XML_INLINE CData::CData(const ArenaLocation& location, NodeContainer* parentNode,
+                            const ArenaBytes& characters) noexcept
+    : Node(Kind::kCData, location, parentNode, fixed_names::kCData), text(characters) {}
+WPK_XML_INLINE Comment::Comment(const ArenaLocation& location, NodeContainer* parentNode,
+                                const ArenaBytes& characters) noexcept
+    : Node(Kind::kComment, location, parentNode, fixed_names::kComment), text(characters) {}
+WPK_XML_INLINE Pi::Pi(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& target,
+                      const ArenaBytes& targetData) noexcept
+    : Node(Kind::kPi, location, parentNode, target), data(targetData) {}
+WPK_XML_INLINE EntityRef::EntityRef(const ArenaLocation& location, NodeContainer* parentNode,
+                                    const ArenaBytes& entityName, char character) noexcept
+    : Reference(Kind::kEntityRef, location, parentNode, entityName), value(character) {}
+WPK_XML_INLINE CharRef::CharRef(const ArenaLocation& location, NodeContainer* parentNode,
+                                signed char character) noexcept
+    : Reference(Kind::kCharRef, location, parentNode, fixed_names::kNone), value(character) {}
 
-/// A node of class T in a pool, for which `delete` does what it does for any other. (When a whole tree goes, Teardown
-/// takes the nodes in pools by itself, without their destructors.)
+/// A node of class T in an arena, for which `delete` does what it does for any other. (When a whole tree goes, Teardown
+/// takes the nodes in arenas by itself, without their destructors.)
 template <class T>
-class Pooled final : public T {
+class ArenaNode final : public T {
 public:
     template <class... Arguments>
-    WPK_XML_INLINE explicit Pooled(const PoolSeat& seat, Arguments&&... arguments) noexcept
-        : T(seat, std::forward<Arguments>(arguments)...) {}
+    WPK_XML_INLINE explicit ArenaNode(const ArenaLocation& location, Arguments&&... arguments) noexcept
+        : T(location, std::forward<Arguments>(arguments)...) {}
 
-    ~Pooled() override {
-        // Whoever is below leaves first, so that this node still has its seat then.
+    ~ArenaNode() override {
+        // Whoever is below leaves first, so that this node still has its location then.
         Teardown::EmptyAll(*this);
-        Pool::BeginToLeave(Internals::PoolOf(*this));
+        Arena::BeginDelete(NodeAccess::ArenaOf(*this));
     }
 
     static void* operator new(std::size_t size) = delete;
     // NOLINTNEXTLINE(misc-new-delete-overloads): what it would match is deleted
-    static void operator delete(void* /*memory*/) noexcept { Pool::EndToLeave(); }
+    static void operator delete(void* /*memory*/) noexcept { Arena::EndDelete(); }
 };
 
-/// The document, the first piece of its pool.
+/// The document, the first piece of its arena.
 template <>
-class Pooled<Document> final : public Document {
+class ArenaNode<Document> final : public Document {
 public:
-    explicit Pooled(const PoolSeat& seat) noexcept : Document(seat) {}
+    explicit ArenaNode(const ArenaLocation& location) noexcept : Document(location) {}
 
-    ~Pooled() override {
-        Pool& pool = Internals::PoolOf(*this);
-        if (pool.IsChanged()) {
+    ~ArenaNode() override {
+        Arena& arena = NodeAccess::ArenaOf(*this);
+        if (arena.IsChanged()) {
             Teardown::EmptyAll(*this);
             return;
         }
-        // Every node is where the parser has put it, and everything that any of them holds is in the pool.
-        pool.Occupy(1);
-        Internals::Forget(children);
+        // Every node is where the parser has put it, and everything that any of them holds is in the arena.
+        arena.SetLiveNodes(1);
+        NodeAccess::Forget(children);
     }
 
     static void* operator new(std::size_t size) = delete;
     // NOLINTNEXTLINE(misc-new-delete-overloads): what it would match is deleted
-    static void operator delete(void* memory) noexcept { Pool::OfFirstPiece(memory)->LeaveForGood(1); }
+    static void operator delete(void* memory) noexcept { Arena::OfFirstPiece(memory)->Release(1); }
 };
 
 /// Makes nodes and strings. Whatever has been made is given back with the builder, unless Finish hands it over.
@@ -101,26 +106,27 @@ class TreeBuilder {
 public:
     explicit TreeBuilder(const char* input, const char* inputEnd) noexcept
         : cutter_(inputEnd),
-          lastRoomy_(static_cast<std::size_t>(inputEnd - input) >= sizeof(ByteString) ? inputEnd - sizeof(ByteString)
-                                                                                      : nullptr),
+          lastOverreadable_(static_cast<std::size_t>(inputEnd - input) >= sizeof(ByteString)
+                                ? inputEnd - sizeof(ByteString)
+                                : nullptr),
           reached_(input) {}
 
     /// Memory runs out by std::bad_alloc, here and below. Every node has to get into a list, but for the document.
     template <class T, class... Arguments>
     WPK_XML_INLINE T* Make(Arguments&&... arguments) {
-        void* const piece = cutter_.Cut(RoundUp(sizeof(Pooled<T>)), reached_);
-        return ::new (piece) Pooled<T>(cutter_.Seat(), std::forward<Arguments>(arguments)...);
+        void* const piece = cutter_.Cut(RoundUp(sizeof(ArenaNode<T>)), reached_);
+        return ::new (piece) ArenaNode<T>(cutter_.Location(), std::forward<Arguments>(arguments)...);
     }
 
     /// The bytes for a string of the node that is made next: its name, or its other one.
     ///@{
-    WPK_XML_INLINE PooledBytes KeepName(const Slice& slice) { return Keep(slice, Mark::kName); }
-    WPK_XML_INLINE PooledBytes KeepValue(const Slice& slice) { return Keep(slice, Mark::kValue); }
+    WPK_XML_INLINE ArenaBytes StoreName(const Slice& slice) { return StoreBytes(slice, Mark::kName); }
+    WPK_XML_INLINE ArenaBytes StoreValue(const Slice& slice) { return StoreBytes(slice, Mark::kValue); }
     ///@}
 
     /// Changes a string of a node that was made here.
     void Set(ByteString& bytes, const Slice& slice) {
-        const PooledBytes kept = Keep(slice, Mark::kNone);
+        const ArenaBytes kept = StoreBytes(slice, Mark::kNone);
         bytes.~ByteString();
         ::new (&bytes) ByteString(kept);
     }
@@ -128,18 +134,18 @@ public:
     /// Fills an empty list.
     ///@{
     template <class T>
-    WPK_XML_INLINE void Fill(NodeList<T>& list, Node* const* nodes, std::size_t count) {
+    WPK_XML_INLINE void SetEntries(NodeList<T>& list, Node* const* nodes, std::size_t count) {
         if (count == 0) return;
-        if (count == 1) return FillWithOne(list, static_cast<T*>(*nodes));
+        if (count == 1) return SetSingleEntry(list, static_cast<T*>(*nodes));
         void* const piece = cutter_.Cut(RoundUp(count * sizeof(T*)), reached_);
         T** const entries = static_cast<T**>(piece);
         for (std::size_t i = 0; i < count; ++i) entries[i] = static_cast<T*>(nodes[i]);
-        Internals::Borrow(list, entries, count);
+        NodeAccess::SetBorrowed(list, entries, count);
         listed_ += count;
     }
     template <class T>
-    WPK_XML_INLINE void FillWithOne(NodeList<T>& list, T* node) noexcept {
-        Internals::HoldOne(list, node);
+    WPK_XML_INLINE void SetSingleEntry(NodeList<T>& list, T* node) noexcept {
+        NodeAccess::SetSingle(list, node);
         ++listed_;
     }
     ///@}
@@ -147,25 +153,26 @@ public:
     void Finish() noexcept { cutter_.Finish(listed_ + 1); }
 
 private:
-    using Mark = Internals::Mark;
+    using Mark = NodeAccess::Mark;
 
     static constexpr std::size_t RoundUp(std::size_t size) noexcept {
-        return (size + Pool::kUnit - 1) / Pool::kUnit * Pool::kUnit;
+        return (size + Arena::kUnit - 1) / Arena::kUnit * Arena::kUnit;
     }
 
-    WPK_XML_INLINE PooledBytes Keep(const Slice& slice, Mark mark) {
+    WPK_XML_INLINE ArenaBytes StoreBytes(const Slice& slice, Mark mark) {
         reached_ = slice.data;
-        const bool isSimple = slice.size < Internals::kNearSize && !slice.hasReturns && slice.data <= lastRoomy_;
+        const bool isSimple =
+            slice.size < NodeAccess::kNearSize && !slice.hasReturns && slice.data <= lastOverreadable_;
         return isSimple ? MakeNear(slice.data, slice.size, mark)
-                        : KeepOther(slice.data, slice.size, slice.hasReturns, mark);
+                        : StoreOther(slice.data, slice.size, slice.hasReturns, mark);
     }
-    PooledBytes KeepOther(const char* data, std::size_t size, bool hasReturns, Mark mark);
-    PooledBytes KeepWithoutReturns(const char* data, std::size_t size, Mark mark);
-    PooledBytes KeepCopy(const char* data, std::size_t size, Mark mark);
+    ArenaBytes StoreOther(const char* data, std::size_t size, bool hasReturns, Mark mark);
+    ArenaBytes StoreWithoutReturns(const char* data, std::size_t size, Mark mark);
+    ArenaBytes StoreCopy(const char* data, std::size_t size, Mark mark);
 
-    PoolCutter cutter_;
+    BumpAllocator cutter_;
     /// The last place in the input from which a block can be read.
-    const char* const lastRoomy_;
+    const char* const lastOverreadable_;
     /// How far the input has been used: where the last string came from.
     const char* reached_;
     /// How many nodes are in lists.

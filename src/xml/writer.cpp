@@ -13,7 +13,7 @@ using namespace std::string_view_literals;
 void Writer::Write(const Node& node, WriteContext& context) {
     if (context.output == nullptr) return;
     Writer writer(context);
-    writer.WriteOwn(node, Internals::KindOf(node));
+    writer.WriteOwn(node, NodeAccess::KindOf(node));
     writer.Run();
 }
 
@@ -72,7 +72,7 @@ void Writer::WriteChildren(Level& level) {
     const NodeList<Node>& children = level.container->children;
     while (level.next < children.size()) {
         const Node& child = *children[level.next++];
-        switch (Internals::ExactKindOf(child)) {
+        switch (NodeAccess::ExactKindOf(child)) {
             case Kind::kText:
                 WriteText(static_cast<const Text&>(child).text);
                 break;
@@ -93,13 +93,13 @@ void Writer::WriteChildren(Level& level) {
 const ByteString* Writer::OnlyText(const NodeContainer& container) noexcept {
     if (container.children.size() != 1) return nullptr;
     const Node& child = *container.children[0];
-    return Internals::ExactKindOf(child) == Kind::kText ? &static_cast<const Text&>(child).text : nullptr;
+    return NodeAccess::ExactKindOf(child) == Kind::kText ? &static_cast<const Text&>(child).text : nullptr;
 }
 
 /// Writes an attribute if it is nothing but a text, without coming back to it.
 bool Writer::WriteSimple(const Attribute& attribute) {
     const ByteString* const text = OnlyText(attribute);
-    if (text == nullptr || Internals::ExactKindOf(attribute) != Kind::kAttribute) return false;
+    if (text == nullptr || NodeAccess::ExactKindOf(attribute) != Kind::kAttribute) return false;
     out_.Put("", attribute.name, "=\"");
     WriteText(*text);
     out_.Put('"');
@@ -124,7 +124,7 @@ void Writer::Leave() {
     const Part part = levels_.back().part;
     levels_.pop_back();
     if (part == Part::kChildrenAlone) return;
-    switch (Internals::KindOf(container)) {
+    switch (NodeAccess::KindOf(container)) {
         case Kind::kElement:
             EndLevel();
             atLineStart_ = false;
@@ -137,7 +137,7 @@ void Writer::Leave() {
 }
 
 void Writer::WriteNode(const Node& node) {
-    WriteOwn(node, Internals::ExactKindOf(node));
+    WriteOwn(node, NodeAccess::ExactKindOf(node));
 }
 
 /// Writes a node as one of that kind, which is what it is made of.

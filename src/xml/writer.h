@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-#include "xml/internals.h"
+#include "xml/node_access.h"
 #include "xml/output_buffer.h"
 #include "xml/small_stack.h"
 
@@ -23,7 +23,7 @@ public:
     Writer& operator=(const Writer&) = delete;
 
 private:
-    using Kind = Internals::Kind;
+    using Kind = NodeAccess::Kind;
 
     /// Which part of a container is being written.
     enum class Part : std::uint8_t { kAttributes, kChildren, kChildrenAlone };

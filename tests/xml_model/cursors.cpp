@@ -8,7 +8,7 @@
 
 #include "wpk/xml.h"
 #include "xml/document_rules.h"
-#include "xml/exact_cursor.h"
+#include "xml/diagnosing_cursor.h"
 #include "xml/fast_cursor.h"
 #include "xml_model/library_tree.h"
 
@@ -56,8 +56,8 @@ std::string Describe(const AdvXMLParser::Document& document) {
 }  // namespace
 
 std::string CursorDisagreement(std::string_view input) {
-    const Tree fast = Read<AdvXMLParser::FastCursor, AdvXMLParser::Rejection>(input);
-    const Tree exact = Read<AdvXMLParser::ExactCursor, AdvXMLParser::ParsingException>(input);
+    const Tree fast = Read<AdvXMLParser::FastCursor, AdvXMLParser::NotWellFormed>(input);
+    const Tree exact = Read<AdvXMLParser::DiagnosingCursor, AdvXMLParser::ParsingException>(input);
     std::string difference;
     if ((fast == nullptr) != (exact == nullptr)) {
         difference = fast == nullptr ? "refused by the fast cursor alone" : "refused by the exact cursor alone";

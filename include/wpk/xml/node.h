@@ -24,8 +24,8 @@ class Node;
 class NodeContainer;
 class Pi;
 class Text;
-struct Internals;
-struct PoolSeat;
+struct NodeAccess;
+struct ArenaLocation;
 
 /// What IsType is asked for. Other values match no node.
 enum NodeType {
@@ -144,10 +144,11 @@ protected:
         kEntityRef,
         kCharRef
     };
-    /// For the library's own classes; with a PoolSeat, for the parser.
+    /// For the library's own classes; with a ArenaLocation, for the parser.
     ///@{
     Node(Kind kind, NodeContainer* nodeParent, std::string_view nodeName);
-    inline Node(Kind kind, const PoolSeat& seat, NodeContainer* nodeParent, const PooledBytes& nodeName) noexcept;
+    inline Node(Kind kind, const ArenaLocation& location, NodeContainer* nodeParent,
+                const ArenaBytes& nodeName) noexcept;
     ///@}
 
 public:
@@ -158,20 +159,20 @@ public:
     NodeContainer* parent;
 
 private:
-    friend struct Internals;
+    friend struct NodeAccess;
 
     /// What kind of node it is, and how far into its chunk of a parsed document's memory it sits; 0 for a node that
     /// sits elsewhere.
-    struct Seat {
-        explicit Seat(Kind nodeKind) noexcept : offset(0), kind(nodeKind) {}
-        inline Seat(Kind nodeKind, const PoolSeat& place) noexcept;
+    struct Location {
+        explicit Location(Kind nodeKind) noexcept : offset(0), kind(nodeKind) {}
+        inline Location(Kind nodeKind, const ArenaLocation& place) noexcept;
         const char* Chunk() const noexcept { return reinterpret_cast<const char*>(this) - std::size_t{offset} * kUnit; }
 
         static constexpr std::size_t kUnit = 4;
         std::uint32_t offset;
         Kind kind;
     };
-    const Seat seat_;
+    const Location location_;
 };
 
 /// A node that has children and owns them.

@@ -14,7 +14,7 @@
 namespace AdvXMLParser {
 
 class Attribute;
-struct Internals;
+struct NodeAccess;
 
 /// The memory of lists with more than one entry. Not for applications. ForgetFirst gives the entries after the first;
 /// ReportListChange tells the memory of a parsed document that one of its lists may be about to change.
@@ -147,7 +147,7 @@ public:
     }
 
 private:
-    friend struct Internals;
+    friend struct NodeAccess;
     friend class Teardown;
 
     /// Enough for what 2 GiB of text can hold.

@@ -27,7 +27,7 @@ public:
 
 protected:
     /// For the parser.
-    inline Element(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& tagName) noexcept;
+    inline Element(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& tagName) noexcept;
 
 public:
     /// In document order; the same name may occur more than once. Owned.
@@ -52,7 +52,8 @@ public:
 
 protected:
     /// For the parser.
-    inline Attribute(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& attributeName) noexcept;
+    inline Attribute(const ArenaLocation& location, NodeContainer* parentNode,
+                     const ArenaBytes& attributeName) noexcept;
 };
 
 /// A whole document. A Clone has copies of the children, but the fields below as a new document has them.
@@ -72,7 +73,7 @@ public:
 
 protected:
     /// For the parser.
-    inline explicit Document(const PoolSeat& seat) noexcept;
+    inline explicit Document(const ArenaLocation& location) noexcept;
 
 public:
     /// What the XML declaration says; the library does not act on any of it. `standalone` is never written.
@@ -101,7 +102,7 @@ public:
 
 protected:
     /// For the parser.
-    inline Text(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
+    inline Text(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& characters) noexcept;
 
 public:
     /// The characters, as they are in the document.
@@ -122,7 +123,7 @@ public:
 
 protected:
     /// For the parser.
-    inline CData(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
+    inline CData(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& characters) noexcept;
 
 public:
     /// What stands between "<![CDATA[" and "]]>".
@@ -143,7 +144,7 @@ public:
 
 protected:
     /// For the parser.
-    inline Comment(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& characters) noexcept;
+    inline Comment(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& characters) noexcept;
 
 public:
     /// What stands between the two hyphens at either end.
@@ -164,8 +165,8 @@ public:
 
 protected:
     /// For the parser.
-    inline Pi(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& target,
-              const PooledBytes& targetData) noexcept;
+    inline Pi(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& target,
+              const ArenaBytes& targetData) noexcept;
 
 public:
     /// What follows the target.
@@ -197,7 +198,7 @@ public:
 
 protected:
     /// For the parser.
-    inline EntityRef(const PoolSeat& seat, NodeContainer* parentNode, const PooledBytes& entityName,
+    inline EntityRef(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& entityName,
                      char character) noexcept;
 
 public:
@@ -219,7 +220,7 @@ public:
 
 protected:
     /// For the parser.
-    inline CharRef(const PoolSeat& seat, NodeContainer* parentNode, signed char character) noexcept;
+    inline CharRef(const ArenaLocation& location, NodeContainer* parentNode, signed char character) noexcept;
 
 public:
     /// The character: the low eight bits of the number.

@@ -43,7 +43,7 @@ Options To(const Server& server) {
 /// The front desk stays for good, and with a modem to watch, its service's and the Peeker.
 void ExpectNothingLeft(int64_t lasting_threads = 1) {
     host::AwaitThreadsLeft(lasting_threads);
-    detail::ParcelsDone::All().Collect();
+    detail::RetiredSends::All().Collect();
     host::ExpectNothingOpen();
 }
 

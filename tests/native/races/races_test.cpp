@@ -18,6 +18,8 @@
 #include "transport/sockets_interface.h"
 
 namespace wpk::host {
+
+using namespace core;
 namespace {
 
 WPK_INITSTRUCT PermanentNetwork() {

@@ -13,6 +13,11 @@
 #include "fake_platform/control.h"
 #include "ras.h"
 
+// What the DLL exports beside its interface.
+extern "C" DWORD WINAPI WRAPPER_RasEnumConnections(wpk::core::RasConnection* connections, DWORD* bufferSize,
+                                                   DWORD* count);
+extern "C" DWORD WINAPI WRAPPER_RasGetConnectStatus(void* connection, wpk::core::RasConnectionStatus* status);
+
 namespace wpk::host {
 
 namespace {

@@ -12,7 +12,7 @@
 #include "support/lib_thread.h"
 #include "unit/env/fake_modules.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using Trace = std::vector<std::string>;
@@ -110,4 +110,4 @@ TEST_F(RemoteAccessWrappers, TheProbeFreesTheLibraryAtOnce) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

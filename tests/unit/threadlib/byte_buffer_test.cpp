@@ -9,7 +9,7 @@
 
 #include "unit/threadlib/bytes.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::Bytes;
@@ -51,4 +51,4 @@ TEST(ByteBufferTest, EqualWhenNoByteOfTheFirstOnesLengthDiffers) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -12,17 +12,17 @@
 
 namespace wpk::test {
 
-inline ByteBuffer Bytes(const std::string& text) {
+inline core::ByteBuffer Bytes(const std::string& text) {
     return {text.data(), static_cast<uint32_t>(text.size())};
 }
 
-inline Record RowOf(const std::vector<std::string>& fields) {
-    Record record(fields.size());
+inline core::Record RowOf(const std::vector<std::string>& fields) {
+    core::Record record(fields.size());
     for (size_t k = 0; k < fields.size(); ++k) record.Set(k, Bytes(fields[k]));
     return record;
 }
 
-inline std::string TextOf(const ByteBuffer& bytes) {
+inline std::string TextOf(const core::ByteBuffer& bytes) {
     return {reinterpret_cast<const char*>(bytes.Data()), bytes.Length()};
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 TEST(CountedTextTest, IsEmptyAndTerminatedAtFirst) {
@@ -52,4 +52,4 @@ TEST(CountedTextTest, JoinsTwoTextsItsOwnAmongThem) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

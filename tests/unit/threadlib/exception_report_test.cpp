@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <string>
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 TEST(EscapedExceptionTextTest, NamesTheThreadAndIsCutOffWhereItIsFull) {
@@ -22,4 +22,4 @@ TEST(EscapedExceptionTextTest, NamesTheThreadAndIsCutOffWhereItIsFull) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 /// Numbers for handles; closing one is noted, and fails.
@@ -104,4 +104,4 @@ TEST_F(HandleTest, EveryKindKnowsItsOwnValueForNoHandle) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

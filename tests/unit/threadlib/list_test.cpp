@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 struct Letter {
@@ -92,4 +92,4 @@ TEST_F(ListTest, LetsItsItemsGoAtItsEnd) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

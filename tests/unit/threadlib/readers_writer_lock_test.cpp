@@ -8,7 +8,7 @@
 
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 /// A thread that enters one side of a lock, and leaves it when it is told to. Nothing can tell that a thread will go on
@@ -112,4 +112,4 @@ TEST(ReadersWriterLockTest, NoWriterGetsInBesideAnother) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

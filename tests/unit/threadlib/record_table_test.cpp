@@ -13,7 +13,7 @@
 #include "support/lib_thread.h"
 #include "unit/threadlib/bytes.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::Bytes;
@@ -160,4 +160,4 @@ TEST_F(RecordTableThreads, ReadersAndWritersAtOnceSeeWholeRows) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -8,7 +8,7 @@
 
 #include "unit/threadlib/bytes.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::Bytes;
@@ -51,4 +51,4 @@ TEST(RecordTest, CopiesAreDeep) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

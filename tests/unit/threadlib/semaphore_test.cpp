@@ -6,7 +6,7 @@
 
 #include "support/field_at.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::FieldAt;
@@ -49,4 +49,4 @@ TEST(SemaphoreTest, NothingWorksOnAClosedOne) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

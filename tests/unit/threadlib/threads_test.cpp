@@ -12,7 +12,7 @@
 
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::AwaitState;
@@ -220,4 +220,4 @@ TEST_F(Threads, ManyThreadsComeAndGoWithoutTrace) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

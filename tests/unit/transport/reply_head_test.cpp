@@ -10,7 +10,7 @@
 #include "support/allocation_fault.h"
 #include "transport/line_assembler.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using namespace std::string_view_literals;
@@ -328,4 +328,4 @@ TEST(InterimStatusLine, FollowedByAnEmptyLineFailsTheHead) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

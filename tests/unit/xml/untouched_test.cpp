@@ -15,7 +15,7 @@
 
 #include "support/allocation_fault.h"
 #include "support/xml.h"
-#include "xml/internals.h"
+#include "xml/node_access.h"
 
 using namespace AdvXMLParser;
 using wpk::test::AllocationFault;
@@ -30,7 +30,7 @@ constexpr const char* kText =
 const std::string kLong = "a string that does not fit in its place";
 
 bool IsUntouched(const Document& document) {
-    return !Internals::PoolOf(document).IsChanged();
+    return !NodeAccess::ArenaOf(document).IsChanged();
 }
 
 TEST(Untouched, IsADocumentThatIsOnlyRead) {

@@ -1,6 +1,6 @@
 // Reading the input character by character, with line and column: the steps.
 // SPDX-License-Identifier: MIT
-#include "xml/exact_cursor.h"
+#include "xml/diagnosing_cursor.h"
 
 #include <algorithm>
 
@@ -8,7 +8,7 @@
 
 namespace AdvXMLParser {
 
-Byte ExactCursor::Read() noexcept {
+Byte DiagnosingCursor::Read() noexcept {
     if (place_.position >= size_) {
         place_.position = size_ + 1;
         return 0;
@@ -28,7 +28,7 @@ Byte ExactCursor::Read() noexcept {
     return c;
 }
 
-void ExactCursor::Unread() noexcept {
+void DiagnosingCursor::Unread() noexcept {
     if (place_.position > size_) return;
     if (place_.position == 0) {
         place_ = {0, 1, 1};
@@ -43,11 +43,11 @@ void ExactCursor::Unread() noexcept {
     place_.column = previousColumn_;
 }
 
-Byte ExactCursor::Peek() const noexcept {
+Byte DiagnosingCursor::Peek() const noexcept {
     return place_.position < size_ ? input_[place_.position] : Byte{0};
 }
 
-bool ExactCursor::Match(std::string_view literal) noexcept {
+bool DiagnosingCursor::Match(std::string_view literal) noexcept {
     const Place before = place_;
     for (const char c : literal) {
         if (Read() == static_cast<Byte>(c)) continue;
@@ -57,28 +57,28 @@ bool ExactCursor::Match(std::string_view literal) noexcept {
     return true;
 }
 
-bool ExactCursor::Expect(char c) noexcept {
+bool DiagnosingCursor::Expect(char c) noexcept {
     if (Read() == static_cast<Byte>(c)) return true;
     Unread();
     return false;
 }
 
-bool ExactCursor::SkipWhitespace() noexcept {
+bool DiagnosingCursor::SkipWhitespace() noexcept {
     bool any = false;
     while (Is(Read(), kWhite)) any = true;
     Unread();
     return any;
 }
 
-Slice ExactCursor::Name() noexcept {
+Slice DiagnosingCursor::Name() noexcept {
     return CharsOfName(kNameStart);
 }
 
-Slice ExactCursor::NameToken() noexcept {
+Slice DiagnosingCursor::NameToken() noexcept {
     return CharsOfName(kNameChar);
 }
 
-Slice ExactCursor::CharsOfName(CharClass first) noexcept {
+Slice DiagnosingCursor::CharsOfName(CharClass first) noexcept {
     const Place from = place_;
     if (!Is(Read(), first)) {
         Unread();
@@ -90,27 +90,27 @@ Slice ExactCursor::CharsOfName(CharClass first) noexcept {
     return Cut(from, 0);
 }
 
-Byte ExactCursor::ReadPastText() noexcept {
+Byte DiagnosingCursor::ReadPastText() noexcept {
     Byte c = Read();
     while (!Is(c, kTextStop)) c = Read();
     return c;
 }
 
-Byte ExactCursor::ReadPastValue(char quote) noexcept {
+Byte DiagnosingCursor::ReadPastValue(char quote) noexcept {
     for (;;) {
         const Byte c = Read();
         if (c == static_cast<Byte>(quote) || c == '<' || c == '&' || !Is(c, kAllowed)) return c;
     }
 }
 
-Slice ExactCursor::Cut(const Place& from, std::size_t less) const noexcept {
+Slice DiagnosingCursor::Cut(const Place& from, std::size_t less) const noexcept {
     const std::size_t end = std::min(place_.position, size_) - less;
     const Byte* const first = input_ + from.position;
     const Byte* const last = input_ + end;
     return {reinterpret_cast<const char*>(first), end - from.position, std::find(first, last, '\r') != last};
 }
 
-void ExactCursor::Fail(unsigned code) const {
+void DiagnosingCursor::Fail(ParsingError code) const {
     throw ParsingException(code, place_.line, place_.column);
 }
 

@@ -1,27 +1,27 @@
 // What the library's own code may touch of the public classes and an application may not.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_XML_INTERNALS_H
-#define WPK_XML_INTERNALS_H
+#ifndef WPK_XML_NODE_ACCESS_H
+#define WPK_XML_NODE_ACCESS_H
 
 #include <cstddef>
 #include <typeinfo>
 
 #include <wpk/xml/nodes.h>
 
-#include "xml/pool.h"
+#include "xml/arena.h"
 
 namespace AdvXMLParser {
 
-struct Internals {
+struct NodeAccess {
     using Kind = Node::Kind;
 
     /// Which of the library's classes the node is made of, be it as a base.
-    static Kind KindOf(const Node& node) noexcept { return node.seat_.kind; }
+    static Kind KindOf(const Node& node) noexcept { return node.location_.kind; }
 
     /// What its class is exactly: foreign for every class of an application's own, whose virtual functions may have
     /// been overridden. The parser makes none of those.
     static Kind ExactKindOf(const Node& node) noexcept {
-        return node.seat_.offset != 0 || IsOfOwnClass(node) ? KindOf(node) : Kind::kForeign;
+        return node.location_.offset != 0 || IsOfOwnClass(node) ? KindOf(node) : Kind::kForeign;
     }
 
     /// The container that a node is, or null.
@@ -39,15 +39,15 @@ struct Internals {
     static const Node& NodeOf(const void* list, bool isOfAttributes) noexcept;
     ///@}
 
-    /// The pool of a parsed node.
-    static Pool& PoolOf(const Node& node) noexcept { return *ChunkOf(node)->pool; }
+    /// The arena of a parsed node.
+    static Arena& ArenaOf(const Node& node) noexcept { return *ChunkOf(node)->arena; }
 
     /// The chunk that the node sits in, or null.
-    static const Pool::Chunk* ChunkOf(const Node& node) noexcept {
-        return node.seat_.offset == 0 ? nullptr : reinterpret_cast<const Pool::Chunk*>(node.seat_.Chunk());
+    static const Arena::Chunk* ChunkOf(const Node& node) noexcept {
+        return node.location_.offset == 0 ? nullptr : reinterpret_cast<const Arena::Chunk*>(node.location_.Chunk());
     }
 
-    /// Whether a text or an element in a pool has got any of its memory from elsewhere.
+    /// Whether a text or an element in an arena has got any of its memory from elsewhere.
     static bool HasHeapMemory(const Text& text) noexcept { return text.name.IsHeap() || text.text.IsHeap(); }
     static bool HasHeapMemory(const Element& element) noexcept {
         return element.name.IsHeap() || element.attributes.IsHeap() || element.children.IsHeap();
@@ -67,13 +67,13 @@ struct Internals {
         list.capacity_ = NodeList<T>::kParsed;
     }
     template <class T>
-    static void Borrow(NodeList<T>& list, T** entries, std::size_t count) noexcept {
+    static void SetBorrowed(NodeList<T>& list, T** entries, std::size_t count) noexcept {
         list.many_ = entries;
         list.size_ = static_cast<std::uint32_t>(count);
         list.capacity_ = list.size_ | NodeList<T>::kBorrowed | NodeList<T>::kParsed;
     }
     template <class T>
-    static void HoldOne(NodeList<T>& list, T* entry) noexcept {
+    static void SetSingle(NodeList<T>& list, T* entry) noexcept {
         list.one_ = entry;
         list.size_ = 1;
     }
@@ -87,13 +87,13 @@ struct Internals {
     /// Which of its node's strings one that is being parsed is.
     enum class Mark : std::uint8_t { kNone, kName, kValue };
     static constexpr std::size_t kMarks = 3;
-    /// Such a string holds less than kNearSize bytes in place, or borrows bytes that are in the pool.
+    /// Such a string holds less than kNearSize bytes in place, or borrows bytes that are in the arena.
     ///@{
     static constexpr std::size_t kNearSize = ByteString::kNearSize;
     static constexpr std::uint8_t NearTag(std::size_t size, Mark mark) noexcept {
         return static_cast<std::uint8_t>((kNearSize - size) | MarkBits(mark));
     }
-    static inline PooledBytes Borrowed(char* bytes, std::size_t size, Mark mark) noexcept;
+    static inline ArenaBytes Borrowed(char* bytes, std::size_t size, Mark mark) noexcept;
     ///@}
 
 private:
@@ -116,4 +116,4 @@ private:
 
 }  // namespace AdvXMLParser
 
-#endif  // WPK_XML_INTERNALS_H
+#endif  // WPK_XML_NODE_ACCESS_H

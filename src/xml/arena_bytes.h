@@ -1,7 +1,7 @@
 // The strings of parsed nodes, put together before they have their place.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_XML_POOLED_BYTES_H
-#define WPK_XML_POOLED_BYTES_H
+#ifndef WPK_XML_ARENA_BYTES_H
+#define WPK_XML_ARENA_BYTES_H
 
 #include <array>
 #include <cstdint>
@@ -9,7 +9,7 @@
 #include <iterator>
 
 #include "xml/block.h"
-#include "xml/internals.h"
+#include "xml/node_access.h"
 
 namespace AdvXMLParser {
 
@@ -38,16 +38,16 @@ private:
 
 /// What a ByteString of a parsed node is to be. It is made before the node is begun: what is read from the input then
 /// stays in a register, and no compiler has to allow for it being read from the node.
-struct PooledBytes {
+struct ArenaBytes {
     Block block;
 };
-static_assert(sizeof(PooledBytes) == sizeof(ByteString), "the block is all of it");
+static_assert(sizeof(ArenaBytes) == sizeof(ByteString), "the block is all of it");
 
-WPK_XML_INLINE ByteString::ByteString(const PooledBytes& bytes) noexcept {
+WPK_XML_INLINE ByteString::ByteString(const ArenaBytes& bytes) noexcept {
     bytes.block.Store(near_);
 }
 
-inline PooledBytes Internals::Borrowed(char* bytes, std::size_t size, Mark mark) noexcept {
+inline ArenaBytes NodeAccess::Borrowed(char* bytes, std::size_t size, Mark mark) noexcept {
     const std::uint8_t tag = static_cast<std::uint8_t>(ByteString::kBorrowed | MarkBits(mark));
 #ifdef WPK_XML_SSE2
     // A record of smaller fields would have to reach the memory before it could be moved on as a whole.
@@ -65,34 +65,34 @@ struct NearForm {
     alignas(sizeof(ByteString)) std::uint8_t rest[sizeof(ByteString)];
 
     /// As many bytes as a ByteString has are read, whatever the size is.
-    WPK_XML_INLINE PooledBytes operator()(const char* bytes) const noexcept {
+    WPK_XML_INLINE ArenaBytes operator()(const char* bytes) const noexcept {
         return {(Block(bytes) & Block(own)) | Block(rest)};
     }
 };
 
-namespace pooled_bytes_detail {
+namespace arena_bytes_detail {
 
-using NearForms = std::array<NearForm, Internals::kNearSize>;
+using NearForms = std::array<NearForm, NodeAccess::kNearSize>;
 
 /// By mark and size.
-constexpr std::array<NearForms, Internals::kMarks> MakeNearForms() {
-    std::array<NearForms, Internals::kMarks> forms{};
+constexpr std::array<NearForms, NodeAccess::kMarks> MakeNearForms() {
+    std::array<NearForms, NodeAccess::kMarks> forms{};
     for (std::size_t mark = 0; mark < forms.size(); ++mark) {
         for (std::size_t size = 0; size < forms[mark].size(); ++size) {
             NearForm& form = forms[mark][size];
             for (std::size_t i = 0; i < size; ++i) form.own[i] = 0xFF;
-            form.rest[sizeof(ByteString) - 1] = Internals::NearTag(size, static_cast<Internals::Mark>(mark));
+            form.rest[sizeof(ByteString) - 1] = NodeAccess::NearTag(size, static_cast<NodeAccess::Mark>(mark));
         }
     }
     return forms;
 }
-inline constexpr std::array<NearForms, Internals::kMarks> kNearForms = MakeNearForms();
+inline constexpr std::array<NearForms, NodeAccess::kMarks> kNearForms = MakeNearForms();
 
-}  // namespace pooled_bytes_detail
+}  // namespace arena_bytes_detail
 
 /// Less than kNearSize bytes; as many as a ByteString has are read.
-WPK_XML_INLINE PooledBytes MakeNear(const char* bytes, std::size_t size, Internals::Mark mark) noexcept {
-    return pooled_bytes_detail::kNearForms[static_cast<std::size_t>(mark)][size](bytes);
+WPK_XML_INLINE ArenaBytes MakeNear(const char* bytes, std::size_t size, NodeAccess::Mark mark) noexcept {
+    return arena_bytes_detail::kNearForms[static_cast<std::size_t>(mark)][size](bytes);
 }
 
 /// A name that all nodes of a class have.
@@ -101,9 +101,9 @@ public:
     template <std::size_t N>
     explicit constexpr FixedName(const char (&name)[N]) {
         for (std::size_t i = 0; i < N; ++i) bytes_[i] = name[i];
-        bytes_[sizeof(bytes_) - 1] = static_cast<char>(Internals::NearTag(N - 1, Internals::Mark::kName));
+        bytes_[sizeof(bytes_) - 1] = static_cast<char>(NodeAccess::NearTag(N - 1, NodeAccess::Mark::kName));
     }
-    WPK_XML_INLINE operator PooledBytes() const noexcept { return {Block(bytes_)}; }
+    WPK_XML_INLINE operator ArenaBytes() const noexcept { return {Block(bytes_)}; }
 
 private:
     alignas(sizeof(ByteString)) char bytes_[sizeof(ByteString)] = {};
@@ -119,4 +119,4 @@ inline constexpr FixedName kComment("#comment");
 
 }  // namespace AdvXMLParser
 
-#endif  // WPK_XML_POOLED_BYTES_H
+#endif  // WPK_XML_ARENA_BYTES_H

@@ -1,7 +1,7 @@
 // Reading the input character by character, with line and column.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_XML_EXACT_CURSOR_H
-#define WPK_XML_EXACT_CURSOR_H
+#ifndef WPK_XML_DIAGNOSING_CURSOR_H
+#define WPK_XML_DIAGNOSING_CURSOR_H
 
 #include <cstddef>
 #include <string_view>
@@ -15,7 +15,7 @@ namespace AdvXMLParser {
 /// Line and column depend on how the input was read and not on the place alone, and callers rely on every bit of it:
 /// the column starts at 1 on the first line and at 0 on the others; taking back a lone CR does not take back its line,
 /// so that the line counts twice when it is read again; what is read past the end cannot be taken back.
-class ExactCursor {
+class DiagnosingCursor {
 public:
     struct Place {
         std::size_t position;
@@ -23,7 +23,7 @@ public:
         unsigned column;
     };
 
-    ExactCursor(const Byte* input, std::size_t size) noexcept : input_(input), size_(size) {}
+    DiagnosingCursor(const Byte* input, std::size_t size) noexcept : input_(input), size_(size) {}
 
     Byte Read() noexcept;
     void Unread() noexcept;
@@ -46,7 +46,7 @@ public:
     void Restore(const Place& place) noexcept { place_ = place; }
     Slice Cut(const Place& from, std::size_t less) const noexcept;
 
-    [[noreturn]] void Fail(unsigned code) const;
+    [[noreturn]] void Fail(ParsingError code) const;
 
 private:
     Slice CharsOfName(CharClass first) noexcept;
@@ -60,4 +60,4 @@ private:
 
 }  // namespace AdvXMLParser
 
-#endif  // WPK_XML_EXACT_CURSOR_H
+#endif  // WPK_XML_DIAGNOSING_CURSOR_H

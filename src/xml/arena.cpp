@@ -1,0 +1,194 @@
+// The memory of one parsed document: making, sizing and freeing its chunks.
+// SPDX-License-Identifier: MIT
+#include "xml/arena.h"
+
+#include <algorithm>
+#include <new>
+
+#include <wpk/xml/nodes.h>
+
+namespace AdvXMLParser {
+namespace {
+
+/// How much of the input one chunk is to serve: nearly always all of it.
+constexpr std::size_t kChunkSpan = std::size_t{1} << 20;
+/// The most that a chunk is made larger than its stretch. Trees that are denser than that get more chunks; what only
+/// looks like markup does not get much for nothing.
+constexpr std::size_t kMaxBytesPerInputByte = 16;
+/// How much of a stretch is looked at to size its chunk, and in how many pieces when that is not all of it.
+constexpr std::size_t kSample = 4096;
+constexpr std::size_t kSamplePieces = 16;
+/// What a chunk is worth asking for when hardly any input is left.
+constexpr std::size_t kMinChunk = 256;
+/// A piece that can only be a long text or a long list.
+constexpr std::size_t kLongPiece = 256;
+/// Input per piece of markup above which the rest is estimate to be long text.
+constexpr std::size_t kUsualRun = 32;
+
+constexpr std::size_t RoundUp(std::size_t size) {
+    return (size + Arena::kUnit - 1) / Arena::kUnit * Arena::kUnit;
+}
+
+/// Bytes that tell how many nodes there will be.
+struct MarkupCount {
+    std::size_t tags = 0;
+    std::size_t values = 0;
+    std::size_t references = 0;
+
+    void Add(const char* bytes, std::size_t size) {
+        while (size != 0) {
+            // Sums of one byte, which compilers turn into vector code.
+            const std::size_t block = std::min<std::size_t>(size, 128);
+            std::uint8_t sums[3] = {};
+            for (std::size_t i = 0; i < block; ++i) {
+                sums[0] = static_cast<std::uint8_t>(sums[0] + (bytes[i] == '<'));
+                sums[1] = static_cast<std::uint8_t>(sums[1] + (bytes[i] == '='));
+                sums[2] = static_cast<std::uint8_t>(sums[2] + (bytes[i] == '&'));
+            }
+            tags += sums[0];
+            values += sums[1];
+            references += sums[2];
+            bytes += block;
+            size -= block;
+        }
+    }
+};
+
+/// What a list takes for each of its nodes.
+constexpr std::size_t kEntry = sizeof(void*);
+
+/// The memory that so much of a document takes as a tree. Where it takes more there will be another chunk. Long texts
+/// are only taken into account when there is reason to: what looks like one may be a declaration, which takes nothing.
+std::size_t EstimateTreeBytes(const char* bytes, std::size_t size, bool hasLongTexts) {
+    MarkupCount count;
+    std::size_t sample = size;
+    if (size <= kSample) {
+        count.Add(bytes, size);
+    } else {
+        sample = kSample;
+        for (std::size_t i = 0; i < kSamplePieces; ++i)
+            count.Add(bytes + size / kSamplePieces * i, kSample / kSamplePieces);
+    }
+    // Of two tags one begins an element, and there is a text in front of each.
+    std::size_t estimate = count.tags * (sizeof(Element) / 2 + sizeof(Text) + kEntry) +
+                           count.values * (sizeof(Attribute) + sizeof(Text) + kEntry) +
+                           count.references * (sizeof(EntityRef) + sizeof(Text) + 2 * kEntry);
+    const std::size_t usual = kUsualRun * (count.tags + count.values);
+    if (hasLongTexts && sample > usual) estimate += sample - usual;
+    if (sample == 0) return 0;
+    return std::min(size / sample * estimate + size % sample * estimate / sample, kMaxBytesPerInputByte * size);
+}
+
+/// How many nodes are on their way out of any arena, and the arenas that the last one has left meanwhile. When a node's
+/// memory is given back nothing tells any more which arena it is a part of, and a variable of the thread could need
+/// memory of its own. So nobody's arena is given back before no node of any arena is on its way out.
+std::atomic<std::size_t> deleting{0};
+std::atomic<Arena*> retired{nullptr};
+
+}  // namespace
+
+Arena* Arena::Create(std::size_t chunkSize) {
+    const std::size_t heads = sizeof(Chunk) + RoundUp(sizeof(Arena));
+    char* const memory = static_cast<char*>(::operator new(heads + chunkSize));
+    Chunk* const chunk = new (memory) Chunk{nullptr, nullptr};
+    chunk->arena = new (memory + sizeof(Chunk)) Arena(chunk);
+    return chunk->arena;
+}
+
+Arena::Chunk* Arena::AddChunk(std::size_t size) {
+    chunks_ = new (::operator new(sizeof(Chunk) + size)) Chunk{this, chunks_};
+    return chunks_;
+}
+
+void Arena::Destroy(Arena* arena) noexcept {
+    Chunk* chunk = arena->chunks_;
+    arena->~Arena();
+    while (chunk != nullptr) {
+        Chunk* const next = chunk->next;
+        ::operator delete(chunk);
+        chunk = next;
+    }
+}
+
+void Arena::DestroyAll(Arena* first) noexcept {
+    while (first != nullptr) {
+        Arena* const next = first->NextRetired();
+        Destroy(first);
+        first = next;
+    }
+}
+
+Arena* Arena::OfFirstPiece(void* piece) noexcept {
+    return reinterpret_cast<Arena*>(static_cast<char*>(piece) - RoundUp(sizeof(Arena)));
+}
+
+bool Arena::CountDown(std::size_t nodes) noexcept {
+    // Usually a whole tree goes at once and nobody else is there to be told.
+    const std::uint32_t count = static_cast<std::uint32_t>(nodes);
+    return liveNodes_.load(std::memory_order_acquire) == count ||
+           liveNodes_.fetch_sub(count, std::memory_order_acq_rel) == count;
+}
+
+void Arena::Release(std::size_t nodes) noexcept {
+    if (!CountDown(nodes)) return;
+    // A node of this arena that has given up its location may still be in its destructor, and is counted then.
+    if (deleting.load() == 0) return Destroy(this);
+    ++deleting;
+    NextRetired() = nullptr;
+    Retire(this);
+    EndDelete();
+}
+
+void Arena::BeginDelete(Arena& arena) noexcept {
+    arena.NoteChange();
+    ++deleting;
+    if (!arena.CountDown(1)) return;
+    arena.NextRetired() = nullptr;
+    Retire(&arena);
+}
+
+void Arena::EndDelete() noexcept {
+    for (;;) {
+        // What has been retired by now was retired by nodes that were counted, so if this is the last of them, all of
+        // those have come to their end.
+        Arena* const taken = retired.exchange(nullptr);
+        if (deleting.fetch_sub(1) == 1) {
+            DestroyAll(taken);
+            if (retired.load() == nullptr) return;
+        } else {
+            if (taken == nullptr) return;
+            Retire(taken);
+            if (deleting.load() != 0) return;
+        }
+        // The others are gone meanwhile and have not seen what was put back: one more look.
+        ++deleting;
+    }
+}
+
+/// Adds a list of arenas to those that wait.
+void Arena::Retire(Arena* first) noexcept {
+    Arena* last = first;
+    while (last->NextRetired() != nullptr) last = last->NextRetired();
+    Arena* before = retired.load();
+    do {
+        last->NextRetired() = before;
+    } while (!retired.compare_exchange_weak(before, first));
+}
+
+void BumpAllocator::Refill(std::size_t size, const char* reached) {
+    const std::size_t left = static_cast<std::size_t>(inputEnd_ - reached);
+    const std::size_t stretch = std::min(left, kChunkSpan);
+    const std::size_t room =
+        RoundUp(size + std::max(EstimateTreeBytes(reached, stretch, size > kLongPiece), kMinChunk));
+    if (arena_ == nullptr) {
+        arena_ = Arena::Create(room);
+        chunk_ = reinterpret_cast<char*>(arena_->FirstChunk());
+        top_ = reinterpret_cast<char*>(arena_) + RoundUp(sizeof(Arena));
+    } else {
+        chunk_ = reinterpret_cast<char*>(arena_->AddChunk(room));
+        top_ = chunk_ + sizeof(Arena::Chunk);
+    }
+    end_ = top_ + room;
+}
+
+}  // namespace AdvXMLParser
