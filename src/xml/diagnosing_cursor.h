@@ -6,7 +6,10 @@
 #include <cstddef>
 #include <string_view>
 
-#include "xml/fast_cursor.h"
+#include <wpk/xml/exceptions.h>
+
+#include "xml/char_class.h"
+#include "xml/slice.h"
 
 namespace AdvXMLParser {
 

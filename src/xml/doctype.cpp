@@ -1,9 +1,10 @@
 // The rules for the document type declaration, instantiated for both cursors.
 // SPDX-License-Identifier: MIT
+#include "xml/doctype.h"
+
 #include <string>
 
 #include "xml/markup_rules.h"
-#include "xml/prolog_rules.h"
 
 namespace AdvXMLParser {
 namespace {

@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: MIT
 #include "xml/document_rules.h"
 
+#include "xml/doctype.h"
 #include "xml/markup_rules.h"
-#include "xml/prolog_rules.h"
 #include "xml/small_stack.h"
 #include "xml/tree_builder.h"
+#include "xml/xml_declaration.h"
 
 namespace AdvXMLParser {
 namespace {

@@ -8,11 +8,10 @@
 
 #include "xml/block.h"
 #include "xml/char_class.h"
+#include "xml/slice.h"
 
 // Each function looks at [at, end) and returns the first byte that ends the run, or `end`.
 namespace AdvXMLParser {
-
-using Byte = unsigned char;
 
 namespace scan_detail {
 

@@ -1,7 +1,8 @@
 // The rule for the XML declaration, instantiated for both cursors.
 // SPDX-License-Identifier: MIT
+#include "xml/xml_declaration.h"
+
 #include "xml/markup_rules.h"
-#include "xml/prolog_rules.h"
 
 namespace AdvXMLParser {
 namespace {

@@ -161,8 +161,8 @@ public:
 private:
     friend struct NodeAccess;
 
-    /// What kind of node it is, and how far into its chunk of a parsed document's memory it sits; 0 for a node that
-    /// sits elsewhere.
+    /// What kind of node it is, and how far into its chunk of a parsed document's memory it is; 0 for a node that is
+    /// elsewhere.
     struct Location {
         explicit Location(Kind nodeKind) noexcept : offset(0), kind(nodeKind) {}
         inline Location(Kind nodeKind, const ArenaLocation& place) noexcept;
