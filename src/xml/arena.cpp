@@ -7,7 +7,7 @@
 
 #include <wpk/xml/nodes.h>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 /// How much of the input one chunk is to serve: nearly always all of it.
@@ -191,4 +191,4 @@ void BumpAllocator::Refill(std::size_t size, const char* reached) {
     end_ = top_ + room;
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

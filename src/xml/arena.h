@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// Where a new node is built: in this chunk.
 struct ArenaLocation {
@@ -113,6 +113,6 @@ private:
     char* end_ = nullptr;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_ARENA_H

@@ -12,7 +12,7 @@
 #include "xml/arena_bytes.h"
 #include "xml/teardown.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// A name that all nodes of a class have.
 class FixedName {
@@ -36,51 +36,59 @@ inline constexpr FixedName kCData("#cdata-section");
 inline constexpr FixedName kComment("#comment");
 }  // namespace fixed_names
 
-WPK_XML_INLINE Node::Location::Location(Kind nodeKind, const ArenaLocation& place) noexcept
+}  // namespace AdvXMLParser::detail
+
+namespace AdvXMLParser {
+
+WPK_XML_INLINE Node::Location::Location(Kind nodeKind, const detail::ArenaLocation& place) noexcept
     : offset(static_cast<std::uint32_t>(static_cast<std::size_t>(reinterpret_cast<const char*>(this) - place.chunk) /
                                         kUnit)),
       kind(nodeKind) {}
 
-WPK_XML_INLINE Node::Node(Kind kind, const ArenaLocation& location, NodeContainer* nodeParent,
-                          const ArenaBytes& nodeName) noexcept
+WPK_XML_INLINE Node::Node(Kind kind, const detail::ArenaLocation& location, NodeContainer* nodeParent,
+                          const detail::ArenaBytes& nodeName) noexcept
     : name(nodeName), parent(nodeParent), location_(kind, location) {}
 
-WPK_XML_INLINE Element::Element(const ArenaLocation& location, NodeContainer* parentNode,
-                                const ArenaBytes& tagName) noexcept
+WPK_XML_INLINE Element::Element(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                                const detail::ArenaBytes& tagName) noexcept
     : NodeContainer(Kind::kElement, location, parentNode, tagName) {
-    NodeAccess::MarkAsParsed(children);
-    NodeAccess::MarkAsParsed(attributes);
+    detail::NodeAccess::MarkAsParsed(children);
+    detail::NodeAccess::MarkAsParsed(attributes);
 }
-WPK_XML_INLINE Attribute::Attribute(const ArenaLocation& location, NodeContainer* parentNode,
-                                    const ArenaBytes& attributeName) noexcept
+WPK_XML_INLINE Attribute::Attribute(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                                    const detail::ArenaBytes& attributeName) noexcept
     : NodeContainer(Kind::kAttribute, location, parentNode, attributeName) {
-    NodeAccess::MarkAsParsed(children);
+    detail::NodeAccess::MarkAsParsed(children);
 }
-WPK_XML_INLINE Document::Document(const ArenaLocation& location) noexcept
-    : NodeContainer(Kind::kDocument, location, &NullElement(), fixed_names::kDocument),
+WPK_XML_INLINE Document::Document(const detail::ArenaLocation& location) noexcept
+    : NodeContainer(Kind::kDocument, location, &NullElement(), detail::fixed_names::kDocument),
       version("1.0"),
       encoding("UTF-8"),
       self(*this) {
-    NodeAccess::MarkAsParsed(children);
+    detail::NodeAccess::MarkAsParsed(children);
 }
-WPK_XML_INLINE Text::Text(const ArenaLocation& location, NodeContainer* parentNode,
-                          const ArenaBytes& characters) noexcept
-    : Node(Kind::kText, location, parentNode, fixed_names::kText), text(characters) {}
-WPK_XML_INLINE CData::CData(const ArenaLocation& location, NodeContainer* parentNode,
-                            const ArenaBytes& characters) noexcept
-    : Node(Kind::kCData, location, parentNode, fixed_names::kCData), text(characters) {}
-WPK_XML_INLINE Comment::Comment(const ArenaLocation& location, NodeContainer* parentNode,
-                                const ArenaBytes& characters) noexcept
-    : Node(Kind::kComment, location, parentNode, fixed_names::kComment), text(characters) {}
-WPK_XML_INLINE Pi::Pi(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& target,
-                      const ArenaBytes& targetData) noexcept
+WPK_XML_INLINE Text::Text(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                          const detail::ArenaBytes& characters) noexcept
+    : Node(Kind::kText, location, parentNode, detail::fixed_names::kText), text(characters) {}
+WPK_XML_INLINE CData::CData(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                            const detail::ArenaBytes& characters) noexcept
+    : Node(Kind::kCData, location, parentNode, detail::fixed_names::kCData), text(characters) {}
+WPK_XML_INLINE Comment::Comment(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                                const detail::ArenaBytes& characters) noexcept
+    : Node(Kind::kComment, location, parentNode, detail::fixed_names::kComment), text(characters) {}
+WPK_XML_INLINE Pi::Pi(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                      const detail::ArenaBytes& target, const detail::ArenaBytes& targetData) noexcept
     : Node(Kind::kPi, location, parentNode, target), data(targetData) {}
-WPK_XML_INLINE EntityRef::EntityRef(const ArenaLocation& location, NodeContainer* parentNode,
-                                    const ArenaBytes& entityName, char character) noexcept
+WPK_XML_INLINE EntityRef::EntityRef(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                                    const detail::ArenaBytes& entityName, char character) noexcept
     : Reference(Kind::kEntityRef, location, parentNode, entityName), value(character) {}
-WPK_XML_INLINE CharRef::CharRef(const ArenaLocation& location, NodeContainer* parentNode,
+WPK_XML_INLINE CharRef::CharRef(const detail::ArenaLocation& location, NodeContainer* parentNode,
                                 signed char character) noexcept
-    : Reference(Kind::kCharRef, location, parentNode, fixed_names::kNone), value(character) {}
+    : Reference(Kind::kCharRef, location, parentNode, detail::fixed_names::kNone), value(character) {}
+
+}  // namespace AdvXMLParser
+
+namespace AdvXMLParser::detail {
 
 /// A node of class T in an arena, for which `delete` does what it does for any other. (When a whole tree goes, Teardown
 /// takes the nodes in arenas by itself, without their destructors.)
@@ -124,6 +132,6 @@ public:
     static void operator delete(void* memory) noexcept { Arena::OfFirstPiece(memory)->Release(1); }
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_ARENA_NODES_H

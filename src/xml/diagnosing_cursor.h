@@ -11,7 +11,7 @@
 #include "xml/char_class.h"
 #include "xml/slice.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// The cursor that says where a document is wrong. Its operations are those of FastCursor.
 ///
@@ -61,6 +61,6 @@ private:
     unsigned previousColumn_ = 0;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_DIAGNOSING_CURSOR_H

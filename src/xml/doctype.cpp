@@ -6,7 +6,7 @@
 
 #include "xml/markup_rules.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 /// Reads one document type declaration. A rule that returns bool says whether its construct was there; one that returns
@@ -298,4 +298,4 @@ bool ReadDoctype(Cursor& cursor) {
 template bool ReadDoctype(FastCursor&);
 template bool ReadDoctype(DiagnosingCursor&);
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

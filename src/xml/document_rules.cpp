@@ -8,7 +8,7 @@
 #include "xml/tree_builder.h"
 #include "xml/xml_declaration.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 /// Reads one document. The nodes go with the builder unless the document is complete.
@@ -289,4 +289,4 @@ Document* ReadDocument(const Byte* input, std::size_t size) {
 template Document* ReadDocument<FastCursor>(const Byte*, std::size_t);
 template Document* ReadDocument<DiagnosingCursor>(const Byte*, std::size_t);
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

@@ -11,7 +11,7 @@
 #include "xml/scan.h"
 #include "xml/slice.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// Thrown by the fast cursor, which knows that something is wrong and not where.
 struct NotWellFormed {};
@@ -205,6 +205,6 @@ private:
     bool hasReturns_ = false;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_FAST_CURSOR_H

@@ -8,7 +8,7 @@
 
 // Like all rules of the grammar they are templates over the cursor and are instantiated for both. A rule that does not
 // find its opening token leaves the cursor where it was; once that has been read, any error throws.
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// What a reference says.
 struct ReferenceParts {
@@ -85,6 +85,6 @@ bool ReadValue(Cursor& cursor, Target&& target) {
     }
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_MARKUP_RULES_H

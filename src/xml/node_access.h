@@ -10,7 +10,7 @@
 
 #include "xml/arena.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 struct NodeAccess {
     using Kind = Node::Kind;
@@ -131,6 +131,6 @@ private:
         &typeid(CData), &typeid(Comment), &typeid(Pi),      &typeid(EntityRef), &typeid(CharRef)};
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_NODE_ACCESS_H

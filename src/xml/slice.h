@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 using Byte = unsigned char;
 
@@ -21,6 +21,6 @@ struct Slice {
     operator std::string_view() const noexcept { return {data, size}; }
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_SLICE_H

@@ -6,7 +6,7 @@
 
 #include "xml/block.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 using Kind = NodeAccess::Kind;
@@ -180,4 +180,4 @@ void Teardown::LeaveArena() noexcept {
     deletedNodes_ = 0;
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

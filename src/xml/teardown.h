@@ -7,7 +7,7 @@
 
 #include "xml/node_access.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// Deletes everything that a container owns, attributes first, all in document order, the inner before the outer. It
 /// needs no memory and cannot fail: the way back up is kept in the nodes that are about to die.
@@ -52,6 +52,6 @@ private:
     std::size_t deletedNodes_ = 0;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_TEARDOWN_H

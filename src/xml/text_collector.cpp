@@ -6,7 +6,7 @@
 
 #include "xml/char_class.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 using Kind = NodeAccess::Kind;
@@ -128,4 +128,4 @@ void TextCollector::CollapseWhitespace(std::string_view text) {
     }
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

@@ -10,7 +10,7 @@
 #include "xml/node_access.h"
 #include "xml/small_stack.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// Puts the texts below a container together, with white space as every level wants it: an element and a document make
 /// one space of each run and trim the ends, an attribute only trims them, a space-preserving element does neither.
@@ -55,6 +55,6 @@ private:
     SmallStack<Level, 16> levels_;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_TEXT_COLLECTOR_H

@@ -10,7 +10,7 @@
 #include "xml/arena_nodes.h"
 #include "xml/slice.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// Makes nodes and strings. Whatever has been made is given back with the builder, unless Finish hands it over.
 class TreeBuilder {
@@ -90,6 +90,6 @@ private:
     std::size_t listed_ = 0;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_TREE_BUILDER_H

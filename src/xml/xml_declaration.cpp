@@ -4,7 +4,7 @@
 
 #include "xml/markup_rules.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 /// White space, the keyword and an equals sign; or none of them.
@@ -73,4 +73,4 @@ bool ReadXmlDeclaration(Cursor& cursor, XmlDeclaration& declaration) {
 template bool ReadXmlDeclaration(FastCursor&, XmlDeclaration&);
 template bool ReadXmlDeclaration(DiagnosingCursor&, XmlDeclaration&);
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

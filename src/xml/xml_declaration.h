@@ -6,7 +6,7 @@
 #include "xml/slice.h"
 
 // A template over the cursor like the rules of markup_rules.h, with the same habits.
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// What an XML declaration says; empty where it says nothing.
 struct XmlDeclaration {
@@ -18,6 +18,6 @@ struct XmlDeclaration {
 template <class Cursor>
 bool ReadXmlDeclaration(Cursor& cursor, XmlDeclaration& declaration);
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_XML_DECLARATION_H
