@@ -7,22 +7,22 @@
 
 #include <wpk/xml/nodes.h>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 /// How much of the input one chunk is to serve: nearly always all of it.
 constexpr std::size_t kChunkSpan = std::size_t{1} << 20;
-/// The most that a chunk is made larger than its stretch. Trees that are denser than that get more chunks; what only
-/// looks like markup does not get much for nothing.
+/// Upper bound of a chunk, in bytes per input byte, so that input that merely looks like markup cannot make us
+/// over-allocate. Denser trees get further chunks.
 constexpr std::size_t kMaxBytesPerInputByte = 16;
-/// How much of a stretch is looked at to size its chunk, and in how many pieces when that is not all of it.
+/// How much of the input is looked at to size a chunk, and in how many pieces when that is not all of it.
 constexpr std::size_t kSample = 4096;
 constexpr std::size_t kSamplePieces = 16;
-/// What a chunk is worth asking for when hardly any input is left.
+/// Smallest chunk worth allocating near the end of the input.
 constexpr std::size_t kMinChunk = 256;
 /// A piece that can only be a long text or a long list.
 constexpr std::size_t kLongPiece = 256;
-/// Input per piece of markup above which the rest is estimate to be long text.
+/// Input per piece of markup above which the rest is taken for long text.
 constexpr std::size_t kUsualRun = 32;
 
 constexpr std::size_t RoundUp(std::size_t size) {
@@ -57,8 +57,8 @@ struct MarkupCount {
 /// What a list takes for each of its nodes.
 constexpr std::size_t kEntry = sizeof(void*);
 
-/// The memory that so much of a document takes as a tree. Where it takes more there will be another chunk. Long texts
-/// are only taken into account when there is reason to: what looks like one may be a declaration, which takes nothing.
+/// The memory that this part of a document takes as a tree. Where it takes more there will be another chunk. Long texts
+/// count only when there is reason to: what looks like one may be a declaration, which takes nothing.
 std::size_t EstimateTreeBytes(const char* bytes, std::size_t size, bool hasLongTexts) {
     MarkupCount count;
     std::size_t sample = size;
@@ -79,9 +79,9 @@ std::size_t EstimateTreeBytes(const char* bytes, std::size_t size, bool hasLongT
     return std::min(size / sample * estimate + size % sample * estimate / sample, kMaxBytesPerInputByte * size);
 }
 
-/// How many nodes are on their way out of any arena, and the arenas that the last one has left meanwhile. When a node's
-/// memory is given back nothing tells any more which arena it is a part of, and a variable of the thread could need
-/// memory of its own. So nobody's arena is given back before no node of any arena is on its way out.
+/// How many nodes of any arena are between BeginDelete and EndDelete, and the arenas without nodes that wait for them.
+/// EndDelete cannot tell which arena its node was in: the node is gone, and a thread-local variable could need memory
+/// that is not there. So an arena is freed only while no node of any arena is being deleted.
 std::atomic<std::size_t> deleting{0};
 std::atomic<Arena*> retired{nullptr};
 
@@ -123,7 +123,7 @@ Arena* Arena::OfFirstPiece(void* piece) noexcept {
 }
 
 bool Arena::CountDown(std::size_t nodes) noexcept {
-    // Usually a whole tree goes at once and nobody else is there to be told.
+    // Usually a whole tree goes at once: then no other thread can be counting.
     const std::uint32_t count = static_cast<std::uint32_t>(nodes);
     return liveNodes_.load(std::memory_order_acquire) == count ||
            liveNodes_.fetch_sub(count, std::memory_order_acq_rel) == count;
@@ -131,7 +131,7 @@ bool Arena::CountDown(std::size_t nodes) noexcept {
 
 void Arena::Release(std::size_t nodes) noexcept {
     if (!CountDown(nodes)) return;
-    // A node of this arena that has given up its location may still be in its destructor, and is counted then.
+    // A node of this arena that counts as deleted may still be in its destructor; then `deleting` is not 0.
     if (deleting.load() == 0) return Destroy(this);
     ++deleting;
     NextRetired() = nullptr;
@@ -149,8 +149,8 @@ void Arena::BeginDelete(Arena& arena) noexcept {
 
 void Arena::EndDelete() noexcept {
     for (;;) {
-        // What has been retired by now was retired by nodes that were counted, so if this is the last of them, all of
-        // those have come to their end.
+        // Whoever retired these arenas was counted in `deleting` at that time: if this is the last of them, all their
+        // destructors have returned.
         Arena* const taken = retired.exchange(nullptr);
         if (deleting.fetch_sub(1) == 1) {
             DestroyAll(taken);
@@ -160,12 +160,12 @@ void Arena::EndDelete() noexcept {
             Retire(taken);
             if (deleting.load() != 0) return;
         }
-        // The others are gone meanwhile and have not seen what was put back: one more look.
+        // The others have ended meanwhile and have not seen what was put back: one more look.
         ++deleting;
     }
 }
 
-/// Adds a list of arenas to those that wait.
+/// Adds a list of arenas to those that wait to be freed.
 void Arena::Retire(Arena* first) noexcept {
     Arena* last = first;
     while (last->NextRetired() != nullptr) last = last->NextRetired();
@@ -191,4 +191,4 @@ void BumpAllocator::Refill(std::size_t size, const char* reached) {
     end_ = top_ + room;
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

@@ -7,19 +7,19 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
-/// The chunk that a new node sits in.
+/// Where a new node is built: in this chunk.
 struct ArenaLocation {
     const char* chunk;
 };
 
-/// Owns the chunks. It lives in the first of them and is gone when the last node that sits in any of them has left, on
-/// whatever thread that happens: nodes that were parsed together may be spread over several trees later. Texts and
-/// lists that nodes borrow from the arena are not counted, as they are of use only while their node is there.
+/// Owns the chunks and counts the nodes in them. It lives in the first chunk and is freed when the last node is
+/// deleted, on whatever thread that happens: nodes that were parsed together may be spread over several trees later.
+/// Texts and lists that nodes borrow from the arena are not counted, as they are of use only while their node is there.
 class Arena {
 public:
-    /// The head of every chunk. Seats are counted from it.
+    /// The head of every chunk. A node's offset is counted from it.
     struct Chunk {
         Arena* arena;
         Chunk* next;
@@ -27,7 +27,7 @@ public:
     /// Pieces are cut in units of this size.
     static constexpr std::size_t kUnit = 8;
     static Arena* Create(std::size_t chunkSize);
-    /// Gives all memory back, whoever sits in it.
+    /// Frees all memory, whatever nodes are in it.
     static void Destroy(Arena* arena) noexcept;
 
     /// Room for `size` bytes and the chunk's head, at the front of the list.
@@ -37,8 +37,8 @@ public:
     /// The arena whose first piece this is.
     static Arena* OfFirstPiece(void* piece) noexcept;
 
-    /// Set, for good, when a string or list of a node that sits here is changed for the first time, or might be. Until
-    /// then all nodes stand where the parser has put them, and none has memory from elsewhere.
+    /// Set, for good, when a string or list of a node in this arena is changed for the first time, or might be. Until
+    /// then all nodes are where the parser has put them, and none has memory from elsewhere.
     ///@{
     void NoteChange() noexcept { isChanged_.store(true, std::memory_order_relaxed); }
     bool IsChanged() const noexcept { return isChanged_.load(std::memory_order_relaxed); }
@@ -47,23 +47,23 @@ public:
     void SetLiveNodes(std::size_t nodes) noexcept {
         liveNodes_.store(static_cast<std::uint32_t>(nodes), std::memory_order_relaxed);
     }
-    /// Gives the memory back when nobody is left.
+    /// Counts so many nodes as deleted, and frees the memory when those were the last.
     void Release(std::size_t nodes) noexcept;
 
-    /// For a node that is deleted by itself. It leaves in two steps, on one thread: its destructor gives up its
-    /// location, and when that has come to its end, the node's memory being given back, it says so. Any earlier another
-    /// thread might find all nodes free and give the memory back under the destructor.
+    /// For a node that is deleted by itself: in two steps, on one thread. BeginDelete, in its destructor, counts it as
+    /// deleted; EndDelete, in its operator delete, tells that the destructor has returned. Any earlier another thread
+    /// might find all nodes deleted and free the memory under the destructor.
     static void BeginDelete(Arena& arena) noexcept;
     static void EndDelete() noexcept;
 
 private:
     explicit Arena(Chunk* first) noexcept : chunks_(first) {}
-    /// True when nobody is left.
+    /// True when no node is left.
     bool CountDown(std::size_t nodes) noexcept;
     static void DestroyAll(Arena* first) noexcept;
     static void Retire(Arena* first) noexcept;
 
-    /// Links those that nobody sits in any more. The chunk has no other use for its arena then.
+    /// Links the arenas without nodes. The chunk has no other use for this pointer then.
     Arena*& NextRetired() noexcept { return chunks_->arena; }
 
     /// Even 2 GiB of text make no more nodes than that.
@@ -84,7 +84,7 @@ public:
     BumpAllocator& operator=(const BumpAllocator&) = delete;
 
     /// `size` is a multiple of Arena::kUnit; `reached` is how far the input is used up, from which the next chunk's
-    /// size is estimate.
+    /// size is estimated.
     char* Cut(std::size_t size, const char* reached) {
         if (static_cast<std::size_t>(end_ - top_) < size) Refill(size, reached);
         char* const piece = top_;
@@ -97,7 +97,7 @@ public:
     /// The location of what is built in the piece that was cut last.
     ArenaLocation Location() const noexcept { return {chunk_}; }
 
-    /// From now on the arena belongs to the nodes that sit in it.
+    /// From now on the arena belongs to the nodes in it.
     void Finish(std::size_t nodes) noexcept {
         arena_->SetLiveNodes(nodes);
         arena_ = nullptr;
@@ -113,6 +113,6 @@ private:
     char* end_ = nullptr;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_ARENA_H

@@ -11,7 +11,7 @@
 #include "xml/block.h"
 #include "xml/node_access.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 #ifndef WPK_XML_SSE2
 
@@ -43,9 +43,13 @@ struct ArenaBytes {
 };
 static_assert(sizeof(ArenaBytes) == sizeof(ByteString), "the block is all of it");
 
-WPK_XML_INLINE ByteString::ByteString(const ArenaBytes& bytes) noexcept {
+}  // namespace AdvXMLParser::detail
+
+WPK_XML_INLINE AdvXMLParser::ByteString::ByteString(const detail::ArenaBytes& bytes) noexcept {
     bytes.block.Store(near_);
 }
+
+namespace AdvXMLParser::detail {
 
 inline ArenaBytes NodeAccess::Borrowed(char* bytes, std::size_t size, Mark mark) noexcept {
     const std::uint8_t tag = static_cast<std::uint8_t>(ByteString::kBorrowed | MarkBits(mark));
@@ -95,28 +99,6 @@ WPK_XML_INLINE ArenaBytes MakeNear(const char* bytes, std::size_t size, NodeAcce
     return arena_bytes_detail::kNearForms[static_cast<std::size_t>(mark)][size](bytes);
 }
 
-/// A name that all nodes of a class have.
-class FixedName {
-public:
-    template <std::size_t N>
-    explicit constexpr FixedName(const char (&name)[N]) {
-        for (std::size_t i = 0; i < N; ++i) bytes_[i] = name[i];
-        bytes_[sizeof(bytes_) - 1] = static_cast<char>(NodeAccess::NearTag(N - 1, NodeAccess::Mark::kName));
-    }
-    WPK_XML_INLINE operator ArenaBytes() const noexcept { return {Block(bytes_)}; }
-
-private:
-    alignas(sizeof(ByteString)) char bytes_[sizeof(ByteString)] = {};
-};
-
-namespace fixed_names {
-inline constexpr FixedName kNone("");
-inline constexpr FixedName kDocument("#document");
-inline constexpr FixedName kText("#text");
-inline constexpr FixedName kCData("#cdata-section");
-inline constexpr FixedName kComment("#comment");
-}  // namespace fixed_names
-
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_ARENA_BYTES_H

@@ -3,7 +3,7 @@
 #ifndef WPK_XML_BLOCK_H
 #define WPK_XML_BLOCK_H
 
-// For the few functions whose call would cost more than they do.
+// For functions so small that a call would cost more than the body.
 #if defined(__GNUC__)
 #define WPK_XML_INLINE inline __attribute__((always_inline))
 #elif defined(_MSC_VER)
@@ -21,7 +21,7 @@
 
 #include <cstdint>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// The number of the lowest bit that is set; there must be one.
 inline unsigned LowestBit(unsigned mask) noexcept {
@@ -79,7 +79,7 @@ private:
     __m128i bytes_;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // SSE2
 

@@ -11,6 +11,9 @@
 #include "xml/node_access.h"
 
 namespace AdvXMLParser {
+
+using namespace detail;
+
 namespace {
 
 /// In front of bytes on the heap stands how many there is room for, the closing zero not counted.

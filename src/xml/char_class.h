@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 enum CharClass : std::uint16_t {
     /// Space, tab, line feed, carriage return.
@@ -81,6 +81,6 @@ inline bool IsWhite(char c) noexcept {
     return Is(static_cast<unsigned char>(c), kWhite);
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_CHAR_CLASS_H

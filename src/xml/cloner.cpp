@@ -6,7 +6,7 @@
 
 #include "xml/small_stack.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 struct Level {
@@ -58,4 +58,4 @@ NodeContainer* CloneTree(const NodeContainer& container, NodeContainer* newParen
     return top.release();
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

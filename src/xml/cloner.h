@@ -5,12 +5,12 @@
 
 #include "xml/node_access.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// What Clone gives for a container: a new one of the same class with copies of the children, under `newParent`. Throws
 /// what copying a node below throws, and leaves nothing behind then.
 NodeContainer* CloneTree(const NodeContainer& container, NodeContainer* newParent);
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_CLONER_H

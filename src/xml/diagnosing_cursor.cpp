@@ -6,7 +6,7 @@
 
 #include <wpk/xml/exceptions.h>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 Byte DiagnosingCursor::Read() noexcept {
     if (place_.position >= size_) {
@@ -114,4 +114,4 @@ void DiagnosingCursor::Fail(ParsingError code) const {
     throw ParsingException(code, place_.line, place_.column);
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

@@ -6,9 +6,12 @@
 #include <cstddef>
 #include <string_view>
 
-#include "xml/fast_cursor.h"
+#include <wpk/xml/exceptions.h>
 
-namespace AdvXMLParser {
+#include "xml/char_class.h"
+#include "xml/slice.h"
+
+namespace AdvXMLParser::detail {
 
 /// The cursor that says where a document is wrong. Its operations are those of FastCursor.
 ///
@@ -58,6 +61,6 @@ private:
     unsigned previousColumn_ = 0;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_DIAGNOSING_CURSOR_H

@@ -1,11 +1,12 @@
 // The rules for the document type declaration, instantiated for both cursors.
 // SPDX-License-Identifier: MIT
+#include "xml/doctype.h"
+
 #include <string>
 
 #include "xml/markup_rules.h"
-#include "xml/prolog_rules.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 /// Reads one document type declaration. A rule that returns bool says whether its construct was there; one that returns
@@ -297,4 +298,4 @@ bool ReadDoctype(Cursor& cursor) {
 template bool ReadDoctype(FastCursor&);
 template bool ReadDoctype(DiagnosingCursor&);
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: MIT
 #include "xml/document_rules.h"
 
+#include "xml/doctype.h"
 #include "xml/markup_rules.h"
-#include "xml/prolog_rules.h"
 #include "xml/small_stack.h"
 #include "xml/tree_builder.h"
+#include "xml/xml_declaration.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 /// Reads one document. The nodes go with the builder unless the document is complete.
@@ -288,4 +289,4 @@ Document* ReadDocument(const Byte* input, std::size_t size) {
 template Document* ReadDocument<FastCursor>(const Byte*, std::size_t);
 template Document* ReadDocument<DiagnosingCursor>(const Byte*, std::size_t);
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

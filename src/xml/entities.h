@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 // Both maps are code that the compiler has made of five entries: there is nothing to be filled at first use, so any
 // thread may look things up at any time.
@@ -49,6 +49,6 @@ struct EscapeNames {
     }
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_ENTITIES_H

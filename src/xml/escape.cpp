@@ -8,7 +8,7 @@
 #include "xml/char_class.h"
 #include "xml/entities.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 const char* SkipWhite(const char* at, const char* end) noexcept {
@@ -151,4 +151,4 @@ void EscapeText(OutputBuffer& out, const ByteString& text) {
 template void EscapeText<WhiteSpace::kAsIs>(OutputBuffer&, const ByteString&);
 template void EscapeText<WhiteSpace::kCollapsed>(OutputBuffer&, const ByteString&);
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

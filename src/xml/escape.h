@@ -7,7 +7,7 @@
 
 #include "xml/output_buffer.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// Whether a run of white space is put as it is, or as one space.
 enum class WhiteSpace { kAsIs, kCollapsed };
@@ -17,6 +17,6 @@ enum class WhiteSpace { kAsIs, kCollapsed };
 template <WhiteSpace kSpace>
 void EscapeText(OutputBuffer& out, const ByteString& text);
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_ESCAPE_H

@@ -5,24 +5,13 @@
 
 #include <cstddef>
 #include <cstring>
-#include <string_view>
 
 #include "wpk/xml/exceptions.h"
 #include "xml/entities.h"
 #include "xml/scan.h"
+#include "xml/slice.h"
 
-namespace AdvXMLParser {
-
-/// A piece of the input.
-struct Slice {
-    const char* data = nullptr;
-    std::size_t size = 0;
-    /// Whether there may be carriage returns in it.
-    bool hasReturns = false;
-
-    explicit operator bool() const noexcept { return size != 0; }
-    operator std::string_view() const noexcept { return {data, size}; }
-};
+namespace AdvXMLParser::detail {
 
 /// Thrown by the fast cursor, which knows that something is wrong and not where.
 struct NotWellFormed {};
@@ -38,8 +27,7 @@ public:
     FastCursor(const Byte* input, std::size_t size) noexcept
         : at_(input), start_(input), end_(EndOfDocument(input, size)) {}
 
-    /// Copies go field by field: a whole one that was just changed would have to wait until that has reached the
-    /// memory.
+    /// Copied field by field: a wide load right after narrow stores would stall on store forwarding.
     FastCursor(const FastCursor& other) noexcept
         : at_(other.at_),
           start_(other.start_),
@@ -217,6 +205,6 @@ private:
     bool hasReturns_ = false;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_FAST_CURSOR_H

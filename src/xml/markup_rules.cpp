@@ -4,7 +4,7 @@
 
 #include "xml/entities.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 constexpr std::uint32_t ValueOfDigit(Byte digit) noexcept {
@@ -107,4 +107,4 @@ template bool ReadCData(DiagnosingCursor&, Slice&);
 template bool ReadPi(FastCursor&, Slice&, Slice&);
 template bool ReadPi(DiagnosingCursor&, Slice&, Slice&);
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

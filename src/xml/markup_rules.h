@@ -7,8 +7,8 @@
 #include "xml/fast_cursor.h"
 
 // Like all rules of the grammar they are templates over the cursor and are instantiated for both. A rule that does not
-// find its beginning leaves the cursor where it was; behind the beginning everything wrong throws.
-namespace AdvXMLParser {
+// find its opening token leaves the cursor where it was; once that has been read, any error throws.
+namespace AdvXMLParser::detail {
 
 /// What a reference says.
 struct ReferenceParts {
@@ -43,6 +43,18 @@ bool ReadCData(Cursor& cursor, Slice& text);
 template <class Cursor>
 bool ReadPi(Cursor& cursor, Slice& target, Slice& data);
 
+/// Reads an equals sign and the white space around it. When it is missing, the fault is where that white space begins.
+template <class Cursor>
+void ReadEquals(Cursor& cursor) {
+    const auto before = cursor.Position();
+    cursor.SkipWhitespace();
+    if (!cursor.Expect('=')) {
+        cursor.Restore(before);
+        cursor.Fail(kNoEquals);
+    }
+    cursor.SkipWhitespace();
+}
+
 /// Reads a quote, which is to end the literal too; zero, without moving, when there is none.
 template <class Cursor>
 char ReadQuote(Cursor& cursor) {
@@ -73,6 +85,6 @@ bool ReadValue(Cursor& cursor, Target&& target) {
     }
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_MARKUP_RULES_H

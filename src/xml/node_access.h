@@ -10,7 +10,7 @@
 
 #include "xml/arena.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 struct NodeAccess {
     using Kind = Node::Kind;
@@ -42,7 +42,7 @@ struct NodeAccess {
     /// The arena of a parsed node.
     static Arena& ArenaOf(const Node& node) noexcept { return *ChunkOf(node)->arena; }
 
-    /// The chunk that the node sits in, or null.
+    /// The chunk that the node is in, or null.
     static const Arena::Chunk* ChunkOf(const Node& node) noexcept {
         return node.location_.offset == 0 ? nullptr : reinterpret_cast<const Arena::Chunk*>(node.location_.Chunk());
     }
@@ -100,7 +100,24 @@ private:
     static constexpr std::uint8_t MarkBits(Mark mark) noexcept {
         return mark == Mark::kName ? ByteString::kParsedName : mark == Mark::kValue ? ByteString::kParsedValue : 0;
     }
-    static bool HasChildren(Kind kind) noexcept { return kind >= Kind::kForeignContainer && kind <= Kind::kDocument; }
+    static bool HasChildren(Kind kind) noexcept {
+        switch (kind) {
+            case Kind::kForeignContainer:
+            case Kind::kElement:
+            case Kind::kAttribute:
+            case Kind::kDocument:
+                return true;
+            case Kind::kForeign:
+            case Kind::kText:
+            case Kind::kCData:
+            case Kind::kComment:
+            case Kind::kPi:
+            case Kind::kEntityRef:
+            case Kind::kCharRef:
+                break;
+        }
+        return false;
+    }
     static bool IsOfOwnClass(const Node& node) noexcept {
         const std::type_info& own = *kOwnClasses[static_cast<std::size_t>(KindOf(node))];
         // The address tells nearly always; where modules have copies of a class, it does not.
@@ -114,6 +131,6 @@ private:
         &typeid(CData), &typeid(Comment), &typeid(Pi),      &typeid(EntityRef), &typeid(CharRef)};
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_NODE_ACCESS_H

@@ -10,6 +10,8 @@
 
 namespace AdvXMLParser {
 
+using namespace detail;
+
 NodeContainer::NodeContainer(NodeContainer* nodeParent, std::string_view nodeName)
     : Node(Kind::kForeignContainer, nodeParent, nodeName) {}
 

@@ -6,7 +6,7 @@
 
 #include "xml/node_access.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 /// In front of the entries stands how far they are from the beginning of their memory. It moves with them when the
@@ -48,4 +48,4 @@ void ReportListChange(const void* list, bool isOfAttributes) noexcept {
     NodeAccess::ArenaOf(NodeAccess::NodeOf(list, isOfAttributes)).NoteChange();
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

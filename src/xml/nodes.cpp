@@ -10,6 +10,9 @@
 #include "xml/writer.h"
 
 namespace AdvXMLParser {
+
+using namespace detail;
+
 namespace {
 
 char KnownEntity(std::string_view name) {

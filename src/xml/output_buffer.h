@@ -10,7 +10,7 @@
 
 #include <wpk/xml/byte_string.h>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// Appends to a string through a buffer of its own, as a string checks, counts and terminates at every append. What is
 /// in the buffer reaches the string with Flush, which has to be called at the end: a destructor could not report that
@@ -90,6 +90,6 @@ private:
     char bytes_[kSize];
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_OUTPUT_BUFFER_H

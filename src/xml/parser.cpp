@@ -5,6 +5,9 @@
 #include "xml/document_rules.h"
 
 namespace AdvXMLParser {
+
+using namespace detail;
+
 namespace {
 
 Document* ReadFast(const Byte* input, std::size_t size) {

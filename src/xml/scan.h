@@ -8,11 +8,10 @@
 
 #include "xml/block.h"
 #include "xml/char_class.h"
+#include "xml/slice.h"
 
 // Each function looks at [at, end) and returns the first byte that ends the run, or `end`.
-namespace AdvXMLParser {
-
-using Byte = unsigned char;
+namespace AdvXMLParser::detail {
 
 namespace scan_detail {
 
@@ -89,6 +88,6 @@ WPK_XML_INLINE bool BeginsWith(const Byte* at, const Byte* end, const Byte* byte
     return std::memcmp(at, bytes, size) == 0;
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_SCAN_H

@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// A stack of plain records whose first entries cost no allocation. It lives on the machine's stack itself, so N is
 /// kept small: threads with 64 KiB of stack are to be served.
@@ -54,6 +54,6 @@ private:
     std::size_t capacity_;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_SMALL_STACK_H

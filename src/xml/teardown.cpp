@@ -6,7 +6,7 @@
 
 #include "xml/block.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 using Kind = NodeAccess::Kind;
@@ -44,7 +44,10 @@ void FreeHeap(Node& node) noexcept {
         case Kind::kPi:
             NodeAccess::FreeHeap(static_cast<Pi&>(node).data);
             break;
-        default:
+        case Kind::kForeign:
+        case Kind::kForeignContainer:
+        case Kind::kEntityRef:
+        case Kind::kCharRef:
             break;
     }
 }
@@ -138,8 +141,8 @@ bool Teardown::DropContainer(NodeContainer* container) noexcept {
 }
 
 void Teardown::Enter(NodeContainer* container, std::size_t done) noexcept {
-    // An application may have set `parent` to anything; from here on it is the way back, and the node's last field
-    // without a task keeps how far the outer container had come.
+    // An application may have set `parent` to anything; from here on it links back to the outer container, and
+    // `pendingText`, now unused, keeps how far that one had got.
     container->parent = current_;
     // NOLINTNEXTLINE(performance-no-int-to-ptr): never used as a pointer
     container->pendingText = reinterpret_cast<Text*>(static_cast<std::uintptr_t>(done_));
@@ -177,4 +180,4 @@ void Teardown::LeaveArena() noexcept {
     deletedNodes_ = 0;
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

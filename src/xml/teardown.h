@@ -7,7 +7,7 @@
 
 #include "xml/node_access.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// Deletes everything that a container owns, attributes first, all in document order, the inner before the outer. It
 /// needs no memory and cannot fail: the way back up is kept in the nodes that are about to die.
@@ -45,13 +45,13 @@ private:
     /// How many of the current container's attributes and children have been seen to.
     std::size_t done_ = 0;
 
-    /// The chunk that the last pooled node sat in, and its arena.
+    /// The chunk of the last node that was in an arena, and that arena.
     const Arena::Chunk* chunk_ = nullptr;
-    /// Leaving an arena costs an atomic operation, so the nodes that become free one after the other leave together.
+    /// Counting down costs an atomic operation, so nodes that are deleted one after the other are counted together.
     Arena* arena_ = nullptr;
     std::size_t deletedNodes_ = 0;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_TEARDOWN_H

@@ -6,7 +6,7 @@
 
 #include "xml/char_class.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 using Kind = NodeAccess::Kind;
@@ -17,9 +17,18 @@ bool Collapses(const NodeContainer& container) noexcept {
             return !static_cast<const Element&>(container).preserveSpace;
         case Kind::kDocument:
             return true;
-        default:
-            return false;
+        case Kind::kForeign:
+        case Kind::kForeignContainer:
+        case Kind::kAttribute:
+        case Kind::kText:
+        case Kind::kCData:
+        case Kind::kComment:
+        case Kind::kPi:
+        case Kind::kEntityRef:
+        case Kind::kCharRef:
+            break;
     }
+    return false;
 }
 
 }  // namespace
@@ -73,9 +82,15 @@ void TextCollector::AddLeaf(const Node& node) {
             return Add(static_cast<const Pi&>(node).data);
         case Kind::kEntityRef:
             return Add({&static_cast<const EntityRef&>(node).value, 1});
-        default:
-            return Add(node.GetText());
+        case Kind::kForeign:
+        case Kind::kForeignContainer:
+        case Kind::kElement:
+        case Kind::kAttribute:
+        case Kind::kDocument:
+        case Kind::kCharRef:
+            break;
     }
+    Add(node.GetText());
 }
 
 void TextCollector::Add(std::string_view text) {
@@ -113,4 +128,4 @@ void TextCollector::CollapseWhitespace(std::string_view text) {
     }
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

@@ -10,16 +10,16 @@
 #include "xml/node_access.h"
 #include "xml/small_stack.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// Puts the texts below a container together, with white space as every level wants it: an element and a document make
 /// one space of each run and trim the ends, an attribute only trims them, a space-preserving element does neither.
 ///
 /// Doing that level by level, with CollapseWhitespace and TrimWhitespace on each result, would touch a text once per
-/// level. It is done as the text arrives instead, so that the work is linear in the text: white space at the beginning
-/// of a level is not even taken over, a second white-space character in a row is not where any level around makes one
-/// of them, and what a level ends with is cut off when it is left. An inner level's result neither begins nor ends with
-/// white space, so that what it was and what stands around it never run together wrongly.
+/// level. It is done as the text arrives instead, so that the work is linear in the text: leading white space of a
+/// level is skipped, runs are collapsed if any enclosing level collapses, and trailing white space is cut when the
+/// level ends. An inner level's result neither begins nor ends with white space, so that what it was and what stands
+/// around it never run together wrongly.
 class TextCollector {
 public:
     static std::string Collect(const NodeContainer& container);
@@ -30,8 +30,11 @@ private:
         std::size_t next;
         /// Where in the result the innermost trimming level begins.
         std::size_t start;
+        /// Whether its own class trims: white space at both ends of its text goes.
         bool trimsItself;
+        /// Whether it or a level around it trims.
         bool isTrimmed;
+        /// Whether it or a level around it makes one space of each run of white space.
         bool isCollapsed;
     };
 
@@ -52,6 +55,6 @@ private:
     SmallStack<Level, 16> levels_;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_TEXT_COLLECTOR_H

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 namespace {
 
 /// Copies with every CR LF and lone CR made one LF, and gives the end of the copy.
@@ -51,4 +51,4 @@ ArenaBytes TreeBuilder::StoreCopy(const char* data, std::size_t size, Mark mark)
     return NodeAccess::Borrowed(bytes, size, mark);
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

@@ -6,100 +6,11 @@
 #include <new>
 #include <utility>
 
-#include "xml/fast_cursor.h"
-#include "xml/node_access.h"
 #include "xml/arena_bytes.h"
-#include "xml/teardown.h"
+#include "xml/arena_nodes.h"
+#include "xml/slice.h"
 
-namespace AdvXMLParser {
-
-WPK_XML_INLINE Node::Location::Location(Kind nodeKind, const ArenaLocation& place) noexcept
-    : offset(static_cast<std::uint32_t>(static_cast<std::size_t>(reinterpret_cast<const char*>(this) - place.chunk) /
-                                        kUnit)),
-      kind(nodeKind) {}
-
-WPK_XML_INLINE Node::Node(Kind kind, const ArenaLocation& location, NodeContainer* nodeParent,
-                          const ArenaBytes& nodeName) noexcept
-    : name(nodeName), parent(nodeParent), location_(kind, location) {}
-
-WPK_XML_INLINE Element::Element(const ArenaLocation& location, NodeContainer* parentNode,
-                                const ArenaBytes& tagName) noexcept
-    : NodeContainer(Kind::kElement, location, parentNode, tagName) {
-    NodeAccess::MarkAsParsed(children);
-    NodeAccess::MarkAsParsed(attributes);
-}
-WPK_XML_INLINE Attribute::Attribute(const ArenaLocation& location, NodeContainer* parentNode,
-                                    const ArenaBytes& attributeName) noexcept
-    : NodeContainer(Kind::kAttribute, location, parentNode, attributeName) {
-    NodeAccess::MarkAsParsed(children);
-}
-WPK_XML_INLINE Document::Document(const ArenaLocation& location) noexcept
-    : NodeContainer(Kind::kDocument, location, &NullElement(), fixed_names::kDocument),
-      version("1.0"),
-      encoding("UTF-8"),
-      self(*this) {
-    NodeAccess::MarkAsParsed(children);
-}
-WPK_XML_INLINE Text::Text(const ArenaLocation& location, NodeContainer* parentNode,
-                          const ArenaBytes& characters) noexcept
-    : Node(Kind::kText, location, parentNode, fixed_names::kText), text(characters) {}
-WPK_XML_INLINE CData::CData(const ArenaLocation& location, NodeContainer* parentNode,
-                            const ArenaBytes& characters) noexcept
-    : Node(Kind::kCData, location, parentNode, fixed_names::kCData), text(characters) {}
-WPK_XML_INLINE Comment::Comment(const ArenaLocation& location, NodeContainer* parentNode,
-                                const ArenaBytes& characters) noexcept
-    : Node(Kind::kComment, location, parentNode, fixed_names::kComment), text(characters) {}
-WPK_XML_INLINE Pi::Pi(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& target,
-                      const ArenaBytes& targetData) noexcept
-    : Node(Kind::kPi, location, parentNode, target), data(targetData) {}
-WPK_XML_INLINE EntityRef::EntityRef(const ArenaLocation& location, NodeContainer* parentNode,
-                                    const ArenaBytes& entityName, char character) noexcept
-    : Reference(Kind::kEntityRef, location, parentNode, entityName), value(character) {}
-WPK_XML_INLINE CharRef::CharRef(const ArenaLocation& location, NodeContainer* parentNode,
-                                signed char character) noexcept
-    : Reference(Kind::kCharRef, location, parentNode, fixed_names::kNone), value(character) {}
-
-/// A node of class T in an arena, for which `delete` does what it does for any other. (When a whole tree goes, Teardown
-/// takes the nodes in arenas by itself, without their destructors.)
-template <class T>
-class ArenaNode final : public T {
-public:
-    template <class... Arguments>
-    WPK_XML_INLINE explicit ArenaNode(const ArenaLocation& location, Arguments&&... arguments) noexcept
-        : T(location, std::forward<Arguments>(arguments)...) {}
-
-    ~ArenaNode() override {
-        // Whoever is below leaves first, so that this node still has its location then.
-        Teardown::EmptyAll(*this);
-        Arena::BeginDelete(NodeAccess::ArenaOf(*this));
-    }
-
-    static void* operator new(std::size_t size) = delete;
-    // NOLINTNEXTLINE(misc-new-delete-overloads): what it would match is deleted
-    static void operator delete(void* /*memory*/) noexcept { Arena::EndDelete(); }
-};
-
-/// The document, the first piece of its arena.
-template <>
-class ArenaNode<Document> final : public Document {
-public:
-    explicit ArenaNode(const ArenaLocation& location) noexcept : Document(location) {}
-
-    ~ArenaNode() override {
-        Arena& arena = NodeAccess::ArenaOf(*this);
-        if (arena.IsChanged()) {
-            Teardown::EmptyAll(*this);
-            return;
-        }
-        // Every node is where the parser has put it, and everything that any of them holds is in the arena.
-        arena.SetLiveNodes(1);
-        NodeAccess::Forget(children);
-    }
-
-    static void* operator new(std::size_t size) = delete;
-    // NOLINTNEXTLINE(misc-new-delete-overloads): what it would match is deleted
-    static void operator delete(void* memory) noexcept { Arena::OfFirstPiece(memory)->Release(1); }
-};
+namespace AdvXMLParser::detail {
 
 /// Makes nodes and strings. Whatever has been made is given back with the builder, unless Finish hands it over.
 class TreeBuilder {
@@ -179,6 +90,6 @@ private:
     std::size_t listed_ = 0;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_TREE_BUILDER_H

@@ -6,7 +6,7 @@
 
 #include "xml/escape.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 using namespace std::string_view_literals;
 
@@ -314,4 +314,4 @@ void Writer::Indent() {
     }
 }
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

@@ -9,7 +9,7 @@
 #include "xml/output_buffer.h"
 #include "xml/small_stack.h"
 
-namespace AdvXMLParser {
+namespace AdvXMLParser::detail {
 
 /// Writes one node and everything below it in one walk.
 class Writer {
@@ -89,6 +89,6 @@ private:
     bool atLineStart_;
 };
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_WRITER_H

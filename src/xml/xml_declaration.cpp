@@ -1,9 +1,10 @@
 // The rule for the XML declaration, instantiated for both cursors.
 // SPDX-License-Identifier: MIT
-#include "xml/markup_rules.h"
-#include "xml/prolog_rules.h"
+#include "xml/xml_declaration.h"
 
-namespace AdvXMLParser {
+#include "xml/markup_rules.h"
+
+namespace AdvXMLParser::detail {
 namespace {
 
 /// White space, the keyword and an equals sign; or none of them.
@@ -72,4 +73,4 @@ bool ReadXmlDeclaration(Cursor& cursor, XmlDeclaration& declaration) {
 template bool ReadXmlDeclaration(FastCursor&, XmlDeclaration&);
 template bool ReadXmlDeclaration(DiagnosingCursor&, XmlDeclaration&);
 
-}  // namespace AdvXMLParser
+}  // namespace AdvXMLParser::detail

@@ -16,7 +16,7 @@ namespace xml_model {
 
 namespace {
 
-using AdvXMLParser::Byte;
+using AdvXMLParser::detail::Byte;
 using Tree = std::unique_ptr<AdvXMLParser::Document>;
 
 template <class Cursor, class Refusal>
@@ -25,7 +25,7 @@ Tree Read(std::string_view input) {
     const std::vector<Byte> bytes(input.begin(), input.end());
     static constexpr Byte kNothing[1] = {0};
     try {
-        return Tree(AdvXMLParser::ReadDocument<Cursor>(bytes.empty() ? kNothing : bytes.data(), bytes.size()));
+        return Tree(AdvXMLParser::detail::ReadDocument<Cursor>(bytes.empty() ? kNothing : bytes.data(), bytes.size()));
     } catch (const Refusal&) {
         return nullptr;
     }
@@ -56,8 +56,8 @@ std::string Describe(const AdvXMLParser::Document& document) {
 }  // namespace
 
 std::string CursorDisagreement(std::string_view input) {
-    const Tree fast = Read<AdvXMLParser::FastCursor, AdvXMLParser::NotWellFormed>(input);
-    const Tree exact = Read<AdvXMLParser::DiagnosingCursor, AdvXMLParser::ParsingException>(input);
+    const Tree fast = Read<AdvXMLParser::detail::FastCursor, AdvXMLParser::detail::NotWellFormed>(input);
+    const Tree exact = Read<AdvXMLParser::detail::DiagnosingCursor, AdvXMLParser::ParsingException>(input);
     std::string difference;
     if ((fast == nullptr) != (exact == nullptr)) {
         difference = fast == nullptr ? "refused by the fast cursor alone" : "refused by the exact cursor alone";

@@ -13,8 +13,10 @@
 
 namespace AdvXMLParser {
 
+namespace detail {
 struct ArenaBytes;
 struct NodeAccess;
+}  // namespace detail
 
 /// A byte string as nodes hold it: a name, a text, a datum. Any byte may occur in it, zero included; nothing is ever
 /// converted. It behaves like a small std::string: it converts to std::string_view and std::string, takes both and
@@ -34,7 +36,7 @@ public:
     /// document are copied out of it.
     ByteString(ByteString&& other);  // NOLINT(performance-noexcept-move-constructor): see above
     /// For the parser alone.
-    inline explicit ByteString(const ArenaBytes& bytes) noexcept;
+    inline explicit ByteString(const detail::ArenaBytes& bytes) noexcept;
     ~ByteString() {
         if (IsHeap()) FreeHeap();
     }
@@ -92,7 +94,7 @@ public:
     }
 
 private:
-    friend struct NodeAccess;
+    friend struct detail::NodeAccess;
 
     /// Bytes elsewhere: on the heap, or borrowed from the memory of the document that the string's node was parsed
     /// into.

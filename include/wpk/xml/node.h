@@ -24,8 +24,10 @@ class Node;
 class NodeContainer;
 class Pi;
 class Text;
-struct NodeAccess;
+
+namespace detail {
 struct ArenaLocation;
+}
 
 /// What IsType is asked for. Other values match no node.
 enum NodeType {
@@ -144,11 +146,11 @@ protected:
         kEntityRef,
         kCharRef
     };
-    /// For the library's own classes; with a ArenaLocation, for the parser.
+    /// For the library's own classes; with an ArenaLocation, for the parser.
     ///@{
     Node(Kind kind, NodeContainer* nodeParent, std::string_view nodeName);
-    inline Node(Kind kind, const ArenaLocation& location, NodeContainer* nodeParent,
-                const ArenaBytes& nodeName) noexcept;
+    inline Node(Kind kind, const detail::ArenaLocation& location, NodeContainer* nodeParent,
+                const detail::ArenaBytes& nodeName) noexcept;
     ///@}
 
 public:
@@ -159,13 +161,13 @@ public:
     NodeContainer* parent;
 
 private:
-    friend struct NodeAccess;
+    friend struct detail::NodeAccess;
 
-    /// What kind of node it is, and how far into its chunk of a parsed document's memory it sits; 0 for a node that
-    /// sits elsewhere.
+    /// What kind of node it is, and how far into its chunk of a parsed document's memory it is; 0 for a node that is
+    /// elsewhere.
     struct Location {
         explicit Location(Kind nodeKind) noexcept : offset(0), kind(nodeKind) {}
-        inline Location(Kind nodeKind, const ArenaLocation& place) noexcept;
+        inline Location(Kind nodeKind, const detail::ArenaLocation& place) noexcept;
         const char* Chunk() const noexcept { return reinterpret_cast<const char*>(this) - std::size_t{offset} * kUnit; }
 
         static constexpr std::size_t kUnit = 4;

@@ -14,9 +14,13 @@
 namespace AdvXMLParser {
 
 class Attribute;
-struct NodeAccess;
 
-/// The memory of lists with more than one entry. Not for applications. ForgetFirst gives the entries after the first;
+namespace detail {
+
+struct NodeAccess;
+class Teardown;
+
+/// The memory of lists with more than one entry. ForgetFirst gives the entries after the first;
 /// ReportListChange tells the memory of a parsed document that one of its lists may be about to change.
 ///@{
 void* AllocateEntries(std::size_t count);
@@ -24,6 +28,8 @@ void* ForgetFirst(void* entries) noexcept;
 void FreeEntries(void* entries) noexcept;
 void ReportListChange(const void* list, bool isOfAttributes) noexcept;
 ///@}
+
+}  // namespace detail
 
 /// An ordered, growable array of pointers to nodes. The list itself owns no node: the container whose `children` or
 /// `attributes` it is does, and deletes what the list holds when it dies. Whoever takes an entry out by `erase`,
@@ -147,8 +153,8 @@ public:
     }
 
 private:
-    friend struct NodeAccess;
-    friend class Teardown;
+    friend struct detail::NodeAccess;
+    friend class detail::Teardown;
 
     /// Enough for what 2 GiB of text can hold.
     static constexpr std::uint32_t kMostEntries = 0x3FFFFFFFU;
@@ -165,7 +171,7 @@ private:
     /// To be called before each change, and before anybody gets the means to make one.
     void NoteChange() noexcept {
         if ((capacity_ & kParsed) == 0) return;
-        ReportListChange(this, std::is_same<T, Attribute>::value);
+        detail::ReportListChange(this, std::is_same<T, Attribute>::value);
         capacity_ &= ~kParsed;
     }
     std::size_t NextCapacity() const {
@@ -175,7 +181,7 @@ private:
 
     /// Moves the beginning and not the entries. There must be more than one, so that there is an array.
     iterator EraseFirst() noexcept {
-        many_ = IsHeap() ? static_cast<T**>(ForgetFirst(many_)) : many_ + 1;
+        many_ = IsHeap() ? static_cast<T**>(detail::ForgetFirst(many_)) : many_ + 1;
         --size_;
         --capacity_;
         return many_;
@@ -183,7 +189,7 @@ private:
 
     void Reallocate(std::size_t capacity) {
         if (capacity > kMostEntries) throw std::length_error("NodeList");
-        T** const entries = static_cast<T**>(AllocateEntries(capacity));
+        T** const entries = static_cast<T**>(detail::AllocateEntries(capacity));
         std::copy(begin(), end(), entries);
         Free();
         many_ = entries;
@@ -214,7 +220,7 @@ private:
     }
 
     void Free() noexcept {
-        if (IsHeap()) FreeEntries(many_);
+        if (IsHeap()) detail::FreeEntries(many_);
     }
 
     union {

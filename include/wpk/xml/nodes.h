@@ -27,7 +27,8 @@ public:
 
 protected:
     /// For the parser.
-    inline Element(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& tagName) noexcept;
+    inline Element(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                   const detail::ArenaBytes& tagName) noexcept;
 
 public:
     /// In document order; the same name may occur more than once. Owned.
@@ -52,8 +53,8 @@ public:
 
 protected:
     /// For the parser.
-    inline Attribute(const ArenaLocation& location, NodeContainer* parentNode,
-                     const ArenaBytes& attributeName) noexcept;
+    inline Attribute(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                     const detail::ArenaBytes& attributeName) noexcept;
 };
 
 /// A whole document. A Clone has copies of the children, but the fields below as a new document has them.
@@ -73,7 +74,7 @@ public:
 
 protected:
     /// For the parser.
-    inline explicit Document(const ArenaLocation& location) noexcept;
+    inline explicit Document(const detail::ArenaLocation& location) noexcept;
 
 public:
     /// What the XML declaration says; the library does not act on any of it. `standalone` is never written.
@@ -102,7 +103,8 @@ public:
 
 protected:
     /// For the parser.
-    inline Text(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& characters) noexcept;
+    inline Text(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                const detail::ArenaBytes& characters) noexcept;
 
 public:
     /// The characters, as they are in the document.
@@ -123,7 +125,8 @@ public:
 
 protected:
     /// For the parser.
-    inline CData(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& characters) noexcept;
+    inline CData(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                 const detail::ArenaBytes& characters) noexcept;
 
 public:
     /// What stands between "<![CDATA[" and "]]>".
@@ -144,7 +147,8 @@ public:
 
 protected:
     /// For the parser.
-    inline Comment(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& characters) noexcept;
+    inline Comment(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                   const detail::ArenaBytes& characters) noexcept;
 
 public:
     /// What stands between the two hyphens at either end.
@@ -165,8 +169,8 @@ public:
 
 protected:
     /// For the parser.
-    inline Pi(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& target,
-              const ArenaBytes& targetData) noexcept;
+    inline Pi(const detail::ArenaLocation& location, NodeContainer* parentNode, const detail::ArenaBytes& target,
+              const detail::ArenaBytes& targetData) noexcept;
 
 public:
     /// What follows the target.
@@ -198,8 +202,8 @@ public:
 
 protected:
     /// For the parser.
-    inline EntityRef(const ArenaLocation& location, NodeContainer* parentNode, const ArenaBytes& entityName,
-                     char character) noexcept;
+    inline EntityRef(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                     const detail::ArenaBytes& entityName, char character) noexcept;
 
 public:
     /// The character that the entity stands for.
@@ -220,7 +224,7 @@ public:
 
 protected:
     /// For the parser.
-    inline CharRef(const ArenaLocation& location, NodeContainer* parentNode, signed char character) noexcept;
+    inline CharRef(const detail::ArenaLocation& location, NodeContainer* parentNode, signed char character) noexcept;
 
 public:
     /// The character: the low eight bits of the number.

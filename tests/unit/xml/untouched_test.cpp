@@ -30,7 +30,7 @@ constexpr const char* kText =
 const std::string kLong = "a string that does not fit in its place";
 
 bool IsUntouched(const Document& document) {
-    return !NodeAccess::ArenaOf(document).IsChanged();
+    return !detail::NodeAccess::ArenaOf(document).IsChanged();
 }
 
 TEST(Untouched, IsADocumentThatIsOnlyRead) {
