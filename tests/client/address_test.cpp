@@ -70,7 +70,7 @@ public:
 
 private:
     ScriptedLibrary& Prepared() {
-        library_.on_send = [this](WPK_SENDSTRUCT* message) {
+        library_.onSend = [this](WPK_SENDSTRUCT* message) {
             ++sent_;
             rig::Thread([&] { TellReply(*message, "done"); }).Join();
             return 8u;

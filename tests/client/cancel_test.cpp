@@ -109,7 +109,7 @@ TEST(RequestTest, WaitedForInAnotherRequestsFunctionIsWaitedFor) {
 
 TEST(Cancel, AfterTheEndDoesNotReachTheLibrary) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT* message) {
+    library.onSend = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellReply(*message, "done"); }).Join();
         return 8u;
     };
@@ -122,7 +122,7 @@ TEST(Cancel, AfterTheEndDoesNotReachTheLibrary) {
 
 TEST(Cancel, TwiceReachesTheLibraryOnce) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
     const Request request = client.Send(To(80), [](const Outcome&) {});
     request.Cancel();
@@ -134,7 +134,7 @@ TEST(Cancel, TwiceReachesTheLibraryOnce) {
 
 TEST(Cancel, BeforeTheHandleIsKnownIsMadeUpFor) {
     ScriptedLibrary library;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
         EXPECT_EQ(library.Cancelled(), Handles());
         return 8u;
@@ -150,7 +150,7 @@ TEST(Cancel, BeforeTheHandleIsKnownIsMadeUpFor) {
 
 TEST(Cancel, AndTheEndBothBeforeTheHandleIsKnownReachesNobody) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT* message) {
+    library.onSend = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] {
             TellProgress(*message, "some", 4);
             TellReply(*message, "some");
@@ -175,7 +175,7 @@ public:
 
 private:
     ScriptedLibrary& Prepared() {
-        library_.on_send = [this](WPK_SENDSTRUCT* message) {
+        library_.onSend = [this](WPK_SENDSTRUCT* message) {
             thread_ = std::make_unique<rig::Thread>([this, message] {
                 if (library_.WaitForCancel()) TellFailure(*message, WPK_ERROR_CANCELLED);
             });
@@ -222,7 +222,7 @@ TEST(Cancel, RefusedByTheLibraryDuringAWaitIsTriedAgainByTheWaitingThread) {
 
 TEST(Cancel, BeforeTheHandleIsKnownAndThenRefusedIsTriedAgain) {
     ScriptedLibrary library;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
         return 8u;
     };
@@ -240,7 +240,7 @@ TEST(Cancel, BeforeTheHandleIsKnownAndThenRefusedIsTriedAgain) {
 
 TEST(Cancel, AfterAThrowingProgressFunctionRefusedIsTriedAgainWithTheNextPiece) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
     library.RefuseCancels(1);
     Message message = To(80);

@@ -31,7 +31,7 @@ std::error_code CodeAfter(const std::string& answer) {
 TEST(ErrorCode, OfEveryFailureOfTheLibraryReachesFutureAndFunction) {
     for (const WPK_ERROR coded : kCoded) {
         ScriptedLibrary library;
-        library.on_send = [&](WPK_SENDSTRUCT* message) {
+        library.onSend = [&](WPK_SENDSTRUCT* message) {
             rig::Thread([&] { TellFailure(*message, coded); }).Join();
             return 8u;
         };
@@ -93,7 +93,7 @@ TEST(RequestFailure, ToAServerThatSaysNonsenseEndsSo) {
 
 TEST(SendRefused, ThatTheLibraryDoesNotTakeThrowsAndCallsNothing) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 0u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 0u; };
     const Client client(ToLoopback(), library.functions());
     const auto captured = std::make_shared<int>();
     EXPECT_EQ(CodeThrownBy([&] { client.Send(To(80), [captured](const Outcome&) { FAIL() << "nothing was sent"; }); }),

@@ -106,7 +106,7 @@ TEST(ThrowingProgressFunction, WhichThrowsReachesTheFutureAsItIs) {
 
 TEST(ThrowingProgressFunction, WhichThrowsAtTheLastPieceIsStillTheOutcome) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT* message) {
+    library.onSend = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] {
             TellProgress(*message, "so", 4);
             TellProgress(*message, "some", 4);

@@ -48,17 +48,17 @@ TEST(MessageKept, MadeOfTemporariesArrivesWhole) {
 TEST(MessageKept, AfterItsOutcomeStaysUntilItsThreadHasEnded) {
     ScriptedLibrary library;
     rig::Signal returned;
-    rig::Signal go_on;
+    rig::Signal goOn;
     const WPK_SENDSTRUCT* record = nullptr;
     const void* body = nullptr;
     std::unique_ptr<rig::Thread> thread;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         record = message;
         body = message->lpData;
         thread = std::make_unique<rig::Thread>([&, message] {
             TellReply(*message, "done");
             returned.Set();
-            go_on.Wait();
+            goOn.Wait();
         });
         return 8u;
     };
@@ -70,7 +70,7 @@ TEST(MessageKept, AfterItsOutcomeStaysUntilItsThreadHasEnded) {
 
     // Everything that gives memory back, while the thread still runs.
     request.Wait();
-    library.on_send = [](WPK_SENDSTRUCT* message) {
+    library.onSend = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellReply(*message, "done"); }).Join();
         return 12u;
     };
@@ -81,7 +81,7 @@ TEST(MessageKept, AfterItsOutcomeStaysUntilItsThreadHasEnded) {
     EXPECT_EQ(record->dwDataLength, kLarge);
     EXPECT_EQ(std::memcmp(body, "xxxx", 4), 0);
 
-    go_on.Set();
+    goOn.Set();
     thread->Join();
     client.Send({"Echo", "other"}).get();
     EXPECT_FALSE(IsCommitted(body));
@@ -102,7 +102,7 @@ TEST(MessageKept, OfACancelledRequestIsGivenBackWhileItsThreadsIdStaysTaken) {
     const void* body = nullptr;
     DWORD id = 0;
     std::unique_ptr<rig::Thread> thread;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         body = message->lpData;
         thread = std::make_unique<rig::Thread>([&, message] {
             id = GetCurrentThreadId();
@@ -122,7 +122,7 @@ TEST(MessageKept, OfACancelledRequestIsGivenBackWhileItsThreadsIdStaysTaken) {
 TEST(MessageKept, OfARequestThatTheLibraryRefusedIsGivenBackAtOnce) {
     ScriptedLibrary library;
     const void* body = nullptr;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         body = message->lpData;
         return 0u;
     };
@@ -134,7 +134,7 @@ TEST(MessageKept, OfARequestThatTheLibraryRefusedIsGivenBackAtOnce) {
 TEST(MessageMoved, WithALargeBodyIsNotCopied) {
     ScriptedLibrary library;
     const void* sent = nullptr;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         sent = message->lpData;
         rig::Thread([&] { TellReply(*message, "done"); }).Join();
         return 8u;
@@ -197,13 +197,13 @@ TEST(ClientLifetime, DestroyedInsideAnOutcomeIsNoTrouble) {
 }
 
 // In a process of its own, which has the library that it is linked with to itself.
-WPK_SCENARIO(ends_with_requests_under_way) {
+WPK_SCENARIO(endsWithRequestsUnderWay) {
     static const rig::FullListener listener;
     static SilentPeer peer;
     static const Client client(ToLoopback(listener.port()));
     static std::vector<std::future<Reply>> futures;
     for (int i = 0; i < 4; ++i) futures.push_back(client.Send({"Echo", "hello"}));
-    static const ScopedRequest cancelled_at_the_end = client.Send({"Echo", "hello"}, [](const Outcome&) {});
+    static const ScopedRequest cancelledAtTheEnd = client.Send({"Echo", "hello"}, [](const Outcome&) {});
     client.Send(To(peer.port()), [](const Outcome&) {});
     return peer.WaitForRequest() ? 0 : 1;
 }
@@ -214,7 +214,7 @@ TEST(Process, WhichEndsWithRequestsUnderWayEndsAsItWants) {
 
 TEST(FinalNotification, BeforeTheSendIsBackIsTheOutcome) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT* message) {
+    library.onSend = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellReply(*message, "quick"); }).Join();
         return 8u;
     };

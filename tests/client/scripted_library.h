@@ -24,10 +24,10 @@ public:
     Functions functions() const;
 
     // What WPK_Init answers; 1 makes the library an initialised one.
-    int init_answer = 1;
+    int initAnswer = 1;
     WPK_INITSTRUCT settings = {};
     // What WPK_Send does and answers.
-    std::function<unsigned int(WPK_SENDSTRUCT*)> on_send;
+    std::function<unsigned int(WPK_SENDSTRUCT*)> onSend;
     // What it was given last.
     const WPK_SENDSTRUCT* sent = nullptr;
     // How many calls of WPK_Cancel are refused from now on, as in a shortage of threads.

@@ -55,9 +55,9 @@ TEST(ClientTest, MadeWhileAnotherOneIsBeingMadeIsRefused) {
 
 TEST(ClientTest, OfALibraryThatDoesNotStartIsRefusedAndMayBeTriedAgain) {
     ScriptedLibrary library;
-    library.init_answer = 0;
+    library.initAnswer = 0;
     EXPECT_EQ(CodeOfAClient(library.functions()), Errc::kNotInitialised);
-    library.init_answer = 1;
+    library.initAnswer = 1;
     EXPECT_FALSE(CodeOfAClient(library.functions()));
 }
 

@@ -163,15 +163,15 @@ TEST(MessageTest, OfAnyBytesArrivesWhole) {
 TEST(MessageTest, AsLongAsARequestCanBeFitsAndNoLonger) {
     constexpr size_t kLongest = 0xFFFFFFFF;
     const size_t service = 4;
-    for (const bool behind_proxy : {false, true}) {
+    for (const bool behindProxy : {false, true}) {
         rig::ExpectedRequest request;
         request.service = "Echo";
         request.data = "";
-        request.via_proxy = behind_proxy;
+        request.viaProxy = behindProxy;
         const size_t around = request.Body().size() - service;
-        EXPECT_TRUE(detail::FitsIntoRequest(service, kLongest - around - service, behind_proxy));
-        EXPECT_FALSE(detail::FitsIntoRequest(service, kLongest - around - service + 1, behind_proxy));
-        EXPECT_FALSE(detail::FitsIntoRequest(kLongest, 0, behind_proxy));
+        EXPECT_TRUE(detail::FitsIntoRequest(service, kLongest - around - service, behindProxy));
+        EXPECT_FALSE(detail::FitsIntoRequest(service, kLongest - around - service + 1, behindProxy));
+        EXPECT_FALSE(detail::FitsIntoRequest(kLongest, 0, behindProxy));
     }
 }
 

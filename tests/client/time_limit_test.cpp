@@ -115,19 +115,19 @@ TEST(TimeLimit, OfAMessageThatIsToHaveNoneTakesTheClientsAway) {
 
 TEST(TimeLimit, OfManyRequestsAreKeptEachForItself) {
     SilentPeer peer(/*threads=*/3);
-    Request long_request;
-    std::future<Reply> last = TheClient().Send(Within(hours(1), peer.port()), long_request);
+    Request longRequest;
+    std::future<Reply> last = TheClient().Send(Within(hours(1), peer.port()), longRequest);
     std::future<Reply> second = TheClient().Send(Within(3 * kShort, peer.port()));
     EXPECT_EQ(CodeOf(TheClient().Send(Within(kShort, peer.port()))), Errc::kTimedOut);
     EXPECT_EQ(CodeOf(std::move(second)), Errc::kTimedOut);
-    EXPECT_FALSE(long_request.Ended());
-    long_request.Cancel();
+    EXPECT_FALSE(longRequest.Ended());
+    longRequest.Cancel();
     EXPECT_EQ(CodeOf(std::move(last)), Errc::kCancelled);
 }
 
 TEST(TimeLimit, OfARequestThatWasCancelledBeforeIsNotWhatIsTold) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
     library.RefuseCancels(1);  // so that it is repeated, and seen, when the time is up
     Request request;
@@ -142,7 +142,7 @@ TEST(TimeLimit, OfARequestThatWasCancelledBeforeIsNotWhatIsTold) {
 
 TEST(TimeLimit, ThatWasReachedStaysWhatIsToldAfterACancel) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
     Request request;
     std::future<Reply> future = client.Send(Within(kOver, 80), request);
@@ -155,7 +155,7 @@ TEST(TimeLimit, ThatWasReachedStaysWhatIsToldAfterACancel) {
 
 TEST(TimeLimit, ReachedWhileTheReplyIsOnItsWayLosesToIt) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
     std::future<Reply> future = client.Send(Within(kOver, 80));
     ASSERT_TRUE(library.WaitForCancel());
@@ -165,7 +165,7 @@ TEST(TimeLimit, ReachedWhileTheReplyIsOnItsWayLosesToIt) {
 
 TEST(TimeLimit, ReachedWhileAFailureIsOnItsWayLosesToIt) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
     std::future<Reply> future = client.Send(Within(kOver, 80));
     ASSERT_TRUE(library.WaitForCancel());
@@ -175,7 +175,7 @@ TEST(TimeLimit, ReachedWhileAFailureIsOnItsWayLosesToIt) {
 
 TEST(TimeLimit, ReachedBeforeTheHandleIsKnownIsMadeUpFor) {
     ScriptedLibrary library;
-    library.on_send = [&](WPK_SENDSTRUCT*) {
+    library.onSend = [&](WPK_SENDSTRUCT*) {
         // As long as another Client takes to keep a longer limit.
         SilentPeer peer;
         CodeOf(TheClient().Send(Within(kShort, peer.port())));
@@ -191,7 +191,7 @@ TEST(TimeLimit, ReachedBeforeTheHandleIsKnownIsMadeUpFor) {
 
 TEST(TimeLimit, WhoseCancelIsRefusedIsTriedAgainThoughNobodyWaits) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
     library.RefuseCancels(3);
     std::future<Reply> future = client.Send(Within(kOver, 80));
@@ -203,7 +203,7 @@ TEST(TimeLimit, WhoseCancelIsRefusedIsTriedAgainThoughNobodyWaits) {
 
 TEST(TimeLimit, OfARequestThatTheLibraryDoesNotTakeIsGone) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 0u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 0u; };
     const Client client(ToLoopback(), library.functions());
     EXPECT_EQ(CodeThrownBy([&] { CodeOf(client.Send(Within(kOver, 80))); }), Errc::kNotTaken);
     EXPECT_EQ(library.Cancelled(), Handles());
@@ -211,7 +211,7 @@ TEST(TimeLimit, OfARequestThatTheLibraryDoesNotTakeIsGone) {
 
 TEST(TimeLimit, OfAProgressFunctionThatThrowsIsNotWhatIsTold) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
     Message message = Within(hours(1), 80);
     message.on_progress = [](const Progress&) { throw 1; };
@@ -228,7 +228,7 @@ TEST(TimeLimit, OfAProgressFunctionThatThrowsIsNotWhatIsTold) {
 // The memory of the message is in use until the request has ended.
 TEST(TimeLimit, ThatWasReachedLeavesTheMessageUntilItsRequestHasEnded) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
     const Client client(ToLoopback(), library.functions());
     Request request;
     std::future<Reply> future = client.Send(Within(kOver, 80), request);
@@ -296,7 +296,7 @@ HANDLE KeeperWatch::keeper_ = nullptr;
 
 TEST(TimeLimit, WhenTheClientAndItsLastRequestHaveGoneLeavesNoThread) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
     const KeeperWatch keeper(library);
     auto client = std::make_unique<Client>(ToLoopback(), KeeperWatch::functions());
     std::future<Reply> future = client->Send(Within(kOver, 80));

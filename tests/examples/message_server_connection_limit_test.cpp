@@ -13,7 +13,7 @@
 
 namespace {
 
-bool memory_is_out = false;
+bool memoryIsOut = false;
 
 }  // namespace
 
@@ -21,7 +21,7 @@ bool memory_is_out = false;
 #define WPK_OUT_OF_LINE __attribute__((noinline))
 
 WPK_OUT_OF_LINE void* operator new(std::size_t size) {
-    void* memory = memory_is_out ? nullptr : std::malloc(size > 0 ? size : 1);
+    void* memory = memoryIsOut ? nullptr : std::malloc(size > 0 ? size : 1);
     if (!memory) throw std::bad_alloc();
     return memory;
 }
@@ -39,9 +39,9 @@ namespace {
 
 TEST(ConnectionLimitTest, TakePlaceNeedsNoMemory) {
     ConnectionLimit limit(1);
-    memory_is_out = true;
+    memoryIsOut = true;
     for (int i = 0; i < 3; ++i) limit.TakePlace();
-    memory_is_out = false;
+    memoryIsOut = false;
 }
 
 TEST(ConnectionLimitTest, TakePlaceAllTakenWaitsUntilOneIsGivenBack) {
@@ -53,10 +53,10 @@ TEST(ConnectionLimitTest, TakePlaceAllTakenWaitsUntilOneIsGivenBack) {
         const ConnectionLimit::Place place = limit.TakePlace();
         taken.set_value();
     });
-    std::future<void> has_taken = taken.get_future();
-    EXPECT_EQ(has_taken.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    std::future<void> hasTaken = taken.get_future();
+    EXPECT_EQ(hasTaken.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     first.reset();
-    has_taken.wait();
+    hasTaken.wait();
     third.wait();
 }
 
@@ -71,7 +71,7 @@ TEST(ConnectionLimitTest, PlaceThatWasMovedIsGivenBackOnce) {
     std::future<void> second = std::async(std::launch::async, [&] { limit.TakePlace(), taken.set_value(); });
     EXPECT_EQ(taken.get_future().wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     // Whoever waits is let go.
-    const ConnectionLimit::Place given_back(limit);
+    const ConnectionLimit::Place givenBack(limit);
 }
 
 }  // namespace

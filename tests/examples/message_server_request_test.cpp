@@ -187,17 +187,17 @@ TEST(ParseRequest, OfDamagedBytesIsRefusedOrTakenAndReadsNothingElse) {
     std::mt19937 random(1);
     int refused = 0;
     for (int round = 0; round < 20000; ++round) {
-        std::string damaged_head = head;
-        std::string damaged_body = body;
+        std::string damagedHead = head;
+        std::string damagedBody = body;
         for (unsigned hits = random() % 4 + 1; hits > 0; --hits) {
-            damaged_head[random() % (head.size() - 4)] = static_cast<char>(random());
-            damaged_body[random() % body.size()] = static_cast<char>(random());
+            damagedHead[random() % (head.size() - 4)] = static_cast<char>(random());
+            damagedBody[random() % body.size()] = static_cast<char>(random());
         }
         // The parser is only ever given heads that end where FindHeadEnd says; a copy of exact size lets sanitizers see
         // a read behind it.
-        const std::string exact_head = damaged_head.substr(0, *FindHeadEnd(damaged_head));
-        refused += HeadRefusal(exact_head) != "accepted" ? 1 : 0;
-        refused += BodyRefusal(damaged_body) != "accepted" ? 1 : 0;
+        const std::string exactHead = damagedHead.substr(0, *FindHeadEnd(damagedHead));
+        refused += HeadRefusal(exactHead) != "accepted" ? 1 : 0;
+        refused += BodyRefusal(damagedBody) != "accepted" ? 1 : 0;
     }
     EXPECT_GT(refused, 20000);
 }

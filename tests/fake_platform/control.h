@@ -85,7 +85,7 @@ struct Live {
     int64_t views = 0;
     int64_t sockets = 0;
     int64_t keys = 0;
-    int64_t event_sources = 0;
+    int64_t eventSources = 0;
     /// Threads made by the platform that have not ended.
     int64_t threads = 0;
     /// References to modules, those that last for good aside.
@@ -110,7 +110,7 @@ struct Event {
     uint16_t category = 0;
     uint32_t id = 0;
     std::vector<std::string> texts;
-    uint32_t data_size = 0;
+    uint32_t dataSize = 0;
 };
 std::vector<Event> EventLog();
 
@@ -140,13 +140,13 @@ int64_t ModuleReferences(std::string_view name);
 bool ModulePinned(std::string_view name);
 
 /// Host names beside "localhost"; no other name is known, and none is looked up outside.
-void AddHost(std::string_view name, std::string_view dotted_address);
+void AddHost(std::string_view name, std::string_view dottedAddress);
 
 /// Time-outs and sleeps pass, and the tick counts run, so many times faster; thirty seconds become 300 ms at 100. Waits
 /// of select may keep another pace, together with the tick counts that measure them: how often they are repeated would
 /// depend on the speed of the machine.
 void SpeedUp(uint32_t factor);
-void SpeedUp(uint32_t factor, uint32_t select_factor);
+void SpeedUp(uint32_t factor, uint32_t selectFactor);
 /// The longest time that a wait has been asked for since Reset, in milliseconds; waits for an object without limit
 /// aside.
 uint32_t LongestWait();

@@ -56,11 +56,11 @@ private:
 };
 
 // Set by the next closesocket of the library.
-Signal* socket_closed;
+Signal* socketClosed;
 
 int WSAAPI CloseAndTell(SOCKET socket) {
     const int result = closesocket(socket);
-    socket_closed->Set();
+    socketClosed->Set();
     return result;
 }
 
@@ -75,7 +75,7 @@ TEST(CancelWhileConnecting, ClosesTheSocketBeforeTheApplicationIsTold) {
     const FullListener listener;
     Request request(listener.port());
     ClosedFirst first(request);
-    socket_closed = &first.closed;
+    socketClosed = &first.closed;
     const ImportPatch patch(TheLibrary().module(), "closesocket", AddressOf(&CloseAndTell));
     ASSERT_TRUE(patch.Found());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
@@ -217,10 +217,10 @@ TEST(CancelInTheBody, OfAReplyThatKeepsComingEndsTheRequest) {
 }
 
 // A file system that answers slowly and always no.
-Signal* name_tried;
+Signal* nameTried;
 
 HANDLE WINAPI RefuseSlowly(LPCSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
-    name_tried->Set();
+    nameTried->Set();
     Sleep(20);
     SetLastError(ERROR_FILE_EXISTS);
     return INVALID_HANDLE_VALUE;
@@ -228,7 +228,7 @@ HANDLE WINAPI RefuseSlowly(LPCSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, D
 
 TEST(CancelInTheBody, WhileNamesForItsFileAreTriedEndsTheRequest) {
     Signal tried;
-    name_tried = &tried;
+    nameTried = &tried;
     const ImportPatch patch(TheLibrary().module(), "CreateFileA", AddressOf(&RefuseSlowly));
     ASSERT_TRUE(patch.Found());
     Peer peer(Answer(Ok(Pattern(100000))));
@@ -371,8 +371,8 @@ TEST(CancelStorm, NeverTouchesARequestThatIsNotMeant) {
         SCOPED_TRACE(i);
         ASSERT_NE(requests[i]->handle(), 0u);
         ASSERT_TRUE(requests[i]->WaitForEnd());
-        const bool may_be_cancelled = i % kRounds % 3 != 0;
-        if (may_be_cancelled && requests[i]->Final().reason == WPK_REASON_FAILURE) {
+        const bool mayBeCancelled = i % kRounds % 3 != 0;
+        if (mayBeCancelled && requests[i]->Final().reason == WPK_REASON_FAILURE) {
             ExpectFailure(*requests[i], WPK_ERROR_CANCELLED);
             ++cancelled;
         } else {

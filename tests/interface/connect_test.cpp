@@ -53,36 +53,36 @@ TEST(Timeouts, ConnectTakesAtMost30SecondsAndEveryByteOfTheHead60) {
         connection.WaitForEnd();
     });
     // The body has no time-out: this peer pauses for longer than any byte of a head may take.
-    Signal others_are_done;
+    Signal othersAreDone;
     Peer pausing([&](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(4) + "pa");
-        others_are_done.Wait();
+        othersAreDone.Wait();
         connection.Send("us");
     });
 
     Timed refused(DeadPort());
-    Timed never_accepted(full.port());
-    Timed without_head(silent.port());
-    Timed with_half_a_head(halting.port());
-    Timed with_half_a_body(pausing.port());
+    Timed neverAccepted(full.port());
+    Timed withoutHead(silent.port());
+    Timed withHalfAHead(halting.port());
+    Timed withHalfABody(pausing.port());
 
-    for (Timed* timed : {&refused, &never_accepted}) {
+    for (Timed* timed : {&refused, &neverAccepted}) {
         ASSERT_TRUE(timed->request.WaitForEnd());
         ExpectFailure(timed->request, WPK_ERROR_CONNECT);
         EXPECT_LE(timed->Duration(), 40 * kSecond);
     }
-    EXPECT_GE(never_accepted.Duration(), 29 * kSecond);
-    for (Timed* timed : {&without_head, &with_half_a_head}) {
+    EXPECT_GE(neverAccepted.Duration(), 29 * kSecond);
+    for (Timed* timed : {&withoutHead, &withHalfAHead}) {
         ASSERT_TRUE(timed->request.WaitForEnd());
         ExpectFailure(timed->request, WPK_ERROR_EXCHANGE);
         EXPECT_GE(timed->Duration(), 59 * kSecond);
         EXPECT_LE(timed->Duration(), 75 * kSecond);
     }
-    EXPECT_EQ(with_half_a_body.request.inbox.Finals(), 0u);
-    others_are_done.Set();
-    ASSERT_TRUE(with_half_a_body.request.WaitForEnd());
-    ExpectReply(with_half_a_body.request, "paus");
+    EXPECT_EQ(withHalfABody.request.inbox.Finals(), 0u);
+    othersAreDone.Set();
+    ASSERT_TRUE(withHalfABody.request.WaitForEnd());
+    ExpectReply(withHalfABody.request, "paus");
 }
 
 }  // namespace

@@ -24,19 +24,19 @@ namespace {
 struct Plan {
     std::atomic<int> calls{0};
     std::atomic<int> fired{0};
-    std::atomic<int> first_to_fail{0};  // 1 is the next call; 0: none
-    std::atomic<bool> for_good{false};
+    std::atomic<int> firstToFail{0};  // 1 is the next call; 0: none
+    std::atomic<bool> forGood{false};
 
     void Arm(int first, bool good) {
         calls = 0;
         fired = 0;
-        for_good = good;
-        first_to_fail = first;
+        forGood = good;
+        firstToFail = first;
     }
     bool Fails() {
         const int number = ++calls;
-        const int first = first_to_fail;
-        const bool fails = first != 0 && (number == first || (for_good && number > first));
+        const int first = firstToFail;
+        const bool fails = first != 0 && (number == first || (forGood && number > first));
         if (fails) ++fired;
         return fails;
     }
@@ -167,8 +167,8 @@ protected:
     // By name, so that the look-up takes part; large, so that the spool file does.
     void Prepare(Request& request) { request.Server("localhost"); }
 
-    std::string Describe(const Target& target, int call, bool for_good) {
-        return std::string(target.name) + ", call " + std::to_string(call) + (for_good ? " and all later ones" : "");
+    std::string Describe(const Target& target, int call, bool forGood) {
+        return std::string(target.name) + ", call " + std::to_string(call) + (forGood ? " and all later ones" : "");
     }
 
     const std::string body_ = Pattern(20000);
@@ -187,13 +187,13 @@ std::string NameOf(const testing::TestParamInfo<Target>& info) {
 class FaultInARequest : public FaultTest, public testing::WithParamInterface<Target> {
 protected:
     // Runs one request in which calls of the target fail from number `call` on, or that one only; 0: none fails.
-    void RunWithFault(int call, bool for_good) {
-        const std::string step = Describe(GetParam(), call, for_good);
+    void RunWithFault(int call, bool forGood) {
+        const std::string step = Describe(GetParam(), call, forGood);
         SCOPED_TRACE(step);
         const Watchdog watchdog(step);
         Request request(peer_.port());
         Prepare(request);
-        GetParam().plan->Arm(call, for_good);
+        GetParam().plan->Arm(call, forGood);
         const bool taken = request.Send(library_) != 0;
         EXPECT_TRUE(!taken || request.WaitForEnd());
         const int fired = GetParam().plan->fired;
@@ -249,8 +249,8 @@ INSTANTIATE_TEST_SUITE_P(AnyCallOf, FaultInARequest, testing::ValuesIn(CallsOfAR
 class FaultInTheStart : public FaultTest, public testing::WithParamInterface<Target> {
 protected:
     // Starts a fresh library while calls of the target fail, then expects it to work, by a second start if need be.
-    void StartWithFault(int call, bool for_good) {
-        const std::string step = "the start, " + Describe(GetParam(), call, for_good);
+    void StartWithFault(int call, bool forGood) {
+        const std::string step = "the start, " + Describe(GetParam(), call, forGood);
         SCOPED_TRACE(step);
         const Watchdog watchdog(step);
         const Library library = Library::LoadFresh();
@@ -258,7 +258,7 @@ protected:
         const std::set<DWORD> threads = ThreadIds();
         Inbox& inbox = *new Inbox;
         const WPK_INITSTRUCT settings = PermanentSettings(inbox);
-        GetParam().plan->Arm(call, for_good);
+        GetParam().plan->Arm(call, forGood);
         const int result = library.Init(&settings);
         const int fired = GetParam().plan->fired;
         calls_ = GetParam().plan->calls;
@@ -273,8 +273,8 @@ protected:
         }
         ASSERT_TRUE(request.Run(library));
         // Without sockets the library is initialised all the same: it only has no network.
-        const bool without_sockets = call != 0 && std::string(GetParam().name) == "WSAStartup";
-        if (without_sockets) {
+        const bool withoutSockets = call != 0 && std::string(GetParam().name) == "WSAStartup";
+        if (withoutSockets) {
             EXPECT_EQ(result, 1);
             ExpectFailure(request, WPK_ERROR_NO_NETWORK);
         } else {
@@ -327,9 +327,9 @@ WPK_SCENARIO(ThrowWithoutMemory) {
     const Library library = Library::Load();
     const WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);
     if (library.Init(&settings) != 1) return 1;
-    const Fault malloc_fault(library, kMalloc);
-    const Fault calloc_fault(library, kCalloc);
-    const Fault realloc_fault(library, kRealloc);
+    const Fault mallocFault(library, kMalloc);
+    const Fault callocFault(library, kCalloc);
+    const Fault reallocFault(library, kRealloc);
     const auto arm = [](int first) {
         for (const Target* target : {&kMalloc, &kCalloc, &kRealloc}) target->plan->Arm(first, /*good=*/true);
     };

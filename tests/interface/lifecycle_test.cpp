@@ -242,9 +242,9 @@ void ExpectToldOfNoConnection(Inbox& inbox) {
     const Notification told = inbox.All()[0];
     EXPECT_EQ(told.reason, static_cast<unsigned int>(WPK_REASON_CONNECTION));
     EXPECT_EQ(told.connected, 0u);
-    EXPECT_EQ(told.user_data, &inbox);
+    EXPECT_EQ(told.userData, &inbox);
     EXPECT_NE(told.thread, GetCurrentThreadId());
-    EXPECT_TRUE(told.rest_is_zero);
+    EXPECT_TRUE(told.restIsZero);
 }
 
 TEST(ConnectionType, NeverIsToldOnceAndEveryRequestFails) {
@@ -285,9 +285,9 @@ TEST(ConnectionType, PermanentWorksAtOnceAndTellsNothing) {
 }
 
 TEST(ConnectionType, AutomaticWithRemoteAccessIsDialUp) {
-    const HMODULE remote_access = LoadLibraryA("rasapi32.dll");
-    if (!remote_access) GTEST_SKIP() << "this system has no rasapi32.dll";
-    FreeLibrary(remote_access);
+    const HMODULE remoteAccess = LoadLibraryA("rasapi32.dll");
+    if (!remoteAccess) GTEST_SKIP() << "this system has no rasapi32.dll";
+    FreeLibrary(remoteAccess);
     const Library library = Library::LoadFresh();
     Inbox& inbox = NewInbox();
     const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_AUTOMATIC, inbox);
@@ -296,10 +296,10 @@ TEST(ConnectionType, AutomaticWithRemoteAccessIsDialUp) {
     ExpectNoNetwork(library);
 }
 
-std::string asked_for;
+std::string askedFor;
 
 HMODULE WINAPI LoadNothing(LPCSTR name) {
-    asked_for = name;
+    askedFor = name;
     SetLastError(ERROR_MOD_NOT_FOUND);
     return nullptr;
 }
@@ -311,7 +311,7 @@ TEST(ConnectionType, AutomaticWithoutRemoteAccessIsPermanent) {
     Inbox& inbox = NewInbox();
     const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_AUTOMATIC, inbox);
     ASSERT_EQ(library.Init(&settings), 1);
-    EXPECT_EQ(asked_for, "rasapi32.dll");
+    EXPECT_EQ(askedFor, "rasapi32.dll");
     Peer peer(Answer(Ok("ok")));
     Request request(peer.port());
     RunAndExpectReply(library, request, "ok");
@@ -477,23 +477,23 @@ TEST(ProcessEnd, UnderLoadNeitherCrashesNorHangs) {
 }
 
 // What a static object of a DLL would do at the very end, after all other threads have been killed.
-const Library* late_library = nullptr;
-WPK_INITSTRUCT late_settings = {};
-WPK_SENDSTRUCT* late_message = nullptr;
+const Library* lateLibrary = nullptr;
+WPK_INITSTRUCT lateSettings = {};
+WPK_SENDSTRUCT* lateMessage = nullptr;
 
 void CallAtTheEnd() {
-    const bool refused = late_library->Init(&late_settings) == 0 && late_library->Send(late_message) == 0 &&
-                         late_library->Cancel(4711) == 0;
+    const bool refused =
+        lateLibrary->Init(&lateSettings) == 0 && lateLibrary->Send(lateMessage) == 0 && lateLibrary->Cancel(4711) == 0;
     // The exit code has been set by now.
     if (refused) CloseHandle(CreateFileA("refused", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
 }
 
 // Calls the library while the process is taken down; `argument` says whether it has been initialised.
 WPK_SCENARIO(CallsAtTheEnd) {
-    late_library = new Library(Library::Load());
-    late_settings = PermanentSettings(NewInbox());
-    if (argument == "initialised" && late_library->Init(&late_settings) != 1) return 1;
-    late_message = &(*new Request(DeadPort())).record;
+    lateLibrary = new Library(Library::Load());
+    lateSettings = PermanentSettings(NewInbox());
+    if (argument == "initialised" && lateLibrary->Init(&lateSettings) != 1) return 1;
+    lateMessage = &(*new Request(DeadPort())).record;
     const HMODULE caller = LoadLibraryA((ProgramFolder() + "late_caller.dll").c_str());
     const FARPROC set = caller ? GetProcAddress(caller, "LateCaller_Set") : nullptr;
     if (!set) return 2;

@@ -73,7 +73,7 @@ public:
 
     unsigned short port() const { return peer_.port(); }
 
-    Signal all_have_asked;
+    Signal allHaveAsked;
 
 private:
     void Hold(Connection& connection) {
@@ -85,7 +85,7 @@ private:
             return held_.size() == count_;
         });
         if (!all) return;
-        all_have_asked.Set();
+        allHaveAsked.Set();
         for (auto& [asked, promised] : held_) asked.Send(std::string_view(promised).substr(1));
         held_.clear();
     }
@@ -106,7 +106,7 @@ TEST(Load, TwoThousandRequestsInFlightAtOnceAllGetTheirReply) {
         // A request that waits for its peer looks for a cancel five times a second. For Wine, whose every wait passes
         // one thread of one process, those of two thousand are more than it can do: so they wait in their callbacks.
         requests.back()->inbox.inside = [&peer](WPK_CALLBACKSTRUCT& record) {
-            if (record.nReason == WPK_REASON_PROGRESS) peer.all_have_asked.Wait(10 * kPatience);
+            if (record.nReason == WPK_REASON_PROGRESS) peer.allHaveAsked.Wait(10 * kPatience);
         };
     }
     std::vector<Thread> senders;
@@ -149,8 +149,8 @@ TEST(Load, RequestsOfEveryOutcomeLeaveNoThreadAndNoHandle) {
     Peer refusing(Answer("HTTP/1.0 500 Bad_Plugin_Name\r\n\r\n"));
     Peer breaking(Answer(OkHead(20000) + "cut"));
     Peer silent(KeepWaiting, 4);
-    size_t kept_waiting = 0;
-    const auto one_of_each = [&] {
+    size_t keptWaiting = 0;
+    const auto oneOfEach = [&] {
         Request delivered(good.port());
         RunAndExpectReply(TheLibrary(), delivered, "ok");
         Request refused(refusing.port());
@@ -172,17 +172,17 @@ TEST(Load, RequestsOfEveryOutcomeLeaveNoThreadAndNoHandle) {
         Request cancelled(silent.port());
         ASSERT_NE(cancelled.Send(TheLibrary()), 0u);
         // Until then the peer may not have seen it at all, and would still take it in when the handles are counted.
-        ASSERT_FALSE(silent.WaitForRequest(kept_waiting++).empty());
+        ASSERT_FALSE(silent.WaitForRequest(keptWaiting++).empty());
         TheLibrary().Cancel(cancelled.handle());
         ASSERT_TRUE(cancelled.WaitForEnd());
         ExpectFailure(cancelled, WPK_ERROR_CANCELLED);
         ASSERT_TRUE(WaitForOtherThreads(before));
         for (Peer* peer : {&good, &refusing, &breaking, &silent}) ASSERT_TRUE(peer->WaitUntilIdle());
     };
-    one_of_each();
+    oneOfEach();
     const size_t threads = ThreadIds().size();
     const size_t handles = HandleCount();
-    for (int i = 0; i < 3; ++i) one_of_each();
+    for (int i = 0; i < 3; ++i) oneOfEach();
     EXPECT_EQ(ThreadIds().size(), threads);
     EXPECT_EQ(HandleCount(), handles);
 }
@@ -209,9 +209,9 @@ TEST(Load, RequestsOfEveryKindLeaveNoMemory) {
         ASSERT_TRUE(WaitForOtherThreads(before));
     };
     for (int i = 0; i < 3; ++i) round();
-    const long after_few = heap.Blocks();
+    const long afterFew = heap.Blocks();
     for (int i = 0; i < 12; ++i) round();
-    EXPECT_EQ(heap.Blocks(), after_few);
+    EXPECT_EQ(heap.Blocks(), afterFew);
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ std::string Expected(const std::string& authorization) {
     ExpectedRequest expected;
     expected.server = "server.invalid";
     expected.port = 8080;
-    expected.via_proxy = true;
+    expected.viaProxy = true;
     expected.authorization = authorization;
     return expected.Bytes();
 }
@@ -144,7 +144,7 @@ TEST(ProxyCredentials, DeclinedByTheApplicationEndTheRequest) {
     EXPECT_EQ(all[0].user, "old user");
     EXPECT_EQ(all[0].password, "old password");
     EXPECT_EQ(all[0].retry, 0u);
-    EXPECT_TRUE(all[0].rest_is_zero);
+    EXPECT_TRUE(all[0].restIsZero);
     EXPECT_EQ(proxy.Connections(), 1u);
 }
 
@@ -259,7 +259,7 @@ TEST(ProxyCredentials, CancelledWhileTheApplicationIsAskedEndTheRequestAndCloseI
     for (const unsigned int retry : {0u, 1u}) {
         SCOPED_TRACE(retry);
         Signal closed;
-        bool closed_first = false;
+        bool closedFirst = false;
         Peer proxy([&](Connection& connection) {
             connection.ReadRequest();
             connection.Send(kAsk);
@@ -268,7 +268,7 @@ TEST(ProxyCredentials, CancelledWhileTheApplicationIsAskedEndTheRequestAndCloseI
         const Proxied proxied(proxy.port(), nullptr, nullptr);
         const auto request = ToNowhere();
         request->inbox.inside = [&](WPK_CALLBACKSTRUCT& record) {
-            if (record.nReason == WPK_REASON_FAILURE) closed_first = closed.Wait();
+            if (record.nReason == WPK_REASON_FAILURE) closedFirst = closed.Wait();
             if (record.nReason != WPK_REASON_CREDENTIALS) return;
             const std::set<DWORD> before = ThreadIds();
             proxied.library.Cancel(GetCurrentThreadId());
@@ -276,7 +276,7 @@ TEST(ProxyCredentials, CancelledWhileTheApplicationIsAskedEndTheRequestAndCloseI
             record.body.credentials.bRetry = retry;
         };
         RunAndExpectFailure(proxied.library, *request, WPK_ERROR_CANCELLED);
-        EXPECT_TRUE(closed_first);
+        EXPECT_TRUE(closedFirst);
         EXPECT_EQ(proxy.Connections(), 1u);
     }
 }

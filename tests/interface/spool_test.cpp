@@ -43,7 +43,7 @@ struct Sighting {
 
 // Runs a request whose reply has that many bytes; `before_reply` runs when the handle is known and nothing has been
 // answered yet. Looks for spool files from inside every callback.
-Sighting Spool(size_t size, const std::function<void(unsigned int)>& before_reply = {}) {
+Sighting Spool(size_t size, const std::function<void(unsigned int)>& beforeReply = {}) {
     Signal go;
     const std::string body = Pattern(size);
     Peer peer([&](Connection& connection) {
@@ -58,7 +58,7 @@ Sighting Spool(size_t size, const std::function<void(unsigned int)>& before_repl
         if (!sighting.names.empty()) sighting.size = FileSize(sighting.names.back());
     };
     EXPECT_NE(request.Send(TheLibrary()), 0u);
-    if (before_reply) before_reply(request.handle());
+    if (beforeReply) beforeReply(request.handle());
     go.Set();
     EXPECT_TRUE(request.WaitForEnd());
     ExpectReply(request, body);
@@ -84,17 +84,17 @@ struct FileCalls {
     DWORD share = 0xFFFFFFFF;
     DWORD disposition = 0;
     DWORD flags = 0;
-    bool other_times = true;
+    bool otherTimes = true;
     ULONGLONG written = 0;
 };
-FileCalls file_calls;
+FileCalls fileCalls;
 
 HANDLE WINAPI NoteFile(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
                        DWORD flags, HANDLE pattern) {
-    file_calls.access = access;
-    file_calls.share = share;
-    file_calls.disposition = disposition;
-    file_calls.flags = flags;
+    fileCalls.access = access;
+    fileCalls.share = share;
+    fileCalls.disposition = disposition;
+    fileCalls.flags = flags;
     return CreateFileA(name, access, share, security, disposition, flags, pattern);
 }
 
@@ -103,13 +103,13 @@ ULONGLONG TicksOf(const FILETIME& time) {
 }
 
 BOOL WINAPI NoteTime(HANDLE file, const FILETIME* created, const FILETIME* accessed, const FILETIME* written) {
-    file_calls.other_times = created || accessed;
-    if (written) file_calls.written = TicksOf(*written);
+    fileCalls.otherTimes = created || accessed;
+    if (written) fileCalls.written = TicksOf(*written);
     return SetFileTime(file, created, accessed, written);
 }
 
 TEST(Spool, FileIsMadeAsNewSharedWithNobodyFollowsNoLinkAndGetsTheTimeOfItsMaking) {
-    file_calls = FileCalls();
+    fileCalls = FileCalls();
     const ImportPatch make(TheLibrary().module(), "CreateFileA", AddressOf(&NoteFile));
     const ImportPatch time(TheLibrary().module(), "SetFileTime", AddressOf(&NoteTime));
     ASSERT_TRUE(make.Found() && time.Found());
@@ -117,14 +117,14 @@ TEST(Spool, FileIsMadeAsNewSharedWithNobodyFollowsNoLinkAndGetsTheTimeOfItsMakin
     GetSystemTimeAsFileTime(&begin);
     Spool(kSpooled);
     GetSystemTimeAsFileTime(&end);
-    EXPECT_EQ(file_calls.access, GENERIC_READ | GENERIC_WRITE);
-    EXPECT_EQ(file_calls.share, 0u);
-    EXPECT_EQ(file_calls.disposition, static_cast<DWORD>(CREATE_NEW));
-    EXPECT_EQ(file_calls.flags, static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN |
-                                                   FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT));
-    EXPECT_FALSE(file_calls.other_times);
-    EXPECT_GE(file_calls.written, TicksOf(begin));
-    EXPECT_LE(file_calls.written, TicksOf(end));
+    EXPECT_EQ(fileCalls.access, GENERIC_READ | GENERIC_WRITE);
+    EXPECT_EQ(fileCalls.share, 0u);
+    EXPECT_EQ(fileCalls.disposition, static_cast<DWORD>(CREATE_NEW));
+    EXPECT_EQ(fileCalls.flags, static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN |
+                                                  FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT));
+    EXPECT_FALSE(fileCalls.otherTimes);
+    EXPECT_GE(fileCalls.written, TicksOf(begin));
+    EXPECT_LE(fileCalls.written, TicksOf(end));
 }
 
 TEST(Spool, NameThatExistsIsLeftAloneAndTheNextOneIsTaken) {
@@ -277,38 +277,38 @@ struct EventLog {
     WORD category = 0xFFFF;
     DWORD id = 0xFFFF;
     bool anonymous = false;
-    bool without_data = false;
+    bool withoutData = false;
     int closed = 0;
 };
 
-EventLog event_log;
+EventLog eventLog;
 const HANDLE kLogHandle = reinterpret_cast<HANDLE>(0x1234);
 
 HANDLE WINAPI NoteSource(LPCSTR server, LPCSTR source) {
-    event_log.server = server ? server : "local";
-    event_log.source = source;
+    eventLog.server = server ? server : "local";
+    eventLog.source = source;
     return kLogHandle;
 }
 
 BOOL WINAPI NoteEvent(HANDLE log, WORD type, WORD category, DWORD id, PSID user, WORD strings, DWORD size,
                       LPCSTR* texts, LPVOID data) {
     if (log != kLogHandle) return FALSE;
-    event_log.type = type;
-    event_log.category = category;
-    event_log.id = id;
-    event_log.anonymous = user == nullptr;
-    event_log.without_data = size == 0 && data == nullptr;
-    event_log.texts.assign(texts, texts + strings);
+    eventLog.type = type;
+    eventLog.category = category;
+    eventLog.id = id;
+    eventLog.anonymous = user == nullptr;
+    eventLog.withoutData = size == 0 && data == nullptr;
+    eventLog.texts.assign(texts, texts + strings);
     return TRUE;
 }
 
 BOOL WINAPI NoteClose(HANDLE log) {
-    event_log.closed += log == kLogHandle;
+    eventLog.closed += log == kLogHandle;
     return TRUE;
 }
 
 TEST(ThrowingCallback, IsReportedToTheEventLogWithItsThreadsName) {
-    event_log = EventLog();
+    eventLog = EventLog();
     const ImportPatch source(TheLibrary().module(), "RegisterEventSourceA", AddressOf(&NoteSource));
     const ImportPatch report(TheLibrary().module(), "ReportEventA", AddressOf(&NoteEvent));
     const ImportPatch close(TheLibrary().module(), "DeregisterEventSource", AddressOf(&NoteClose));
@@ -318,16 +318,16 @@ TEST(ThrowingCallback, IsReportedToTheEventLogWithItsThreadsName) {
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(request.inbox.WaitForThreadEnd());
 
-    EXPECT_EQ(event_log.server, "local");
-    EXPECT_EQ(event_log.source, "ThreadLib");
-    EXPECT_EQ(event_log.type, EVENTLOG_ERROR_TYPE);
-    EXPECT_EQ(event_log.category, 0);
-    EXPECT_EQ(event_log.id, 0u);
-    EXPECT_TRUE(event_log.anonymous);
-    EXPECT_TRUE(event_log.without_data);
-    EXPECT_EQ(event_log.texts,
+    EXPECT_EQ(eventLog.server, "local");
+    EXPECT_EQ(eventLog.source, "ThreadLib");
+    EXPECT_EQ(eventLog.type, EVENTLOG_ERROR_TYPE);
+    EXPECT_EQ(eventLog.category, 0);
+    EXPECT_EQ(eventLog.id, 0u);
+    EXPECT_TRUE(eventLog.anonymous);
+    EXPECT_TRUE(eventLog.withoutData);
+    EXPECT_EQ(eventLog.texts,
               std::vector<std::string>{"ThreadLib::Thread Exception::NetOutboundService::WorkerFunc()"});
-    EXPECT_EQ(event_log.closed, 1);
+    EXPECT_EQ(eventLog.closed, 1);
 }
 
 }  // namespace

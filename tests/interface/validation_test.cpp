@@ -86,9 +86,9 @@ TEST(DefaultCallback, OfARequestWithoutOneIsWrittenIntoItsRecord) {
     const Started started(WPK_CONNECTION_PERMANENT);
     Peer peer(Answer(Ok("ok")));
     Request request(peer.port());
-    int own_data = 0;
+    int ownData = 0;
     request.record.lpfnCallback = nullptr;
-    request.record.lpUserData = &own_data;
+    request.record.lpUserData = &ownData;
     const unsigned int handle = request.Send(started.library);
     ASSERT_NE(handle, 0u);
     ASSERT_TRUE(started.inbox.WaitForFinal());
@@ -96,7 +96,7 @@ TEST(DefaultCallback, OfARequestWithoutOneIsWrittenIntoItsRecord) {
     EXPECT_EQ(request.record.lpfnCallback, &Inbox::Callback);
     EXPECT_EQ(request.record.lpUserData, &started.inbox);
     for (const Notification& one : started.inbox.All()) {
-        EXPECT_EQ(one.user_data, &started.inbox);
+        EXPECT_EQ(one.userData, &started.inbox);
         EXPECT_EQ(one.thread, handle);
     }
     EXPECT_EQ(started.inbox.All().back().bytes, "ok");
@@ -184,7 +184,7 @@ private:
 };
 
 // The record with its texts and its data, all in one page that goes in the final callback.
-void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int final_reason) {
+void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int finalReason) {
     const Page page;
     struct Parts {
         WPK_SENDSTRUCT record;
@@ -194,9 +194,9 @@ void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int final_reason) {
     };
     Parts& parts = *new (page.bytes()) Parts{WPK_SENDSTRUCT(), "127.0.0.1", "Echo", "hello"};
     Inbox inbox;
-    bool taken_away = false;
+    bool takenAway = false;
     inbox.inside = [&](WPK_CALLBACKSTRUCT& notification) {
-        if (notification.nReason == final_reason) taken_away = page.TakeAway();
+        if (notification.nReason == finalReason) takenAway = page.TakeAway();
     };
     parts.record.nPort = peer.port();
     parts.record.lpszServer = parts.server;
@@ -207,7 +207,7 @@ void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int final_reason) {
     parts.record.dwDataLength = 5;
     ASSERT_NE(WithNetwork().library.Send(&parts.record), 0u);
     ASSERT_TRUE(inbox.WaitForThreadEnd());
-    EXPECT_TRUE(taken_away);
+    EXPECT_TRUE(takenAway);
     EXPECT_EQ(inbox.Finals(), 1u);
 }
 
@@ -239,12 +239,12 @@ TEST(SendFromACallback, AndWaitingForItsEndWorks) {
 
 TEST(BlockingCallback, HoldsUpNobodyElse) {
     Signal blocked;
-    Signal go_on;
+    Signal goOn;
     Peer peer(Answer(Ok("ok")), 2);
     Request blocking(peer.port());
     blocking.inbox.inside = [&](WPK_CALLBACKSTRUCT&) {
         blocked.Set();
-        go_on.Wait();
+        goOn.Wait();
     };
     ASSERT_NE(blocking.Send(WithNetwork().library), 0u);
     ASSERT_TRUE(blocked.Wait());
@@ -253,7 +253,7 @@ TEST(BlockingCallback, HoldsUpNobodyElse) {
         RunAndExpectReply(WithNetwork().library, request, "ok");
     }
     EXPECT_EQ(blocking.inbox.Finals(), 0u);
-    go_on.Set();
+    goOn.Set();
     ASSERT_TRUE(blocking.WaitForEnd());
     ExpectReply(blocking, "ok");
 }

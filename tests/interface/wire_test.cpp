@@ -121,12 +121,12 @@ TEST(WireFormat, EveryRequestTravelsOnAConnectionOfItsOwn) {
 struct SocketCalls {
     std::vector<std::string> order;
     std::vector<int> sent;
-    int oob_inline = -1;
+    int oobInline = -1;
 };
 SocketCalls calls;
 
 int WSAAPI NoteOption(SOCKET socket, int level, int option, const char* value, int length) {
-    if (level == SOL_SOCKET && option == SO_OOBINLINE) std::memcpy(&calls.oob_inline, value, sizeof(int));
+    if (level == SOL_SOCKET && option == SO_OOBINLINE) std::memcpy(&calls.oobInline, value, sizeof(int));
     calls.order.emplace_back("setsockopt");
     return setsockopt(socket, level, option, value, length);
 }
@@ -167,17 +167,17 @@ TEST(SocketCalls, SendLineHeadersEmptyLineAndBodyInPiecesEachAfterALookForRoom) 
     const int headers = static_cast<int>(head.size()) - line - 2;
     const int body = static_cast<int>(expected.Body().size());
     EXPECT_EQ(calls.sent, (std::vector<int>{line, headers, 2, 4096, 4096, body - 2 * 4096}));
-    EXPECT_EQ(calls.oob_inline, 0);
+    EXPECT_EQ(calls.oobInline, 0);
     for (size_t i = 1; i < calls.order.size(); ++i) {
         const bool transfers = calls.order[i] == "send" || calls.order[i] == "recv";
         EXPECT_TRUE(!transfers || calls.order[i - 1] == "ready") << i;
     }
 }
 
-WORD version_asked_for;
+WORD versionAskedFor;
 
 int WSAAPI NoteVersion(WORD version, LPWSADATA data) {
-    version_asked_for = version;
+    versionAskedFor = version;
     return WSAStartup(version, data);
 }
 
@@ -187,7 +187,7 @@ TEST(SocketCalls, StartTheInterfaceInVersion1Point1) {
     ASSERT_TRUE(patch.Found());
     const WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);
     ASSERT_EQ(library.Init(&settings), 1);
-    EXPECT_EQ(version_asked_for, MAKEWORD(1, 1));
+    EXPECT_EQ(versionAskedFor, MAKEWORD(1, 1));
 }
 
 TEST(WireFormat, AfterTheReplyTheConnectionIsClosedByTheLibrary) {

@@ -93,10 +93,10 @@ TEST(RealProxyCredentials, ThatTheUserGivesUpOnEndTheRequestAndTheLastOnesAreKep
 void ExpectLargeRequestsOnlyWithCredentials(unsigned short proxy) {
     const Proxied proxied(proxy, nullptr, nullptr);
     const std::string large = Pattern(8 * 1024 * 1024);
-    Request cut_off(PortOf("server"), large);
-    AnswerInTurn(cut_off, {"pass"});
-    RunAndExpectFailure(proxied.library, cut_off, WPK_ERROR_EXCHANGE);
-    EXPECT_TRUE(QuestionsOf(cut_off).empty());
+    Request cutOff(PortOf("server"), large);
+    AnswerInTurn(cutOff, {"pass"});
+    RunAndExpectFailure(proxied.library, cutOff, WPK_ERROR_EXCHANGE);
+    EXPECT_TRUE(QuestionsOf(cutOff).empty());
 
     Request small(PortOf("server"));
     AnswerInTurn(small, {"pass"});

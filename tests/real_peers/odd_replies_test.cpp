@@ -110,10 +110,10 @@ TEST_F(OddReplies, InterimOneBeforeEndsTheRequestUnlessSquidTakesItAway) {
 // The page that tells of it is none of a message server.
 TEST(OddReply, OfSomebodyWhoCannotReachTheServerEndsTheRequest) {
     const unsigned short nobody = DeadPort();
-    Request through_tinyproxy(nobody);
-    RunAndExpectFailure(Proxied(PortOf("tinyproxy"), nullptr, nullptr).library, through_tinyproxy, WPK_ERROR_EXCHANGE);
-    Request through_squid(nobody);
-    RunAndExpectFailure(Proxied(PortOf("squid"), "user", "pass").library, through_squid, WPK_ERROR_EXCHANGE);
+    Request throughTinyproxy(nobody);
+    RunAndExpectFailure(Proxied(PortOf("tinyproxy"), nullptr, nullptr).library, throughTinyproxy, WPK_ERROR_EXCHANGE);
+    Request throughSquid(nobody);
+    RunAndExpectFailure(Proxied(PortOf("squid"), "user", "pass").library, throughSquid, WPK_ERROR_EXCHANGE);
     // Nobody plays the server behind these two now.
     for (const char* front : {"nginx_front", "haproxy"}) {
         SCOPED_TRACE(front);

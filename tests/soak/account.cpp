@@ -57,13 +57,13 @@ void Account::NoteAccepted(const Job& job) {
     monitor_.Update([&] {
         ++all_.accepted;
         ++kinds_[job.plan().kind].accepted;
-        bytes_out_ += job.MessageLength();
+        bytesOut_ += job.MessageLength();
     });
 }
 
-void Account::NoteRefused(bool as_expected) {
+void Account::NoteRefused(bool asExpected) {
     monitor_.Update([this] { ++refused_; });
-    if (!as_expected) NoteMismatch("a send was refused that is to be accepted, or the other way round");
+    if (!asExpected) NoteMismatch("a send was refused that is to be accepted, or the other way round");
 }
 
 void Account::NoteEnded(const Job& job, const std::string& wrong) {
@@ -75,16 +75,16 @@ void Account::NoteEnded(const Job& job, const std::string& wrong) {
             if (last.reason == WPK_REASON_REPLY) ++tally->replies;
             if (last.reason == WPK_REASON_FAILURE) ++tally->failures[last.error];
         }
-        bytes_back_ += last.bytes.size();
+        bytesBack_ += last.bytes.size();
         if (!job.Cancelled()) return;
         ++cancels_;
         if (last.error != WPK_ERROR_CANCELLED) {
-            ++cancels_too_late_;
+            ++cancelsTooLate_;
             return;
         }
         if (job.plan().cancel.rescue) ++rescues_;
-        longest_cancel_ = std::max(longest_cancel_, job.CancelTook());
-        if (job.CancelTook() > kCancelPromise) ++late_cancels_;
+        longestCancel_ = std::max(longestCancel_, job.CancelTook());
+        if (job.CancelTook() > kCancelPromise) ++lateCancels_;
     });
     if (!wrong.empty()) NoteMismatch(wrong + " (" + job.Describe() + ")");
 }
@@ -118,17 +118,17 @@ void Account::Print(const std::string& kind, const Tally& tally) {
                  tally.longest, Listed(tally.failures).c_str());
 }
 
-void Account::Print(unsigned int server_ends) {
+void Account::Print(unsigned int serverEnds) {
     report_.Line("%-16s %9s %9s %10s  failures by code", "kind", "requests", "replies", "longest ms");
     for (const auto& [kind, tally] : kinds_) Print(kind, tally);
     Print("all", all_);
-    report_.Line("refused sends: %llu; servers ended and started again: %u", Number(refused_), server_ends);
+    report_.Line("refused sends: %llu; servers ended and started again: %u", Number(refused_), serverEnds);
     report_.Line(
         "cancels: %llu, of them too late to change anything: %llu, seen after more than %llu ms: %llu, "
         "longest: %llu ms",
-        Number(cancels_), Number(cancels_too_late_), kCancelPromise, Number(late_cancels_), longest_cancel_);
+        Number(cancels_), Number(cancelsTooLate_), kCancelPromise, Number(lateCancels_), longestCancel_);
     report_.Line("requests that only a cancel after a long time has ended: %llu", Number(rescues_));
-    report_.Line("bytes of messages out: %llu, of replies back: %llu", Number(bytes_out_), Number(bytes_back_));
+    report_.Line("bytes of messages out: %llu, of replies back: %llu", Number(bytesOut_), Number(bytesBack_));
 }
 
 }  // namespace wpk::soak

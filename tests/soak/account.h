@@ -34,7 +34,7 @@ public:
     explicit Account(Report& report) : report_(report) {}
 
     void NoteAccepted(const Job& job);
-    void NoteRefused(bool as_expected);
+    void NoteRefused(bool asExpected);
     // Of a request that has ended, with what Judge said of it.
     void NoteEnded(const Job& job, const std::string& wrong);
     void NoteMismatch(const std::string& text);
@@ -44,7 +44,7 @@ public:
     std::uint64_t Mismatches();
     // Whether more requests had to be rescued than Wine's weaknesses explain.
     void JudgeRescues();
-    void Print(unsigned int server_ends);
+    void Print(unsigned int serverEnds);
 
 private:
     struct Tally {
@@ -62,12 +62,12 @@ private:
     Tally all_;
     std::uint64_t ended_ = 0;
     std::uint64_t refused_ = 0;
-    std::uint64_t bytes_out_ = 0;
-    std::uint64_t bytes_back_ = 0;
+    std::uint64_t bytesOut_ = 0;
+    std::uint64_t bytesBack_ = 0;
     std::uint64_t cancels_ = 0;
-    std::uint64_t cancels_too_late_ = 0;
-    std::uint64_t late_cancels_ = 0;
-    ULONGLONG longest_cancel_ = 0;
+    std::uint64_t cancelsTooLate_ = 0;
+    std::uint64_t lateCancels_ = 0;
+    ULONGLONG longestCancel_ = 0;
     std::uint64_t rescues_ = 0;
     std::uint64_t mismatches_ = 0;
 };

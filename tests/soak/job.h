@@ -32,7 +32,7 @@ struct Plan {
     std::vector<int> errors;
     CancelPlan cancel;
     // Spoils the record so that the library finds it unusable.
-    bool without_server_name = false;
+    bool withoutServerName = false;
     // The server that carries it, if it is one that dies; then the sight of it from before the request.
     ServerProcess* server = nullptr;
     ServerProcess::Sight sight = {};
@@ -55,13 +55,13 @@ public:
 
     const Plan& plan() const { return plan_; }
     size_t MessageLength() const { return request_.message().size(); }
-    bool Cancelled() const { return cancelled_at_ != 0; }
+    bool Cancelled() const { return cancelledAt_ != 0; }
     // The final notification; after the end.
     const rig::Notification& Final() const { return final_; }
     // How long the request went on after it had been cancelled.
-    ULONGLONG CancelTook() const { return ended_at_ - cancelled_at_; }
+    ULONGLONG CancelTook() const { return endedAt_ - cancelledAt_; }
     // From before the send to the final notification.
-    ULONGLONG Took() const { return ended_at_ - made_at_; }
+    ULONGLONG Took() const { return endedAt_ - madeAt_; }
     std::string Describe() const;
 
 private:
@@ -77,15 +77,15 @@ private:
     std::function<void(Job&)> ended_;
     rig::Request request_;
     rig::Notification final_;
-    ULONGLONG made_at_ = GetTickCount64();
+    ULONGLONG madeAt_ = GetTickCount64();
 
     rig::Monitor monitor_;  // of what follows
     bool sent_ = false;
-    bool final_begun_ = false;
-    ULONGLONG cancelled_at_ = 0;
-    ULONGLONG ended_at_ = 0;
+    bool finalBegun_ = false;
+    ULONGLONG cancelledAt_ = 0;
+    ULONGLONG endedAt_ = 0;
     unsigned int received_ = 0;
-    bool progress_wrong_ = false;
+    bool progressWrong_ = false;
 };
 
 }  // namespace wpk::soak

@@ -14,15 +14,15 @@ namespace wpk::soak {
 struct Level {
     size_t threads = 0;
     size_t handles = 0;
-    size_t private_kb = 0;    // memory of the process's own
-    size_t spare_kb = 0;      // the part of it that heaps keep for later: in no block that somebody has allocated
-    size_t mapped = 0;        // views of files and of other shared memory
-    long library_blocks = 0;  // blocks that the library has allocated and not freed
-    size_t files = 0;         // temporary files
+    size_t privateKb = 0;    // memory of the process's own
+    size_t spareKb = 0;      // the part of it that heaps keep for later: in no block that somebody has allocated
+    size_t mapped = 0;       // views of files and of other shared memory
+    long libraryBlocks = 0;  // blocks that the library has allocated and not freed
+    size_t files = 0;        // temporary files
 
-    size_t UsedKb() const { return private_kb - spare_kb; }
+    size_t UsedKb() const { return privateKb - spareKb; }
 
-    static Level Now(const rig::HeapCount& library_heap);
+    static Level Now(const rig::HeapCount& libraryHeap);
     // The lower one of each.
     static Level Least(const Level& a, const Level& b);
 };

@@ -34,7 +34,7 @@ private:
     void WaitForRoom();
     void CancelWhenDue();
     bool Collect();
-    JobPointer TakeEnded(bool& all_over);
+    JobPointer TakeEnded(bool& allOver);
     void NoteStuck();
     void EndServersUntil(ULONGLONG end, Random& random);
 
@@ -47,10 +47,10 @@ private:
 
     rig::Monitor monitor_;  // of what follows
     bool sending_ = false;
-    std::map<Job*, JobPointer> in_flight_;
+    std::map<Job*, JobPointer> inFlight_;
     std::vector<Job*> ended_;
 
-    rig::Monitor cancels_monitor_;  // of what follows
+    rig::Monitor cancelsMonitor_;  // of what follows
     bool cancelling_ = false;
     std::multimap<ULONGLONG, std::weak_ptr<Job>> cancels_;
 };

@@ -74,7 +74,7 @@ public:
         begin_ = GetTickCount64();
         {
             const rig::Thread watch([this] { Watch(); });
-            known_threads_ = rig::ThreadIds();
+            knownThreads_ = rig::ThreadIds();
             if (!RunRounds()) GiveUp();
             over_.Set();
         }
@@ -106,7 +106,7 @@ private:
 
     Level QuietLevel(const char* when) {
         if (!peers_.WaitUntilIdle()) account_.NoteMismatch("a peer's connection does not end");
-        if (!rig::WaitForOtherThreads(known_threads_)) account_.NoteMismatch("a thread of the library does not end");
+        if (!rig::WaitForOtherThreads(knownThreads_)) account_.NoteMismatch("a thread of the library does not end");
         const Level level = Measure();
         Print(level, when);
         quiet_.emplace_back(Elapsed() / 60000.0, static_cast<double>(level.UsedKb()));
@@ -123,8 +123,8 @@ private:
         CompareOne("threads", least.threads, now.threads);
         CompareOne("handles", least.handles, now.handles);
         CompareOne("mapped regions", least.mapped, now.mapped);
-        CompareOne("blocks of the library's", static_cast<size_t>(least.library_blocks),
-                   static_cast<size_t>(now.library_blocks));
+        CompareOne("blocks of the library's", static_cast<size_t>(least.libraryBlocks),
+                   static_cast<size_t>(now.libraryBlocks));
         CompareOne("temporary files", 0, now.files);
         if (now.UsedKb() > least.UsedKb() + kUsedRoomKb) CompareOne("KB in use", least.UsedKb(), now.UsedKb());
     }
@@ -142,8 +142,8 @@ private:
             Elapsed() / 1000, static_cast<unsigned long long>(account_.Accepted()),
             static_cast<unsigned long long>(account_.InFlight()), static_cast<unsigned long long>(level.threads),
             static_cast<unsigned long long>(level.handles), static_cast<unsigned long long>(level.mapped),
-            static_cast<unsigned long long>(level.private_kb), static_cast<unsigned long long>(level.spare_kb),
-            level.library_blocks, when);
+            static_cast<unsigned long long>(level.privateKb), static_cast<unsigned long long>(level.spareKb),
+            level.libraryBlocks, when);
     }
 
     void Watch() {
@@ -207,7 +207,7 @@ private:
     Traffic traffic_;
     Load load_;
     ULONGLONG begin_ = 0;
-    std::set<DWORD> known_threads_;
+    std::set<DWORD> knownThreads_;
     rig::Signal over_;
     rig::Monitor measuring_;
     std::vector<Point> samples_;  // minutes, KB in use

@@ -22,9 +22,9 @@ struct Act {
         kWrongHead,  // the wrong head of that number
     };
     What what = kReply;
-    size_t body_length = 0;
-    size_t body_offset = 0;  // where in Bytes() the body begins
-    size_t place = 0;        // the first bytes' count, the pieces' count, or the head's number
+    size_t bodyLength = 0;
+    size_t bodyOffset = 0;  // where in Bytes() the body begins
+    size_t place = 0;       // the first bytes' count, the pieces' count, or the head's number
 
     std::string Text() const;
     static Act In(const std::string& message);
@@ -47,7 +47,7 @@ public:
     // Does as the request says.
     unsigned short Actor() const { return actor_.port(); }
     // The same, after it has left the connection alone for a while.
-    unsigned short LateActor() const { return late_actor_.port(); }
+    unsigned short LateActor() const { return lateActor_.port(); }
     // Ends the connection before it has answered anything: at once, amid the request, or behind it.
     unsigned short Cutter() const { return cutter_.port(); }
     // Takes the connection and reads nothing for a while, then everything, and never answers.
@@ -65,7 +65,7 @@ private:
     std::uint64_t seed_;
     std::atomic<std::uint64_t> choices_{0};
     rig::Peer actor_;
-    rig::Peer late_actor_;
+    rig::Peer lateActor_;
     rig::Peer cutter_;
     rig::Peer deaf_;
     rig::FullListener full_;

@@ -151,14 +151,14 @@ bool ServerProcess::TroubledSince(const Sight& sight) {
 
 std::string ServerProcess::OwnEnd() {
     NoteOwnEnd();
-    return own_end_;
+    return ownEnd_;
 }
 
 void ServerProcess::NoteOwnEnd() {
     DWORD status = 0;
     if (!Look().up || WaitForSingleObject(process_, 0) != WAIT_OBJECT_0) return;
     GetExitCodeProcess(process_, &status);
-    own_end_ = "a server has ended by itself, with exit status " + std::to_string(status);
+    ownEnd_ = "a server has ended by itself, with exit status " + std::to_string(status);
 }
 
 unsigned int ServerProcess::Ends() {

@@ -44,7 +44,7 @@ private:
     rig::Monitor monitor_;
     Sight now_;
     HANDLE process_ = nullptr;
-    std::string own_end_;
+    std::string ownEnd_;
 };
 
 }  // namespace wpk::soak

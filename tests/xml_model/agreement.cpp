@@ -80,8 +80,8 @@ std::string ReparseDifference(const Document& model) {
     if (!difference.empty()) return difference;
     const LibraryResult again = ParseWithLibrary(written);
     if (!again.document) {
-        const bool lost_digits = written.find("&#x;") != std::string::npos && again.fault.code == 7;
-        return lost_digits ? "" : "written verbatim, not readable again: " + Readable(written);
+        const bool lostDigits = written.find("&#x;") != std::string::npos && again.fault.code == 7;
+        return lostDigits ? "" : "written verbatim, not readable again: " + Readable(written);
     }
     const std::string rewritten = WriteWithLibrary(*again.document, verbatim);
     return rewritten == written ? "" : "written, read and written again: " + Readable(rewritten);

@@ -37,17 +37,17 @@ bool IsAllowedInText(Byte byte) {
 
 Byte Cursor::Read() {
     if (position_ >= input_.size()) {
-        has_touched_end_ = true;
+        hasTouchedEnd_ = true;
         position_ = input_.size() + 1;
         return 0;
     }
     Byte byte = static_cast<Byte>(input_[position_++]);
     if (byte == '\r') {
         byte = '\n';
-        has_touched_end_ = has_touched_end_ || position_ == input_.size();
+        hasTouchedEnd_ = hasTouchedEnd_ || position_ == input_.size();
         if (position_ < input_.size() && input_[position_] == '\n') ++position_;
     }
-    previous_column_ = column_;
+    previousColumn_ = column_;
     if (byte == '\n') {
         ++line_;
         column_ = 0;
@@ -60,7 +60,7 @@ Byte Cursor::Read() {
 void Cursor::Unread() {
     if (position_ > input_.size()) return;
     if (position_ == 0) {
-        line_ = column_ = previous_column_ = 1;
+        line_ = column_ = previousColumn_ = 1;
         return;
     }
     --position_;
@@ -70,7 +70,7 @@ void Cursor::Unread() {
         if (position_ > 0 && input_[position_ - 1] == '\r') --position_;
         --line_;
     }
-    column_ = previous_column_;
+    column_ = previousColumn_;
 }
 
 void Cursor::Restore(const Place& place) {

@@ -57,7 +57,7 @@ public:
 
     std::size_t Position() const { return position_; }
     /// Whether a longer input could have been read differently.
-    bool HasTouchedEnd() const { return has_touched_end_; }
+    bool HasTouchedEnd() const { return hasTouchedEnd_; }
     /// The input from `from` up to the cursor without the last `delimiter` bytes, every line break as one LF.
     std::string Cut(std::size_t from, std::size_t delimiter = 0) const;
 
@@ -68,8 +68,8 @@ private:
     std::size_t position_ = 0;
     std::uint32_t line_ = 1;
     std::uint32_t column_ = 1;
-    std::uint32_t previous_column_ = 0;
-    bool has_touched_end_ = false;
+    std::uint32_t previousColumn_ = 0;
+    bool hasTouchedEnd_ = false;
 };
 
 }  // namespace xml_model

@@ -18,10 +18,10 @@ void SkipSuffix(Cursor& cursor) {
 }
 
 bool IsPublicIdCharacter(Byte byte) {
-    const bool is_letter = IsNameStart(byte) && byte != '_' && byte != ':';
-    const bool is_digit = byte >= '0' && byte <= '9';
+    const bool isLetter = IsNameStart(byte) && byte != '_' && byte != ':';
+    const bool isDigit = byte >= '0' && byte <= '9';
     constexpr std::string_view kOthers = " \r\n-'()+,./:=?;!*#@$_%";
-    return is_letter || is_digit || kOthers.find(static_cast<char>(byte)) != std::string_view::npos;
+    return isLetter || isDigit || kOthers.find(static_cast<char>(byte)) != std::string_view::npos;
 }
 
 bool ParseSystemLiteral(Cursor& cursor) {

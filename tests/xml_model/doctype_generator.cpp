@@ -14,8 +14,8 @@ std::string DocumentGenerator::Doctype() {
 std::string DocumentGenerator::ExternalId() {
     const std::string system = random_.OneIn(2) ? "'it\"s\xE9.dtd'" : "\"it's\t.dtd\"";
     if (random_.OneIn(2)) return "SYSTEM" + Space() + system;
-    const std::string public_id(random_.Pick({"'-//A//B (c) 1:2?'", "\"it's\r\n%_\"", "''"}));
-    return "PUBLIC" + Space() + public_id + Space() + system;
+    const std::string publicId(random_.Pick({"'-//A//B (c) 1:2?'", "\"it's\r\n%_\"", "''"}));
+    return "PUBLIC" + Space() + publicId + Space() + system;
 }
 
 std::string DocumentGenerator::InternalSubset() {
@@ -86,9 +86,9 @@ std::string DocumentGenerator::AttributeDefinition() {
     std::string type(
         random_.Pick({"CDATA", "IDREFS", "IDREF", "ID", "ENTITIES", "ENTITY", "NMTOKENS", "NMTOKEN", "", ""}));
     if (type.empty()) {
-        const bool is_notation = random_.OneIn(2);
-        type = (is_notation ? "NOTATION" + Space() : "") + "(" + MaybeSpace() + Name();
-        while (random_.OneIn(2)) type += MaybeSpace() + "|" + MaybeSpace() + (is_notation ? Name() : "-9" + Name());
+        const bool isNotation = random_.OneIn(2);
+        type = (isNotation ? "NOTATION" + Space() : "") + "(" + MaybeSpace() + Name();
+        while (random_.OneIn(2)) type += MaybeSpace() + "|" + MaybeSpace() + (isNotation ? Name() : "-9" + Name());
         type += MaybeSpace() + ")";
     }
     std::string value(random_.Pick({"#REQUIRED", "#IMPLIED", "", ""}));
@@ -97,13 +97,13 @@ std::string DocumentGenerator::AttributeDefinition() {
 }
 
 std::string DocumentGenerator::EntityDeclaration() {
-    const bool is_parameter = random_.OneIn(3);
-    std::string entity = "<!ENTITY" + Space() + (is_parameter ? "%" + Space() : "") + Name() + Space();
+    const bool isParameter = random_.OneIn(3);
+    std::string entity = "<!ENTITY" + Space() + (isParameter ? "%" + Space() : "") + Name() + Space();
     if (random_.OneIn(2)) {
         entity += EntityValue();
     } else {
         entity += ExternalId();
-        if (!is_parameter && random_.OneIn(2)) entity += Space() + "NDATA" + Space() + Name();
+        if (!isParameter && random_.OneIn(2)) entity += Space() + "NDATA" + Space() + Name();
     }
     return entity + MaybeSpace() + ">";
 }

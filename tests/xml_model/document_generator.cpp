@@ -94,11 +94,11 @@ std::string DocumentGenerator::Text(const char* forbidden) {
 }
 
 std::string DocumentGenerator::Quoted() {
-    const bool is_double = random_.OneIn(2);
-    const std::string quote = is_double ? "\"" : "'";
+    const bool isDouble = random_.OneIn(2);
+    const std::string quote = isDouble ? "\"" : "'";
     std::string value = quote;
     do {
-        value += Text(is_double ? "<&\"" : "<&'");
+        value += Text(isDouble ? "<&\"" : "<&'");
         if (random_.OneIn(3)) value += Reference();
     } while (random_.OneIn(3));
     return value + quote;

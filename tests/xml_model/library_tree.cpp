@@ -40,7 +40,7 @@ std::string ValueOf(Type type, const AdvXMLParser::Node& node) {
 std::string ReferenceDifference(const Node& model, const AdvXMLParser::Node& library) {
     const auto* character = dynamic_cast<const AdvXMLParser::CharRef*>(&library);
     const auto* entity = dynamic_cast<const AdvXMLParser::EntityRef*>(&library);
-    if (model.is_character_reference != (character != nullptr)) return "kind of reference";
+    if (model.isCharacterReference != (character != nullptr)) return "kind of reference";
     if (character == nullptr && entity == nullptr) return "a reference of neither kind";
     const char value = static_cast<char>(character ? character->value : entity->value);
     if (model.value != std::string(1, value)) return Differ("character of a reference", model.value, {&value, 1});
@@ -77,7 +77,7 @@ std::string NodeDifference(const Node& model, const AdvXMLParser::Node& library)
     if (container.pendingText != nullptr) return "pendingText";
     if (model.type == kElement) {
         const auto& element = static_cast<const AdvXMLParser::Element&>(library);
-        if (element.preserveSpace != model.preserve_space) return "preserveSpace of " + model.name;
+        if (element.preserveSpace != model.preserveSpace) return "preserveSpace of " + model.name;
         std::string difference = ListDifference(model.attributes, element.attributes, library);
         if (!difference.empty()) return difference;
     }
@@ -112,9 +112,9 @@ std::string CopyDifference(const Node& model, const AdvXMLParser::Node& copy) {
     for (std::size_t at = 0; at < model.children.size(); ++at) {
         const Node& expected = model.children[at];
         const AdvXMLParser::Node& child = *container.children[at];
-        const bool has_null_parent = expected.type == kReference && !expected.is_character_reference;
+        const bool hasNullParent = expected.type == kReference && !expected.isCharacterReference;
         const AdvXMLParser::Node* parent = &copy;
-        if (has_null_parent) parent = &AdvXMLParser::NullElement();
+        if (hasNullParent) parent = &AdvXMLParser::NullElement();
         if (child.parent != parent) return "parent in a copy";
         std::string difference = CopyDifference(expected, child);
         if (!difference.empty()) return difference;

@@ -43,7 +43,7 @@ Node ParseCharacterReference(Cursor& cursor) {
     const Byte byte = static_cast<Byte>(value & 0xFF);
     if (!IsAllowedInText(byte)) cursor.Fail(2);
     Node node = MakeNode(kReference, "", std::string(1, static_cast<char>(byte)));
-    node.is_character_reference = true;
+    node.isCharacterReference = true;
     return node;
 }
 

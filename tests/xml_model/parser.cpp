@@ -92,14 +92,14 @@ void ParseAttributes(Cursor& cursor, Node& element) {
     while (cursor.SkipWhitespace()) {
         std::optional<Node> attribute = ParseAttribute(cursor);
         if (!attribute) return;
-        if (attribute->name == "xml:space") element.preserve_space = GetText(*attribute) == "preserve";
+        if (attribute->name == "xml:space") element.preserveSpace = GetText(*attribute) == "preserve";
         element.attributes.push_back(std::move(*attribute));
     }
 }
 
 struct StartTag {
     Node element;
-    bool is_empty;
+    bool isEmpty;
 };
 
 std::optional<StartTag> ParseStartTag(Cursor& cursor) {
@@ -124,7 +124,7 @@ void ParseContent(Cursor& cursor, Node& element);
 std::optional<Node> ParseElement(Cursor& cursor) {
     std::optional<StartTag> tag = ParseStartTag(cursor);
     if (!tag) return std::nullopt;
-    if (!tag->is_empty) ParseContent(cursor, tag->element);
+    if (!tag->isEmpty) ParseContent(cursor, tag->element);
     return std::move(tag->element);
 }
 

@@ -8,12 +8,12 @@ namespace xml_model {
 
 std::string CollapseWhitespace(const std::string& text) {
     std::string collapsed;
-    bool in_run = false;
+    bool inRun = false;
     for (char character : text) {
-        const bool is_space = IsWhitespace(static_cast<Byte>(character));
-        if (!is_space) collapsed += character;
-        if (is_space && !in_run) collapsed += ' ';
-        in_run = is_space;
+        const bool isSpace = IsWhitespace(static_cast<Byte>(character));
+        if (!isSpace) collapsed += character;
+        if (isSpace && !inRun) collapsed += ' ';
+        inRun = isSpace;
     }
     return collapsed;
 }
@@ -36,12 +36,12 @@ std::string GetText(const Node& node) {
     std::string text;
     for (const Node& child : node.children) text += GetText(child);
     if (node.type == kAttribute) return TrimWhitespace(text);
-    if (node.type == kElement && node.preserve_space) return text;
+    if (node.type == kElement && node.preserveSpace) return text;
     return TrimWhitespace(CollapseWhitespace(text));
 }
 
 Node Clone(const Node& node) {
-    Node copy{node.type, node.name, node.value, node.is_character_reference, false, {}, {}};
+    Node copy{node.type, node.name, node.value, node.isCharacterReference, false, {}, {}};
     for (const Node& child : node.children) copy.children.push_back(Clone(child));
     return copy;
 }

@@ -17,8 +17,8 @@ struct Node {
     /// Text, data, or the one character of a reference.
     std::string value;
     /// Only for references: a character reference, not a named one.
-    bool is_character_reference = false;
-    bool preserve_space = false;
+    bool isCharacterReference = false;
+    bool preserveSpace = false;
     std::vector<Node> children;
     std::vector<Node> attributes;
 };

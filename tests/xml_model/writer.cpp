@@ -81,7 +81,7 @@ void Writer::WriteElement(const Node& node) {
     if (node.children.empty()) {
         Append("/>");
         --depth_;
-        after_block_ = true;
+        afterBlock_ = true;
         return;
     }
     Append(">");
@@ -101,11 +101,11 @@ void Writer::WriteBlock(const std::string& text) {
     Append(text);
     NewLine();
     --depth_;
-    after_block_ = true;
+    afterBlock_ = true;
 }
 
 void Writer::WriteReference(const Node& node) {
-    if (node.is_character_reference) {
+    if (node.isCharacterReference) {
         Append("&#x" + CharRefDigits(node.value[0]) + ";");
     } else {
         Append("&" + node.name + ";");
@@ -117,7 +117,7 @@ void Writer::WriteChildren(const Node& node) {
 }
 
 void Writer::Append(const std::string& text) {
-    at_line_start_ = false;
+    atLineStart_ = false;
     output_ += text;
 }
 
@@ -126,28 +126,28 @@ void Writer::AppendIndent() {
 }
 
 void Writer::NewLine() {
-    if (verbatim_ || at_line_start_) return;
+    if (verbatim_ || atLineStart_) return;
     Append("\n");
-    at_line_start_ = true;
+    atLineStart_ = true;
 }
 
 void Writer::BeginLevel() {
     ++depth_;
     if (verbatim_) return;
-    if (!at_line_start_) Append("\n");
-    at_line_start_ = false;
+    if (!atLineStart_) Append("\n");
+    atLineStart_ = false;
     AppendIndent();
-    after_block_ = false;
+    afterBlock_ = false;
 }
 
 void Writer::EndLevel() {
     if (verbatim_) return;
-    if (after_block_) {
+    if (afterBlock_) {
         NewLine();
         AppendIndent();
     }
     --depth_;
-    after_block_ = true;
+    afterBlock_ = true;
 }
 
 }  // namespace xml_model

@@ -35,8 +35,8 @@ private:
     std::string indent_;
     std::string output_;
     int depth_ = 0;
-    bool after_block_ = false;
-    bool at_line_start_ = false;
+    bool afterBlock_ = false;
+    bool atLineStart_ = false;
 };
 
 std::string EscapeText(const std::string& text);

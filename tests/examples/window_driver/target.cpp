@@ -67,12 +67,12 @@ void RemoteMemory::Read(std::size_t offset, void* data, std::size_t size) const 
     if (!ReadProcessMemory(process_, address_ + offset, data, size, nullptr)) throw std::runtime_error("no reading");
 }
 
-Target::Target(const TestDesktop& desktop, const std::wstring& command_line) : desktop_(desktop) {
+Target::Target(const TestDesktop& desktop, const std::wstring& commandLine) : desktop_(desktop) {
     std::wstring name = desktop.Name();
     STARTUPINFOW start = {};
     start.cb = sizeof start;
     start.lpDesktop = name.data();
-    std::wstring command = command_line;
+    std::wstring command = commandLine;
     if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, /*bInheritHandles=*/FALSE, 0, nullptr, nullptr,
                         &start, &process_)) {
         throw std::runtime_error("the program cannot be started");

@@ -35,7 +35,7 @@ private:
 /// Everything fails with a std::runtime_error that says what was not there.
 class Target {
 public:
-    Target(const TestDesktop& desktop, const std::wstring& command_line);
+    Target(const TestDesktop& desktop, const std::wstring& commandLine);
     ~Target();
     Target(const Target&) = delete;
     Target& operator=(const Target&) = delete;

@@ -5,8 +5,8 @@
 
 #include <stdint.h>
 
-uintptr_t _beginthreadex(void* security, unsigned stack_size, unsigned (*entry)(void*), void* argument, unsigned flags,
+uintptr_t _beginthreadex(void* security, unsigned stackSize, unsigned (*entry)(void*), void* argument, unsigned flags,
                          unsigned* id);
-[[noreturn]] void _endthreadex(unsigned exit_code);
+[[noreturn]] void _endthreadex(unsigned exitCode);
 
 #endif  // WPK_TESTS_FAKE_PLATFORM_INCLUDE_PROCESS_H

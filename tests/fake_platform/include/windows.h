@@ -151,7 +151,7 @@ ULONGLONG GetTickCount64();
 #define DUPLICATE_CLOSE_SOURCE 1u
 #define DUPLICATE_SAME_ACCESS 2u
 HANDLE GetCurrentProcess();
-BOOL DuplicateHandle(HANDLE source_process, HANDLE source, HANDLE target_process, LPHANDLE target, DWORD access,
+BOOL DuplicateHandle(HANDLE sourceProcess, HANDLE source, HANDLE targetProcess, LPHANDLE target, DWORD access,
                      BOOL inherit, DWORD options);
 
 // Threads.
@@ -169,13 +169,13 @@ DWORD GetThreadId(HANDLE thread);
 HANDLE OpenThread(DWORD access, BOOL inherit, DWORD id);
 DWORD ResumeThread(HANDLE thread);
 DWORD SuspendThread(HANDLE thread);
-BOOL TerminateThread(HANDLE thread, DWORD exit_code);
-BOOL GetExitCodeThread(HANDLE thread, LPDWORD exit_code);
+BOOL TerminateThread(HANDLE thread, DWORD exitCode);
+BOOL GetExitCodeThread(HANDLE thread, LPDWORD exitCode);
 
 // The event log.
 #define EVENTLOG_ERROR_TYPE 1
 HANDLE RegisterEventSourceA(LPCSTR server, LPCSTR source);
-BOOL ReportEventA(HANDLE source, WORD type, WORD category, DWORD id, PSID user, WORD text_count, DWORD data_size,
+BOOL ReportEventA(HANDLE source, WORD type, WORD category, DWORD id, PSID user, WORD textCount, DWORD dataSize,
                   LPCSTR* texts, LPVOID data);
 BOOL DeregisterEventSource(HANDLE source);
 
@@ -209,20 +209,20 @@ BOOL DeregisterEventSource(HANDLE source);
 HANDLE CreateFileA(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES attributes, DWORD disposition,
                    DWORD flags, HANDLE pattern);
 BOOL DeleteFileA(LPCSTR name);
-DWORD SetFilePointer(HANDLE file, LONG distance_low, PLONG distance_high, DWORD method);
+DWORD SetFilePointer(HANDLE file, LONG distanceLow, PLONG distanceHigh, DWORD method);
 BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGER position, DWORD method);
 BOOL SetEndOfFile(HANDLE file);
 typedef struct _OVERLAPPED OVERLAPPED, *LPOVERLAPPED;
 BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED overlapped);
 BOOL SetFileTime(HANDLE file, const FILETIME* created, const FILETIME* accessed, const FILETIME* written);
-DWORD GetFileSize(HANDLE file, LPDWORD size_high);
+DWORD GetFileSize(HANDLE file, LPDWORD sizeHigh);
 BOOL GetFileSizeEx(HANDLE file, PLARGE_INTEGER size);
 void GetSystemTimeAsFileTime(LPFILETIME now);
 void GetSystemTime(LPSYSTEMTIME now);
-BOOL SystemTimeToFileTime(const SYSTEMTIME* time, LPFILETIME file_time);
-HANDLE CreateFileMappingA(HANDLE file, LPSECURITY_ATTRIBUTES attributes, DWORD protection, DWORD size_high,
-                          DWORD size_low, LPCSTR name);
-LPVOID MapViewOfFile(HANDLE mapping, DWORD access, DWORD offset_high, DWORD offset_low, SIZE_T size);
+BOOL SystemTimeToFileTime(const SYSTEMTIME* time, LPFILETIME fileTime);
+HANDLE CreateFileMappingA(HANDLE file, LPSECURITY_ATTRIBUTES attributes, DWORD protection, DWORD sizeHigh,
+                          DWORD sizeLow, LPCSTR name);
+LPVOID MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offsetLow, SIZE_T size);
 BOOL UnmapViewOfFile(LPCVOID view);
 
 // The system.
@@ -256,6 +256,6 @@ LSTATUS RegCloseKey(HKEY key);
 HMODULE LoadLibraryA(LPCSTR name);
 BOOL FreeLibrary(HMODULE module);
 FARPROC GetProcAddress(HMODULE module, LPCSTR name);
-BOOL GetModuleHandleExA(DWORD flags, LPCSTR name_or_address, HMODULE* module);
+BOOL GetModuleHandleExA(DWORD flags, LPCSTR nameOrAddress, HMODULE* module);
 
 #endif  // WPK_TESTS_FAKE_PLATFORM_INCLUDE_WINDOWS_H

@@ -49,11 +49,11 @@ typedef struct wpk_host_hostent HOSTENT;
 #undef FD_ZERO
 #define FD_ZERO(set) (((wpk_host_fd_set*)(set))->fd_count = 0)
 #undef FD_SET
-#define FD_SET(socket_value, set) wpk_host_fd_add((socket_value), (set))
+#define FD_SET(socketValue, set) wpk_host_fd_add((socketValue), (set))
 #undef FD_CLR
-#define FD_CLR(socket_value, set) wpk_host_fd_remove((socket_value), (set))
+#define FD_CLR(socketValue, set) wpk_host_fd_remove((socketValue), (set))
 #undef FD_ISSET
-#define FD_ISSET(socket_value, set) __WSAFDIsSet((socket_value), (set))
+#define FD_ISSET(socketValue, set) __WSAFDIsSet((socketValue), (set))
 
 #undef AF_INET
 #define AF_INET 2

@@ -22,11 +22,11 @@ namespace {
 // Relaxed counters throughout: they must not order the calls of different threads.
 struct Site {
     const char* name;
-    uint32_t usual_error;
+    uint32_t usualError;
     std::atomic<uint64_t> uses{0};
     /// The use that fails; 0 for none.
-    std::atomic<uint64_t> first_failing{0};
-    std::atomic<bool> for_good{false};
+    std::atomic<uint64_t> firstFailing{0};
+    std::atomic<bool> forGood{false};
     std::atomic<uint32_t> error{0};
     std::atomic<uint32_t> actions{0};
     std::atomic<uint64_t> fired{0};
@@ -39,7 +39,7 @@ std::array sites{
 };
 
 std::atomic<uint32_t> speed{1};
-std::atomic<uint32_t> select_speed{1};
+std::atomic<uint32_t> selectSpeed{1};
 
 /// What only tests and failures touch. Never destroyed: static objects of the library end after it.
 struct Rare {
@@ -81,25 +81,25 @@ uint32_t CountUse(Call call) {
     const uint64_t use = site.uses.fetch_add(1, std::memory_order_relaxed) + 1;
     if (site.actions.load(std::memory_order_relaxed) != 0) RunActions(site, use);
 
-    const uint64_t first = site.first_failing.load(std::memory_order_relaxed);
+    const uint64_t first = site.firstFailing.load(std::memory_order_relaxed);
     if (first == 0 || use < first) return 0;
-    if (use > first && !site.for_good.load(std::memory_order_relaxed)) return 0;
+    if (use > first && !site.forGood.load(std::memory_order_relaxed)) return 0;
     const uint32_t error = site.error.load(std::memory_order_relaxed);
     site.fired.fetch_add(1, std::memory_order_relaxed);
     SetLastError(error);
     return error;
 }
 
-std::atomic<uint32_t> longest_wait{0};
+std::atomic<uint32_t> longestWait{0};
 
 void NoteWait(double milliseconds) {
     const auto asked = static_cast<uint32_t>(milliseconds);
     if (asked == INFINITE) return;
-    uint32_t longest = longest_wait.load(std::memory_order_relaxed);
-    while (asked > longest && !longest_wait.compare_exchange_weak(longest, asked, std::memory_order_relaxed)) continue;
+    uint32_t longest = longestWait.load(std::memory_order_relaxed);
+    while (asked > longest && !longestWait.compare_exchange_weak(longest, asked, std::memory_order_relaxed)) continue;
 }
 
-thread_local Code running_code = Code::kTest;
+thread_local Code runningCode = Code::kTest;
 
 /// Whether another thread may come first: where it takes something from others, or acts on what they may have changed.
 /// A release gives, and what comes before it is kept from the others or is a point of its own.
@@ -132,20 +132,20 @@ bool LetsOthersGoOn(Call call) {
 
 }  // namespace
 
-CodeScope::CodeScope(Code code) : before_(running_code) {
-    running_code = code;
+CodeScope::CodeScope(Code code) : before_(runningCode) {
+    runningCode = code;
 }
 
 CodeScope::~CodeScope() {
-    running_code = before_;
+    runningCode = before_;
 }
 
 void SetRunningCode(Code code) {
-    running_code = code;
+    runningCode = code;
 }
 
 bool RunsLibraryCode() {
-    return running_code == Code::kLibrary;
+    return runningCode == Code::kLibrary;
 }
 
 bool AllocationFails() {
@@ -177,20 +177,20 @@ double RealMilliseconds(double milliseconds) {
 
 double RealSelectMilliseconds(double milliseconds) {
     NoteWait(milliseconds);
-    return milliseconds / select_speed.load(std::memory_order_relaxed);
+    return milliseconds / selectSpeed.load(std::memory_order_relaxed);
 }
 
 uint64_t Ticks() {
     if (IsScheduled()) return ScheduledTime();
     using namespace std::chrono;
     const auto now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-    return static_cast<uint64_t>(now) * select_speed.load(std::memory_order_relaxed);
+    return static_cast<uint64_t>(now) * selectSpeed.load(std::memory_order_relaxed);
 }
 
 void ResetCalls() {
     ClearFaults();
     SpeedUp(1);
-    longest_wait.store(0);
+    longestWait.store(0);
     ClearActions();
     Rare& rare = TheRare();
     const std::lock_guard lock(rare.mutex);
@@ -200,14 +200,14 @@ void ResetCalls() {
 
 void FailCall(std::string_view call, uint64_t nth, Times times, uint32_t error) {
     Site& site = SiteOf(call);
-    site.error.store(error ? error : site.usual_error ? site.usual_error : ERROR_GEN_FAILURE);
-    site.for_good.store(times == Times::kForGood);
-    site.first_failing.store(site.uses.load() + nth);
+    site.error.store(error ? error : site.usualError ? site.usualError : ERROR_GEN_FAILURE);
+    site.forGood.store(times == Times::kForGood);
+    site.firstFailing.store(site.uses.load() + nth);
 }
 
 void ClearFaults() {
     for (Site& site : sites) {
-        site.first_failing.store(0);
+        site.firstFailing.store(0);
         site.fired.store(0);
     }
 }
@@ -244,7 +244,7 @@ uint64_t Uses(std::string_view call) {
 std::vector<std::string_view> FallibleCalls() {
     std::vector<std::string_view> names;
     for (const Site& site : sites) {
-        if (site.usual_error != 0) names.emplace_back(site.name);
+        if (site.usualError != 0) names.emplace_back(site.name);
     }
     return names;
 }
@@ -256,16 +256,16 @@ std::vector<std::string> Misuses() {
 }
 
 uint32_t LongestWait() {
-    return longest_wait.load();
+    return longestWait.load();
 }
 
 void SpeedUp(uint32_t factor) {
     SpeedUp(factor, factor);
 }
 
-void SpeedUp(uint32_t factor, uint32_t select_factor) {
+void SpeedUp(uint32_t factor, uint32_t selectFactor) {
     speed.store(factor);
-    select_speed.store(select_factor);
+    selectSpeed.store(selectFactor);
 }
 
 }  // namespace wpk::host

@@ -16,7 +16,7 @@ namespace wpk::host {
 namespace {
 
 auto Tie(const Live& live) {
-    return std::tie(live.handles, live.files, live.mappings, live.views, live.sockets, live.keys, live.event_sources,
+    return std::tie(live.handles, live.files, live.mappings, live.views, live.sockets, live.keys, live.eventSources,
                     live.threads, live.modules);
 }
 
@@ -28,14 +28,14 @@ bool Live::operator==(const Live& other) const {
 
 bool Live::IsWithin(const Live& other) const {
     return handles <= other.handles && files <= other.files && mappings <= other.mappings && views <= other.views &&
-           sockets <= other.sockets && keys <= other.keys && event_sources <= other.event_sources &&
+           sockets <= other.sockets && keys <= other.keys && eventSources <= other.eventSources &&
            threads <= other.threads && modules <= other.modules;
 }
 
 std::ostream& operator<<(std::ostream& out, const Live& live) {
     return out << "handles " << live.handles << ", files " << live.files << ", mappings " << live.mappings << ", views "
                << live.views << ", sockets " << live.sockets << ", keys " << live.keys << ", event sources "
-               << live.event_sources << ", threads " << live.threads << ", modules " << live.modules;
+               << live.eventSources << ", threads " << live.threads << ", modules " << live.modules;
 }
 
 Live CountLive() {
@@ -46,7 +46,7 @@ Live CountLive() {
     live.views = LiveViews();
     live.sockets = LiveSockets();
     live.keys = LiveHandles(Kind::kKey);
-    live.event_sources = LiveHandles(Kind::kEventSource);
+    live.eventSources = LiveHandles(Kind::kEventSource);
     live.threads = Thread::Running();
     live.modules = LiveModules();
     return live;

@@ -25,7 +25,7 @@ struct Openings {
     /// Access and share mode of every handle's opening.
     std::vector<std::pair<DWORD, DWORD>> modes;
     int mappings = 0;
-    bool delete_on_close = false;
+    bool deleteOnClose = false;
 };
 
 namespace {
@@ -33,7 +33,7 @@ namespace {
 // Never destroyed: static objects of the library end after it.
 struct Files {
     std::mutex mutex;
-    std::map<std::string, std::shared_ptr<Openings>> by_path;
+    std::map<std::string, std::shared_ptr<Openings>> byPath;
     std::map<const void*, std::pair<size_t, std::shared_ptr<Object>>> views;
 };
 
@@ -46,8 +46,8 @@ Files& TheFiles() {
 /// was to delete. With the mutex of the files held.
 void ForgetUnused(const Openings& openings) {
     if (!openings.modes.empty() || openings.mappings > 0) return;
-    if (openings.delete_on_close) unlink(openings.path.c_str());
-    TheFiles().by_path.erase(openings.path);
+    if (openings.deleteOnClose) unlink(openings.path.c_str());
+    TheFiles().byPath.erase(openings.path);
 }
 
 std::string PathOf(const char* name) {
@@ -138,24 +138,24 @@ HANDLE OpenFile(const char* name, DWORD access, DWORD share, DWORD disposition, 
     const std::string path = PathOf(name);
     Files& files = TheFiles();
     const std::lock_guard lock(files.mutex);
-    std::shared_ptr<Openings>& openings = files.by_path[path];
+    std::shared_ptr<Openings>& openings = files.byPath[path];
     if (!openings) openings = std::make_shared<Openings>();
     openings->path = path;
-    if (openings->delete_on_close && openings->modes.empty()) {
+    if (openings->deleteOnClose && openings->modes.empty()) {
         return Refuse(ERROR_ACCESS_DENIED, INVALID_HANDLE_VALUE);  // only its mappings keep it from being deleted
     }
-    const bool delete_on_close = (flags & FILE_FLAG_DELETE_ON_CLOSE) != 0;
-    if (delete_on_close) access |= DELETE;
+    const bool deleteOnClose = (flags & FILE_FLAG_DELETE_ON_CLOSE) != 0;
+    if (deleteOnClose) access |= DELETE;
     if (disposition != CREATE_NEW && !Shareable(*openings, access, share)) {
         return Refuse(ERROR_SHARING_VIOLATION, INVALID_HANDLE_VALUE);
     }
     const int descriptor = OpenDescriptor(path, access, disposition);
     if (descriptor < 0) {
         const DWORD error = FileErrorOf(errno);
-        if (openings->modes.empty() && openings->mappings == 0) files.by_path.erase(path);
+        if (openings->modes.empty() && openings->mappings == 0) files.byPath.erase(path);
         return Refuse(error, INVALID_HANDLE_VALUE);
     }
-    openings->delete_on_close = openings->delete_on_close || delete_on_close;
+    openings->deleteOnClose = openings->deleteOnClose || deleteOnClose;
     return OpenHandle(std::make_shared<File>(descriptor, access, share, openings));
 }
 
@@ -163,8 +163,8 @@ BOOL RemoveFile(const char* name) {
     const std::string path = PathOf(name);
     Files& files = TheFiles();
     const std::lock_guard lock(files.mutex);
-    const auto found = files.by_path.find(path);
-    if (found != files.by_path.end()) {
+    const auto found = files.byPath.find(path);
+    if (found != files.byPath.end()) {
         if (found->second->mappings > 0) return Refuse(ERROR_ACCESS_DENIED, FALSE);
         if (!Shareable(*found->second, DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE)) {
             return Refuse(ERROR_SHARING_VIOLATION, FALSE);

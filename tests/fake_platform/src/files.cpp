@@ -46,18 +46,19 @@ BOOL DeleteFileA(LPCSTR name) {
     return RemoveFile(name);
 }
 
-DWORD SetFilePointer(HANDLE handle, LONG distance_low, PLONG distance_high, DWORD method) {
+DWORD SetFilePointer(HANDLE handle, LONG distanceLow, PLONG distanceHigh, DWORD method) {
     const CallScope call(Call::kSetFilePointer);
     if (call.Fails()) return INVALID_SET_FILE_POINTER;
     const auto file = Use<File>("SetFilePointer", handle, Kind::kFile);
     if (!file) return INVALID_SET_FILE_POINTER;
     // Without the upper half the lower one has a sign.
-    const int64_t distance = distance_high ? static_cast<int64_t>(uint64_t{static_cast<DWORD>(*distance_high)} << 32 |
-                                                                  static_cast<DWORD>(distance_low))
-                                           : distance_low;
+    const int64_t distance =
+        distanceHigh
+            ? static_cast<int64_t>(uint64_t{static_cast<DWORD>(*distanceHigh)} << 32 | static_cast<DWORD>(distanceLow))
+            : distanceLow;
     const int64_t position = file->Seek(distance, method);
     if (position < 0) return INVALID_SET_FILE_POINTER;
-    if (distance_high) *distance_high = static_cast<LONG>(position >> 32);
+    if (distanceHigh) *distanceHigh = static_cast<LONG>(position >> 32);
     SetLastError(NO_ERROR);
     return static_cast<DWORD>(position);
 }
@@ -106,13 +107,13 @@ BOOL SetFileTime(HANDLE handle, const FILETIME*, const FILETIME* accessed, const
     return futimens(file->Descriptor(), times) == 0 ? TRUE : Refuse(FileErrorOf(errno), FALSE);
 }
 
-DWORD GetFileSize(HANDLE handle, LPDWORD size_high) {
+DWORD GetFileSize(HANDLE handle, LPDWORD sizeHigh) {
     const CallScope call(Call::kGetFileSize);
     if (call.Fails()) return INVALID_FILE_SIZE;
     const auto file = Use<File>("GetFileSize", handle, Kind::kFile);
     if (!file) return INVALID_FILE_SIZE;
     const int64_t size = file->Size();
-    if (size_high) *size_high = static_cast<DWORD>(size >> 32);
+    if (sizeHigh) *sizeHigh = static_cast<DWORD>(size >> 32);
     SetLastError(NO_ERROR);
     return static_cast<DWORD>(size);
 }
@@ -145,7 +146,7 @@ void GetSystemTime(LPSYSTEMTIME now) {
             static_cast<WORD>(parts.tm_sec),         static_cast<WORD>(time.tv_nsec / 1000000)};
 }
 
-BOOL SystemTimeToFileTime(const SYSTEMTIME* time, LPFILETIME file_time) {
+BOOL SystemTimeToFileTime(const SYSTEMTIME* time, LPFILETIME fileTime) {
     const CallScope call(Call::kSystemTimeToFileTime);
     if (call.Fails()) return FALSE;
     tm parts{};
@@ -155,25 +156,25 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME* time, LPFILETIME file_time) {
     parts.tm_hour = time->wHour;
     parts.tm_min = time->wMinute;
     parts.tm_sec = time->wSecond;
-    *file_time = FromTimespec({timegm(&parts), time->wMilliseconds * 1000000L});
+    *fileTime = FromTimespec({timegm(&parts), time->wMilliseconds * 1000000L});
     return TRUE;
 }
 
-HANDLE CreateFileMappingA(HANDLE handle, LPSECURITY_ATTRIBUTES, DWORD protection, DWORD size_high, DWORD size_low,
+HANDLE CreateFileMappingA(HANDLE handle, LPSECURITY_ATTRIBUTES, DWORD protection, DWORD sizeHigh, DWORD sizeLow,
                           LPCSTR) {
     const CallScope call(Call::kCreateFileMappingA);
     if (call.Fails()) return nullptr;
     const auto file = Use<File>("CreateFileMappingA", handle, Kind::kFile);
     if (!file) return nullptr;
-    return MapFile(*file, protection, uint64_t{size_high} << 32 | size_low);
+    return MapFile(*file, protection, uint64_t{sizeHigh} << 32 | sizeLow);
 }
 
-LPVOID MapViewOfFile(HANDLE handle, DWORD access, DWORD offset_high, DWORD offset_low, SIZE_T size) {
+LPVOID MapViewOfFile(HANDLE handle, DWORD access, DWORD offsetHigh, DWORD offsetLow, SIZE_T size) {
     const CallScope call(Call::kMapViewOfFile);
     if (call.Fails()) return nullptr;
     auto mapping = Use<Mapping>("MapViewOfFile", handle, Kind::kMapping);
     if (!mapping) return nullptr;
-    return ViewMapping(std::move(mapping), access, uint64_t{offset_high} << 32 | offset_low, size);
+    return ViewMapping(std::move(mapping), access, uint64_t{offsetHigh} << 32 | offsetLow, size);
 }
 
 BOOL UnmapViewOfFile(LPCVOID view) {

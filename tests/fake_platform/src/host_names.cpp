@@ -34,10 +34,10 @@ void ResetHosts() {
     hosts.addresses = {{"localhost", "127.0.0.1"}};
 }
 
-void AddHost(std::string_view name, std::string_view dotted_address) {
+void AddHost(std::string_view name, std::string_view dottedAddress) {
     Hosts& hosts = TheHosts();
     const std::lock_guard lock(hosts.mutex);
-    hosts.addresses[std::string(name)] = dotted_address;
+    hosts.addresses[std::string(name)] = dottedAddress;
 }
 
 }  // namespace wpk::host
@@ -63,8 +63,8 @@ wpk_host_hostent* wpk_host_gethostbyname(const char* name) {
     // The answer belongs to the thread and lasts until its next question.
     thread_local in_addr address;
     thread_local char* addresses[] = {reinterpret_cast<char*>(&address), nullptr};
-    thread_local char* no_aliases[] = {nullptr};
-    thread_local wpk_host_hostent answer{nullptr, no_aliases, 2, 4, addresses};
+    thread_local char* noAliases[] = {nullptr};
+    thread_local wpk_host_hostent answer{nullptr, noAliases, 2, 4, addresses};
     Hosts& hosts = TheHosts();
     const std::lock_guard lock(hosts.mutex);
     const auto found = hosts.addresses.find(name);

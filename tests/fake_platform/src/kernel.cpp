@@ -21,7 +21,7 @@ using wpk::host::Waitable;
 
 namespace {
 
-thread_local DWORD last_error = NO_ERROR;
+thread_local DWORD lastError = NO_ERROR;
 
 constexpr DWORD kCallFailed = 0xFFFFFFFF;
 const HANDLE kThisProcess = reinterpret_cast<HANDLE>(intptr_t{-1});
@@ -40,11 +40,11 @@ DWORD Refuse(DWORD error, DWORD result) {
 }  // namespace
 
 DWORD GetLastError() {
-    return last_error;
+    return lastError;
 }
 
 void SetLastError(DWORD error) {
-    last_error = error;
+    lastError = error;
 }
 
 HANDLE CreateSemaphoreA(LPSECURITY_ATTRIBUTES, LONG initial, LONG maximum, LPCSTR) {
@@ -106,11 +106,11 @@ HANDLE GetCurrentProcess() {
     return kThisProcess;
 }
 
-BOOL DuplicateHandle(HANDLE source_process, HANDLE source, HANDLE target_process, LPHANDLE target, DWORD, BOOL,
+BOOL DuplicateHandle(HANDLE sourceProcess, HANDLE source, HANDLE targetProcess, LPHANDLE target, DWORD, BOOL,
                      DWORD options) {
     const CallScope call(Call::kDuplicateHandle);
     if (call.Fails()) return FALSE;
-    if (source_process != kThisProcess || target_process != kThisProcess) {
+    if (sourceProcess != kThisProcess || targetProcess != kThisProcess) {
         return static_cast<BOOL>(Refuse(ERROR_INVALID_HANDLE, FALSE));
     }
     std::shared_ptr<Object> object =
@@ -133,9 +133,9 @@ uintptr_t _beginthreadex(void*, unsigned, unsigned (*entry)(void*), void* argume
     return reinterpret_cast<uintptr_t>(handle);
 }
 
-void _endthreadex(unsigned exit_code) {
+void _endthreadex(unsigned exitCode) {
     { const CallScope call(Call::k_endthreadex); }
-    Thread::Current()->Exit(exit_code);
+    Thread::Current()->Exit(exitCode);
 }
 
 HANDLE GetCurrentThread() {
@@ -180,20 +180,20 @@ DWORD SuspendThread(HANDLE handle) {
     return before == kCallFailed ? Refuse(ERROR_ACCESS_DENIED, before) : before;
 }
 
-BOOL TerminateThread(HANDLE handle, DWORD exit_code) {
+BOOL TerminateThread(HANDLE handle, DWORD exitCode) {
     const CallScope call(Call::kTerminateThread);
     if (call.Fails()) return FALSE;
     const std::shared_ptr<Thread> thread = UseThread("TerminateThread", handle);
     if (!thread) return FALSE;
-    thread->Terminate(exit_code);
+    thread->Terminate(exitCode);
     return TRUE;
 }
 
-BOOL GetExitCodeThread(HANDLE handle, LPDWORD exit_code) {
+BOOL GetExitCodeThread(HANDLE handle, LPDWORD exitCode) {
     const CallScope call(Call::kGetExitCodeThread);
     if (call.Fails()) return FALSE;
     const std::shared_ptr<Thread> thread = UseThread("GetExitCodeThread", handle);
     if (!thread) return FALSE;
-    *exit_code = thread->ExitCode();
+    *exitCode = thread->ExitCode();
     return TRUE;
 }

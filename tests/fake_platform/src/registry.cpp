@@ -29,7 +29,7 @@ using KeyPath = std::pair<HKEY, std::string>;
 // Never destroyed: static objects of the library ask for it before main and after it.
 struct Registry {
     std::mutex mutex;
-    bool key_creation = true;
+    bool keyCreation = true;
     std::map<KeyPath, std::map<std::string, std::string>> keys;
 };
 
@@ -60,7 +60,7 @@ LSTATUS OpenKey(HKEY parent, const char* path, bool create, HKEY* key) {
         const std::lock_guard lock(registry.mutex);
         if (registry.keys.count(wanted) == 0) {
             if (!create) return ERROR_FILE_NOT_FOUND;
-            if (!registry.key_creation) return ERROR_ACCESS_DENIED;
+            if (!registry.keyCreation) return ERROR_ACCESS_DENIED;
             registry.keys[wanted];
         }
     }
@@ -89,7 +89,7 @@ LSTATUS QueryValue(const KeyPath& key, const char* name, DWORD* type, BYTE* data
 void ResetRegistry() {
     Registry& registry = TheRegistry();
     const std::lock_guard lock(registry.mutex);
-    registry.key_creation = true;
+    registry.keyCreation = true;
     registry.keys.clear();
 }
 
@@ -103,7 +103,7 @@ void SetRegistryValue(HKEY root, std::string_view path, std::string_view name, s
 void AllowKeyCreation(bool allowed) {
     Registry& registry = TheRegistry();
     const std::lock_guard lock(registry.mutex);
-    registry.key_creation = allowed;
+    registry.keyCreation = allowed;
 }
 
 }  // namespace wpk::host

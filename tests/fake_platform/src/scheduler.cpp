@@ -42,7 +42,7 @@ private:
 };
 
 struct Runner {
-    Runner(uint32_t given_number, std::string given_name) : number(given_number), name(std::move(given_name)) {}
+    Runner(uint32_t givenNumber, std::string givenName) : number(givenNumber), name(std::move(givenName)) {}
 
     const uint32_t number;
     const std::string name;
@@ -65,7 +65,7 @@ struct Event {
 };
 
 struct Run {
-    explicit Run(Chooser& its_chooser) : chooser(its_chooser) {}
+    explicit Run(Chooser& itsChooser) : chooser(itsChooser) {}
 
     Chooser& chooser;
     std::vector<std::unique_ptr<Runner>> runners;
@@ -101,18 +101,18 @@ thread_local Runner* self = nullptr;
 /// The running thread first, then the others in turn after it, so that the usual choice starves nobody.
 void Run::CollectOptions() {
     options.clear();
-    const bool can_stay = running && running->CanGoOn();
-    if (can_stay) options.push_back({Option::Kind::kThread, running->number, false});
+    const bool canStay = running && running->CanGoOn();
+    if (canStay) options.push_back({Option::Kind::kThread, running->number, false});
     const uint32_t after = running ? running->number : 0;
     for (const bool wrapped : {false, true}) {
         for (const auto& one : runners) {
             if (one.get() == running || (one->number < after) != wrapped || !one->CanGoOn()) continue;
-            options.push_back({Option::Kind::kThread, one->number, can_stay});
+            options.push_back({Option::Kind::kThread, one->number, canStay});
         }
     }
     events.erase(std::remove_if(events.begin(), events.end(), [](const Event& one) { return one.owner.expired(); }),
                  events.end());
-    for (const Event& one : events) options.push_back({Option::Kind::kEvent, one.number, can_stay});
+    for (const Event& one : events) options.push_back({Option::Kind::kEvent, one.number, canStay});
     if (options.empty()) return;
     for (const auto& one : runners) {
         if (one->ended || !one->deadline || one->CanGoOn()) continue;
@@ -200,16 +200,16 @@ void EndRunner() {
 }  // namespace
 
 void RunScheduled(Chooser& chooser, const std::function<void()>& body) {
-    Run this_run(chooser);
+    Run thisRun(chooser);
     const uint32_t slots = UsedSlots();
-    run = &this_run;
-    self = &this_run.Add("main");
-    this_run.running = self;
+    run = &thisRun;
+    self = &thisRun.Add("main");
+    thisRun.running = self;
     body();
     AwaitThreads();
     run = nullptr;
     self = nullptr;
-    for (const auto& one : this_run.runners) {
+    for (const auto& one : thisRun.runners) {
         if (one->thread.joinable()) one->thread.join();
     }
     ReuseSlotsAfter(slots);
@@ -238,9 +238,9 @@ bool AwaitScheduled(const char* where, std::function<bool()> condition, uint32_t
     return !self->timed_out;
 }
 
-void StartScheduled(std::string name, std::function<void()> body, std::function<bool()> may_begin) {
+void StartScheduled(std::string name, std::function<void()> body, std::function<bool()> mayBegin) {
     Runner& runner = run->Add(std::move(name));
-    runner.condition = std::move(may_begin);
+    runner.condition = std::move(mayBegin);
     runner.where = "its start";
     runner.thread = std::thread([&runner, body = std::move(body)]() mutable {
         self = &runner;

@@ -68,7 +68,7 @@ void SchedulePointInLibrary();
 bool AwaitScheduled(const char* where, std::function<bool()> condition, uint32_t milliseconds);
 
 /// Adds a thread of the run, which begins when it may: no earlier than the condition holds.
-void StartScheduled(std::string name, std::function<void()> body, std::function<bool()> may_begin);
+void StartScheduled(std::string name, std::function<void()> body, std::function<bool()> mayBegin);
 
 /// Something that happens at some later moment, unless its owner has gone by then. It is to wait for nothing.
 void HappenLater(std::weak_ptr<const void> owner, std::function<void()> event);

@@ -19,7 +19,7 @@ void SetSocketScript(SocketScript script);
 
 class ScriptedSocket : public Socket, public std::enable_shared_from_this<ScriptedSocket> {
 public:
-    int Connect(uint32_t address_in_network_order, uint16_t port_in_network_order) override;
+    int Connect(uint32_t addressInNetworkOrder, uint16_t portInNetworkOrder) override;
     int Send(const void* bytes, size_t length, int& done) override;
     int Receive(void* bytes, size_t length, int& done) override;
     bool Readable() override { return state_ == State::kConnected && !arrived_.empty(); }

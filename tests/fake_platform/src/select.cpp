@@ -66,12 +66,12 @@ int Select(wpk_host_fd_set* readable, wpk_host_fd_set* writable, wpk_host_fd_set
     using Clock = std::chrono::steady_clock;
     Watched sets[] = {
         {readable, &Socket::Readable, POLLIN}, {writable, &Socket::Writable, POLLOUT}, {failed, &Socket::Failed, 0}};
-    bool all_empty = true;
+    bool allEmpty = true;
     for (Watched& set : sets) {
         if (!set.Use()) return SOCKET_ERROR;
-        all_empty = all_empty && set.Empty();
+        allEmpty = allEmpty && set.Empty();
     }
-    if (all_empty) return RefuseSocket(WSAEINVAL);
+    if (allEmpty) return RefuseSocket(WSAEINVAL);
 
     const double wanted = timeout ? static_cast<double>(timeout->tv_sec) * 1000 + timeout->tv_usec / 1000.0 : 0;
     const auto limit = std::chrono::duration<double, std::milli>(RealSelectMilliseconds(wanted));

@@ -160,10 +160,10 @@ int TcpSocket::PollDescriptor() {
     return state == State::kConnecting || state == State::kConnected ? descriptor_ : -1;
 }
 
-void Socket::Close(bool by_hand) {
+void Socket::Close(bool byHand) {
     const std::lock_guard lock(mutex_);
     closed_.store(true, std::memory_order_relaxed);
-    if (by_hand && users_.AnyOther()) RecordMisuse("closesocket: another thread is in a call on the socket");
+    if (byHand && users_.AnyOther()) RecordMisuse("closesocket: another thread is in a call on the socket");
 }
 
 void Socket::Enter() {

@@ -18,7 +18,7 @@ public:
 
     // All return 0 or a WSA code, but for the byte counts that go through `done`.
 
-    virtual int Connect(uint32_t address_in_network_order, uint16_t port_in_network_order) = 0;
+    virtual int Connect(uint32_t addressInNetworkOrder, uint16_t portInNetworkOrder) = 0;
     virtual int Send(const void* bytes, size_t length, int& done) = 0;
     virtual int Receive(void* bytes, size_t length, int& done) = 0;
     void SetBlocking(bool blocking) { blocking_.store(blocking, std::memory_order_relaxed); }
@@ -33,7 +33,7 @@ public:
     /// Closed while calls are still in progress on it.
     bool Closed() const { return closed_.load(std::memory_order_relaxed); }
     /// A clean-up of the interface closes what others use; closing it by hand under another thread is a misuse.
-    void Close(bool by_hand);
+    void Close(bool byHand);
 
     void Enter();
     void Leave();
@@ -59,7 +59,7 @@ public:
     explicit TcpSocket(int descriptor) : descriptor_(descriptor) {}
     ~TcpSocket() override;
 
-    int Connect(uint32_t address_in_network_order, uint16_t port_in_network_order) override;
+    int Connect(uint32_t addressInNetworkOrder, uint16_t portInNetworkOrder) override;
     int Send(const void* bytes, size_t length, int& done) override;
     int Receive(void* bytes, size_t length, int& done) override;
     bool Readable() override;

@@ -24,11 +24,11 @@ uint64_t ToNumber(SOCKET socket) {
 }
 
 /// False when the number is not in use.
-bool CloseNumber(uint64_t number, bool by_hand) {
+bool CloseNumber(uint64_t number, bool byHand) {
     const uint32_t slot = numbers.TakeSlot(number);
     const std::shared_ptr<Object> object = RemoveObject(slot);
     if (!object) return false;
-    static_cast<Socket&>(*object).Close(by_hand);
+    static_cast<Socket&>(*object).Close(byHand);
     object->HandleClosed();
     numbers.Free(static_cast<uint32_t>(number));
     return true;

@@ -25,10 +25,10 @@ struct Module {
 
 struct Machine {
     uint32_t version = Version(6, 2);
-    std::string temp_directory = "/tmp/";
-    std::string windows_directory = "C:\\Windows";
-    std::string system_directory = "C:\\Windows\\System32";
-    std::string user_name = "user";
+    std::string tempDirectory = "/tmp/";
+    std::string windowsDirectory = "C:\\Windows";
+    std::string systemDirectory = "C:\\Windows\\System32";
+    std::string userName = "user";
     std::vector<Event> events;
 };
 
@@ -122,19 +122,19 @@ void SetVersion(uint32_t version) {
 }
 
 void SetTempDirectory(std::string path) {
-    SetText(&Machine::temp_directory, std::move(path));
+    SetText(&Machine::tempDirectory, std::move(path));
 }
 
 void SetWindowsDirectory(std::string path) {
-    SetText(&Machine::windows_directory, std::move(path));
+    SetText(&Machine::windowsDirectory, std::move(path));
 }
 
 void SetSystemDirectory(std::string path) {
-    SetText(&Machine::system_directory, std::move(path));
+    SetText(&Machine::systemDirectory, std::move(path));
 }
 
 void SetUserName(std::string name) {
-    SetText(&Machine::user_name, std::move(name));
+    SetText(&Machine::userName, std::move(name));
 }
 
 void AddModule(std::string_view name, std::map<std::string, FARPROC> functions) {
@@ -170,24 +170,24 @@ DWORD GetVersion() {
 
 DWORD GetTempPathA(DWORD size, LPSTR buffer) {
     const CallScope call(Call::kGetTempPathA);
-    return call.Fails() ? 0 : CopyText(&Machine::temp_directory, buffer, size);
+    return call.Fails() ? 0 : CopyText(&Machine::tempDirectory, buffer, size);
 }
 
 UINT GetWindowsDirectoryA(LPSTR buffer, UINT size) {
     const CallScope call(Call::kGetWindowsDirectoryA);
-    return call.Fails() ? 0 : CopyText(&Machine::windows_directory, buffer, size);
+    return call.Fails() ? 0 : CopyText(&Machine::windowsDirectory, buffer, size);
 }
 
 UINT GetSystemDirectoryA(LPSTR buffer, UINT size) {
     const CallScope call(Call::kGetSystemDirectoryA);
-    return call.Fails() ? 0 : CopyText(&Machine::system_directory, buffer, size);
+    return call.Fails() ? 0 : CopyText(&Machine::systemDirectory, buffer, size);
 }
 
 BOOL GetUserNameA(LPSTR buffer, LPDWORD size) {
     const CallScope call(Call::kGetUserNameA);
     if (call.Fails()) return FALSE;
     const DWORD room = *size;
-    const uint32_t length = CopyText(&Machine::user_name, buffer, room);
+    const uint32_t length = CopyText(&Machine::userName, buffer, room);
     if (length == 0) return FALSE;
     // Unlike the others, this one counts the zero.
     *size = length < room ? length + 1 : length;
@@ -233,16 +233,16 @@ FARPROC GetProcAddress(HMODULE handle, LPCSTR name) {
     return nullptr;
 }
 
-BOOL GetModuleHandleExA(DWORD flags, LPCSTR name_or_address, HMODULE* handle) {
+BOOL GetModuleHandleExA(DWORD flags, LPCSTR nameOrAddress, HMODULE* handle) {
     const CallScope call(Call::kGetModuleHandleExA);
     *handle = nullptr;
     if (call.Fails()) return FALSE;
-    const bool by_address = (flags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) != 0;
-    const std::string name = by_address ? "wpk.dll" : ModuleName(name_or_address ? name_or_address : "program.exe");
+    const bool byAddress = (flags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) != 0;
+    const std::string name = byAddress ? "wpk.dll" : ModuleName(nameOrAddress ? nameOrAddress : "program.exe");
     System& system = TheSystem();
     const std::lock_guard lock(system.mutex);
     Module& module = system.modules[name];
-    if (!by_address && module.references == 0 && !module.pinned) {
+    if (!byAddress && module.references == 0 && !module.pinned) {
         SetLastError(ERROR_MOD_NOT_FOUND);
         return FALSE;
     }
@@ -261,7 +261,7 @@ HANDLE RegisterEventSourceA(LPCSTR, LPCSTR source) {
     return OpenHandle(std::make_shared<EventSource>(source));
 }
 
-BOOL ReportEventA(HANDLE handle, WORD type, WORD category, DWORD id, PSID, WORD text_count, DWORD data_size,
+BOOL ReportEventA(HANDLE handle, WORD type, WORD category, DWORD id, PSID, WORD textCount, DWORD dataSize,
                   LPCSTR* texts, LPVOID) {
     const CallScope call(Call::kReportEventA);
     if (call.Fails()) return FALSE;
@@ -270,7 +270,7 @@ BOOL ReportEventA(HANDLE handle, WORD type, WORD category, DWORD id, PSID, WORD 
     System& system = TheSystem();
     const std::lock_guard lock(system.mutex);
     system.machine.events.push_back({static_cast<EventSource&>(*source).Name(), type, category, id,
-                                     std::vector<std::string>(texts, texts + text_count), data_size});
+                                     std::vector<std::string>(texts, texts + textCount), dataSize});
     return TRUE;
 }
 

@@ -52,10 +52,10 @@ std::shared_ptr<Thread> Thread::Start(Entry entry, void* argument, bool suspende
     std::shared_ptr<Thread> thread = Register(/*foreign=*/false, suspended);
     running.fetch_add(1, std::memory_order_relaxed);
     if (IsScheduled()) {
-        const auto may_begin = [its = thread.get()] { return its->suspended_ == 0 || its->Dead(); };
+        const auto mayBegin = [its = thread.get()] { return its->suspended_ == 0 || its->Dead(); };
         StartScheduled(
             "thread " + std::to_string(thread->Id()), [thread, entry, argument] { thread->Run(entry, argument); },
-            may_begin);
+            mayBegin);
         return thread;
     }
     try {
@@ -89,14 +89,14 @@ void Thread::Run(Entry entry, void* argument) {
     MarkEnded(result_);
 }
 
-void Thread::Exit(unsigned exit_code) {
-    result_ = exit_code;
+void Thread::Exit(unsigned exitCode) {
+    result_ = exitCode;
     std::longjmp(base_, kExited);
 }
 
-void Thread::MarkEnded(DWORD exit_code) {
+void Thread::MarkEnded(DWORD exitCode) {
     ended_ = true;
-    exit_code_ = exit_code;
+    exitCode_ = exitCode;
     RemoveObject(slot_);
     ids.SetSlot(number_, 0);
     GiveIdBack();
@@ -107,8 +107,8 @@ void Thread::MarkEnded(DWORD exit_code) {
 
 /// An id is taken as long as the thread runs or a handle to it is open.
 void Thread::GiveIdBack() {
-    if (!has_id_ || !ended_ || HasHandle()) return;
-    has_id_ = false;
+    if (!hasId_ || !ended_ || HasHandle()) return;
+    hasId_ = false;
     ids.Free(number_);
 }
 
@@ -155,36 +155,36 @@ DWORD Thread::Resume() {
     return static_cast<DWORD>(before);
 }
 
-void Thread::Terminate(DWORD exit_code) {
+void Thread::Terminate(DWORD exitCode) {
     const std::lock_guard lock(mutex_);
     if (ended_ || Dead()) return;
-    exit_code_ = exit_code;
+    exitCode_ = exitCode;
     dead_.store(true, std::memory_order_relaxed);
     stop_.store(true, std::memory_order_relaxed);
-    if (waiting_) MarkEnded(exit_code);
+    if (waiting_) MarkEnded(exitCode);
 }
 
 DWORD Thread::ExitCode() {
     const std::lock_guard lock(mutex_);
-    return exit_code_;
+    return exitCode_;
 }
 
 void Thread::AwaitLeave(std::unique_lock<std::mutex>& lock) {
-    if (Dead() && !ended_) MarkEnded(exit_code_);
-    const bool was_waiting = std::exchange(waiting_, true);
+    if (Dead() && !ended_) MarkEnded(exitCode_);
+    const bool wasWaiting = std::exchange(waiting_, true);
     if (IsScheduled()) {
         AwaitLeaveScheduled(lock);
     } else {
         changed_.wait(lock, [this] { return suspended_ == 0 && !Dead(); });
     }
-    waiting_ = was_waiting;
+    waiting_ = wasWaiting;
 }
 
 /// A terminated thread of a run goes, so that the run comes to an end; what it holds stays as it is.
 void Thread::AwaitLeaveScheduled(std::unique_lock<std::mutex>& lock) {
     lock.unlock();
-    const auto may_go_on = [this] { return suspended_ == 0 || Dead(); };
-    if (!may_go_on()) AwaitScheduled("its suspension", may_go_on, INFINITE);
+    const auto mayGoOn = [this] { return suspended_ == 0 || Dead(); };
+    if (!mayGoOn()) AwaitScheduled("its suspension", mayGoOn, INFINITE);
     if (Dead()) std::longjmp(base_, kTerminated);
     lock.lock();
 }
@@ -196,7 +196,7 @@ void Thread::StopWhileAsked() {
 
 void Thread::BeginWait() {
     const std::lock_guard lock(mutex_);
-    if (Dead() && !ended_) MarkEnded(exit_code_);
+    if (Dead() && !ended_) MarkEnded(exitCode_);
     waiting_ = true;
 }
 

@@ -28,10 +28,10 @@ public:
     DWORD Suspend();
     DWORD Resume();
     /// The thread counts as ended once it stands still: at once if it waits in here, else from its next call on.
-    void Terminate(DWORD exit_code);
+    void Terminate(DWORD exitCode);
     DWORD ExitCode();
     bool Dead() const { return dead_.load(std::memory_order_relaxed); }
-    [[noreturn]] void Exit(unsigned exit_code);
+    [[noreturn]] void Exit(unsigned exitCode);
 
     /// Returns when the thread may go on, which for a terminated one is never. On the thread itself.
     void StopWhileAsked();
@@ -60,19 +60,19 @@ private:
     // All with the mutex held.
     void AwaitLeave(std::unique_lock<std::mutex>& lock);
     void AwaitLeaveScheduled(std::unique_lock<std::mutex>& lock);
-    void MarkEnded(DWORD exit_code);
+    void MarkEnded(DWORD exitCode);
     void GiveIdBack();
 
     const bool foreign_;
     uint32_t number_ = 0;
-    bool has_id_ = true;
+    bool hasId_ = true;
     /// Where the table has it while it runs, whether or not a handle is open.
     uint32_t slot_ = 0;
     int suspended_;
     bool ended_ = false;
     bool waiting_ = false;
     unsigned result_ = 0;
-    DWORD exit_code_ = STILL_ACTIVE;
+    DWORD exitCode_ = STILL_ACTIVE;
     std::atomic<bool> dead_{false};
     std::atomic<bool> stop_;
     std::jmp_buf base_;

@@ -42,10 +42,10 @@ DWORD Waitable::Wait(DWORD milliseconds) {
             break;
         } else if (IsScheduled() && milliseconds != 0) {
             lock.unlock();
-            const bool in_time = AwaitScheduled(
+            const bool inTime = AwaitScheduled(
                 "WaitForSingleObject", [&] { return wait.AskedToStop() || Signalled(); }, milliseconds);
             lock.lock();
-            if (!in_time) break;
+            if (!inTime) break;
         } else if (milliseconds == INFINITE) {
             changed_.wait(lock);
         } else if (milliseconds == 0 || Clock::now() >= deadline) {

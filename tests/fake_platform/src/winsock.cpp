@@ -19,17 +19,17 @@ namespace wpk::host {
 
 namespace {
 
-std::atomic<int> most_at_a_time{0};
+std::atomic<int> mostAtATime{0};
 
 size_t Shorten(int length) {
-    const int most = most_at_a_time.load(std::memory_order_relaxed);
+    const int most = mostAtATime.load(std::memory_order_relaxed);
     return static_cast<size_t>(most > 0 ? std::min(most, length) : length);
 }
 
 }  // namespace
 
 void ShortenTransfers(int most) {
-    most_at_a_time.store(most);
+    mostAtATime.store(most);
 }
 
 int64_t LiveSockets() {

@@ -141,44 +141,44 @@ TEST(SchedulerDeathTest, ARunInWhichNobodyCanGoOnHasFailed) {
         testing::ExitedWithCode(3), "nobody can go on: main waits in WaitForSingleObject");
 }
 
-unsigned NoteThatItRuns(void* has_run) {
-    *static_cast<bool*>(has_run) = true;
+unsigned NoteThatItRuns(void* hasRun) {
+    *static_cast<bool*>(hasRun) = true;
     return 7;
 }
 
 TEST(Scheduler, AThreadThatIsTerminatedBeforeItsResumeNeverRuns) {
     const Live before = CountLive();
-    bool has_run = false;
+    bool hasRun = false;
     DWORD code = 0;
     Listed chooser;
     RunScheduled(chooser, [&] {
         const auto thread =
-            reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, NoteThatItRuns, &has_run, CREATE_SUSPENDED, nullptr));
+            reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, NoteThatItRuns, &hasRun, CREATE_SUSPENDED, nullptr));
         EXPECT_TRUE(TerminateThread(thread, 9));
         EXPECT_EQ(WaitForSingleObject(thread, INFINITE), static_cast<DWORD>(WAIT_OBJECT_0));
         EXPECT_TRUE(GetExitCodeThread(thread, &code));
         CloseHandle(thread);
     });
-    EXPECT_FALSE(has_run);
+    EXPECT_FALSE(hasRun);
     EXPECT_EQ(code, 9u);
     EXPECT_EQ(CountLive(), before);
 }
 
 TEST(Scheduler, AThreadRunsOnceItIsResumed) {
-    bool has_run = false;
+    bool hasRun = false;
     DWORD code = 0;
     Listed chooser;
     RunScheduled(chooser, [&] {
         const auto thread =
-            reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, NoteThatItRuns, &has_run, CREATE_SUSPENDED, nullptr));
+            reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, NoteThatItRuns, &hasRun, CREATE_SUSPENDED, nullptr));
         SchedulePoint();
-        EXPECT_FALSE(has_run);
+        EXPECT_FALSE(hasRun);
         EXPECT_EQ(ResumeThread(thread), 1u);
         EXPECT_EQ(WaitForSingleObject(thread, INFINITE), static_cast<DWORD>(WAIT_OBJECT_0));
         EXPECT_TRUE(GetExitCodeThread(thread, &code));
         CloseHandle(thread);
     });
-    EXPECT_TRUE(has_run);
+    EXPECT_TRUE(hasRun);
     EXPECT_EQ(code, 7u);
 }
 

@@ -28,8 +28,8 @@ protected:
     }
     static SOCKET NewSocket(bool blocking) {
         const SOCKET s = socket(AF_INET, SOCK_STREAM, 0);
-        u_long non_blocking = blocking ? 0 : 1;
-        EXPECT_EQ(ioctlsocket(s, static_cast<long>(FIONBIO), &non_blocking), 0);
+        u_long nonBlocking = blocking ? 0 : 1;
+        EXPECT_EQ(ioctlsocket(s, static_cast<long>(FIONBIO), &nonBlocking), 0);
         return s;
     }
     static int Connect(SOCKET s, uint16_t port) {
@@ -96,8 +96,8 @@ TEST_F(StandInSocket, WithoutDataWouldBlockOrTimeOut) {
     const SOCKET s = NewSocket(/*blocking=*/true);
     EXPECT_EQ(Connect(s, peer.Port()), 0);
     EXPECT_EQ(Select(s, true, false, false, 30), 0);
-    u_long non_blocking = 1;
-    ioctlsocket(s, static_cast<long>(FIONBIO), &non_blocking);
+    u_long nonBlocking = 1;
+    ioctlsocket(s, static_cast<long>(FIONBIO), &nonBlocking);
     char byte = 0;
     EXPECT_EQ(recv(s, &byte, 1, 0), SOCKET_ERROR);
     EXPECT_EQ(WSAGetLastError(), WSAEWOULDBLOCK);

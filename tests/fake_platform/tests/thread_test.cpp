@@ -58,9 +58,9 @@ TEST_F(StandInThread, CreatedSuspendedRunsOnlyOnceItIsResumed) {
         EXPECT_EQ(WaitForSingleObject(gate.reached, 0), WAIT_TIMEOUT);
         EXPECT_EQ(ResumeThread(thread), 1u);
         EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-        DWORD exit_code = 0;
-        EXPECT_TRUE(GetExitCodeThread(thread, &exit_code));
-        EXPECT_EQ(exit_code, 7u);
+        DWORD exitCode = 0;
+        EXPECT_TRUE(GetExitCodeThread(thread, &exitCode));
+        EXPECT_EQ(exitCode, 7u);
         CloseHandle(thread);
     }
     ExpectAllReleased();
@@ -92,9 +92,9 @@ TEST_F(StandInThread, TerminatedWhileItWaitsEndsAtOnceAndTakesNothing) {
         WaitForSingleObject(gate.reached, INFINITE);
         EXPECT_TRUE(TerminateThread(thread, 3));
         EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-        DWORD exit_code = 0;
-        GetExitCodeThread(thread, &exit_code);
-        EXPECT_EQ(exit_code, 3u);
+        DWORD exitCode = 0;
+        GetExitCodeThread(thread, &exitCode);
+        EXPECT_EQ(exitCode, 3u);
         EXPECT_EQ(SuspendThread(thread), 0xFFFFFFFFu);
         ReleaseSemaphore(gate.pass, 1, nullptr);
         EXPECT_EQ(WaitForSingleObject(gate.pass, 20), WAIT_OBJECT_0);
@@ -174,9 +174,9 @@ TEST_F(StandInThread, MayEndItselfFromWithin) {
     int value = 0;
     const HANDLE thread = Begin(EndEarly, &value);
     EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    DWORD exit_code = 0;
-    GetExitCodeThread(thread, &exit_code);
-    EXPECT_EQ(exit_code, 9u);
+    DWORD exitCode = 0;
+    GetExitCodeThread(thread, &exitCode);
+    EXPECT_EQ(exitCode, 9u);
     EXPECT_EQ(value, 1);
     CloseHandle(thread);
     ExpectAllReleased();

@@ -69,22 +69,22 @@ Script::Script(std::string_view input) {
 }
 
 void Script::ReadModes(std::string_view modes) {
-    const bool long_texts = modes.find('l') != std::string_view::npos;
+    const bool longTexts = modes.find('l') != std::string_view::npos;
     while (!modes.empty()) {
         const char mode = modes[0];
         modes.remove_prefix(1);
-        if (mode == 'p') via_proxy = true;
-        if (mode == 'k') stays_open = true;
-        if (mode == 'x') cancels_in_progress = true;
-        if (mode == 'q') cancels_in_question = true;
+        if (mode == 'p') viaProxy = true;
+        if (mode == 'k') staysOpen = true;
+        if (mode == 'x') cancelsInProgress = true;
+        if (mode == 'q') cancelsInQuestion = true;
         if (mode == 'f') filler_ = TakeNumber(modes, kMostFiller);
         if (mode == 'm') message = test::Pattern(TakeNumber(modes, kMostMessage));
         if (mode == 'c')
-            login = long_texts ? Login{std::string(300, 'u'), std::string(300, 'p')} : Login{"user", "pass"};
+            login = longTexts ? Login{std::string(300, 'u'), std::string(300, 'p')} : Login{"user", "pass"};
         if (mode == 'a' && answers.size() < kMostAnswers) {
             const std::string number = std::to_string(answers.size());
-            answers.push_back(long_texts ? Login{std::string(256, number[0]), std::string(256, 'q')}
-                                         : Login{"user" + number, "answer"});
+            answers.push_back(longTexts ? Login{std::string(256, number[0]), std::string(256, 'q')}
+                                        : Login{"user" + number, "answer"});
         }
     }
 }

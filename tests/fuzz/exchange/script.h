@@ -45,10 +45,10 @@ struct Script {
 
     const std::string& ReplyOf(size_t connection) const;
 
-    bool via_proxy = false;
-    bool stays_open = false;
-    bool cancels_in_progress = false;
-    bool cancels_in_question = false;
+    bool viaProxy = false;
+    bool staysOpen = false;
+    bool cancelsInProgress = false;
+    bool cancelsInQuestion = false;
     Login login;
     /// What the questions for credentials are answered with, until they run out.
     std::vector<Login> answers;

@@ -78,9 +78,9 @@ void WriteVerbatimAndReadBack(const Document& tree) {
 void LayOutAndReadBack(const Document& tree, const char* indent) {
     const Tree first = ReadBack(Written(tree, 0, indent));
     if (!first) return;
-    const std::string laid_out = Written(*first, 0, indent);
-    const Tree second = ReadBack(laid_out);
-    Require(second && Written(*second, 0, indent) == laid_out);
+    const std::string laidOut = Written(*first, 0, indent);
+    const Tree second = ReadBack(laidOut);
+    Require(second && Written(*second, 0, indent) == laidOut);
 }
 
 /// The copy of a document has all that is below it but attributes, and no root of its own.

@@ -60,8 +60,8 @@ bool HasRemoteAccess() {
 bool WrappersReturn(const Library& library, DWORD code) {
     const Wrappers wrappers(library);
     DWORD size = 0, count = 0;
-    return wrappers.enum_connections(nullptr, &size, &count) == code &&
-           wrappers.get_connect_status(nullptr, nullptr) == code;
+    return wrappers.enumConnections(nullptr, &size, &count) == code &&
+           wrappers.getConnectStatus(nullptr, nullptr) == code;
 }
 
 DWORD InAProcess(const char* scenario, const std::string& argument = "-") {
@@ -73,7 +73,7 @@ WPK_SCENARIO(NeverConnected) {
     WPK_REQUIRE(Told().WaitForCount(1));
     WPK_REQUIRE(Told().All()[0].reason == WPK_REASON_CONNECTION);
     WPK_REQUIRE(Told().All()[0].thread != GetCurrentThreadId());
-    WPK_REQUIRE(Told().All()[0].rest_is_zero);
+    WPK_REQUIRE(Told().All()[0].restIsZero);
     WPK_REQUIRE(Told().WaitForThreadEnd());
     WPK_REQUIRE(OutcomeOfRequest(library) == WPK_ERROR_NO_NETWORK);
     WPK_REQUIRE(StatesTold() == (States{0}));
@@ -146,7 +146,7 @@ WPK_SCENARIO(WrappersPassThrough) {
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&] {
             DWORD size = 0, count = 0;
-            if (wrappers.enum_connections(nullptr, &size, &count) != ERROR_INVALID_PARAMETER) Die("not passed on");
+            if (wrappers.enumConnections(nullptr, &size, &count) != ERROR_INVALID_PARAMETER) Die("not passed on");
         });
     }
     threads.clear();
@@ -154,20 +154,20 @@ WPK_SCENARIO(WrappersPassThrough) {
     Play({Showing({Device("modem", kAuthenticate), Device("vpn", kConnected)})});
     alignas(8) char connections[2 * 724] = {};
     DWORD size = 724, count = 0;
-    WPK_REQUIRE(wrappers.enum_connections(connections, &size, &count) == 632);  // the record does not tell its size
-    const DWORD record_size = 724;
-    std::memcpy(connections, &record_size, sizeof record_size);
-    WPK_REQUIRE(wrappers.enum_connections(connections, &size, &count) == 603);  // too small
+    WPK_REQUIRE(wrappers.enumConnections(connections, &size, &count) == 632);  // the record does not tell its size
+    const DWORD recordSize = 724;
+    std::memcpy(connections, &recordSize, sizeof recordSize);
+    WPK_REQUIRE(wrappers.enumConnections(connections, &size, &count) == 603);  // too small
     WPK_REQUIRE(size == 2 * 724);
-    WPK_REQUIRE(wrappers.enum_connections(connections, &size, &count) == ERROR_SUCCESS);
+    WPK_REQUIRE(wrappers.enumConnections(connections, &size, &count) == ERROR_SUCCESS);
     WPK_REQUIRE(count == 2 && std::strcmp(connections + 724 + 269, "vpn") == 0);
 
     void* connection = nullptr;
     std::memcpy(&connection, connections + 4, sizeof connection);
     DWORD status[332 / sizeof(DWORD)] = {332};
-    WPK_REQUIRE(wrappers.get_connect_status(connection, status) == ERROR_SUCCESS);
+    WPK_REQUIRE(wrappers.getConnectStatus(connection, status) == ERROR_SUCCESS);
     WPK_REQUIRE(status[1] == kAuthenticate);
-    WPK_REQUIRE(wrappers.get_connect_status(nullptr, status) == ERROR_INVALID_HANDLE);
+    WPK_REQUIRE(wrappers.getConnectStatus(nullptr, status) == ERROR_INVALID_HANDLE);
     return 0;
 }
 

@@ -85,8 +85,8 @@ TEST_F(DialUp, AfterInitStateZeroIsToldOnceOnAThreadOfTheLibrary) {
     const Notification first = Told().All().front();
     EXPECT_EQ(first.reason, static_cast<unsigned int>(WPK_REASON_CONNECTION));
     EXPECT_EQ(first.connected, 0u);
-    EXPECT_EQ(first.user_data, &Told());
-    EXPECT_TRUE(first.rest_is_zero);
+    EXPECT_EQ(first.userData, &Told());
+    EXPECT_TRUE(first.restIsZero);
     EXPECT_NE(first.thread, GetCurrentThreadId());
     ExpectRequestFails(WPK_ERROR_NO_NETWORK);
 }
@@ -107,18 +107,18 @@ TEST_F(DialUp, ModemThatDialsAndHangsUpIsToldOnceEachAndRequestsFollow) {
 }
 
 // What a request sent inside the start of the sockets interface has come to: 1 before.
-int outcome_inside_start = 1;
-const Library* starting_library = nullptr;
+int outcomeInsideStart = 1;
+const Library* startingLibrary = nullptr;
 
 int WSAAPI SendAndFail(WORD, WSADATA*) {
     Peer peer(Answer(Ok("here")));
     Request request(peer.port());
-    if (request.Run(*starting_library)) outcome_inside_start = request.Final().error;
+    if (request.Run(*startingLibrary)) outcomeInsideStart = request.Final().error;
     return WSASYSNOTREADY;
 }
 
 TEST_F(DialUp, SocketsThatDoNotStartStillCountAsANetworkFromBeforeTheirStart) {
-    starting_library = library_;
+    startingLibrary = library_;
     {
         const ImportPatch start(library_->module(), "WSAStartup", AddressOf(&SendAndFail));
         ASSERT_TRUE(start.Found());
@@ -126,7 +126,7 @@ TEST_F(DialUp, SocketsThatDoNotStartStillCountAsANetworkFromBeforeTheirStart) {
     }
     EXPECT_EQ(StatesTold(), States{1});
     // The application has started the interface itself, so requests get through whenever there is a network.
-    EXPECT_EQ(outcome_inside_start, 0);
+    EXPECT_EQ(outcomeInsideStart, 0);
     ExpectRequestWorks();
     // For the start that is missing, since the end of the connection takes one back.
     WSADATA sockets;

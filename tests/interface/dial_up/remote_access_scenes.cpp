@@ -27,11 +27,11 @@ Function* FindInStandIn(const char* name) {
 
 }  // namespace
 
-StandInConnection Device(const std::string& type, unsigned int state, unsigned int status_result) {
+StandInConnection Device(const std::string& type, unsigned int state, unsigned int statusResult) {
     StandInConnection device = {};
-    std::memcpy(device.device_type, type.c_str(), std::min(type.size(), sizeof device.device_type));
+    std::memcpy(device.deviceType, type.c_str(), std::min(type.size(), sizeof device.deviceType));
     device.state = state;
-    device.status_result = status_result;
+    device.statusResult = statusResult;
     return device;
 }
 
@@ -78,7 +78,7 @@ Library LoadFromElsewhere() {
 }
 
 Wrappers::Wrappers(const Library& library)
-    : enum_connections(Find<DWORD WINAPI(void*, DWORD*, DWORD*)>(library.module(), "WRAPPER_RasEnumConnections")),
-      get_connect_status(Find<DWORD WINAPI(void*, void*)>(library.module(), "WRAPPER_RasGetConnectStatus")) {}
+    : enumConnections(Find<DWORD WINAPI(void*, DWORD*, DWORD*)>(library.module(), "WRAPPER_RasEnumConnections")),
+      getConnectStatus(Find<DWORD WINAPI(void*, void*)>(library.module(), "WRAPPER_RasGetConnectStatus")) {}
 
 }  // namespace wpk::rig

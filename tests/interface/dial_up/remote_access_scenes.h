@@ -17,7 +17,7 @@ constexpr unsigned int kAuthenticate = 5;
 constexpr unsigned int kConnected = 0x2000;
 constexpr unsigned int kDisconnected = 0x2001;
 
-StandInConnection Device(const std::string& type, unsigned int state, unsigned int status_result = 0);
+StandInConnection Device(const std::string& type, unsigned int state, unsigned int statusResult = 0);
 StandInScene Showing(const std::vector<StandInConnection>& connections);
 StandInScene ModemIn(unsigned int state);
 StandInScene Nothing();
@@ -35,8 +35,8 @@ Library LoadFromElsewhere();
 // The exported wrappers, as a program that knows them sees them.
 struct Wrappers {
     explicit Wrappers(const Library& library);
-    DWORD(WINAPI* enum_connections)(void* connections, DWORD* size, DWORD* count);
-    DWORD(WINAPI* get_connect_status)(void* connection, void* status);
+    DWORD(WINAPI* enumConnections)(void* connections, DWORD* size, DWORD* count);
+    DWORD(WINAPI* getConnectStatus)(void* connection, void* status);
 };
 
 }  // namespace wpk::rig

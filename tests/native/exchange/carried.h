@@ -25,7 +25,7 @@ protected:
         Reset();
         core::StartSockets();
         state.connectionStatus = 1;
-        state.tempDirectory = &temp_directory_;
+        state.tempDirectory = &tempDirectory_;
     }
     ~ExchangeTest() override {
         ClearFaults();
@@ -56,7 +56,7 @@ protected:
 
 private:
     const Live before_ = CountLive();
-    const core::CountedText temp_directory_{"./"};
+    const core::CountedText tempDirectory_{"./"};
 };
 
 class Carried : public NativeRequest {

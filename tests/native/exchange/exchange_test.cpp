@@ -83,8 +83,8 @@ TEST_F(ExchangeTest, AHeaderWithoutAColonIsRefusedAfterAllThatIsNeededToo) {
     NativePeer server([](NativePeer::Connection& connection) {
         connection.ReadRequest();
         const std::string reply = host::ReplyBytes("ok");
-        const size_t headers_end = reply.find("\r\n\r\n");
-        connection.Write(reply.substr(0, headers_end) + "\r\nno colon" + reply.substr(headers_end));
+        const size_t headersEnd = reply.find("\r\n\r\n");
+        connection.Write(reply.substr(0, headersEnd) + "\r\nno colon" + reply.substr(headersEnd));
     });
     Carried request(state, server.Port(), "Small");
     EXPECT_EQ(request.Run(), WPK_ERROR_EXCHANGE);
@@ -101,7 +101,7 @@ TEST_F(ExchangeTest, AProxyThatIsGoneAfterItsQuestionIsNotTakenForConnected) {
         UseProxy(proxy->Port());
         Carried request(state, 80, "Small");
         request.user = "u";
-        request.on_notification = [&](const WPK_CALLBACKSTRUCT& notification) {
+        request.onNotification = [&](const WPK_CALLBACKSTRUCT& notification) {
             if (notification.nReason != WPK_REASON_CREDENTIALS) return;
             proxy.reset();
             if (end == WPK_ERROR_CANCELLED) request.CancelBefore("select", 3);
@@ -116,7 +116,7 @@ TEST_F(ExchangeTest, ALinkInTheWayOfASpoolFileIsNotFollowed) {
     const std::string link = "tmp" + std::to_string(GetCurrentThreadId());
     std::filesystem::create_symlink("nowhere", link);
     Carried request(state, server.Port(), "Large");
-    request.on_notification = [&link](const WPK_CALLBACKSTRUCT& notification) {
+    request.onNotification = [&link](const WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason != WPK_REASON_REPLY) return;
         EXPECT_TRUE(std::filesystem::exists(link + "_1")) << "the next name is taken";
     };

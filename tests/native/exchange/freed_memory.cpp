@@ -27,10 +27,10 @@ thread_local int finds = 0;
 void Look(const void* memory, std::size_t size) noexcept {
     if (!watched) return;
     const std::string_view block(static_cast<const char*>(memory), size);
-    const auto is_in_it = [block](std::string_view text) {
+    const auto isInIt = [block](std::string_view text) {
         return !text.empty() && block.find(text) != std::string_view::npos;
     };
-    if (std::any_of(wanted.begin(), wanted.end(), is_in_it)) ++finds;
+    if (std::any_of(wanted.begin(), wanted.end(), isInIt)) ++finds;
 }
 
 }  // namespace

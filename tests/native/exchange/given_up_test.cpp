@@ -39,11 +39,11 @@ const Moment kMoments[] = {
 /// "Silent" is never answered; the reply to "Begun", a small one, and to "Half", a large one, stops before its end.
 void Serve(NativePeer::Connection& connection) {
     const std::string request = connection.ReadRequest();
-    const auto asks_for = [&request](const char* service) { return request.find(service) != std::string::npos; };
-    if (asks_for("Silent")) connection.AwaitClose();
-    const bool large = asks_for("Large") || asks_for("Half");
+    const auto asksFor = [&request](const char* service) { return request.find(service) != std::string::npos; };
+    if (asksFor("Silent")) connection.AwaitClose();
+    const bool large = asksFor("Large") || asksFor("Half");
     const std::string reply = ReplyBytes(std::string(large ? 20000 : 100, 'x'));
-    connection.Write(asks_for("Large") ? reply : reply.substr(0, reply.size() - 50));
+    connection.Write(asksFor("Large") ? reply : reply.substr(0, reply.size() - 50));
     connection.AwaitClose();
 }
 
@@ -55,19 +55,19 @@ protected:
         const NativePeer peer(Serve, NativePeer::Serve::kAtOnce);
         Carried request(state, peer.Port(), moment.service, std::string(100, 'd'));
         request.message.lpszServer = "localhost";
-        request.on_notification = [](const WPK_CALLBACKSTRUCT& notification) {
+        request.onNotification = [](const WPK_CALLBACKSTRUCT& notification) {
             if (notification.nReason == WPK_REASON_FAILURE) {
                 EXPECT_EQ(CountLive().sockets, 0);
                 EXPECT_EQ(CountLive().files, 0);
             }
         };
-        bool given_up = false;
+        bool givenUp = false;
         RunBefore(moment.call, moment.nth, [&] {
             give_up(request);
-            given_up = true;
+            givenUp = true;
         });
         const int end = request.Run();
-        EXPECT_TRUE(given_up);
+        EXPECT_TRUE(givenUp);
         return end;
     }
 };
@@ -111,7 +111,7 @@ TEST_F(GivenUpRequest, ARequestCancelledByItsAnswerToAQuestionMakesNoOtherConnec
     for (const char* user : {"", "u"}) {
         Carried request(state, 80, "Small");
         request.user = user;
-        request.on_notification = [&request](const WPK_CALLBACKSTRUCT& notification) {
+        request.onNotification = [&request](const WPK_CALLBACKSTRUCT& notification) {
             if (notification.nReason == WPK_REASON_CREDENTIALS) request.Cancel();
             if (notification.nReason == WPK_REASON_FAILURE) {
                 EXPECT_EQ(CountLive().sockets, 0);
@@ -133,7 +133,7 @@ TEST_F(GivenUpRequest, ARequestGivenUpWithARefusalHalfReadHasClosedItsSocketBefo
     FailCall("CreateFileA", 1, Times::kForGood);
     Carried request(state, 80, "Small");
     bool asked = false;
-    request.on_notification = [&asked](const WPK_CALLBACKSTRUCT& notification) {
+    request.onNotification = [&asked](const WPK_CALLBACKSTRUCT& notification) {
         asked = asked || notification.nReason == WPK_REASON_CREDENTIALS;
         EXPECT_EQ(CountLive().sockets, 0);
     };

@@ -17,7 +17,7 @@ public:
     using NetOutboundService::NetOutboundService;
 
     /// The front desk's, after its own part of the stop.
-    std::string name_in_the_end;
+    std::string nameInTheEnd;
 
 protected:
     uint32_t ProcessRequest(uint32_t client, uint32_t count, const uint64_t* arguments) override {
@@ -30,7 +30,7 @@ protected:
         const uint32_t result = NetOutboundService::Manager_ShutDown();
         ThreadRegistry* registry = ThreadLib::processRegistry;
         const ScopedLock lock(registry->Lock());
-        name_in_the_end = registry->Find(GetCurrentThreadId())->name.get();
+        nameInTheEnd = registry->Find(GetCurrentThreadId())->name.get();
         return result;
     }
 };
@@ -52,15 +52,15 @@ TEST_F(ShuttingDown, SuspendsTheThreadsOfAllRequestsBeforeItEndsTheFirstOne) {
         ASSERT_NE(handles[i], 0u);
     }
     ASSERT_TRUE(AwaitThat([&] { return server.Silent() == 2; }));
-    const uint64_t suspended_before = Uses("SuspendThread");
-    const uint64_t terminated_before = Uses("TerminateThread");
+    const uint64_t suspendedBefore = Uses("SuspendThread");
+    const uint64_t terminatedBefore = Uses("TerminateThread");
     uint64_t suspended = 0;
-    RunBefore("TerminateThread", 1, [&] { suspended = Uses("SuspendThread") - suspended_before; });
+    RunBefore("TerminateThread", 1, [&] { suspended = Uses("SuspendThread") - suspendedBefore; });
     EXPECT_EQ(service.Stop(), 1u);
     EXPECT_EQ(suspended, 2u);
-    EXPECT_EQ(Uses("TerminateThread") - terminated_before, 2u);
+    EXPECT_EQ(Uses("TerminateThread") - terminatedBefore, 2u);
     for (const uint32_t handle : handles) EXPECT_EQ(test::StateOf(handle), ThreadState::kEnded);
-    EXPECT_EQ(service.name_in_the_end, "NetOutboundService::Manager_ShutDown()");
+    EXPECT_EQ(service.nameInTheEnd, "NetOutboundService::Manager_ShutDown()");
 }
 
 }  // namespace

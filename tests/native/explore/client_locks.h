@@ -62,7 +62,7 @@ public:
     template <class Lock, class Rep, class Period>
     std::cv_status wait_for(Lock& lock, std::chrono::duration<Rep, Period> time) {
         const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
-        return Await(lock, static_cast<uint32_t>(milliseconds)) ? std::cv_status::no_timeout : std::cv_status::timeout;
+        return Await(lock, static_cast<uint32_t>(milliseconds)) ? std::cv_status::noTimeout : std::cv_status::timeout;
     }
     void notify_all() {
         ++notified_;
@@ -74,11 +74,11 @@ private:
     bool Await(Lock& lock, uint32_t milliseconds) {
         const uint64_t before = notified_;
         lock.mutex()->unlock();
-        const bool in_time =
+        const bool inTime =
             notified_ != before || host::AwaitScheduled(
                                        "a condition", [&] { return notified_ != before; }, milliseconds);
         lock.mutex()->lock();
-        return in_time;
+        return inTime;
     }
 
     uint64_t notified_ = 0;

@@ -62,8 +62,8 @@ public:
         client::detail::RetiredSends::All().Collect();
     }
 
-    static client::Request Send(const char* service, client::OutcomeFunction on_outcome) {
-        return TheClient().Send({service, "hello"}, std::move(on_outcome));
+    static client::Request Send(const char* service, client::OutcomeFunction onOutcome) {
+        return TheClient().Send({service, "hello"}, std::move(onOutcome));
     }
 
 private:
@@ -121,14 +121,14 @@ void AScopedRequestDestroyedByAnotherThread() {
 }
 
 /// A request with a time limit, for which the Client that has sent it has gone: who ends last ends its time keeping.
-client::Request SendWithin(std::chrono::milliseconds limit, const char* service, client::OutcomeFunction on_outcome) {
+client::Request SendWithin(std::chrono::milliseconds limit, const char* service, client::OutcomeFunction onOutcome) {
     auto shared = std::make_shared<client::detail::Shared>();
     shared->functions = {nullptr, PassSend, PassCancel};
     shared->server = "127.0.0.1";
     shared->port = 80;
     shared->time_limit = limit;
     return client::Request(
-        client::detail::Exchange::Start(std::move(shared), {service, "hello"}, std::move(on_outcome)));
+        client::detail::Exchange::Start(std::move(shared), {service, "hello"}, std::move(onOutcome)));
 }
 
 void ATimeLimitThatIsReached() {
@@ -152,9 +152,9 @@ void ATimeLimitAfterACancel() {
     const uint64_t begin = host::ScheduledTime();
     const client::Request request = SendWithin(std::chrono::seconds(1), "Silent", outcomes.Counter());
     request.Cancel();
-    const bool in_time = host::ScheduledTime() < begin + 1000;
+    const bool inTime = host::ScheduledTime() < begin + 1000;
     request.Wait();
-    Expect(!in_time || outcomes.last == client::Errc::kCancelled, "a request cancelled in time ends as cancelled");
+    Expect(!inTime || outcomes.last == client::Errc::kCancelled, "a request cancelled in time ends as cancelled");
     Expect(outcomes.count == 1, "a request has one outcome");
 }
 

@@ -63,10 +63,8 @@ std::optional<Order> ReadOrder(const std::vector<std::string>& arguments) {
 
 Scenarios Select(const std::string& name) {
     Scenarios selected = AllScenarios();
-    const auto is_other = [&name](const Scenario& one) {
-        return std::string(one.name).find(name) == std::string::npos;
-    };
-    selected.erase(std::remove_if(selected.begin(), selected.end(), is_other), selected.end());
+    const auto isOther = [&name](const Scenario& one) { return std::string(one.name).find(name) == std::string::npos; };
+    selected.erase(std::remove_if(selected.begin(), selected.end(), isOther), selected.end());
     return selected;
 }
 
@@ -79,7 +77,7 @@ bool Passed(const Scenario& scenario, const Findings& found) {
 void Print(const Scenario& scenario, const Account& account) {
     std::string all;
     if (account.systematic.exhausted >= 0) {
-        all = ", among them all " + std::to_string(account.systematic.exhausted_schedules) + " with at most " +
+        all = ", among them all " + std::to_string(account.systematic.exhaustedSchedules) + " with at most " +
               std::to_string(account.systematic.exhausted) + " pre-emptions";
     }
     std::printf("%s: %llu schedules systematically%s; %llu at random\n", scenario.name,
@@ -103,13 +101,13 @@ bool ExploreAll(const Order& order, const Scenarios& scenarios) {
             Exploration one = first ? Exploration::Systematic(scenario, kMostPreemptions, turn)
                                     : Exploration::Random(scenario, seed++, turn);
             Exploration other = Exploration::Random(scenario, seed++, turn);
-            const Findings of_one = one.Await();
-            const Findings of_other = other.Await();
+            const Findings ofOne = one.Await();
+            const Findings ofOther = other.Await();
             Account& account = accounts[scenario.name];
-            if (first) account.systematic = of_one;
-            account.random += of_other.schedules + (first ? 0 : of_one.schedules);
+            if (first) account.systematic = ofOne;
+            account.random += ofOther.schedules + (first ? 0 : ofOne.schedules);
             Print(scenario, account);
-            passed = Passed(scenario, of_one) && Passed(scenario, of_other) && passed;
+            passed = Passed(scenario, ofOne) && Passed(scenario, ofOther) && passed;
         }
     }
     return passed;

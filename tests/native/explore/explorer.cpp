@@ -54,7 +54,7 @@ struct Exploration::Board {
 
     uint64_t schedules;
     int exhausted;
-    uint64_t exhausted_schedules;
+    uint64_t exhaustedSchedules;
     double seconds;
     char failure[1024];
     size_t choices;
@@ -157,11 +157,11 @@ public:
         changes_.reserve(kMostChanges);
     }
 
-    void Next(size_t length_of_last) {
+    void Next(size_t lengthOfLast) {
         priorities_.clear();
         changes_.clear();
         const size_t count = random_() % (kMostChanges + 1);
-        for (size_t i = 0; i < count; ++i) changes_.push_back(random_() % (length_of_last + 1));
+        for (size_t i = 0; i < count; ++i) changes_.push_back(random_() % (lengthOfLast + 1));
     }
 
 protected:
@@ -226,15 +226,15 @@ namespace {
 /// What a schedule must leave as it has found it.
 struct State {
     host::Live live = host::CountLive();
-    int64_t socket_starts = host::SocketStarts();
+    int64_t socketStarts = host::SocketStarts();
     int64_t allocations = CountAllocations();
 
     std::string Difference() const {
         const State now;
         std::ostringstream text;
         if (!(now.live == live)) text << "left open: " << now.live << " after " << live;
-        if (now.socket_starts != socket_starts) {
-            text << "starts of the sockets interface: " << now.socket_starts << " after " << socket_starts;
+        if (now.socketStarts != socketStarts) {
+            text << "starts of the sockets interface: " << now.socketStarts << " after " << socketStarts;
         }
         if (now.allocations != allocations) text << now.allocations - allocations << " allocations have not been freed";
         return text.str();
@@ -313,7 +313,7 @@ Findings Exploration::Await() {
     Findings findings;
     findings.schedules = board_->schedules;
     findings.exhausted = board_->exhausted;
-    findings.exhausted_schedules = board_->exhausted_schedules;
+    findings.exhaustedSchedules = board_->exhaustedSchedules;
     findings.seconds = board_->seconds;
     if (status != 0) {
         findings.schedule = board_->Schedule();
@@ -334,12 +334,12 @@ Exploration Exploration::Repeat(const Scenario& scenario, const std::string& sch
     });
 }
 
-Exploration Exploration::Systematic(const Scenario& scenario, int most_preemptions, double seconds) {
+Exploration Exploration::Systematic(const Scenario& scenario, int mostPreemptions, double seconds) {
     return Start([&](Board& board) {
         alarm(static_cast<unsigned>(seconds) + kGraceSeconds);
         const Clock::time_point start = Clock::now();
         WarmUp(scenario, board);
-        for (int bound = 0; bound <= most_preemptions; ++bound) {
+        for (int bound = 0; bound <= mostPreemptions; ++bound) {
             Systematically chooser(board, bound);
             const uint64_t before = board.schedules;
             do {
@@ -348,7 +348,7 @@ Exploration Exploration::Systematic(const Scenario& scenario, int most_preemptio
                 ++board.schedules;
             } while (chooser.Next());
             board.exhausted = bound;
-            board.exhausted_schedules = board.schedules - before;
+            board.exhaustedSchedules = board.schedules - before;
         }
     });
 }

@@ -30,7 +30,7 @@ struct Findings {
     /// All schedules with at most so many pre-emptions have been run; -1: not even those without.
     int exhausted = -1;
     /// How many those are.
-    uint64_t exhausted_schedules = 0;
+    uint64_t exhaustedSchedules = 0;
     double seconds = 0;
 };
 
@@ -38,7 +38,7 @@ struct Findings {
 class Exploration {
 public:
     /// All schedules without pre-emptions, then all with one, and so on up to `most_preemptions`, as time allows.
-    static Exploration Systematic(const Scenario& scenario, int most_preemptions, double seconds);
+    static Exploration Systematic(const Scenario& scenario, int mostPreemptions, double seconds);
     /// Random priorities, which change at a few random moments; until the time is over.
     static Exploration Random(const Scenario& scenario, uint64_t seed, double seconds);
     /// One schedule again.

@@ -146,7 +146,7 @@ void ExploredRequest::Notify(WPK_CALLBACKSTRUCT* notification) {
 
 void ExploredRequest::Note(WPK_CALLBACKSTRUCT& notification) {
     Expect(finals_ == 0, "nothing is told after the final notification");
-    if (on_notification) on_notification(notification);
+    if (onNotification) onNotification(notification);
     switch (notification.nReason) {
         case WPK_REASON_FAILURE:
             error_ = notification.body.failure.nError;

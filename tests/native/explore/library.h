@@ -78,7 +78,7 @@ public:
     /// How the question for credentials is answered; null: declined.
     const char* password = nullptr;
     /// Called for every notification, before it is noted.
-    std::function<void(const WPK_CALLBACKSTRUCT&)> on_notification;
+    std::function<void(const WPK_CALLBACKSTRUCT&)> onNotification;
 
 private:
     static void Notify(WPK_CALLBACKSTRUCT* notification);

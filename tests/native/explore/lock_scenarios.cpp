@@ -190,14 +190,14 @@ void CredentialsReplacedWhileTwoCopyThem() {
 class SlowObserver : public Observer {
 public:
     uint32_t Update(Observable*, void*) override {
-        is_told = true;
+        isTold = true;
         SchedulePoint();
-        is_told = false;
+        isTold = false;
         ++times;
         return 1;
     }
 
-    bool is_told = false;
+    bool isTold = false;
     int times = 0;
 };
 
@@ -209,15 +209,15 @@ void AnObserverAttachedDuringANotification() {
         observed.Attach(&first);
     }
     StartThread("notifier", [&] { observed.Notify(nullptr); });
-    bool under_way = false;
+    bool underWay = false;
     StartThread("attacher", [&] {
-        under_way = first.is_told;
+        underWay = first.isTold;
         Expect(observed.Attach(&second) == 1, "an observer is attached");
-        Expect(!under_way || first.times == 1, "one that comes during a notification waits for its end");
+        Expect(!underWay || first.times == 1, "one that comes during a notification waits for its end");
     });
     AwaitThreads();
     Expect(first.times == 1, "who was there is told");
-    Expect(!under_way || second.times == 0, "who came too late is not");
+    Expect(!underWay || second.times == 0, "who came too late is not");
 }
 
 }  // namespace

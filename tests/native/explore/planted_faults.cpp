@@ -30,23 +30,23 @@ public:
     void EnterShared() {
         bool first = false;
         {
-            const ScopedLock counting(count_lock_);
+            const ScopedLock counting(countLock_);
             first = ++readers_ == 1;
-            if (first && fault == Fault::kMended) writer_lock_.Wait();
+            if (first && fault == Fault::kMended) writerLock_.Wait();
         }
-        if (first && fault == Fault::kPlanted) writer_lock_.Wait();
+        if (first && fault == Fault::kPlanted) writerLock_.Wait();
     }
     void LeaveShared() {
-        const ScopedLock counting(count_lock_);
-        if (--readers_ == 0) writer_lock_.Signal();
+        const ScopedLock counting(countLock_);
+        if (--readers_ == 0) writerLock_.Signal();
     }
-    void EnterExclusive() { writer_lock_.Wait(); }
-    void LeaveExclusive() { writer_lock_.Signal(); }
+    void EnterExclusive() { writerLock_.Wait(); }
+    void LeaveExclusive() { writerLock_.Signal(); }
 
 private:
     int readers_ = 0;
-    Semaphore count_lock_{SemaphoreKind::kLock};
-    Semaphore writer_lock_{SemaphoreKind::kLock};
+    Semaphore countLock_{SemaphoreKind::kLock};
+    Semaphore writerLock_{SemaphoreKind::kLock};
 };
 
 template <Fault fault>
@@ -85,8 +85,8 @@ public:
     void SendLeavingOthersBehind(Party& sender) {
         {
             const ScopedLock lock(lock_);
-            if (receiver_waits_) {
-                if (fault == Fault::kMended) receiver_waits_ = false;
+            if (receiverWaits_) {
+                if (fault == Fault::kMended) receiverWaits_ = false;
                 received_ = &sender;
                 receiver_.wake.Signal();
             } else {
@@ -101,8 +101,8 @@ public:
     void SendWakingTooEarly(Party& sender) {
         {
             const ScopedLock lock(lock_);
-            if (receiver_waits_) {
-                receiver_waits_ = false;
+            if (receiverWaits_) {
+                receiverWaits_ = false;
                 if (fault == Fault::kMended) Write(sender);
                 receiver_.wake.Signal();
                 if (fault == Fault::kPlanted) Write(sender);
@@ -123,7 +123,7 @@ public:
             }
             received_ = nullptr;
             receiver_.message = 0;
-            receiver_waits_ = true;
+            receiverWaits_ = true;
         }
         receiver_.wake.Wait();
         Expect(received_ != nullptr, "the receiver has been woken without a message");
@@ -141,7 +141,7 @@ private:
     Semaphore lock_{SemaphoreKind::kLock};
     Party receiver_;
     Party* received_ = nullptr;
-    bool receiver_waits_ = false;
+    bool receiverWaits_ = false;
     std::deque<Party*> queue_;
 };
 
@@ -170,10 +170,10 @@ void CancelBesideTheEnd() {
     };
     Request request;
     Request* registered = &request;
-    const Semaphore table_lock(SemaphoreKind::kLock);
+    const Semaphore tableLock(SemaphoreKind::kLock);
     StartThread("request", [&] {
         {
-            const ScopedLock lock(table_lock);
+            const ScopedLock lock(tableLock);
             registered = nullptr;
         }
         request.freed = true;
@@ -186,7 +186,7 @@ void CancelBesideTheEnd() {
         };
         Request* found = nullptr;
         {
-            const ScopedLock lock(table_lock);
+            const ScopedLock lock(tableLock);
             found = registered;
             if (fault == Fault::kMended) mark(found);
         }

@@ -115,7 +115,7 @@ void ACallbackThatSends() {
     ExploredRequest first("Small");
     ExploredRequest second("Small");
     RunningLibrary library;
-    first.on_notification = [&](const WPK_CALLBACKSTRUCT& notification) {
+    first.onNotification = [&](const WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason != WPK_REASON_REPLY) return;
         Expect(second.Send(library) != 0, "a callback sends");
         Expect(second.Handle() != first.Handle(), "two requests under way have two handles");
@@ -128,7 +128,7 @@ void ACallbackThatSends() {
 void ACallbackThatCancelsBesideAnother() {
     ExploredRequest request("Small");
     RunningLibrary library;
-    request.on_notification = [&](const WPK_CALLBACKSTRUCT& notification) {
+    request.onNotification = [&](const WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason != WPK_REASON_PROGRESS) return;
         Expect(library.Cancel(GetCurrentThreadId()) == 1, "a callback cancels its own request");
     };
@@ -142,7 +142,7 @@ void ACallbackThatCancelsBesideAnother() {
 void ACallbackThatThrowsAgainstACancel() {
     ExploredRequest request("Small");
     RunningLibrary library;
-    request.on_notification = [&](const WPK_CALLBACKSTRUCT& notification) {
+    request.onNotification = [&](const WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason == WPK_REASON_PROGRESS) throw 1;
     };
     StartCancel(library, request);

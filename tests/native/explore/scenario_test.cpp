@@ -35,7 +35,7 @@ void PrintCounts(const Scenario& scenario, const Findings& all, const Findings& 
     std::ostringstream text;
     text << scenario.name << ": ";
     if (all.exhausted >= 0) {
-        text << "all " << all.exhausted_schedules << " schedules with at most " << all.exhausted << " pre-emptions; ";
+        text << "all " << all.exhaustedSchedules << " schedules with at most " << all.exhausted << " pre-emptions; ";
     }
     text << all.schedules << " systematically, " << some.schedules << " at random";
     std::puts(text.str().c_str());
@@ -56,9 +56,9 @@ std::string NameOf(const testing::TestParamInfo<Scenario>& info) {
     std::string name;
     bool begins = true;
     for (const char* next = info.param.name; *next; ++next) {
-        const bool is_letter = std::isalnum(static_cast<unsigned char>(*next)) != 0;
-        if (is_letter) name += begins ? static_cast<char>(std::toupper(*next)) : *next;
-        begins = !is_letter;
+        const bool isLetter = std::isalnum(static_cast<unsigned char>(*next)) != 0;
+        if (isLetter) name += begins ? static_cast<char>(std::toupper(*next)) : *next;
+        begins = !isLetter;
     }
     return name;
 }

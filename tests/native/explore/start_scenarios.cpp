@@ -46,12 +46,12 @@ void AnInitialisationAgainstCalls() {
 void ASendDuringAnInitialisation() {
     ExploredRequest request("Small");
     Library library;
-    bool under_way = false;
-    host::RunBefore("_beginthreadex", 1, [&] { under_way = true; });
+    bool underWay = false;
+    host::RunBefore("_beginthreadex", 1, [&] { underWay = true; });
     StartThread("initialiser", [&] { InitOnce(library, 1); });
     StartThread("sender", [&] {
         host::AwaitScheduled(
-            "an initialisation", [&] { return under_way; }, INFINITE);
+            "an initialisation", [&] { return underWay; }, INFINITE);
         Expect(request.Send(library) != 0, "a send during an initialisation is taken");
     });
     library.AwaitIdle();
@@ -63,14 +63,14 @@ void ARepeatedInitialisationDuringASend() {
     ExploredRequest request("Small");
     RunningLibrary library;
     // The send is answered after its worker has been made and resumed.
-    bool in_progress = false;
-    host::RunBefore("_beginthreadex", 1, [&] { in_progress = true; });
-    host::RunBefore("ResumeThread", 1, [&] { in_progress = false; });
+    bool inProgress = false;
+    host::RunBefore("_beginthreadex", 1, [&] { inProgress = true; });
+    host::RunBefore("ResumeThread", 1, [&] { inProgress = false; });
     StartThread("sender", [&] { Expect(request.Send(library) != 0, "a send is taken"); });
     StartThread("initialiser", [&] {
-        const bool during = in_progress;
+        const bool during = inProgress;
         InitOnce(library, 1);
-        Expect(!during || !in_progress, "a repeated initialisation waits for the call in progress");
+        Expect(!during || !inProgress, "a repeated initialisation waits for the call in progress");
     });
     library.AwaitIdle();
     Expect(request.Error() == 0, "what was taken gets its reply");

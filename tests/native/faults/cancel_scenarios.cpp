@@ -74,7 +74,7 @@ void CancelReceiving(Stage& stage) {
 
 void CancelInCallback(Stage& stage) {
     NativeRequest& request = stage.Make("Half");
-    request.on_notification = [&request](const WPK_CALLBACKSTRUCT& notification) {
+    request.onNotification = [&request](const WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason == WPK_REASON_PROGRESS && request.Progresses() == 0) CancelOwn();
     };
     if (request.Send() == 0) return;

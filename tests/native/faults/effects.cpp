@@ -57,10 +57,10 @@ bool MayEndAsOnDialUp(int end) {
 
 }  // namespace
 
-bool MayEndAs(int end, std::string_view broken_call, int undisturbed) {
+bool MayEndAs(int end, std::string_view brokenCall, int undisturbed) {
     if (undisturbed == WPK_ERROR_NO_NETWORK && MayEndAsOnDialUp(end)) return true;
     const auto* effect = std::find_if(std::begin(kEffects), std::end(kEffects),
-                                      [&](const Effect& each) { return each.call == broken_call; });
+                                      [&](const Effect& each) { return each.call == brokenCall; });
     if (effect == std::end(kEffects)) return false;
     return std::find(effect->ends.begin(), effect->ends.end(), end) != effect->ends.end();
 }

@@ -8,7 +8,7 @@
 namespace wpk::host {
 
 /// Whether a failure of the call explains that a request ends in another way than `undisturbed`.
-bool MayEndAs(int end, std::string_view broken_call, int undisturbed);
+bool MayEndAs(int end, std::string_view brokenCall, int undisturbed);
 
 }  // namespace wpk::host
 

@@ -78,10 +78,10 @@ void RunUndisturbed(const Scenario& scenario) {
     TheBoard().live = CountLive();
 }
 
-void ExpectEnds(const Scenario& scenario, const std::vector<int>& ends, std::string_view broken_call) {
+void ExpectEnds(const Scenario& scenario, const std::vector<int>& ends, std::string_view brokenCall) {
     EXPECT_TRUE(
         std::equal(ends.begin(), ends.end(), scenario.ends.begin(), scenario.ends.end(),
-                   [&](int end, int expected) { return end == expected || MayEndAs(end, broken_call, expected); }))
+                   [&](int end, int expected) { return end == expected || MayEndAs(end, brokenCall, expected); }))
         << testing::PrintToString(ends);
 }
 
@@ -102,7 +102,7 @@ void RunWithFault(const Scenario& scenario, const Case& which) {
         EXPECT_EQ(ends, scenario.ends);
     }
     stage.ExpectSound();
-    if (scenario.may_lack_parts) {
+    if (scenario.mayLackParts) {
         EXPECT_TRUE(CountLive().IsWithin(TheBoard().live)) << CountLive() << "\nnot within\n" << TheBoard().live;
     } else {
         EXPECT_EQ(CountLive(), TheBoard().live);

@@ -117,8 +117,8 @@ void LoadWithFaultAndUse(std::string_view call, uint64_t nth, std::atomic<uint64
     Load(global);
     EXPECT_EQ(FaultsFired(), 1u);
     ClearFaults();
-    const bool lacks_lock = !global->gate || !global->transport.settings.HasLock() || !global->modemDetection.HasLock();
-    if (!lacks_lock) {
+    const bool lacksLock = !global->gate || !global->transport.settings.HasLock() || !global->modemDetection.HasLock();
+    if (!lacksLock) {
         ExpectToWork(*global);
         return;
     }

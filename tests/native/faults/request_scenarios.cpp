@@ -62,7 +62,7 @@ void AnswerQuestionForTwo(Stage& stage) {
 /// Its request has no final notification, so it is none of the stage's.
 void SendWithCallbackThatThrows(Stage& stage) {
     auto& request = Lasting<NativeRequest>(stage.server.Port(), "Small");
-    request.on_notification = [](const WPK_CALLBACKSTRUCT& notification) {
+    request.onNotification = [](const WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason == WPK_REASON_PROGRESS) throw 1;
     };
     request.Send();

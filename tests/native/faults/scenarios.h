@@ -23,7 +23,7 @@ struct Scenario {
     /// How its requests end when nothing fails, in the order of their making.
     std::vector<int> ends;
     /// Whether a fault may leave a part of the library out for good.
-    bool may_lack_parts = false;
+    bool mayLackParts = false;
     /// A call that fails once in any case, beside the one that is made to fail; null for none.
     const char* broken = nullptr;
 };

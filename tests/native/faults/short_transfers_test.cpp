@@ -20,15 +20,15 @@ uint64_t FewestTransfers(const std::string& bytes) {
 }
 
 void ExpectReply(Stage& stage, const char* service, const std::string& reply, const std::string& data = "hello") {
-    const uint64_t sends_before = Uses("send");
-    const uint64_t receives_before = Uses("recv");
+    const uint64_t sendsBefore = Uses("send");
+    const uint64_t receivesBefore = Uses("recv");
     NativeRequest& request = stage.Make(service, data);
     stage.SendAndAwait(request);
     EXPECT_EQ(request.Error(), 0) << service;
     EXPECT_EQ(request.Reply(), reply) << service;
     EXPECT_EQ(request.Finals(), 1) << service;
-    EXPECT_GE(Uses("send") - sends_before, FewestTransfers(data)) << service;
-    EXPECT_GE(Uses("recv") - receives_before, FewestTransfers(reply)) << service;
+    EXPECT_GE(Uses("send") - sendsBefore, FewestTransfers(data)) << service;
+    EXPECT_GE(Uses("recv") - receivesBefore, FewestTransfers(reply)) << service;
 }
 
 std::string Entry(const std::string& key, const std::string& value) {
@@ -49,10 +49,10 @@ TEST_P(ShortTransfers, CarryRequestsAndRepliesWhole) {
         auto& stage = Lasting<Stage>();
         ASSERT_EQ(InitLibrary(stage.settings), 1);
         ShortenTransfers(GetParam());
-        const std::string more_than_a_piece(5000, 'd');
+        const std::string moreThanAPiece(5000, 'd');
         ExpectReply(stage, "Small", "small");
         ExpectReply(stage, "Large", std::string(Server::kLargeSize, 'x'));
-        ExpectReply(stage, "Echo", Body("Echo", more_than_a_piece), more_than_a_piece);
+        ExpectReply(stage, "Echo", Body("Echo", moreThanAPiece), moreThanAPiece);
         NativeRequest& refused = stage.Make("Unknown");
         stage.SendAndAwait(refused);
         EXPECT_EQ(refused.Error(), WPK_ERROR_NO_SERVICE);

@@ -38,7 +38,7 @@ Stage::Stage() {
     };
     settings.lpUserData = this;
     // The folder of this process alone: several run at a time, and what stays in it is seen.
-    theGlobalObject.transport.tempDirectory = &temp_directory_;
+    theGlobalObject.transport.tempDirectory = &tempDirectory_;
 }
 
 NativeRequest& Stage::Make(const char* service, std::string data) {

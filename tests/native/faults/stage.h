@@ -56,7 +56,7 @@ private:
     void DialAgain();
 
     std::vector<std::unique_ptr<NativeRequest>> requests_;
-    const core::CountedText temp_directory_{"./"};
+    const core::CountedText tempDirectory_{"./"};
 };
 
 }  // namespace wpk::host

@@ -41,8 +41,8 @@ Options To(const Server& server) {
 }
 
 /// The front desk stays for good, and with a modem to watch, its service's and the Peeker.
-void ExpectNothingLeft(int64_t lasting_threads = 1) {
-    host::AwaitThreadsLeft(lasting_threads);
+void ExpectNothingLeft(int64_t lastingThreads = 1) {
+    host::AwaitThreadsLeft(lastingThreads);
     detail::RetiredSends::All().Collect();
     host::ExpectNothingOpen();
 }
@@ -252,7 +252,7 @@ RACE_IN_CHILD(AClientThatGoesWhileTheNetworkComesAndGoesIsNotToldAnyMore) {
         Options options = To(server);
         options.connection = Connection::kDialUp;
         options.on_connection = [&](bool) { enough = ++changes > 5; };
-        std::optional<Client> client(std::in_place, std::move(options));
+        std::optional<Client> client(std::inPlace, std::move(options));
         EXPECT_TRUE(host::AwaitThat([&] { return enough.load(); }));
         client.reset();
         EXPECT_GT(changes, 5);

@@ -229,15 +229,15 @@ RACE_IN_CHILD(CallbacksThatThrowAmongOthersStopOnlyTheirOwnRequests) {
             own.push_back(std::make_unique<NativeRequest>(server.Port(), "Small"));
             NativeRequest& request = *own.back();
             if (round % 3 == 0) {
-                request.on_notification = [](const WPK_CALLBACKSTRUCT&) { throw 1; };
+                request.onNotification = [](const WPK_CALLBACKSTRUCT&) { throw 1; };
             }
             ASSERT_NE(request.Send(), 0u);
-            ASSERT_TRUE(request.on_notification || request.AwaitFinal());
+            ASSERT_TRUE(request.onNotification || request.AwaitFinal());
         }
     });
     ExpectNothingLeft();
     for (Requests& own : requests) {
-        for (auto& request : own) EXPECT_EQ(request->Finals(), request->on_notification ? 0 : 1);
+        for (auto& request : own) EXPECT_EQ(request->Finals(), request->onNotification ? 0 : 1);
     }
     EXPECT_EQ(EventLog().size(), static_cast<size_t>(kSenders * kRounds / 3));
 }
@@ -251,7 +251,7 @@ RACE_IN_CHILD(CallbacksMaySendAndCancelFurtherRequests) {
     for (int i = 0; i < kRounds; ++i) {
         first.push_back(std::make_unique<NativeRequest>(server.Port(), "Small"));
         second.push_back(std::make_unique<NativeRequest>(server.Port(), i % 2 == 0 ? "Small" : "Silent"));
-        first.back()->on_notification = [next = second.back().get()](const WPK_CALLBACKSTRUCT& notification) {
+        first.back()->onNotification = [next = second.back().get()](const WPK_CALLBACKSTRUCT& notification) {
             if (notification.nReason != WPK_REASON_REPLY) return;
             EXPECT_NE(next->Send(), 0u);
             EXPECT_EQ(WPK_Cancel(next->Handle()), 1);

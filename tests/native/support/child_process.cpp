@@ -52,16 +52,16 @@ bool HasLeaked() {
 int CountFailures() {
     const testing::TestResult& result = *testing::UnitTest::GetInstance()->current_test_info()->result();
     int failures = 0;
-    for (int i = 0; i < result.total_part_count(); ++i) failures += result.GetTestPartResult(i).failed();
+    for (int i = 0; i < result.totalPartCount(); ++i) failures += result.GetTestPartResult(i).failed();
     return failures;
 }
 
 [[noreturn]] void RunBody(const std::string& folder, const std::function<void()>& body) {
     alarm(kLongestSeconds);
     if (chdir(folder.c_str()) != 0) std::abort();
-    const int failures_before = CountFailures();
+    const int failuresBefore = CountFailures();
     body();
-    const bool failed = CountFailures() > failures_before || HasLeaked();
+    const bool failed = CountFailures() > failuresBefore || HasLeaked();
     std::fflush(stdout);
     WriteCoverage();
     // Static objects are not destroyed: where the library belongs, its threads are gone before that happens.
@@ -79,7 +79,7 @@ std::string Describe(int status) {
 }  // namespace
 
 void Children::Start(const std::function<void()>& body, Ended ended) {
-    while (running_.size() >= at_once_) AwaitOne();
+    while (running_.size() >= atOnce_) AwaitOne();
     std::string folder = "/tmp/wpk-child-XXXXXX";
     if (!mkdtemp(folder.data())) std::abort();
     std::fflush(stdout);
@@ -99,7 +99,7 @@ void Children::AwaitOne() {
     if (id < 0) std::abort();
     const Child child = std::move(running_.at(id));
     running_.erase(id);
-    const bool clean = std::filesystem::is_empty(child.folder);
+    const bool clean = std::filesystem::isEmpty(child.folder);
     std::filesystem::remove_all(child.folder);
     if (status != 0) std::printf("the process of a case %s\n", Describe(status).c_str());
     if (!clean) std::puts("the process of a case left a file behind");
@@ -109,7 +109,7 @@ void Children::AwaitOne() {
 bool RunInChild(const std::function<void()>& body) {
     bool passed = false;
     Children only(1);
-    only.Start(body, [&passed](bool child_passed) { passed = child_passed; });
+    only.Start(body, [&passed](bool childPassed) { passed = childPassed; });
     only.AwaitAll();
     return passed;
 }

@@ -24,7 +24,7 @@ public:
     /// Told, on the calling thread, what RunInChild would have returned; may start another one.
     using Ended = std::function<void(bool passed)>;
 
-    explicit Children(size_t at_once) : at_once_(at_once) {}
+    explicit Children(size_t atOnce) : atOnce_(atOnce) {}
     Children(const Children&) = delete;
     Children& operator=(const Children&) = delete;
     ~Children() { AwaitAll(); }
@@ -40,7 +40,7 @@ private:
     };
     void AwaitOne();
 
-    const size_t at_once_;
+    const size_t atOnce_;
     std::map<pid_t, Child> running_;
 };
 

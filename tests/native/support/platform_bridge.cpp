@@ -11,8 +11,8 @@ void* OpenThread(unsigned long access, int inherit, unsigned long id);
 unsigned long WaitForSingleObject(void* object, unsigned long milliseconds);
 int CloseHandle(void* object);
 unsigned int GetACP();
-int WideCharToMultiByte(unsigned int code_page, unsigned long flags, const wchar_t* wide, int wide_length, char* bytes,
-                        int byte_count, const char* substitute, int* substituted);
+int WideCharToMultiByte(unsigned int codePage, unsigned long flags, const wchar_t* wide, int wideLength, char* bytes,
+                        int byteCount, const char* substitute, int* substituted);
 
 unsigned long GetCurrentThreadId() {
     return ::GetCurrentThreadId();
@@ -35,13 +35,13 @@ unsigned int GetACP() {
 }
 
 // Only ASCII; the rest is tested where there is a real one.
-int WideCharToMultiByte(unsigned int, unsigned long, const wchar_t* wide, int wide_length, char* bytes, int,
-                        const char*, int* substituted) {
-    for (int i = 0; i < wide_length; ++i) {
+int WideCharToMultiByte(unsigned int, unsigned long, const wchar_t* wide, int wideLength, char* bytes, int, const char*,
+                        int* substituted) {
+    for (int i = 0; i < wideLength; ++i) {
         if (wide[i] > 127) *substituted = 1;
         if (bytes) bytes[i] = static_cast<char>(wide[i]);
     }
-    return wide_length;
+    return wideLength;
 }
 }
 

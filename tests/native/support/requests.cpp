@@ -74,7 +74,7 @@ void NativeRequest::Notify(WPK_CALLBACKSTRUCT* notification) {
 }
 
 void NativeRequest::Note(WPK_CALLBACKSTRUCT& notification) {
-    if (on_notification) on_notification(notification);
+    if (onNotification) onNotification(notification);
     const std::lock_guard lock(mutex_);
     switch (notification.nReason) {
         case WPK_REASON_FAILURE:
@@ -109,25 +109,25 @@ Server::Server()
 
 void Server::Serve(NativePeer::Connection& connection) {
     const std::string request = connection.ReadRequest();
-    const auto asks_for = [&request](const char* service) { return request.find(service) != std::string::npos; };
-    if (asks_for("Small")) {
+    const auto asksFor = [&request](const char* service) { return request.find(service) != std::string::npos; };
+    if (asksFor("Small")) {
         connection.Write(host::ReplyBytes("small"));
-    } else if (asks_for("Large")) {
+    } else if (asksFor("Large")) {
         connection.Write(host::ReplyBytes(std::string(kLargeSize, 'x')));
-    } else if (asks_for("Silent")) {
+    } else if (asksFor("Silent")) {
         ++silent_;
         connection.AwaitClose();
-    } else if (asks_for("Half")) {
+    } else if (asksFor("Half")) {
         const std::string whole = host::ReplyBytes(std::string(kLargeSize, 'x'));
         connection.Write(whole.substr(0, whole.size() - kLargeSize / 2));
         connection.AwaitClose();
-    } else if (asks_for("Echo")) {
+    } else if (asksFor("Echo")) {
         connection.Write(host::ReplyBytes(request.substr(request.find("\r\n\r\n") + 4)));
-    } else if (asks_for("Unknown")) {
+    } else if (asksFor("Unknown")) {
         connection.Write(host::ReplyBytes("", "500 Bad_Plugin_Name"));
-    } else if (asks_for("Guarded")) {
+    } else if (asksFor("Guarded")) {
         // The base64 form of u:right.
-        const bool known = asks_for("Proxy-Authorization: Basic dTpyaWdodA==\r\n");
+        const bool known = asksFor("Proxy-Authorization: Basic dTpyaWdodA==\r\n");
         connection.Write(known ? host::ReplyBytes("small") : host::ReplyBytes("", "407 Who are you"));
     }
 }

@@ -47,7 +47,7 @@ public:
     std::string user;
     std::string password;
     /// Called for every notification, before it is noted. Set before Send.
-    std::function<void(const WPK_CALLBACKSTRUCT&)> on_notification;
+    std::function<void(const WPK_CALLBACKSTRUCT&)> onNotification;
 
     static void Notify(WPK_CALLBACKSTRUCT* notification);
 

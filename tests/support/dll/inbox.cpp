@@ -25,7 +25,7 @@ std::string CopyBytes(const void* data, unsigned int length) {
 
 void CopyFailure(const WPK_CALLBACKSTRUCT& record, Notification& copy) {
     copy.error = record.body.failure.nError;
-    copy.rest_is_zero = ZeroFrom(record, offsetof(WPK_CALLBACKSTRUCT, body.failure.reserved));
+    copy.restIsZero = ZeroFrom(record, offsetof(WPK_CALLBACKSTRUCT, body.failure.reserved));
 }
 
 void CopyProgress(const WPK_CALLBACKSTRUCT& record, Notification& copy) {
@@ -35,7 +35,7 @@ void CopyProgress(const WPK_CALLBACKSTRUCT& record, Notification& copy) {
     copy.received = record.body.progress.dwReceived;
     copy.total = record.body.progress.dwTotal;
     copy.bytes = CopyBytes(copy.data, copy.received);
-    copy.rest_is_zero = ZeroFrom(record, offsetof(WPK_CALLBACKSTRUCT, body.progress.dwTotal) + sizeof(int));
+    copy.restIsZero = ZeroFrom(record, offsetof(WPK_CALLBACKSTRUCT, body.progress.dwTotal) + sizeof(int));
 }
 
 void CopyReply(const WPK_CALLBACKSTRUCT& record, Notification& copy) {
@@ -43,7 +43,7 @@ void CopyReply(const WPK_CALLBACKSTRUCT& record, Notification& copy) {
     copy.data = record.body.reply.lpData;
     copy.total = record.body.reply.dwDataLength;
     copy.bytes = CopyBytes(copy.data, copy.total);
-    copy.rest_is_zero = ZeroFrom(record, offsetof(WPK_CALLBACKSTRUCT, body.reply.dwDataLength) + sizeof(int));
+    copy.restIsZero = ZeroFrom(record, offsetof(WPK_CALLBACKSTRUCT, body.reply.dwDataLength) + sizeof(int));
 }
 
 void CopyCredentials(const WPK_CALLBACKSTRUCT& record, Notification& copy) {
@@ -54,13 +54,13 @@ void CopyCredentials(const WPK_CALLBACKSTRUCT& record, Notification& copy) {
         const char* end = field + WPK_CREDENTIAL_SIZE;
         return std::all_of(std::find(field, end, '\0'), end, [](char byte) { return byte == 0; });
     };
-    copy.rest_is_zero = padded(record.body.credentials.szUser) && padded(record.body.credentials.szPassword);
+    copy.restIsZero = padded(record.body.credentials.szUser) && padded(record.body.credentials.szPassword);
 }
 
 Notification Copy(const WPK_CALLBACKSTRUCT& record) {
     Notification copy;
     copy.reason = record.nReason;
-    copy.user_data = record.lpUserData;
+    copy.userData = record.lpUserData;
     copy.thread = GetCurrentThreadId();
     switch (record.nReason) {
         case WPK_REASON_FAILURE:
@@ -74,7 +74,7 @@ Notification Copy(const WPK_CALLBACKSTRUCT& record) {
             break;
         case WPK_REASON_CONNECTION:
             copy.connected = record.body.connection.dwConnected;
-            copy.rest_is_zero = ZeroFrom(record, offsetof(WPK_CALLBACKSTRUCT, body.connection) + sizeof(int));
+            copy.restIsZero = ZeroFrom(record, offsetof(WPK_CALLBACKSTRUCT, body.connection) + sizeof(int));
             break;
         case WPK_REASON_CREDENTIALS:
             CopyCredentials(record, copy);
@@ -102,10 +102,10 @@ void Inbox::Note(const WPK_CALLBACKSTRUCT& record) {
     if (monitor_.Update([this] { return thread_ == nullptr; })) {
         DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &thread, SYNCHRONIZE, FALSE, 0);
     }
-    const bool keep = keep_progress_ || record.nReason != WPK_REASON_PROGRESS;
+    const bool keep = keepProgress_ || record.nReason != WPK_REASON_PROGRESS;
     Notification copy = keep ? Copy(record) : Notification();
     monitor_.Update([&] {
-        if (record.nReason == WPK_REASON_PROGRESS) ++progress_count_;
+        if (record.nReason == WPK_REASON_PROGRESS) ++progressCount_;
         if (keep) notifications_.push_back(std::move(copy));
         if (!thread_) std::swap(thread_, thread);
     });
@@ -113,7 +113,7 @@ void Inbox::Note(const WPK_CALLBACKSTRUCT& record) {
 }
 
 unsigned int Inbox::ProgressCount() {
-    return monitor_.Update([this] { return progress_count_; });
+    return monitor_.Update([this] { return progressCount_; });
 }
 
 std::vector<Notification> Inbox::All() {

@@ -14,7 +14,7 @@ namespace wpk::rig {
 // A copy of one notification. Fields that its reason does not fill stay zero.
 struct Notification {
     unsigned int reason = 0;
-    void* user_data = nullptr;
+    void* userData = nullptr;
     DWORD thread = 0;
     int error = 0;
     WPK_INT64 word = 0;
@@ -26,7 +26,7 @@ struct Notification {
     std::string user;
     std::string password;
     unsigned int retry = 0;
-    bool rest_is_zero = false;  // every byte of the record behind the filled fields is zero
+    bool restIsZero = false;  // every byte of the record behind the filled fields is zero
 
     bool Final() const { return reason == WPK_REASON_FAILURE || reason == WPK_REASON_REPLY; }
 };
@@ -46,7 +46,7 @@ public:
     std::function<void(WPK_CALLBACKSTRUCT&)> inside;
 
     // Large replies: progress notifications then are counted and checked for order, but not kept.
-    void DropProgress() { keep_progress_ = false; }
+    void DropProgress() { keepProgress_ = false; }
     unsigned int ProgressCount();
 
     std::vector<Notification> All();
@@ -66,8 +66,8 @@ private:
     Monitor monitor_;
     std::vector<Notification> notifications_;
     HANDLE thread_ = nullptr;
-    unsigned int progress_count_ = 0;
-    bool keep_progress_ = true;
+    unsigned int progressCount_ = 0;
+    bool keepProgress_ = true;
 };
 
 }  // namespace wpk::rig

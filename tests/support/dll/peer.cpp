@@ -65,8 +65,8 @@ int Retry(Direction direction, SOCKET socket, DWORD patience, Call call) {
 }  // namespace
 
 Connection::Connection(Peer& peer, SOCKET socket, size_t index) : peer_(peer), socket_(socket), index_(index) {
-    u_long non_blocking = 1;
-    ioctlsocket(socket_, static_cast<long>(FIONBIO), &non_blocking);
+    u_long nonBlocking = 1;
+    ioctlsocket(socket_, static_cast<long>(FIONBIO), &nonBlocking);
     const int on = 1;
     setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
 }
@@ -188,12 +188,12 @@ SOCKET Peer::Accept() {
 
 void Peer::NoteRequest(const std::string& request) {
     monitor_.Update([&] {
-        if (keep_requests_) requests_.push_back(request);
+        if (keepRequests_) requests_.push_back(request);
     });
 }
 
 void Peer::KeepNoRequests() {
-    monitor_.Update([this] { keep_requests_ = false; });
+    monitor_.Update([this] { keepRequests_ = false; });
 }
 
 size_t Peer::Connections() {

@@ -91,7 +91,7 @@ private:
     Monitor accepting_;
     Monitor monitor_;  // of what follows
     bool stopping_ = false;
-    bool keep_requests_ = true;
+    bool keepRequests_ = true;
     size_t connections_ = 0;
     size_t ended_ = 0;
     std::vector<std::string> requests_;

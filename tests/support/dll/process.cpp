@@ -146,10 +146,10 @@ ScenarioEntry::ScenarioEntry(const char* name, Scenario scenario) {
     Scenarios()[name] = scenario;
 }
 
-Child::Child(const std::string& scenario, const std::string& argument, const std::string& program_name) {
+Child::Child(const std::string& scenario, const std::string& argument, const std::string& programName) {
     std::string program = ProgramPath();
-    if (!program_name.empty()) {
-        const std::string copy = ProgramFolder() + program_name;
+    if (!programName.empty()) {
+        const std::string copy = ProgramFolder() + programName;
         if (!CopyFileA(program.c_str(), copy.c_str(), /*bFailIfExists=*/FALSE)) Die("cannot copy to " + copy);
         program = copy;
     }

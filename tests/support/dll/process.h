@@ -44,7 +44,7 @@ struct ScenarioEntry {
 // Runs a scenario in a new process. The program is this one, or a copy of it under another file name.
 class Child {
 public:
-    Child(const std::string& scenario, const std::string& argument, const std::string& program_name = "");
+    Child(const std::string& scenario, const std::string& argument, const std::string& programName = "");
     ~Child();
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;

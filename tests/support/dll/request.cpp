@@ -57,8 +57,8 @@ void ExpectOneFinal(Request& request) {
     EXPECT_TRUE(all.back().Final()) << "a notification followed the final one";
     for (const Notification& one : all) {
         EXPECT_EQ(one.thread, request.handle()) << "reason " << one.reason;
-        EXPECT_EQ(one.user_data, request.record.lpUserData);
-        EXPECT_TRUE(one.rest_is_zero) << "reason " << one.reason;
+        EXPECT_EQ(one.userData, request.record.lpUserData);
+        EXPECT_TRUE(one.restIsZero) << "reason " << one.reason;
     }
 }
 

@@ -51,7 +51,7 @@ std::string DecodeBase64(const std::string& text) {
 }  // namespace
 
 std::string ExpectedRequest::Body() const {
-    return Entry("WPK_IsBehindProxy", via_proxy ? "YES" : "NO") + Entry("WPK_ServiceName", service) +
+    return Entry("WPK_IsBehindProxy", viaProxy ? "YES" : "NO") + Entry("WPK_ServiceName", service) +
            Entry("WPK_ServiceData", data);
 }
 

@@ -15,7 +15,7 @@ struct ExpectedRequest {
     unsigned short port = 0;
     std::string service = "Echo";
     std::string data = "hello";
-    bool via_proxy = false;
+    bool viaProxy = false;
     // Everything between "Proxy-Authorization: Basic " and the end of that header; empty: no such header.
     std::string authorization;
 

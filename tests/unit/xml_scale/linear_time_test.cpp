@@ -61,7 +61,7 @@ struct Shape {
     /// What the text of the whole document is, whatever the count; null when it depends on it.
     const char* text;
     /// Whether the tree written verbatim is the input itself (behind a declaration).
-    bool is_written_as_read;
+    bool isWrittenAsRead;
 };
 
 std::ostream& operator<<(std::ostream& stream, const Shape& shape) {
@@ -114,7 +114,7 @@ StepTimes WalkEverything(const Shape& shape, const std::string& input) {
         EXPECT_EQ(text, shape.text);
         EXPECT_EQ(copy->GetText(), shape.text);
     }
-    EXPECT_EQ(written == kDeclaration + input, shape.is_written_as_read);
+    EXPECT_EQ(written == kDeclaration + input, shape.isWrittenAsRead);
     EXPECT_GE(lines.size(), written.size());
     watch.Time([&] {
         tree.reset();

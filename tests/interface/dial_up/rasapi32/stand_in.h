@@ -8,10 +8,10 @@ extern "C" {
 #endif
 
 struct StandInConnection {
-    char device_type[17];
+    char deviceType[17];
     unsigned int state;
     // Of the query for the state; 0 is success.
-    unsigned int status_result;
+    unsigned int statusResult;
 };
 
 #define STAND_IN_CONNECTIONS 12u
