@@ -11,7 +11,7 @@
 namespace wpk::client_test {
 namespace {
 
-// Why it is refused: what stands in front of the error's own text. "taken" when it is not.
+/// Why it is refused: what stands in front of the error's own text. "taken" when it is not.
 template <class Call>
 std::string ReasonOf(Call call) {
     try {
@@ -59,10 +59,10 @@ constexpr PortCase kPorts[] = {
     {4294967295, "the server's port is 4294967295, not one of 1 to 65535"},
 };
 
-// A Client whose library ends each request at once, and counts them.
+/// A Client whose library ends each request at once, and counts them.
 class Counting {
 public:
-    Counting() : client_(Options(), Prepared().functions()) {}
+    Counting() : client_(Options(), Prepared().TheFunctions()) {}
     std::string ReasonOfSending(Message message) {
         return ReasonOf([&] { client_.Send(std::move(message), [](const Outcome&) {}); });
     }
@@ -119,7 +119,7 @@ TEST(AddressTest, ThatIsRefusedGivesTheMessagesFunctionsBack) {
 
 std::string ReasonOfAClient(Options options) {
     ScriptedLibrary library;
-    const std::string reason = ReasonOf([&] { const Client client(std::move(options), library.functions()); });
+    const std::string reason = ReasonOf([&] { const Client client(std::move(options), library.TheFunctions()); });
     EXPECT_EQ(library.settings.lpfnCallback != nullptr, reason == "taken") << "initialised when it should not be";
     return reason;
 }

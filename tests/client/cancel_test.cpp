@@ -10,12 +10,12 @@
 namespace wpk::client_test {
 namespace {
 
-// A cancel is promised to be seen within 250 ms; the rest is what a machine under load may add.
+/// A cancel is promised to be seen within 250 ms; the rest is what a machine under load may add.
 constexpr ULONGLONG kCancelLimit = 250 + 500;
 
 using Handles = std::vector<unsigned int>;
 
-// Notes the outcome of a request and says when it has come.
+/// Notes the outcome of a request and says when it has come.
 class Ending {
 public:
     OutcomeFunction Function() {
@@ -35,7 +35,7 @@ private:
 TEST(RequestTest, CancelledEndsInTimeAndTellsSo) {
     SilentPeer peer;
     Ending ending;
-    const Request request = TheClient().Send(To(peer.port()), ending.Function());
+    const Request request = TheClient().Send(To(peer.Port()), ending.Function());
     ASSERT_TRUE(peer.WaitForRequest());
     EXPECT_FALSE(request.Ended());
     const ULONGLONG begin = GetTickCount64();
@@ -51,7 +51,7 @@ TEST(RequestTest, CancelledAtOnceAfterTheSendEnds) {
     const rig::FullListener listener;
     for (int i = 0; i < 20; ++i) {
         Ending ending;
-        const Request request = TheClient().Send(To(listener.port()), ending.Function());
+        const Request request = TheClient().Send(To(listener.Port()), ending.Function());
         request.Cancel();
         request.Wait();
         EXPECT_EQ(ending.code(), Errc::kCancelled);
@@ -61,7 +61,7 @@ TEST(RequestTest, CancelledAtOnceAfterTheSendEnds) {
 TEST(RequestTest, CopiedMeansTheSameRequest) {
     SilentPeer peer;
     Ending ending;
-    const Request request = TheClient().Send(To(peer.port()), ending.Function());
+    const Request request = TheClient().Send(To(peer.Port()), ending.Function());
     const Request copy = request;  // NOLINT: the copy is what is tested
     copy.Cancel();
     request.Wait();
@@ -83,7 +83,7 @@ TEST(RequestTest, WaitedForInItsOwnFunctionIsADeadlockThatIsRefused) {
     std::error_code refused;
     bool inside = false;
     Request request;
-    request = TheClient().Send(To(peer.port()), [&](const Outcome&) {
+    request = TheClient().Send(To(peer.Port()), [&](const Outcome&) {
         known.Wait();
         inside = request.IsCallingThisThread();
         refused = CodeThrownBy([&] { request.Wait(); });
@@ -97,9 +97,9 @@ TEST(RequestTest, WaitedForInItsOwnFunctionIsADeadlockThatIsRefused) {
 
 TEST(RequestTest, WaitedForInAnotherRequestsFunctionIsWaitedFor) {
     rig::Peer peer(rig::Answer(rig::Ok("world")), /*threads=*/2);
-    const Request first = TheClient().Send(To(peer.port()), [](const Outcome&) {});
+    const Request first = TheClient().Send(To(peer.Port()), [](const Outcome&) {});
     bool ended = false;
-    const Request second = TheClient().Send(To(peer.port()), [&](const Outcome&) {
+    const Request second = TheClient().Send(To(peer.Port()), [&](const Outcome&) {
         first.Wait();
         ended = first.Ended();
     });
@@ -113,7 +113,7 @@ TEST(Cancel, AfterTheEndDoesNotReachTheLibrary) {
         rig::Thread([&] { TellReply(*message, "done"); }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     const Request request = client.Send(To(80), [](const Outcome&) {});
     request.Wait();
     request.Cancel();
@@ -123,7 +123,7 @@ TEST(Cancel, AfterTheEndDoesNotReachTheLibrary) {
 TEST(Cancel, TwiceReachesTheLibraryOnce) {
     ScriptedLibrary library;
     library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     const Request request = client.Send(To(80), [](const Outcome&) {});
     request.Cancel();
     request.Cancel();
@@ -139,7 +139,7 @@ TEST(Cancel, BeforeTheHandleIsKnownIsMadeUpFor) {
         EXPECT_EQ(library.Cancelled(), Handles());
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     Message message = To(80);
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     const Request request = client.Send(std::move(message), [](const Outcome&) {});
@@ -157,17 +157,17 @@ TEST(Cancel, AndTheEndBothBeforeTheHandleIsKnownReachesNobody) {
         }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     Message message = To(80);
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     EXPECT_EQ(client.Send(std::move(message)).get().body, "some");
     EXPECT_EQ(library.Cancelled(), Handles());
 }
 
-// A library that sends one request, and ends it when a cancel has been accepted.
+/// A library that sends one request, and ends it when a cancel has been accepted.
 class CancelledRequest {
 public:
-    explicit CancelledRequest(int refusals) : client_(ToLoopback(), Prepared().functions()) {
+    explicit CancelledRequest(int refusals) : client_(ToLoopback(), Prepared().TheFunctions()) {
         library_.RefuseCancels(refusals);
     }
     const Client& client() const { return client_; }
@@ -226,7 +226,7 @@ TEST(Cancel, BeforeTheHandleIsKnownAndThenRefusedIsTriedAgain) {
         rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     library.RefuseCancels(1);
     Message message = To(80);
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
@@ -241,7 +241,7 @@ TEST(Cancel, BeforeTheHandleIsKnownAndThenRefusedIsTriedAgain) {
 TEST(Cancel, AfterAThrowingProgressFunctionRefusedIsTriedAgainWithTheNextPiece) {
     ScriptedLibrary library;
     library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     library.RefuseCancels(1);
     Message message = To(80);
     message.on_progress = [](const Progress&) { throw 1; };
@@ -268,7 +268,7 @@ TEST(ScopedRequestTest, DestroyedCancelsAndWaits) {
     const auto captured = std::make_shared<int>();
     {
         const ScopedRequest request = TheClient().Send(
-            To(peer.port()), [captured, tell = ending.Function()](const Outcome& outcome) { tell(outcome); });
+            To(peer.Port()), [captured, tell = ending.Function()](const Outcome& outcome) { tell(outcome); });
         ASSERT_TRUE(peer.WaitForRequest());
         EXPECT_FALSE(request.Ended());
     }
@@ -280,7 +280,7 @@ TEST(ScopedRequestTest, DestroyedAfterTheEndDoesNothing) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     Ending ending;
     {
-        const ScopedRequest request = TheClient().Send(To(peer.port()), ending.Function());
+        const ScopedRequest request = TheClient().Send(To(peer.Port()), ending.Function());
         request.Wait();
     }
     EXPECT_FALSE(ending.code());
@@ -296,7 +296,7 @@ TEST(ScopedRequestTest, DetachedRunsOn) {
     Ending ending;
     Request request;
     {
-        ScopedRequest scoped = TheClient().Send(To(peer.port()), ending.Function());
+        ScopedRequest scoped = TheClient().Send(To(peer.Port()), ending.Function());
         request = scoped.Detach();
         EXPECT_TRUE(scoped.Ended());
     }
@@ -310,7 +310,7 @@ TEST(ScopedRequestTest, MovedTakesTheRequestAlong) {
     Ending ending;
     ScopedRequest outer;
     {
-        ScopedRequest inner = TheClient().Send(To(peer.port()), ending.Function());
+        ScopedRequest inner = TheClient().Send(To(peer.Port()), ending.Function());
         outer = std::move(inner);
     }
     EXPECT_FALSE(outer.Ended());
@@ -324,8 +324,8 @@ TEST(ScopedRequestTest, AssignedToEndsWhatItHeld) {
     SilentPeer peer(/*threads=*/2);
     Ending first;
     Ending second;
-    ScopedRequest request = TheClient().Send(To(peer.port()), first.Function());
-    request = TheClient().Send(To(peer.port()), second.Function());
+    ScopedRequest request = TheClient().Send(To(peer.Port()), first.Function());
+    request = TheClient().Send(To(peer.Port()), second.Function());
     EXPECT_EQ(first.code(), Errc::kCancelled);
     EXPECT_FALSE(request.Ended());
 }
@@ -335,7 +335,7 @@ TEST(ScopedRequestTest, DestroyedInItsOwnFunctionDoesNotWaitForItself) {
     rig::Signal known;
     Ending ending;
     auto request = std::make_unique<ScopedRequest>();
-    *request = TheClient().Send(To(peer.port()), [&](const Outcome& outcome) {
+    *request = TheClient().Send(To(peer.Port()), [&](const Outcome& outcome) {
         known.Wait();
         request.reset();
         ending.Function()(outcome);

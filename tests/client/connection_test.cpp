@@ -39,7 +39,7 @@ TEST(ConnectionFunction, OfAComingAndGoingNetworkIsToldEachChange) {
     std::vector<bool> told;
     Options options;
     options.on_connection = [&](bool connected) { told.push_back(connected); };
-    const Client client(std::move(options), library.functions());
+    const Client client(std::move(options), library.TheFunctions());
     TellConnection(library, 0);
     TellConnection(library, 1);
     TellConnection(library, 0);
@@ -52,7 +52,7 @@ TEST(ConnectionFunction, AfterTheClientsEndIsNotCalled) {
     {
         Options options;
         options.on_connection = [calls](bool) { ++*calls; };
-        const Client client(std::move(options), library.functions());
+        const Client client(std::move(options), library.TheFunctions());
         TellConnection(library, 1);
     }
     TellConnection(library, 0);
@@ -71,7 +71,7 @@ TEST(ConnectionFunction, RunningWhenTheClientEndsIsWaitedFor) {
         EXPECT_FALSE(destroyed.Wait(/*milliseconds=*/500));
         finished = true;
     };
-    auto client = std::make_unique<Client>(std::move(options), library.functions());
+    auto client = std::make_unique<Client>(std::move(options), library.TheFunctions());
     rig::Thread teller([&] { TellConnection(library, 1); });
     ASSERT_TRUE(running.Wait());
     client.reset();
@@ -89,7 +89,7 @@ TEST(ConnectionFunction, WhichDestroysTheClientReturnsFromThat) {
         client.reset();
         calls += *captured;  // what runs has not been destroyed
     };
-    client = std::make_unique<Client>(std::move(options), library.functions());
+    client = std::make_unique<Client>(std::move(options), library.TheFunctions());
     TellConnection(library, 1);
     TellConnection(library, 0);
     EXPECT_EQ(calls, 7);
@@ -102,14 +102,14 @@ TEST(ConnectionFunction, WhichThrowsIsReported) {
     Options options;
     options.on_connection = [](bool) { throw std::runtime_error("mine"); };
     options.on_exception = [&](const std::exception_ptr& exception) { text = TextOf(exception); };
-    const Client client(std::move(options), library.functions());
+    const Client client(std::move(options), library.TheFunctions());
     TellConnection(library, 1);
     EXPECT_EQ(text, "mine");
 }
 
 TEST(ClientNotification, ToldOfARequestThatItDidNotSendHeedsItNot) {
     ScriptedLibrary library;
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     WPK_CALLBACKSTRUCT notification = {};
     notification.nReason = WPK_REASON_CREDENTIALS;
     notification.lpUserData = library.settings.lpUserData;

@@ -12,7 +12,7 @@ namespace {
 
 using Pairs = std::vector<std::string>;
 
-// A proxy that lets nobody in but one user; 407 for all others.
+/// A proxy that lets nobody in but one user; 407 for all others.
 rig::Peer::Script OnlyFor(std::string pair) {
     return [pair = std::move(pair)](rig::Connection& connection) {
         const bool known = rig::CredentialsOf(connection.ReadRequest()) == pair;
@@ -23,7 +23,7 @@ rig::Peer::Script OnlyFor(std::string pair) {
 Options Through(const rig::Peer& proxy) {
     Options options;
     options.server = "server.invalid";
-    options.proxy = Proxy{"127.0.0.1", proxy.port(), {}};
+    options.proxy = Proxy{"127.0.0.1", proxy.Port(), {}};
     return options;
 }
 

@@ -18,11 +18,11 @@ constexpr WPK_ERROR kCoded[] = {WPK_ERROR_BAD_REQUEST, WPK_ERROR_NO_NETWORK,    
                                 WPK_ERROR_CANCELLED,   WPK_ERROR_BAD_VERSION,      WPK_ERROR_NO_SERVICE,
                                 WPK_ERROR_EXCHANGE,    WPK_ERROR_PROXY_CREDENTIALS};
 
-// The code with which a request ends that gets this answer; the same in both forms.
+/// The code with which a request ends that gets this answer; the same in both forms.
 std::error_code CodeAfter(const std::string& answer) {
     Peer peer(Answer(answer));
-    const Kept kept = SendAndWait(TheClient(), To(peer.port()));
-    EXPECT_EQ(CodeOf(TheClient().Send(To(peer.port()))), kept.error);
+    const Kept kept = SendAndWait(TheClient(), To(peer.Port()));
+    EXPECT_EQ(CodeOf(TheClient().Send(To(peer.Port()))), kept.error);
     EXPECT_EQ(kept.body, "");
     EXPECT_EQ(kept.count, 1);
     return kept.error;
@@ -35,7 +35,7 @@ TEST(ErrorCode, OfEveryFailureOfTheLibraryReachesFutureAndFunction) {
             rig::Thread([&] { TellFailure(*message, coded); }).Join();
             return 8u;
         };
-        const Client client(ToLoopback(), library.functions());
+        const Client client(ToLoopback(), library.TheFunctions());
         const std::error_code expected = static_cast<Errc>(coded);
         EXPECT_EQ(expected.value(), coded);
         EXPECT_EQ(CodeOf(client.Send(To(80))), expected);
@@ -94,7 +94,7 @@ TEST(RequestFailure, ToAServerThatSaysNonsenseEndsSo) {
 TEST(SendRefused, ThatTheLibraryDoesNotTakeThrowsAndCallsNothing) {
     ScriptedLibrary library;
     library.onSend = [](WPK_SENDSTRUCT*) { return 0u; };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     const auto captured = std::make_shared<int>();
     EXPECT_EQ(CodeThrownBy([&] { client.Send(To(80), [captured](const Outcome&) { FAIL() << "nothing was sent"; }); }),
               Errc::kNotTaken);

@@ -11,7 +11,7 @@
 namespace wpk::client_test {
 namespace {
 
-// A Client that keeps what its on_exception gets.
+/// A Client that keeps what its on_exception gets.
 class Watched {
 public:
     const Client& client() const { return client_; }
@@ -36,7 +36,7 @@ private:
 
 using Texts = std::vector<std::string>;
 
-// Sends the reply in two pieces, the second when `more` is set.
+/// Sends the reply in two pieces, the second when `more` is set.
 rig::Peer::Script TwoPieces(rig::Signal& more) {
     return [&more](rig::Connection& connection) {
         connection.ReadRequest();
@@ -50,22 +50,22 @@ TEST(OutcomeFunction, WhichThrowsIsReportedAndTheRequestEnds) {
     Watched watched;
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     const Request request =
-        watched.client().Send(To(peer.port()), [](const Outcome&) { throw std::runtime_error("mine"); });
+        watched.client().Send(To(peer.Port()), [](const Outcome&) { throw std::runtime_error("mine"); });
     request.Wait();
     EXPECT_EQ(watched.Texts(), Texts{"mine"});
-    EXPECT_EQ(watched.client().Send(To(peer.port())).get().body, "world");
+    EXPECT_EQ(watched.client().Send(To(peer.Port())).get().body, "world");
 }
 
 TEST(OutcomeFunction, WhichThrowsWithNobodyToTellLeavesAllElseAlone) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
-    const Request request = TheClient().Send(To(peer.port()), [](const Outcome&) { throw 42; });
+    const Request request = TheClient().Send(To(peer.Port()), [](const Outcome&) { throw 42; });
     request.Wait();
-    EXPECT_EQ(TheClient().Send(To(peer.port())).get().body, "world");
+    EXPECT_EQ(TheClient().Send(To(peer.Port())).get().body, "world");
 }
 
 TEST(ExceptionFunction, WhichThrowsIsNotHeeded) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
-    Options options = ToLoopback(peer.port());
+    Options options = ToLoopback(peer.Port());
     options.on_exception = [](std::exception_ptr) { throw std::runtime_error("again"); };
     const Client client(std::move(options), FreshLibrary());
     const Request request = client.Send({"Echo", "hello"}, [](const Outcome&) { throw std::runtime_error("mine"); });
@@ -79,7 +79,7 @@ TEST(ThrowingProgressFunction, WhichThrowsCancelsTheRequestAndIsTheOutcome) {
     int calls = 0;
     {
         rig::Peer peer(TwoPieces(never));
-        Message message = To(peer.port());
+        Message message = To(peer.Port());
         message.on_progress = [&](const Progress&) {
             ++calls;
             throw std::runtime_error("mine");
@@ -97,7 +97,7 @@ TEST(ThrowingProgressFunction, WhichThrowsCancelsTheRequestAndIsTheOutcome) {
 TEST(ThrowingProgressFunction, WhichThrowsReachesTheFutureAsItIs) {
     rig::Signal never;
     rig::Peer peer(TwoPieces(never));
-    Message message = To(peer.port());
+    Message message = To(peer.Port());
     message.on_progress = [](const Progress&) { throw std::out_of_range("mine"); };
     std::future<Reply> future = TheClient().Send(std::move(message));
     EXPECT_THROW(future.get(), std::out_of_range);
@@ -114,7 +114,7 @@ TEST(ThrowingProgressFunction, WhichThrowsAtTheLastPieceIsStillTheOutcome) {
         }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     int calls = 0;
     Message message = To(80);
     message.on_progress = [&](const Progress&) {

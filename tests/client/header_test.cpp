@@ -16,7 +16,7 @@
 
 namespace wpk::client_test {
 
-// In header_again_test.cpp, where <windows.h> comes first.
+/// In header_again_test.cpp, where <windows.h> comes first.
 const std::error_category& CategoryThere();
 Request EmptyRequestThere();
 

@@ -18,7 +18,7 @@ bool IsCommitted(const void* address) {
     return memory.State == MEM_COMMIT;
 }
 
-// So large that the heap gives its memory back to the system at once.
+/// So large that the heap gives its memory back to the system at once.
 constexpr size_t kLarge = 8u << 20;
 
 TEST(MessageKept, MadeOfTemporariesArrivesWhole) {
@@ -34,7 +34,7 @@ TEST(MessageKept, MadeOfTemporariesArrivesWhole) {
         std::string service = "a service whose name is too long for any short string";
         Message message(service, rig::Pattern(kLarge));
         message.server = std::wstring(L"127.0.0.1");
-        message.port = peer.port();
+        message.port = peer.Port();
         future = TheClient().Send(std::move(message));
         service.assign(service.size(), '-');
     }
@@ -62,7 +62,7 @@ TEST(MessageKept, AfterItsOutcomeStaysUntilItsThreadHasEnded) {
         });
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     Message large("Echo", std::string(kLarge, 'x'));
     large.server = "server.example";
     const Request request = client.Send(std::move(large), [](const Outcome&) {});
@@ -87,7 +87,7 @@ TEST(MessageKept, AfterItsOutcomeStaysUntilItsThreadHasEnded) {
     EXPECT_FALSE(IsCommitted(body));
 }
 
-// Whether that is the id of a thread that has ended, so that no other thread can get it.
+/// Whether that is the id of a thread that has ended, so that no other thread can get it.
 bool IsKeptId(DWORD id) {
     const HANDLE thread = OpenThread(SYNCHRONIZE, /*bInheritHandle=*/FALSE, id);
     if (!thread) return false;
@@ -110,7 +110,7 @@ TEST(MessageKept, OfACancelledRequestIsGivenBackWhileItsThreadsIdStaysTaken) {
         });
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     const Request request = client.Send({"Echo", std::string(kLarge, 'x')}, [](const Outcome&) {});
     request.Cancel();
     thread->Join();
@@ -126,7 +126,7 @@ TEST(MessageKept, OfARequestThatTheLibraryRefusedIsGivenBackAtOnce) {
         body = message->lpData;
         return 0u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     EXPECT_EQ(CodeThrownBy([&] { client.Send({"Echo", std::string(kLarge, 'x')}).get(); }), Errc::kNotTaken);
     EXPECT_FALSE(IsCommitted(body));
 }
@@ -139,9 +139,9 @@ TEST(MessageMoved, WithALargeBodyIsNotCopied) {
         rig::Thread([&] { TellReply(*message, "done"); }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     Message message("Echo", std::string(kLarge, 'x'));
-    const void* const mine = message.body.data();
+    const void* mine = message.body.data();
     client.Send(std::move(message)).get();
     EXPECT_EQ(sent, mine);
 }
@@ -159,7 +159,7 @@ TEST(ClientLifetime, DestroyedWhileRequestsRunLetsThemEnd) {
     Request request;
     Kept kept;
     {
-        const Client client(ToLoopback(peer.port()), FreshLibrary());
+        const Client client(ToLoopback(peer.Port()), FreshLibrary());
         future = client.Send({"Echo", "hello"});
         request = client.Send({"Echo", "hello"}, [&](const Outcome& outcome) { kept.body = outcome.body(); });
     }
@@ -175,7 +175,7 @@ TEST(ClientLifetime, DestroyedWhileARequestRunsLeavesItsHandleWorking) {
     std::error_code code;
     Request request;
     {
-        const Client client(ToLoopback(peer.port()), FreshLibrary());
+        const Client client(ToLoopback(peer.Port()), FreshLibrary());
         request = client.Send({"Echo", "hello"}, [&](const Outcome& outcome) { code = outcome.error(); });
     }
     request.Cancel();
@@ -185,7 +185,7 @@ TEST(ClientLifetime, DestroyedWhileARequestRunsLeavesItsHandleWorking) {
 
 TEST(ClientLifetime, DestroyedInsideAnOutcomeIsNoTrouble) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
-    auto client = std::make_unique<Client>(ToLoopback(peer.port()), FreshLibrary());
+    auto client = std::make_unique<Client>(ToLoopback(peer.Port()), FreshLibrary());
     rig::Signal known;
     const Request request = client->Send({"Echo", "hello"}, [&](const Outcome&) {
         known.Wait();
@@ -196,15 +196,15 @@ TEST(ClientLifetime, DestroyedInsideAnOutcomeIsNoTrouble) {
     EXPECT_FALSE(client);
 }
 
-// In a process of its own, which has the library that it is linked with to itself.
+/// In a process of its own, which has the library that it is linked with to itself.
 WPK_SCENARIO(endsWithRequestsUnderWay) {
     static const rig::FullListener listener;
     static SilentPeer peer;
-    static const Client client(ToLoopback(listener.port()));
+    static const Client client(ToLoopback(listener.Port()));
     static std::vector<std::future<Reply>> futures;
     for (int i = 0; i < 4; ++i) futures.push_back(client.Send({"Echo", "hello"}));
     static const ScopedRequest cancelledAtTheEnd = client.Send({"Echo", "hello"}, [](const Outcome&) {});
-    client.Send(To(peer.port()), [](const Outcome&) {});
+    client.Send(To(peer.Port()), [](const Outcome&) {});
     return peer.WaitForRequest() ? 0 : 1;
 }
 
@@ -218,7 +218,7 @@ TEST(FinalNotification, BeforeTheSendIsBackIsTheOutcome) {
         rig::Thread([&] { TellReply(*message, "quick"); }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     int count = 0;
     const Request request = client.Send({"Echo", "hello"}, [&](const Outcome& outcome) {
         EXPECT_EQ(outcome.body(), "quick");

@@ -13,12 +13,12 @@ namespace {
 constexpr int kThreads = 8;
 constexpr int kRequestsEach = 25;
 
-// Answers each request with its own message.
+/// Answers each request with its own message.
 void Echo(rig::Connection& connection) {
     connection.Send(rig::Ok(rig::MessageOf(connection.ReadRequest())));
 }
 
-// Short ones stay in memory, long ones are spooled.
+/// Short ones stay in memory, long ones are spooled.
 std::string MessageNumber(int number) {
     return std::to_string(number) + std::string(number % 5 == 0 ? 20000 : 20, 'x');
 }
@@ -34,10 +34,10 @@ TEST(ClientLoad, TwoHundredRequestsFromEightThreadsEachGetItsOwnReply) {
             for (int i = 0; i < kRequestsEach; ++i) {
                 const std::string body = MessageNumber(thread * kRequestsEach + i);
                 if (i % 2 == 0) {
-                    futures.push_back(TheClient().Send(To(peer.port(), body)));
+                    futures.push_back(TheClient().Send(To(peer.Port(), body)));
                     continue;
                 }
-                requests.push_back(TheClient().Send(To(peer.port(), body), [&good, body](const Outcome& outcome) {
+                requests.push_back(TheClient().Send(To(peer.Port(), body), [&good, body](const Outcome& outcome) {
                     if (outcome && outcome.body() == body) ++good;
                 }));
             }
@@ -61,7 +61,7 @@ TEST(ClientLoad, RequestsCancelledAtAnyMomentEachEndOnce) {
         threads.emplace_back([&, thread] {
             for (int i = 0; i < kRequestsEach; ++i) {
                 const ScopedRequest request =
-                    TheClient().Send(To(peer.port(), MessageNumber(i)), [&](const Outcome& outcome) {
+                    TheClient().Send(To(peer.Port(), MessageNumber(i)), [&](const Outcome& outcome) {
                         if (outcome) return static_cast<void>(++replies);
                         ++(outcome.error() == Errc::kCancelled ? cancelled : others);
                     });

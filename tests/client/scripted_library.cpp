@@ -26,7 +26,7 @@ ScriptedLibrary::~ScriptedLibrary() {
     current_ = nullptr;
 }
 
-Functions ScriptedLibrary::functions() const {
+Functions ScriptedLibrary::TheFunctions() const {
     return {&ScriptedLibrary::Init, &ScriptedLibrary::Send, &ScriptedLibrary::Cancel};
 }
 

@@ -17,7 +17,7 @@ std::error_code CodeOfAClient(const Functions& functions) {
 TEST(SecondClient, BesideTheFirstIsRefusedAndLeavesItAlone) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     const Functions functions = FreshLibrary();
-    const Client first(ToLoopback(peer.port()), functions);
+    const Client first(ToLoopback(peer.Port()), functions);
     EXPECT_EQ(CodeOfAClient(functions), Errc::kAlreadyInitialised);
     EXPECT_EQ(first.Send({"Echo", "hello"}).get().body, "world");
 }
@@ -40,11 +40,11 @@ TEST(ClientTest, WhereOtherCodeHasInitialisedTheLibraryIsRefused) {
 TEST(ClientTest, MadeWhileAnotherOneIsBeingMadeIsRefused) {
     ScriptedLibrary library;
     std::error_code second;
-    Functions functions = library.functions();
+    Functions functions = library.TheFunctions();
     static std::function<void()> during;
     static Functions real;
     during = [&] { rig::Thread([&] { second = CodeOfAClient(functions); }).Join(); };
-    real = library.functions();
+    real = library.TheFunctions();
     functions.init = [](const WPK_INITSTRUCT* settings) {
         during();
         return real.init(settings);
@@ -56,9 +56,9 @@ TEST(ClientTest, MadeWhileAnotherOneIsBeingMadeIsRefused) {
 TEST(ClientTest, OfALibraryThatDoesNotStartIsRefusedAndMayBeTriedAgain) {
     ScriptedLibrary library;
     library.initAnswer = 0;
-    EXPECT_EQ(CodeOfAClient(library.functions()), Errc::kNotInitialised);
+    EXPECT_EQ(CodeOfAClient(library.TheFunctions()), Errc::kNotInitialised);
     library.initAnswer = 1;
-    EXPECT_FALSE(CodeOfAClient(library.functions()));
+    EXPECT_FALSE(CodeOfAClient(library.TheFunctions()));
 }
 
 TEST(ClientTest, OfALibraryOfWhichAFunctionIsMissingIsRefused) {
@@ -66,7 +66,7 @@ TEST(ClientTest, OfALibraryOfWhichAFunctionIsMissingIsRefused) {
     for (const auto forget : {+[](Functions& functions) { functions.init = nullptr; },
                               +[](Functions& functions) { functions.send = nullptr; },
                               +[](Functions& functions) { functions.cancel = nullptr; }}) {
-        Functions functions = library.functions();
+        Functions functions = library.TheFunctions();
         forget(functions);
         EXPECT_EQ(CodeOfAClient(functions), Errc::kNoFunction);
     }
@@ -74,7 +74,7 @@ TEST(ClientTest, OfALibraryOfWhichAFunctionIsMissingIsRefused) {
 
 TEST(ClientTest, WithDefaultOptionsAsksForAPermanentNetworkWithoutAProxy) {
     ScriptedLibrary library;
-    const Client client(Options(), library.functions());
+    const Client client(Options(), library.TheFunctions());
     EXPECT_EQ(library.settings.nConnectionType, WPK_CONNECTION_PERMANENT);
     EXPECT_EQ(library.settings.bBehindProxy, 0);
     EXPECT_EQ(library.settings.hInstance, nullptr);
@@ -85,7 +85,7 @@ TEST(ClientTest, WithEveryOptionHandsAllOfThemOver) {
     ScriptedLibrary library;
     static std::string texts;
     static Functions real;
-    real = library.functions();
+    real = library.TheFunctions();
     Functions functions = real;
     // The texts need to live only during the call.
     functions.init = [](const WPK_INITSTRUCT* settings) {

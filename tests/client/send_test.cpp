@@ -15,7 +15,7 @@ using rig::Answer;
 using rig::Ok;
 using rig::Peer;
 
-// Longer than what the library keeps in memory.
+/// Longer than what the library keeps in memory.
 constexpr size_t kSpooled = 300000;
 
 std::string ExpectedBytes(unsigned short port, const std::string& service, const std::string& data) {
@@ -28,21 +28,21 @@ std::string ExpectedBytes(unsigned short port, const std::string& service, const
 
 TEST(SendForAFuture, ToAServiceGetsTheReply) {
     Peer peer(Answer(Ok("world")));
-    std::future<Reply> future = TheClient().Send(To(peer.port(), "hello"));
+    std::future<Reply> future = TheClient().Send(To(peer.Port(), "hello"));
     EXPECT_EQ(future.get().body, "world");
-    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.port(), "Echo", "hello"));
+    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.Port(), "Echo", "hello"));
 }
 
 TEST(SendForAFuture, AnEmptyReplyIsEmpty) {
     Peer peer(Answer(Ok("")));
-    EXPECT_EQ(TheClient().Send(To(peer.port())).get().body, "");
+    EXPECT_EQ(TheClient().Send(To(peer.Port())).get().body, "");
 }
 
 TEST(SendForAFuture, ASpooledReplyHasBytesOfItsOwn) {
     const std::string bytes = rig::Pattern(kSpooled);
     Peer peer(Answer(Ok(bytes)));
     Request request;
-    std::future<Reply> future = TheClient().Send(To(peer.port()), request);
+    std::future<Reply> future = TheClient().Send(To(peer.Port()), request);
     request.Wait();  // the mapped file has gone
     EXPECT_TRUE(future.get().body == bytes);
 }
@@ -50,7 +50,7 @@ TEST(SendForAFuture, ASpooledReplyHasBytesOfItsOwn) {
 TEST(SendForAFuture, WithAHandleCanBeCancelled) {
     SilentPeer peer;
     Request request;
-    std::future<Reply> future = TheClient().Send(To(peer.port()), request);
+    std::future<Reply> future = TheClient().Send(To(peer.Port()), request);
     ASSERT_TRUE(peer.WaitForRequest());
     request.Cancel();
     EXPECT_EQ(CodeOf(std::move(future)), Errc::kCancelled);
@@ -59,7 +59,7 @@ TEST(SendForAFuture, WithAHandleCanBeCancelled) {
 TEST(SendForAFuture, WhichIsDroppedRunsOn) {
     Peer peer(Answer(Ok("late")));
     Request request;
-    { const std::future<Reply> dropped = TheClient().Send(To(peer.port()), request); }
+    { const std::future<Reply> dropped = TheClient().Send(To(peer.Port()), request); }
     request.Wait();
     EXPECT_EQ(peer.Requests().size(), 1u);
 }
@@ -67,7 +67,7 @@ TEST(SendForAFuture, WhichIsDroppedRunsOn) {
 TEST(SendForAFuture, WhenReadyHasDestroyedTheProgressFunction) {
     Peer peer(Answer(Ok("world")));
     const auto captured = std::make_shared<int>();
-    Message message = To(peer.port());
+    Message message = To(peer.Port());
     message.on_progress = [captured](const Progress&) {};
     std::future<Reply> future = TheClient().Send(std::move(message));
     future.get();
@@ -76,7 +76,7 @@ TEST(SendForAFuture, WhenReadyHasDestroyedTheProgressFunction) {
 
 TEST(SendForAFunction, ToAServiceTellsTheReplyOnceOnAThreadOfTheLibrarys) {
     Peer peer(Answer(Ok("world")));
-    const Kept kept = SendAndWait(TheClient(), To(peer.port()));
+    const Kept kept = SendAndWait(TheClient(), To(peer.Port()));
     EXPECT_FALSE(kept.error);
     EXPECT_EQ(kept.body, "world");
     EXPECT_EQ(kept.count, 1);
@@ -89,7 +89,7 @@ TEST(SendForAFunction, ASpooledReplyIsShownWhereItIsMapped) {
     Peer peer(Answer(Ok(bytes)));
     bool equal = false;
     DWORD kind = 0;
-    const Request request = TheClient().Send(To(peer.port()), [&](const Outcome& outcome) {
+    const Request request = TheClient().Send(To(peer.Port()), [&](const Outcome& outcome) {
         equal = outcome.body() == bytes;
         MEMORY_BASIC_INFORMATION memory = {};
         VirtualQuery(outcome.body().data(), &memory, sizeof memory);
@@ -103,7 +103,7 @@ TEST(SendForAFunction, ASpooledReplyIsShownWhereItIsMapped) {
 TEST(SendForAFunction, WhoseHandleIsDroppedStillTellsTheOutcome) {
     Peer peer(Answer(Ok("world")));
     rig::Signal told;
-    TheClient().Send(To(peer.port()), [&](const Outcome& outcome) {
+    TheClient().Send(To(peer.Port()), [&](const Outcome& outcome) {
         EXPECT_TRUE(outcome);
         told.Set();
     });
@@ -113,7 +113,7 @@ TEST(SendForAFunction, WhoseHandleIsDroppedStillTellsTheOutcome) {
 TEST(SendForAFunction, WhenEndedHasDestroyedTheFunction) {
     Peer peer(Answer(Ok("world")));
     const auto captured = std::make_shared<int>();
-    const Request request = TheClient().Send(To(peer.port()), [captured](const Outcome&) {});
+    const Request request = TheClient().Send(To(peer.Port()), [captured](const Outcome&) {});
     request.Wait();
     EXPECT_TRUE(request.Ended());
     EXPECT_EQ(captured.use_count(), 1);
@@ -123,7 +123,7 @@ TEST(SendForAFunction, FromInsideAnOutcomeWorks) {
     Peer peer(Answer(Ok("world")));
     std::future<Reply> inner;
     const Request request =
-        TheClient().Send(To(peer.port()), [&](const Outcome&) { inner = TheClient().Send(To(peer.port())); });
+        TheClient().Send(To(peer.Port()), [&](const Outcome&) { inner = TheClient().Send(To(peer.Port())); });
     request.Wait();
     EXPECT_EQ(inner.get().body, "world");
 }
@@ -131,15 +131,15 @@ TEST(SendForAFunction, FromInsideAnOutcomeWorks) {
 TEST(SendForAFunction, WithAnEmptyFunctionIsRefused) {
     Peer peer(Answer(Ok("never")));
     const OutcomeFunction none;
-    EXPECT_EQ(CodeThrownBy([&] { TheClient().Send(To(peer.port()), none); }), Errc::kNoFunction);
+    EXPECT_EQ(CodeThrownBy([&] { TheClient().Send(To(peer.Port()), none); }), Errc::kNoFunction);
     EXPECT_EQ(peer.Connections(), 0u);
 }
 
 TEST(MessageTest, WithoutADestinationGoesToTheClients) {
     Peer peer(Answer(Ok("default")));
-    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    const Client client(ToLoopback(peer.Port()), FreshLibrary());
     EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "default");
-    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.port(), "Echo", "hello"));
+    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.Port(), "Echo", "hello"));
 }
 
 TEST(MessageTest, WithADestinationGoesThere) {
@@ -149,14 +149,14 @@ TEST(MessageTest, WithADestinationGoesThere) {
     const Client client(std::move(options), FreshLibrary());
     Message message("Echo", "hello");
     message.server = "127.0.0.1";
-    message.port = elsewhere.port();
+    message.port = elsewhere.Port();
     EXPECT_EQ(client.Send(std::move(message)).get().body, "elsewhere");
 }
 
 TEST(MessageTest, OfAnyBytesArrivesWhole) {
     const std::string bytes = rig::Pattern(1u << 20) + std::string("\0tail", 5);
     Peer peer(Answer(Ok("got it")));
-    EXPECT_EQ(TheClient().Send(To(peer.port(), bytes)).get().body, "got it");
+    EXPECT_EQ(TheClient().Send(To(peer.Port(), bytes)).get().body, "got it");
     EXPECT_TRUE(rig::MessageOf(peer.WaitForRequest()) == bytes);
 }
 
@@ -177,7 +177,7 @@ TEST(MessageTest, AsLongAsARequestCanBeFitsAndNoLonger) {
 
 TEST(MessageTest, WithoutBodyArrivesEmpty) {
     Peer peer(Answer(Ok("got it")));
-    EXPECT_EQ(TheClient().Send(To(peer.port(), "")).get().body, "got it");
+    EXPECT_EQ(TheClient().Send(To(peer.Port(), "")).get().body, "got it");
     EXPECT_EQ(rig::MessageOf(peer.WaitForRequest()), "");
 }
 
@@ -185,9 +185,9 @@ TEST(MessageTest, InWideCharactersArrivesInTheAnsiCodePage) {
     Peer peer(Answer(Ok("got it")));
     Message message(L"Gr\u00FC\u00DFe", "hello");
     message.server = std::wstring_view(L"127.0.0.1");
-    message.port = peer.port();
+    message.port = peer.Port();
     EXPECT_EQ(TheClient().Send(std::move(message)).get().body, "got it");
-    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.port(),
+    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.Port(),
                                                    "Gr\xFC\xDF"
                                                    "e",
                                                    "hello"));
@@ -207,7 +207,7 @@ TEST(ProgressFunction, DuringAReplySeesItGrow) {
     bool prefix = true;
     bool total = true;
     DWORD thread = 0;
-    Message message = To(peer.port());
+    Message message = To(peer.Port());
     message.on_progress = [&](const Progress& progress) {
         received.push_back(progress.received());
         prefix = prefix && progress.body() == std::string_view(bytes).substr(0, progress.received());
@@ -233,7 +233,7 @@ TEST(ProgressFunction, WhichCancelsEndsTheRequest) {
         connection.Send(rig::OkHead(100) + "some");
         over.Wait();
     });
-    Message message = To(peer.port());
+    Message message = To(peer.Port());
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     EXPECT_EQ(SendAndWait(TheClient(), std::move(message)).error, Errc::kCancelled);
     over.Set();

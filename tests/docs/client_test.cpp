@@ -20,7 +20,7 @@ void Echo(rig::Connection& connection) {
 class ClientPage : public testing::Test {
 protected:
     rig::Peer peer_{Echo};
-    const unsigned short port = peer_.port();
+    const unsigned short port = peer_.Port();
     const Client client{ToLoopback(port), FreshLibrary()};
 };
 
@@ -40,7 +40,7 @@ TEST_F(ClientPage, MessageSaysWhereItGoes) {
 
 TEST(ClientPageWithSilence, CancelEndsTheRequest) {
     SilentPeer peer;
-    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    const Client client(ToLoopback(peer.Port()), FreshLibrary());
     bool cancelled = false;
 #include "client/cancel.inc"
     EXPECT_TRUE(cancelled);
@@ -48,7 +48,7 @@ TEST(ClientPageWithSilence, CancelEndsTheRequest) {
 
 TEST(ClientPageWithSilence, WindowGoesWithItsRequest) {
     SilentPeer peer;
-    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    const Client client(ToLoopback(peer.Port()), FreshLibrary());
     auto window = std::make_unique<Window>();
     window->Refresh(client);
     ASSERT_TRUE(peer.WaitForRequest());
@@ -57,7 +57,7 @@ TEST(ClientPageWithSilence, WindowGoesWithItsRequest) {
 
 TEST(ClientPageWithSilence, TimeLimitIsReached) {
     SilentPeer peer;
-    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    const Client client(ToLoopback(peer.Port()), FreshLibrary());
     bool late = false;
 #include "client/time_limit.inc"
     EXPECT_TRUE(late);
@@ -77,7 +77,7 @@ TEST(ClientPageOptions, AddressIsTakenApart) {
         const std::string typed = "server.example:99999";
 #include "client/address.inc"
     }
-    const char* const expected =
+    const char* expected =
 #include "client/complaint.out"
         ;
     EXPECT_EQ(complaint, expected);
@@ -96,7 +96,7 @@ TEST(ClientPageWithAProxy, CredentialsAreReplaced) {
         const bool known = rig::CredentialsOf(connection.ReadRequest()) == "user:new password";
         connection.Send(known ? rig::Ok("in") : rig::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
     });
-    const unsigned short port = proxy.port();
+    const unsigned short port = proxy.Port();
 #include "client/proxy.inc"
     const Client client(std::move(options), FreshLibrary());
     EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "in");

@@ -32,7 +32,7 @@ protected:
 TEST_F(GuidePage, OneRequestBringsTheReply) {
     Peer peer([](Connection& connection) { connection.Send(Ok(MessageOf(connection.ReadRequest()))); });
     Question question;
-    EXPECT_TRUE(Ask(question, "127.0.0.1", peer.port(), "hello"));
+    EXPECT_TRUE(Ask(question, "127.0.0.1", peer.Port(), "hello"));
     EXPECT_EQ(question.reply, "hello");
 }
 
@@ -42,7 +42,7 @@ TEST_F(GuidePage, OneRequestBringsTheFailure) {
         connection.Send(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {"Content-Length: 0"}));
     });
     Question question;
-    EXPECT_FALSE(Ask(question, "127.0.0.1", peer.port(), "hello"));
+    EXPECT_FALSE(Ask(question, "127.0.0.1", peer.Port(), "hello"));
     EXPECT_EQ(question.error, WPK_ERROR_NO_SERVICE);
 }
 
@@ -54,7 +54,7 @@ TEST_F(GuidePage, TimeLimitEndsTheRequest) {
     });
     Question question;
     question.message.lpszServer = "127.0.0.1";
-    question.message.nPort = peer.port();
+    question.message.nPort = peer.Port();
     question.message.lpfnCallback = OnNotification;
     question.message.lpUserData = &question;
     const unsigned handle = WPK_Send(&question.message);
@@ -64,7 +64,7 @@ TEST_F(GuidePage, TimeLimitEndsTheRequest) {
     over.Set();
 }
 
-// Somebody who knows the password.
+/// Somebody who knows the password.
 struct Person {
     static bool AskUser(char* user, char* password) {
         std::strcpy(user, "user");
@@ -76,7 +76,7 @@ struct Person {
 TEST(GuidePageNotifications, CredentialsAreAnswered) {
     WPK_CALLBACKSTRUCT record = {};
     record.nReason = WPK_REASON_CREDENTIALS;
-    WPK_CALLBACKSTRUCT* const notification = &record;
+    WPK_CALLBACKSTRUCT* notification = &record;
     const Person question;
     switch (notification->nReason) {
 #include "guide/credentials.inc"

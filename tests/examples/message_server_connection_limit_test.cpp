@@ -20,7 +20,7 @@ bool memoryIsOut = false;
 // Out of line, for the compiler would see malloc and delete, or new and free, and take them for a mistake.
 #define WPK_OUT_OF_LINE __attribute__((noinline))
 
-WPK_OUT_OF_LINE void* operator new(std::size_t size) {
+WPK_OUT_OF_LINE void* operator new(size_t size) {
     void* memory = memoryIsOut ? nullptr : std::malloc(size > 0 ? size : 1);
     if (!memory) throw std::bad_alloc();
     return memory;
@@ -30,7 +30,7 @@ WPK_OUT_OF_LINE void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 
-WPK_OUT_OF_LINE void operator delete(void* memory, std::size_t) noexcept {
+WPK_OUT_OF_LINE void operator delete(void* memory, size_t) noexcept {
     std::free(memory);
 }
 

@@ -28,7 +28,7 @@ TEST(FillWithAlphabet, GoesOnAtAnyOffset) {
     std::string whole(100, '?');
     FillWithAlphabet(0, whole.data(), whole.size());
     EXPECT_EQ(whole.substr(0, 28), "abcdefghijklmnopqrstuvwxyzab");
-    for (std::size_t offset = 0; offset <= whole.size(); ++offset) {
+    for (size_t offset = 0; offset <= whole.size(); ++offset) {
         std::string rest(whole.size() - offset, '?');
         FillWithAlphabet(offset, rest.data(), rest.size());
         EXPECT_EQ(rest, whole.substr(offset)) << offset;

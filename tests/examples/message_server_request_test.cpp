@@ -12,7 +12,7 @@
 namespace message_server {
 namespace {
 
-constexpr std::size_t kMaxBody = 1000;
+constexpr size_t kMaxBody = 1000;
 
 std::string HeadOf(const std::string& length) {
     return "POST http://127.0.0.1:80/ HTTP/1.0\r\nUser-Agent: WPK/1.00\r\nContent-Type: application/tagged-data\r\n"
@@ -20,7 +20,7 @@ std::string HeadOf(const std::string& length) {
            length + "\r\n\r\n";
 }
 
-std::string Integer(std::size_t value) {
+std::string Integer(size_t value) {
     std::string bytes;
     for (int i = 0; i < 4; ++i) bytes += static_cast<char>(value >> (8 * i) & 0xFF);
     return bytes;
@@ -61,7 +61,7 @@ TEST(FindHeadEnd, OfAWholeHeadIsBehindItsEmptyLine) {
 
 TEST(FindHeadEnd, OfEveryTruncatedHeadIsNotThereYet) {
     const std::string head = HeadOf("5");
-    for (std::size_t length = 0; length < head.size(); ++length) {
+    for (size_t length = 0; length < head.size(); ++length) {
         EXPECT_EQ(FindHeadEnd(head.substr(0, length)), std::nullopt) << length;
     }
 }
@@ -176,7 +176,7 @@ TEST(ParseBody, RefusesEntriesThatAreNotTheThree) {
 
 TEST(ParseBody, RefusesItCutOffAtEveryByte) {
     const std::string good = Body("NO", "Echo", "hello");
-    for (std::size_t length = 0; length < good.size(); ++length) {
+    for (size_t length = 0; length < good.size(); ++length) {
         EXPECT_EQ(BodyRefusal(good.substr(0, length)), "400 Bad_Tagged_Data") << length;
     }
 }

@@ -11,7 +11,7 @@
 namespace wpk_send {
 namespace {
 
-constexpr std::uint32_t kMiB = 1024 * 1024;
+constexpr uint32_t kMiB = 1024 * 1024;
 
 TEST(ProgressTest, WithoutStyleShowsNothing) {
     Progress progress(Progress::Style::kNone);
@@ -36,7 +36,7 @@ TEST(ProgressTest, BarGrowsFromEmptyToFullAndEndsTheLine) {
 TEST(ProgressTest, BarIsDrawnOnlyWhenThePercentageChanges) {
     Progress progress(Progress::Style::kBar);
     int drawn = 0;
-    for (std::uint32_t received = 1024; received <= 64 * kMiB; received += 1024) {
+    for (uint32_t received = 1024; received <= 64 * kMiB; received += 1024) {
         drawn += progress.Update(received, 64 * kMiB).empty() ? 0 : 1;
     }
     EXPECT_EQ(drawn, 101);
@@ -45,7 +45,7 @@ TEST(ProgressTest, BarIsDrawnOnlyWhenThePercentageChanges) {
 TEST(ProgressTest, LinesComeInStepsOfTenPercent) {
     Progress progress(Progress::Style::kLines);
     std::string lines;
-    for (std::uint32_t received = 1024; received <= kMiB; received += 1024) lines += progress.Update(received, kMiB);
+    for (uint32_t received = 1024; received <= kMiB; received += 1024) lines += progress.Update(received, kMiB);
     EXPECT_EQ(lines.substr(0, lines.find('\n')), "0 % (1.0 KiB of 1.0 MiB)");
     EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 11);
     EXPECT_EQ(lines.substr(lines.rfind("100 %")), "100 % (1.0 MiB of 1.0 MiB)\n");

@@ -14,8 +14,8 @@
 namespace wpk::rig {
 namespace {
 
-// A cancel is promised to be seen within 250 ms; the rest is what a machine under load may add. A second wait must not
-// fit in.
+/// A cancel is promised to be seen within 250 ms; the rest is what a machine under load may add. A second wait must not
+/// fit in.
 constexpr ULONGLONG kCancelLimit = 2 * 250;
 
 const Library& TheLibrary() {
@@ -23,18 +23,18 @@ const Library& TheLibrary() {
     return library;
 }
 
-// Cancels a request that is stuck somewhere, and expects its end in time.
+/// Cancels a request that is stuck somewhere, and expects its end in time.
 void CancelAndExpectTheEnd(Request& request) {
     const ULONGLONG begin = GetTickCount64();
-    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    EXPECT_EQ(TheLibrary().Cancel(request.Handle()), 1);
     ASSERT_TRUE(request.inbox.WaitForFinal());
     EXPECT_LT(GetTickCount64() - begin, kCancelLimit);
     ASSERT_TRUE(request.inbox.WaitForThreadEnd());
     ExpectFailure(request, WPK_ERROR_CANCELLED);
 }
 
-// Holds a request's final callback until its peer has seen the end of the connection: the library has to let go of it
-// before it tells.
+/// Holds a request's final callback until its peer has seen the end of the connection: the library has to let go of it
+/// before it tells.
 class ClosedFirst {
 public:
     explicit ClosedFirst(Request& request) {
@@ -55,7 +55,7 @@ private:
     bool seen_ = false;
 };
 
-// Set by the next closesocket of the library.
+/// Set by the next closesocket of the library.
 Signal* socketClosed;
 
 int WSAAPI CloseAndTell(SOCKET socket) {
@@ -66,14 +66,14 @@ int WSAAPI CloseAndTell(SOCKET socket) {
 
 TEST(CancelWhileConnecting, ToAListenerThatNeverAcceptsEndsTheRequest) {
     const FullListener listener;
-    Request request(listener.port());
+    Request request(listener.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     CancelAndExpectTheEnd(request);
 }
 
 TEST(CancelWhileConnecting, ClosesTheSocketBeforeTheApplicationIsTold) {
     const FullListener listener;
-    Request request(listener.port());
+    Request request(listener.Port());
     ClosedFirst first(request);
     socketClosed = &first.closed;
     const ImportPatch patch(TheLibrary().module(), "closesocket", AddressOf(&CloseAndTell));
@@ -85,7 +85,7 @@ TEST(CancelWhileConnecting, ClosesTheSocketBeforeTheApplicationIsTold) {
 TEST(CancelWhileConnecting, AtOnceAfterTheSendEndsTheRequest) {
     const FullListener listener;
     for (int i = 0; i < 20; ++i) {
-        Request request(listener.port());
+        Request request(listener.Port());
         ASSERT_NE(request.Send(TheLibrary()), 0u);
         CancelAndExpectTheEnd(request);
     }
@@ -107,7 +107,7 @@ TEST(CancelWhileSending, ToAPeerThatDoesNotReadEndsTheRequest) {
         done.Wait();
     });
     // Far more than the system keeps under way for a connection.
-    Request request(peer.port(), Pattern(64u << 20));
+    Request request(peer.Port(), Pattern(64u << 20));
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(sending.Wait());
     CancelAndExpectTheEnd(request);
@@ -124,7 +124,7 @@ TEST(CancelWhileSending, ClosesTheConnectionBeforeTheApplicationIsTold) {
         first.told.Wait();
         if (connection.WaitForEnd()) first.closed.Set();
     });
-    request.record.nPort = peer.port();
+    request.record.nPort = peer.Port();
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(sending.Wait());
     CancelAndExpectTheEnd(request);
@@ -137,13 +137,13 @@ TEST(CancelWhileWaitingForTheHead, OfASilentPeerClosesTheConnectionBeforeTheAppl
         connection.ReadRequest();
         if (connection.WaitForEnd()) first.closed.Set();
     });
-    request.record.nPort = peer.port();
+    request.record.nPort = peer.Port();
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_FALSE(peer.WaitForRequest().empty());
     CancelAndExpectTheEnd(request);
 }
 
-// Every line is right, only there is no end of them.
+/// Every line is right, only there is no end of them.
 void CancelAmongLines(const std::string& begin, const std::string& line) {
     Signal running;
     Peer peer([&](Connection& connection) {
@@ -153,7 +153,7 @@ void CancelAmongLines(const std::string& begin, const std::string& line) {
         while (lines.size() < 65536) lines += line;
         while (connection.Send(lines)) running.Set();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(running.Wait());
     CancelAndExpectTheEnd(request);
@@ -175,7 +175,7 @@ TEST(CancelWhileWaitingForTheHead, ThatHasBegunEndsTheRequest) {
         begun.Set();
         connection.WaitForEnd();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(begun.Wait());
     CancelAndExpectTheEnd(request);
@@ -191,7 +191,7 @@ TEST(CancelInTheBody, OfAStalledReplyClosesTheConnectionBeforeTheApplicationIsTo
             connection.Send(OkHead(size) + Pattern(50));
             if (connection.WaitForEnd()) first.closed.Set();
         });
-        request.record.nPort = peer.port();
+        request.record.nPort = peer.Port();
         ASSERT_NE(request.Send(TheLibrary()), 0u);
         ASSERT_TRUE(request.inbox.WaitForCount(1));
         CancelAndExpectTheEnd(request);
@@ -206,7 +206,7 @@ TEST(CancelInTheBody, OfAReplyThatKeepsComingEndsTheRequest) {
         while (connection.Send(more)) {
         }
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.DropProgress();
     Signal running;
     request.inbox.inside = [&](WPK_CALLBACKSTRUCT&) { running.Set(); };
@@ -216,7 +216,7 @@ TEST(CancelInTheBody, OfAReplyThatKeepsComingEndsTheRequest) {
     EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
-// A file system that answers slowly and always no.
+/// A file system that answers slowly and always no.
 Signal* nameTried;
 
 HANDLE WINAPI RefuseSlowly(LPCSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
@@ -232,7 +232,7 @@ TEST(CancelInTheBody, WhileNamesForItsFileAreTriedEndsTheRequest) {
     const ImportPatch patch(TheLibrary().module(), "CreateFileA", AddressOf(&RefuseSlowly));
     ASSERT_TRUE(patch.Found());
     Peer peer(Answer(Ok(Pattern(100000))));
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(tried.Wait());
     CancelAndExpectTheEnd(request);
@@ -244,7 +244,7 @@ TEST(CancelInsideACallback, OfItsOwnProgressEndsTheRequest) {
         connection.Send(OkHead(100) + Pattern(50));
         connection.WaitForEnd();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
         if (record.nReason == WPK_REASON_PROGRESS) TheLibrary().Cancel(GetCurrentThreadId());
     };
@@ -253,7 +253,7 @@ TEST(CancelInsideACallback, OfItsOwnProgressEndsTheRequest) {
 
 TEST(CancelInsideACallback, OfItsOwnReplyIsTooLate) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     int answer = 0;
     request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
         if (record.nReason == WPK_REASON_REPLY) answer = TheLibrary().Cancel(GetCurrentThreadId());
@@ -265,11 +265,11 @@ TEST(CancelInsideACallback, OfItsOwnReplyIsTooLate) {
 TEST(CancelInsideACallback, OfAnotherRequestEndsThatOneOnly) {
     Peer silent([](Connection& connection) { connection.WaitForEnd(); });
     Peer peer(Answer(Ok("ok")));
-    Request other(silent.port());
+    Request other(silent.Port());
     ASSERT_NE(other.Send(TheLibrary()), 0u);
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
-        if (record.nReason == WPK_REASON_REPLY) TheLibrary().Cancel(other.handle());
+        if (record.nReason == WPK_REASON_REPLY) TheLibrary().Cancel(other.Handle());
     };
     RunAndExpectReply(TheLibrary(), request, "ok");
     ASSERT_TRUE(other.WaitForEnd());
@@ -284,7 +284,7 @@ TEST(CancelWhileACallbackRuns, IsSeenWhenTheCallbackReturns) {
         connection.Send(OkHead(100) + Pattern(50));
         connection.WaitForEnd();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
         if (record.nReason != WPK_REASON_PROGRESS) return;
         inside.Set();
@@ -292,7 +292,7 @@ TEST(CancelWhileACallbackRuns, IsSeenWhenTheCallbackReturns) {
     };
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(inside.Wait());
-    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    EXPECT_EQ(TheLibrary().Cancel(request.Handle()), 1);
     EXPECT_EQ(request.inbox.Finals(), 0u);
     cancelled.Set();
     ASSERT_TRUE(request.WaitForEnd());
@@ -301,20 +301,20 @@ TEST(CancelWhileACallbackRuns, IsSeenWhenTheCallbackReturns) {
 
 TEST(CancelTwice, EndsTheRequestOnce) {
     Peer silent([](Connection& connection) { connection.WaitForEnd(); });
-    Request request(silent.port());
+    Request request(silent.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(TheLibrary().Cancel(request.Handle()), 1);
     ASSERT_TRUE(request.WaitForEnd());
     ExpectFailure(request, WPK_ERROR_CANCELLED);
 }
 
 TEST(CancelAfterTheEnd, ReturnsOneAndChangesNothing) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, "ok");
-    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    EXPECT_EQ(TheLibrary().Cancel(request.Handle()), 1);
     ExpectReply(request, "ok");
-    Request next(peer.port());
+    Request next(peer.Port());
     RunAndExpectReply(TheLibrary(), next, "ok");
 }
 
@@ -353,12 +353,12 @@ TEST(CancelStorm, NeverTouchesARequestThatIsNotMeant) {
                 for (int round = 0; round < kRounds; ++round) {
                     std::unique_ptr<Request>& request = requests[static_cast<size_t>(sender * kRounds + round)];
                     request = std::make_unique<Request>(
-                        peer.port(), std::string(1 + random() % 90, 'a') + std::to_string(sender * kRounds + round));
+                        peer.Port(), std::string(1 + random() % 90, 'a') + std::to_string(sender * kRounds + round));
                     request->Send(TheLibrary());
                     // Every third request is left alone; the others are cancelled now or a little later.
                     if (round % 3 == 0) continue;
                     for (unsigned spin = random() % 3; spin > 0; --spin) SwitchToThread();
-                    TheLibrary().Cancel(request->handle());
+                    TheLibrary().Cancel(request->Handle());
                     // The handle cannot be a neighbour's yet, though its request may be over: the inbox still holds
                     // the thread, and with it the id.
                     if (round % 7 == 0) request->WaitForEnd();
@@ -369,19 +369,19 @@ TEST(CancelStorm, NeverTouchesARequestThatIsNotMeant) {
     int cancelled = 0;
     for (size_t i = 0; i < requests.size(); ++i) {
         SCOPED_TRACE(i);
-        ASSERT_NE(requests[i]->handle(), 0u);
+        ASSERT_NE(requests[i]->Handle(), 0u);
         ASSERT_TRUE(requests[i]->WaitForEnd());
         const bool mayBeCancelled = i % kRounds % 3 != 0;
         if (mayBeCancelled && requests[i]->Final().reason == WPK_REASON_FAILURE) {
             ExpectFailure(*requests[i], WPK_ERROR_CANCELLED);
             ++cancelled;
         } else {
-            ExpectReply(*requests[i], requests[i]->message() + " answered");
+            ExpectReply(*requests[i], requests[i]->Message() + " answered");
         }
     }
     EXPECT_GT(cancelled, 0);
     EXPECT_TRUE(WaitForOtherThreads(before));
-    Request after(peer.port(), "after the storm");
+    Request after(peer.Port(), "after the storm");
     RunAndExpectReply(TheLibrary(), after, "after the storm answered");
 }
 

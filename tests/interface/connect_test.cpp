@@ -25,7 +25,7 @@ TEST(Connect, HostNameThatDoesNotExistEndsWithConnectFailure) {
     }
 }
 
-// How long a request took, from its send to its final notification.
+/// How long a request took, from its send to its final notification.
 class Timed {
 public:
     explicit Timed(unsigned short port) : request(port) {
@@ -62,10 +62,10 @@ TEST(Timeouts, ConnectTakesAtMost30SecondsAndEveryByteOfTheHead60) {
     });
 
     Timed refused(DeadPort());
-    Timed neverAccepted(full.port());
-    Timed withoutHead(silent.port());
-    Timed withHalfAHead(halting.port());
-    Timed withHalfABody(pausing.port());
+    Timed neverAccepted(full.Port());
+    Timed withoutHead(silent.Port());
+    Timed withHalfAHead(halting.Port());
+    Timed withHalfABody(pausing.Port());
 
     for (Timed* timed : {&refused, &neverAccepted}) {
         ASSERT_TRUE(timed->request.WaitForEnd());

@@ -20,7 +20,7 @@
 namespace wpk::rig {
 namespace {
 
-// Which call of the function under test fails. Set while no request runs; counted by any thread.
+/// Which call of the function under test fails. Set while no request runs; counted by any thread.
 struct Plan {
     std::atomic<int> calls{0};
     std::atomic<int> fired{0};
@@ -42,7 +42,7 @@ struct Plan {
     }
 };
 
-// The failing version of one imported function. `Mark` keeps functions of the same type apart.
+/// The failing version of one imported function. `Mark` keeps functions of the same type apart.
 template <class Mark, class Function>
 struct Faulty;
 
@@ -103,7 +103,7 @@ WPK_FAILING(malloc, ERROR_NOT_ENOUGH_MEMORY, static_cast<void*>(nullptr));
 WPK_FAILING(calloc, ERROR_NOT_ENOUGH_MEMORY, static_cast<void*>(nullptr));
 WPK_FAILING(realloc, ERROR_NOT_ENOUGH_MEMORY, static_cast<void*>(nullptr));
 
-// Written out: the compiler's own attributes of malloc are no part of a template argument.
+/// Written out: the compiler's own attributes of malloc are no part of a template argument.
 const Target kMalloc = MakeTarget<Failing_malloc, void*(size_t)>("malloc");
 const Target kCalloc = MakeTarget<Failing_calloc, void*(size_t, size_t)>("calloc");
 const Target kRealloc = MakeTarget<Failing_realloc, void*(void*, size_t)>("realloc");
@@ -134,7 +134,7 @@ std::vector<Target> CallsOfTheStart() {
             WPK_TARGET(GetModuleHandleExA), kMalloc};
 }
 
-// The fault in place; the original function back when it goes.
+/// The fault in place; the original function back when it goes.
 class Fault {
 public:
     Fault(const Library& library, const Target& target) : patch_(library.module(), target.name, target.replacement) {
@@ -146,8 +146,8 @@ private:
     ImportPatch patch_;
 };
 
-// Ends the program, with a word about where, when a step takes for ever: a lost wake-up must not look like a time-out
-// of the whole suite.
+/// Ends the program, with a word about where, when a step takes for ever: a lost wake-up must not look like a time-out
+/// of the whole suite.
 class Watchdog {
 public:
     explicit Watchdog(std::string step)
@@ -164,7 +164,7 @@ private:
 
 class FaultTest : public testing::Test {
 protected:
-    // By name, so that the look-up takes part; large, so that the spool file does.
+    /// By name, so that the look-up takes part; large, so that the spool file does.
     void Prepare(Request& request) { request.Server("localhost"); }
 
     std::string Describe(const Target& target, int call, bool forGood) {
@@ -186,12 +186,12 @@ std::string NameOf(const testing::TestParamInfo<Target>& info) {
 
 class FaultInARequest : public FaultTest, public testing::WithParamInterface<Target> {
 protected:
-    // Runs one request in which calls of the target fail from number `call` on, or that one only; 0: none fails.
+    /// Runs one request in which calls of the target fail from number `call` on, or that one only; 0: none fails.
     void RunWithFault(int call, bool forGood) {
         const std::string step = Describe(GetParam(), call, forGood);
         SCOPED_TRACE(step);
         const Watchdog watchdog(step);
-        Request request(peer_.port());
+        Request request(peer_.Port());
         Prepare(request);
         GetParam().plan->Arm(call, forGood);
         const bool taken = request.Send(library_) != 0;
@@ -208,8 +208,8 @@ protected:
         if (delivered) ExpectReply(request, body_);
     }
 
-    // How often a reply is awaited and received is the network's business: beyond the first few calls nothing is sure.
-    // Nor is the semaphore that only a connect makes which has to wait; the sender's own one is.
+    /// How often a reply is awaited and received is the network's business: beyond the first few calls nothing is sure.
+    /// Nor is the semaphore that only a connect makes which has to wait; the sender's own one is.
     int SureCalls() const {
         const std::string name = GetParam().name;
         if (name == "CreateSemaphoreA") return std::min(calls_, 1);
@@ -248,7 +248,7 @@ INSTANTIATE_TEST_SUITE_P(AnyCallOf, FaultInARequest, testing::ValuesIn(CallsOfAR
 
 class FaultInTheStart : public FaultTest, public testing::WithParamInterface<Target> {
 protected:
-    // Starts a fresh library while calls of the target fail, then expects it to work, by a second start if need be.
+    /// Starts a fresh library while calls of the target fail, then expects it to work, by a second start if need be.
     void StartWithFault(int call, bool forGood) {
         const std::string step = "the start, " + Describe(GetParam(), call, forGood);
         SCOPED_TRACE(step);
@@ -265,7 +265,7 @@ protected:
         GetParam().plan->Arm(0, false);
         EXPECT_EQ(call != 0, fired > 0) << "the fault did not take place";
 
-        Request request(peer_.port());
+        Request request(peer_.Port());
         if (result == 0) {
             EXPECT_EQ(request.Send(library), 0u);
             EXPECT_TRUE(WaitForOtherThreads(threads)) << "a thread of the failed start still runs";
@@ -310,11 +310,11 @@ TEST_F(FaultTest, ThreadOfACancelThatCannotBeStartedLeavesTheRequestRunning) {
         connection.Send(Ok("ok"));
     });
     const Watchdog watchdog("a cancel");
-    Request request(peer.port());
+    Request request(peer.Port());
     target.plan->Arm(0, false);
     ASSERT_NE(request.Send(library), 0u);
     target.plan->Arm(1, true);
-    EXPECT_EQ(library.Cancel(request.handle()), 0);
+    EXPECT_EQ(library.Cancel(request.Handle()), 0);
     EXPECT_EQ(target.plan->fired, 1);
     target.plan->Arm(0, false);
     go.Set();
@@ -322,7 +322,7 @@ TEST_F(FaultTest, ThreadOfACancelThatCannotBeStartedLeavesTheRequestRunning) {
     ExpectReply(request, "ok");
 }
 
-// In callbacks, memory runs out for the library, and they throw: the first exception on each of those threads.
+/// In callbacks, memory runs out for the library, and they throw: the first exception on each of those threads.
 WPK_SCENARIO(ThrowWithoutMemory) {
     const Library library = Library::Load();
     const WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);
@@ -335,7 +335,7 @@ WPK_SCENARIO(ThrowWithoutMemory) {
     };
     Peer peer(Answer(Ok("ok")), 2);
     for (int i = 0; i < 3; ++i) {
-        Request request(peer.port());
+        Request request(peer.Port());
         request.inbox.inside = [&](WPK_CALLBACKSTRUCT& notification) {
             if (notification.nReason != WPK_REASON_REPLY) return;
             arm(1);
@@ -345,7 +345,7 @@ WPK_SCENARIO(ThrowWithoutMemory) {
         if (!request.WaitForEnd()) return 3;
         arm(0);
     }
-    Request request(peer.port());
+    Request request(peer.Port());
     return request.Run(library) && request.Final().bytes == "ok" ? 0 : 4;
 }
 

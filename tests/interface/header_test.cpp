@@ -32,7 +32,7 @@ TEST(CHeader, InCpp98WithAnyPackingLaysTheSendRecordOutAsDocumented) {
     EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould16());
 }
 
-// How C fills the record and reads the notification, with one packing.
+/// How C fills the record and reads the notification, with one packing.
 class HeaderInC : public testing::TestWithParam<decltype(&FillRecordInC8)> {};
 
 TEST_P(HeaderInC, RecordFilledInCIsCarriedLikeAnyOtherAndItsReplyIsRead) {
@@ -43,7 +43,7 @@ TEST_P(HeaderInC, RecordFilledInCIsCarriedLikeAnyOtherAndItsReplyIsRead) {
     alignas(WPK_SENDSTRUCT) char storage[sizeof(WPK_SENDSTRUCT)] = {};
     WPK_SENDSTRUCT* message = reinterpret_cast<WPK_SENDSTRUCT*>(storage);
     int outcome = 0;
-    GetParam()(message, peer.port(), &outcome);
+    GetParam()(message, peer.Port(), &outcome);
     ASSERT_NE(library.Send(message), 0u);
     ASSERT_TRUE(WaitForOtherThreads(before));
     EXPECT_EQ(outcome, 4);

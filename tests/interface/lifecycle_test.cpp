@@ -15,7 +15,7 @@
 namespace wpk::rig {
 namespace {
 
-// Default callbacks may come as long as the process lives.
+/// Default callbacks may come as long as the process lives.
 Inbox& NewInbox() {
     return *new Inbox;
 }
@@ -24,7 +24,7 @@ TEST(BeforeInit, SendAndCancelReturnZeroAndNoCallbackComes) {
     const Library library = Library::LoadFresh();
     const std::set<DWORD> before = ThreadIds();
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     EXPECT_EQ(request.Send(library), 0u);
     EXPECT_EQ(library.Send(nullptr), 0u);
     EXPECT_EQ(library.Cancel(0), 0);
@@ -49,7 +49,7 @@ TEST(BeforeInit, LoadingAndFreeingLeavesNothingBehind) {
     EXPECT_EQ(ThreadIds().size(), threads);
 }
 
-// Bytes in use in all heaps of this process.
+/// Bytes in use in all heaps of this process.
 size_t HeapBytes() {
     HANDLE heaps[64];
     const DWORD count = GetProcessHeaps(64, heaps);
@@ -116,7 +116,7 @@ TEST(Init, AfterOneThatFailedWorks) {
     }
     ASSERT_EQ(library.Init(&settings), 1);
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(library, request, "ok");
 }
 
@@ -125,7 +125,7 @@ TEST(Init, KeepsTheModuleHoweverOftenItIsFreed) {
     for (int i = 0; i < 5; ++i) FreeLibrary(library.module());
     EXPECT_EQ(GetModuleHandleA(library.path().c_str()), library.module());
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(library, request, "ok");
 }
 
@@ -153,7 +153,7 @@ TEST(Init, TwiceReturnsOneAndLeavesTheFirstSettingsInForce) {
     EXPECT_EQ(ThreadIds(), threads);
 
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.record.lpfnCallback = nullptr;
     ASSERT_NE(request.Send(library), 0u);
     ASSERT_TRUE(first.WaitForFinal());
@@ -189,7 +189,7 @@ TEST(Init, FromManyThreadsAtOnceStartsOneService) {
         for (const int result : results) EXPECT_EQ(result, 1);
         EXPECT_EQ(ThreadIds().size(), before + 1);
         Peer peer(Answer(Ok("ok")));
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(library, request, "ok");
     }
 }
@@ -200,7 +200,7 @@ TEST(Init, WhileOthersSendLetsEverySendFailOrWork) {
     Peer peer(Answer(Ok("ok")), 2);
     Signal go;
     std::vector<std::unique_ptr<Request>> requests;
-    for (int i = 0; i < 40; ++i) requests.push_back(std::make_unique<Request>(peer.port()));
+    for (int i = 0; i < 40; ++i) requests.push_back(std::make_unique<Request>(peer.Port()));
     std::vector<Thread> senders;
     for (size_t sender = 0; sender < 4; ++sender) {
         senders.emplace_back([&, sender] {
@@ -212,7 +212,7 @@ TEST(Init, WhileOthersSendLetsEverySendFailOrWork) {
     EXPECT_EQ(library.Init(&settings), 1);
     senders.clear();
     for (const auto& request : requests) {
-        if (request->handle() == 0) {
+        if (request->Handle() == 0) {
             EXPECT_TRUE(request->inbox.All().empty());
             continue;
         }
@@ -221,7 +221,7 @@ TEST(Init, WhileOthersSendLetsEverySendFailOrWork) {
     }
 }
 
-// Settings with one connection type, whatever its value.
+/// Settings with one connection type, whatever its value.
 WPK_INITSTRUCT SettingsOfType(WPK_INT64 type, Inbox& inbox) {
     WPK_INITSTRUCT settings = PermanentSettings(inbox);
     settings.nConnectionType = type;
@@ -230,13 +230,13 @@ WPK_INITSTRUCT SettingsOfType(WPK_INT64 type, Inbox& inbox) {
 
 void ExpectNoNetwork(const Library& library) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectFailure(library, request, WPK_ERROR_NO_NETWORK);
     EXPECT_EQ(request.inbox.All().size(), 1u);
     EXPECT_EQ(peer.Connections(), 0u) << "the network was touched";
 }
 
-// The first word about the connection: there is none, said on a thread that is not the caller's.
+/// The first word about the connection: there is none, said on a thread that is not the caller's.
 void ExpectToldOfNoConnection(Inbox& inbox) {
     ASSERT_TRUE(inbox.WaitForCount(1));
     const Notification told = inbox.All()[0];
@@ -276,7 +276,7 @@ TEST(ConnectionType, PermanentWorksAtOnceAndTellsNothing) {
     ASSERT_EQ(library.Init(&settings), 1);
     {
         Peer peer(Answer(Ok("ok")));
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(library, request, "ok");
     }
     // Only the front desk is left: nobody is there who could still tell anything.
@@ -313,7 +313,7 @@ TEST(ConnectionType, AutomaticWithoutRemoteAccessIsPermanent) {
     ASSERT_EQ(library.Init(&settings), 1);
     EXPECT_EQ(askedFor, "rasapi32.dll");
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(library, request, "ok");
     EXPECT_TRUE(inbox.All().empty());
 }
@@ -352,7 +352,7 @@ TEST(ConnectionType, PermanentWithoutSocketsIsInitialisedButHasNoNetwork) {
 
 constexpr int kGood = 0;
 
-// Frees the library as often as it likes while requests are under way, uses them to their end, and ends.
+/// Frees the library as often as it likes while requests are under way, uses them to their end, and ends.
 WPK_SCENARIO(FreeWhileRequestsRun) {
     Signal go;
     Peer peer(
@@ -367,7 +367,7 @@ WPK_SCENARIO(FreeWhileRequestsRun) {
     if (library.Init(&settings) != 1) return 1;
     std::vector<std::unique_ptr<Request>> requests;
     for (int i = 0; i < 8; ++i) {
-        requests.push_back(std::make_unique<Request>(peer.port()));
+        requests.push_back(std::make_unique<Request>(peer.Port()));
         if (requests.back()->Send(library) == 0) return 2;
     }
     for (int i = 0; i < 10; ++i) FreeLibrary(library.module());
@@ -382,8 +382,8 @@ TEST(FreeLibrary, WhileRequestsRunLetsThemEndAndTheProcessToo) {
     EXPECT_EQ(Child("FreeWhileRequestsRun", "").Wait(), static_cast<DWORD>(kGood));
 }
 
-// Ends the process in the way that the first letter of `argument` names, return, exit or terminate, while replies go
-// into files, replies are waited for, and a connection is being made. The rest is the peer's port.
+/// Ends the process in the way that the first letter of `argument` names, return, exit or terminate, while replies go
+/// into files, replies are waited for, and a connection is being made. The rest is the peer's port.
 WPK_SCENARIO(EndWithRequestsInFlight) {
     const auto port = static_cast<unsigned short>(std::stoul(argument.substr(1)));
     const Library library = Library::Load();
@@ -417,16 +417,16 @@ TEST(ProcessEnd, WithRequestsInFlightIsCleanAndLeavesNoFile) {
         4);
     for (const char* way : {"r", "e", "t"}) {
         SCOPED_TRACE(way);
-        const std::string argument = way + std::to_string(peer.port());
+        const std::string argument = way + std::to_string(peer.Port());
         EXPECT_EQ(Child("EndWithRequestsInFlight", argument).Wait(), static_cast<DWORD>(kGood));
         EXPECT_TRUE(FilesLike("", "tmp*").empty());
         EXPECT_TRUE(peer.WaitUntilIdle());
     }
 }
 
-// Sends and cancels one request after the other from several threads and ends the process in the middle of that, in the
-// way that the first letter of `argument` names: return, exit, or as by Ctrl-C, for which the system makes a thread.
-// The rest is the number of requests after which it does. Nobody answers: the end must not depend on a peer's.
+/// Sends and cancels one request after the other from several threads and ends the process in the middle of that, in
+/// the way that the first letter of `argument` names: return, exit, or as by Ctrl-C, for which the system makes a
+/// thread. The rest is the number of requests after which it does. Nobody answers: the end must not depend on a peer's.
 WPK_SCENARIO(EndUnderLoad) {
     static const unsigned short port = DeadPort();
     static const LONG wanted = std::stol(argument.substr(1));
@@ -441,7 +441,7 @@ WPK_SCENARIO(EndUnderLoad) {
                 Request& request = *new Request(port);
                 if (request.Send(library) == 0) return;
                 if (InterlockedIncrement(&sent) == wanted) enough.Set();
-                library.Cancel(request.handle());
+                library.Cancel(request.Handle());
                 request.inbox.WaitForFinal();
             }
         });
@@ -455,7 +455,7 @@ WPK_SCENARIO(EndUnderLoad) {
     return kGood;
 }
 
-// How many children end in each way: 36, or what WPK_PROCESS_ENDS says.
+/// How many children end in each way: 36, or what WPK_PROCESS_ENDS says.
 int EndsOfEachWay() {
     const char* wanted = std::getenv("WPK_PROCESS_ENDS");
     return wanted ? std::atoi(wanted) : 36;
@@ -476,7 +476,7 @@ TEST(ProcessEnd, UnderLoadNeitherCrashesNorHangs) {
     }
 }
 
-// What a static object of a DLL would do at the very end, after all other threads have been killed.
+/// What a static object of a DLL would do at the very end, after all other threads have been killed.
 const Library* lateLibrary = nullptr;
 WPK_INITSTRUCT lateSettings = {};
 WPK_SENDSTRUCT* lateMessage = nullptr;
@@ -488,7 +488,7 @@ void CallAtTheEnd() {
     if (refused) CloseHandle(CreateFileA("refused", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
 }
 
-// Calls the library while the process is taken down; `argument` says whether it has been initialised.
+/// Calls the library while the process is taken down; `argument` says whether it has been initialised.
 WPK_SCENARIO(CallsAtTheEnd) {
     lateLibrary = new Library(Library::Load());
     lateSettings = PermanentSettings(NewInbox());
@@ -509,7 +509,7 @@ TEST(ProcessEnd, CallsMeanwhileReturnZeroAtOnce) {
     }
 }
 
-// Lives until its event of that name is set.
+/// Lives until its event of that name is set.
 WPK_SCENARIO(LiveUntilTold) {
     const HANDLE told = OpenEventA(SYNCHRONIZE, /*bInheritHandle=*/FALSE, argument.c_str());
     return told && WaitForSingleObject(told, 10 * kPatience) == WAIT_OBJECT_0 ? kGood : 1;
@@ -522,7 +522,7 @@ TEST(ProgramStartedMeanwhile, WithAllThatCanBeInheritedDoesNotKeepTheConnectionO
         if (connection.WaitForEnd()) closed.Set();
     });
     const Library library = StartFresh();
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(library), 0u);
     ASSERT_FALSE(peer.WaitForRequest().empty());
 
@@ -530,7 +530,7 @@ TEST(ProgramStartedMeanwhile, WithAllThatCanBeInheritedDoesNotKeepTheConnectionO
     const HANDLE told = CreateEventA(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, name.c_str());
     ASSERT_NE(told, nullptr);
     Child child("LiveUntilTold", name);
-    library.Cancel(request.handle());
+    library.Cancel(request.Handle());
     ASSERT_TRUE(request.WaitForEnd());
     EXPECT_TRUE(closed.Wait());
     SetEvent(told);
@@ -538,7 +538,7 @@ TEST(ProgramStartedMeanwhile, WithAllThatCanBeInheritedDoesNotKeepTheConnectionO
     CloseHandle(told);
 }
 
-// Loads, initialises, sends nothing, frees, ends.
+/// Loads, initialises, sends nothing, frees, ends.
 WPK_SCENARIO(EndAfterInit) {
     const Library library = Library::Load();
     WPK_INITSTRUCT settings = PermanentSettings(NewInbox());

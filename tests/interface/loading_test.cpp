@@ -16,12 +16,12 @@ namespace {
 
 constexpr int kGood = 42;
 
-// No library is looked for anywhere but in the system's folder any more.
+/// No library is looked for anywhere but in the system's folder any more.
 void NarrowTheSearch() {
 #include "shipping/narrow_search.inc"
 }
 
-// False when it is not loaded.
+/// False when it is not loaded.
 bool IsOfTheSystem(const char* module) {
     char path[MAX_PATH] = {};
     char folder[MAX_PATH] = {};
@@ -45,7 +45,7 @@ WPK_SCENARIO(ExchangeFromTheSystemsFolderAlone) {
     if (library.Init(&settings) != 1) return 3;
     // What goes over dial-up has no network here; over a permanent one it gets its reply.
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     if (!request.Run(library)) return 4;
     if (settings.nConnectionType == WPK_CONNECTION_PERMANENT) return request.Final().bytes == "ok" ? kGood : 5;
     // The watch has begun: that it tells of no connection shows that the remote access library has been found.

@@ -32,18 +32,18 @@ std::string Expected(const std::string& authorization) {
 
 const std::string kAsk = RawReply("HTTP/1.0 407 Proxy Authentication Required", {"Content-Length: 5"}, "login");
 
-// Answers the first connections as told, all later ones with "ok".
+/// Answers the first connections as told, all later ones with "ok".
 Peer::Script AnswerInTurn(std::vector<std::string> replies) {
     return [replies = std::move(replies)](Connection& connection) {
         connection.ReadRequest();
-        connection.Send(connection.index() < replies.size() ? replies[connection.index()] : Ok("ok"));
+        connection.Send(connection.Index() < replies.size() ? replies[connection.Index()] : Ok("ok"));
     };
 }
 
-// The request that a proxy sees when the library has these credentials.
+/// The request that a proxy sees when the library has these credentials.
 std::string SentWith(const char* user, const char* password) {
     Peer proxy(Answer(Ok("ok")));
-    const Proxied proxied(proxy.port(), user, password);
+    const Proxied proxied(proxy.Port(), user, password);
     const auto request = ToNowhere();
     RunAndExpectReply(proxied.library, *request, "ok");
     return proxy.WaitForRequest();
@@ -91,10 +91,10 @@ TEST(Proxy, IsUsedOnlyWhenTheSettingIsOne) {
         settings.lpszProxyUser = "u";
         settings.lpszProxyPassword = "p";
         ASSERT_EQ(library.Init(&settings), 1);
-        Request request(server.port());
+        Request request(server.Port());
         RunAndExpectReply(library, request, "ok");
         ExpectedRequest expected;
-        expected.port = server.port();
+        expected.port = server.Port();
         EXPECT_EQ(server.WaitForRequest(), expected.Bytes());
     }
 }
@@ -107,7 +107,7 @@ TEST(Proxy, WantedButNotNamedMakesEveryRequestUnusable) {
         settings.bBehindProxy = 1;
         settings.lpszProxyServer = name;
         ASSERT_EQ(library.Init(&settings), 1);
-        Request request(server.port());
+        Request request(server.Port());
         RunAndExpectFailure(library, request, WPK_ERROR_BAD_REQUEST);
         EXPECT_EQ(server.Connections(), 0u);
     }
@@ -122,7 +122,7 @@ TEST(Proxy, SettingsTextsAreCopied) {
     WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);
     settings.bBehindProxy = 1;
     settings.lpszProxyServer = host;
-    settings.nProxyPort = proxy.port();
+    settings.nProxyPort = proxy.Port();
     settings.lpszProxyUser = user;
     settings.lpszProxyPassword = password;
     ASSERT_EQ(library.Init(&settings), 1);
@@ -135,7 +135,7 @@ TEST(Proxy, SettingsTextsAreCopied) {
 
 TEST(ProxyCredentials, DeclinedByTheApplicationEndTheRequest) {
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), "old user", "old password");
+    const Proxied proxied(proxy.Port(), "old user", "old password");
     const auto request = ToNowhere();
     RunAndExpectFailure(proxied.library, *request, WPK_ERROR_PROXY_CREDENTIALS);
     const std::vector<Notification> all = request->inbox.All();
@@ -150,7 +150,7 @@ TEST(ProxyCredentials, DeclinedByTheApplicationEndTheRequest) {
 
 TEST(ProxyCredentials, ChangedWithoutTheRetryFlagAreNotTaken) {
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), "u", "p");
+    const Proxied proxied(proxy.Port(), "u", "p");
     const auto first = ToNowhere();
     first->inbox.inside = [](WPK_CALLBACKSTRUCT& record) {
         if (record.nReason == WPK_REASON_CREDENTIALS) FillField(record.body.credentials.szUser, "another");
@@ -163,7 +163,7 @@ TEST(ProxyCredentials, ChangedWithoutTheRetryFlagAreNotTaken) {
 
 TEST(ProxyCredentials, ReplacedAreSentOnANewConnectionAndKeptForLaterRequests) {
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), nullptr, nullptr);
+    const Proxied proxied(proxy.Port(), nullptr, nullptr);
     const auto first = ToNowhere();
     AnswerCredentials(*first, "user", "pass");
     RunAndExpectReply(proxied.library, *first, "ok");
@@ -176,7 +176,7 @@ TEST(ProxyCredentials, ReplacedAreSentOnANewConnectionAndKeptForLaterRequests) {
 
 TEST(ProxyCredentials, AskedForAgainAndAgainShowTheOnesLastUsed) {
     Peer proxy(AnswerInTurn({kAsk, kAsk, kAsk}));
-    const Proxied proxied(proxy.port(), "user0", "pass0");
+    const Proxied proxied(proxy.Port(), "user0", "pass0");
     const auto request = ToNowhere();
     int asked = 0;
     request->inbox.inside = [&](WPK_CALLBACKSTRUCT& record) {
@@ -200,7 +200,7 @@ TEST(ProxyCredentials, LongerThanTheFieldsAreSentWholeAndShownCut) {
     const std::string user(300, 'u');
     const std::string password(1000, 'p');
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), user.c_str(), password.c_str());
+    const Proxied proxied(proxy.Port(), user.c_str(), password.c_str());
     const auto request = ToNowhere();
     RunAndExpectFailure(proxied.library, *request, WPK_ERROR_PROXY_CREDENTIALS);
     EXPECT_EQ(proxy.WaitForRequest(), Expected(Base64Folded(user + ":" + password)));
@@ -211,7 +211,7 @@ TEST(ProxyCredentials, LongerThanTheFieldsAreSentWholeAndShownCut) {
 
 TEST(ProxyCredentials, ReturnedWithoutATerminatorEndWithTheField) {
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), nullptr, nullptr);
+    const Proxied proxied(proxy.Port(), nullptr, nullptr);
     const auto request = ToNowhere();
     AnswerCredentials(*request, std::string(WPK_CREDENTIAL_SIZE, 'u'), std::string(WPK_CREDENTIAL_SIZE, 'p'));
     RunAndExpectReply(proxied.library, *request, "ok");
@@ -229,14 +229,14 @@ TEST(ProxyCredentials, ReturnedWithoutATerminatorEndWithTheField) {
 TEST(ProxyCredentials, WantedByTheServerItselfAreNotAskedFor) {
     Peer server(AnswerInTurn({kAsk}));
     const Library library = StartFresh();
-    Request request(server.port());
+    Request request(server.Port());
     RunAndExpectFailure(library, request, WPK_ERROR_PROXY_CREDENTIALS);
     EXPECT_EQ(request.inbox.All().size(), 1u);
 }
 
 TEST(ProxyCredentials, AskedForWithoutALengthAreAskedForAllTheSame) {
     Peer proxy(AnswerInTurn({"HTTP/1.0 407 Proxy Authentication Required\r\nProxy-Authenticate: Basic\r\n\r\n"}));
-    const Proxied proxied(proxy.port(), nullptr, nullptr);
+    const Proxied proxied(proxy.Port(), nullptr, nullptr);
     const auto request = ToNowhere();
     AnswerCredentials(*request, "u", "p");
     RunAndExpectReply(proxied.library, *request, "ok");
@@ -246,7 +246,7 @@ TEST(ProxyCredentials, AskedForWithoutALengthAreAskedForAllTheSame) {
 
 TEST(ProxyCredentials, AskedForWithALargePageBringNoProgressAndNoFile) {
     Peer proxy(AnswerInTurn({RawReply("HTTP/1.0 407 Login", {"Content-Length: 50000"}, Pattern(50000))}));
-    const Proxied proxied(proxy.port(), nullptr, nullptr);
+    const Proxied proxied(proxy.Port(), nullptr, nullptr);
     const auto request = ToNowhere();
     RunAndExpectFailure(proxied.library, *request, WPK_ERROR_PROXY_CREDENTIALS);
     EXPECT_EQ(request->inbox.All().size(), 2u);
@@ -265,7 +265,7 @@ TEST(ProxyCredentials, CancelledWhileTheApplicationIsAskedEndTheRequestAndCloseI
             connection.Send(kAsk);
             if (connection.WaitForEnd()) closed.Set();
         });
-        const Proxied proxied(proxy.port(), nullptr, nullptr);
+        const Proxied proxied(proxy.Port(), nullptr, nullptr);
         const auto request = ToNowhere();
         request->inbox.inside = [&](WPK_CALLBACKSTRUCT& record) {
             if (record.nReason == WPK_REASON_FAILURE) closedFirst = closed.Wait();
@@ -283,7 +283,7 @@ TEST(ProxyCredentials, CancelledWhileTheApplicationIsAskedEndTheRequestAndCloseI
 
 TEST(ProxyCredentials, QuestionToAThrowingCallbackEndsOnlyThatRequest) {
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), nullptr, nullptr);
+    const Proxied proxied(proxy.Port(), nullptr, nullptr);
     const auto request = ToNowhere();
     request->inbox.inside = [](WPK_CALLBACKSTRUCT&) { throw 1; };
     ASSERT_NE(request->Send(proxied.library), 0u);
@@ -299,10 +299,10 @@ TEST(ProxyCredentials, ReplacedByManyAtOnceAreNeverTorn) {
         [](Connection& connection) {
             const std::string request = connection.ReadRequest();
             // Asks every other time.
-            connection.Send(connection.index() % 2 == 0 ? kAsk : Ok("ok"));
+            connection.Send(connection.Index() % 2 == 0 ? kAsk : Ok("ok"));
         },
         8);
-    const Proxied proxied(proxy.port(), "0000000000", "0000000000");
+    const Proxied proxied(proxy.Port(), "0000000000", "0000000000");
     std::vector<Thread> senders;
     std::vector<std::unique_ptr<Request>> requests(100);
     for (size_t sender = 0; sender < 4; ++sender) {

@@ -18,7 +18,7 @@ const Library& TheLibrary() {
     return library;
 }
 
-// Growing counts up to the total, each with the start of the reply, all from one buffer.
+/// Growing counts up to the total, each with the start of the reply, all from one buffer.
 void ExpectOrderlyProgress(Request& request, const std::string& body) {
     unsigned int before = 0;
     std::vector<Notification> all = request.inbox.All();
@@ -43,7 +43,7 @@ TEST(ReplyBody, OfEverySizeThatMattersIsDeliveredWithProgress) {
         SCOPED_TRACE(size);
         const std::string body = Pattern(size);
         Peer peer(Answer(Ok(body)));
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(TheLibrary(), request, body);
         ExpectOrderlyProgress(request, body);
     }
@@ -51,7 +51,7 @@ TEST(ReplyBody, OfEverySizeThatMattersIsDeliveredWithProgress) {
 
 TEST(ReplyBody, OfNoBytesIsDeliveredAsNullWithoutProgress) {
     Peer peer(Answer(Ok("")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, "");
     EXPECT_EQ(request.inbox.All().size(), 1u);
     EXPECT_EQ(request.Final().data, nullptr);
@@ -64,7 +64,7 @@ TEST(ReplyBody, OfNoBytesIsDeliveredWhileThePeerKeepsTheConnection) {
         connection.Send(Ok(""));
         done.Wait();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, "");
     done.Set();
 }
@@ -72,7 +72,7 @@ TEST(ReplyBody, OfNoBytesIsDeliveredWhileThePeerKeepsTheConnection) {
 TEST(ReplyBody, Of64MiBIsDeliveredWhole) {
     const std::string body = Pattern(64u << 20);
     Peer peer(Answer(Ok(body)));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.DropProgress();
     unsigned int before = 0;
     bool right = true;
@@ -92,7 +92,7 @@ TEST(ReplyBody, Of64MiBIsDeliveredWhole) {
 
 TEST(ReplyBody, FollowedByMoreBytesThanAnnouncedEndsWhereAnnounced) {
     Peer peer(Answer(Ok("exactly this") + " and no more"));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, "exactly this");
 }
 
@@ -100,7 +100,7 @@ TEST(ReplyPieces, WholeReplyInOneSegmentTakesOneReceive) {
     ReceiveWatch watch(TheLibrary().module());
     const std::string reply = Ok(Pattern(300));
     Peer peer(Answer(reply));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, Pattern(300));
     EXPECT_EQ(watch.Bytes(), reply.size());
     EXPECT_EQ(watch.Calls(), 1u);
@@ -119,7 +119,7 @@ TEST(ReplyPieces, SplitAtEveryPositionGivesTheSameReply) {
     for (split = 1; split < reply.size(); ++split) {
         SCOPED_TRACE(split);
         watch.Restart();
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(TheLibrary(), request, "ok");
         EXPECT_GE(watch.Calls(), 2u);
     }
@@ -137,7 +137,7 @@ TEST(ReplyPieces, ByteByByteGivesTheSameReplyWithAProgressForEachByteOfTheBody) 
             watch.WaitForBytes(i + 1);
         }
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, body);
     ExpectOrderlyProgress(request, body);
     EXPECT_EQ(request.inbox.All().size(), body.size() + 1);
@@ -149,7 +149,7 @@ TEST(ReplyPieces, HugeBodyInOddPiecesIsDeliveredWhole) {
         connection.ReadRequest();
         connection.SendInPieces(Ok(body), 977);
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, body);
     ExpectOrderlyProgress(request, body);
 }
@@ -159,7 +159,7 @@ TEST(ReplyPieces, ReplySentBeforeTheRequestWasReadIsDelivered) {
         connection.Send(Ok("early"));
         connection.ReadRequest();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, "early");
 }
 
@@ -173,7 +173,7 @@ TEST(BrokenReply, CutOffAtEveryPositionEndsWithOneFailure) {
     });
     for (length = 0; length < reply.size(); ++length) {
         SCOPED_TRACE(length);
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_EXCHANGE);
     }
 }
@@ -192,7 +192,7 @@ TEST(BrokenReply, ResetAfterAnyPartEndsWithOneFailure) {
         SCOPED_TRACE(part);
         length = part;
         watch.Restart();
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_EXCHANGE);
         EXPECT_TRUE(FilesLike("", "tmp*").empty());
     }
@@ -200,9 +200,9 @@ TEST(BrokenReply, ResetAfterAnyPartEndsWithOneFailure) {
 
 TEST(BrokenReply, ResetBeforeTheRequestIsReadEndsWithOneFailure) {
     Peer peer([](Connection& connection) { connection.Reset(); });
-    Request small(peer.port());
+    Request small(peer.Port());
     RunAndExpectFailure(TheLibrary(), small, WPK_ERROR_EXCHANGE);
-    Request large(peer.port(), Pattern(8u << 20));
+    Request large(peer.Port(), Pattern(8u << 20));
     RunAndExpectFailure(TheLibrary(), large, WPK_ERROR_EXCHANGE);
 }
 
@@ -211,7 +211,7 @@ TEST(BrokenReply, ResetInTheMiddleOfALargeMessageEndsWithOneFailure) {
         connection.ReadBytes(100000);
         connection.Reset();
     });
-    Request request(peer.port(), Pattern(16u << 20));
+    Request request(peer.Port(), Pattern(16u << 20));
     RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_EXCHANGE);
 }
 
@@ -220,7 +220,7 @@ TEST(BrokenReply, PeerClosesInTheMiddleOfTheBodyLeavesNoFile) {
         SCOPED_TRACE(size);
         const std::string body = Pattern(size - 1);
         Peer peer(Answer(OkHead(size) + body));
-        Request request(peer.port());
+        Request request(peer.Port());
         request.inbox.DropProgress();
         RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_EXCHANGE);
         EXPECT_GE(request.inbox.ProgressCount(), 1u);
@@ -234,7 +234,7 @@ TEST(HugeReply, AnnouncedBeyond2GiBAndCutOffFailsCleanlyAndLeavesNoFile) {
         SCOPED_TRACE(length);
         Peer peer(Answer(RawReply("HTTP/1.0 200 OK", {"Server: WPK/1.00", std::string("Content-Length: ") + length},
                                   Pattern(100000))));
-        Request request(peer.port());
+        Request request(peer.Port());
         request.inbox.DropProgress();
         ASSERT_TRUE(request.Run(TheLibrary()));
         // A length of which only the low 32 bits, or none, could be read may also be that of an empty reply.

@@ -19,11 +19,11 @@ constexpr int kDelivered = 0;
 
 const std::vector<std::string> kGoodHeaders = {"Server: WPK/1.00", "Content-Length: 2"};
 
-// What becomes of a request whose peer answers these bytes and closes.
+/// What becomes of a request whose peer answers these bytes and closes.
 void ExpectOutcome(const std::string& reply, int error) {
     SCOPED_TRACE(reply.substr(0, 200));
     Peer peer(Answer(reply));
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_TRUE(request.Run(TheLibrary()));
     if (error == kDelivered) {
         ExpectReply(request, "ok");

@@ -35,14 +35,14 @@ std::vector<std::string> SpoolFiles() {
     return FilesLike("", "tmp*");
 }
 
-// The names and sizes of spool files that one request showed while its callbacks ran.
+/// The names and sizes of spool files that one request showed while its callbacks ran.
 struct Sighting {
     std::vector<std::string> names;
     unsigned long long size = 0;
 };
 
-// Runs a request whose reply has that many bytes; `before_reply` runs when the handle is known and nothing has been
-// answered yet. Looks for spool files from inside every callback.
+/// Runs a request whose reply has that many bytes; `before_reply` runs when the handle is known and nothing has been
+/// answered yet. Looks for spool files from inside every callback.
 Sighting Spool(size_t size, const std::function<void(unsigned int)>& beforeReply = {}) {
     Signal go;
     const std::string body = Pattern(size);
@@ -51,14 +51,14 @@ Sighting Spool(size_t size, const std::function<void(unsigned int)>& beforeReply
         go.Wait();
         connection.Send(Ok(body));
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     Sighting sighting;
     request.inbox.inside = [&](WPK_CALLBACKSTRUCT&) {
         sighting.names = SpoolFiles();
         if (!sighting.names.empty()) sighting.size = FileSize(sighting.names.back());
     };
     EXPECT_NE(request.Send(TheLibrary()), 0u);
-    if (beforeReply) beforeReply(request.handle());
+    if (beforeReply) beforeReply(request.Handle());
     go.Set();
     EXPECT_TRUE(request.WaitForEnd());
     ExpectReply(request, body);
@@ -78,7 +78,7 @@ TEST(Spool, ReplyOf10241BytesGoesThroughAFileNamedAfterTheThread) {
     EXPECT_TRUE(SpoolFiles().empty()) << "the file outlived its request";
 }
 
-// What the library asks for when it makes its file. One request at a time runs.
+/// What the library asks for when it makes its file. One request at a time runs.
 struct FileCalls {
     DWORD access = 0;
     DWORD share = 0xFFFFFFFF;
@@ -171,9 +171,9 @@ TEST(Spool, EveryNameTakenFailsTheRequestAndTouchesNoFile) {
         go.Wait();
         connection.Send(Ok(Pattern(kSpooled)));
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
-    const std::string base = SpoolName(request.handle());
+    const std::string base = SpoolName(request.Handle());
     MakeFile(base);
     for (int n = 1; n <= 1000; ++n) MakeFile(base + "_" + std::to_string(n));
     go.Set();
@@ -194,14 +194,14 @@ TEST(Spool, TwoRequestsAtOnceHaveAFileEach) {
             connection.Send(body.substr(1));
         },
         2);
-    Request first(peer.port());
-    Request second(peer.port());
+    Request first(peer.Port());
+    Request second(peer.Port());
     ASSERT_NE(first.Send(TheLibrary()), 0u);
     ASSERT_NE(second.Send(TheLibrary()), 0u);
     ASSERT_TRUE(first.inbox.WaitForCount(1));
     ASSERT_TRUE(second.inbox.WaitForCount(1));
-    EXPECT_TRUE(FileExists(SpoolName(first.handle())));
-    EXPECT_TRUE(FileExists(SpoolName(second.handle())));
+    EXPECT_TRUE(FileExists(SpoolName(first.Handle())));
+    EXPECT_TRUE(FileExists(SpoolName(second.Handle())));
     both.Set();
     ASSERT_TRUE(first.WaitForEnd());
     ASSERT_TRUE(second.WaitForEnd());
@@ -216,21 +216,21 @@ TEST(Spool, CancelledInTheBodyLeavesNoFile) {
         connection.Send(OkHead(50000) + Pattern(20000));
         connection.WaitForEnd();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(request.inbox.WaitForCount(1));
-    EXPECT_TRUE(FileExists(SpoolName(request.handle())));
-    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    EXPECT_TRUE(FileExists(SpoolName(request.Handle())));
+    EXPECT_EQ(TheLibrary().Cancel(request.Handle()), 1);
     ASSERT_TRUE(request.WaitForEnd());
     ExpectFailure(request, WPK_ERROR_CANCELLED);
     EXPECT_TRUE(SpoolFiles().empty());
 }
 
-// A callback that throws ends its request there: nothing more is told, and nothing stays behind.
+/// A callback that throws ends its request there: nothing more is told, and nothing stays behind.
 void ThrowOn(unsigned int reason, size_t size) {
     Peer peer(Answer(Ok(Pattern(size))));
     {
-        Request request(peer.port());
+        Request request(peer.Port());
         request.inbox.DropProgress();
         request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
             if (record.nReason == reason) throw std::runtime_error("from a callback");
@@ -240,7 +240,7 @@ void ThrowOn(unsigned int reason, size_t size) {
         EXPECT_EQ(request.inbox.Finals(), reason == WPK_REASON_REPLY ? 1u : 0u);
         EXPECT_TRUE(SpoolFiles().empty());
     }
-    Request next(peer.port());
+    Request next(peer.Port());
     RunAndExpectReply(TheLibrary(), next, Pattern(size));
 }
 
@@ -259,16 +259,16 @@ TEST(ThrowingCallback, InAReplyInMemoryEndsOnlyThatRequest) {
 
 TEST(ThrowingCallback, ThrowsSomethingThatIsNoExceptionEndsOnlyThatRequest) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.inside = [](WPK_CALLBACKSTRUCT&) { throw 42; };
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(request.inbox.WaitForThreadEnd());
     EXPECT_EQ(request.inbox.All().size(), 1u);
-    Request next(peer.port());
+    Request next(peer.Port());
     RunAndExpectReply(TheLibrary(), next, "ok");
 }
 
-// What the library hands to the event log, noted instead of written.
+/// What the library hands to the event log, noted instead of written.
 struct EventLog {
     std::string source;
     std::string server = "not called";
@@ -296,8 +296,8 @@ BOOL WINAPI NoteEvent(HANDLE log, WORD type, WORD category, DWORD id, PSID user,
     eventLog.type = type;
     eventLog.category = category;
     eventLog.id = id;
-    eventLog.anonymous = user == nullptr;
-    eventLog.withoutData = size == 0 && data == nullptr;
+    eventLog.anonymous = !user;
+    eventLog.withoutData = size == 0 && !data;
     eventLog.texts.assign(texts, texts + strings);
     return TRUE;
 }
@@ -313,7 +313,7 @@ TEST(ThrowingCallback, IsReportedToTheEventLogWithItsThreadsName) {
     const ImportPatch report(TheLibrary().module(), "ReportEventA", AddressOf(&NoteEvent));
     const ImportPatch close(TheLibrary().module(), "DeregisterEventSource", AddressOf(&NoteClose));
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.inside = [](WPK_CALLBACKSTRUCT&) { throw std::runtime_error("from a callback"); };
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(request.inbox.WaitForThreadEnd());

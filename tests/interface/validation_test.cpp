@@ -30,7 +30,7 @@ const Started& WithNetwork() {
     return started;
 }
 
-// An unknown type: no network, and nothing told about it.
+/// An unknown type: no network, and nothing told about it.
 const Started& WithoutNetwork() {
     static const Started started(17);
     return started;
@@ -85,7 +85,7 @@ TEST(Validation, BadRequestWithoutNetworkIsABadRequest) {
 TEST(DefaultCallback, OfARequestWithoutOneIsWrittenIntoItsRecord) {
     const Started started(WPK_CONNECTION_PERMANENT);
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     int ownData = 0;
     request.record.lpfnCallback = nullptr;
     request.record.lpUserData = &ownData;
@@ -118,16 +118,16 @@ TEST(DefaultCallback, OfAnUnusableRequestIsToldAndWrittenToo) {
 
 TEST(OwnCallback, OfARequestLeavesItsRecordUnchanged) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.record.reserved = 77;
     RunAndExpectReply(WithNetwork().library, request, "ok");
     EXPECT_EQ(request.record.reserved, 77u);
-    EXPECT_EQ(request.record.nPort, peer.port());
+    EXPECT_EQ(request.record.nPort, peer.Port());
     EXPECT_STREQ(request.record.lpszServer, "127.0.0.1");
     EXPECT_STREQ(request.record.lpszServiceName, "Echo");
     EXPECT_EQ(request.record.lpfnCallback, &Inbox::Callback);
     EXPECT_EQ(request.record.lpUserData, &request.inbox);
-    EXPECT_EQ(request.record.lpData, request.message().data());
+    EXPECT_EQ(request.record.lpData, request.Message().data());
     EXPECT_EQ(request.record.dwDataLength, 5u);
 }
 
@@ -140,8 +140,8 @@ TEST(Handles, OfTwoRequestsInFlightDiffer) {
             connection.Send(Ok("ok"));
         },
         2);
-    Request first(peer.port());
-    Request second(peer.port());
+    Request first(peer.Port());
+    Request second(peer.Port());
     EXPECT_NE(first.Send(WithNetwork().library), second.Send(WithNetwork().library));
     go.Set();
     ASSERT_TRUE(first.WaitForEnd());
@@ -152,19 +152,19 @@ TEST(Handles, OfTwoRequestsInFlightDiffer) {
 
 TEST(SendFromACallback, StartsAnotherRequest) {
     Peer peer(Answer(Ok("ok")));
-    Request inner(peer.port());
-    Request outer(peer.port());
+    Request inner(peer.Port());
+    Request outer(peer.Port());
     outer.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
         if (record.nReason == WPK_REASON_REPLY) inner.Send(WithNetwork().library);
     };
     RunAndExpectReply(WithNetwork().library, outer, "ok");
-    ASSERT_NE(inner.handle(), 0u);
+    ASSERT_NE(inner.Handle(), 0u);
     ASSERT_TRUE(inner.WaitForEnd());
     ExpectReply(inner, "ok");
-    EXPECT_NE(inner.handle(), outer.handle());
+    EXPECT_NE(inner.Handle(), outer.Handle());
 }
 
-// Memory that can be taken away from whoever still looks at it.
+/// Memory that can be taken away from whoever still looks at it.
 class Page {
 public:
     Page() : bytes_(VirtualAlloc(nullptr, kSize, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE)) {}
@@ -183,7 +183,7 @@ private:
     void* bytes_;
 };
 
-// The record with its texts and its data, all in one page that goes in the final callback.
+/// The record with its texts and its data, all in one page that goes in the final callback.
 void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int finalReason) {
     const Page page;
     struct Parts {
@@ -198,7 +198,7 @@ void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int finalReason) {
     inbox.inside = [&](WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason == finalReason) takenAway = page.TakeAway();
     };
-    parts.record.nPort = peer.port();
+    parts.record.nPort = peer.Port();
     parts.record.lpszServer = parts.server;
     parts.record.lpszServiceName = parts.service;
     parts.record.lpfnCallback = &Inbox::Callback;
@@ -224,11 +224,11 @@ TEST(SendRecord, TakenAwayInTheFinalCallbackIsNotMissed) {
 TEST(SendFromACallback, AndWaitingForItsEndWorks) {
     Peer peer(Answer(Ok("ok")), 2);
     std::vector<std::unique_ptr<Request>> inner;
-    Request outer(peer.port());
+    Request outer(peer.Port());
     outer.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
         if (record.nReason != WPK_REASON_REPLY) return;
         for (int i = 0; i < 10; ++i) {
-            inner.push_back(std::make_unique<Request>(peer.port()));
+            inner.push_back(std::make_unique<Request>(peer.Port()));
             inner.back()->Run(WithNetwork().library);
         }
     };
@@ -241,7 +241,7 @@ TEST(BlockingCallback, HoldsUpNobodyElse) {
     Signal blocked;
     Signal goOn;
     Peer peer(Answer(Ok("ok")), 2);
-    Request blocking(peer.port());
+    Request blocking(peer.Port());
     blocking.inbox.inside = [&](WPK_CALLBACKSTRUCT&) {
         blocked.Set();
         goOn.Wait();
@@ -249,7 +249,7 @@ TEST(BlockingCallback, HoldsUpNobodyElse) {
     ASSERT_NE(blocking.Send(WithNetwork().library), 0u);
     ASSERT_TRUE(blocked.Wait());
     for (int i = 0; i < 10; ++i) {
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(WithNetwork().library, request, "ok");
     }
     EXPECT_EQ(blocking.inbox.Finals(), 0u);

@@ -17,7 +17,7 @@ const Library& TheLibrary() {
     return library;
 }
 
-// Sends to a peer that answers "ok" and expects these bytes, no more and no fewer, on the wire.
+/// Sends to a peer that answers "ok" and expects these bytes, no more and no fewer, on the wire.
 void ExpectOnTheWire(Peer& peer, Request& request, const std::string& bytes) {
     RunAndExpectReply(TheLibrary(), request, "ok");
     const std::vector<std::string> requests = peer.Requests();
@@ -27,13 +27,13 @@ void ExpectOnTheWire(Peer& peer, Request& request, const std::string& bytes) {
 
 TEST(WireFormat, MessageOfFiveBytesToEchoIsFramedByteForByte) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port(), "hello");
+    Request request(peer.Port(), "hello");
     const std::string body = std::string("\x11\0\0\0WPK_IsBehindProxy\2\0\0\0NO", 27) +
                              std::string("\x0F\0\0\0WPK_ServiceName\4\0\0\0Echo", 27) +
                              std::string("\x0F\0\0\0WPK_ServiceData\5\0\0\0hello", 28);
     ASSERT_EQ(body.size(), 82u);
     ExpectOnTheWire(peer, request,
-                    "POST http://127.0.0.1:" + std::to_string(peer.port()) +
+                    "POST http://127.0.0.1:" + std::to_string(peer.Port()) +
                         "/ HTTP/1.0\r\n"
                         "User-Agent: WPK/1.00\r\n"
                         "Content-Type: application/tagged-data\r\n"
@@ -44,20 +44,20 @@ TEST(WireFormat, MessageOfFiveBytesToEchoIsFramedByteForByte) {
 
 TEST(WireFormat, EmptyMessageHasAnEmptyThirdEntry) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port(), "");
+    Request request(peer.Port(), "");
     request.record.lpData = nullptr;
     ExpectedRequest expected;
-    expected.port = peer.port();
+    expected.port = peer.Port();
     expected.data = "";
     ExpectOnTheWire(peer, request, expected.Bytes());
 }
 
 TEST(WireFormat, ServiceNameThatIsNullCountsAsEmpty) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.record.lpszServiceName = nullptr;
     ExpectedRequest expected;
-    expected.port = peer.port();
+    expected.port = peer.Port();
     expected.service = "";
     ExpectOnTheWire(peer, request, expected.Bytes());
 }
@@ -67,9 +67,9 @@ TEST(WireFormat, MessageOfEveryByteValueTravelsUnchanged) {
     for (int byte = 0; byte < 256; ++byte) message.push_back(static_cast<char>(byte));
     message += "\r\n\r\n";
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port(), message);
+    Request request(peer.Port(), message);
     ExpectedRequest expected;
-    expected.port = peer.port();
+    expected.port = peer.Port();
     expected.data = message;
     ExpectOnTheWire(peer, request, expected.Bytes());
 }
@@ -78,32 +78,32 @@ TEST(WireFormat, MessageLongerThanOneSendTravelsWhole) {
     // Around the 4096 bytes of one send, and far beyond.
     for (const size_t length : {4095u, 4096u, 4097u, 8192u, 3000000u}) {
         Peer peer(Answer(Ok("ok")));
-        Request request(peer.port(), Pattern(length));
+        Request request(peer.Port(), Pattern(length));
         ASSERT_TRUE(request.Run(TheLibrary()));
         ExpectReply(request, "ok");
         ExpectedRequest expected;
-        expected.port = peer.port();
-        expected.data = request.message();
+        expected.port = peer.Port();
+        expected.data = request.Message();
         EXPECT_TRUE(peer.WaitForRequest() == expected.Bytes()) << length;
     }
 }
 
 TEST(WireFormat, ServerGivenByNameIsResolvedAndWrittenAsGiven) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.Server("localhost");
     ExpectedRequest expected;
-    expected.port = peer.port();
+    expected.port = peer.Port();
     expected.server = "localhost";
     ExpectOnTheWire(peer, request, expected.Bytes());
 }
 
 TEST(WireFormat, LongServiceNameTravelsWhole) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.Service(std::string(5000, 's') + " with \xE4\r\n in it");
     ExpectedRequest expected;
-    expected.port = peer.port();
+    expected.port = peer.Port();
     expected.service = std::string(5000, 's') + " with \xE4\r\n in it";
     ExpectOnTheWire(peer, request, expected.Bytes());
 }
@@ -111,13 +111,13 @@ TEST(WireFormat, LongServiceNameTravelsWhole) {
 TEST(WireFormat, EveryRequestTravelsOnAConnectionOfItsOwn) {
     Peer peer(Answer(Ok("ok")));
     for (int i = 0; i < 3; ++i) {
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(TheLibrary(), request, "ok");
     }
     EXPECT_EQ(peer.Connections(), 3u);
 }
 
-// What the library asks of its socket, in order. Not under a lock: one request at a time runs.
+/// What the library asks of its socket, in order. Not under a lock: one request at a time runs.
 struct SocketCalls {
     std::vector<std::string> order;
     std::vector<int> sent;
@@ -156,12 +156,12 @@ TEST(SocketCalls, SendLineHeadersEmptyLineAndBodyInPiecesEachAfterALookForRoom) 
                                    {TheLibrary().module(), "recv", AddressOf(&NoteReceive)}};
     for (const ImportPatch& patch : patches) ASSERT_TRUE(patch.Found());
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port(), Pattern(10000));
+    Request request(peer.Port(), Pattern(10000));
     RunAndExpectReply(TheLibrary(), request, "ok");
 
     ExpectedRequest expected;
-    expected.port = peer.port();
-    expected.data = request.message();
+    expected.port = peer.Port();
+    expected.data = request.Message();
     const std::string head = expected.Head();
     const int line = static_cast<int>(head.find("\r\n") + 2);
     const int headers = static_cast<int>(head.size()) - line - 2;
@@ -199,7 +199,7 @@ TEST(WireFormat, AfterTheReplyTheConnectionIsClosedByTheLibrary) {
             // The peer keeps its side open: only the library can end this.
             if (connection.WaitForEnd()) closed.Set();
         });
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(TheLibrary(), request, "ok");
         EXPECT_TRUE(closed.Wait());
     }

@@ -271,9 +271,9 @@ tidy_without_git() {
     begin_with_source 'int one;'
     ln -s "$(command -v g++)" "$commands/"
     ln -s "$(command -v sha256sum)" "$commands/"
-    play cmake ''
+    play cmake 'mkdir -p build/host && echo "  \"file\": \"$PWD/tests/two.cpp\"" >build/host/compile_commands.json'
     play clang-tidy 'echo "looks at $*"'
-    run tidy.sh && ends_with 0 && says 'src/one.cpp'
+    run tidy.sh && ends_with 0 && says 'src/one.cpp' && says 'tests/two.cpp'
 }
 
 # name_tests FILE LINE: a source of tests with that line.

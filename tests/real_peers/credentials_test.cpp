@@ -22,7 +22,7 @@ std::vector<Notification> QuestionsOf(Request& request) {
     return questions;
 }
 
-// As an application with a dialog: each question gets the next of the user's tries, until the user gives up.
+/// As an application with a dialog: each question gets the next of the user's tries, until the user gives up.
 void AnswerInTurn(Request& request, const std::vector<std::string>& passwords) {
     request.inbox.inside = [passwords, asked = size_t{0}](WPK_CALLBACKSTRUCT& record) mutable {
         if (record.nReason != WPK_REASON_CREDENTIALS || asked == passwords.size()) return;
@@ -87,9 +87,9 @@ TEST(RealProxyCredentials, ThatTheUserGivesUpOnEndTheRequestAndTheLastOnesAreKep
     EXPECT_EQ(QuestionsOf(next)[0].password, "wrong");
 }
 
-// The proxy refuses as soon as it has read the head, and closes the connection under the hands of a client that is
-// still sending: that is a failed send, and the question is lost. A smaller request finds out first what the proxy
-// wants.
+/// The proxy refuses as soon as it has read the head, and closes the connection under the hands of a client that is
+/// still sending: that is a failed send, and the question is lost. A smaller request finds out first what the proxy
+/// wants.
 void ExpectLargeRequestsOnlyWithCredentials(unsigned short proxy) {
     const Proxied proxied(proxy, nullptr, nullptr);
     const std::string large = Pattern(8 * 1024 * 1024);

@@ -11,7 +11,7 @@
 namespace wpk::rig {
 namespace {
 
-// What is asked for in the message is what comes. `release` lets go of connections that stay open.
+/// What is asked for in the message is what comes. `release` lets go of connections that stay open.
 void ServeOddly(Connection& connection, Signal& release) {
     const std::string request = connection.ReadRequest();
     if (request.empty()) return;
@@ -59,7 +59,7 @@ protected:
         }
     }
 
-    // Not by the other side's end: Squid keeps a connection to a server for a minute, for its next request.
+    /// Not by the other side's end: Squid keeps a connection to a server for a minute, for its next request.
     Signal release_;
     Peer server_{[this](Connection& connection) { ServeOddly(connection, release_); }, 5, PortOf("backend")};
     const Way ways_[4] = {

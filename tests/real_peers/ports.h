@@ -7,7 +7,7 @@
 
 namespace wpk::rig {
 
-// The port of a name in run.sh.
+/// The port of a name in run.sh.
 unsigned short PortOf(const std::string& name);
 
 }  // namespace wpk::rig

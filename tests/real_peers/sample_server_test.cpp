@@ -12,7 +12,7 @@
 namespace wpk::rig {
 namespace {
 
-// Beyond what any of them holds in memory, and what the server takes.
+/// Beyond what any of them holds in memory, and what the server takes.
 constexpr size_t kLarge = 8 * 1024 * 1024;
 
 std::string Alphabet(size_t length) {
@@ -31,7 +31,7 @@ void ExpectAnswer(const Library& library, unsigned short port, const std::string
     EXPECT_EQ(request.inbox.ProgressCount() > 0, !answer.empty());
 }
 
-// Replies in memory, on both sides of the spool limit and far beyond it; large requests; XML; a refusal.
+/// Replies in memory, on both sides of the spool limit and far beyond it; large requests; XML; a refusal.
 void ExpectServices(const Library& library, unsigned short port, int refusal = WPK_ERROR_NO_SERVICE) {
     ExpectAnswer(library, port, "Echo", "", "");
     ExpectAnswer(library, port, "Reverse", "hello", "olleh");
@@ -54,7 +54,7 @@ void ExpectManyAtOnce(const Library& library, unsigned short port) {
     for (Request& request : requests) ASSERT_NE(request.Send(library), 0u);
     for (Request& request : requests) {
         ASSERT_TRUE(request.WaitForEnd());
-        ExpectReply(request, request.message());
+        ExpectReply(request, request.Message());
     }
 }
 

@@ -31,13 +31,13 @@ std::string ReadToEnd(SOCKET socket) {
     return bytes;
 }
 
-// A slow line to a front: half of the request goes through, and the answer comes back.
+/// A slow line to a front: half of the request goes through, and the answer comes back.
 class SlowLine {
 public:
     explicit SlowLine(unsigned short front) : front_(front) {}
 
-    unsigned short port() const { return peer_.port(); }
-    // The status line of what the front has answered.
+    unsigned short Port() const { return peer_.Port(); }
+    /// The status line of what the front has answered.
     std::string Status() {
         peer_.WaitUntilIdle();
         return answer_.substr(0, answer_.find('\r'));
@@ -88,14 +88,14 @@ INSTANTIATE_TEST_SUITE_P(Fronts, StrictFront, testing::Values("nginx_strict", "h
 
 TEST(SlowClient, OfHaproxyIsToldAndEndsTheRequest) {
     SlowLine line(PortOf("haproxy_strict"));
-    Request request(line.port());
+    Request request(line.Port());
     RunAndExpectFailure(StartFresh(), request, WPK_ERROR_EXCHANGE);
     EXPECT_EQ(line.Status(), "HTTP/1.1 408 Request Time-out");
 }
 
 TEST(SlowClient, OfNginxIsLeftWithoutAWordAndEndsTheRequest) {
     SlowLine line(PortOf("nginx_strict"));
-    Request request(line.port());
+    Request request(line.Port());
     RunAndExpectFailure(StartFresh(), request, WPK_ERROR_EXCHANGE);
     EXPECT_EQ(line.Status(), "");
 }

@@ -10,18 +10,18 @@
 namespace wpk::soak {
 namespace {
 
-// Of one fault there may be thousands.
-constexpr std::uint64_t kShownMismatches = 50;
-// A cancel is promised to be seen within 250 ms; the rest is what a machine under full load adds. Counted, not judged.
+/// Of one fault there may be thousands.
+constexpr uint64_t kShownMismatches = 50;
+/// A cancel is promised to be seen within 250 ms; the rest is what a machine under full load adds. Counted, not judged.
 constexpr ULONGLONG kCancelPromise = 250 + 500;
-// Usually none is rescued: at most one of so many.
-constexpr std::uint64_t kAcceptedForEachRescue = 500;
+/// Usually none is rescued: at most one of so many.
+constexpr uint64_t kAcceptedForEachRescue = 500;
 
-unsigned long long Number(std::uint64_t number) {
+unsigned long long Number(uint64_t number) {
     return number;
 }
 
-std::string Listed(const std::map<int, std::uint64_t>& failures) {
+std::string Listed(const std::map<int, uint64_t>& failures) {
     std::string text;
     for (auto one = failures.rbegin(); one != failures.rend(); ++one) {
         text += " " + std::to_string(one->first) + ":" + std::to_string(one->second);
@@ -90,7 +90,7 @@ void Account::NoteEnded(const Job& job, const std::string& wrong) {
 }
 
 void Account::NoteMismatch(const std::string& text) {
-    const std::uint64_t count = monitor_.Update([this] { return ++mismatches_; });
+    const uint64_t count = monitor_.Update([this] { return ++mismatches_; });
     if (count <= kShownMismatches) report_.Line("MISMATCH: %s", text.c_str());
 }
 
@@ -101,15 +101,15 @@ void Account::JudgeRescues() {
     }
 }
 
-std::uint64_t Account::Accepted() {
+uint64_t Account::Accepted() {
     return monitor_.Update([this] { return all_.accepted; });
 }
 
-std::uint64_t Account::InFlight() {
+uint64_t Account::InFlight() {
     return monitor_.Update([this] { return all_.accepted - std::min(all_.accepted, ended_); });
 }
 
-std::uint64_t Account::Mismatches() {
+uint64_t Account::Mismatches() {
     return monitor_.Update([this] { return mismatches_; });
 }
 

@@ -27,7 +27,7 @@ void Job::Cancel() {
     monitor_.Update([this] {
         if (finalBegun_) return;
         if (cancelledAt_ == 0) cancelledAt_ = GetTickCount64();
-        library_.Cancel(request_.handle());
+        library_.Cancel(request_.Handle());
     });
 }
 
@@ -79,7 +79,7 @@ std::string Job::JudgeNotifications() {
     const std::vector<rig::Notification> all = request_.inbox.All();
     if (request_.inbox.Finals() != 1) return std::to_string(request_.inbox.Finals()) + " final notifications";
     if (all.size() != 1) return "a notification that nobody asked for";
-    if (final_.thread != request_.handle()) return "a final notification on another thread than the handle's";
+    if (final_.thread != request_.Handle()) return "a final notification on another thread than the handle's";
     if (final_.userData != &request_.inbox) return "a final notification with another context";
     if (!final_.restIsZero) return "a final notification with more than its reason fills";
     if (progressWrong_) return "a progress notification with wrong numbers";
@@ -89,8 +89,8 @@ std::string Job::JudgeNotifications() {
 std::string Job::JudgeReply() const {
     if (!plan_.right) return "a reply where none could be";
     if (final_.error != 0) return "a reply with an error code";
-    if ((final_.data == nullptr) != final_.bytes.empty()) return "a reply whose pointer does not fit its length";
-    if (!plan_.right(request_.message(), final_.bytes)) return "a reply with a wrong body";
+    if ((!final_.data) != final_.bytes.empty()) return "a reply whose pointer does not fit its length";
+    if (!plan_.right(request_.Message(), final_.bytes)) return "a reply with a wrong body";
     if (received_ != final_.bytes.size()) return "a reply that its progress did not reach";
     return {};
 }
@@ -106,7 +106,7 @@ std::string Job::JudgeFailure() const {
 
 std::string Job::Describe() const {
     return std::string(plan_.kind) + ", " + std::to_string(MessageLength()) + " bytes, handle " +
-           std::to_string(request_.handle()) + ", reason " + std::to_string(final_.reason) + ", error " +
+           std::to_string(request_.Handle()) + ", reason " + std::to_string(final_.reason) + ", error " +
            std::to_string(final_.error) + ", " + std::to_string(final_.bytes.size()) + " bytes back after " +
            std::to_string(endedAt_ == 0 ? 0 : Took()) + " ms" + (Cancelled() ? ", cancelled" : "");
 }

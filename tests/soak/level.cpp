@@ -9,7 +9,7 @@
 namespace wpk::soak {
 namespace {
 
-// Wine does not say how much memory is a process's own; the list of its regions tells.
+/// Wine does not say how much memory is a process's own; the list of its regions tells.
 void CountMemory(Level& level) {
     size_t privateBytes = 0;
     MEMORY_BASIC_INFORMATION region = {};

@@ -23,14 +23,14 @@ struct Level {
     size_t UsedKb() const { return privateKb - spareKb; }
 
     static Level Now(const rig::HeapCount& libraryHeap);
-    // The lower one of each.
+    /// The lower one of each.
     static Level Least(const Level& a, const Level& b);
 };
 
-// A time and a value.
+/// A time and a value.
 using Point = std::pair<double, double>;
 
-// What a value grows by in each unit of time, as the line shows that fits the points best.
+/// What a value grows by in each unit of time, as the line shows that fits the points best.
 double Slope(const std::vector<Point>& points);
 
 }  // namespace wpk::soak

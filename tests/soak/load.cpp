@@ -5,12 +5,12 @@
 namespace wpk::soak {
 namespace {
 
-constexpr std::uint64_t kSenders = 12;
+constexpr uint64_t kSenders = 12;
 constexpr size_t kMostInFlight = 160;
-// Between two sends of one thread, at most.
+/// Between two sends of one thread, at most.
 constexpr size_t kPauseMs = 50;
-// A cancel goes on after the call has returned. Its request is kept for so long, and with it the handle, which would
-// otherwise become another request's that the cancel might then hit.
+/// A cancel goes on after the call has returned. Its request is kept for so long, and with it the handle, which would
+/// otherwise become another request's that the cancel might then hit.
 constexpr ULONGLONG kKeepCancelledMs = 5000;
 constexpr DWORD kLookForCancelsMs = 10;
 
@@ -21,7 +21,7 @@ bool Load::RunRound(DWORD milliseconds) {
     sending_ = cancelling_ = true;
     ++round_;
     std::vector<rig::Thread> senders;
-    for (std::uint64_t i = 0; i < kSenders; ++i) {
+    for (uint64_t i = 0; i < kSenders; ++i) {
         senders.emplace_back([this, i, end] {
             Random random(seed_, round_ * 100 + i);
             SendUntil(end, random);
@@ -107,7 +107,7 @@ bool Load::Collect() {
     }
 }
 
-// Null when none has ended for a long time.
+/// Null when none has ended for a long time.
 Load::JobPointer Load::TakeEnded(bool& allOver) {
     JobPointer job;
     monitor_.WaitUntil([&] {

@@ -17,21 +17,21 @@ namespace {
 
 constexpr DWORD kWarmUpMs = 6000;
 constexpr DWORD kShortestSeconds = 60;
-// Between two looks at the process without any request in flight.
+/// Between two looks at the process without any request in flight.
 constexpr DWORD kRoundMs = 4 * 60 * 1000;
-// What may be used at rest beyond the least seen before: the books of the test, and stacks that have grown deeper once.
-// What the heaps keep for later is not counted, since it grows with how much was in flight at once; nor are the
-// library's own blocks, which are counted exactly.
+/// What may be used at rest beyond the least seen before: the books of the test, and stacks that have grown deeper
+/// once. What the heaps keep for later is not counted, since it grows with how much was in flight at once; nor are the
+/// library's own blocks, which are counted exactly.
 constexpr size_t kUsedRoomKb = 16 * 1024;
 
 struct Options {
     DWORD seconds = 0;
-    std::uint64_t seed = 0;
+    uint64_t seed = 0;
 };
 
-std::optional<std::uint64_t> Number(const char* text) {
+std::optional<uint64_t> Number(const char* text) {
     char* end = nullptr;
-    const std::uint64_t number = std::strtoull(text, &end, 10);
+    const uint64_t number = std::strtoull(text, &end, 10);
     if (end == text || *end != '\0') return std::nullopt;
     return number;
 }
@@ -54,7 +54,7 @@ std::optional<Options> ParseOptions(int argc, char** argv) {
     return options;
 }
 
-// The library under load, and the process around it.
+/// The library under load, and the process around it.
 class Soak {
 public:
     explicit Soak(const Options& options)
@@ -113,12 +113,12 @@ private:
         return level;
     }
 
-    // One at a time: looking at the process takes a handle, which another look would count.
+    /// One at a time: looking at the process takes a handle, which another look would count.
     Level Measure() {
         return measuring_.Update([this] { return Level::Now(heap_); });
     }
 
-    // Against the least ever seen at rest: what the warm-up's last moment held may have been on its way out.
+    /// Against the least ever seen at rest: what the warm-up's last moment held may have been on its way out.
     void Compare(const Level& least, const Level& now) {
         CompareOne("threads", least.threads, now.threads);
         CompareOne("handles", least.handles, now.handles);
@@ -187,7 +187,7 @@ private:
         return 1;
     }
 
-    // Requests are still using what would be taken down now.
+    /// Requests are still using what would be taken down now.
     [[noreturn]] void GiveUp() {
         account_.Print(dying_.Ends());
         PrintVerdict();

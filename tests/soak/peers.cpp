@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kActors = 24;
 constexpr int kOthers = 8;
-// Whoever gets no answer here is cancelled, and has closed the connection, long before.
+/// Whoever gets no answer here is cancelled, and has closed the connection, long before.
 constexpr DWORD kCancelMs = 15000;
 
 void SendSlowly(rig::Connection& connection, const std::string& reply, size_t pieces) {
@@ -106,7 +106,7 @@ std::string Act::Reply() const {
     return reply.append(Stretch(bodyOffset, bodyLength));
 }
 
-Peers::Peers(std::uint64_t seed)
+Peers::Peers(uint64_t seed)
     : seed_(seed),
       actor_(Perform, kActors),
       lateActor_(
@@ -133,7 +133,7 @@ bool Peers::WaitUntilIdle() {
     return true;
 }
 
-// Of any of the peers' threads.
+/// Of any of the peers' threads.
 size_t Peers::NextChoice(size_t limit) {
     return Random(seed_, ++choices_).Below(limit);
 }

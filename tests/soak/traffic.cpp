@@ -42,7 +42,7 @@ bool IsAlphabet(const std::string& body, size_t length) {
     return true;
 }
 
-// To a peer that does not read what it is asked.
+/// To a peer that does not read what it is asked.
 Plan ToPort(Random& random, const char* kind, unsigned short port) {
     Plan plan;
     plan.kind = kind;
@@ -51,12 +51,12 @@ Plan ToPort(Random& random, const char* kind, unsigned short port) {
     return plan;
 }
 
-// For requests that would not end by themselves.
+/// For requests that would not end by themselves.
 void CancelSoon(Random& random, Plan& plan) {
     plan.cancel = {CancelPlan::kAfter, static_cast<DWORD>(random.Below(700))};
 }
 
-// Of the others, every eighth is taken back somewhere.
+/// Of the others, every eighth is taken back somewhere.
 void PerhapsCancel(Random& random, Plan& plan) {
     if (plan.cancel.when != CancelPlan::kNever || !random.OneIn(8)) return;
     plan.cancel.when = static_cast<CancelPlan::When>(random.Between(CancelPlan::kAfter, CancelPlan::kInFinal));

@@ -7,18 +7,18 @@
 namespace wpk::test {
 namespace {
 
-thread_local std::size_t allocations = 0;
+thread_local size_t allocations = 0;
 
 struct Plan {
     bool isActive = false;
     bool isForGood = false;
-    std::size_t minimumSize = 0;
-    std::size_t successesLeft = 0;
-    std::size_t fired = 0;
+    size_t minimumSize = 0;
+    size_t successesLeft = 0;
+    size_t fired = 0;
 };
 thread_local Plan plan;
 
-bool MustFail(std::size_t size) noexcept {
+bool MustFail(size_t size) noexcept {
     if (!plan.isActive || size < plan.minimumSize || (plan.fired > 0 && !plan.isForGood)) return false;
     if (plan.successesLeft > 0) {
         --plan.successesLeft;
@@ -30,7 +30,7 @@ bool MustFail(std::size_t size) noexcept {
 
 }  // namespace
 
-bool RefuseAllocation(std::size_t size) noexcept {
+bool RefuseAllocation(size_t size) noexcept {
     ++allocations;
     return MustFail(size);
 }
@@ -39,11 +39,11 @@ std::ptrdiff_t LiveBytes() noexcept {
     return liveBytes;
 }
 
-std::size_t Allocations() noexcept {
+size_t Allocations() noexcept {
     return allocations;
 }
 
-AllocationFault::AllocationFault(std::size_t successes, bool isForGood, std::size_t minimumSize) {
+AllocationFault::AllocationFault(size_t successes, bool isForGood, size_t minimumSize) {
     plan = {true, isForGood, minimumSize, successes, 0};
 }
 
@@ -51,7 +51,7 @@ AllocationFault::~AllocationFault() {
     plan = {};
 }
 
-std::size_t AllocationFault::Fired() const noexcept {
+size_t AllocationFault::Fired() const noexcept {
     return plan.fired;
 }
 

@@ -10,16 +10,15 @@ namespace wpk::test {
 /// Bytes that this thread has got from operator new and not given back yet.
 std::ptrdiff_t LiveBytes() noexcept;
 /// Calls of operator new on this thread so far.
-std::size_t Allocations() noexcept;
+size_t Allocations() noexcept;
 
 /// While it lives, lets `successes` allocations pass on this thread and fails those after them, or the next one alone,
 /// in operator new and its nothrow form alike. One at a time.
 class AllocationFault {
 public:
-    explicit AllocationFault(std::size_t successes = 0, bool isForGood = true)
-        : AllocationFault(successes, isForGood, 0) {}
+    explicit AllocationFault(size_t successes = 0, bool isForGood = true) : AllocationFault(successes, isForGood, 0) {}
     /// Looks only at allocations of at least that many bytes.
-    static AllocationFault AmongLarge(std::size_t minimumSize, std::size_t successes = 0) {
+    static AllocationFault AmongLarge(size_t minimumSize, size_t successes = 0) {
         return AllocationFault(successes, true, minimumSize);
     }
     AllocationFault(const AllocationFault&) = delete;
@@ -27,10 +26,10 @@ public:
     ~AllocationFault();
 
     /// How many allocations it has failed so far.
-    std::size_t Fired() const noexcept;
+    size_t Fired() const noexcept;
 
 private:
-    AllocationFault(std::size_t successes, bool isForGood, std::size_t minimumSize);
+    AllocationFault(size_t successes, bool isForGood, size_t minimumSize);
 };
 
 }  // namespace wpk::test

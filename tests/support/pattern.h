@@ -10,7 +10,7 @@
 namespace wpk::test {
 
 /// Bytes that tell their place: no stretch of them looks like its neighbour.
-inline std::string Pattern(std::size_t length) {
+inline std::string Pattern(size_t length) {
     std::string bytes(length, '\0');
     uint32_t state = 1;
     for (char& byte : bytes) {

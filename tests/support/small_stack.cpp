@@ -11,7 +11,7 @@
 namespace wpk::test {
 namespace {
 
-constexpr std::size_t kStackSize = std::size_t{64} * 1024;
+constexpr size_t kStackSize = size_t{64} * 1024;
 
 #ifdef _WIN32
 
@@ -36,7 +36,7 @@ void* Run(void* work) {
 bool RunOnSmallStack(const std::function<void()>& work) {
     const HANDLE thread = CreateThread(nullptr, kStackSize, Run, const_cast<std::function<void()>*>(&work),
                                        STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
-    if (thread == nullptr) return false;
+    if (!thread) return false;
     const bool hasEnded = WaitForSingleObject(thread, INFINITE) == WAIT_OBJECT_0;
     CloseHandle(thread);
     return hasEnded;

@@ -13,7 +13,6 @@
 #include "xml_model/writer.h"
 
 namespace xml_model {
-
 namespace {
 
 struct LibraryResult {

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 namespace xml_model {
-
 namespace {
 
 bool IsLetter(Byte byte) {
@@ -114,7 +113,7 @@ Byte Cursor::ReadQuote() {
 }
 
 std::string Cursor::ReadName() {
-    const std::size_t start = position_;
+    const size_t start = position_;
     if (!IsNameStart(Read())) {
         Unread();
         return {};
@@ -157,11 +156,11 @@ bool Cursor::MatchEquals() {
     return true;
 }
 
-std::string Cursor::Cut(std::size_t from, std::size_t delimiter) const {
+std::string Cursor::Cut(size_t from, size_t delimiter) const {
     // A read past the end leaves the cursor one byte behind it; that byte is not part of the input.
-    const std::size_t to = std::min(position_, input_.size()) - delimiter;
+    const size_t to = std::min(position_, input_.size()) - delimiter;
     std::string text;
-    for (std::size_t at = from; at < to; ++at) {
+    for (size_t at = from; at < to; ++at) {
         if (input_[at] != '\r') {
             text += input_[at];
             continue;

@@ -12,9 +12,9 @@ namespace xml_model {
 
 /// What a failed parse reports.
 struct Fault {
-    std::uint32_t code;
-    std::uint32_t line;
-    std::uint32_t column;
+    uint32_t code;
+    uint32_t line;
+    uint32_t column;
 };
 
 /// A byte of the input as the rules see it; 0 stands for the end of the input as well as for a NUL.
@@ -27,9 +27,9 @@ bool IsAllowedInText(Byte byte);
 
 /// A place to come back to. The column before the last byte is not part of it.
 struct Place {
-    std::size_t position;
-    std::uint32_t line;
-    std::uint32_t column;
+    size_t position;
+    uint32_t line;
+    uint32_t column;
 };
 
 class Cursor {
@@ -55,20 +55,20 @@ public:
     bool MatchKeywordWithEquals(std::string_view keyword);
     bool MatchEquals();
 
-    std::size_t Position() const { return position_; }
+    size_t Position() const { return position_; }
     /// Whether a longer input could have been read differently.
     bool HasTouchedEnd() const { return hasTouchedEnd_; }
     /// The input from `from` up to the cursor without the last `delimiter` bytes, every line break as one LF.
-    std::string Cut(std::size_t from, std::size_t delimiter = 0) const;
+    std::string Cut(size_t from, size_t delimiter = 0) const;
 
-    [[noreturn]] void Fail(std::uint32_t code) const { throw Fault{code, line_, column_}; }
+    [[noreturn]] void Fail(uint32_t code) const { throw Fault{code, line_, column_}; }
 
 private:
     std::string_view input_;
-    std::size_t position_ = 0;
-    std::uint32_t line_ = 1;
-    std::uint32_t column_ = 1;
-    std::uint32_t previousColumn_ = 0;
+    size_t position_ = 0;
+    uint32_t line_ = 1;
+    uint32_t column_ = 1;
+    uint32_t previousColumn_ = 0;
     bool hasTouchedEnd_ = false;
 };
 

@@ -13,7 +13,6 @@
 #include "xml_model/library_tree.h"
 
 namespace xml_model {
-
 namespace {
 
 using AdvXMLParser::detail::Byte;
@@ -59,9 +58,9 @@ std::string CursorDisagreement(std::string_view input) {
     const Tree fast = Read<AdvXMLParser::detail::FastCursor, AdvXMLParser::detail::NotWellFormed>(input);
     const Tree exact = Read<AdvXMLParser::detail::DiagnosingCursor, AdvXMLParser::ParsingException>(input);
     std::string difference;
-    if ((fast == nullptr) != (exact == nullptr)) {
-        difference = fast == nullptr ? "refused by the fast cursor alone" : "refused by the exact cursor alone";
-    } else if (fast != nullptr && Describe(*fast) != Describe(*exact)) {
+    if ((!fast) != (!exact)) {
+        difference = !fast ? "refused by the fast cursor alone" : "refused by the exact cursor alone";
+    } else if (fast && Describe(*fast) != Describe(*exact)) {
         difference = "fast:  " + Readable(Describe(*fast)) + "\n  exact: " + Readable(Describe(*exact));
     }
     return difference.empty() ? "" : "input: " + Readable(input) + "\n  " + difference;

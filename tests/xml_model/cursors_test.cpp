@@ -16,13 +16,13 @@ namespace xml_model {
 namespace {
 
 TEST(Cursors, AgreeOnRandomDocuments) {
-    for (std::uint64_t seed = 1; seed <= support::Many(20000, 2000); ++seed) {
+    for (uint64_t seed = 1; seed <= support::Many(20000, 2000); ++seed) {
         ASSERT_EQ(CursorDisagreement(DocumentGenerator(0x30000000 + seed).Document()), "") << "seed " << seed;
     }
 }
 
 TEST(Cursors, AgreeOnMutatedDocuments) {
-    for (std::uint64_t seed = 1; seed <= support::Many(20000, 2000); ++seed) {
+    for (uint64_t seed = 1; seed <= support::Many(20000, 2000); ++seed) {
         DocumentGenerator generator(0x40000000 + seed);
         const std::string document = generator.Document();
         for (int variant = 0; variant < 4; ++variant) {
@@ -32,21 +32,21 @@ TEST(Cursors, AgreeOnMutatedDocuments) {
 }
 
 TEST(Cursors, AgreeOnDocumentsCutOffAtEveryByte) {
-    for (std::uint64_t seed = 1; seed <= support::Many(300, 30); ++seed) {
+    for (uint64_t seed = 1; seed <= support::Many(300, 30); ++seed) {
         const std::string document = DocumentGenerator(0x50000000 + seed).Document();
-        for (std::size_t length = 0; length < document.size(); ++length) {
+        for (size_t length = 0; length < document.size(); ++length) {
             ASSERT_EQ(CursorDisagreement(document.substr(0, length)), "") << "seed " << seed;
         }
     }
 }
 
 TEST(Cursors, AgreeOnTheFirstInputsOfTheFuzzTargets) {
-    std::size_t read = 0;
+    size_t read = 0;
     for (const auto& entry : std::filesystem::directory_iterator(WPK_XML_SEEDS)) {
         std::ifstream file(entry.path(), std::ios::binary);
         const std::string input{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
         EXPECT_EQ(CursorDisagreement(input), "") << entry.path();
-        for (std::size_t length = 0; length < input.size(); ++length) {
+        for (size_t length = 0; length < input.size(); ++length) {
             ASSERT_EQ(CursorDisagreement(input.substr(0, length)), "") << entry.path() << " cut off at " << length;
         }
         ++read;

@@ -5,7 +5,6 @@
 #include "xml_model/parser.h"
 
 namespace xml_model {
-
 namespace {
 
 bool SkipName(Cursor& cursor) {
@@ -128,7 +127,7 @@ bool ParseElementDeclaration(Cursor& cursor) {
 
 /// "(", then one or more `item` with "|" between them, then ")"; throws `fault` for a missing item or end.
 template <class Item>
-void ParseAlternatives(Cursor& cursor, Item item, std::uint32_t fault) {
+void ParseAlternatives(Cursor& cursor, Item item, uint32_t fault) {
     do {
         cursor.SkipWhitespace();
         if (!item(cursor)) cursor.Fail(fault);

@@ -68,7 +68,7 @@ std::string DocumentGenerator::ElementDeclaration() {
 std::string DocumentGenerator::Group(int depth) {
     const std::string separator(random_.Pick({"|", "|", ",", ",", ";", "&", "("}));
     std::string group = "(" + MaybeSpace();
-    for (std::size_t left = 1 + random_.Below(3); left > 0; --left) {
+    for (size_t left = 1 + random_.Below(3); left > 0; --left) {
         group += depth < 4 && random_.OneIn(3) ? Group(depth + 1) : Name();
         group += std::string(random_.Pick({"", "", "*", "+", "?"})) + MaybeSpace();
         if (left > 1) group += separator + MaybeSpace();

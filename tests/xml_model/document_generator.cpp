@@ -58,8 +58,8 @@ std::string DocumentGenerator::Attributes() {
 
 std::string DocumentGenerator::Content(int depth) {
     std::string content = Text("<&");
-    const std::size_t items = depth > 5 ? 0 : random_.Below(5);
-    for (std::size_t item = 0; item < items; ++item) {
+    const size_t items = depth > 5 ? 0 : random_.Below(5);
+    for (size_t item = 0; item < items; ++item) {
         switch (random_.Below(6)) {
             case 0:
                 content += Comment();
@@ -85,10 +85,10 @@ std::string DocumentGenerator::Content(int depth) {
 std::string DocumentGenerator::Text(const char* forbidden) {
     constexpr char kLikely[] = "abc  \t\n\r'\"]>;=/%-?!#\x7F\x80\xA0\xC3\xD7\xFF";
     std::string text;
-    for (std::size_t left = random_.Below(8); left > 0; --left) {
+    for (size_t left = random_.Below(8); left > 0; --left) {
         if (random_.OneIn(6)) text += random_.Pick({"\r\n", "\n\r", "\r\r\n", "word", "  ", "]]"});
         const char character = kLikely[random_.Below(sizeof(kLikely) - 1)];
-        if (std::strchr(forbidden, character) == nullptr) text += character;
+        if (!std::strchr(forbidden, character)) text += character;
     }
     return text;
 }
@@ -142,9 +142,9 @@ std::string DocumentGenerator::MaybeSpace() {
 }
 
 std::string DocumentGenerator::Mutated(std::string document) {
-    for (std::size_t left = 1 + random_.Below(3); left > 0 && !document.empty(); --left) {
-        const std::size_t at = random_.Below(document.size());
-        const std::size_t length = random_.Below(12);
+    for (size_t left = 1 + random_.Below(3); left > 0 && !document.empty(); --left) {
+        const size_t at = random_.Below(document.size());
+        const size_t length = random_.Below(12);
         switch (random_.Below(6)) {
             case 0:
                 document[at] = static_cast<char>(random_.Below(256));

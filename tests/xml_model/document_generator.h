@@ -12,7 +12,7 @@ namespace xml_model {
 
 class DocumentGenerator {
 public:
-    explicit DocumentGenerator(std::uint64_t seed) : random_(seed) {}
+    explicit DocumentGenerator(uint64_t seed) : random_(seed) {}
 
     std::string Document();
     /// `document` with a few bytes or stretches of it changed, dropped, doubled or cut off.

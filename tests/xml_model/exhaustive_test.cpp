@@ -23,7 +23,7 @@ struct Place {
     /// Each piece counts as one character of the short string; the pieces end with an empty one.
     const char* const* pieces;
     std::string_view after;
-    std::size_t length;
+    size_t length;
 };
 
 std::ostream& operator<<(std::ostream& stream, const Place& place) {
@@ -94,7 +94,7 @@ class ExhaustiveInputs : public testing::TestWithParam<Place> {
 protected:
     /// Tries `text` and everything that begins with it; once the model refuses whatever may follow, only one piece
     /// more.
-    void TryFrom(const std::string& text, std::size_t left) {
+    void TryFrom(const std::string& text, size_t left) {
         const Place& place = GetParam();
         const std::string difference =
             Disagreement(std::string(place.before) + text + std::string(place.after), Depth::kTree);

@@ -8,7 +8,6 @@
 #include "xml_model/writer.h"
 
 namespace xml_model {
-
 namespace {
 
 using AdvXMLParser::NodeContainer;
@@ -40,8 +39,8 @@ std::string ValueOf(Type type, const AdvXMLParser::Node& node) {
 std::string ReferenceDifference(const Node& model, const AdvXMLParser::Node& library) {
     const auto* character = dynamic_cast<const AdvXMLParser::CharRef*>(&library);
     const auto* entity = dynamic_cast<const AdvXMLParser::EntityRef*>(&library);
-    if (model.isCharacterReference != (character != nullptr)) return "kind of reference";
-    if (character == nullptr && entity == nullptr) return "a reference of neither kind";
+    if (model.isCharacterReference == !character) return "kind of reference";
+    if (!character && !entity) return "a reference of neither kind";
     const char value = static_cast<char>(character ? character->value : entity->value);
     if (model.value != std::string(1, value)) return Differ("character of a reference", model.value, {&value, 1});
     return {};
@@ -54,7 +53,7 @@ std::string ListDifference(const std::vector<Node>& model, const Nodes& library,
     if (model.size() != library.size()) {
         return Differ("number of nodes in a list", std::to_string(model.size()), std::to_string(library.size()));
     }
-    for (std::size_t at = 0; at < model.size(); ++at) {
+    for (size_t at = 0; at < model.size(); ++at) {
         const AdvXMLParser::Node& child = *library[at];
         if (child.parent != &owner) return "parent of " + Readable(model[at].name);
         std::string difference = NodeDifference(model[at], child);
@@ -74,7 +73,7 @@ std::string NodeDifference(const Node& model, const AdvXMLParser::Node& library)
         return value == model.value ? "" : Differ("value", model.value, value);
     }
     const auto& container = static_cast<const NodeContainer&>(library);
-    if (container.pendingText != nullptr) return "pendingText";
+    if (container.pendingText) return "pendingText";
     if (model.type == kElement) {
         const auto& element = static_cast<const AdvXMLParser::Element&>(library);
         if (element.preserveSpace != model.preserveSpace) return "preserveSpace of " + model.name;
@@ -109,7 +108,7 @@ std::string CopyDifference(const Node& model, const AdvXMLParser::Node& copy) {
         if (element.preserveSpace || element.attributes.size() != 0) return "a copied element keeps too much";
     }
     if (container.children.size() != model.children.size()) return "number of children of a copy";
-    for (std::size_t at = 0; at < model.children.size(); ++at) {
+    for (size_t at = 0; at < model.children.size(); ++at) {
         const Node& expected = model.children[at];
         const AdvXMLParser::Node& child = *container.children[at];
         const bool hasNullParent = expected.type == kReference && !expected.isCharacterReference;
@@ -151,11 +150,11 @@ std::string EveryNodeDifference(const Node& model, const AdvXMLParser::Node& lib
     std::string difference = NodeAnswersDifference(model, library);
     if (!difference.empty() || !IsContainer(model.type)) return difference;
     const auto& container = static_cast<const NodeContainer&>(library);
-    for (std::size_t at = 0; at < model.children.size(); ++at) {
+    for (size_t at = 0; at < model.children.size(); ++at) {
         difference = EveryNodeDifference(model.children[at], *container.children[at]);
         if (!difference.empty()) return difference;
     }
-    for (std::size_t at = 0; at < model.attributes.size(); ++at) {
+    for (size_t at = 0; at < model.attributes.size(); ++at) {
         const auto& element = static_cast<const AdvXMLParser::Element&>(library);
         difference = EveryNodeDifference(model.attributes[at], *element.attributes[at]);
         if (!difference.empty()) return difference;
@@ -169,7 +168,7 @@ std::string CloneDifference(const Document& model, const AdvXMLParser::Document&
     if (std::string_view(document.version) != "1.0" || std::string_view(document.encoding) != "UTF-8") {
         return "a copied document keeps its declaration";
     }
-    if (!document.standalone || document.root != nullptr) return "a copied document keeps standalone or root";
+    if (!document.standalone || document.root) return "a copied document keeps standalone or root";
     return CopyDifference(Clone(model.node), *copy);
 }
 

@@ -5,7 +5,6 @@
 #include "xml_model/parser.h"
 
 namespace xml_model {
-
 namespace {
 
 int DigitValue(Byte byte) {
@@ -16,11 +15,11 @@ int DigitValue(Byte byte) {
 }
 
 /// The value of a run of digits, modulo 2^32; throws `missing` when there is not a single one.
-std::uint32_t ReadNumber(Cursor& cursor, std::uint32_t base, std::uint32_t missing) {
-    std::uint32_t value = 0;
+uint32_t ReadNumber(Cursor& cursor, uint32_t base, uint32_t missing) {
+    uint32_t value = 0;
     bool any = false;
     for (;;) {
-        const auto digit = static_cast<std::uint32_t>(DigitValue(cursor.Read()));
+        const auto digit = static_cast<uint32_t>(DigitValue(cursor.Read()));
         if (digit >= base) break;
         value = value * base + digit;
         any = true;
@@ -31,7 +30,7 @@ std::uint32_t ReadNumber(Cursor& cursor, std::uint32_t base, std::uint32_t missi
 }
 
 Node ParseCharacterReference(Cursor& cursor) {
-    std::uint32_t value = 0;
+    uint32_t value = 0;
     if (cursor.Read() == 'x') {
         value = ReadNumber(cursor, 16, 7);
     } else {
@@ -81,14 +80,14 @@ std::optional<Node> ParseReference(Cursor& cursor) {
 
 std::optional<Node> ParseCData(Cursor& cursor) {
     if (!cursor.Match("<![CDATA[")) return std::nullopt;
-    const std::size_t start = cursor.Position();
+    const size_t start = cursor.Position();
     while (!cursor.Match("]]>")) ReadAllowed(cursor);
     return MakeNode(kCData, "#cdata-section", cursor.Cut(start, 3));
 }
 
 std::optional<Node> ParseComment(Cursor& cursor) {
     if (!cursor.Match("<!--")) return std::nullopt;
-    const std::size_t start = cursor.Position();
+    const size_t start = cursor.Position();
     while (!cursor.Match("--")) ReadAllowed(cursor);
     if (!cursor.Expect('>')) cursor.Fail(23);
     return MakeNode(kComment, "#comment", cursor.Cut(start, 3));
@@ -100,7 +99,7 @@ std::optional<Node> ParsePi(Cursor& cursor) {
     if (target.empty()) cursor.Fail(24);
     if (IsXmlInAnyCase(target)) cursor.Fail(25);
     cursor.SkipWhitespace();
-    const std::size_t start = cursor.Position();
+    const size_t start = cursor.Position();
     while (!cursor.Match("?>")) ReadAllowed(cursor);
     return MakeNode(kPi, target, cursor.Cut(start, 2));
 }

@@ -5,7 +5,6 @@
 #include <utility>
 
 namespace xml_model {
-
 namespace {
 
 bool IsVersionCharacter(Byte byte) {
@@ -22,7 +21,7 @@ bool IsEncodingCharacter(Byte byte) {
 
 /// A run of one `first` character and any number of `next` ones; empty when there is none.
 std::string ReadRun(Cursor& cursor, bool (*first)(Byte), bool (*next)(Byte)) {
-    const std::size_t start = cursor.Position();
+    const size_t start = cursor.Position();
     if (!first(cursor.Read())) {
         cursor.Unread();
         return {};
@@ -151,7 +150,7 @@ bool ParseMarkup(Cursor& cursor, Node& element) {
 }
 
 void ParseContent(Cursor& cursor, Node& element) {
-    std::size_t mark = cursor.Position();
+    size_t mark = cursor.Position();
     for (;;) {
         const Byte byte = cursor.Read();
         if (byte == 0) cursor.Fail(1);
@@ -195,7 +194,7 @@ Node MakeNode(Type type, std::string name, std::string value) {
 bool ParseAttributeValue(Cursor& cursor, Node& attribute) {
     const Byte quote = cursor.ReadQuote();
     if (quote == 0) return false;
-    std::size_t mark = cursor.Position();
+    size_t mark = cursor.Position();
     for (;;) {
         const Byte byte = cursor.Read();
         if (byte == quote) {

@@ -17,7 +17,7 @@ Document Parse(std::string_view input);
 /// Whether `input` is refused whatever may follow it.
 bool IsRefusedForGood(std::string_view input);
 
-// References and other markup. Each rule yields nothing when its opening delimiter is not there.
+/// References and other markup. Each rule yields nothing when its opening delimiter is not there.
 std::optional<Node> ParseReference(Cursor& cursor);
 std::optional<Node> ParseCData(Cursor& cursor);
 std::optional<Node> ParseComment(Cursor& cursor);

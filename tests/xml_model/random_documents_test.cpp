@@ -25,11 +25,11 @@ bool IsAccepted(const std::string& input) {
 }
 
 TEST(RandomDocuments, AsGeneratedAreSeenTheSameByModelAndLibrary) {
-    constexpr std::uint64_t kDocuments = support::Many(20000, 2000);
+    constexpr uint64_t kDocuments = support::Many(20000, 2000);
     int reported = 0;
-    std::uint64_t accepted = 0;
-    std::uint64_t seen = 0;
-    for (std::uint64_t seed = 1; seed <= kDocuments && reported < kReportedAtMost; ++seed) {
+    uint64_t accepted = 0;
+    uint64_t seen = 0;
+    for (uint64_t seed = 1; seed <= kDocuments && reported < kReportedAtMost; ++seed) {
         const std::string document = DocumentGenerator(seed).Document();
         accepted += IsAccepted(document) ? 1 : 0;
         ++seen;
@@ -42,9 +42,9 @@ TEST(RandomDocuments, AsGeneratedAreSeenTheSameByModelAndLibrary) {
 }
 
 TEST(RandomDocuments, MutatedAreSeenTheSameByModelAndLibrary) {
-    constexpr std::uint64_t kDocuments = support::Many(20000, 2000);
+    constexpr uint64_t kDocuments = support::Many(20000, 2000);
     int reported = 0;
-    for (std::uint64_t seed = 1; seed <= kDocuments; ++seed) {
+    for (uint64_t seed = 1; seed <= kDocuments; ++seed) {
         DocumentGenerator generator(0x10000000 + seed);
         const std::string document = generator.Document();
         for (int variant = 0; variant < 8; ++variant) {
@@ -58,9 +58,9 @@ TEST(RandomDocuments, MutatedAreSeenTheSameByModelAndLibrary) {
 
 TEST(RandomDocuments, CutOffAtEveryByteAreSeenTheSameByModelAndLibrary) {
     int reported = 0;
-    for (std::uint64_t seed = 1; seed <= support::Many(300, 60); ++seed) {
+    for (uint64_t seed = 1; seed <= support::Many(300, 60); ++seed) {
         const std::string document = DocumentGenerator(0x20000000 + seed).Document();
-        for (std::size_t length = 0; length < document.size(); ++length) {
+        for (size_t length = 0; length < document.size(); ++length) {
             const std::string difference = Disagreement(document.substr(0, length), Depth::kTree);
             if (difference.empty()) continue;
             ADD_FAILURE() << "seed " << seed << ", " << difference;
@@ -72,10 +72,10 @@ TEST(RandomDocuments, CutOffAtEveryByteAreSeenTheSameByModelAndLibrary) {
 TEST(RandomBytes, AreSeenTheSameByModelAndLibrary) {
     int reported = 0;
     RandomSource random(42);
-    constexpr std::size_t kInputs = support::Many(50000, 10000);
-    for (std::size_t attempt = 0; attempt < kInputs; ++attempt) {
+    constexpr size_t kInputs = support::Many(50000, 10000);
+    for (size_t attempt = 0; attempt < kInputs; ++attempt) {
         std::string input = random.OneIn(2) ? "<a>" : "<a b='";
-        for (std::size_t left = random.Below(12); left > 0; --left) input += static_cast<char>(random.Below(256));
+        for (size_t left = random.Below(12); left > 0; --left) input += static_cast<char>(random.Below(256));
         const std::string difference = Disagreement(input, Depth::kTree);
         if (difference.empty()) continue;
         ADD_FAILURE() << difference;

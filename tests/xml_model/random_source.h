@@ -13,11 +13,11 @@ namespace xml_model {
 
 class RandomSource {
 public:
-    explicit RandomSource(std::uint64_t seed) : engine_(seed) {}
+    explicit RandomSource(uint64_t seed) : engine_(seed) {}
 
     /// 0 to limit - 1. Taken by remainder: the library's distributions differ from platform to platform.
-    std::size_t Below(std::size_t limit) { return static_cast<std::size_t>(engine_() % limit); }
-    bool OneIn(std::size_t count) { return Below(count) == 0; }
+    size_t Below(size_t limit) { return static_cast<size_t>(engine_() % limit); }
+    bool OneIn(size_t count) { return Below(count) == 0; }
     std::string_view Pick(std::initializer_list<std::string_view> choices) {
         return choices.begin()[Below(choices.size())];
     }

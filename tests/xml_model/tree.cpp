@@ -19,8 +19,8 @@ std::string CollapseWhitespace(const std::string& text) {
 }
 
 std::string TrimWhitespace(const std::string& text) {
-    std::size_t from = 0;
-    std::size_t to = text.size();
+    size_t from = 0;
+    size_t to = text.size();
     while (from < to && IsWhitespace(static_cast<Byte>(text[from]))) ++from;
     while (to > from && IsWhitespace(static_cast<Byte>(text[to - 1]))) --to;
     return text.substr(from, to - from);

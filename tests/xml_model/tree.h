@@ -29,7 +29,7 @@ struct Document {
     std::string encoding = "UTF-8";
     bool standalone = true;
     /// Index of the root among the children.
-    std::size_t root = 0;
+    size_t root = 0;
 };
 
 std::string CollapseWhitespace(const std::string& text);

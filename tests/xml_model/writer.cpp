@@ -3,7 +3,6 @@
 #include "xml_model/writer.h"
 
 namespace xml_model {
-
 namespace {
 
 /// The digits of a character reference; none for 0 and for characters of 0x80 and above, which count as negative.

@@ -15,17 +15,17 @@ namespace window_driver {
 /// Memory in another process, for messages that carry pointers.
 class RemoteMemory {
 public:
-    RemoteMemory(HANDLE process, std::size_t size);
+    RemoteMemory(HANDLE process, size_t size);
     ~RemoteMemory();
     RemoteMemory(const RemoteMemory&) = delete;
     RemoteMemory& operator=(const RemoteMemory&) = delete;
 
     template <class T>
-    T* At(std::size_t offset) const {
+    T* At(size_t offset) const {
         return reinterpret_cast<T*>(address_ + offset);
     }
-    void Write(std::size_t offset, const void* data, std::size_t size) const;
-    void Read(std::size_t offset, void* data, std::size_t size) const;
+    void Write(size_t offset, const void* data, size_t size) const;
+    void Read(size_t offset, void* data, size_t size) const;
 
 private:
     HANDLE process_;

@@ -225,7 +225,7 @@ HANDLE CreateFileMappingA(HANDLE file, LPSECURITY_ATTRIBUTES attributes, DWORD p
 LPVOID MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offsetLow, SIZE_T size);
 BOOL UnmapViewOfFile(LPCVOID view);
 
-// The system.
+/// The system.
 DWORD GetVersion();
 DWORD GetTempPathA(DWORD size, LPSTR buffer);
 UINT GetWindowsDirectoryA(LPSTR buffer, UINT size);

@@ -16,10 +16,9 @@
 #include "fake_platform/src/thread.h"
 
 namespace wpk::host {
-
 namespace {
 
-// Relaxed counters throughout: they must not order the calls of different threads.
+/// Relaxed counters throughout: they must not order the calls of different threads.
 struct Site {
     const char* name;
     uint32_t usualError;

@@ -75,7 +75,7 @@ namespace wpk::host {
     X(send, 10054)                \
     X(recv, 10054)                \
     X(closesocket, 10050)         \
-    X(operatorNew, 8)
+    X(operator_new, 8)
 
 enum class Call {
 #define WPK_HOST_CALL(name, error) k##name,

@@ -12,7 +12,6 @@
 #include "fake_platform/src/thread.h"
 
 namespace wpk::host {
-
 namespace {
 
 auto Tie(const Live& live) {

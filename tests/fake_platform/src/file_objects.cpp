@@ -30,7 +30,7 @@ struct Openings {
 
 namespace {
 
-// Never destroyed: static objects of the library end after it.
+/// Never destroyed: static objects of the library end after it.
 struct Files {
     std::mutex mutex;
     std::map<std::string, std::shared_ptr<Openings>> byPath;

@@ -13,7 +13,6 @@
 #include "fake_platform/src/system.h"
 
 namespace wpk::host {
-
 namespace {
 
 struct Hosts {

@@ -11,7 +11,6 @@
 #include "fake_platform/src/call.h"
 
 namespace wpk::host {
-
 namespace {
 
 struct Slot {
@@ -24,7 +23,7 @@ constexpr uint32_t kChunkCount = 16384;
 
 using Chunk = std::array<Slot, kChunkSize>;
 
-// Chunks are made as they are needed and stay: a thread may come with an old handle at any time.
+/// Chunks are made as they are needed and stay: a thread may come with an old handle at any time.
 std::array<std::atomic<Chunk*>, kChunkCount> chunks{};
 std::atomic<uint32_t> used{0};
 std::array<std::atomic<int64_t>, 7> live{};

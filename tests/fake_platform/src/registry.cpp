@@ -26,7 +26,7 @@ namespace {
 /// A registry key: its root and its path, in lower case.
 using KeyPath = std::pair<HKEY, std::string>;
 
-// Never destroyed: static objects of the library ask for it before main and after it.
+/// Never destroyed: static objects of the library ask for it before main and after it.
 struct Registry {
     std::mutex mutex;
     bool keyCreation = true;

@@ -18,7 +18,6 @@
 #include "windows.h"
 
 namespace wpk::host {
-
 namespace {
 
 /// More than any scenario takes: a run that comes so far goes round in circles.

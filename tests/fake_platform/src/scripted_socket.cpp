@@ -11,7 +11,6 @@
 #include "winsock_types.h"
 
 namespace wpk::host {
-
 namespace {
 
 SocketScript& TheScript() {

@@ -12,7 +12,6 @@
 #include "fake_platform/src/thread.h"
 
 namespace wpk::host {
-
 namespace {
 
 /// The sockets of one set that are ready.

@@ -23,7 +23,7 @@ public:
     virtual int Receive(void* bytes, size_t length, int& done) = 0;
     void SetBlocking(bool blocking) { blocking_.store(blocking, std::memory_order_relaxed); }
 
-    // What select finds, without waiting.
+    /// What select finds, without waiting.
     virtual bool Readable() = 0;
     virtual bool Writable() = 0;
     virtual bool Failed() = 0;

@@ -11,10 +11,9 @@
 #include "fake_platform/src/reusable_ids.h"
 
 namespace wpk::host {
-
 namespace {
 
-// Sockets have numbers of their own, far from those of the handles.
+/// Sockets have numbers of their own, far from those of the handles.
 constexpr SOCKET kFirstSocket = 0x10000000;
 ReusableIds numbers;
 std::atomic<int64_t> starts{0};

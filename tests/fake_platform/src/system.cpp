@@ -13,7 +13,6 @@
 #include "windows.h"
 
 namespace wpk::host {
-
 namespace {
 
 struct Module {
@@ -32,8 +31,8 @@ struct Machine {
     std::vector<Event> events;
 };
 
-// Never destroyed: static objects of the library ask for it before main and after it. A module's place is its handle,
-// so modules are forgotten but never taken out.
+/// Never destroyed: static objects of the library ask for it before main and after it. A module's place is its handle,
+/// so modules are forgotten but never taken out.
 struct System {
     std::mutex mutex;
     Machine machine;

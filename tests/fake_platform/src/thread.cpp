@@ -11,17 +11,16 @@
 #include "fake_platform/src/scheduler.h"
 
 namespace wpk::host {
-
 namespace {
 
-// How a thread comes back to where it has begun.
+/// How a thread comes back to where it has begun.
 constexpr int kExited = 1;
 constexpr int kTerminated = 2;
 
 ReusableIds ids;
 std::atomic<int64_t> running{0};
 
-// Trivial, so that they can be asked at any time of a thread's life; Leaving clears them.
+/// Trivial, so that they can be asked at any time of a thread's life; Leaving clears them.
 thread_local Thread* current = nullptr;
 thread_local bool left = false;
 

@@ -57,7 +57,7 @@ protected:
 private:
     static std::shared_ptr<Thread> Register(bool foreign, bool suspended);
     void Run(Entry entry, void* argument);
-    // All with the mutex held.
+    /// All with the mutex held.
     void AwaitLeave(std::unique_lock<std::mutex>& lock);
     void AwaitLeaveScheduled(std::unique_lock<std::mutex>& lock);
     void MarkEnded(DWORD exitCode);

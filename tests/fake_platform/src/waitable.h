@@ -33,7 +33,7 @@ public:
     DWORD Wait(DWORD milliseconds);
 
 protected:
-    // Both with the mutex held.
+    /// Both with the mutex held.
     virtual bool Signalled() const = 0;
     /// Takes the signal, which is there.
     virtual void Take() = 0;

@@ -16,7 +16,6 @@
 #include "fake_platform/src/system.h"
 
 namespace wpk::host {
-
 namespace {
 
 std::atomic<int> mostAtATime{0};
@@ -91,7 +90,7 @@ int wpk_host_setsockopt(SOCKET socket, int level, int option, const char* value,
     return level == 0xffff && option == 0x0100 && on == 0 ? 0 : RefuseSocket(WSAENOPROTOOPT);
 }
 
-// Only for sockets: no other handle of the library's begins its life inheritable. Here no program inherits any.
+/// Only for sockets: no other handle of the library's begins its life inheritable. Here no program inherits any.
 BOOL SetHandleInformation(HANDLE object, DWORD mask, DWORD) {
     const CallScope call(Call::kSetHandleInformation);
     if (call.Fails()) return FALSE;

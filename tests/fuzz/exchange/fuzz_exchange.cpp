@@ -115,7 +115,7 @@ private:
         Require(expected_.error == 0 && !cancelled_, "a reply is delivered only where there is one");
         const size_t length = expected_.body.size();
         Require(reply.nError == 0 && reply.dwDataLength == length, "a reply has the length announced");
-        Require((reply.lpData == nullptr) == (length == 0), "only an empty reply has no bytes");
+        Require((!reply.lpData) == (length == 0), "only an empty reply has no bytes");
         Require(received_ == length && reply.lpData == data_, "a reply has been told piece by piece");
         Require(spoolFolder.Files() == (length > kLongestInMemory ? 1 : 0), "only a large reply is in a file");
         CheckBytes(0, reply.dwDataLength);

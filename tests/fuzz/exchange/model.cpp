@@ -7,7 +7,6 @@
 #include <optional>
 
 namespace wpk::fuzz {
-
 namespace {
 
 using Kind = Event::Kind;

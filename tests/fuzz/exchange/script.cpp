@@ -9,7 +9,6 @@
 #include "support/pattern.h"
 
 namespace wpk::fuzz {
-
 namespace {
 
 constexpr size_t kMostFiller = 40000;

@@ -10,7 +10,6 @@
 #include "winsock_types.h"
 
 namespace wpk::fuzz {
-
 namespace {
 
 using Kind = Event::Kind;

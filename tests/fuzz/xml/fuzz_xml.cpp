@@ -36,9 +36,9 @@ Tree ParseIfWellFormed(const std::string& text) {
 /// Every node below `container`, and itself, parents before children.
 std::vector<Node*> AllNodes(NodeContainer& container) {
     std::vector<Node*> nodes = {&container};
-    for (std::size_t at = 0; at < nodes.size(); ++at) {
+    for (size_t at = 0; at < nodes.size(); ++at) {
         auto* parent = dynamic_cast<NodeContainer*>(nodes[at]);
-        if (parent == nullptr) continue;
+        if (!parent) continue;
         nodes.insert(nodes.end(), parent->children.begin(), parent->children.end());
         if (auto* element = dynamic_cast<Element*>(parent)) {
             nodes.insert(nodes.end(), element->attributes.begin(), element->attributes.end());
@@ -86,7 +86,7 @@ void LayOutAndReadBack(const Document& tree, const char* indent) {
 /// The copy of a document has all that is below it but attributes, and no root of its own.
 void CloneWhole(const Document& tree) {
     const std::unique_ptr<Document> copy(tree.Clone(&AdvXMLParser::NullElement()));
-    Require(copy->root == nullptr && copy->children.size() == tree.children.size());
+    Require(!copy->root && copy->children.size() == tree.children.size());
     Require(copy->version == "1.0" && copy->encoding == "UTF-8" && copy->standalone);
     const std::string written = Written(*copy, AdvXMLParser::WRITE_VERBATIM);
     const std::unique_ptr<Document> again(copy->Clone(nullptr));
@@ -114,10 +114,10 @@ void CountByName(NodeContainer& container) {
     if (container.children.size() > 100) return;
     for (const Node* wanted : container.children) {
         const std::string name(wanted->name);
-        std::size_t expected = 0;
+        size_t expected = 0;
         for (const Node* child : container.children) expected += child->IsType(1) && child->name == name ? 1 : 0;
-        std::size_t found = 0;
-        for (std::size_t i = 0; container.FindNextElement(name, i); ++i) {
+        size_t found = 0;
+        for (size_t i = 0; container.FindNextElement(name, i); ++i) {
             Require(container.children[i]->name == name && container.children[i]->IsType(1));
             if (found == 0) Require(container.FindElement(name) == container.children[i]);
             ++found;
@@ -131,7 +131,7 @@ void MoveAround(Document& tree) {
     Element target(nullptr, "target");
     for (Node* node : AllNodes(tree)) {
         auto* container = dynamic_cast<NodeContainer*>(node);
-        if (container == nullptr) continue;
+        if (!container) continue;
         CountByName(*container);
         if (container->children.empty() || target.children.size() > 100) continue;
         NodeContainer::CloneChildren(*container, target);
@@ -144,7 +144,7 @@ void MoveAround(Document& tree) {
         container->AppendText("b");
         Require(container->pendingText->text == "ab");
         container->AppendChild(new AdvXMLParser::Comment(container, "c"));
-        Require(container->pendingText == nullptr);
+        Require(!container->pendingText);
     }
     Require(IsNull(AdvXMLParser::NullElement().GetOrCreateElement("x")));
     target.GetText();
@@ -161,12 +161,12 @@ void TakeApart(Tree tree) {
     std::vector<std::unique_ptr<Node>> kept;
     for (Node* node : AllNodes(*tree)) {
         auto* container = dynamic_cast<NodeContainer*>(node);
-        if (container == nullptr || container->children.empty() || kept.size() >= 50) continue;
+        if (!container || container->children.empty() || kept.size() >= 50) continue;
         kept.emplace_back(container->children.back());
         container->children.pop_back();
     }
     tree.reset();
-    for (std::size_t at = 0; at < kept.size(); at += 2) kept[at].reset();
+    for (size_t at = 0; at < kept.size(); at += 2) kept[at].reset();
     for (const std::unique_ptr<Node>& node : kept) {
         if (node) node->GetText();
     }
@@ -174,7 +174,7 @@ void TakeApart(Tree tree) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Tree tree;
     try {
         tree.reset(AdvXMLParser::Parser().Parse(data, static_cast<int>(size)));

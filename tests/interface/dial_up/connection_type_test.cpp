@@ -43,10 +43,10 @@ Library Start(WPK_INT64 type) {
     return library;
 }
 
-// 0 for a reply.
+/// 0 for a reply.
 int OutcomeOfRequest(const Library& library) {
     Peer peer(Answer(Ok("here")));
-    Request request(peer.port());
+    Request request(peer.Port());
     if (!request.Run(library)) return 1;
     if (request.Final().error == WPK_ERROR_NO_NETWORK && peer.Connections() != 0) return 2;
     return request.Final().error;
@@ -56,7 +56,7 @@ bool HasRemoteAccess() {
     return LoadLibraryA("rasapi32.dll") != nullptr;
 }
 
-// What the two wrappers return, whatever they are called with.
+/// What the two wrappers return, whatever they are called with.
 bool WrappersReturn(const Library& library, DWORD code) {
     const Wrappers wrappers(library);
     DWORD size = 0, count = 0;
@@ -104,7 +104,7 @@ WPK_SCENARIO(AutomaticDetects) {
     return 0;
 }
 
-// The argument is the connection type.
+/// The argument is the connection type.
 WPK_SCENARIO(DetectionCannotStart) {
     WPK_REQUIRE(!HasRemoteAccess());
     const Library library = Start(std::stoll(argument));
@@ -124,7 +124,7 @@ WPK_SCENARIO(AutomaticIsPermanent) {
     return 0;
 }
 
-// The argument is the connection type.
+/// The argument is the connection type.
 WPK_SCENARIO(FunctionsMissing) {
     const std::string path = ProgramFolder() + "without_functions\\rasapi32.dll";
     // A module that is loaded already is the one that its name stands for.

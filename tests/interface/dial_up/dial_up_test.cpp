@@ -15,7 +15,7 @@ namespace {
 
 using States = std::vector<unsigned int>;
 
-// One library for all: a process is initialised once. Every test begins and ends with the modem hung up.
+/// One library for all: a process is initialised once. Every test begins and ends with the modem hung up.
 class DialUp : public testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -30,7 +30,7 @@ protected:
         ASSERT_TRUE(Told().WaitForCount(1));
     }
 
-    // Everything that the default callback was told.
+    /// Everything that the default callback was told.
     static Inbox& Told() {
         static Inbox& inbox = *new Inbox;
         return inbox;
@@ -48,7 +48,7 @@ protected:
         PlayUntilTold({Nothing()}, 1);
     }
 
-    // The states told since the test began.
+    /// The states told since the test began.
     States StatesTold() const {
         States states;
         const std::vector<Notification> all = Told().All();
@@ -65,14 +65,14 @@ protected:
 
     static void ExpectRequestFails(int error) {
         Peer peer(Answer(Ok("never")));
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectFailure(*library_, request, error);
         EXPECT_EQ(peer.Connections(), 0u) << "the network was touched";
     }
 
     static void ExpectRequestWorks() {
         Peer peer(Answer(Ok("here")));
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(*library_, request, "here");
     }
 
@@ -106,13 +106,13 @@ TEST_F(DialUp, ModemThatDialsAndHangsUpIsToldOnceEachAndRequestsFollow) {
     ExpectRequestFails(WPK_ERROR_NO_NETWORK);
 }
 
-// What a request sent inside the start of the sockets interface has come to: 1 before.
+/// What a request sent inside the start of the sockets interface has come to: 1 before.
 int outcomeInsideStart = 1;
 const Library* startingLibrary = nullptr;
 
 int WSAAPI SendAndFail(WORD, WSADATA*) {
     Peer peer(Answer(Ok("here")));
-    Request request(peer.port());
+    Request request(peer.Port());
     if (request.Run(*startingLibrary)) outcomeInsideStart = request.Final().error;
     return WSASYSNOTREADY;
 }
@@ -170,7 +170,7 @@ TEST_F(DialUp, RequestsAcrossAHangUpEndInsteadOfWaitingForThePeer) {
     });
     FullListener full;
     PlayUntilTold({ModemIn(kConnected)}, 1);
-    Request waiting(silent.port()), connecting(full.port());
+    Request waiting(silent.Port()), connecting(full.Port());
     ASSERT_NE(waiting.Send(*library_), 0u);
     ASSERT_NE(connecting.Send(*library_), 0u);
     ASSERT_NE(silent.WaitForRequest(), "");
@@ -189,7 +189,7 @@ TEST_F(DialUp, RequestWhoseNetworkWentAndCameBackEndsAsABrokenExchange) {
         connection.WaitForEnd();
     });
     PlayUntilTold({ModemIn(kConnected)}, 1);
-    Request request(peer.port());
+    Request request(peer.Port());
     bool changed = false;
     request.inbox.inside = [&](WPK_CALLBACKSTRUCT& record) {
         if (record.nReason != WPK_REASON_PROGRESS || changed) return;
@@ -204,7 +204,7 @@ TEST_F(DialUp, RequestWhoseNetworkWentAndCameBackEndsAsABrokenExchange) {
 
 TEST_F(DialUp, CallbackThatSendsWhenTheNetworkComesGetsItsReply) {
     Peer peer(Answer(Ok("here")));
-    Request request(peer.port());
+    Request request(peer.Port());
     Told().inside = [&](WPK_CALLBACKSTRUCT& record) {
         if (record.body.connection.dwConnected == 1) request.Send(*library_);
     };

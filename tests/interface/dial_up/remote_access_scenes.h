@@ -11,7 +11,7 @@
 
 namespace wpk::rig {
 
-// Stages of a connection.
+/// Stages of a connection.
 constexpr unsigned int kOpenPort = 0;
 constexpr unsigned int kAuthenticate = 5;
 constexpr unsigned int kConnected = 0x2000;
@@ -24,15 +24,15 @@ StandInScene Nothing();
 StandInScene Failing();
 
 void Play(const std::vector<StandInScene>& scenes, bool loop = false);
-// Waits until so many enumerations have been made since the last Play.
+/// Waits until so many enumerations have been made since the last Play.
 bool WaitForPolls(unsigned int count);
 unsigned int PeriodBefore(unsigned int number);
 
-// "wpk.dll" from the folder above this program's, where no search would find it: an application may have loaded it from
-// anywhere.
+/// "wpk.dll" from the folder above this program's, where no search would find it: an application may have loaded it
+/// from anywhere.
 Library LoadFromElsewhere();
 
-// The exported wrappers, as a program that knows them sees them.
+/// The exported wrappers, as a program that knows them sees them.
 struct Wrappers {
     explicit Wrappers(const Library& library);
     DWORD(WINAPI* enumConnections)(void* connections, DWORD* size, DWORD* count);

@@ -164,11 +164,11 @@ TEST_F(ExchangeTest, EachRecordThatCannotBeMadeRefusesTheRegistrationAndLeavesNo
     EXPECT_EQ(CountLive(), before);
 }
 
-// Both texts are longer than what a reply or a name could hold of them by chance.
+/// Both texts are longer than what a reply or a name could hold of them by chance.
 constexpr char kUser[] = "a user of no other name";
 constexpr char kPassword[] = "a password of no other name";
 constexpr char kAnswer[] = "another one altogether";
-// A stretch of the base64 that holds the middle of the first pair.
+/// A stretch of the base64 that holds the middle of the first pair.
 constexpr char kEncoded[] = "YSB1c2VyIG9mIG5vIG90aGVyIG5hbWU6YSBwYXNzd29yZCBvZiBubyBvdGhl";
 
 TEST_F(ExchangeTest, CredentialsAndWhatIsMadeOfThemAreWipedFromFreedMemory) {

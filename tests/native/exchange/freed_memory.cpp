@@ -10,21 +10,20 @@
 
 namespace wpk::test {
 
-bool RefuseAllocation(std::size_t) noexcept {
+bool RefuseAllocation(size_t) noexcept {
     return host::AllocationFails();
 }
 
 }  // namespace wpk::test
 
 namespace wpk::host {
-
 namespace {
 
 std::array<std::string_view, 4> wanted;
 thread_local bool watched = false;
 thread_local int finds = 0;
 
-void Look(const void* memory, std::size_t size) noexcept {
+void Look(const void* memory, size_t size) noexcept {
     if (!watched) return;
     const std::string_view block(static_cast<const char*>(memory), size);
     const auto isInIt = [block](std::string_view text) {

@@ -17,7 +17,7 @@ struct Moment {
     uint64_t nth;
 };
 
-// The first looks are whether the connection stands and is ready; the later ones are waits for what never comes.
+/// The first looks are whether the connection stands and is ready; the later ones are waits for what never comes.
 constexpr uint64_t kLateLook = 20;
 
 const Moment kMoments[] = {

@@ -10,7 +10,7 @@ namespace {
 
 std::atomic<int64_t> allocations{0};
 
-void* Allocate(std::size_t size) noexcept {
+void* Allocate(size_t size) noexcept {
     void* memory = std::malloc(size > 0 ? size : 1);
     if (memory) allocations.fetch_add(1, std::memory_order_relaxed);
     return memory;
@@ -32,24 +32,24 @@ int64_t CountAllocations() {
 
 }  // namespace wpk::explore
 
-void* operator new(std::size_t size) {
+void* operator new(size_t size) {
     void* memory = Allocate(size);
     if (!memory) throw std::bad_alloc();
     return memory;
 }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
     return Allocate(size);
 }
-void* operator new[](std::size_t size) {
+void* operator new[](size_t size) {
     return operator new(size);
 }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
     return Allocate(size);
 }
 void operator delete(void* memory) noexcept {
     Free(memory);
 }
-void operator delete(void* memory, std::size_t) noexcept {
+void operator delete(void* memory, size_t) noexcept {
     Free(memory);
 }
 void operator delete(void* memory, const std::nothrow_t&) noexcept {
@@ -58,7 +58,7 @@ void operator delete(void* memory, const std::nothrow_t&) noexcept {
 void operator delete[](void* memory) noexcept {
     Free(memory);
 }
-void operator delete[](void* memory, std::size_t) noexcept {
+void operator delete[](void* memory, size_t) noexcept {
     Free(memory);
 }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept {

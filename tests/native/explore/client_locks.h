@@ -62,7 +62,7 @@ public:
     template <class Lock, class Rep, class Period>
     std::cv_status wait_for(Lock& lock, std::chrono::duration<Rep, Period> time) {
         const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
-        return Await(lock, static_cast<uint32_t>(milliseconds)) ? std::cv_status::noTimeout : std::cv_status::timeout;
+        return Await(lock, static_cast<uint32_t>(milliseconds)) ? std::cv_status::no_timeout : std::cv_status::timeout;
     }
     void notify_all() {
         ++notified_;

@@ -151,7 +151,7 @@ private:
 /// time passes. Finds what needs few such moments with a probability that does not depend on the length of the run.
 class Exploration::Randomly : public Recorder {
 public:
-    // Nothing is allocated during a run, whose allocations are counted.
+    /// Nothing is allocated during a run, whose allocations are counted.
     Randomly(Board& board, uint64_t seed) : Recorder(board), random_(seed) {
         priorities_.reserve(kMostNumbers);
         changes_.reserve(kMostChanges);

@@ -65,8 +65,8 @@ void NodesOfTwoDocumentsDeletedCrosswise() {
     {
         const Undisturbed start;
         for (auto& document : documents) document = ParseSample();
-        auto* const first = documents[0]->root;
-        auto* const second = documents[1]->root;
+        auto* first = documents[0]->root;
+        auto* second = documents[1]->root;
         std::swap(first->children[0], second->children[0]);
         std::swap(first->children[0]->parent, second->children[0]->parent);
     }

@@ -5,7 +5,7 @@
 
 namespace wpk::test {
 
-bool RefuseAllocation(std::size_t) noexcept {
+bool RefuseAllocation(size_t) noexcept {
     return host::AllocationFails();
 }
 

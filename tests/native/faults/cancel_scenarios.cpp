@@ -10,7 +10,6 @@
 #include "windows.h"
 
 namespace wpk::host {
-
 namespace {
 
 /// The front desk, and the thread that carries the request.

@@ -8,7 +8,6 @@
 #include "native/faults/stage.h"
 
 namespace wpk::host {
-
 namespace {
 
 struct Effect {

@@ -84,7 +84,7 @@ void ExpectToWork(GlobalObject& global) {
 }
 
 TEST(FaultsAtLoad, LeaveNothingOpen) {
-    auto* const injected = static_cast<size_t*>(SharedMemory(sizeof(size_t)));
+    auto* injected = static_cast<size_t*>(SharedMemory(sizeof(size_t)));
     const bool passed = RunInChild([injected] {
         PretendOldMachine();
         Loaded global;
@@ -131,7 +131,7 @@ void LoadWithFaultAndUse(std::string_view call, uint64_t nth, std::atomic<uint64
 constexpr uint64_t kLocksOfTheLoad = 4;
 
 TEST(FaultsAtLoad, LeaveALibraryThatWorksOrRefusesToInitialise) {
-    auto* const refused = static_cast<std::atomic<uint64_t>*>(SharedMemory(sizeof(std::atomic<uint64_t>)));
+    auto* refused = static_cast<std::atomic<uint64_t>*>(SharedMemory(sizeof(std::atomic<uint64_t>)));
     PretendOldMachine();
     Loaded undisturbed;
     Load(undisturbed);

@@ -6,7 +6,6 @@
 #include "native/support/child_process.h"
 
 namespace wpk::host {
-
 namespace {
 
 void UseProxy(Stage& stage, const char* password) {

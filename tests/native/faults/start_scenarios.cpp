@@ -6,7 +6,6 @@
 #include "native/faults/scenarios.h"
 
 namespace wpk::host {
-
 namespace {
 
 void DoNothing(Stage&) {}

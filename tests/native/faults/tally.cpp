@@ -7,7 +7,6 @@
 #include <cstdio>
 
 namespace wpk::host {
-
 namespace {
 
 size_t sum = 0;

@@ -64,7 +64,7 @@ RACE_IN_CHILD(RequestsCancelledFromTwoThreadsAtRandomMomentsEndOnce) {
             std::minstd_rand random(static_cast<unsigned>(thread) + 1);
             const char* const services[] = {"Small", "Large", "Silent", "Unknown"};
             for (int round = 0; round < kRounds; ++round) {
-                const char* const service = services[random() % 4];
+                const char* service = services[random() % 4];
                 const std::chrono::microseconds pause(random() % 3000);
                 int own = 0;
                 Request request = client.Send({service, "hello"}, [&](const Outcome&) {
@@ -117,7 +117,7 @@ RACE_IN_CHILD(RequestsWhoseTimeIsUpAtRandomMomentsEndOnce) {
     ExpectNothingLeft();
 }
 
-// Leaves no room for the stack of another thread, for the length of a scope.
+/// Leaves no room for the stack of another thread, for the length of a scope.
 class ShortOfThreads {
 public:
     ShortOfThreads() {
@@ -252,7 +252,7 @@ RACE_IN_CHILD(AClientThatGoesWhileTheNetworkComesAndGoesIsNotToldAnyMore) {
         Options options = To(server);
         options.connection = Connection::kDialUp;
         options.on_connection = [&](bool) { enough = ++changes > 5; };
-        std::optional<Client> client(std::inPlace, std::move(options));
+        std::optional<Client> client(std::in_place, std::move(options));
         EXPECT_TRUE(host::AwaitThat([&] { return enough.load(); }));
         client.reset();
         EXPECT_GT(changes, 5);

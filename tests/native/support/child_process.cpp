@@ -21,14 +21,13 @@
 extern "C" void __gcov_dump();
 #endif
 
-// Sends and receives of different connections must not look ordered to ThreadSanitizer, and a child that races ends.
+/// Sends and receives of different connections must not look ordered to ThreadSanitizer, and a child that races ends.
 extern "C" const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() {
     return "io_sync=0 halt_on_error=1";
 }
 
 namespace wpk::host {
-
 namespace {
 
 constexpr unsigned kLongestSeconds = 60;
@@ -52,7 +51,7 @@ bool HasLeaked() {
 int CountFailures() {
     const testing::TestResult& result = *testing::UnitTest::GetInstance()->current_test_info()->result();
     int failures = 0;
-    for (int i = 0; i < result.totalPartCount(); ++i) failures += result.GetTestPartResult(i).failed();
+    for (int i = 0; i < result.total_part_count(); ++i) failures += result.GetTestPartResult(i).failed();
     return failures;
 }
 
@@ -99,7 +98,7 @@ void Children::AwaitOne() {
     if (id < 0) std::abort();
     const Child child = std::move(running_.at(id));
     running_.erase(id);
-    const bool clean = std::filesystem::isEmpty(child.folder);
+    const bool clean = std::filesystem::is_empty(child.folder);
     std::filesystem::remove_all(child.folder);
     if (status != 0) std::printf("the process of a case %s\n", Describe(status).c_str());
     if (!clean) std::puts("the process of a case left a file behind");

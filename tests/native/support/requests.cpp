@@ -6,20 +6,18 @@
 
 #include <chrono>
 #include <cstdio>
-#include <thread>
 #include <utility>
 
 #include "env/remote_access.h"
 #include "fake_platform/control.h"
 #include "ras.h"
 
-// What the DLL exports beside its interface.
+/// What the DLL exports beside its interface.
 extern "C" DWORD WINAPI WRAPPER_RasEnumConnections(wpk::core::RasConnection* connections, DWORD* bufferSize,
                                                    DWORD* count);
 extern "C" DWORD WINAPI WRAPPER_RasGetConnectStatus(void* connection, wpk::core::RasConnectionStatus* status);
 
 namespace wpk::host {
-
 namespace {
 
 constexpr std::chrono::seconds kAmple{20};
@@ -133,7 +131,6 @@ void Server::Serve(NativePeer::Connection& connection) {
 }
 
 namespace modem {
-
 namespace {
 
 std::atomic<bool> connected{false};
@@ -179,15 +176,6 @@ int Looks() {
 }
 
 }  // namespace modem
-
-bool AwaitThat(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + kAmple;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 void AwaitThreadsLeft(int64_t lastingThreads) {
     ASSERT_TRUE(AwaitThat([=] { return CountLive().threads == lastingThreads; })) << CountLive();

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "native/support/native_peer.h"
+#include "support/await_that.h"
 #include "wpk/wpk.h"
 
 namespace wpk::host {
@@ -98,8 +99,7 @@ int Looks();
 
 }  // namespace modem
 
-/// Waits until a condition holds, without an event to wait on; false when it takes too long.
-bool AwaitThat(const std::function<bool()>& condition);
+using test::AwaitThat;
 
 /// Waits until only the threads are left that are there for good, the front desk at least: then no thread uses a
 /// request any more.

@@ -7,12 +7,12 @@
 
 namespace wpk::rig {
 
-// One at a time, made before the library is initialised.
+/// One at a time, made before the library is initialised.
 class HeapCount {
 public:
     explicit HeapCount(HMODULE library);
 
-    // Blocks that the library has allocated and not freed.
+    /// Blocks that the library has allocated and not freed.
     long Blocks() const;
 
 private:

@@ -10,7 +10,7 @@
 
 namespace wpk::rig {
 
-// Points every import of `function` in `module` to `replacement`. The destructor puts the original back.
+/// Points every import of `function` in `module` to `replacement`. The destructor puts the original back.
 class ImportPatch {
 public:
     ImportPatch(HMODULE module, const char* function, void* replacement);
@@ -19,7 +19,7 @@ public:
     ImportPatch(const ImportPatch&) = delete;
     ImportPatch& operator=(const ImportPatch&) = delete;
 
-    // False when the module does not import that function.
+    /// False when the module does not import that function.
     bool Found() const { return !slots_.empty(); }
     void* original() const { return original_; }
 
@@ -28,7 +28,7 @@ private:
     void* original_ = nullptr;
 };
 
-// Pointers to functions and to objects are of one size here, but only memcpy says so.
+/// Pointers to functions and to objects are of one size here, but only memcpy says so.
 template <class Function>
 void* AddressOf(Function* function) {
     void* address = nullptr;

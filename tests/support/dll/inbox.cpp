@@ -13,7 +13,7 @@ bool ZeroFrom(const WPK_CALLBACKSTRUCT& record, size_t offset) {
     return std::all_of(bytes + offset, bytes + sizeof record, [](char byte) { return byte == 0; });
 }
 
-// The field up to its terminator, or whole where it has none.
+/// The field up to its terminator, or whole where it has none.
 std::string FieldText(const char (&field)[WPK_CREDENTIAL_SIZE]) {
     return std::string(field, std::find(field, field + WPK_CREDENTIAL_SIZE, '\0'));
 }
@@ -99,7 +99,7 @@ void Inbox::Callback(WPK_CALLBACKSTRUCT* notification) {
 
 void Inbox::Note(const WPK_CALLBACKSTRUCT& record) {
     HANDLE thread = nullptr;
-    if (monitor_.Update([this] { return thread_ == nullptr; })) {
+    if (monitor_.Update([this] { return !thread_; })) {
         DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &thread, SYNCHRONIZE, FALSE, 0);
     }
     const bool keep = keepProgress_ || record.nReason != WPK_REASON_PROGRESS;
@@ -139,7 +139,7 @@ bool Inbox::WaitForCount(size_t count) {
 }
 
 bool Inbox::WaitForThreadEnd() {
-    if (!monitor_.WaitUntil([this] { return thread_ != nullptr; })) return false;
+    if (!monitor_.WaitUntil([this] { return thread_; })) return false;
     return WaitForSingleObject(thread_, kPatience) == WAIT_OBJECT_0;
 }
 

@@ -11,7 +11,7 @@
 
 namespace wpk::rig {
 
-// A copy of one notification. Fields that its reason does not fill stay zero.
+/// A copy of one notification. Fields that its reason does not fill stay zero.
 struct Notification {
     unsigned int reason = 0;
     void* userData = nullptr;
@@ -31,10 +31,10 @@ struct Notification {
     bool Final() const { return reason == WPK_REASON_FAILURE || reason == WPK_REASON_REPLY; }
 };
 
-// Collects the notifications of one callback context. Its address is the context.
+/// Collects the notifications of one callback context. Its address is the context.
 class Inbox {
 public:
-    // Given to the library; `lpUserData` is an Inbox.
+    /// Given to the library; `lpUserData` is an Inbox.
     static void Callback(WPK_CALLBACKSTRUCT* notification);
 
     Inbox() = default;
@@ -42,22 +42,22 @@ public:
     Inbox& operator=(const Inbox&) = delete;
     ~Inbox();
 
-    // Runs inside every callback, after it has been noted; may change the record and may throw.
+    /// Runs inside every callback, after it has been noted; may change the record and may throw.
     std::function<void(WPK_CALLBACKSTRUCT&)> inside;
 
-    // Large replies: progress notifications then are counted and checked for order, but not kept.
+    /// Large replies: progress notifications then are counted and checked for order, but not kept.
     void DropProgress() { keepProgress_ = false; }
     unsigned int ProgressCount();
 
     std::vector<Notification> All();
     size_t Finals();
 
-    // Waits for the first final notification; false when none comes.
+    /// Waits for the first final notification; false when none comes.
     bool WaitForFinal();
-    // Waits until there are that many notifications.
+    /// Waits until there are that many notifications.
     bool WaitForCount(size_t count);
-    // Waits until the thread that brought the first notification has ended: whatever the library does for this
-    // request has then been done, and nothing more can come.
+    /// Waits until the thread that brought the first notification has ended: whatever the library does for this
+    /// request has then been done, and nothing more can come.
     bool WaitForThreadEnd();
 
 private:

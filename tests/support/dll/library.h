@@ -13,16 +13,16 @@ namespace wpk::rig {
 
 class Inbox;
 
-// One loaded module with its three functions. It is never freed unless a test frees it by hand.
+/// One loaded module with its three functions. It is never freed unless a test frees it by hand.
 class Library {
 public:
-    // "wpk.dll" itself.
+    /// "wpk.dll" itself.
     static Library Load();
 
     static Library LoadFrom(std::string path);
 
-    // A copy of "wpk.dll" under a file name of its own. The loader takes it for another module, so its state is that
-    // of a library that was never initialised: a test can choose settings, or break imports, without touching others.
+    /// A copy of "wpk.dll" under a file name of its own. The loader takes it for another module, so its state is that
+    /// of a library that was never initialised: a test can choose settings, or break imports, without touching others.
     static Library LoadFresh();
 
     HMODULE module() const { return module_; }
@@ -42,10 +42,10 @@ private:
     decltype(&WPK_Cancel) cancel_;
 };
 
-// Settings for a permanent network whose default callback fills `inbox`; without a proxy.
+/// Settings for a permanent network whose default callback fills `inbox`; without a proxy.
 WPK_INITSTRUCT PermanentSettings(Inbox& inbox);
 
-// A fresh library, initialised with PermanentSettings. `inbox` must outlive it, that is: the process.
+/// A fresh library, initialised with PermanentSettings. `inbox` must outlive it, that is: the process.
 Library StartFresh();
 
 }  // namespace wpk::rig

@@ -18,7 +18,7 @@ sockaddr_in Loopback(unsigned short port) {
     return address;
 }
 
-// A bound socket; a port of 0 becomes the one that the system chose.
+/// A bound socket; a port of 0 becomes the one that the system chose.
 SOCKET BindToLoopback(unsigned short& port) {
     const SOCKET bound = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address = Loopback(port);
@@ -31,15 +31,15 @@ SOCKET BindToLoopback(unsigned short& port) {
     return bound;
 }
 
-// Peers wait in short steps and ask the connection itself after each: Wine, when it is very busy, now and then forgets
-// to wake a thread that waits for a socket, most of all when the other side has reset the connection.
+/// Peers wait in short steps and ask the connection itself after each: Wine, when it is very busy, now and then forgets
+/// to wake a thread that waits for a socket, most of all when the other side has reset the connection.
 constexpr DWORD kStepMs = 200;
-// What is sent is sent: the other side's end is waited for out of courtesy.
+/// What is sent is sent: the other side's end is waited for out of courtesy.
 constexpr DWORD kGoodbyeMs = 15000;
 
 enum class Direction { kInput, kRoom };
 
-// Waits for one step. As select: 1 when it is worth a try.
+/// Waits for one step. As select: 1 when it is worth a try.
 int LookFor(Direction direction, SOCKET socket) {
     fd_set sockets;
     FD_ZERO(&sockets);
@@ -49,8 +49,8 @@ int LookFor(Direction direction, SOCKET socket) {
     return select(0, input ? &sockets : nullptr, input ? nullptr : &sockets, nullptr, &step);
 }
 
-// Tries a call that does not block until it has done something; SOCKET_ERROR with the last error set when it fails or
-// the time is over.
+/// Tries a call that does not block until it has done something; SOCKET_ERROR with the last error set when it fails or
+/// the time is over.
 template <class Call>
 int Retry(Direction direction, SOCKET socket, DWORD patience, Call call) {
     for (DWORD waited = 0; waited < patience; waited += kStepMs) {
@@ -173,7 +173,7 @@ void Peer::Serve() {
     }
 }
 
-// The next connection; none once the peer stops. One thread at a time waits for it.
+/// The next connection; none once the peer stops. One thread at a time waits for it.
 SOCKET Peer::Accept() {
     return accepting_.Update([this] {
         while (!monitor_.Update([this] { return stopping_; })) {

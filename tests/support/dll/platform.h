@@ -11,17 +11,17 @@
 
 namespace wpk::rig {
 
-// Long enough for any machine under any load: a test that reaches it has failed, it was not merely slow.
+/// Long enough for any machine under any load: a test that reaches it has failed, it was not merely slow.
 constexpr DWORD kPatience = 90 * 1000;
 
-// A lock with a condition. It takes no handle, so it leaves the process's handle count alone.
+/// A lock with a condition. It takes no handle, so it leaves the process's handle count alone.
 class Monitor {
 public:
     Monitor() = default;
     Monitor(const Monitor&) = delete;
     Monitor& operator=(const Monitor&) = delete;
 
-    // Runs `change` under the lock, then wakes all who wait. Returns what `change` returns.
+    /// Runs `change` under the lock, then wakes all who wait. Returns what `change` returns.
     template <class Change>
     auto Update(Change change) {
         Hold hold(lock_);
@@ -29,7 +29,7 @@ public:
         return change();
     }
 
-    // Waits until `holds` (called under the lock) is true; false when the time is over.
+    /// Waits until `holds` (called under the lock) is true; false when the time is over.
     template <class Predicate>
     bool WaitUntil(Predicate holds, DWORD milliseconds = kPatience) {
         const ULONGLONG end = GetTickCount64() + milliseconds;
@@ -58,7 +58,7 @@ private:
     CONDITION_VARIABLE changed_ = CONDITION_VARIABLE_INIT;
 };
 
-// Set once, waited for by anybody.
+/// Set once, waited for by anybody.
 class Signal {
 public:
     void Set() {
@@ -73,7 +73,7 @@ private:
     bool set_ = false;
 };
 
-// A thread of the test's own; the destructor waits for its end.
+/// A thread of the test's own; the destructor waits for its end.
 class Thread {
 public:
     explicit Thread(std::function<void()> body) : body_(new std::function<void()>(std::move(body))) {
@@ -97,7 +97,7 @@ private:
         return 0;
     }
 
-    // On the heap: the running thread keeps using it while the Thread object is moved.
+    /// On the heap: the running thread keeps using it while the Thread object is moved.
     std::function<void()>* body_;
     HANDLE handle_;
 };

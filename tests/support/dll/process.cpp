@@ -24,13 +24,13 @@ std::string ProgramPath() {
     return path;
 }
 
-// The file name without folder and extension.
+/// The file name without folder and extension.
 std::string ProgramStem() {
     const std::string name = ProgramPath().substr(ProgramFolder().size());
     return name.substr(0, name.rfind('.'));
 }
 
-// Wine does not count a process's handles; its list of the system's handles tells as much.
+/// Wine does not count a process's handles; its list of the system's handles tells as much.
 size_t CountInSystemList() {
     struct Entry {
         void* object;

@@ -9,7 +9,7 @@
 
 namespace wpk::rig {
 
-// A fresh library with a proxy on 127.0.0.1; null credentials are allowed.
+/// A fresh library with a proxy on 127.0.0.1; null credentials are allowed.
 class Proxied {
 public:
     Proxied(unsigned short proxy_port, const char* user, const char* password);
@@ -17,10 +17,10 @@ public:
     const Library library;
 };
 
-// Writes a text into a field of a credentials notification; one that fills the field gets no terminator.
+/// Writes a text into a field of a credentials notification; one that fills the field gets no terminator.
 void FillField(char (&field)[WPK_CREDENTIAL_SIZE], const std::string& text);
 
-// Makes a request answer every question for credentials with these.
+/// Makes a request answer every question for credentials with these.
 void AnswerCredentials(Request& request, const std::string& user, const std::string& password);
 
 }  // namespace wpk::rig

@@ -7,7 +7,7 @@
 
 namespace wpk::rig {
 
-// One at a time, while no request of the library is in flight. Sees every recv of that library.
+/// One at a time, while no request of the library is in flight. Sees every recv of that library.
 class ReceiveWatch {
 public:
     explicit ReceiveWatch(HMODULE library);
@@ -15,12 +15,12 @@ public:
     ReceiveWatch(const ReceiveWatch&) = delete;
     ReceiveWatch& operator=(const ReceiveWatch&) = delete;
 
-    // Forgets what was counted.
+    /// Forgets what was counted.
     void Restart();
-    // Waits until that many bytes have been taken since the last Restart.
+    /// Waits until that many bytes have been taken since the last Restart.
     bool WaitForBytes(size_t count);
     size_t Bytes();
-    // The calls that took any bytes.
+    /// The calls that took any bytes.
     size_t Calls();
 
 private:

@@ -56,7 +56,7 @@ void ExpectOneFinal(Request& request) {
     ASSERT_FALSE(all.empty());
     EXPECT_TRUE(all.back().Final()) << "a notification followed the final one";
     for (const Notification& one : all) {
-        EXPECT_EQ(one.thread, request.handle()) << "reason " << one.reason;
+        EXPECT_EQ(one.thread, request.Handle()) << "reason " << one.reason;
         EXPECT_EQ(one.userData, request.record.lpUserData);
         EXPECT_TRUE(one.restIsZero) << "reason " << one.reason;
     }

@@ -92,7 +92,6 @@ BOOL WINAPI FakeModules::Free(HMODULE module) {
 }
 
 namespace script {
-
 namespace {
 
 /// Guarded by the lock.

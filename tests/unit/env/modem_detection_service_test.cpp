@@ -43,7 +43,7 @@ public:
 
     /// Until the front desk has begun to stop the Peeker.
     void AwaitStopRequest() const {
-        while (StopRequested() == 0) Sleep(1);
+        EXPECT_TRUE(test::AwaitThat([this] { return StopRequested() != 0; }));
     }
 };
 
@@ -265,7 +265,7 @@ TEST_F(ModemDetectionServiceTest, TheStopReturnsOnlyAfterThePeekersLastNotificat
 }
 
 /// A stop that comes while the Peeker takes the look after which it would tell a change.
-class StopInsideALook : public ModemDetectionTest {
+class StopInsideALook : public ModemDetectionServiceTest {
 protected:
     /// The states told until then; the stop comes in the last scene.
     States StatesToldBeforeTheStopIn(std::vector<Scene> scenes) {
@@ -285,7 +285,7 @@ protected:
     }
 
     void SetUp() override {
-        ModemDetectionTest::SetUp();
+        ModemDetectionServiceTest::SetUp();
         endlessRecorder_.expectedSource = &endless_;
         endless_.Attach(&endlessRecorder_);
     }

@@ -20,7 +20,7 @@ std::string Base64Of(std::string_view bytes) {
     return std::string(text.View());
 }
 
-// Obviously right and slow: bit by bit, then cut into lines.
+/// Obviously right and slow: bit by bit, then cut into lines.
 std::string SlowBase64(const std::string& bytes) {
     const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::vector<int> bits;

@@ -37,7 +37,7 @@ Result ReadInPortionsOf(size_t portion, std::string_view bytes) {
     return {assembler.GetState(), std::string(assembler.Line()), used};
 }
 
-// The rule as it reads for a reader that takes one byte at a time: the model.
+/// The rule as it reads for a reader that takes one byte at a time: the model.
 Result ReadByteByByte(std::string_view bytes) {
     std::string line;
     for (size_t i = 0; i < bytes.size(); ++i) {

@@ -303,7 +303,7 @@ TEST(JudgeHead, OtherOutcomesStayWhateverTheHeadersSay) {
     }
 }
 
-// Reads status lines as the exchange does: until the outcome is known, or a line fails.
+/// Reads status lines as the exchange does: until the outcome is known, or a line fails.
 int JudgeStatusLines(std::string_view bytes, Outcome& outcome) {
     LineAssembler line;
     do {

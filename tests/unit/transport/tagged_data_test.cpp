@@ -22,7 +22,7 @@ int AddText(TaggedData& data, std::string_view key, std::string_view value) {
     return data.Add(key, value.data(), static_cast<uint32_t>(value.size()));
 }
 
-// Adds the entries of a request as the exchange does.
+/// Adds the entries of a request as the exchange does.
 void AddRequest(TaggedData& data, bool viaProxy, std::string_view service, std::string_view message) {
     ASSERT_EQ(AddText(data, "WPK_IsBehindProxy", viaProxy ? "YES" : "NO"), 1);
     ASSERT_EQ(AddText(data, "WPK_ServiceName", service), 1);
@@ -141,7 +141,7 @@ TEST(TaggedDataTest, JoiningAgainSucceedsAndMovesNothing) {
     TaggedData data;
     ASSERT_EQ(AddText(data, "key", "value"), 1);
     ASSERT_EQ(data.Join(), 1);
-    const char* const before = data.Joined().data();
+    const char* before = data.Joined().data();
     EXPECT_EQ(data.Join(), 1);
     EXPECT_EQ(data.Joined().data(), before);
 }
@@ -150,7 +150,7 @@ TEST(TaggedDataTest, JoiningPointsTheEntriesIntoTheJoinedBytes) {
     TaggedData data;
     AddRequest(data, false, "Echo", "hello");
     ASSERT_EQ(data.Join(), 1);
-    const char* const start = data.Joined().data();
+    const char* start = data.Joined().data();
     EXPECT_EQ(data.Key(0).data(), start + 4);
     EXPECT_EQ(data.Value(0).data(), start + 4 + 17 + 4);
     EXPECT_EQ(data.Value(2).data() + data.Value(2).size(), start + 82);

@@ -14,9 +14,9 @@ using namespace AdvXMLParser;
 
 namespace {
 
-std::string OfSize(std::size_t size) {
+std::string OfSize(size_t size) {
     std::string text;
-    for (std::size_t i = 0; i < size; ++i) text += static_cast<char>('a' + i % 26);
+    for (size_t i = 0; i < size; ++i) text += static_cast<char>('a' + i % 26);
     return text;
 }
 
@@ -25,7 +25,7 @@ TEST(ByteStrings, AreSmall) {
 }
 
 TEST(ByteStrings, HoldAnyLengthAndEndWithAZero) {
-    for (std::size_t size = 0; size < 70; ++size) {
+    for (size_t size = 0; size < 70; ++size) {
         const std::string text = OfSize(size);
         const ByteString bytes(text);
         EXPECT_EQ(bytes.size(), size);
@@ -73,8 +73,8 @@ TEST(ByteStrings, CompareWithAnyString) {
 }
 
 TEST(ByteStrings, AssignAndCopyAcrossForms) {
-    for (const std::size_t from : {0U, 1U, 15U, 16U, 40U}) {
-        for (const std::size_t to : {0U, 1U, 15U, 16U, 40U}) {
+    for (const size_t from : {0U, 1U, 15U, 16U, 40U}) {
+        for (const size_t to : {0U, 1U, 15U, 16U, 40U}) {
             ByteString a(OfSize(from));
             ByteString b(OfSize(to));
             a = b;
@@ -91,7 +91,7 @@ TEST(ByteStrings, AssignAndCopyAcrossForms) {
 }
 
 TEST(ByteStrings, AssignmentFromThemselvesHolds) {
-    for (const std::size_t size : {3U, 40U}) {
+    for (const size_t size : {3U, 40U}) {
         ByteString bytes(OfSize(size));
         const ByteString& same = bytes;
         bytes = same;
@@ -106,7 +106,7 @@ TEST(ByteStrings, AssignmentFromThemselvesHolds) {
 TEST(ByteStrings, GrowByAppending) {
     ByteString bytes;
     std::string expected;
-    for (std::size_t size = 0; size < 40; ++size) {
+    for (size_t size = 0; size < 40; ++size) {
         bytes += OfSize(size);
         expected += OfSize(size);
         EXPECT_EQ(bytes, expected);
@@ -117,7 +117,7 @@ TEST(ByteStrings, GrowByAppending) {
 }
 
 TEST(ByteStrings, OfADocumentEndWithAZeroHoweverLongAndWithoutTheirReturns) {
-    for (std::size_t size = 1; size < 100; ++size) {
+    for (size_t size = 1; size < 100; ++size) {
         const std::string text = OfSize(size) + '\n';
         const auto document = xml_tests::Parse("<e>" + OfSize(size) + "\r\n<b/>behind it</e>");
         const auto& kept = static_cast<const Text&>(*document->root->children[0]).text;

@@ -15,7 +15,7 @@ namespace {
 TEST(Clone, OfAnElementHasNoAttributesAndDoesNotPreserveSpace) {
     Element element(nullptr, "e");
     element.preserveSpace = true;
-    Attribute* const attribute = new Attribute(&element, "a");
+    Attribute* attribute = new Attribute(&element, "a");
     attribute->AppendText("1");
     element.attributes.push_back(attribute);
     element.AppendText(" x ");
@@ -81,7 +81,7 @@ TEST(Clone, OfLeavesKeepsWhatTheyHold) {
 
 TEST(Clone, OfATreeWithABadReferenceThrows) {
     const auto document = Parse("<r><a>text<b>&lt;</b></a></r>");
-    Node* const b = document->root->FindElement("a")->FindElement("b");
+    Node* b = document->root->FindElement("a")->FindElement("b");
     b->AsElement().children[1]->name = "gone";
     EXPECT_THROW(document->root->Clone(nullptr), InvalidRefException);
 }

@@ -22,7 +22,7 @@ void ExpectVerdicts(const std::vector<Case>& cases) {
     for (const Case& c : cases) EXPECT_EQ(Verdict(c.text), c.verdict) << c.text;
 }
 
-std::string operator""_z(const char* text, std::size_t size) {
+std::string operator""_z(const char* text, size_t size) {
     return std::string(text, size);
 }
 

@@ -55,7 +55,7 @@ TEST(ForeignContainers, TakePartInTheTree) {
     std::string log;
     {
         Document document("r");
-        Node* const crate = new Crate(document.root);
+        Node* crate = new Crate(document.root);
         document.root->AppendChild(crate);
         EXPECT_EQ(document.root->FindElement("crate"), crate);
         crate->AppendText("text");
@@ -107,10 +107,10 @@ TEST(DerivedNodes, AreAskedThemselvesWhereverTheyStand) {
 TEST(DerivedNodes, AreAskedThemselvesAsTheOnlyChild) {
     Document document("r");
     document.root->GetOrCreateElement("a")->AppendChild(new Loud<Text>(document.root, "quiet"));
-    Attribute* const plain = new Attribute(document.root, "plain");
+    Attribute* plain = new Attribute(document.root, "plain");
     plain->AppendChild(new Loud<Text>(plain, "quiet"));
     document.root->attributes.push_back(plain);
-    Attribute* const loud = new Loud<Attribute>(document.root, "loud");
+    Attribute* loud = new Loud<Attribute>(document.root, "loud");
     loud->AppendText("quiet");
     document.root->attributes.push_back(loud);
     EXPECT_EQ(xml_tests::WrittenVerbatim(*document.root), "<r plain=\"(loud)\" (loud)><a>(loud)</a></r>");
@@ -127,7 +127,7 @@ public:
 TEST(DerivedNodes, DoAsTheirBaseWhatTheyDoNotOverride) {
     Plain outer(nullptr, "outer");
     outer.AppendText(" a ");
-    Element* const inner = new Plain(&outer, "inner");
+    Element* inner = new Plain(&outer, "inner");
     outer.AppendChild(inner);
     inner->AppendText(" b ");
     outer.GetOrCreateElement("last")->AppendText("c");
@@ -148,7 +148,7 @@ public:
 TEST(DerivedNodes, AreFoundByTheTypeThatTheyAnswer) {
     Element element(nullptr, "e");
     element.pendingText = nullptr;
-    Node* const disguised = new Disguised;
+    Node* disguised = new Disguised;
     element.AppendChild(disguised);
     EXPECT_EQ(element.FindElement("a"), disguised);
 }

@@ -17,7 +17,7 @@ namespace {
 
 TEST(Lookups, OfMissingElementsChainToTheNullElement) {
     Document document("r");
-    Node* const missing = document.root->FindElement("a")->FindElement("b");
+    Node* missing = document.root->FindElement("a")->FindElement("b");
     EXPECT_EQ(missing, &NullElement());
     EXPECT_EQ(missing->GetText(), "");
     missing->GetOrCreateElement("c")->AppendText("x");
@@ -53,13 +53,13 @@ TEST(Lookups, AsElementGivesTheElementItself) {
 
 TEST(FindElement, SkipsOtherKindsOfNodesOfThatName) {
     Element parent(nullptr, "p");
-    Comment* const comment = new Comment(&parent, "");
+    Comment* comment = new Comment(&parent, "");
     comment->name = "a";
     parent.AppendChild(comment);
-    Text* const text = new Text(&parent, "");
+    Text* text = new Text(&parent, "");
     text->name = "a";
     parent.AppendChild(text);
-    Element* const element = new Element(&parent, "a");
+    Element* element = new Element(&parent, "a");
     parent.AppendChild(element);
     EXPECT_EQ(parent.FindElement("a"), element);
     EXPECT_EQ(parent.FindElement("#text"), &NullElement());
@@ -81,7 +81,7 @@ TEST(FindElement, LooksAtChildrenOnly) {
 TEST(FindNextElement, VisitsEveryMatchInOrder) {
     const auto document = Parse("<r><i>1</i><x/><i>2</i>text<i>3</i></r>");
     std::string found;
-    std::size_t i = 0;
+    size_t i = 0;
     for (; document->root->FindNextElement("i", i); ++i) found += document->root->children[i]->GetText();
     EXPECT_EQ(found, "123");
     EXPECT_EQ(i, document->root->children.size());
@@ -89,14 +89,14 @@ TEST(FindNextElement, VisitsEveryMatchInOrder) {
 
 TEST(FindNextElement, FromBeyondTheEndIsFalse) {
     Element element(nullptr, "e");
-    std::size_t position = 5;
+    size_t position = 5;
     EXPECT_FALSE(element.FindNextElement("a", position));
     EXPECT_EQ(position, 0U);
 }
 
 TEST(GetOrCreateElement, CreatesOnceAndFindsAfterwards) {
     Element element(nullptr, "e");
-    Node* const first = element.GetOrCreateElement("a");
+    Node* first = element.GetOrCreateElement("a");
     EXPECT_EQ(element.GetOrCreateElement("a"), first);
     EXPECT_EQ(element.children.size(), 1U);
     EXPECT_EQ(first->parent, &element);
@@ -107,7 +107,7 @@ TEST(GetOrCreateElement, CreatesOnceAndFindsAfterwards) {
 TEST(GetOrCreateElement, ThroughANodeReachesTheElementThatItIs) {
     Element element(nullptr, "e");
     Node& node = element;
-    Node* const created = node.GetOrCreateElement("a");
+    Node* created = node.GetOrCreateElement("a");
     EXPECT_EQ(node.GetOrCreateElement("a"), created);
     EXPECT_EQ(created->GetOrCreateElement("b")->parent, created);
     ASSERT_EQ(element.children.size(), 1U);
@@ -117,7 +117,7 @@ TEST(GetOrCreateElement, ThroughANodeReachesTheElementThatItIs) {
 TEST(GetOrCreateElement, SetsAFieldOfAMessage) {
     const auto document = Parse("<m><name>old</name></m>");
     for (const char* value : {"new", "newer still, and longer than fits in place"}) {
-        Node* const field = document->root->GetOrCreateElement("name");
+        Node* field = document->root->GetOrCreateElement("name");
         field->DeleteChildren();
         field->AppendText(value);
         EXPECT_EQ(document->root->GetOrCreateElement("name")->GetText(), value);
@@ -127,7 +127,7 @@ TEST(GetOrCreateElement, SetsAFieldOfAMessage) {
 
 TEST(AppendChild, ClearsPendingTextUnlessTheNodeIsAText) {
     Element element(nullptr, "e");
-    Text* const first = new Text(&element, "a");
+    Text* first = new Text(&element, "a");
     element.AppendChild(first);
     EXPECT_EQ(element.pendingText, nullptr);
     element.pendingText = first;
@@ -140,7 +140,7 @@ TEST(AppendChild, ClearsPendingTextUnlessTheNodeIsAText) {
 TEST(AppendChild, LeavesTheParentAsItIs) {
     Element other(nullptr, "other");
     Element element(nullptr, "e");
-    Text* const text = new Text(&other, "a");
+    Text* text = new Text(&other, "a");
     element.AppendChild(text);
     EXPECT_EQ(text->parent, &other);
 }

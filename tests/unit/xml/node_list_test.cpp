@@ -55,7 +55,7 @@ TEST(NodeLists, TakeAndLoseEntriesAtEitherEndLikeADeque) {
         // Growing and shrinking in turn, through empty, so that the memory is got, used up and given back often.
         const bool grows = random() % 100 < (step / 500 % 2 == 0 ? 35U : 65U);
         if (grows || model.empty()) {
-            Node* const node = new Text(document->root, "t");
+            Node* node = new Text(document->root, "t");
             list.push_back(node);
             model.push_back(node);
         } else if (random() % 4 == 0) {
@@ -76,10 +76,10 @@ TEST(NodeLists, TakeAndLoseEntriesAtEitherEndLikeADeque) {
 }
 
 TEST(NodeLists, CopyAndMove) {
-    for (const std::size_t size : {0U, 1U, 2U, 9U}) {
+    for (const size_t size : {0U, 1U, 2U, 9U}) {
         Element element(nullptr, "e");
         NodeList<Node> list;
-        for (std::size_t i = 0; i < size; ++i) list.push_back(&element);
+        for (size_t i = 0; i < size; ++i) list.push_back(&element);
         const NodeList<Node> copy(list);
         NodeList<Node> moved(std::move(list));
         EXPECT_TRUE(list.empty());  // NOLINT(bugprone-use-after-move): promised to be empty

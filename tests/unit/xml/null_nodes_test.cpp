@@ -18,7 +18,7 @@ namespace {
 struct LooksUpAtTheEnd {
     ~LooksUpAtTheEnd() {
         if (!isAsked) return;
-        Node* const found = NullElement().FindElement("a")->GetOrCreateElement("b");
+        Node* found = NullElement().FindElement("a")->GetOrCreateElement("b");
         if (found == &NullElement() && found->GetText().empty()) std::fputs("found nothing", stderr);
     }
     bool isAsked = false;

@@ -17,19 +17,19 @@ namespace {
 
 TEST(Deletion, GoesAttributesFirstThenChildrenInOrderInnermostFirst) {
     std::string log;
-    Element* const root = new Element(nullptr, "r");
+    Element* root = new Element(nullptr, "r");
     root->AppendChild(new Mortal(log, "4"));
-    Element* const inner = new Element(root, "i");
+    Element* inner = new Element(root, "i");
     inner->AppendChild(new Mortal(log, "6"));
     root->AppendChild(inner);
     root->AppendChild(new Mortal(log, "7"));
     for (const char* name : {"1", "2"}) {
-        Attribute* const attribute = new Attribute(root, "a");
+        Attribute* attribute = new Attribute(root, "a");
         attribute->AppendChild(new Mortal(log, name));
         root->attributes.push_back(attribute);
     }
     root->attributes[1]->AppendChild(new Mortal(log, "3"));
-    Attribute* const ofInner = new Attribute(inner, "a");
+    Attribute* ofInner = new Attribute(inner, "a");
     ofInner->AppendChild(new Mortal(log, "5"));
     inner->attributes.push_back(ofInner);
     delete root;
@@ -38,7 +38,7 @@ TEST(Deletion, GoesAttributesFirstThenChildrenInOrderInnermostFirst) {
 
 TEST(Deletion, OfADocumentTakesEveryNodeOnce) {
     std::string log;
-    Document* const document = new Document("r");
+    Document* document = new Document("r");
     document->root->AppendChild(new Mortal(log, "a"));
     document->AppendChild(new Mortal(log, "b"));
     delete document;
@@ -47,7 +47,7 @@ TEST(Deletion, OfADocumentTakesEveryNodeOnce) {
 
 TEST(Deletion, OfADocumentTakesItsRootAfterWhatTheRootHolds) {
     std::string log;
-    Document* const document = new Document;
+    Document* document = new Document;
     document->root = new MortalElement(log, "root");
     document->AppendChild(document->root);
     document->root->AppendChild(new Mortal(log, "inner "));
@@ -58,8 +58,8 @@ TEST(Deletion, OfADocumentTakesItsRootAfterWhatTheRootHolds) {
 TEST(Deletion, DoesNotRelyOnParentPointers) {
     Element stranger(nullptr, "stranger");
     Document document("r");
-    Element* const a = new Element(&stranger, "a");
-    Element* const b = new Element(a, "b");
+    Element* a = new Element(&stranger, "a");
+    Element* b = new Element(a, "b");
     document.root->AppendChild(a);
     a->AppendChild(b);
     b->AppendText("x");
@@ -85,7 +85,7 @@ TEST(Deletion, ParsedNodesOutliveTheirDocumentElsewhere) {
     for (int i = 0; i < 20; ++i) {
         const auto document = Parse("<r><item name='with a rather long value'>and a text of some length</item></r>");
         Element& from = *document->root;
-        Node* const item = from.children[1];
+        Node* item = from.children[1];
         from.children.erase(from.children.begin() + 1);
         item->parent = collected.root;
         collected.root->AppendChild(item);

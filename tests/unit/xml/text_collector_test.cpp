@@ -96,13 +96,13 @@ std::string Trimmed(std::string text) {
 }
 
 std::string ModelText(const Node& node) {
-    const auto* const container = dynamic_cast<const NodeContainer*>(&node);
-    if (container == nullptr) return node.GetText();
+    const auto* container = dynamic_cast<const NodeContainer*>(&node);
+    if (!container) return node.GetText();
     std::string text;
     for (const Node* child : container->children) text += ModelText(*child);
     if (node.IsType(ATTRIBUTE_NODE)) return Trimmed(text);
-    const auto* const element = dynamic_cast<const Element*>(&node);
-    if (element != nullptr && element->preserveSpace) return text;
+    const auto* element = dynamic_cast<const Element*>(&node);
+    if (element && element->preserveSpace) return text;
     return Trimmed(Collapsed(text));
 }
 
@@ -120,19 +120,19 @@ public:
                     container.AppendText(RandomText());
                     break;
                 case 2: {
-                    Attribute* const attribute = new Attribute(&container, "a");
+                    Attribute* attribute = new Attribute(&container, "a");
                     container.AppendChild(attribute);
                     Fill(*attribute, depth - 1);
                     break;
                 }
                 case 3: {
-                    Document* const document = new Document();
+                    Document* document = new Document();
                     container.AppendChild(document);
                     if (random_() % 4 == 0) Fill(*document, depth - 1);
                     break;
                 }
                 default: {
-                    Element* const element = new Element(&container, "e");
+                    Element* element = new Element(&container, "e");
                     element->preserveSpace = random_() % 2 == 0;
                     container.AppendChild(element);
                     Fill(*element, depth - 1);

@@ -26,7 +26,7 @@ constexpr const char* kLong = "a text that is too long for its place: < & > \t \
 /// failure is reported, changes nothing, and all is given back.
 void FailEveryAllocation(const std::function<void(Document&)>& work) {
     for (const bool forGood : {false, true}) {
-        for (std::size_t n = 0;; ++n) {
+        for (size_t n = 0;; ++n) {
             const std::ptrdiff_t before = LiveBytes();
             bool hasFired = false;
             bool hasThrown = false;
@@ -105,7 +105,7 @@ TEST(HelpersOutOfMemory, WhileParsing) {
 
 TEST(HelpersOutOfMemory, WhileLayoutIsRemovedLeavesAWholeDocument) {
     const std::string text = "<a> <b> <c/> <d> <e/> </d> </b> a text that is too long for its place</a>";
-    for (std::size_t n = 0;; ++n) {
+    for (size_t n = 0;; ++n) {
         const std::ptrdiff_t before = LiveBytes();
         bool hasFired = false;
         {

@@ -46,13 +46,13 @@ TEST(FindAttribute, GivesTheNullAttributeWhereThereIsNone) {
 }
 
 TEST(TextOr, ReadsIntegersOfEveryWidth) {
-    EXPECT_EQ(ValueOf("-128", std::int8_t{0}), -128);
-    EXPECT_EQ(ValueOf("255", std::uint8_t{0}), 255);
-    EXPECT_EQ(ValueOf("-32768", std::int16_t{0}), -32768);
+    EXPECT_EQ(ValueOf("-128", int8_t{0}), -128);
+    EXPECT_EQ(ValueOf("255", uint8_t{0}), 255);
+    EXPECT_EQ(ValueOf("-32768", int16_t{0}), -32768);
     EXPECT_EQ(ValueOf(" 42\n", 0), 42);
     EXPECT_EQ(ValueOf("+42", 0), 42);
-    EXPECT_EQ(ValueOf("-9223372036854775808", std::int64_t{0}), (std::numeric_limits<std::int64_t>::min)());
-    EXPECT_EQ(ValueOf("18446744073709551615", std::uint64_t{0}), (std::numeric_limits<std::uint64_t>::max)());
+    EXPECT_EQ(ValueOf("-9223372036854775808", int64_t{0}), (std::numeric_limits<int64_t>::min)());
+    EXPECT_EQ(ValueOf("18446744073709551615", uint64_t{0}), (std::numeric_limits<uint64_t>::max)());
     EXPECT_EQ(ValueOf("4&#50;", 0), 42);
 }
 
@@ -69,7 +69,7 @@ TEST(TextOr, GivesTheFallbackForWhatIsNoSuchValue) {
         EXPECT_EQ(ValueOf(text, 7), 7) << text;
     }
     EXPECT_EQ(ValueOf("-1", 7U), 7U);
-    EXPECT_EQ(ValueOf("256", std::uint8_t{7}), 7);
+    EXPECT_EQ(ValueOf("256", uint8_t{7}), 7);
     EXPECT_EQ(ValueOf("1e999", 7.0), 7.0);
     EXPECT_EQ(ValueOf("1,5", 7.0), 7.0);
 }
@@ -119,7 +119,7 @@ TEST(TextOr, TrimsNumbersAlsoWhereSpaceIsPreserved) {
 
 TEST(AttributeOr, ReadsAValueOrGivesTheFallback) {
     const auto document = Parse("<a n='42' t='Tom &amp; Jerry' b='true' d=' 1.5 ' e=''/>");
-    const Element* const root = document->root;
+    const Element* root = document->root;
     EXPECT_EQ(AttributeOr(root, "n", 0), 42);
     EXPECT_EQ(AttributeOr(root, "t", ""), "Tom & Jerry");
     EXPECT_TRUE(AttributeOr(root, "b", false));

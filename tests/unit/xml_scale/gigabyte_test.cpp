@@ -13,10 +13,10 @@
 namespace {
 
 /// Memory that the machine can give without swapping, in GiB; 0 when it does not say.
-std::size_t AvailableGibibytes() {
+size_t AvailableGibibytes() {
     std::ifstream meminfo("/proc/meminfo");
     std::string key;
-    std::size_t kibibytes = 0;
+    size_t kibibytes = 0;
     std::string unit;
     while (meminfo >> key >> kibibytes >> unit) {
         if (key == "MemAvailable:") return kibibytes >> 20;
@@ -26,11 +26,11 @@ std::size_t AvailableGibibytes() {
 
 TEST(ATextOfAGibibyte, IsParsedWrittenAndReadBack) {
     if (support::kIsSanitized) GTEST_SKIP() << "a sanitizer would take minutes and half as much memory again";
-    constexpr std::size_t kNeeded = 6;
+    constexpr size_t kNeeded = 6;
     if (AvailableGibibytes() < kNeeded) {
         GTEST_SKIP() << "needs " << kNeeded << " GiB of memory, the machine has " << AvailableGibibytes() << " to give";
     }
-    constexpr std::size_t kSize = std::size_t{1} << 30;
+    constexpr size_t kSize = size_t{1} << 30;
     std::string input = "<a>";
     input.append(kSize, 'x');
     input += "</a>";

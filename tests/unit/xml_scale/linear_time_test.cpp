@@ -25,39 +25,39 @@ using xml_tests::Written;
 namespace {
 
 /// A tenth is more than deep enough for 64 KiB of stack, too.
-constexpr std::size_t kMillion = support::Many(1000000, 100000);
+constexpr size_t kMillion = support::Many(1000000, 100000);
 
-std::string Repeat(const char* text, std::size_t count) {
+std::string Repeat(const char* text, size_t count) {
     std::string repeated;
-    for (std::size_t left = count; left > 0; --left) repeated += text;
+    for (size_t left = count; left > 0; --left) repeated += text;
     return repeated;
 }
 
 const std::string kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
 
-std::string NestedElements(std::size_t count) {
+std::string NestedElements(size_t count) {
     return Repeat("<a>", count) + "x" + Repeat("</a>", count);
 }
 
-std::string NestedGroups(std::size_t count) {
+std::string NestedGroups(size_t count) {
     return "<!DOCTYPE a [<!ELEMENT a " + Repeat("(", count) + "b" + Repeat(")*", count) + ">]><a>x</a>";
 }
 
-std::string Siblings(std::size_t count) {
+std::string Siblings(size_t count) {
     return "<r>" + Repeat("<a>x</a>", count) + "</r>";
 }
 
-std::string Attributes(std::size_t count) {
+std::string Attributes(size_t count) {
     return "<r" + Repeat(" a=\"x\"", count) + "/>";
 }
 
-std::string References(std::size_t count) {
+std::string References(size_t count) {
     return "<r>" + Repeat("&amp;", count) + "</r>";
 }
 
 struct Shape {
     const char* name;
-    std::string (*make)(std::size_t count);
+    std::string (*make)(size_t count);
     /// What the text of the whole document is, whatever the count; null when it depends on it.
     const char* text;
     /// Whether the tree written verbatim is the input itself (behind a declaration).
@@ -69,7 +69,7 @@ std::ostream& operator<<(std::ostream& stream, const Shape& shape) {
 }
 
 /// Everything that walks a tree, in turn. Gives the CPU seconds of each step.
-constexpr std::size_t kSteps = 6;
+constexpr size_t kSteps = 6;
 constexpr std::array<const char*, kSteps> kStepNames = {"parse", "text", "write", "write in lines", "clone", "delete"};
 using StepTimes = std::array<double, kSteps>;
 
@@ -93,7 +93,7 @@ public:
 
 private:
     StepTimes& times_;
-    std::size_t at_ = 0;
+    size_t at_ = 0;
 };
 
 StepTimes WalkEverything(const Shape& shape, const std::string& input) {
@@ -110,7 +110,7 @@ StepTimes WalkEverything(const Shape& shape, const std::string& input) {
     // The indentation of a deep tree would be the square of its depth.
     watch.Time([&] { lines = Written(*tree, 0, ""); });
     watch.Time([&] { copy.reset(tree->Clone(&AdvXMLParser::NullElement())); });
-    if (shape.text != nullptr) {
+    if (shape.text) {
         EXPECT_EQ(text, shape.text);
         EXPECT_EQ(copy->GetText(), shape.text);
     }
@@ -137,18 +137,18 @@ StepTimes BestTimes(const Shape& shape, const std::string& input) {
     StepTimes best = WalkEverything(shape, input);
     for (int run = 1; run < kRuns; ++run) {
         const StepTimes times = WalkEverything(shape, input);
-        for (std::size_t step = 0; step < kSteps; ++step) best[step] = std::min(best[step], times[step]);
+        for (size_t step = 0; step < kSteps; ++step) best[step] = std::min(best[step], times[step]);
     }
     return best;
 }
 
 /// Sixteen times the size may cost a hundred times as much, as the smaller tree may be one that the caches hold and
 /// the larger one is not; a square would cost 256 times.
-constexpr std::size_t kTimesAsMany = 16;
+constexpr size_t kTimesAsMany = 16;
 void ExpectLinear(const StepTimes& small, const StepTimes& large) {
     constexpr double kMostTimes = 100;
     constexpr double kTooShortToTell = 0.0002;
-    for (std::size_t step = 0; step < kSteps; ++step) {
+    for (size_t step = 0; step < kSteps; ++step) {
         EXPECT_LE(large[step], kMostTimes * std::max(small[step], kTooShortToTell))
             << kStepNames[step] << ": " << small[step] << " s, " << kTimesAsMany << " times as many: " << large[step]
             << " s";

@@ -17,12 +17,12 @@ using xml_tests::WrittenVerbatim;
 namespace {
 
 /// A tenth is more than deep enough for 64 KiB of stack, too.
-constexpr std::size_t kMillion = support::Many(1000000, 100000);
+constexpr size_t kMillion = support::Many(1000000, 100000);
 
-std::string Repeated(std::string_view text, std::size_t times) {
+std::string Repeated(std::string_view text, size_t times) {
     std::string result;
     result.reserve(text.size() * times);
-    for (std::size_t i = 0; i < times; ++i) result += text;
+    for (size_t i = 0; i < times; ++i) result += text;
     return result;
 }
 
@@ -67,9 +67,9 @@ TEST(Scale, ADeepTreeBuiltByHandIsUsedLikeAnyTree) {
     ASSERT_TRUE(RunOnSmallStack([&] {
         Document document("r");
         NodeContainer* at = document.root;
-        for (std::size_t i = 0; i < kMillion; ++i) {
+        for (size_t i = 0; i < kMillion; ++i) {
             // Parents that say nothing about the tree.
-            Element* const element = new Element(i % 2 == 0 ? nullptr : document.root, "e");
+            Element* element = new Element(i % 2 == 0 ? nullptr : document.root, "e");
             at->AppendChild(element);
             at = element;
         }
@@ -113,10 +113,10 @@ TEST(Scale, ATreeDeepInItsAttributesIsUsedLikeAnyTree) {
     ASSERT_TRUE(RunOnSmallStack([&] {
         Element root(nullptr, "e");
         Element* at = &root;
-        for (std::size_t i = 0; i < kMillion / 4; ++i) {
-            Attribute* const attribute = new Attribute(at, "a");
+        for (size_t i = 0; i < kMillion / 4; ++i) {
+            Attribute* attribute = new Attribute(at, "a");
             at->attributes.push_back(attribute);
-            Element* const element = new Element(attribute, "e");
+            Element* element = new Element(attribute, "e");
             attribute->AppendChild(element);
             at = element;
         }
@@ -138,7 +138,7 @@ TEST(Scale, AMillionPiecesOfOneTextAreAppendedInLinearTime) {
     Element element(nullptr, "e");
     element.AppendText("");
     element.pendingText = static_cast<Text*>(element.children[0]);
-    for (std::size_t i = 0; i < kMillion; ++i) element.AppendText("ten bytes.");
+    for (size_t i = 0; i < kMillion; ++i) element.AppendText("ten bytes.");
     EXPECT_EQ(element.pendingText->text.size(), 10 * kMillion);
 }
 
@@ -158,8 +158,8 @@ TEST(Scale, AMillionChildrenAreDeletedOneByOneFromEitherEnd) {
 
 TEST(Scale, AMillionAttributesAreAddedByHandWrittenAndDeletedFromTheFront) {
     Element element(nullptr, "e");
-    for (std::size_t i = 0; i < kMillion; ++i) {
-        Attribute* const attribute = new Attribute(&element, "a");
+    for (size_t i = 0; i < kMillion; ++i) {
+        Attribute* attribute = new Attribute(&element, "a");
         attribute->AppendText("v");
         element.attributes.push_back(attribute);
     }
@@ -177,8 +177,8 @@ TEST(Scale, LookupsAmongAMillionChildrenFindFirstAndLast) {
     EXPECT_EQ(document->root->FindElement("first"), root.children[1]);
     EXPECT_EQ(document->root->FindElement("last"), root.children[root.children.size() - 2]);
     EXPECT_TRUE(IsNull(document->root->FindElement("none")));
-    std::size_t found = 0;
-    for (std::size_t at = 0; document->root->FindNextElement("a", at); ++at) ++found;
+    size_t found = 0;
+    for (size_t at = 0; document->root->FindNextElement("a", at); ++at) ++found;
     EXPECT_EQ(found, kMillion);
 }
 
@@ -188,7 +188,7 @@ TEST(Scale, AMillionNodesMoveFromOneTreeToAnother) {
         const auto document = Parse("<r>" + Repeated("<a>x</a>", kMillion / 2) + "</r>");
         auto& children = document->root->children;
         while (!children.empty()) {
-            Node* const first = children.front();
+            Node* first = children.front();
             children.erase(children.begin());
             first->parent = collected.root;
             collected.root->AppendChild(first);

@@ -52,13 +52,13 @@ constexpr unsigned int kTimes = 64;
 SRWLOCK lock = SRWLOCK_INIT;
 CONDITION_VARIABLE polled = CONDITION_VARIABLE_INIT;
 
-// All below: under the lock.
+/// All below: under the lock.
 StandInScene scenes[STAND_IN_SCENES];
 unsigned int sceneCount = 0;
 bool looping = false;
 unsigned int polls = 0;
 ULONGLONG times[kTimes];
-// What the last enumeration has shown. Its handles carry the serial number: those of earlier ones are invalid.
+/// What the last enumeration has shown. Its handles carry the serial number: those of earlier ones are invalid.
 StandInScene shown;
 uintptr_t serial = 0;
 

@@ -10,7 +10,7 @@ extern "C" {
 struct StandInConnection {
     char deviceType[17];
     unsigned int state;
-    // Of the query for the state; 0 is success.
+    /// Of the query for the state; 0 is success.
     unsigned int statusResult;
 };
 
@@ -19,7 +19,7 @@ struct StandInConnection {
 
 // What one enumeration shows.
 struct StandInScene {
-    // Of the enumeration; 0 is success.
+    /// Of the enumeration; 0 is success.
     unsigned int result;
     unsigned int count;
     struct StandInConnection connections[STAND_IN_CONNECTIONS];
