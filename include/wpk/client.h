@@ -150,8 +150,8 @@ private:
     }
 
     static detail::Listener* Initialise(Options options, const std::shared_ptr<const detail::Shared>& shared) {
-        // WPK_Init does not say whether it took the settings: of two Clients at the same time, one would not notice
-        // that it came second.
+        // The library does not say whether it took the settings; of two that come at the same time, one would be told
+        // nothing.
         static std::mutex& one_at_a_time = *new std::mutex;
         const std::unique_lock<std::mutex> lock(one_at_a_time, std::try_to_lock);
         if (!lock || IsInitialised(shared->functions)) detail::Throw(Errc::kAlreadyInitialised);
@@ -169,7 +169,7 @@ private:
         return functions.cancel(kNoThreadHasThisId) != 0;
     }
 
-    /// The texts belong to `options`.
+    /// The texts are those of `options`.
     static WPK_INITSTRUCT Settings(const Options& options, detail::Listener& listener) {
         WPK_INITSTRUCT settings = {};
         settings.hInstance = options.instance;

@@ -138,8 +138,8 @@ public:
 
 }  // namespace detail
 
-/// The category of every Errc; its name is "wpk". Each module (program or DLL) that uses this header has its own
-/// category object: pass error codes from one module to another as numbers.
+/// The category of every Errc; its name is "wpk". Each module (program or DLL) of a process that uses this header has
+/// one of its own: hand error codes from one module to another as numbers.
 inline const std::error_category& ErrorCategory() noexcept {
     // Never destroyed: requests may end while the process does.
     static const std::error_category& category = *new detail::Category;
@@ -157,7 +157,7 @@ namespace detail {
     throw std::system_error(make_error_code(error));
 }
 
-/// The reason precedes the error's text in what().
+/// The reason stands in front of the error's text in what().
 [[noreturn]] inline void Throw(Errc error, const std::string& reason) {
     throw std::system_error(make_error_code(error), reason);
 }

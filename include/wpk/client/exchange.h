@@ -246,7 +246,7 @@ private:
         std::copy(text.str().begin(), text.str().end(), field);
     }
 
-    /// The final notification. When a wait for the request returns, everything but the parcel has been destroyed.
+    /// The final notification. Nothing of the request but the parcel is left when a wait for it is over.
     void End(const Outcome& outcome) noexcept {
         const std::shared_ptr<Exchange> alive = std::move(self_);
         {

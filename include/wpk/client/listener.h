@@ -1,5 +1,5 @@
 /// @file
-/// Receives the notifications of connection changes. Not for applications.
+/// Who is told that the network comes and goes. Nothing here is for applications.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_LISTENER_H
 #define WPK_CLIENT_LISTENER_H
@@ -16,8 +16,8 @@ namespace wpk {
 inline namespace client {
 namespace detail {
 
-/// The context of the library's default callback. The library may call that until the process ends, so once the library
-/// is initialised this object is never destroyed; Close() only makes it ignore calls.
+/// The context of the library's default callback. The library may call that as long as the process lives, so once the
+/// library is initialised this object stays; Close() only makes it deaf.
 class Listener {
 public:
     Listener(std::function<void(bool)> on_connection, std::shared_ptr<const Shared> shared)
@@ -26,15 +26,15 @@ public:
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    /// What the library calls. Other reasons belong to requests that other code has sent without a callback; a request
-    /// for credentials is then declined.
+    /// What the library calls. Other reasons belong to requests that code beside the Client has sent without a callback
+    /// of their own; a question for credentials is then declined.
     static void WPK_CALL OnNotification(WPK_CALLBACKSTRUCT* notification) noexcept {
         if (notification->nReason != WPK_REASON_CONNECTION) return;
         static_cast<Listener*>(notification->lpUserData)->Tell(notification->body.connection.dwConnected != 0);
     }
 
-    /// After it has returned, the function is neither running nor called again. If called inside the function, that is
-    /// so once the function has returned.
+    /// When it is back, the function is not running and is not called any more; from inside the function, it is not
+    /// called any more once it has returned.
     void Close() noexcept {
         const std::lock_guard<std::recursive_mutex> lock(mutex_);
         function_.reset();
@@ -43,7 +43,7 @@ public:
 
 private:
     void Tell(bool connected) noexcept {
-        // Held during the call, so that Close() waits for it; the function itself may call Close().
+        // Held during the call, so that Close() waits for it; the function's own thread may come in again and close.
         const std::lock_guard<std::recursive_mutex> lock(mutex_);
         const auto function = function_;
         const auto shared = shared_;

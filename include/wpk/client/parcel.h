@@ -1,17 +1,17 @@
 /// @file
-/// The memory that the library reads while a request runs, kept until the request's thread has ended. Not for
+/// What the library reads of a request, and how it is kept as long as the library may. Nothing here is for
 /// applications.
 // SPDX-License-Identifier: MIT
 //
-// A send record, its texts and its body are kept until the request's final callback has returned. Code inside that
-// callback cannot free them, and nothing reports when it has returned. But each request has its own thread, and when
-// the thread has ended, the callback has returned. So a parcel whose request is over is stored together with a watch on
-// its thread, and freed after the thread has ended by the next call that looks: when another request is sent or ends,
-// at a wait, or at the end of a Client.
+// A send record, its texts and its body must stay until the request's final callback has returned. Code inside that
+// callback cannot free them, and nobody is told when it has returned. But each request has a thread of its own: when
+// that has ended, the callback has returned. So a parcel that is done with is put aside together with a watch on its
+// thread, and freed by whoever looks after the thread has ended: the next request that is sent or ends, a wait, the end
+// of a Client.
 //
-// The watch of a cancelled request stays open some seconds longer, although its message is freed: the library looks the
-// handle of a cancel up after it has accepted the cancel, and the handle is a thread's id, which the system reuses as
-// soon as no handle to the old thread is open.
+// The watch of a request that has been cancelled stays open some seconds longer, though its message is given back: the
+// library looks the handle of a cancel up after it has accepted it, and the handle is a thread's id, which the system
+// gives to a new thread as soon as nobody has the old one open.
 #ifndef WPK_CLIENT_PARCEL_H
 #define WPK_CLIENT_PARCEL_H
 
@@ -28,7 +28,7 @@ namespace wpk {
 inline namespace client {
 namespace detail {
 
-/// A send record with everything that it points to. The body's length must fit into an unsigned int.
+/// A send record with everything that it points to. The body must not be longer than an unsigned int can say.
 class Parcel {
 public:
     Parcel(std::string server, unsigned int port, std::string service, std::string body, WPK_CALLBACK callback,
@@ -52,7 +52,7 @@ private:
 
     using Clock = std::chrono::steady_clock;
 
-    /// Whether it is no longer needed. Its body, which may be large, is freed as soon as the thread has ended.
+    /// Whether nothing of it is needed any more. Its body, which may be large, goes as soon as the thread has ended.
     bool Over() noexcept {
         if (!thread_.Ended()) return false;
         std::string().swap(body_);
@@ -68,7 +68,7 @@ private:
     std::unique_ptr<Parcel> next_;
 };
 
-/// The parcels of this module whose requests have delivered their outcome. Any thread may call; nothing throws.
+/// The parcels of this module whose requests have told their outcome. Any thread may call; nothing throws.
 class ParcelsDone {
 public:
     /// Never destroyed: requests may end while the process does.
@@ -79,7 +79,7 @@ public:
 
     /// Call it on the thread that carries the request, from its final callback.
     void Add(std::unique_ptr<Parcel> parcel, bool cancelled) noexcept {
-        // For a cancel that has been accepted but has not run yet on a busy machine.
+        // For a cancel that has been accepted and still waits for its turn on a busy machine.
         constexpr std::chrono::seconds kLateCancel{5};
         parcel->thread_.WatchThisThread();
         if (cancelled) parcel->watched_until_ = Parcel::Clock::now() + kLateCancel;

@@ -24,8 +24,8 @@ public:
     const char* what() const noexcept override;
 };
 
-/// A reference to an entity other than lt, gt, amp, apos and quot. Thrown when an EntityRef is constructed or cloned.
-/// The parser reports the same fault as a ParsingException with code 9.
+/// A reference to an entity that is none of lt, gt, amp, apos, quot. Thrown where an EntityRef is built or cloned; the
+/// parser reports the same fault as a ParsingException with code 9.
 class InvalidRefException : public Exception {
 public:
     /// Copies the name.
@@ -37,7 +37,7 @@ public:
     std::string name;
 };
 
-/// The parser's input is not a well-formed document. No part of it is kept.
+/// The input is not a document that the parser takes.
 class ParsingException : public Exception {
 public:
     /// For the parser. The fields below explain the numbers.
@@ -46,7 +46,7 @@ public:
     /// As Exception::what.
     const char* what() const noexcept override;
 
-    /// What is wrong, 1 to 43; docs/xml.md lists the codes, wpk::xml::Describe gives them in words.
+    /// What is wrong, 1 to 43; docs/xml.md lists the codes.
     unsigned code;
     /// The line on which reading stopped, from 1.
     unsigned line;
