@@ -8,7 +8,7 @@ namespace {
 
 constexpr char kLibraryName[] = "rasapi32.dll";
 
-/// What the exported functions call. Its module is never freed, so nothing has to be done with it at unload.
+/// Used by the exported functions. Its module is never freed, so nothing has to be done at unload.
 RemoteAccessLibrary theRemoteAccess;
 
 }  // namespace
@@ -36,8 +36,8 @@ DWORD RemoteAccessLibrary::Call(const char* name, Arguments... arguments) {
     return function ? function(arguments...) : ERROR_PROC_NOT_FOUND;
 }
 
-/// Without a lock, which a thread would hold while it waits for the system's loader: of several threads that load the
-/// module at once, one keeps its reference and the others give theirs back.
+/// Takes no lock, because a thread would hold it while it waits for the system's loader. If several threads load the
+/// module at once, one keeps its reference and the others free theirs.
 HMODULE RemoteAccessLibrary::Load() {
     if (const HMODULE loaded = module_) return loaded;
     const HMODULE mine = calls_.loadLibrary(kLibraryName);
