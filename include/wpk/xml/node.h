@@ -144,7 +144,7 @@ protected:
     Node(NodeContainer* nodeParent, std::string_view nodeName);
 
     /// What the library asks in place of the virtual IsType: which of its classes a node is made of. Foreign is an
-    /// application's own class that is derived from none of the concrete ones. The containers stand in a row.
+    /// application's own class that is derived from none of the concrete ones.
     enum class Kind : std::uint8_t {
         kForeign,
         kForeignContainer,
