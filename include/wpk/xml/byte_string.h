@@ -40,7 +40,7 @@ public:
     /// Takes the other string's bytes and leaves it empty. May allocate and throw: bytes in the memory of a parsed
     /// document are copied out of it.
     ByteString(ByteString&& other);  // NOLINT(performance-noexcept-move-constructor): see above
-    /// For the parser alone.
+    /// Not for applications: for the parser.
     inline explicit ByteString(const detail::ArenaBytes& bytes) noexcept;
     ~ByteString() {
         if (IsHeap()) FreeHeap();

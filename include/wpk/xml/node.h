@@ -143,6 +143,17 @@ protected:
     /// For an application's own classes.
     Node(NodeContainer* nodeParent, std::string_view nodeName);
 
+public:
+    /// The tag name of an Element, the name of an Attribute, the target of a Pi, the name of an EntityRef; "#text",
+    /// "#cdata-section", "#comment" or "#document" for these classes; empty for a CharRef.
+    ByteString name;
+    /// The node that contains this one. Not owned. Never null: it is the null element if there is no such node. The
+    /// library never follows it upwards, so you may set it freely.
+    NodeContainer* parent;
+
+protected:
+    // Not for applications, from here on.
+
     /// What the library asks in place of the virtual IsType: which of its classes a node is made of. Foreign is an
     /// application's own class that is derived from none of the concrete ones.
     enum class Kind : std::uint8_t {
@@ -164,14 +175,6 @@ protected:
     inline Node(Kind kind, const detail::ArenaLocation& location, NodeContainer* nodeParent,
                 const detail::ArenaBytes& nodeName) noexcept;
     ///@}
-
-public:
-    /// The tag name of an Element, the name of an Attribute, the target of a Pi, the name of an EntityRef; "#text",
-    /// "#cdata-section", "#comment" or "#document" for these classes; empty for a CharRef.
-    ByteString name;
-    /// The node that contains this one. Not owned. Never null: it is the null element if there is no such node. The
-    /// library never follows it upwards, so you may set it freely.
-    NodeContainer* parent;
 
 private:
     friend struct detail::NodeAccess;
@@ -232,14 +235,16 @@ public:
 protected:
     /// For an application's own classes.
     NodeContainer(NodeContainer* nodeParent, std::string_view nodeName);
-    /// For the library's own classes.
-    using Node::Node;
 
 public:
     /// The nodes inside this one, in document order. Owned.
     NodeList<Node> children;
     /// The Text child that AppendText adds to; null for none. Not owned, and set by the application alone.
     Text* pendingText = nullptr;
+
+protected:
+    /// Not for applications: for the library's own classes.
+    using Node::Node;
 };
 
 }  // namespace AdvXMLParser

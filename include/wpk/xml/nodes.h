@@ -41,16 +41,15 @@ public:
     /// element written by itself therefore begins with a line feed.
     void Write(WriteContext& context) const override;
 
-protected:
-    /// For the parser.
-    inline Element(const detail::ArenaLocation& location, NodeContainer* parentNode,
-                   const detail::ArenaBytes& tagName) noexcept;
-
-public:
     /// The attributes in document order. Owned. The list does not prevent two attributes with the same name.
     NodeList<Attribute> attributes;
     /// Whether GetText leaves white space unchanged. The parser sets it for xml:space="preserve". Not written by Write.
     bool preserveSpace = false;
+
+protected:
+    /// Not for applications: for the parser.
+    inline Element(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                   const detail::ArenaBytes& tagName) noexcept;
 };
 
 /// An attribute of an element. Its `name` is the attribute's name, its children are the pieces of its value: Text,
@@ -81,7 +80,7 @@ public:
     void Write(WriteContext& context) const override;
 
 protected:
-    /// For the parser.
+    /// Not for applications: for the parser.
     inline Attribute(const detail::ArenaLocation& location, NodeContainer* parentNode,
                      const detail::ArenaBytes& attributeName) noexcept;
 };
@@ -114,11 +113,6 @@ public:
     /// no line feed after the root element.
     void Write(WriteContext& context) const override;
 
-protected:
-    /// For the parser.
-    inline explicit Document(const detail::ArenaLocation& location) noexcept;
-
-public:
     /// The XML declaration; the library does not act on any of it. Version and encoding are written unchecked,
     /// `standalone` is never written.
     ///@{
@@ -131,6 +125,10 @@ public:
     Element* root = nullptr;
     /// The document itself: the parser's container for nodes outside the root element.
     Document& self;
+
+protected:
+    /// Not for applications: for the parser.
+    inline explicit Document(const detail::ArenaLocation& location) noexcept;
 };
 
 /// A run of character data between two pieces of markup. May be empty. Its `name` is "#text".
@@ -152,14 +150,13 @@ public:
     /// other bytes are written unchanged. Use EntityRef, CData or wpk::xml::SetText where they must arrive.
     void Write(WriteContext& context) const override;
 
-protected:
-    /// For the parser.
-    inline Text(const detail::ArenaLocation& location, NodeContainer* parentNode,
-                const detail::ArenaBytes& characters) noexcept;
-
-public:
     /// The characters, without escaping.
     ByteString text;
+
+protected:
+    /// Not for applications: for the parser.
+    inline Text(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                const detail::ArenaBytes& characters) noexcept;
 };
 
 /// A CDATA section: characters that are written without escaping. Its `name` is "#cdata-section".
@@ -180,14 +177,13 @@ public:
     /// early for every reader.
     void Write(WriteContext& context) const override;
 
-protected:
-    /// For the parser.
-    inline CData(const detail::ArenaLocation& location, NodeContainer* parentNode,
-                 const detail::ArenaBytes& characters) noexcept;
-
-public:
     /// The characters between "<![CDATA[" and "]]>".
     ByteString text;
+
+protected:
+    /// Not for applications: for the parser.
+    inline CData(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                 const detail::ArenaBytes& characters) noexcept;
 };
 
 /// A comment. Its `name` is "#comment".
@@ -208,14 +204,13 @@ public:
     /// "--".
     void Write(WriteContext& context) const override;
 
-protected:
-    /// For the parser.
-    inline Comment(const detail::ArenaLocation& location, NodeContainer* parentNode,
-                   const detail::ArenaBytes& characters) noexcept;
-
-public:
     /// The characters between "<!--" and "-->".
     ByteString text;
+
+protected:
+    /// Not for applications: for the parser.
+    inline Comment(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                   const detail::ArenaBytes& characters) noexcept;
 };
 
 /// A processing instruction, such as `<?xml-stylesheet href="a.css"?>`. Its `name` is the target.
@@ -235,14 +230,13 @@ public:
     /// Writes `<?target data?>` on its own line; `<?target?>` if there is no data.
     void Write(WriteContext& context) const override;
 
-protected:
-    /// For the parser.
-    inline Pi(const detail::ArenaLocation& location, NodeContainer* parentNode, const detail::ArenaBytes& target,
-              const detail::ArenaBytes& targetData) noexcept;
-
-public:
     /// The characters between the target and "?>", without the white space after the target.
     ByteString data;
+
+protected:
+    /// Not for applications: for the parser.
+    inline Pi(const detail::ArenaLocation& location, NodeContainer* parentNode, const detail::ArenaBytes& target,
+              const detail::ArenaBytes& targetData) noexcept;
 };
 
 /// The base of the two kinds of references. A reference stays a node of the tree; it is not expanded into the text
@@ -253,7 +247,7 @@ public:
     bool IsType(int code) const override;
 
 protected:
-    /// For the library's own classes.
+    /// Not for applications: for the library's own classes.
     using Node::Node;
 };
 
@@ -279,14 +273,13 @@ public:
     /// Writes `&name;` on the current line. The name is not checked.
     void Write(WriteContext& context) const override;
 
-protected:
-    /// For the parser.
-    inline EntityRef(const detail::ArenaLocation& location, NodeContainer* parentNode,
-                     const detail::ArenaBytes& entityName, char character) noexcept;
-
-public:
     /// The character that the entity stands for.
     char value;
+
+protected:
+    /// Not for applications: for the parser.
+    inline EntityRef(const detail::ArenaLocation& location, NodeContainer* parentNode,
+                     const detail::ArenaBytes& entityName, char character) noexcept;
 };
 
 /// A character reference: one byte. Its `name` is empty.
@@ -305,13 +298,12 @@ public:
     /// (bytes of 0x80 and above) are written without a digit, `&#x;`, which no parser takes.
     void Write(WriteContext& context) const override;
 
-protected:
-    /// For the parser.
-    inline CharRef(const detail::ArenaLocation& location, NodeContainer* parentNode, signed char character) noexcept;
-
-public:
     /// The character: the low eight bits of the number.
     signed char value;
+
+protected:
+    /// Not for applications: for the parser.
+    inline CharRef(const detail::ArenaLocation& location, NodeContainer* parentNode, signed char character) noexcept;
 };
 
 }  // namespace AdvXMLParser
