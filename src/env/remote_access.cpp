@@ -8,7 +8,7 @@ namespace {
 
 constexpr char kLibraryName[] = "rasapi32.dll";
 
-/// What the exported functions call. Its module is never freed, so nothing has to be done with it at unload.
+/// Used by the exported functions. Its module is never freed, so nothing has to be done at unload.
 RemoteAccessLibrary theRemoteAccess;
 
 }  // namespace

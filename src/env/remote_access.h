@@ -75,9 +75,8 @@ private:
 
 }  // namespace wpk
 
-// Exported by wpk.dll beside its interface: the system's RasEnumConnectionsA and RasGetConnectStatusA under names of
-// the library's own, with their signatures and results, but without the need for the remote access library at load
-// time.
+// Exported by wpk.dll in addition to its interface: the system's RasEnumConnectionsA and RasGetConnectStatusA under
+// other names, with the same signatures and results, but without requiring the remote access library at load time.
 extern "C" DWORD WINAPI WRAPPER_RasEnumConnections(wpk::RasConnection* connections, DWORD* bufferSize, DWORD* count);
 extern "C" DWORD WINAPI WRAPPER_RasGetConnectStatus(void* connection, wpk::RasConnectionStatus* status);
 
