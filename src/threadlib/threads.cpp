@@ -19,7 +19,7 @@ uint32_t RunEntry(const ThreadRecord& thread) {
     try {
         return thread.entry(thread.argument);
     } catch (...) {
-        // Only a running thread itself changes its name.
+        // While a thread runs, only the thread itself changes its name.
         ReportEscapedException(thread.name ? thread.name.get() : "");
         return 0;
     }

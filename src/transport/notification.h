@@ -1,4 +1,4 @@
-// The notifications that a callback gets.
+// The notifications delivered to a callback.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TRANSPORT_NOTIFICATION_H
 #define WPK_TRANSPORT_NOTIFICATION_H
@@ -11,7 +11,7 @@
 
 namespace wpk {
 
-/// A callback with its context. Without a callback, nothing is delivered. What the callback throws passes through.
+/// A callback with its context. Without a callback, nothing is delivered. An exception from the callback is passed on.
 class Notifier {
 public:
     Notifier(WPK_CALLBACK callback, void* userData) : callback_(callback), userData_(userData) {}
@@ -23,8 +23,8 @@ public:
 
     enum class Answer { kDeclined, kSendAgain, kNoMemory };
 
-    /// Shows the credentials and asks for others, which replace them when the application wants the request sent again.
-    /// Without the memory for its answer, they stay as they are.
+    /// Passes the credentials to the application and asks for others, which replace them if the application wants the
+    /// request to be sent again. If there is no memory for the answer, they are not changed.
     Answer AskForCredentials(Credentials& credentials) const;
 
 private:
