@@ -23,8 +23,8 @@ public:
 
     enum class Answer { kDeclined, kSendAgain, kNoMemory };
 
-    /// Passes the credentials to the application and asks for others, which replace them if the application wants the
-    /// request to be sent again. If there is no memory for the answer, they are not changed.
+    /// Shows the credentials and asks for others, which replace them when the application wants the request sent again.
+    /// Without the memory for its answer, they stay as they are.
     Answer AskForCredentials(Credentials& credentials) const;
 
 private:

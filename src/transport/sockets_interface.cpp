@@ -91,8 +91,7 @@ bool StartSockets() {
 }
 
 void CleanUpSockets() {
-    // In this order: a use that begins meanwhile gets the old number or that of a gone network, and is lost in both
-    // cases.
+    // In this order: a use that begins meanwhile has the old number or that of a gone network, and is lost either way.
     state += kOneCleanUp;
     CountNetworkGone();
     RunCleanUps();
@@ -101,7 +100,7 @@ void CleanUpSockets() {
 void SocketsUse::Begin() {
     End();
     for (;;) {
-        // Read first, so that a network that goes from now on is noticed.
+        // Read first: a network that goes from now on is noticed.
         networkNumber_ = networkNumber;
         if (TakeUse()) break;
         const ScopedLock untilCleanedUp(startsLock);

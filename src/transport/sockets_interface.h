@@ -25,7 +25,7 @@ bool StartSockets();
 /// Calls WSACleanup once: now, or when the last open socket has been closed. Any thread; does not wait.
 void CleanUpSockets();
 
-/// Held by every user of a socket from before it is opened until after it is closed.
+/// What everybody who opens a socket holds from before the opening until after the closing.
 class SocketsUse {
 public:
     SocketsUse() = default;
