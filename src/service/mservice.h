@@ -1,4 +1,4 @@
-// The multi-threaded service: every request runs on a thread of its own.
+// The multi-threaded service: every request runs on its own thread.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_SERVICE_MSERVICE_H
 #define WPK_SERVICE_MSERVICE_H
