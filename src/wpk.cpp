@@ -37,7 +37,7 @@ WPK_CHECK_OFFSET(WPK_CALLBACKSTRUCT, body.credentials.szPassword, 272);
 WPK_CHECK_OFFSET(WPK_CALLBACKSTRUCT, body.credentials.bRetry, 528);
 #undef WPK_CHECK_OFFSET
 
-// While the process is ending, no thread is left that could answer a call: it would wait forever.
+// While the process is taken down, nobody is left who could answer a call: it would wait for ever.
 
 int WPK_Init(const WPK_INITSTRUCT* settings) {
     if (!settings || wpk::IsProcessEnding()) return 0;
