@@ -11,8 +11,8 @@
  *
  *     puts(WPK_ErrorText(-99));      says "The request failed for a reason that this program does not know."
  *
- * It is a header of its own and calls nothing in wpk.dll. What it does not do: it does not translate, and it does not
- * say what to do next; docs/guide.md and docs/troubleshooting.md do. */
+ * It calls nothing in wpk.dll. What it does not do: it does not translate, and it does not say what to do next;
+ * docs/guide.md and docs/troubleshooting.md do. */
 #ifndef WPK_ERROR_TEXT_H
 #define WPK_ERROR_TEXT_H
 

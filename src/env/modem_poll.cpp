@@ -1,4 +1,5 @@
-// One poll of the machine's dial-up connections. SPDX-License-Identifier: MIT
+// One poll of the machine's dial-up connections.
+// SPDX-License-Identifier: MIT
 #include "env/modem_poll.h"
 
 #include <algorithm>

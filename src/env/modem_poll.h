@@ -1,4 +1,5 @@
-// One poll of the machine's dial-up connections. SPDX-License-Identifier: MIT
+// One poll of the machine's dial-up connections.
+// SPDX-License-Identifier: MIT
 #ifndef WPK_ENV_MODEM_POLL_H
 #define WPK_ENV_MODEM_POLL_H
 

@@ -1,4 +1,5 @@
-// The platform calls used to gather system information, as a table. SPDX-License-Identifier: MIT
+// The platform calls used to gather system information, as a table.
+// SPDX-License-Identifier: MIT
 #ifndef WPK_ENV_SYSTEM_CALLS_H
 #define WPK_ENV_SYSTEM_CALLS_H
 

@@ -270,7 +270,7 @@ public:
     /// A reference with the same name and value. It looks the name up again, so it throws InvalidRefException if the
     /// name was changed to an unknown one.
     EntityRef* Clone(NodeContainer* newParent) const override;
-    /// Writes `&name;` on the current line. The name is not checked.
+    /// Writes "&", the name and ";" on the current line. The name is not checked.
     void Write(WriteContext& context) const override;
 
     /// The character that the entity stands for.

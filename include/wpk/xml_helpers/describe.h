@@ -15,7 +15,7 @@ namespace wpk {
 namespace xml {
 namespace detail {
 
-/// The input without the three bytes with which some editors mark UTF-8.
+/// The input without the byte order mark that some editors put before UTF-8.
 inline std::string_view WithoutMark(std::string_view bytes) noexcept {
     return bytes.substr(0, 3) == "\xEF\xBB\xBF" ? bytes.substr(3) : bytes;
 }
@@ -35,7 +35,7 @@ inline std::string_view LineOf(std::string_view bytes, unsigned number) noexcept
     return bytes.substr(0, bytes.find_first_of("\r\n"));
 }
 
-/// Whether the byte is inside a UTF-8 character and takes no place of its own on the screen.
+/// Whether the byte continues a UTF-8 character and takes no place on the screen.
 inline bool IsContinuation(char c) noexcept {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }

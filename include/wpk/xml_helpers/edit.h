@@ -49,7 +49,7 @@ inline void CheckCharacters(std::string_view text) {
     }
 }
 
-/// The entity that has to stand for the character; null when it may stand for itself.
+/// The entity that must replace the character; null if the character may be written itself.
 inline const char* EntityOf(char c) noexcept {
     switch (c) {
         case '<':
@@ -67,8 +67,8 @@ inline const char* EntityOf(char c) noexcept {
     }
 }
 
-/// Whether the writer or the parser would make something else of it: white space is collapsed, a carriage return read
-/// as a line feed.
+/// Whether the writer or the parser would change it: white space is collapsed, a carriage return is read as a line
+/// feed.
 inline bool NeedsCharRef(std::string_view text, std::size_t at, std::size_t runStart) noexcept {
     const char c = text[at];
     return c == '\t' || c == '\n' || c == '\r' || (c == ' ' && at > runStart && text[at - 1] == ' ');
@@ -105,7 +105,7 @@ inline void TakePieces(NodeContainer& parent, Attribute& pieces) {
     parent.pendingText = nullptr;
 }
 
-/// Puts the pieces into the place of what `parent` holds. Nothing is allocated: their list was made by hand.
+/// Replaces the content of `parent` by the pieces. Nothing is allocated: their list exists already.
 inline void ReplaceByPieces(NodeContainer& parent, Attribute& pieces) {
     parent.DeleteChildren();
     parent.children = std::move(pieces.children);
@@ -123,7 +123,7 @@ inline Document* AsDocument(NodeContainer& container) noexcept {
     return container.IsType(AdvXMLParser::DOCUMENT_NODE) ? static_cast<Document*>(&container) : nullptr;
 }
 
-/// The container that takes one more element: an element, or a document without a root. Null when it is none.
+/// The container that can take one more element: an element, or a document without a root. Null if there is none.
 inline NodeContainer* PlaceForElement(Node* parent) noexcept {
     if (IsNull(parent)) return nullptr;
     NodeContainer& container = parent->AsContainer();
@@ -143,7 +143,7 @@ inline bool IsBlankText(const Node& node) {
     return node.IsType(AdvXMLParser::TEXT_NODE) && Trimmed(node.GetNodeValue()).empty();
 }
 
-/// Whether the texts in it only lay its elements out: there are some, and nothing else is written between them.
+/// Whether the texts in it are only layout: it has elements, and there is nothing else between them.
 inline bool HoldsLayoutOnly(const NodeContainer& container) {
     bool hasElement = false;
     for (const Node* const child : container.children) {
@@ -168,7 +168,7 @@ inline void RemoveBlankTexts(NodeContainer& container) {
     while (container.children.end() != kept) container.children.pop_back();
 }
 
-/// Takes the node out of the list; false when it is not in it. From the end, where what was added last stands.
+/// Removes the node from the list; false if it is not there. Searches from the end, where the last added node is.
 template <class List>
 bool TakeOut(List& list, const Node* node) noexcept {
     for (auto entry = list.end(); entry != list.begin();) {

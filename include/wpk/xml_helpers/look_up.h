@@ -68,7 +68,7 @@ public:
         Element* operator*() const noexcept { return current_; }
         Iterator& operator++() noexcept {
             const auto& children = range_->parent_->children;
-            // It is elsewhere when it has been removed: then the next one stands in its place.
+            // If the current element was removed, the next one is in its place already.
             if (position_ < children.size() && children[position_] == current_) ++position_;
             Find();
             return *this;

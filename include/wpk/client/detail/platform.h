@@ -48,7 +48,7 @@ public:
         thread_ = OpenThread(kSynchronize, /*inherit=*/0, GetCurrentThreadId());
     }
 
-    /// A thread that the system does not let us watch counts as running for ever.
+    /// A thread that the system does not let us watch counts as never ending.
     bool Ended() const noexcept { return thread_ && WaitForSingleObject(thread_, /*milliseconds=*/0) == 0; }
 
 private:
