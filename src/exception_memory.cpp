@@ -1,8 +1,8 @@
 // Gives back what GCC's run-time library has allocated for this module.
 // SPDX-License-Identifier: MIT
 //
-// When the module is loaded, libstdc++ sets 73 KB aside for exceptions that are thrown when memory has run out, and
-// never frees them: an application that loads and frees the module again and again would lose as much each time.
+// When the module is loaded, libstdc++ reserves 73 KB for exceptions that are thrown when memory has run out, and never
+// frees them: an application that loads and frees the module repeatedly would lose that much each time.
 #include <cstddef>
 
 #ifdef __GLIBCXX__
@@ -19,7 +19,7 @@ namespace wpk::core {
 
 namespace {
 
-/// A module whose destructors run while the process goes on has no thread of its own, so nobody can throw any more.
+/// If a module's destructors run while the process continues, the module has no threads, so nothing can throw any more.
 struct AtUnload {
     AtUnload() = default;
     AtUnload(const AtUnload&) = delete;

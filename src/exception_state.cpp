@@ -1,9 +1,9 @@
-// Where GCC's run-time library notes which exceptions a thread has caught.
+// Where GCC's run-time library records which exceptions a thread has caught.
 // SPDX-License-Identifier: MIT
 //
-// The run-time library itself notes it in emulated thread-local storage. That is allocated at a thread's first
-// exception and brings the process down when it cannot be: a callback that throws when memory has run out would do
-// that. Here it is in the thread-local storage of the module, which the system provides with the thread.
+// The run-time library itself records them in emulated thread-local storage, which is allocated at a thread's first
+// exception. If that allocation fails the process ends: a callback that throws when memory has run out would cause
+// that. Here they are in the thread-local storage of the module, which the system allocates with the thread.
 #include <cstddef>
 
 #if defined(__GLIBCXX__) && defined(__MINGW32__)
@@ -12,8 +12,8 @@
 
 #include "threadlib/platform.h"
 
-// Of the compiler's start-up code: where the storage begins that each thread gets a copy of, and the module's number
-// among those that have some.
+// From the compiler's start-up code: the start of the storage that each thread gets a copy of, and the module's index
+// among the modules with such storage.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): its names
 extern "C" char* _tls_start;
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
@@ -21,19 +21,19 @@ extern "C" ULONG _tls_index;
 
 namespace {
 
-/// As the C++ ABI lays it out: the exceptions that are caught and still in use, and how many have been thrown and not
-/// caught yet.
+/// As defined by the C++ ABI: the exceptions that are caught and still in use, and the number of exceptions thrown but
+/// not caught yet.
 struct Exceptions {
     void* caught;
     unsigned int uncaught;
 };
 
-/// Each thread's own begins as a copy of this one.
+/// Each thread's object begins as a copy of this one.
 __attribute__((section(".tls$exceptions"))) Exceptions original = {nullptr, 0};
 
 abi::__cxa_eh_globals* OfThisThread() noexcept {
-    // A thread's environment, which gs points to, says here where its copies are, module by module. The compiler has no
-    // words for that.
+    // The thread's environment block, which gs points to, contains here the addresses of its copies, one per module.
+    // The compiler has no construct for that.
     char* const* copies = nullptr;
     __asm__("movq %%gs:0x58, %0" : "=r"(copies));
     const std::ptrdiff_t offset = reinterpret_cast<char*>(&original) - reinterpret_cast<char*>(&_tls_start);
@@ -44,7 +44,7 @@ abi::__cxa_eh_globals* OfThisThread() noexcept {
 
 namespace __cxxabiv1 {
 
-// In place of the run-time library's, which are not linked then.
+// These replace the run-time library's functions, which are then not linked.
 extern "C" __cxa_eh_globals* __cxa_get_globals() noexcept {
     return OfThisThread();
 }

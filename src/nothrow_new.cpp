@@ -1,9 +1,9 @@
-// The allocation that reports its failure by a null pointer, without an exception on the way.
+// Allocation that reports failure by a null pointer, without using an exception.
 // SPDX-License-Identifier: MIT
 //
-// The run-time library's own forms call the throwing ones and catch what they throw. When memory has run out, the
-// exception itself needs some, on a path that was never meant to be walked just then: the thread would not survive it.
-// Only the library's own module is built with these; they pair with its operator delete, which frees.
+// The run-time library's forms call the throwing ones and catch the exception. When memory has run out, the exception
+// itself needs memory, and the process may end. Only the library's own module is built with these; they match its
+// operator delete, which calls free.
 #include <cstddef>
 #include <cstdlib>
 #include <new>

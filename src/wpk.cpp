@@ -57,9 +57,9 @@ int WPK_Cancel(unsigned int handle) {
     return static_cast<int>(Call(theGlobalObject, kCommandCancel, handle));
 }
 
-// The system's RasEnumConnectionsA and RasGetConnectStatusA under names of the library's own, with their signatures and
-// results, but without the need for the remote access library at load time. Its module is never freed, so nothing has
-// to be done with it at unload.
+// The system's RasEnumConnectionsA and RasGetConnectStatusA under other names, with the same signatures and results,
+// but without requiring the remote access library at load time. Its module is never freed, so nothing has to be done at
+// unload.
 
 static RemoteAccessLibrary theRemoteAccess;
 

@@ -1,4 +1,4 @@
-// Command lines: how all programs read theirs and speak of them.
+// Command lines: how all programs read and explain theirs.
 // SPDX-License-Identifier: MIT
 #include "command_line.h"
 

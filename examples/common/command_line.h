@@ -1,4 +1,4 @@
-// Command lines: how all programs read theirs and speak of them.
+// Command lines: how all programs read and explain theirs.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -12,15 +12,13 @@
 
 namespace common {
 
-/// A command line with --help and --version. Its options' type names are the words that stand for their values in the
-/// help.
+/// A command line with --help and --version. The type names of its options represent their values in the help.
 class CommandLine : public CLI::App {
 public:
     /// @param name of the program.
     CommandLine(const std::string& description, const std::string& name);
 
-    /// Reads it all; `check` then looks for what does not go together, and throws a CLI::ParseError where it finds
-    /// some.
+    /// Reads the whole line; `check` then throws a CLI::ParseError if options contradict each other.
     /// @throws Usage
     void Read(
         int argc, const char* const* argv, const std::function<void()>& check = [] {});
@@ -40,7 +38,7 @@ struct HostAndPort {
     std::uint16_t port;
 };
 
-/// Takes "HOST:PORT" apart, or "HOST" alone, which means port 80.
+/// Splits "HOST:PORT", or only "HOST", which means port 80.
 /// @throws CLI::ParseError that names the option.
 HostAndPort ParseHostAndPort(const std::string& option, const std::string& text);
 

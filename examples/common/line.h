@@ -8,8 +8,8 @@
 
 namespace common {
 
-/// Writes the text. What others write by this function meanwhile, to whatever file, comes before or after it: on a
-/// terminal, some run-time libraries write letter by letter.
+/// Writes the text as a whole: other threads' texts, to any file, come before or after it. On a terminal, some run-time
+/// libraries write letter by letter.
 inline void Write(std::FILE* to, const std::string& text) {
     static std::mutex one_at_a_time;
     const std::lock_guard<std::mutex> lock(one_at_a_time);

@@ -13,10 +13,10 @@ namespace common {
 namespace {
 
 constexpr std::size_t kPiece = std::size_t{64} * 1024;
-// A wait is asked this often whether it is over. The socket itself is looked at again then too: not every system wakes
-// whoever waits for a socket every time. Wine, when it is busy, forgets one now and then.
+// The interval at which a wait checks whether it is over. The socket is checked again as well: not every system always
+// wakes a thread that waits for a socket; a busy Wine sometimes does not.
 constexpr std::chrono::milliseconds kLook{250};
-// The system may be short of something for a moment; the next try to take a client in must not come at once then.
+// The system may briefly lack a resource; the next accept must not follow at once then.
 constexpr std::chrono::milliseconds kShortage{10};
 
 std::string ErrorText(const char* call) {

@@ -12,7 +12,7 @@
 
 namespace common {
 
-/// The other side has gone, or a call on its socket has failed.
+/// The peer has closed the connection, or a call on its socket has failed.
 class ConnectionLost : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -34,8 +34,8 @@ using KeepWaiting = std::function<bool()>;
 /// One thread may receive while another one sends.
 class Socket {
 public:
-    /// A listener; port 0 lets the system choose one.
-    /// @throws std::runtime_error where the address or the port is not to be had.
+    /// A listener; port 0 lets the system choose one. @throws std::runtime_error if the address or the port is not
+    /// available.
     static Socket Listen(const std::string& address, std::uint16_t port);
     /// @throws ConnectionLost with the reason.
     static Socket Connect(const std::string& host, std::uint16_t port);
@@ -56,12 +56,12 @@ public:
 
     /// @return how many bytes have come, 1 to `size`; 0 when no more will, or when `keep_waiting` says no.
     std::size_t Receive(char* into, std::size_t size, const KeepWaiting& keep_waiting);
-    /// Sends the beginning of it.
+    /// Sends as much of the beginning as the system takes.
     /// @return how many bytes have been taken; 0 when `keep_waiting` says no.
     std::size_t SendSome(std::string_view bytes, const KeepWaiting& keep_waiting);
-    /// Tells the other side that no more will come.
+    /// Tells the peer that no more will come.
     void EndSending() noexcept;
-    /// From now on its end is a reset for the other side.
+    /// From now on closing it resets the connection.
     void MakeEndAReset() noexcept;
 
 private:

@@ -1,4 +1,4 @@
-// Task: something to be done on a thread of its own.
+// Task: work to be done on a separate thread.
 // SPDX-License-Identifier: MIT
 #include "task.h"
 

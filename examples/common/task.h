@@ -1,4 +1,4 @@
-// Task: something to be done on a thread of its own.
+// Task: work to be done on a separate thread.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -16,8 +16,8 @@ public:
     virtual void Run() noexcept = 0;
 };
 
-/// Runs the task on a thread that nobody waits for, and that deletes it.
-/// @return false where the system has no thread for it; the task is gone then too.
+/// Runs the task on a detached thread, which deletes it. @return false if the system has no thread for it; the task is
+/// deleted then as well.
 bool StartTask(std::unique_ptr<Task> task);
 
 }  // namespace common

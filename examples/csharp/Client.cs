@@ -62,8 +62,8 @@ namespace Wpk
     /// <summary>One request, from its start to its final notification.</summary>
     sealed class Request
     {
-        // The library holds the address of this delegate's code. A static field keeps it for ever; one that is made for a
-        // call, and named nowhere else, is collected while the library still calls it.
+        // The library holds the address of this delegate's code. A static field keeps the delegate until the process
+        // ends; a temporary one would be collected while the library still calls it.
         static readonly Callback Notify = OnNotification;
         static readonly IntPtr NotifyAddress = Marshal.GetFunctionPointerForDelegate(Notify);
 

@@ -7,7 +7,7 @@
 
 namespace desktop {
 
-/// At most so many bytes; fewer where a character of several bytes (UTF-8) would be cut.
+/// At most that number of bytes; fewer if a character of several bytes (UTF-8) would be cut.
 inline std::string_view Beginning(std::string_view text, std::size_t max_bytes) {
     if (text.size() <= max_bytes) return text;
     std::size_t end = max_bytes;

@@ -21,7 +21,7 @@ constexpr DWORD kField = WS_TABSTOP | ES_AUTOHSCROLL;
 constexpr DWORD kLines = WS_TABSTOP | WS_VSCROLL | ES_MULTILINE | ES_AUTOVSCROLL;
 constexpr DWORD kTree = WS_TABSTOP | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT | TVS_SHOWSELALWAYS;
 
-// In the order of Tab. A label's mnemonic leads to the control behind it.
+// In tab order. A label's mnemonic leads to the control after it.
 constexpr Description kControls[] = {
     {kServerLabel, WC_STATICW, L"Se&rver:", 0},
     {kServer, WC_EDITW, L"", kField, WS_EX_CLIENTEDGE},
@@ -103,7 +103,7 @@ void ArrangeControls(HWND window, int dpi, const MessageFont& font) {
                                place.width, place.height, SWP_NOZORDER | SWP_NOACTIVATE);
     }
     EndDeferWindowPos(moves);
-    // What of a control is kept by the move need not be what belongs there: some systems leave parts of it unpainted.
+    // A move may keep parts of a control's old image: some systems leave them unpainted.
     RedrawWindow(window, /*lprcUpdate=*/nullptr, /*hrgnUpdate=*/nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 

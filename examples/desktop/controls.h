@@ -13,7 +13,7 @@ namespace desktop {
 /// Makes all controls as children of the window, in the order in which Tab visits them; without a font or a place yet.
 void CreateControls(HWND window);
 
-/// The size that a window of this style has to have for an inside of that size, status bar included.
+/// The size that a window of this style needs for a client area of that size, status bar included.
 Size WindowSize(HWND window, Size inside, int dpi);
 
 /// The font of the system's own messages in this resolution, for all controls of a window.

@@ -74,7 +74,7 @@ bool CredentialsDialog::Take() {
 
 std::optional<std::string> CredentialsDialog::TakeField(int id, const std::wstring& name) const {
     std::optional<std::string> text = ToAnsi(FieldText(id));
-    // A character may take several bytes, so what fits into the field may be too long all the same.
+    // A character may take several bytes, so a text that fits into the field may still be too long.
     if (text && text->size() < WPK_CREDENTIAL_SIZE) return text;
     const std::wstring trouble = text ? L" is too long to be sent: more than 255 bytes."
                                       : L" holds a character that the system's code page lacks, so it cannot be sent.";

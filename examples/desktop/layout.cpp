@@ -1,4 +1,4 @@
-// Layout: where the controls stand in a window of some size and resolution. Arithmetic only.
+// Layout: the positions of the controls in a window of a given size and resolution. Arithmetic only.
 // SPDX-License-Identifier: MIT
 #include "layout.h"
 

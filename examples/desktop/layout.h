@@ -1,4 +1,4 @@
-// Layout: where the controls stand in a window of some size and resolution. Arithmetic only.
+// Layout: the positions of the controls in a window of a given size and resolution. Arithmetic only.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -30,7 +30,7 @@ struct Placement {
 /// All controls but the status bar, which finds its place itself.
 using Layout = std::array<Placement, 14>;
 
-/// @param inside the inside of the window without the status bar.
+/// @param inside the client area of the window without the status bar.
 /// @param dpi pixels an inch; 96 is what all design sizes are in.
 /// @param text_height of the font that the controls have, in pixels.
 Layout LayOut(Size inside, int dpi, int text_height);

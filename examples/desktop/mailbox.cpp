@@ -1,4 +1,4 @@
-// Mailbox: the way from the library's threads to the window's thread, and back with the answer to a question.
+// Mailbox: passes notifications from the library's threads to the window's thread, and the answer to a question back.
 // SPDX-License-Identifier: MIT
 #include "mailbox.h"
 
@@ -36,8 +36,7 @@ std::optional<Credentials> Mailbox::Ask(const std::string& refused_user) {
 
 void Mailbox::Knock() {
     if (closed_ || knocked_) return;
-    // A full queue is the one way for this to fail; the next piece of mail tries again, and the window looks by itself
-    // now and then.
+    // This fails only if the queue is full. The next entry tries again, and the window also checks at intervals.
     knocked_ = PostMessageW(window_, knock_, 0, 0) != FALSE;
 }
 

@@ -1,4 +1,4 @@
-// Mailbox: the way from the library's threads to the window's thread, and back with the answer to a question.
+// Mailbox: passes notifications from the library's threads to the window's thread, and the answer to a question back.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -13,7 +13,7 @@
 
 namespace desktop {
 
-/// For the proxy; ANSI, as the library's records want them.
+/// For the proxy; in the ANSI code page, as in the library's records.
 struct Credentials {
     std::string user;
     std::string password;
@@ -31,7 +31,7 @@ struct Outcome {
     bool no_memory = false;  ///< the reply has come, but there was no memory to show it
 };
 
-/// What has come since the window looked last.
+/// What has arrived since the window last took its mail.
 struct Mail {
     std::optional<bool> connected;
     std::optional<Progress> progress;
@@ -39,20 +39,20 @@ struct Mail {
     std::optional<Outcome> outcome;
 };
 
-/// Library threads put things in and knock with one posted message; the window's thread takes everything out at once.
+/// The library's threads add entries and post one message; the window's thread takes all entries at once.
 ///
-/// - Nothing travels inside of the posted message. What is in the box is owned by it, so nothing is lost or leaked when
-///   the window goes with messages still in its queue.
-/// - One knock is on its way at a time, and newer progress replaces older: a fast reply of thousands of pieces can
-///   neither fill the queue nor keep the window from its input.
-/// - No thread ever waits for the window but the one that has asked a question, and that one waits for the answer, not
-///   for the window: SendMessage would have two threads wait for each other as soon as the window waits as well, and
-///   would wait for ever on a window that is busy. Close() is an answer, too: it is "no".
+/// - The posted message carries no data. The mailbox owns its entries, so nothing is lost or leaked when the window is
+///   destroyed with messages still in its queue.
+/// - At most one posted message is in the queue, and newer progress replaces older: a fast reply of thousands of pieces
+///   can neither fill the queue nor block the window's input.
+/// - Only a thread that has asked a question ever waits, and it waits for the answer, not for the window: with
+///   SendMessage, two threads would wait for each other as soon as the window waits as well, and a busy window would
+///   never answer. Close() is an answer as well: "no".
 ///
 /// The library may call back until the process ends, so a mailbox that it knows must never be destroyed.
 class Mailbox {
 public:
-    /// @param knock the message that the window is told with that there is mail.
+    /// @param knock the message that is posted to the window when there is mail.
     Mailbox(HWND window, UINT knock) : window_(window), knock_(knock) {}
     Mailbox(const Mailbox&) = delete;
     Mailbox& operator=(const Mailbox&) = delete;
@@ -66,9 +66,9 @@ public:
 
     // The window's thread; none of them waits.
     Mail Take();
-    /// To the question in the mail; without a value: declined.
+    /// Answers the question in the mail; without a value: declined.
     void Answer(std::optional<Credentials> credentials);
-    /// To be called before the window is gone: no message is posted any more, and whoever asks is told "no".
+    /// Call it before the window is destroyed: no message is posted any more, and every question is answered "no".
     void Close();
 
 private:

@@ -1,4 +1,4 @@
-// MainWindow: takes the user's message, shows what becomes of it.
+// MainWindow: takes the user's message and shows its outcome.
 // SPDX-License-Identifier: MIT
 #include "main_window.h"
 
@@ -15,7 +15,7 @@ namespace desktop {
 namespace {
 
 constexpr UINT kMailMessage = WM_APP;
-// The mail is looked for this often in any case: a knock does not come through while the window's queue is full.
+// The interval at which the mail is checked in any case: a message cannot be posted while the window's queue is full.
 constexpr UINT_PTR kMailTimer = 1;
 constexpr UINT kMailTimerMs = 1000;
 // The progress bar counts in these, as sizes in bytes would not fit.
@@ -153,7 +153,7 @@ void MainWindow::OnCommand(int id) {
 }
 
 void MainWindow::OnActivate(bool active) {
-    // Whoever comes back finds the focus where it was, unless a reply has hidden or disabled that control meanwhile.
+    // The window restores the focus when it is activated, unless a reply has hidden or disabled that control meanwhile.
     if (active) {
         const bool usable = IsWindowEnabled(focus_) && IsWindowVisible(focus_);
         SetFocus(usable ? focus_ : GetDlgItem(window_, kMessage));
@@ -177,7 +177,7 @@ void MainWindow::OnDpiChanged(int dpi, const RECT& place) {
 }
 
 void MainWindow::OnClose() {
-    // An open dialog runs this very code inside of its own message loop, so it has to return first.
+    // An open dialog runs this code inside its own message loop, so the dialog has to return first.
     closing_ = true;
     if (credentials_dialog_.IsOpen()) {
         credentials_dialog_.Dismiss();
@@ -286,7 +286,7 @@ void MainWindow::ShowOutcome(const Outcome& outcome) {
     }
     if (outcome.no_memory)
         return Say(L"The reply has come, but there is too little memory to show it. Close some programs.");
-    // Showing it takes time of its own.
+    // Showing it also takes time.
     const ULONGLONG time = GetTickCount64() - sent_at_;
     reply_view_->Show(outcome.reply);
     Say(FromAnsi("Reply of " + wpk_send::SizeText(outcome.reply.length) + " after " + std::to_string(time) + " ms"));

@@ -1,4 +1,4 @@
-// MainWindow: takes the user's message, shows what becomes of it.
+// MainWindow: takes the user's message and shows its outcome.
 // SPDX-License-Identifier: MIT
 #pragma once
 

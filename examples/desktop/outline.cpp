@@ -30,7 +30,7 @@ bool IsCharacters(const Node* node) {
            node->IsType(AdvXMLParser::REFERENCE_NODE);
 }
 
-/// Walks with a stack of its own, so that the depth of the document is no matter.
+/// Walks with an explicit stack, so the depth of the document does not matter.
 class Walk {
 public:
     explicit Walk(const AdvXMLParser::Document& document) { open_.push_back({&document, 0}); }
@@ -96,7 +96,7 @@ private:
         }
     }
 
-    /// Characters that stand between markup. White space there is layout.
+    /// Characters between markup. White space there is layout.
     void AddCharacters() {
         const std::size_t begin = characters_.find_first_not_of(kBlanks);
         if (begin != std::string::npos) {

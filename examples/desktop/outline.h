@@ -14,13 +14,13 @@ struct OutlineLine {
     std::string text;
 };
 
-/// More lines than this nobody reads, and a tree-view takes seconds for.
+/// More lines than a user reads; a tree-view would take seconds for them.
 inline constexpr std::size_t kMaxOutlineLines = 5000;
 /// A tree-view uses the machine's stack for each level; documents may have a million.
 inline constexpr std::size_t kMaxOutlineLevels = 100;
 
 /// Elements as "name" or, with nothing but text in them, "name: text"; below them their attributes as "@name: value",
-/// and what else they hold. "..." stands where something is left out.
+/// and their other content. "..." marks what is left out.
 std::vector<OutlineLine> Outline(const AdvXMLParser::Document& document);
 
 }  // namespace desktop

@@ -12,7 +12,7 @@
 namespace desktop {
 namespace {
 
-// More than this nobody reads in a window.
+// More than a user reads in a window.
 constexpr std::size_t kMaxTextBytes = std::size_t{64} * 1024;
 // The time an edit control takes for a line without a blank grows with the square of its length.
 constexpr std::size_t kMaxLineLength = 500;

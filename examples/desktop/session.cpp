@@ -1,4 +1,4 @@
-// Session: the library as the window sees it: one message at a time, and all news through the mailbox.
+// Session: the library as the window sees it: one message at a time, all notifications through the mailbox.
 // SPDX-License-Identifier: MIT
 #include "session.h"
 
@@ -12,7 +12,7 @@
 
 namespace desktop {
 
-/// What the library reads until the final callback has returned.
+/// Everything that is in use until the final callback has returned.
 struct Session::Request {
     Request(Message what, Mailbox& where) : message(std::move(what)), mailbox(where) {}
     Request(const Request&) = delete;
@@ -21,7 +21,7 @@ struct Session::Request {
         if (thread != nullptr) CloseHandle(thread);
     }
 
-    /// Whether the library's thread, and with it the final callback, is over.
+    /// Whether the library's thread, and therefore the final callback, has ended.
     bool IsOver() const { return thread != nullptr && WaitForSingleObject(thread, 0) == WAIT_OBJECT_0; }
 
     const Message message;
@@ -71,7 +71,7 @@ Outcome FailureOutcome(int error) {
     return outcome;
 }
 
-/// The library's thread stands still in here while the user thinks; other requests are not held up by that.
+/// The library's thread waits here for the user's answer; other requests continue.
 void AskForCredentials(Mailbox& mailbox, WPK_CALLBACKSTRUCT& notification) try {
     auto& credentials = notification.body.credentials;
     const std::optional<Credentials> answer = mailbox.Ask(credentials.szUser);

@@ -1,4 +1,4 @@
-// Session: the library as the window sees it: one message at a time, and all news through the mailbox.
+// Session: the library as the window sees it: one message at a time, all notifications through the mailbox.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -13,7 +13,7 @@
 
 namespace desktop {
 
-/// What the user wants sent. Server and service in ANSI, as the library's records want them.
+/// The message to send. Server and service are in the ANSI code page, as in the library's records.
 struct Message {
     std::string server;
     unsigned port;
@@ -21,8 +21,8 @@ struct Message {
     std::string body;
 };
 
-/// The window's thread only. There is one, and it is never destroyed: the library has no shut-down, and its threads may
-/// read the message on its way until the process ends.
+/// Used by the window's thread only. There is one object, and it is never destroyed: the library has no shut-down, and
+/// its threads may read the message until the process ends.
 class Session {
 public:
     /// Initialises the library. @throws std::runtime_error where that fails.
@@ -30,7 +30,7 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Only while none is running. @return false when the library cannot take it; then no outcome comes either.
+    /// Call it only while no request is running. @return false if the library cannot take it; then there is no outcome.
     bool Send(Message message);
 
     /// Asks for the end of the running request, if there is one; its outcome still comes.
@@ -41,7 +41,8 @@ public:
 
     bool IsRunning() const { return running_ != nullptr; }
 
-    /// Before the window goes: nothing comes through the mailbox any more, and what is on its way is cancelled.
+    /// Call it before the window is destroyed: nothing comes through the mailbox any more, and a running request is
+    /// cancelled.
     void Leave();
 
 private:

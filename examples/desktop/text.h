@@ -15,7 +15,7 @@ std::wstring FromAnsi(std::string_view text);
 /// with a "?" in its place would be another one.
 std::optional<std::string> ToAnsi(std::wstring_view text);
 
-/// For the bytes of a reply, whose encoding nobody tells: UTF-8 where that is what they are, else the ANSI code page.
+/// For the bytes of a reply, whose encoding is unknown: UTF-8 if they are valid UTF-8, else the ANSI code page.
 std::wstring FromBytes(std::string_view bytes);
 
 /// For the bytes of a message.

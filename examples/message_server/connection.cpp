@@ -25,8 +25,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// What a refused client may still be sending is read for so long and up to so much, and thrown away: a socket that is
-// closed over unread bytes resets the connection, and the refusal would be lost with it.
+// Limits in time and size for reading and discarding what a refused client is still sending: closing a socket with
+// unread bytes resets the connection, and the refusal would be lost with it.
 constexpr std::chrono::seconds kDrainTime{2};
 constexpr std::size_t kDrainLength = std::size_t{64} * 1024 * 1024;
 // Large enough for calls to be few, small enough for the stack of a thread.
@@ -58,8 +58,8 @@ public:
     }
 
 private:
-    /// The answer to the request; nothing when it has been refused. Once an answer's head is on its way, no refusal can
-    /// follow it any more, so answers are sent outside of this.
+    /// The answer to the request; nothing if it has been refused. Once an answer's head has been sent, no refusal can
+    /// follow, so answers are not sent in here.
     std::optional<Answer> TakeRequest() {
         try {
             Message message = ReadMessage();
@@ -102,12 +102,12 @@ private:
     }
 
     void Wait(std::chrono::milliseconds time) {
-        // After its request a client sends nothing: what can be read now is the end of the connection. Its place is
-        // worth more to others than to it.
+        // After its request a client sends nothing, so what can be read now is the end of the connection. Its place is
+        // freed for others.
         if (client_.WaitReadable(time)) throw common::ConnectionLost("the client has gone");
     }
 
-    /// By when a client has to have taken so many bytes.
+    /// The time by which a client must have taken that number of bytes.
     Clock::time_point ReplyDeadline(std::uint64_t length) const {
         return Clock::now() + limits_.timeout + std::chrono::milliseconds(length * 1000 / limits_.slowest_rate);
     }

@@ -8,10 +8,10 @@
 
 namespace message_server {
 
-/// Hands out so many places and no more. Any thread.
+/// Limits the number of places that are taken at the same time. Any thread.
 class ConnectionLimit {
 public:
-    /// A place that is taken, and given back with its owner. It takes no memory, so that there is no way to lose one.
+    /// A taken place, freed by its destructor. Taking one allocates nothing, so none can be lost.
     class Place {
     public:
         explicit Place(ConnectionLimit& limit) noexcept : limit_(&limit) {}

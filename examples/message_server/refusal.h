@@ -11,7 +11,7 @@ namespace message_server {
 /// Thrown wherever a request turns out to be unusable; the connection answers with it.
 class Refusal : public std::exception {
 public:
-    /// @param reason as it stands in the reply's status line: a text that lives as long as the program.
+    /// @param reason the reason text of the reply's status line; it must live as long as the program.
     /// @param why for the server's own log; may be empty.
     Refusal(int code, const char* reason, std::string why = {}) : code_(code), reason_(reason), why_(std::move(why)) {}
 

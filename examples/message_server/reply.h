@@ -10,8 +10,8 @@
 
 namespace message_server {
 
-/// What a service answers: a text, followed by so many bytes of the alphabet, over and over. The latter are made only
-/// while they are sent, so a reply of gigabytes needs no memory.
+/// A service's answer: a text, followed by a number of bytes that repeat the alphabet. These are produced while they
+/// are sent, so a reply of gigabytes needs no memory.
 struct Answer {
     std::string text;
     std::uint64_t alphabet_length = 0;

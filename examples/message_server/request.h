@@ -27,7 +27,7 @@ std::optional<std::size_t> FindHeadEnd(std::string_view bytes);
 /// @throws Refusal where the head is malformed, is not one of ours, or announces more than `max_body` bytes.
 std::size_t ParseHead(std::string_view head, std::size_t max_body);
 
-/// Takes the body apart: three entries, each a key and a value behind their 32-bit little-endian lengths.
+/// Splits the body into three entries, each a key and a value, each preceded by its 32-bit little-endian length.
 /// @throws Refusal where an entry is cut off, missing, repeated, or not one of the three.
 Message ParseBody(std::string_view body);
 

@@ -19,7 +19,7 @@ using Pause = std::function<void(std::chrono::milliseconds)>;
 /// |------------|--------------------------|-----------------------------------------|
 /// | `Echo`     | any bytes                | the same bytes                          |
 /// | `Reverse`  | any bytes                | the same bytes, last first              |
-/// | `Generate` | a decimal number         | so many bytes                           |
+/// | `Generate` | a decimal number         | that number of bytes                    |
 /// | `Lookup`   | XML (lookup.h)           | XML                                     |
 /// | `Sleep`    | a number of milliseconds | a line of text, after waiting that long |
 ///

@@ -33,7 +33,7 @@ std::string Shown(const std::string& name, const char* standard) {
 File Open(const std::string& name, const char* mode, std::FILE* standard) {
     File file(name.empty() ? standard : std::fopen(name.c_str(), mode), CloseFile);
     if (!file) throw std::runtime_error("cannot open " + name + ": " + std::strerror(errno));
-    // Standard streams translate line ends unless they are told not to.
+    // Standard streams translate line ends unless set to binary mode.
     if (name.empty()) _setmode(_fileno(file.get()), _O_BINARY);
     return file;
 }

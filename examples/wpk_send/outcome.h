@@ -1,4 +1,4 @@
-// What became of the request: a text for the user and an exit status for scripts, for every way it can end.
+// The outcome of the request: a text for the user and an exit status for scripts, for every way it can end.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -8,7 +8,7 @@
 
 namespace wpk_send {
 
-/// The exit statuses that no WPK_ERROR stands behind.
+/// The exit statuses that do not come from a WPK_ERROR.
 enum ExitStatus {
     kReplied = 0,
     kFileTrouble = 1,
@@ -19,7 +19,7 @@ enum ExitStatus {
     kNoSuchField = 6,
 };
 
-/// A sentence on a WPK_ERROR: what has happened.
+/// A sentence that describes a WPK_ERROR.
 std::string ErrorText(int error);
 
 /// What the user can do about it; empty for a cancel, and for a code that is not known.

@@ -1,4 +1,4 @@
-// Request: one message on its way, from sending it to its outcome.
+// Request: one message, from sending it to its outcome.
 // SPDX-License-Identifier: MIT
 #include "request.h"
 
@@ -93,9 +93,9 @@ void Request::WaitAndCancel(unsigned handle) {
     const DWORD result = WaitForMultipleObjects(2, handles, /*bWaitAll=*/FALSE, time);
     if (result == WAIT_OBJECT_0) return;
     timed_out_ = result == WAIT_TIMEOUT;
-    // A question on the terminal holds the request up, and a cancel does not reach it there.
+    // A question on the terminal blocks the request, and a cancel does not reach it there.
     SetEvent(given_up_);
-    // Refused where no thread is to be had for it; the next moment may have one.
+    // It is refused if there is no thread for it; there may be one a moment later.
     constexpr DWORD kNextTryMs = 50;
     while (WPK_Cancel(handle) == 0 && WaitForSingleObject(ended_, kNextTryMs) == WAIT_TIMEOUT) {
     }
@@ -105,7 +105,8 @@ void Request::WaitAndCancel(unsigned handle) {
 
 void Request::OnNotification(WPK_CALLBACKSTRUCT* notification) {
     Request& request = *static_cast<Request*>(notification->lpUserData);
-    // No exception may leave a callback: nothing would follow it, and whoever waits for the end would wait for ever.
+    // No exception may escape a callback: no final notification would follow, and the waiting thread would wait
+    // forever.
     try {
         request.Take(*notification);
     } catch (...) {

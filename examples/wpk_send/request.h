@@ -1,4 +1,4 @@
-// Request: one message on its way, from sending it to its outcome.
+// Request: one message, from sending it to its outcome.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -13,8 +13,8 @@
 
 namespace wpk_send {
 
-/// Holds what the library reads until the final callback has returned, so it must not be destroyed before. As nothing
-/// tells when that is (the callback can only say that it is about to return), the program keeps it until it ends.
+/// Holds what is in use until the final callback has returned, so it must not be destroyed before. As nothing reports
+/// that return (the callback can only report that it is about to return), the program keeps the object until it ends.
 class Request {
 public:
     /// @param options must outlive the request.

@@ -9,7 +9,7 @@
 namespace wpk_send {
 namespace {
 
-/// One end of the terminal, by the name that stands for it whatever the standard handles lead to.
+/// The terminal's input or output, opened by its name, which does not depend on redirected standard handles.
 class ConsoleHandle {
 public:
     explicit ConsoleHandle(const char* name)
@@ -117,7 +117,7 @@ std::optional<std::string> ReadFromTerminal(const std::string& hint) {
     const ConsoleHandle output("CONOUT$");
     if (!input || !output) return std::nullopt;
     const KeyByKey mode(input.Get());
-    InterruptEvent();  // Whoever has read the hint may press Ctrl-C at once.
+    InterruptEvent();  // The user may press Ctrl-C as soon as the hint is shown.
     Show(output.Get(), hint);
     std::string text;
     while (const std::optional<std::string> line =

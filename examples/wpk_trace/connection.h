@@ -1,4 +1,4 @@
-// One connection: passes both directions on, byte for byte, and shows what they say.
+// One connection: forwards both directions byte for byte and shows their content.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -10,7 +10,7 @@
 
 namespace wpk_trace {
 
-/// Carries the connection to its end. Does not throw: what goes wrong on a connection is shown and over with it.
+/// Serves the connection until it ends. Does not throw: errors are shown and end with the connection.
 void CarryConnection(common::Socket client, std::uint64_t number, const Options& options, Log& log) noexcept;
 
 }  // namespace wpk_trace

@@ -11,7 +11,7 @@ namespace wpk_trace {
 /// Any thread.
 class Log {
 public:
-    /// Writes the lines to standard output, each after the prefix, and no other's between them.
+    /// Writes the lines to standard output, each after the prefix, without other connections' lines between them.
     void Write(const std::string& prefix, const std::vector<std::string>& lines);
 
 private:

@@ -1,4 +1,4 @@
-// One direction of a connection in words, while it passes by: the head, then the body.
+// One direction of a connection in words, while it is forwarded: the head, then the body.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -22,8 +22,8 @@ struct Shown {
     bool credentials = false;
 };
 
-/// Reads an HTTP message in pieces of any size and of any content, and says what it holds. Its memory is bounded,
-/// whatever comes.
+/// Reads an HTTP message in pieces of any size and any content, and describes its content. Its memory is bounded for
+/// any input.
 class MessageView {
 public:
     explicit MessageView(const Shown& shown) : shown_(shown), tagged_(shown.body), plain_(shown.body) {}

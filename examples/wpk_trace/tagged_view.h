@@ -1,4 +1,4 @@
-// The body of a request in words, while it passes by.
+// The body of a request in words, while it is forwarded.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -13,7 +13,7 @@
 namespace wpk_trace {
 
 /// Reads tagged data in pieces of any size: entries of a key and a value, each after its 32-bit little-endian length.
-/// Trusts no length, and keeps the beginning of what it reads alone.
+/// Trusts no length, and keeps only the beginning of what it reads.
 class TaggedView {
 public:
     /// @param at_most how much of each value is shown.

@@ -2,8 +2,8 @@
 /// Messages from modern C++: a thin, header-only layer on the three functions of wpk.h. C++17.
 // SPDX-License-Identifier: MIT
 //
-// It is for programs that would rather have futures, functions and owned texts than records, callbacks and lifetimes.
-// docs/client.md is the guide.
+// For programs that prefer futures, functions and owned texts to records, callbacks and lifetimes. docs/client.md is
+// the guide.
 //
 //     #include <wpk/client.h>
 //
@@ -12,7 +12,7 @@
 //     wpk::Client client(std::move(options));                         // one for the whole process
 //     std::string reply = client.Send({"Echo", "hello"}).get().body;  // from any thread, as often as you like
 //
-// The same, told instead of waited for:
+// The same without waiting:
 //
 //     client.Send({"Echo", "hello"}, [](const wpk::Outcome& outcome) {
 //         if (outcome) Use(outcome.body());                           // not copied, valid during this call
@@ -26,21 +26,21 @@
 //         // error.code() == wpk::Errc::kNoService; error.what(): "the server has no service of that name"
 //     }
 //
-// What it does not do: it does nothing in the background (threads and connections are those of wpk.dll) but keep time,
-// on one thread that the first message with a time limit starts; it does not retry, queue or encrypt; and it cannot
-// shut the library down, because nothing can.
+// What it does not do: it does not retry, queue or encrypt, and it cannot shut the library down, because nothing can.
+// Its only background thread watches time limits; the first message with a limit starts it. All other threads, and the
+// connections, are those of wpk.dll.
 //
-// Whose threads: functions that you give are called on threads of the library's, those of one request one after the
-// other on a thread of the request's own, those of different requests at the same time. No lock is held, so they may
-// take their time, send, and cancel (on_connection is different: see Options). No exception leaves the layer towards
-// the library: see Message::on_progress, Options::on_credentials and Options::on_exception for where each one goes.
+// Threads: your functions are called on the library's threads: those of one request one after the other on the
+// request's own thread, those of different requests at the same time. No lock is held, so they may take their time,
+// send, and cancel (on_connection is different: see Options). The layer passes no exception on to the library: see
+// Message::on_progress, Options::on_credentials and Options::on_exception for where each one goes.
 //
-// Whose memory: whatever you hand in is copied or moved, and temporaries are fine. The layer keeps a message, as the
-// library demands, until the request's last callback has returned, and gives it back when the next request is sent or
-// ends, at a wait, or with the Client. What a function gets as an argument is valid during that call.
+// Ownership: all arguments are copied or moved; temporaries are fine. The layer keeps a message until the request's
+// last callback has returned, and frees it when another request is sent or ends, at a wait, or with the Client.
+// Arguments of your functions are valid during the call.
 //
-// The module (program or DLL) that includes this header must stay loaded while a request runs, and, once a Client has
-// been made, until the process ends: the library calls back into it.
+// The module (program or DLL) that includes this header must stay loaded while a request runs and, once a Client has
+// been created, until the process ends: the library calls back into it.
 #ifndef WPK_CLIENT_H
 #define WPK_CLIENT_H
 
@@ -70,42 +70,42 @@ inline namespace client {
 
 /// The library, initialised; sends messages. Any thread may send, at the same time as others.
 ///
-/// The library takes its settings once in the life of a process. A second Client, beside the first or after it, is
-/// refused with Errc::kAlreadyInitialised; so is one in a process in which other code has called WPK_Init. Make one and
-/// share it. In two cases a second Client cannot be told from the first, and sends with the first one's settings: when
-/// two modules (program or DLLs) make one in the same moment, and when the system is out of threads or memory.
+/// The library takes its settings once in the life of a process. A second Client, at the same time or later, is refused
+/// with Errc::kAlreadyInitialised; so is a Client in a process in which other code has called WPK_Init. Create one and
+/// share it. In two cases a second Client is not detected and sends with the first one's settings: when two modules
+/// (program or DLLs) create one at the same moment, and when the system is out of threads or memory.
 ///
-/// Destroying the Client does not touch requests that are under way: each still ends with its outcome, and its
-/// functions are still called. Whoever wants them gone holds them as ScopedRequest. Nothing more is sent afterwards, as
-/// there is no other Client.
+/// Destroying the Client does not affect running requests: each still ends with its outcome, and its functions are
+/// still called. Hold requests as ScopedRequest if they must not outlive an object. After that nothing more can be sent
+/// in the process, because there is no other Client.
 class Client {
 public:
     /// Initialises the library.
     ///
-    /// Throws std::system_error: Errc::kBadAddress, of the default server or the proxy; Errc::kNoFunction;
-    /// Errc::kAlreadyInitialised; or Errc::kNotInitialised (try again later). Everything is copied; on_connection may
-    /// be called before the constructor is back. Not from DllMain, and not as a static object of a DLL: see
-    /// docs/client.md.
+    /// Throws std::system_error: Errc::kBadAddress for the default server or the proxy; Errc::kNoFunction;
+    /// Errc::kAlreadyInitialised; or Errc::kNotInitialised (try again later). Everything is copied. on_connection may
+    /// be called before the constructor returns. Do not call it in DllMain, and do not make the Client a static object
+    /// of a DLL: see docs/client.md.
     explicit Client(Options options, const Functions& functions = Functions::Linked())
         : shared_(Share(options, functions)), default_callback_(Initialise(std::move(options), shared_)) {}
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    /// When it is back, on_connection is not running and is not called any more (inside on_connection: when that has
-    /// returned). No thread may be inside Send.
+    /// After it has returned, on_connection is neither running nor called again (if called inside on_connection: after
+    /// that has returned). No thread may be inside Send.
     ~Client() {
         default_callback_->Close();
         detail::RetiredSends::All().Collect();
     }
 
-    /// Sends a message and returns at once; the future gets the reply, with bytes of its own, or throws
-    /// std::system_error with an Errc below zero or Errc::kTimedOut; what a function of yours has thrown while the
-    /// request ran; or std::bad_alloc for a reply that does not fit into memory. When it is ready, the message's
-    /// progress function has been destroyed.
+    /// Sends a message and returns at once. The future returns the reply, with its own copy of the bytes, or throws:
+    /// std::system_error with an Errc below zero or Errc::kTimedOut; an exception that one of your functions threw
+    /// while the request ran; or std::bad_alloc for a reply that does not fit into memory. When the future is ready,
+    /// the message's progress function has been destroyed.
     ///
-    /// Dropping the future neither waits nor cancels. Do not wait for it inside a function of the same request.
+    /// Destroying the future neither waits nor cancels. Do not wait for it inside a function of the same request.
     ///
-    /// Throws std::system_error when nothing has been sent: Errc::kBadAddress, Errc::kNotTaken, Errc::kMessageTooLong.
+    /// /// Throws std::system_error if nothing was sent: Errc::kBadAddress, Errc::kNotTaken, Errc::kMessageTooLong.
     [[nodiscard]] std::future<Reply> Send(Message message) const {
         Request unused;
         return Send(std::move(message), unused);
@@ -119,17 +119,17 @@ public:
         return future;
     }
 
-    /// Sends a message and returns at once. `on_outcome` is called exactly once, on the thread that carries the
-    /// request, possibly before this call is back; it is destroyed on that thread when it has returned. What it throws
-    /// goes to Options::on_exception.
+    /// Sends a message and returns at once. `on_outcome` is called exactly once, on the request's thread, possibly
+    /// before this call returns; after it has returned, it is destroyed on that thread. An exception from it goes to
+    /// Options::on_exception.
     ///
-    /// Throws std::system_error when nothing has been sent: Errc::kBadAddress, Errc::kNotTaken, Errc::kMessageTooLong,
+    /// Throws std::system_error if nothing was sent: Errc::kBadAddress, Errc::kNotTaken, Errc::kMessageTooLong,
     /// Errc::kNoFunction. Then `on_outcome` is never called.
     Request Send(Message message, OutcomeFunction on_outcome) const {
         return Request(detail::Exchange::Start(shared_, std::move(message), std::move(on_outcome)));
     }
 
-    /// Somebody must get the outcome.
+    /// Does not compile: a request needs a function for its outcome.
     void Send(Message message, std::nullptr_t) const = delete;
 
 private:
@@ -162,8 +162,8 @@ private:
         return default_callback.release();
     }
 
-    /// Cancelling what is no request changes nothing, and is refused by a library that is not initialised. It is also
-    /// refused when there is no thread for it, and nothing tells the two apart, before WPK_Init or after.
+    /// Cancelling an unknown request changes nothing, and is refused if the library is not initialised. It is also
+    /// refused if there is no thread for the cancel; the two cases cannot be distinguished.
     static bool IsInitialised(const Functions& functions) {
         constexpr unsigned int kNoThreadHasThisId = 0xFFFFFFFF;
         return functions.cancel(kNoThreadHasThisId) != 0;

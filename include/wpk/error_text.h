@@ -7,13 +7,12 @@
  *     if (notification->nReason == WPK_REASON_FAILURE)
  *         fprintf(stderr, "%s\n", WPK_ErrorText(notification->body.failure.nError));
  *
- * A code that is none of the eight has a sentence too:
+ * Any other number has a sentence as well:
  *
  *     puts(WPK_ErrorText(-99));      says "The request failed for a reason that this program does not know."
  *
- * What it does not do: it does not translate, and it does not say what to do next; docs/troubleshooting.md does. It
- * needs nothing of wpk.dll.
- */
+ * It calls nothing in wpk.dll. What it does not do: it does not translate, and it does not say what to do next;
+ * docs/guide.md and docs/troubleshooting.md do. */
 #ifndef WPK_ERROR_TEXT_H
 #define WPK_ERROR_TEXT_H
 
@@ -29,8 +28,12 @@
 #define WPK_INLINE static
 #endif
 
-/** What has happened, as one English sentence. `error` is a WPK_ERROR, as `body.failure.nError` has it; 0 is "The reply
- * has arrived.". Never null; lives as long as the module. From any thread, inside callbacks too. Never fails. */
+/** What happened, as one English sentence that ends with a full stop.
+ *
+ * @param error a WPK_ERROR, as in `body.failure.nError`; 0 gives "The reply has arrived."; any other number is allowed.
+ * @return never null; zero-terminated ASCII that is valid as long as the module is loaded. Not to be freed.
+ *
+ * Any thread, including inside callbacks. Never fails. */
 WPK_INLINE const char* WPK_ErrorText(int error) {
     switch (error) {
         case 0:

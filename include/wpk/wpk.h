@@ -2,15 +2,15 @@
  * WPK: send messages to named services on a central server.
  * SPDX-License-Identifier: MIT
  *
- * Load wpk.dll, initialise it once, then hand it messages from any thread. Every message travels as one HTTP POST on
- * a connection and a thread of its own; its outcome comes back through a callback. A whole program, in C:
+ * Load wpk.dll, initialise it once, then send messages from any thread. Every message is one HTTP POST with its own
+ * connection and its own thread; its outcome is delivered by a callback. A whole program, in C:
  *
  *     #include <stdio.h>
  *     #include <stdlib.h>
  *     #include <windows.h>
  *     #include <wpk/wpk.h>
  *
- *     // Called on a thread of the library's.
+ *     // Called on one of the library's threads.
  *     static void WPK_CALL OnNotification(WPK_CALLBACKSTRUCT* notification) {
  *         switch (notification->nReason) {
  *             case WPK_REASON_FAILURE:      // final
@@ -23,14 +23,14 @@
  *                 break;
  *             case WPK_REASON_PROGRESS:     // more of the reply has arrived
  *             case WPK_REASON_CONNECTION:   // the network has come or gone
- *             case WPK_REASON_CREDENTIALS:  // the proxy wants others; the request fails when they are left as they are
+ *             case WPK_REASON_CREDENTIALS:  // the proxy wants others; the request fails if they are not changed
  *                 break;
  *         }
  *     }
  *
  *     int main(int argc, char** argv) {
  *         WPK_INITSTRUCT settings = {0};
- *         WPK_SENDSTRUCT message = {0};  // it and its texts stay as they are until the final notification comes
+ *         WPK_SENDSTRUCT message = {0};  // unchanged, with its texts, until the final notification
  *         HANDLE done = CreateEventA(NULL, TRUE, FALSE, NULL);
  *         settings.nConnectionType = WPK_CONNECTION_PERMANENT;
  *         settings.lpfnCallback = OnNotification;
@@ -47,32 +47,32 @@
  *
  * With message_server --port 8080 running, it prints "hello".
  *
- * No message is lost silently: every handle that WPK_Send returns ends in exactly one final notification.
+ * No message is lost silently: every request whose handle WPK_Send returns ends with exactly one final notification.
  *
- * What it does not do: it does not retry, it does not queue, it does not encrypt, and it has no shut-down call. Once
- * WPK_Init has run its start-up, the module stays loaded until the process ends, even when it is freed: its threads
- * may be running at any moment.
+ * What it does not do: it does not retry, queue or encrypt, and it has no shut-down call. Once WPK_Init has run its
+ * start-up, the module stays loaded until the process ends, even if it is freed: its threads may be running at any
+ * moment.
  *
- * Threads: all three functions may be called from any thread, also from inside a callback, but not from DllMain or a
- * constructor or destructor of a static object of a DLL: the loader's lock is held there, no thread can start, and the
- * call would never return. Once the process is being taken down they return 0. None of them throws. Texts are in the
- * ANSI code page. The library needs 64-bit Windows 6.0 (Vista, Server 2008) or later.
+ * Threads: all three functions may be called from any thread, including inside a callback, but not from DllMain or from
+ * a constructor or destructor of a static object of a DLL: the loader lock is held there, so no thread can start and
+ * the call would never return. While the process is ending they return 0. None of them throws. Texts are in the ANSI
+ * code page. The library needs 64-bit Windows 6.0 (Vista, Server 2008) or later.
  *
- * This header works in C and from C++98 on and includes no other header. The records and functions are the same
- * whatever packing and calling convention the including program is compiled with.
+ * This header works in C and from C++98 on and includes no other header. The records and functions do not depend on the
+ * packing and calling convention that the including program is compiled with.
  */
 #ifndef WPK_WPK_H
 #define WPK_WPK_H
 
-/* The version of this header, which is that of the whole package. */
+/* The version of this header and of the whole package. */
 
-/** Within a major version, programs and DLLs fit together whichever is newer. */
+/** Within a major version, a program and a DLL fit together whichever of them is newer. */
 #define WPK_VERSION_MAJOR 1
-/** Counts versions that bring something new. */
+/** Counts versions that add something. */
 #define WPK_VERSION_MINOR 0
-/** Counts versions that only mend. */
+/** Counts versions that only correct errors. */
 #define WPK_VERSION_PATCH 0
-/** All three, with dots between. */
+/** All three, separated by dots. */
 #define WPK_VERSION_STRING "1.0.0"
 
 #if defined(_WIN32) && !defined(WPK_BUILDING_DLL)
@@ -93,7 +93,7 @@ __extension__ typedef long long WPK_INT64;
 #elif defined(_MSC_VER)
 typedef __int64 WPK_INT64;
 #elif defined(__GNUC__)
-/* C++98 has no such type, and here the word for an extension does not keep the compiler from saying so. */
+/* C++98 has no such type, and __extension__ does not suppress GCC's warning here. */
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wlong-long"
 typedef long long WPK_INT64;
@@ -102,80 +102,81 @@ typedef long long WPK_INT64;
 typedef long long WPK_INT64;
 #endif
 
-/* The library's own alignment, whatever the including program's is. */
+/* The library's alignment, independent of the including program's. */
 #pragma pack(push, 8)
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-/** How the library judges whether the network is there: WPK_INITSTRUCT::nConnectionType. */
+/** How the library decides whether there is a network: WPK_INITSTRUCT::nConnectionType. */
 enum WPK_CONNECTION_TYPE {
-    /** Never: every request ends with WPK_ERROR_NO_NETWORK. The default callback is told once, with state 0. */
+    /** Never: every request ends with WPK_ERROR_NO_NETWORK. The default callback is called once, with state 0. */
     WPK_CONNECTION_NEVER = 0,
-    /** Dial-up: while a modem connection is up. The default callback is told of every change, and once at the start.
-     * Each time it is told 0, one start of the sockets interface is taken back, the first time also: an application
-     * that uses sockets itself starts the interface once more for that. docs/dial_up.md says all. */
+    /** Dial-up: while a modem connection is up. The default callback is called for every change, and once at the start.
+     * Each notification of state 0, the first included, undoes one WSAStartup. An application with sockets of its own
+     * therefore calls WSAStartup once more; see docs/dial_up.md. */
     WPK_CONNECTION_DIAL_UP = 1,
-    /** A permanent network (LAN): always, if the sockets interface starts. Nothing is told at the start. */
+    /** A permanent network (LAN): always, if WSAStartup succeeds. The default callback is not called at the start. */
     WPK_CONNECTION_PERMANENT = 2,
-    /** Dial-up where the system's remote access library "rasapi32.dll" can be loaded, else permanent. */
+    /** Dial-up if the system's remote access library "rasapi32.dll" can be loaded, which nearly every Windows has; else
+     * permanent. */
     WPK_CONNECTION_AUTOMATIC = 3
 };
 
-/** What a notification says: WPK_CALLBACKSTRUCT::nReason. */
+/** The reason of a notification: WPK_CALLBACKSTRUCT::nReason. */
 enum WPK_REASON {
-    /** The request has failed; `body.failure`. Final. */
+    /** The request failed; `body.failure`. Final. */
     WPK_REASON_FAILURE = 0,
-    /** More of the reply has arrived; `body.progress`. Called once for every piece that is received. */
+    /** More of the reply has arrived; `body.progress`. Called once for each piece received. */
     WPK_REASON_PROGRESS = 1,
-    /** The whole reply is there; `body.reply`. Final.
+    /** The whole reply has arrived; `body.reply`. Final.
      *
-     * A reply of more than 10,240 bytes, a proxy's refusal included, is kept in a file while it arrives and until this
-     * call returns. It lies in the current directory of the process, in the clear: keep that writable, on a local disk
-     * and private. A file dialog may move it to a share or a removable disk; when that goes away, reading the data
-     * faults. */
+     * A reply of more than 10,240 bytes, or a proxy's refusal of that length, is stored in a file until this call
+     * returns. The file is in the current directory of the process and not encrypted: that directory must be writable,
+     * on a local disk and private. A file dialog may change it to a share or a removable disk; if that disappears,
+     * reading the data causes an in-page error. */
     WPK_REASON_REPLY = 2,
-    /** The network has come or gone; `body.connection`. Belongs to no request. */
+    /** The network has come or gone; `body.connection`. Belongs to no request; only for the default callback. */
     WPK_REASON_CONNECTION = 3,
-    /** The proxy wants credentials; `body.credentials` may be changed by the callback. */
+    /** The proxy requires credentials; the callback may change `body.credentials`. */
     WPK_REASON_CREDENTIALS = 4
 };
 
-/** Why a request failed: `body.failure.nError`. */
+/** Why a request failed: `body.failure.nError`. WPK_ErrorText in error_text.h returns a sentence for each. */
 enum WPK_ERROR {
-    /** The request is unusable: no record, no server, a data length without data, or a proxy is wanted but not named.
-     */
+    /** The request is unusable: the server or the proxy is not named, or there is a data length without data. */
     WPK_ERROR_BAD_REQUEST = -1,
     /** There is no network connection. */
     WPK_ERROR_NO_NETWORK = -2,
     /** The server (or the proxy) could not be reached within 30 seconds. */
     WPK_ERROR_CONNECT = -3,
-    /** WPK_Cancel has ended the request. */
+    /** The request was cancelled, by WPK_Cancel. */
     WPK_ERROR_CANCELLED = -4,
     /** The server speaks another version of the protocol, or is no server of this kind. */
     WPK_ERROR_BAD_VERSION = -5,
     /** The server has no service of that name. */
     WPK_ERROR_NO_SERVICE = -6,
-    /** The exchange broke: a bad reply, an unknown status, a lost connection, too little memory or disk space, or a
-     * long reply for which no file could be made in the current directory (WPK_REASON_REPLY says more). */
+    /** The exchange with the server broke, or the server refused the message: a bad reply, an unknown status, a lost
+     * connection, too little memory or disk space, or a long reply for which no file could be created in the current
+     * directory (see WPK_REASON_REPLY). The server may have acted on the message. */
     WPK_ERROR_EXCHANGE = -7,
-    /** The proxy wants credentials, and the application declined to supply others. */
+    /** The proxy wants a user name and a password, and got none that it accepts. */
     WPK_ERROR_PROXY_CREDENTIALS = -8
 };
 
 enum {
-    /** Bytes in each text of a WPK_REASON_CREDENTIALS notification, the terminating zero included. */
+    /** Size of each text of a WPK_REASON_CREDENTIALS notification in bytes, including the terminating zero. */
     WPK_CREDENTIAL_SIZE = 256
 };
 
-/** One notification. The record lives on the library's stack and is valid only during the call. */
+/** One notification. The record is on the library's stack and is valid only during the call. */
 typedef struct WPK_CALLBACKSTRUCT {
-    /** A WPK_REASON: which member of `body` is filled. All else is zero. */
+    /** A WPK_REASON: which member of `body` is set. Everything else is zero. */
     unsigned int nReason;
     /** The context given with the callback, unchanged. */
     void* lpUserData;
-    /** What it says. Only the member that nReason names is filled. */
+    /** The content. Only the member for nReason is set. */
     union {
         /** WPK_REASON_FAILURE */
         struct {
@@ -190,11 +191,12 @@ typedef struct WPK_CALLBACKSTRUCT {
             unsigned int reserved;
             /** Always 1. */
             WPK_INT64 nWord;
-            /** The start of the reply; the first `dwReceived` bytes are there. Read only, and only during the call. */
+            /** The start of the reply, of which the first `dwReceived` bytes have arrived. Read only; valid during the
+             * call. */
             const void* lpData;
-            /** Bytes received so far. */
+            /** Number of bytes received so far, 1 to dwTotal. */
             unsigned int dwReceived;
-            /** Bytes that the server has announced. */
+            /** Number of bytes that the server has announced. */
             unsigned int dwTotal;
         } progress;
         /** WPK_REASON_REPLY */
@@ -202,7 +204,7 @@ typedef struct WPK_CALLBACKSTRUCT {
             /** Always 0. */
             int nError;
             unsigned int reserved;
-            /** The reply; null when it is empty. Valid only during the call: copy what you keep. */
+            /** The reply; null if it is empty. Read only; valid during the call: copy what you keep. */
             const void* lpData;
             /** Its length in bytes. */
             unsigned int dwDataLength;
@@ -212,12 +214,13 @@ typedef struct WPK_CALLBACKSTRUCT {
             /** 1: a network connection is available; 0: none. */
             unsigned int dwConnected;
         } connection;
-        /** WPK_REASON_CREDENTIALS: on entry the credentials last used, cut to the fields, and bRetry 0. Overwrite both
-         * texts and set bRetry to have the request sent again with them; later requests use them too. */
+        /** WPK_REASON_CREDENTIALS: on entry the credentials last used, truncated to the fields, and bRetry 0. Overwrite
+         * both zero-terminated texts and set bRetry to send the request again with them; later requests use them
+         * too. */
         struct {
             char szUser[WPK_CREDENTIAL_SIZE];
             char szPassword[WPK_CREDENTIAL_SIZE];
-            /** Non-zero: send again. 0: the request ends with WPK_ERROR_PROXY_CREDENTIALS. */
+            /** Non-zero: send the request again. 0: it ends with WPK_ERROR_PROXY_CREDENTIALS. */
             unsigned int bRetry;
         } credentials;
     } body;
@@ -225,38 +228,38 @@ typedef struct WPK_CALLBACKSTRUCT {
 
 /** The application's callback.
  *
- * Called for a request on the thread that carries it, for a connection state on a thread of the library's: never on
- * the thread that called WPK_Send. Callbacks of different requests run at the same time; those of one request follow
- * each other. No lock is held for a request's notifications, so the callback may take as long as it likes and may call
- * WPK_Send and WPK_Cancel, also for its own request. A connection notification must not wait for another one.
+ * Called for a request on the request's own thread, for a connection state on one of the library's threads; never on
+ * the thread that called WPK_Send. Callbacks of different requests run at the same time; those of one request run one
+ * after the other. The library holds no lock during a request's notifications, so the callback may take as long as it
+ * needs and may call WPK_Send and WPK_Cancel, even for its own request. It must not wait for its own request to end,
+ * and a connection notification must not wait for another one.
  *
- * It must return: an exception must not leave it, nor may it end with longjmp or ExitThread. An exception that leaves
- * it nevertheless is not sure to be caught, as the program's run-time library may be another one than this library's.
- * If it is caught, its request ends there, without another notification; one that leaves a dial-up connection
- * notification ends the watch over the network for good. A thread that is ended inside it leaves its request without an
- * end.
+ * It must return: no exception may escape from it, and it must not end with longjmp or ExitThread. The library may be
+ * unable to catch an escaped exception, because the program's run-time library may be a different one. If it catches
+ * one, the request ends without another notification; an exception from a dial-up connection notification ends the
+ * watch of the network permanently. If the thread is terminated inside the callback, its request never ends.
  *
- * Declare it with WPK_CALL where the program is compiled with another calling convention than __cdecl (/Gv). */
+ * Declare it with WPK_CALL if the program is compiled with a calling convention other than __cdecl (/Gv). */
 typedef void(WPK_CALL* WPK_CALLBACK)(WPK_CALLBACKSTRUCT* notification);
 
 /** The settings of WPK_Init. Zero the record, then set what you need. Every text is copied. */
 typedef struct WPK_INITSTRUCT {
     /** 0; not used. */
     WPK_INT64 reserved;
-    /** The module instance of the application; kept, not used. */
+    /** The module instance of the application; stored, not used. */
     void* hInstance;
-    /** A WPK_CONNECTION_TYPE. Usual: WPK_CONNECTION_PERMANENT. With any other number there is never a network. */
+    /** A WPK_CONNECTION_TYPE, usually WPK_CONNECTION_PERMANENT. With any other number there is never a network. */
     WPK_INT64 nConnectionType;
-    /** Gets connection states, and everything of requests that bring no callback of their own. Required: WPK_Init
-     * takes null as well and gives 1, and then nobody is told how such a request has ended. */
+    /** The default callback. Gets connection states, and all notifications of requests without their own callback. Set
+     * it: WPK_Init also accepts null and returns 1, but then the outcome of such a request is lost. */
     WPK_CALLBACK lpfnCallback;
-    /** Handed back in every call of the default callback. */
+    /** Passed unchanged to every call of the default callback. */
     void* lpUserData;
     /** 1: every request goes through the HTTP proxy below; any other value: directly. */
     WPK_INT64 bBehindProxy;
-    /** Host name or dotted IPv4 address of the proxy. */
+    /** Host name or dotted IPv4 address of the proxy. Required if bBehindProxy is 1. */
     const char* lpszProxyServer;
-    /** Its port. Usual: 80. Of a number above 65535 only the lower 16 bits count. */
+    /** Its port, 1 to 65535, usually 80. Only the lower 16 bits of any other number count. */
     WPK_INT64 nProxyPort;
     /** User name for the proxy's Basic authentication; null or empty for none. */
     const char* lpszProxyUser;
@@ -269,10 +272,10 @@ typedef struct WPK_INITSTRUCT {
 #endif
 
 /** One message. The caller owns it and everything it points to, and keeps both unchanged from WPK_Send until the
- * request's final callback. Once that has begun, the library does not look at them any more: the callback may free
- * them, or wake a thread that does. Until then the library reads it; where lpfnCallback is null it writes the default
- * callback and context into it. In C++ the constructor zeroes every field but the port; in C zero the record, the
- * first word (the place of the class's virtual table) included, and set nPort to 80. */
+ * request's final callback. Once that has begun, the library no longer reads them: the callback may free them, or wake
+ * a thread that does. If lpfnCallback is null, the library writes the default callback and context into the record. In
+ * C++ the constructor zeroes every field except the port; in C zero the record, including the first word (the place of
+ * the class's virtual table), and set nPort to 80. */
 #ifdef __cplusplus
 class WPK_SENDSTRUCT {
 public:
@@ -293,19 +296,18 @@ typedef struct WPK_SENDSTRUCT {
 #endif
     /** 0; not used. */
     unsigned int reserved;
-    /** Server port, 1 to 65535. Of any other number only the lower 16 bits count; a proxy is given it as it stands. */
+    /** Server port, 1 to 65535. Only the lower 16 bits of any other number count; a proxy gets the number unchanged. */
     unsigned int nPort;
-    /** Host name or dotted IPv4 address of the server. Required. It is not checked: through a proxy it travels as it
-     * stands in the request's first line, so that CR LF in it becomes header lines. Check a name that comes from
-     * outside. */
+    /** Host name or dotted IPv4 address of the server. Required. Not checked: a proxy gets it unchanged in the
+     * request's first line, so CR LF in it becomes header lines. Check a name that comes from outside. */
     const char* lpszServer;
-    /** The service on the server that is to handle the message. Null counts as empty. */
+    /** The service on the server that is to handle the message; case-sensitive for the server. Null counts as empty. */
     const char* lpszServiceName;
-    /** This request's callback; null: the default callback with its context. */
+    /** This request's callback. Null: the default callback with its context. */
     WPK_CALLBACK lpfnCallback;
-    /** Handed back unchanged in every callback of this request. */
+    /** Passed unchanged to every callback of this request. */
     void* lpUserData;
-    /** The message, any bytes. May be null when dwDataLength is 0. */
+    /** The message, any bytes. May be null if dwDataLength is 0. */
     const void* lpData;
     /** Its length in bytes. */
     unsigned int dwDataLength;
@@ -317,9 +319,9 @@ typedef struct WPK_SENDSTRUCT {
 
 #pragma pack(pop)
 
-/* A program that would see other records than the library does not compile: an array of negative size is the one
- * assertion that all versions of C and C++ have. A class with a virtual table has no offsets before C++17; its size
- * tells any other alignment as well. */
+/* A program whose records would differ from the library's does not compile: an array of negative size is the only
+ * assertion that all versions of C and C++ support. A class with a virtual table has no offsets before C++17; its size
+ * reveals any other alignment as well. */
 #if defined(__GNUC__) || defined(__clang__)
 #define WPK_OFFSET(record, field) __builtin_offsetof(record, field)
 #else
@@ -348,37 +350,39 @@ WPK_ASSERT(CREDENTIALS_HAVE_THEIR_RETRY_AT_528, WPK_OFFSET(WPK_CALLBACKSTRUCT, b
 extern "C" {
 #endif
 
-/** Initialises the library. Call it once, before anything else. A later call waits until the calls that are in progress
- * in other threads have returned. Not from DllMain, nor with the loader lock held: it would wait for ever.
+/** Initialises the library. Call it once, before anything else. A later call waits until the calls in progress on other
+ * threads have returned. Do not call it from DllMain or with the loader lock held: it would wait forever.
  *
- * @param settings copied; null is refused.
- * @return 1 when the library is initialised, also when it was before (the first settings then stay in force);
- *         0 when it could not be: everything is undone, the library can be freed, and the call may be repeated. Where
- *         a lock could not be made when the library was loaded, only loading it again helps. */
+ * @param settings copied, with its texts; null is refused.
+ * @return 1 if the library is initialised, including when it was before (the first settings then remain in force);
+ *         0 if it could not be: everything has been undone, the library can be freed, and the call may be repeated. If
+ *         a lock could not be created when the library was loaded, only loading it again helps. */
 WPK_API int WPK_CALL WPK_Init(const WPK_INITSTRUCT* settings);
 
-/** Starts a request and returns as soon as a thread has taken it. Not from DllMain, nor with the loader lock held: it
- * would wait for ever.
+/** Starts a request and returns as soon as a thread has taken it. Do not call it from DllMain or with the loader lock
+ * held: it would wait forever.
  *
- * @return the request's handle, which is the id of that thread; its outcome comes through the callback, possibly
- *         before this call returns. 0 when the record is null, the library is not initialised or no thread could take
- *         the request; then no callback comes. Should the thread that hands out requests have ended, as it may when
- *         memory runs out, the id of the calling thread is returned, and no callback comes either. A handle may be used
- *         again by the system once its request has ended. */
+ * @param message see WPK_SENDSTRUCT; it must stay valid until the final callback. Null is refused.
+ * @return the request's handle, which is the id of that thread; the outcome is delivered by the callback, possibly
+ *         before this call returns. 0 if the record is null, the library is not initialised or no thread could take the
+ *         request; then there is no callback. If the thread that dispatches requests has ended, which can happen when
+ *         memory runs out, the id of the calling thread is returned, and there is no callback either. The system may
+ *         reuse a handle once its request has ended. */
 WPK_API unsigned int WPK_CALL WPK_Send(WPK_SENDSTRUCT* message);
 
-/** Asks for the end of a request. The request still ends with its one final callback: WPK_ERROR_CANCELLED, within
- * 250 ms wherever it waits for the network, unless it was already past that point. Only the system's look-up of a host
- * name comes to its own end first. Not from DllMain, nor with the loader lock held: it would wait for ever.
+/** Cancels a request. The request still ends with its one final callback: WPK_ERROR_CANCELLED, within 250 ms wherever
+ * it waits for the network, unless its outcome is already being delivered. The system's look-up of a host name cannot
+ * be interrupted. Do not call it from DllMain or with the loader lock held: it would wait forever.
  *
- * The handle is looked up by a thread that is started for that, after this call has returned. A request that ends in
- * that moment may have given its handle, the id of its thread, to a new one, which then is cancelled instead. So do not
- * cancel what may have ended, or keep the handle from being given out again: an open handle to the request's thread
- * (OpenThread or DuplicateHandle in one of its callbacks) does, until some seconds after the cancel.
+ * The handle is looked up by a new thread after this call has returned. If the request ends at that moment, the system
+ * may have reused its handle, which is a thread id, for a new request, which is then cancelled instead. So do not
+ * cancel a request that may have ended, or keep the system from reusing the handle: open a handle to the request's
+ * thread (OpenThread or DuplicateHandle in one of its callbacks) and close it some seconds after the cancel.
  *
- * @return 1 as soon as a thread has taken the cancel, also for a handle that is unknown or has ended (which changes
- *         nothing); 0 when the handle is 0, when the library is not initialised, or when no thread (or no memory) was
- *         to be had for the cancel: then the request runs on, and the call may be repeated. */
+ * @param handle what WPK_Send has returned.
+ * @return 1 as soon as a thread has taken the cancel, even if the handle is unknown or its request has ended (which
+ *         changes nothing); 0 if the handle is 0, the library is not initialised, or there was no thread or memory for
+ *         the cancel: then the request continues, and the call may be repeated. */
 WPK_API int WPK_CALL WPK_Cancel(unsigned int handle);
 
 #ifdef __cplusplus

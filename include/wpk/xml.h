@@ -22,12 +22,16 @@
 //         // fault.code 13 (the end tag is another element's), fault.line 1, fault.column 7
 //     }
 //
-// What it does not do: it converts no character sets (a byte is a character), validates nothing, expands no entities
-// and reads no other file. Two habits to know: the writer turns < > & ' " in texts into the bare names lt gt amp apos
-// quot (write an EntityRef or CData node where the character itself must arrive), and a character reference keeps the
-// low eight bits of its number.
+// What it does not do: it does not convert character sets (one byte is one character), validate, expand entities or
+// read other files. Two things to know: the writer turns < > & ' " in texts into the bare names lt gt amp apos quot
+// (use an EntityRef or CData node where the character itself must arrive), and a character reference keeps only the low
+// eight bits of its number.
 //
-// It is plain C++17 and needs nothing but the standard library. docs/xml.md is the guide.
+// Ownership: a container owns its children. Threads: any number of threads may read a tree at once; a thread that
+// changes it must be the only one. Errors: see exceptions.h.
+//
+// It is plain C++17 and needs only the standard library. docs/xml.md is the guide; xml_helpers.h has functions for
+// common tasks.
 #ifndef WPK_XML_H
 #define WPK_XML_H
 

@@ -1,6 +1,6 @@
 /// @file
-/// What programs write around the XML documents of xml.h, written once: values in and out, files, errors that name
-/// their place. C++17, header-only.
+/// Functions for common tasks with the XML documents of xml.h: values in and out, files, errors with their place.
+/// C++17, header-only.
 // SPDX-License-Identifier: MIT
 //
 //     #include <wpk/xml_helpers.h>
@@ -21,22 +21,21 @@
 //         // "order.xml: line 2, column 8: the end tag is not that of the open element"
 //     }
 //
-// What it does not do: it changes nothing in the classes of xml.h, keeps nothing, converts no character sets (but for
-// ReferencesToUtf8, when it is called), and validates nothing.
+// What it does not do: it changes nothing in the classes of xml.h, keeps no state, converts no character sets (except
+// in ReferencesToUtf8), and validates nothing.
 //
-// Nothing to write to: where a function takes a pointer to a node, a null pointer and the null nodes are fine. Reading
-// from them gives the fallback; writing to them does nothing and tells so (false, or the null element). So look-ups and
-// these functions chain without a test in between. Functions that take a reference need a node.
+// Missing nodes: where a function takes a pointer to a node, it accepts a null pointer and the null nodes. Reading from
+// them returns the fallback; writing to them does nothing and returns false or the null element. So look-ups and these
+// functions can be chained without a check in between. Functions that take a reference need a node.
 //
-// Ownership: what comes as a std::unique_ptr is the caller's; every other pointer is to a node that its tree owns.
-// Texts are copied; no view is kept.
+// Ownership: a returned std::unique_ptr belongs to the caller; every other returned pointer is to a node that its tree
+// owns. Texts are copied; no view is kept.
 //
-// Threads: as with the trees themselves, one thread at a time for each tree. No function uses the machine's stack per
-// level: trees may be of any depth.
+// Threads: as with the trees themselves. No function uses the machine stack per level: trees may be of any depth.
 //
 // Errors: std::bad_alloc and std::length_error as in xml.h; std::invalid_argument for a name or a character that no
-// document can hold; DocumentError for bytes that are no document; std::system_error for a file. A call that throws has
-// changed nothing, except where it says so.
+// document can contain; DocumentError for bytes that are not a document; std::system_error for a file. A call that
+// throws has changed nothing, unless its comment says otherwise.
 //
 // It links with wpk::xml, as xml.h does. docs/xml_helpers.md is the guide.
 #ifndef WPK_XML_HELPERS_H

@@ -35,7 +35,7 @@ uint32_t GlobalObject::Update(Observable* source, void* arg) {
     return 1;
 }
 
-/// A network whose sockets interface does not start still counts as there: requests then fail for their own reasons.
+/// A network counts as available even if WSAStartup fails: requests then fail with their own errors.
 void GlobalObject::NetworkComes() {
     transport.connectionStatus = 1;
     StartSockets();

@@ -15,24 +15,24 @@
 
 namespace wpk::core {
 
-/// One static instance, built when the library is loaded and destroyed when it is unloaded. Building it starts no
-/// thread; destroying it stops none: threads that still run then are left to the end of the process. The order of the
-/// members is that of their construction.
+/// One static instance, constructed when the library is loaded and destroyed when it is unloaded. Its constructor
+/// starts no thread and its destructor stops none: threads that still run continue until the process ends. The members
+/// are declared in the order of their construction.
 class GlobalObject : public Observer {
 public:
     GlobalObject();
 
     /// Follows the modem detection: state 1 starts the sockets interface, state 0 cleans it up, each once for every
-    /// notification; both set the connection status and tell the default callback, on the calling thread. 0 when
-    /// `source` is anything else than the own modem detection.
+    /// notification; both set the connection status and call the default callback, on the calling thread. 0 if `source`
+    /// is not this object's modem detection.
     uint32_t Update(Observable* source, void* arg) override;
 
-    /// Attaches itself to the modem detection, once however often it is called: there is no way back. False if memory
-    /// runs out.
+    /// Attaches this object to the modem detection. Further calls do nothing, because an observer cannot be detached.
+    /// False if memory runs out.
     bool ObserveModemDetection();
 
-    /// Makes a suspended thread that tells the default callback the connection status, once, unless the modem detection
-    /// runs by then and tells it itself. The thread's id; 0 on failure.
+    /// Creates a suspended thread that calls the default callback once with the connection status, unless the modem
+    /// detection is running by then and does so itself. The thread's id; 0 on failure.
     uint32_t CreateNotificationThread();
 
     NetOutboundService netOutbound{transport};
@@ -42,7 +42,7 @@ public:
     std::atomic<uint32_t> initialised{0};
     /// The connection status, and the copy of the initialisation record.
     TransportState transport;
-    /// Every call of the interface is on the shared side for its whole length, an initialisation on the exclusive one.
+    /// Every call of the interface holds the shared side for its whole length, an initialisation the exclusive side.
     ReadersWriterLock gate;
 
 private:

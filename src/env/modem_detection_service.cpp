@@ -10,7 +10,7 @@ namespace wpk::core {
 
 namespace {
 
-/// Signals at the end of a scope, also when an observer's exception ends it.
+/// Signals at the end of a scope, even if an observer's exception ends it.
 class SignalAtEnd {
 public:
     explicit SignalAtEnd(const Semaphore& signal) : signal_(signal) {}
@@ -50,7 +50,7 @@ uint32_t ModemDetectionService::Manager_ShutDown() {
     return 1;
 }
 
-/// The wrappers come from the library's own module by its name, which an application may therefore not change.
+/// The wrappers are taken from the library's own module, found by its name: an application must not rename the DLL.
 bool ModemDetectionService::LoadWrappers() {
     rasLibrary_ = calls_.loadLibrary("wpk.dll");
     if (!rasLibrary_) {
@@ -110,8 +110,8 @@ void ModemDetectionService::Peek() {
     }
 }
 
-/// False when a stop was requested: nothing may be told any more. The signal without the request is one that a stop has
-/// left which came while nobody waited for it: then there is one look more.
+/// False if a stop was requested: nothing may be reported any more. A signal without a request was left by a stop that
+/// came while no thread waited; it only causes one additional poll.
 bool ModemDetectionService::PollUntil(Question answeredYes) {
     while (!(this->*answeredYes)()) {
         if (stopSignal_.WaitFor(pollPeriodMs_) && stopRequested_ == 1) return false;

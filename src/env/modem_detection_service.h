@@ -15,15 +15,15 @@
 
 namespace wpk::core {
 
-/// Tells its observers when a modem connection comes up and when it has gone. The argument of Update points to a
-/// uint32_t: 1 up, 0 gone. State 0 is told once when the watch begins; from then on a state is told only when it
+/// Notifies its observers when a modem connection comes up and when it has gone. The argument of Update points to a
+/// uint32_t: 1 up, 0 gone. State 0 is reported once when the watch begins; after that a state is reported only when it
 /// differs from the last one.
 ///
-/// "Up" is told when some modem connection reports that it is connected. "Gone" is told when some modem connection
-/// reports its end, when there is no connection of any kind left, or when the system cannot enumerate them. So with two
-/// modems the end of one is told as 0 although the other one is up, and the next look tells 1 again. A modem in any
-/// other state (it dials, it signs on), or one whose state cannot be read, changes nothing; connections of other
-/// devices count only in that the list is not empty.
+/// "Up" is reported when a modem connection says that it is connected. "Gone" is reported when a modem connection says
+/// that it has ended, when there is no connection of any kind left, or when the system cannot enumerate them. So with
+/// two modems the end of one is reported as 0 although the other one is up, and the next poll reports 1 again. A modem
+/// in any other state (dialling, authenticating), or one whose state cannot be read, changes nothing; connections of
+/// other devices count only in that the list is not empty.
 ///
 /// One thread, the Peeker, polls and notifies. The service must outlive it: it runs until the service is stopped.
 class ModemDetectionService : public Service, public Observable {
@@ -33,16 +33,16 @@ public:
     explicit ModemDetectionService(const ModuleCalls& calls = ModuleCalls(), DWORD pollPeriodMs = kPollPeriodMs)
         : Service("ModemDetectionService"), calls_(calls), pollPeriodMs_(pollPeriodMs) {}
 
-    // From a fresh look, whatever was told last, and from any thread. While the service does not run, nothing can be
-    // enumerated.
+    // The result of a new poll, independent of the last reported state. Any thread. While the service does not run,
+    // nothing can be enumerated.
 
-    /// Whether some modem connection is up.
+    /// Whether a modem connection is up.
     bool IsModemConnected() const;
-    /// Whether connections cannot be enumerated, there is none, or some modem connection reports its end. Not the
-    /// reverse of the above: of two modems, one may be up while the other one hangs up.
+    /// Whether connections cannot be enumerated, there is none, or a modem connection says that it has ended. Not the
+    /// opposite of the above: of two modems, one may be up while the other one hangs up.
     bool IsModemDisconnected() const;
 
-    /// The last state told.
+    /// The last reported state.
     uint32_t Connected() const { return connected_; }
     /// Why the last start failed; empty when the system has no remote access. Not while a start is under way.
     const CountedText& ErrorText() const { return errorText_; }
@@ -50,7 +50,7 @@ public:
 protected:
     /// 0 when the system has no remote access, or the wrappers through which it is used cannot be found.
     uint32_t Manager_StartUp() override;
-    /// Ends the Peeker, which tells nothing more, and waits for its end. Returns 1.
+    /// Ends the Peeker, which reports nothing more, and waits for its end. Returns 1.
     uint32_t Manager_ShutDown() override;
 
     uint32_t StopRequested() const { return stopRequested_; }
@@ -77,7 +77,7 @@ private:
     /// The library's own module. Destruction does not free it: that happens while this very module is unloaded.
     HMODULE rasLibrary_ = nullptr;
     CountedText errorText_;
-    // Written by the front desk while any thread may ask the queries.
+    // Written by the front desk while any thread may call the queries.
     std::atomic<RasEnumConnectionsFunction*> enumConnections_{nullptr};
     std::atomic<RasGetConnectStatusFunction*> getConnectStatus_{nullptr};
 

@@ -1,4 +1,4 @@
-// One look at the machine's dial-up connections.
+// One poll of the machine's dial-up connections.
 // SPDX-License-Identifier: MIT
 #include "env/modem_poll.h"
 

@@ -1,4 +1,4 @@
-// One look at the machine's dial-up connections.
+// One poll of the machine's dial-up connections.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_ENV_MODEM_POLL_H
 #define WPK_ENV_MODEM_POLL_H
@@ -9,25 +9,25 @@
 
 namespace wpk::core {
 
-/// Null while they are not there: an enumeration then fails.
+/// Null while the functions are missing: an enumeration then fails.
 struct RemoteAccessFunctions {
     RasEnumConnectionsFunction* enumConnections = nullptr;
     RasGetConnectStatusFunction* getConnectStatus = nullptr;
 };
 
-/// Enumerates the connections once, when it is built. Connections of other devices than modems are as good as not
-/// there. It allocates nothing.
+/// Enumerates the connections once, in its constructor. Connections of devices other than modems are ignored. It
+/// allocates nothing.
 class ModemPoll {
 public:
-    /// More connections than this at a time make an enumeration fail.
+    /// An enumeration with more connections than this fails.
     static constexpr DWORD kMaximumConnections = 10;
 
     explicit ModemPoll(const RemoteAccessFunctions& functions);
 
-    /// True when the enumeration has failed or found no connection of any kind.
+    /// Whether the enumeration failed or found no connection of any kind.
     bool Empty() const { return count_ == 0; }
 
-    /// Whether some modem connection is in that state now. One whose state cannot be read is in none.
+    /// Whether a modem connection is in that state now. A connection whose state cannot be read counts as in none.
     bool AnyModemIs(RasConnectionState state) const;
 
 private:

@@ -7,17 +7,16 @@
 
 namespace wpk::core {
 
-/// Filled with the system's own functions; tests put modules of their own in their place.
+/// Filled with the system's functions; tests replace them with fake modules.
 struct ModuleCalls {
     decltype(&::LoadLibraryA) loadLibrary = &::LoadLibraryA;
     decltype(&::GetProcAddress) getProcAddress = &::GetProcAddress;
     decltype(&::FreeLibrary) freeLibrary = &::FreeLibrary;
 
-    /// The function of that name with its own type; null when the module has none.
+    /// The function of that name, cast to its type; null if the module has none.
     template <class Function>
     Function* Find(HMODULE module, const char* name) const {
-        // Through a function type that compilers take for "any": the table's type has nothing to do with the
-        // function's.
+        // Through void(), which compilers accept as an intermediate type: the table's type differs from the function's.
         return reinterpret_cast<Function*>(reinterpret_cast<void (*)()>(getProcAddress(module, name)));
     }
 };

@@ -12,11 +12,11 @@ namespace wpk::core {
 
 class Observable;
 
-/// Told of changes on the thread that notices them, under the observable's lock: it must not attach to or notify the
-/// same observable from there.
+/// Notified of changes on the thread that detects them, with the observable's lock held: Update must not attach to or
+/// notify the same observable.
 class Observer {
 public:
-    /// `arg` belongs to the caller and is valid only during the call. The result is ignored.
+    /// Called for each change. `arg` belongs to the caller and is valid only during the call. The result is ignored.
     virtual uint32_t Update(Observable* source, void* arg);
 
 protected:
@@ -26,7 +26,7 @@ protected:
     ~Observer() = default;
 };
 
-/// Keeps a list of observers and tells them all. Any thread may call it.
+/// Keeps a list of observers and notifies them all. Any thread may call it.
 class Observable {
 public:
     Observable() { lock_.Signal(); }
@@ -34,11 +34,11 @@ public:
     Observable& operator=(const Observable&) = delete;
     ~Observable();
 
-    /// False when the system could not make the list's lock: nothing below keeps threads apart then.
+    /// False if the system could not create the list's lock: the functions below are then not safe for threads.
     bool HasLock() const { return static_cast<bool>(lock_); }
 
-    /// Adds an observer, which is not owned and must outlive this object; attached twice, it is told twice. 1, or 0 for
-    /// a null pointer or if memory runs out.
+    /// Adds an observer, which is not owned and must outlive this object. If attached twice, it is notified twice. 1,
+    /// or 0 for a null pointer or if memory runs out.
     uint32_t Attach(Observer* observer);
 
     /// Calls every observer's Update in the order of attachment. Returns 1.

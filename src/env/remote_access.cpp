@@ -33,8 +33,8 @@ DWORD RemoteAccessLibrary::Call(const char* name, Arguments... arguments) {
     return function ? function(arguments...) : ERROR_PROC_NOT_FOUND;
 }
 
-/// Without a lock, which a thread would hold while it waits for the system's loader: of several threads that load the
-/// module at once, one keeps its reference and the others give theirs back.
+/// Takes no lock, because a thread would hold it while it waits for the system's loader. If several threads load the
+/// module at once, one keeps its reference and the others free theirs.
 HMODULE RemoteAccessLibrary::Load() {
     if (const HMODULE loaded = module_) return loaded;
     const HMODULE mine = calls_.loadLibrary(kLibraryName);

@@ -10,9 +10,9 @@
 
 namespace wpk::core {
 
-// The records are the platform's own as 64-bit Windows has them since version 6.1. They are written down here because
-// their size in the platform's header depends on the Windows version that a build is made for, while the system is told
-// these sizes. Only the fields that are read have a name.
+// The platform's records as 64-bit Windows has had them since version 6.1. They are declared here because their size in
+// the platform's header depends on the Windows version that the build targets, and the system expects these sizes. Only
+// the fields that are read have a name.
 #pragma pack(push, 4)
 
 /// One connection: RASCONNA.
@@ -46,16 +46,16 @@ enum RasConnectionState : DWORD {
     kRasDisconnected = 0x2001,
 };
 
-/// RasEnumConnectionsA: fills `connections`, whose first record tells its `size`. `bufferSize` is in bytes.
+/// RasEnumConnectionsA: fills `connections`; the caller sets the `size` of the first record. `bufferSize` is in bytes.
 using RasEnumConnectionsFunction = DWORD WINAPI(RasConnection* connections, DWORD* bufferSize, DWORD* count);
-/// RasGetConnectStatusA: fills `status`, which tells its `size`.
+/// RasGetConnectStatusA: fills `status`; the caller sets its `size`.
 using RasGetConnectStatusFunction = DWORD WINAPI(void* connection, RasConnectionStatus* status);
 
-/// True when the system's remote access library can be loaded. It is freed again at once.
+/// Whether the system's remote access library can be loaded. It is freed again at once.
 bool CanLoadRemoteAccess(const ModuleCalls& calls = ModuleCalls());
 
-/// The system's remote access library, loaded when a function of it is first called and kept from then on. Where it or
-/// the function is missing, a call returns ERROR_MOD_NOT_FOUND or ERROR_PROC_NOT_FOUND, and the next call looks again.
+/// The system's remote access library, loaded by the first call of one of its functions and kept from then on. If it or
+/// the function is missing, a call returns ERROR_MOD_NOT_FOUND or ERROR_PROC_NOT_FOUND, and the next call tries again.
 /// Any thread may call it.
 class RemoteAccessLibrary {
 public:

@@ -1,4 +1,4 @@
-// The platform calls that system information is gathered with, as a table.
+// The platform calls used to gather system information, as a table.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_ENV_SYSTEM_CALLS_H
 #define WPK_ENV_SYSTEM_CALLS_H
@@ -7,7 +7,7 @@
 
 namespace wpk::core {
 
-/// Filled with the system's own functions; tests put a machine of their own in their place.
+/// Filled with the system's functions; tests replace them with a fake machine.
 struct SystemCalls {
     decltype(&::GetVersion) getVersion = &::GetVersion;
     decltype(&::GetTempPathA) getTempPath = &::GetTempPathA;

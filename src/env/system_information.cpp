@@ -29,7 +29,7 @@ private:
     std::array<char, kSize> bytes_{};
 };
 
-/// A registry key, made where it is missing, open as long as this object lives.
+/// A registry key, created if it is missing, open as long as this object exists.
 class RegistryKey {
 public:
     RegistryKey(const SystemCalls& calls, HKEY root, const char* path) : calls_(calls) {
@@ -43,7 +43,7 @@ public:
 
     explicit operator bool() const { return key_ != nullptr; }
 
-    /// Reads a value of any type as it stands. False, and `text` as it was, when there is none.
+    /// Reads the bytes of a value of any type. False, with `text` unchanged, if there is none.
     bool Read(const char* name, CountedText& text) const {
         Answer answer;
         DWORD size = Answer::kSize;
@@ -129,7 +129,7 @@ bool SystemInformation::ReadUserFolders() {
 
     const RegistryKey key(calls_, HKEY_CURRENT_USER, kShellFolders);
     if (!key || !key.Read("Desktop", desktop_)) return false;
-    key.Read("AppData", appData_);  // the only one that a machine may do without
+    key.Read("AppData", appData_);  // the only one that may be missing
     return key.Read("Start Menu", startMenu_) && key.Read("Programs", programs_) && key.Read("Startup", startup_);
 }
 

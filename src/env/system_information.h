@@ -10,11 +10,11 @@
 
 namespace wpk::core {
 
-/// Gathered once, when the object is built. Folders are gathered on NT 3 to NT 5 only: the system reports version 6
-/// or later to every newer machine's programs, and there every text, the temporary directory included, stays empty.
-/// What reads a folder copes with an empty text.
+/// Gathered once, in the constructor. Folders are gathered on NT 3 to NT 5 only. Every newer system reports version 6
+/// or later, and every text, including the temporary directory, stays empty there. Code that reads a folder must accept
+/// an empty text.
 ///
-/// Texts are in the ANSI code page, as the system gives them. Any thread may read while nobody refreshes.
+/// Texts are in the ANSI code page, as returned by the system. Any thread may read while no thread refreshes.
 class SystemInformation {
 public:
     enum OsVersion : uint32_t {
@@ -25,11 +25,11 @@ public:
         kOsNt5 = 64  ///< 2000, XP, Server 2003
     };
 
-    /// Starts with every text empty and refreshes. What could not be read stays empty.
+    /// Starts with every text empty and refreshes. Texts that could not be read stay empty.
     explicit SystemInformation(const SystemCalls& calls = SystemCalls());
 
-    /// Reads everything again. Returns 1; or 0 when it stopped at something that is missing: the fields after it then
-    /// keep what they held.
+    /// Reads everything again. Returns 1; or 0 if it stopped at a missing value: the fields after it then keep their
+    /// content.
     uint32_t Refresh();
 
     /// An OsVersion.
@@ -72,7 +72,7 @@ private:
     bool ReadProgramFilesDirectory();
     bool ReadUserName();
     bool ReadUserFolders();
-    // These two are content with whatever is there.
+    // These two do not stop at a missing value.
     void ReadDefaultUserFolders();
     void ReadCommonFolders();
 

@@ -1,4 +1,4 @@
-// The way of a call of the interface to the outbound service.
+// How a call of the interface reaches the outbound service.
 // SPDX-License-Identifier: MIT
 #include "library/call.h"
 
@@ -8,8 +8,8 @@ namespace wpk::core {
 
 namespace {
 
-/// Registers the calling thread with the thread layer for the length of a scope, unless it is registered already. If
-/// that fails, the thread is unknown to the layer, and its posts are refused.
+/// Registers the calling thread with the thread layer for the duration of a scope, unless it is registered already. If
+/// that fails, the layer does not know the thread and refuses its posts.
 class Attachment {
 public:
     Attachment() : attached_(ThreadLib::Attach() != 0) {}
@@ -26,7 +26,7 @@ private:
 }  // namespace
 
 uint32_t Call(GlobalObject& global, uint64_t command, uint64_t operand) {
-    // A gate whose locks could not be made keeps nobody apart; such a library is never initialised.
+    // A gate whose locks could not be created excludes nobody; such a library is never initialised.
     if (!global.gate) return 0;
     const SharedScope inside(global.gate);
     if (global.initialised == 0) return 0;

@@ -1,4 +1,4 @@
-// The way of a call of the interface to the outbound service.
+// How a call of the interface reaches the outbound service.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_LIBRARY_CALL_H
 #define WPK_LIBRARY_CALL_H
@@ -10,8 +10,8 @@
 namespace wpk::core {
 
 /// Posts a command with its operand to the outbound service and returns the answer; 0 before the library is
-/// initialised. From any thread: one that the thread layer does not know is registered for the length of the call. The
-/// call waits for an initialisation that is under way, which must therefore never wait for a thread that may call.
+/// initialised. Any thread: one that the thread layer does not know is registered for the duration of the call. The
+/// call waits for an initialisation in progress, which must therefore never wait for a thread that may call.
 uint32_t Call(GlobalObject& global, uint64_t command, uint64_t operand);
 
 }  // namespace wpk::core

@@ -8,10 +8,10 @@ namespace wpk::core {
 
 namespace {
 
-/// Once the library is initialised, its module stays loaded, so the only end left is that of the process. There the
-/// threads have been killed anywhere, in the middle of a change of a table or with the heap's lock held: whatever
-/// destroyed the state would walk a broken list or wait for a lock that nobody gives back. The same holds for an
-/// initialisation that was killed half-way. Memory and handles go with the process.
+/// Once the library is initialised, its module stays loaded until the process ends. By then the threads have been
+/// killed wherever they were, in the middle of a table operation or with the heap's lock held: a destructor would walk
+/// a broken list or wait for a lock that is never released. The same is true of an initialisation that was killed
+/// half-way. Memory and handles go with the process.
 class Instance {
 public:
     Instance() : object() {}

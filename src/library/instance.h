@@ -7,7 +7,7 @@
 
 namespace wpk::core {
 
-/// Built when the library is loaded; destroyed when it is unloaded without having been initialised, and never else.
+/// Constructed when the library is loaded; destroyed only if it is unloaded without having been initialised.
 extern GlobalObject& theGlobalObject;
 
 }  // namespace wpk::core

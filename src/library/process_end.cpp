@@ -10,17 +10,17 @@ namespace {
 
 using ShutdownQuestion = BYTE WINAPI();
 
-/// No header declares it and no import library of every tool chain has it; every Windows does. Null where it is
+/// Every Windows has it, but no header declares it and not every toolchain's import library contains it. Null if it is
 /// missing.
 ShutdownQuestion* FindShutdownQuestion() {
     HMODULE ntdll = nullptr;
     if (!GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, "ntdll.dll", &ntdll)) return nullptr;
-    // Through a function type that compilers take for "any".
+    // Through void(), which compilers accept as an intermediate type.
     return reinterpret_cast<ShutdownQuestion*>(
         reinterpret_cast<void (*)()>(GetProcAddress(ntdll, "RtlDllShutdownInProgress")));
 }
 
-/// Looked up when the library is loaded: at the end of the process it would be late for that.
+/// Looked up when the library is loaded: at the end of the process it would be too late.
 ShutdownQuestion* const isShutdownInProgress = FindShutdownQuestion();
 
 }  // namespace

@@ -5,8 +5,8 @@
 
 namespace wpk::core {
 
-/// True once the process is being taken down. Its other threads have been killed by then, each wherever it was: a lock
-/// may never be given back, a list may stand half-changed, and nobody is left to answer.
+/// True once the process is ending. Its other threads have been killed by then, each wherever it was: a lock may never
+/// be released, a list may be half changed, and no thread is left to answer.
 bool IsProcessEnding();
 
 }  // namespace wpk::core

@@ -10,12 +10,13 @@ namespace wpk::core {
 
 namespace {
 
-/// Locks are made when the library is loaded. One that the system could not make keeps nobody apart.
+/// Locks are created when the library is loaded. A lock the system could not create excludes nobody, so start-up
+/// refuses.
 bool HasLocks(const GlobalObject& global) {
     return global.gate && global.transport.settings.HasLock() && global.modemDetection.HasLock() && HasSocketsLock();
 }
 
-/// From now on freeing the library does not unload it: threads of its own may be running at any moment.
+/// After this, freeing the library does not unload it: its threads may be running at any moment.
 bool KeepLoaded() {
     static constexpr char kInside = 0;
     HMODULE self = nullptr;
@@ -23,9 +24,9 @@ bool KeepLoaded() {
                               &self) != 0;
 }
 
-/// The thread that tells the default callback the connection state when there is no modem detection to do so. It is
-/// made while everything can still be undone, and resumed when nothing else is left that could fail. One that is not
-/// resumed never runs, and goes with this object.
+/// The thread that reports the connection state to the default callback if there is no modem detection to do so. It is
+/// created while everything can still be undone, and resumed when nothing else can fail. If it is not resumed, it never
+/// runs and is removed with this object.
 class NotificationThread {
 public:
     NotificationThread() = default;
@@ -40,7 +41,7 @@ public:
         return id_ != 0;
     }
 
-    /// True also when none was made.
+    /// True also if none was created.
     bool Resume() {
         if (id_ != 0 && !ThreadLib::Resume(id_)) return false;
         id_ = 0;
@@ -66,8 +67,7 @@ void ActOnConnectionType(GlobalObject& global, WPK_INT64 type) {
             global.transport.connectionStatus = 0;
             break;
         case WPK_CONNECTION_DIAL_UP:
-            // From the start on, the status is the detection's to set. One that cannot start leaves the word to the
-            // notification thread.
+            // Once started, the detection sets the status. If it cannot start, the notification thread reports it.
             global.transport.connectionStatus = 0;
             global.modemDetection.Start();
             break;
@@ -83,8 +83,8 @@ bool StartServices(GlobalObject& global) {
     return ThreadLib::Init() != 0 && global.netOutbound.Started() == 0 && global.netOutbound.Start() != 0;
 }
 
-/// False on failure. Up to KeepLoaded no thread runs that calls the application, so all can be undone; and nothing here
-/// waits for a callback, which may itself wait in a call of the interface until the initialisation is over.
+/// False on failure. Until KeepLoaded no thread runs that calls the application, so everything can be undone. Nothing
+/// here waits for a callback, which may itself wait in a call of the interface until the initialisation is over.
 bool RunStartUp(GlobalObject& global, const WPK_INITSTRUCT& record) {
     if (!global.transport.settings.CopyFrom(record)) return false;
     if (!StartServices(global) || !global.ObserveModemDetection()) return false;
@@ -94,14 +94,14 @@ bool RunStartUp(GlobalObject& global, const WPK_INITSTRUCT& record) {
     if (StartsWithNotification(type) && !notification.Make(global)) return false;
     if (!KeepLoaded()) return false;
     ActOnConnectionType(global, type);
-    // Once the detection runs there is no way back, and the thread would have nothing to tell.
+    // Once the detection runs, the start cannot be undone, and the thread would have nothing to report.
     return notification.Resume() || global.modemDetection.Started() != 0;
 }
 
 void UndoStartUp(GlobalObject& global) {
     global.netOutbound.Stop();
     global.transport.settings.Forget();
-    // The registry forgets its threads without freeing what it kept of them; the caller's is the one left.
+    // The registry drops its threads without freeing their records; only the caller's is left.
     ThreadLib::Detach();
     ThreadLib::Shutdown();
 }
@@ -117,7 +117,7 @@ int Initialise(GlobalObject& global, const WPK_INITSTRUCT& record) {
         return 0;
     }
     global.initialised = 1;
-    // The application's thread is its own again.
+    // The application's thread is no longer known to the thread layer.
     ThreadLib::Detach();
     return 1;
 }

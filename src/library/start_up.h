@@ -8,9 +8,9 @@
 
 namespace wpk::core {
 
-/// Initialises the library unless it is: 1; 0 on failure, with everything undone; always 0 where a lock of the library
-/// could not be made when it was loaded. Excludes all calls of the interface meanwhile. From any thread, which is not
-/// left registered.
+/// Initialises the library unless it is initialised already: 1; 0 on failure, with everything undone; always 0 if one
+/// of the library's locks could not be created when it was loaded. Excludes all calls of the interface meanwhile. Any
+/// thread, which is not left registered.
 int Initialise(GlobalObject& global, const WPK_INITSTRUCT& record);
 
 }  // namespace wpk::core

@@ -12,7 +12,7 @@ namespace wpk::core {
 
 namespace {
 
-/// What the front desk thread returns.
+/// The result of the front desk thread.
 constexpr uint32_t kExitRefused = 0;
 constexpr uint32_t kExitStopped = 1;
 
@@ -26,7 +26,7 @@ uint32_t FrontDesk<Kind>::PostArguments(uint32_t count, const uint64_t* argument
     message.data = WordOf(arguments);
     const uint32_t replier = ThreadLib::Send(deskId_, message);
     if (replier == 0) return 0;
-    // An answer replaces the post. Without one there is the sender's id, which is all that a dead receiver leaves.
+    // An answer replaces the post. If the receiver died without answering, the message still contains the sender's id.
     return replier == GetCurrentThreadId() ? replier : message.code;
 }
 
@@ -60,15 +60,15 @@ bool FrontDesk<Kind>::RunDeskThread(const char* threadName) {
     return false;
 }
 
-/// All that the desk needs up to its answer to the start command is made before it runs: so nothing but an exception of
-/// Manager_StartUp can end it before.
+/// Everything that the desk needs to answer the start command is created before it runs, so only an exception from
+/// Manager_StartUp can end it earlier.
 template <class Kind>
 bool FrontDesk<Kind>::MakeDeskThread(const char* threadName) {
     deskId_ = ThreadLib::Create(FrontDeskFunc, this);
     if (deskId_ == 0) return false;
     ThreadLib::SetName(deskId_, threadName);
     DeskThread& desk = Self().desk_;
-    // Taken while the thread cannot have ended yet: whoever stops or refuses the desk must be able to wait for its end.
+    // Opened while the thread cannot have ended yet: stopping or refusing the desk must be able to wait for its end.
     desk.end = ThreadLib::OpenForWait(deskId_);
     return desk.end && desk.record.EnsureReadySignal();
 }
@@ -81,7 +81,7 @@ void FrontDesk<Kind>::AwaitDeskEnd() {
 
 template <class Kind>
 void FrontDesk<Kind>::ForgetDesk() {
-    // The system may give the id to another thread, which must get no posts.
+    // The system may reuse the id for another thread, which must get no posts.
     deskId_ = 0;
     Self().desk_ = DeskThread();
 }

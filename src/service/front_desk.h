@@ -18,24 +18,24 @@ enum Command : uint64_t {
     // All others belong to the service.
 };
 
-/// What a service keeps of its front desk's thread besides the id.
+/// What a service keeps about its front desk's thread besides the id.
 struct DeskThread {
-    /// On which the thread's end can be waited for.
+    /// For waiting until the thread has ended.
     UniqueHandle end;
-    /// The thread takes it over at its entry and uses it for its life. Its ready signal is made before the thread runs:
-    /// without it the desk could receive nothing.
+    /// The thread takes it over at its start and uses it until its end. Its ready signal is created before the thread
+    /// runs: without it the desk could not receive anything.
     Message record;
 };
 
-/// What all services have in common: a front desk thread, posts that wait for their answer, the start and stop
-/// commands. A post carries one or more pointer-sized arguments, the first of which is the command. Post may be called
-/// from any thread that is registered with the thread layer; starting and stopping, which post as well, are one such
-/// thread's business at a time.
+/// The common part of all services: a front desk thread, posts that wait for their answer, the start and stop commands.
+/// A post carries one or more pointer-sized arguments; the first is the command. Post may be called from any thread
+/// that is registered with the thread layer. Starting and stopping, which post as well, may be done by one such thread
+/// at a time.
 ///
-/// The kinds of services keep their fields in orders of their own, and their virtual destructor comes last. So `Kind`,
-/// which derives from this class, has all but the first two fields: `stopping_`, `name_` and a DeskThread `desk_`. It
-/// also has Serve(request), which sees to it that a request is run and its client answered, and StopServing(stopper),
-/// which ends what runs when the stop command has come from the client `stopper`; both are called on the front desk.
+/// Each kind of service has its own order of fields, and its virtual destructor comes last. So `Kind`, which derives
+/// from this class, has all but the first two fields: `stopping_`, `name_` and a DeskThread `desk_`. It also has
+/// Serve(request), which runs a request and has its client answered, and StopServing(stopper), which ends the running
+/// requests when the client `stopper` has sent the stop command; both are called on the front desk.
 template <class Kind>
 class FrontDesk {
 public:
@@ -45,32 +45,32 @@ public:
     /// The result of the start command; 0 while not started.
     uint32_t Started() const { return started_; }
 
-    /// Sends a command with its operands and waits: the answer's code; 0 when refused. A front desk that ends before it
-    /// answers cannot be told from one that answered: the result is the id of the posting thread then. The arguments
-    /// live in the caller's frame until the answer has come.
+    /// Sends a command with its operands and waits: the answer's code; 0 if refused. If the front desk ends before it
+    /// answers, the result is the id of the posting thread, which cannot be distinguished from an answer. The arguments
+    /// are in the caller's frame until the answer has come.
     template <class... Operands>
     uint32_t Post(uint64_t command, Operands... operands) {
         const uint64_t arguments[] = {command, operands...};
         return PostArguments(1 + sizeof...(operands), arguments);
     }
 
-    /// As Post; no argument is refused.
+    /// Like Post; a post without arguments is refused.
     uint32_t PostArguments(uint32_t count, const uint64_t* arguments);
 
 protected:
     FrontDesk() = default;
     ~FrontDesk() = default;
 
-    /// Runs a request that is no command of the desk's own; the first of the arguments is the command. With a count of
-    /// 0, which a worker without a job passes on, there are no arguments, and nobody is to be answered.
+    /// Runs a request that is not one of the desk's commands; the first argument is the command. If the count is 0,
+    /// which a worker without a job passes on, there are no arguments and no client to answer.
     virtual uint32_t ProcessRequest(uint32_t client, uint32_t count, const uint64_t* arguments);
-    /// On the front desk, when the start command has come. 0 refuses the start.
+    /// Called on the front desk when the start command has come. 0 refuses the start.
     virtual uint32_t Manager_StartUp() { return 1; }
-    /// On the front desk, when the stop command has come. The result is the answer.
+    /// Called on the front desk when the stop command has come. The result is the answer.
     virtual uint32_t Manager_ShutDown() { return 1; }
 
-    /// Makes and starts the front desk; returns what the start command is answered. When that is 0, the front desk has
-    /// ended on return. Until the start command comes, the thread bears `threadName`.
+    /// Creates and starts the front desk; returns the answer to the start command. If that is 0, the front desk has
+    /// ended on return. Until the start command comes, the thread's name is `threadName`.
     uint32_t StartDesk(const char* threadName);
     /// Posts the stop command and returns its answer; the front desk has ended on return.
     uint32_t StopDesk();

@@ -11,8 +11,8 @@ namespace {
 /// The fields of a job record.
 enum JobField : uint64_t { kWorkerId, kClientId, kArgumentCount, kArguments, kJobFieldCount };
 
-/// What a job record holds: the worker, its client, and the request's arguments in the client's memory. What is missing
-/// is 0.
+/// The content of a job record: the worker, its client, and the request's arguments in the client's memory. Missing
+/// fields are 0.
 struct Job {
     uint32_t worker = 0;
     uint32_t client = 0;
@@ -64,7 +64,7 @@ void MService::StopServing(uint32_t stopper) {
     StopWorkers();
 }
 
-/// The id of the worker that has taken the request; 0 when none could be started.
+/// The id of the worker that has taken the request; 0 if none could be started.
 uint32_t MService::StartWorker(const Message& post) {
     const uint32_t id = ThreadLib::Create(WorkerFunc, this);
     if (id == 0) return 0;
@@ -77,9 +77,9 @@ uint32_t MService::StartWorker(const Message& post) {
     return 0;
 }
 
-/// Finding the job allocates nothing: a worker that could not find it if memory runs out would leave its client
-/// waiting. One that finds none, because its row was drained just before it is ended, passes 0 on in every field. A row
-/// that cannot be removed if memory runs out is replaced like one that an exception left behind.
+/// Finding the job allocates nothing: if it failed because memory runs out, the client would wait forever. A worker
+/// that finds no job, because its row was drained just before the worker is terminated, passes on 0 in every field. A
+/// row that cannot be removed because memory runs out is replaced later, like one left behind by an exception.
 uint32_t MService::WorkerFunc(void* argument) {
     auto& service = *static_cast<MService*>(argument);
     Job job;
@@ -90,9 +90,9 @@ uint32_t MService::WorkerFunc(void* argument) {
     return result;
 }
 
-/// All workers have ended before the first client is answered: the row that a worker's exception left behind names a
+/// All workers are terminated before the first client is answered: a row left behind by a worker's exception names a
 /// client that may have a second worker by now, which reads the client's frame as long as it runs. The client that
-/// stops the service may stand in such a row as well, and waits for another answer.
+/// stops the service may be in such a row as well; it waits for another answer.
 uint32_t MService::StopWorkers() {
     const RecordTable::Rows drained = jobs_->Drain();
     for (uint32_t i = 0; i < drained.count; ++i) ThreadLib::Terminate(Job::From(drained.rows[i]).worker);
@@ -103,8 +103,8 @@ uint32_t MService::StopWorkers() {
     return 1;
 }
 
-/// In place of a row under the same id, which an exception has left behind: the system hands ids out again, and the new
-/// worker must find its own job. The client in the replaced row, if it was not answered, waits until the desk ends.
+/// Replaces a row with the same id, left behind by an exception: the system reuses ids, and the new worker must find
+/// its own job. If the client of the replaced row was not answered, it waits until the desk ends.
 uint32_t MService::AddJob(const Record& job) {
     return jobs_->Replace(job);
 }

@@ -1,4 +1,4 @@
-// The multi-threaded service: every request runs on a thread of its own.
+// The multi-threaded service: every request runs on its own thread.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_SERVICE_MSERVICE_H
 #define WPK_SERVICE_MSERVICE_H
@@ -11,23 +11,23 @@
 namespace wpk::core {
 
 /// The front desk starts one worker for each request. The worker runs ProcessRequest, which must answer the client
-/// itself (Answer): the client may then go on while the worker does.
+/// itself (Answer); after that the client and the worker continue at the same time.
 class MService : public FrontDesk<MService> {
 public:
-    /// Returns the started value, not 0 on success; 0 also when the service is started already.
+    /// Returns the started value, not 0 on success; 0 also if the service is started already.
     uint32_t Start();
 
-    /// Ends all workers where they stand, answers their clients 0 and stops the front desk. Returns the stop command's
-    /// answer; 1 when the service was not started. Only when no worker can hold a lock that is needed afterwards: see
+    /// Terminates all workers, answers their clients 0 and stops the front desk. Returns the stop command's answer; 1
+    /// if the service was not started. Call it only if no worker can hold a lock that is needed afterwards: see
     /// ThreadLib::Terminate.
     uint32_t Stop();
 
 protected:
     explicit MService(const char* name);
 
-    /// Ends all workers, then answers their clients 0. Returns 1.
+    /// Terminates all workers, then answers their clients 0. Returns 1.
     virtual uint32_t StopWorkers();
-    /// Returns 1; 0 when the job could not be recorded.
+    /// Returns 1; 0 if the job could not be recorded.
     virtual uint32_t AddJob(const Record& job);
     /// Removes the job of the same worker. Returns 1.
     virtual uint32_t RemoveJob(const Record& job);

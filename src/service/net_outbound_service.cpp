@@ -9,7 +9,7 @@ namespace wpk::core {
 
 namespace {
 
-/// Takes a request out of the registry at the end of its exchange, also when that ends by an exception.
+/// Removes a request from the registry at the end of its exchange, even if that ends by an exception.
 class RegisteredRequest {
 public:
     RegisteredRequest(PendingRequests& pending, uint32_t handle)
@@ -20,7 +20,7 @@ public:
         if (records_) pending_.Remove(handle_);
     }
 
-    /// False when it could not be registered.
+    /// False if it could not be registered.
     const PendingRequest& Records() const { return records_; }
 
 private:
@@ -32,7 +32,7 @@ private:
 }  // namespace
 
 uint32_t NetOutboundService::ProcessRequest(uint32_t client, uint32_t count, const uint64_t* arguments) {
-    // Nobody's request: there is neither a client to answer nor an argument to read.
+    // There is no request: neither a client to answer nor an argument to read.
     if (count == 0) return 0;
     const uint64_t operand = count > 1 ? arguments[1] : 0;
     switch (arguments[0]) {
@@ -81,7 +81,7 @@ uint32_t NetOutboundService::Manager_ShutDown() {
     ThreadLib::SetName(DeskId(), "NetOutboundService::Manager_ShutDown()");
     if (!pending_) return 1;
     const RecordTable::Rows drained = pending_->Drain();
-    // All stand still before the first one goes: none must see another one's end and act on it.
+    // All are suspended before the first one is terminated: none must see another one's end and act on it.
     for (uint32_t i = 0; i < drained.count; ++i) ThreadLib::Suspend(PendingRequests::HandleOf(drained.rows[i]));
     for (uint32_t i = 0; i < drained.count; ++i) ThreadLib::Terminate(PendingRequests::HandleOf(drained.rows[i]));
     for (uint32_t i = 0; i < drained.count; ++i) PendingRequests::Free(drained.rows[i]);

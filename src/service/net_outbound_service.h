@@ -17,7 +17,7 @@ enum NetCommand : uint64_t {
     kCommandSend = 101,
     /// Operand: a handle. Answered 1 at once; the cancel follows.
     kCommandCancel = 102,
-    /// Answered 1 when any request is pending, else 0.
+    /// Answered 1 if any request is pending, else 0.
     kCommandAnyPending = 103,
 };
 
@@ -29,7 +29,7 @@ public:
 protected:
     uint32_t ProcessRequest(uint32_t client, uint32_t count, const uint64_t* arguments) override;
     uint32_t Manager_StartUp() override;
-    /// Suspends the threads of all pending requests, then ends them.
+    /// Suspends the threads of all pending requests, then terminates them.
     uint32_t Manager_ShutDown() override;
 
 private:

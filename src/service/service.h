@@ -7,11 +7,11 @@
 
 namespace wpk::core {
 
-/// What ProcessRequest returns is the client's answer. State that only ProcessRequest, Manager_StartUp and
-/// Manager_ShutDown touch needs no lock.
+/// The result of ProcessRequest is the client's answer. State that is used only by ProcessRequest, Manager_StartUp and
+/// Manager_ShutDown needs no lock.
 class Service : public FrontDesk<Service> {
 public:
-    /// Returns the started value, not 0 on success; 0 also when the service is started already.
+    /// Returns the started value, not 0 on success; 0 also if the service is started already.
     uint32_t Start();
 
 protected:

@@ -9,7 +9,7 @@
 
 namespace wpk::core {
 
-/// Protocol names must compare alike on every machine, so the C library's locale-dependent functions stay out of it.
+/// Protocol names must compare equal on every machine, so the C library's locale-dependent functions are not used.
 constexpr unsigned char ToLowerAscii(char c) {
     const auto byte = static_cast<unsigned char>(c);
     return byte >= 'A' && byte <= 'Z' ? static_cast<unsigned char>(byte + ('a' - 'A')) : byte;

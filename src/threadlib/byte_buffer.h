@@ -1,4 +1,4 @@
-// A counted block of bytes, the stuff of record fields.
+// A counted block of bytes: the value of a record field.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_THREADLIB_BYTE_BUFFER_H
 #define WPK_THREADLIB_BYTE_BUFFER_H
@@ -23,7 +23,7 @@ public:
     uint32_t Length() const { return length_; }
     const uint8_t* Data() const { return length_ <= sizeof short_ ? short_ : bytes_.get(); }
 
-    /// The bytes as a little-endian integer; those that are missing count as 0, those in excess are left out.
+    /// The bytes as a little-endian integer; missing bytes count as 0, surplus bytes are ignored.
     uint64_t AsInteger(uint32_t width) const;
 
 private:
@@ -33,7 +33,7 @@ private:
     std::unique_ptr<uint8_t[]> bytes_;
 };
 
-/// Equal when no byte of the first one's length differs; a shorter second one differs.
+/// Equal if no byte within the first one's length differs; a shorter second one differs.
 bool operator==(const ByteBuffer& left, const ByteBuffer& right);
 inline bool operator!=(const ByteBuffer& left, const ByteBuffer& right) {
     return !(left == right);

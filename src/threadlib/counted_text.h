@@ -25,7 +25,7 @@ public:
     const char* CStr() const { return bytes_ ? bytes_.get() : ""; }
     std::string_view View() const { return {CStr(), length_}; }
 
-    /// Takes the given texts, one after the other, in place of what it held.
+    /// Replaces the content by the given texts, one after the other.
     void AssignJoined(std::string_view first, std::string_view second);
 
 private:

@@ -5,14 +5,14 @@
 
 namespace wpk::core {
 
-/// What the report says: a fixed beginning and the thread's name, cut off where the text is full.
+/// The text of the report: a fixed beginning and the thread's name, truncated to the size of the text.
 struct EscapedExceptionText {
     explicit EscapedExceptionText(const char* threadName);
 
     char text[1024] = "ThreadLib::Thread Exception::";
 };
 
-/// Writes one error to the event log, source "ThreadLib". `threadName` may be empty. Failing to report is no failure.
+/// Writes one error to the event log, source "ThreadLib". `threadName` may be empty. A failure to report is ignored.
 void ReportEscapedException(const char* threadName);
 
 }  // namespace wpk::core

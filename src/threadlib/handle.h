@@ -27,7 +27,7 @@ public:
     Value Get() const { return value_; }
     explicit operator bool() const { return value_ != Kind::Invalid(); }
 
-    /// Gives the handle away without closing it.
+    /// Releases the handle without closing it.
     Value Release() {
         const Value value = value_;
         value_ = Kind::Invalid();

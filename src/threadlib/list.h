@@ -10,8 +10,8 @@ namespace wpk::core {
 template <class Item>
 class List;
 
-/// An item's place in a list. It lives inside the item, so that putting an item into a list cannot fail; it leaves its
-/// list when it is destroyed, so that no list ever points at a freed item.
+/// An item's node in a list. It is a member of the item, so adding an item to a list cannot fail. Its destructor
+/// removes it from its list, so no list ever points to a freed item.
 template <class Item>
 class ListNode {
 public:

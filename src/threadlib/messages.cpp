@@ -1,12 +1,13 @@
 // The rendezvous: send, receive, reply.
 // SPDX-License-Identifier: MIT
 //
-// Whoever wakes a thread has first, under the registry's lock, written its message and set its state. So the woken
-// thread has nothing left to look at under the lock, and a receiver that one sender has woken is no longer seen as
-// waiting by the next one: that one would hand over a second message where one is awaited, and be left behind.
+// A thread that wakes another one first writes its message and sets its state, under the registry's lock. So the woken
+// thread need not take the lock again, and the next sender no longer sees it as waiting. Otherwise a second sender
+// could overwrite the message before the receiver has read it, and one of the two senders would wait forever.
 //
-// For the same reason a receiver says that it is ready and that it waits in one hold of the lock. A sender that saw it
-// wait before it is ready would have to let go of the lock to wait for it, and a second sender could come between.
+// For the same reason a receiver sets its ready signal and its state in one hold of the lock. If a sender could see it
+// waiting before it is ready, the sender would have to release the lock to wait for the signal, and a second sender
+// could come in between.
 #include "threadlib/process_registry.h"
 #include "threadlib/threadlib.h"
 
@@ -14,7 +15,7 @@ namespace wpk::core::ThreadLib {
 
 namespace {
 
-/// Hands the sender's message to the receiver, who owes it an answer from now on.
+/// Hands the sender's message to the receiver, which must answer it from now on.
 void HandOver(ThreadRecord& sender, ThreadRecord& receiver) {
     receiver.message->CopyContentFrom(*sender.message);
     receiver.replyList.Append(sender.waiting);
@@ -22,7 +23,8 @@ void HandOver(ThreadRecord& sender, ThreadRecord& receiver) {
     sender.state = ThreadState::kReplyBlocked;
 }
 
-/// Queues the sender's message, or hands it over at once. Returns what the sender has to wait on; null on failure.
+/// Queues the sender's message, or hands it over at once. Returns the semaphore that the sender waits on; null on
+/// failure.
 const Semaphore* Enqueue(ThreadRegistry& registry, uint32_t target, Message& message) {
     const ScopedLock lock(registry.Lock());
     ThreadRecord* sender = registry.Find(message.threadId);
@@ -32,7 +34,7 @@ const Semaphore* Enqueue(ThreadRegistry& registry, uint32_t target, Message& mes
     sender->message = &message;
     sender->partner = receiver;
     if (receiver->state == ThreadState::kReceiveBlocked) {
-        // It was signalled under the lock together with the state, so this takes no time.
+        // It was signalled under the lock together with the state, so this does not block.
         receiver->message->readySignal->Wait();
         HandOver(*sender, *receiver);
         receiver->wakeSignal.Signal();
@@ -43,8 +45,8 @@ const Semaphore* Enqueue(ThreadRegistry& registry, uint32_t target, Message& mes
     return &sender->wakeSignal;
 }
 
-/// Takes the longest waiting sender's message. Returns what the receiver has to wait on if there is none; null when the
-/// receive is over, well (message.threadId is the sender) or not (0).
+/// Takes the message of the sender that has waited longest. If there is none, returns the semaphore that the receiver
+/// waits on. Null if the receive is over: message.threadId is the sender, or 0 on failure.
 const Semaphore* TakeMessage(ThreadRegistry& registry, Message& message) {
     const ScopedLock lock(registry.Lock());
     ThreadRecord* receiver = registry.Find(GetCurrentThreadId());
@@ -93,7 +95,7 @@ uint32_t ReplyFor(uint32_t senderId, uint32_t receiverId, Message& message) {
     ThreadRecord* sender = registry->Find(senderId);
     ThreadRecord* receiver = registry->Find(receiverId);
     if (!sender || !receiver || sender->partner != receiver) return 0;
-    // Not there while the sender still waits to be received.
+    // It is not in the list while the sender still waits to be received.
     if (!receiver->replyList.Remove(sender->waiting)) return 0;
     sender->message->CopyContentFrom(message);
     ThreadRegistry::EndSend(*sender);

@@ -8,7 +8,7 @@
 #define NOMINMAX
 #endif
 
-// Version 1.1 of the sockets interface. Its header must come before windows.h, which would bring a part of it along.
+// Version 1.1 of the sockets interface. Its header must come before windows.h, which would include a part of it.
 #include <winsock.h>
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-// The one thread registry of the process, for the operations of the thread layer alone.
+// The process's thread registry, only for the operations of the thread layer.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_THREADLIB_PROCESS_REGISTRY_H
 #define WPK_THREADLIB_PROCESS_REGISTRY_H

@@ -9,9 +9,9 @@
 
 namespace wpk::core {
 
-/// Many readers or one writer. Made of a lock around the count of readers and a lock that keeps writers out: the first
-/// reader takes the latter, the last one gives it back. The first reader waits for it with the count lock held, so that
-/// no second reader slips in beside a writer; a writer never needs the count, so nobody waits in a circle.
+/// Many readers or one writer. It consists of a lock around the count of readers and a lock that excludes writers: the
+/// first reader takes the latter, the last one releases it. The first reader waits for it with the count lock held, so
+/// no second reader can enter beside a writer. A writer never needs the count lock, so there is no deadlock.
 class ReadersWriterLock {
 public:
     ReadersWriterLock() {
@@ -21,7 +21,7 @@ public:
     ReadersWriterLock(const ReadersWriterLock&) = delete;
     ReadersWriterLock& operator=(const ReadersWriterLock&) = delete;
 
-    /// False when the system could not make its semaphores.
+    /// False if the system could not create its semaphores.
     explicit operator bool() const { return countLock_ && writerLock_; }
 
     void EnterShared() {
@@ -37,12 +37,12 @@ public:
 
 private:
     uint32_t readers_ = 0;
-    // Made as signals and signalled once: both start free.
+    // Created as signals and signalled once: both start free.
     Semaphore countLock_{SemaphoreKind::kSignal};
     Semaphore writerLock_{SemaphoreKind::kSignal};
 };
 
-/// Holds the shared side for the length of a scope.
+/// Holds the shared side for the duration of a scope.
 class SharedScope {
 public:
     explicit SharedScope(ReadersWriterLock& lock) : lock_(lock) { lock_.EnterShared(); }
@@ -54,7 +54,7 @@ private:
     ReadersWriterLock& lock_;
 };
 
-/// Holds the exclusive side for the length of a scope.
+/// Holds the exclusive side for the duration of a scope.
 class ExclusiveScope {
 public:
     explicit ExclusiveScope(ReadersWriterLock& lock) : lock_(lock) { lock_.EnterExclusive(); }

@@ -23,13 +23,13 @@ public:
 
     uint64_t FieldCount() const { return fieldCount_; }
 
-    /// A copy of field k; an empty buffer when there is no field k.
+    /// A copy of field k; an empty buffer if there is no field k.
     ByteBuffer Get(uint64_t k) const { return Field(k); }
-    /// Field k as it stands; an empty buffer when there is no field k. Valid as long as the record is unchanged.
+    /// Field k itself; an empty buffer if there is no field k. Valid until the record is changed.
     const ByteBuffer& Field(uint64_t k) const;
 
-    /// Replaces field k by a copy of `value`. 1, or 0 when there is no field k (nothing is changed then) or the copy
-    /// could not be made.
+    /// Replaces field k by a copy of `value`. 1, or 0 if there is no field k (nothing is changed then) or the copy
+    /// could not be allocated.
     uint32_t Set(uint64_t k, const ByteBuffer& value);
 
     uint32_t GetUint32(uint64_t k) const { return static_cast<uint32_t>(Field(k).AsInteger(4)); }

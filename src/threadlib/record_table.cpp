@@ -119,7 +119,7 @@ const Record* RecordTable::FirstRecord(const ByteBuffer& key) const {
     return row ? &row->record : nullptr;
 }
 
-/// Frees the row; its nodes take themselves out of every list.
+/// Frees the row; its nodes remove themselves from every list.
 void RecordTable::Unlink(Row& row) {
     delete &row;
     --rowCount_;

@@ -12,8 +12,8 @@
 
 namespace wpk::core {
 
-/// Rows under hashed indexes of their leading fields. Every index is kept up to date, look-ups go through the first
-/// one. Any thread may call any operation; none throws.
+/// Rows in hashed indexes of their leading fields. Every index is maintained; look-ups use the first one. Any thread
+/// may call any operation; none throws.
 class RecordTable {
 public:
     static constexpr uint32_t kBucketCount = 1999;
@@ -24,7 +24,7 @@ public:
         uint32_t count = 0;
     };
 
-    /// The table with its first `indexCount` fields indexed; null when it cannot be made.
+    /// The table with its first `indexCount` fields indexed; null if it cannot be created.
     static std::unique_ptr<RecordTable> Create(uint32_t indexCount);
     RecordTable(const RecordTable&) = delete;
     RecordTable& operator=(const RecordTable&) = delete;
@@ -33,15 +33,15 @@ public:
     /// Stores a copy: 1, or 0 if memory runs out. Rows with equal first fields stay in the order of their insertion.
     uint32_t Insert(const Record& record) { return Store(record, /*replace=*/false); }
 
-    /// As Insert, in place of all rows with an equal first field. For keys that the system hands out again, such as
-    /// thread ids: a row that somebody has left behind must not stand before the new one.
+    /// Like Insert, but replaces all rows with an equal first field. For keys that the system reuses, such as thread
+    /// ids: a stale row must not be found before the new one.
     uint32_t Replace(const Record& record) { return Store(record, /*replace=*/true); }
 
-    /// A copy of the first row whose field 0 equals the key; an empty record when there is none.
+    /// A copy of the first row whose field 0 equals the key; an empty record if there is none.
     Record Find(const ByteBuffer& key);
 
-    /// Calls `visit(const Record&)` with that row, under the table's shared lock: the row stays until it returns, and
-    /// it must not call the table. False when there is no such row.
+    /// Calls `visit(const Record&)` with that row, under the table's shared lock: the row exists until `visit` returns,
+    /// and `visit` must not call the table. False if there is no such row.
     template <class Visitor>
     bool Visit(const ByteBuffer& key, Visitor visit) {
         if (indexCount_ == 0) return false;
@@ -52,15 +52,15 @@ public:
         return true;
     }
 
-    /// Takes out the first row whose field 0 equals the key and returns it; an empty record when there is none.
+    /// Removes and returns the first row whose field 0 equals the key; an empty record if there is none.
     Record Remove(const ByteBuffer& key);
 
-    /// Takes out all rows. Count goes on reporting the old number: a drained table is about to be destroyed.
+    /// Removes all rows. Count still returns the old number: a drained table is about to be destroyed.
     Rows Drain();
 
     uint32_t Count();
 
-    /// The bucket of a field: the sum of its bytes, each times its place counted from 1.
+    /// The bucket of a field: the sum of its bytes, each multiplied by its position counted from 1.
     static uint32_t BucketOf(const ByteBuffer& field);
 
 private:

@@ -16,7 +16,7 @@ enum class SemaphoreKind {
     kSignal,
 };
 
-/// An operating-system semaphore whose count is at most 1. False when the system could not make it: every operation
+/// An operating-system semaphore whose count is at most 1. False if the system could not create it: every operation
 /// then fails. Any thread may use it; it must outlive every wait on it.
 class Semaphore {
 public:
@@ -24,13 +24,13 @@ public:
 
     explicit operator bool() const { return static_cast<bool>(handle_); }
 
-    /// Waits without limit. True when it was signalled.
+    /// Waits without limit. True if it was signalled.
     bool Wait() const { return WaitFor(INFINITE); }
 
-    /// Waits at most so many milliseconds. True when it was signalled.
+    /// Waits at most that number of milliseconds. True if it was signalled.
     bool WaitFor(DWORD milliseconds) const;
 
-    /// Signals. False when it was signalled already.
+    /// Signals. False if it was signalled already.
     bool Signal() const;
 
     void Close() { handle_.Reset(); }
@@ -43,7 +43,7 @@ private:
     [[maybe_unused]] const uint32_t reserved32_ = 0;
 };
 
-/// Holds a lock for the length of a scope.
+/// Holds a lock for the duration of a scope.
 class ScopedLock {
 public:
     explicit ScopedLock(const Semaphore& lock) : lock_(lock) { lock_.Wait(); }

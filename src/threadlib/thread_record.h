@@ -1,4 +1,4 @@
-// What the thread layer keeps of one thread, and the message that threads hand each other.
+// What the thread layer knows about one thread, and the message that threads send each other.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_THREADLIB_THREAD_RECORD_H
 #define WPK_THREADLIB_THREAD_RECORD_H
@@ -15,24 +15,24 @@ namespace wpk::core {
 
 /// One exchange between two threads. Owned by the thread that uses it, usually on its stack.
 struct Message {
-    /// Makes the ready signal unless it is there. False when the system cannot.
+    /// Creates the ready signal unless it exists. False if the system cannot.
     bool EnsureReadySignal() {
         if (!readySignal) readySignal.reset(new (std::nothrow) Semaphore(SemaphoreKind::kSignal));
         if (readySignal && !*readySignal) readySignal.reset();
         return readySignal != nullptr;
     }
 
-    /// Copies what travels: everything but the signal.
+    /// Copies what is sent: everything except the signal.
     void CopyContentFrom(const Message& other) {
         threadId = other.threadId;
         code = other.code;
         data = other.data;
     }
 
-    /// Signalled while a receiver waits with this message for a sender, who takes the signal before it writes. Made
-    /// when it is first needed: a message that is only sent, or received from the queue, does without.
+    /// Signalled while a receiver waits with this message for a sender, which takes the signal before it writes.
+    /// Created when first needed: a message that is only sent, or received from the queue, does not need it.
     std::unique_ptr<Semaphore> readySignal;
-    /// On the way there and after a receive: the sender. After a reply: the replier.
+    /// In a request: the sender. In a reply: the replier.
     uint32_t threadId = 0;
     /// A request's argument count; in a reply, the result.
     uint32_t code = 0;
@@ -59,8 +59,8 @@ struct ThreadRecord {
     ThreadRecord(const ThreadRecord&) = delete;
     ThreadRecord& operator=(const ThreadRecord&) = delete;
 
-    /// Empty for a thread that registered itself: the system's pseudo-handle of the current thread would stand for
-    /// whoever uses it, so that suspending or ending such a thread would stop the caller in its place.
+    /// Empty for a thread that registered itself: the system's pseudo-handle of the current thread always means the
+    /// thread that uses it, so suspending or terminating such a thread would stop the caller instead.
     UniqueHandle handle;
     uint32_t id = 0;
     ThreadState state = ThreadState::kCreated;
@@ -69,7 +69,7 @@ struct ThreadRecord {
     ThreadEntry entry = nullptr;
     void* argument = nullptr;
 
-    /// On which the thread blocks in Send and Receive. Without it the record is of no use.
+    /// The thread blocks on it in Send and Receive. Without it the record cannot be used.
     Semaphore wakeSignal{SemaphoreKind::kSignal};
     /// Threads that have sent to this one and wait to be received, in arrival order.
     List<ThreadRecord> sendQueue;
@@ -77,10 +77,10 @@ struct ThreadRecord {
     List<ThreadRecord> replyList;
     /// The message in use: the outgoing one while it sends, the buffer while it receives.
     Message* message = nullptr;
-    /// The thread to which this one has sent and that has not answered yet.
+    /// The thread that this one has sent to and that has not answered yet.
     ThreadRecord* partner = nullptr;
 
-    /// The place in the partner's send queue or reply list: a thread waits for one other at a time.
+    /// The node in the partner's send queue or reply list: a thread waits for one other thread at a time.
     ListNode<ThreadRecord> waiting{*this};
     ListNode<ThreadRecord> inBucket{*this};
 };

@@ -9,9 +9,9 @@
 
 namespace wpk::core {
 
-/// Thread records by thread id. One lock guards the registry and every record in it. The table has no second lock of
-/// its own: a thread could be suspended or ended while it holds that one, and every later look-up would wait for ever.
-/// The one lock is never lost this way, as whoever suspends or ends a thread holds it.
+/// Thread records by thread id. One lock guards the registry and every record in it. The registry has no second lock: a
+/// thread could be suspended or terminated while it holds that one, and every later look-up would wait forever. This
+/// cannot happen to the one lock, because a thread must hold it to suspend or terminate another one.
 class ThreadRegistry {
 public:
     static constexpr uint32_t kBucketCount = 1999;
@@ -19,18 +19,18 @@ public:
     /// Ids come in steps of four or eight, so their lowest bits carry nothing.
     static constexpr uint32_t BucketOf(uint32_t id) { return ((id >> 3) * 0x9E3779B1u) % kBucketCount; }
 
-    /// The lock; false when the system could not make it.
+    /// The lock; false if the system could not create it.
     const Semaphore& Lock() const { return lock_; }
 
     // All below: with the lock held.
 
     ThreadRecord* Find(uint32_t id) const;
     uint32_t Count() const { return count_; }
-    /// Registers a running thread that the layer did not make; null when the system lacks something. The caller owns
-    /// it.
+    /// Registers a running thread that the layer did not create; null if the system lacks a resource. The caller owns
+    /// the record.
     ThreadRecord* Register(uint32_t id);
     void Insert(ThreadRecord& record);
-    /// Takes the record out and wakes everyone who waits for its thread; their sends return as if answered.
+    /// Removes the record and wakes all threads that wait for its thread; their sends return as if answered.
     void Remove(ThreadRecord& record);
     /// Ends a send: wakes the sender.
     static void EndSend(ThreadRecord& sender);

@@ -1,4 +1,4 @@
-// The thread layer's threads: made, named, ended, attached and detached.
+// The thread layer's threads: creating, naming, terminating, attaching and detaching them.
 // SPDX-License-Identifier: MIT
 #include <cstring>
 #include <memory>
@@ -19,7 +19,7 @@ uint32_t RunEntry(const ThreadRecord& thread) {
     try {
         return thread.entry(thread.argument);
     } catch (...) {
-        // The name of a running thread changes only by its own hand.
+        // While a thread runs, only the thread itself changes its name.
         ReportEscapedException(thread.name ? thread.name.get() : "");
         return 0;
     }
@@ -37,7 +37,7 @@ unsigned __stdcall Trampoline(void* argument) {
     return exitCode;
 }
 
-/// Calls `operation` with the record of a thread, under the registry's lock; 0 when the thread is unknown.
+/// Calls `operation` with the record of a thread, under the registry's lock; 0 if the thread is unknown.
 template <class Operation>
 uint32_t WithThread(uint32_t id, Operation operation) {
     ThreadRegistry* registry = processRegistry;
@@ -68,7 +68,7 @@ uint32_t Create(ThreadEntry entry, void* argument) {
     if (!registry) return 0;
     const ScopedLock lock(registry->Lock());
     std::unique_ptr<ThreadRecord> thread(new (std::nothrow) ThreadRecord);
-    // The thread comes last: nothing fails after it, which would leave it suspended for good.
+    // The thread is created last: a later failure would leave it suspended forever.
     if (!thread || !thread->wakeSignal) return 0;
     thread->entry = entry;
     thread->argument = argument;
@@ -110,9 +110,9 @@ uint32_t Terminate(uint32_t id) {
     if (id == GetCurrentThreadId()) return 0;
     return WithThread(id, [](ThreadRegistry& registry, ThreadRecord& thread) -> uint32_t {
         if (!thread.handle || !TerminateThread(thread.handle.Get(), /*dwExitCode=*/0)) return 0;
-        // The system ends the thread in its own time. Until then it might still use its record, and it might wait for
-        // the registry's lock: were that given back before the thread's end, the thread could be granted it and take it
-        // along.
+        // Termination is asynchronous. Until the thread has ended, it might still use its record, and it might be
+        // waiting for the registry's lock: if that were released first, the dying thread could be granted it and never
+        // release it.
         WaitForSingleObject(thread.handle.Get(), INFINITE);
         registry.Remove(thread);
         delete &thread;

@@ -64,7 +64,7 @@ bool ReadHeaders(ReplyReader& reader, ReplyHead& head) {
     }
 }
 
-/// Receives the body and delivers it if the reply is an accepted one; the body of a refusal is only read.
+/// Receives the body and delivers it if the reply is accepted; the body of a refusal is read and discarded.
 bool ReceiveBody(ReplyReader& reader, const ReplyHead& head, Connection& connection, const Notifier& notifier,
                  const CountedText& tempDirectory) {
     const bool accepted = head.outcome == kOutcomeAccepted;
@@ -99,7 +99,7 @@ bool RunAttempt(const WPK_SENDSTRUCT& message, const Peer& peer, Connection& con
     const bool complete = ReadStatus(reader, head) && ReadHeaders(reader, head) && JudgeHead(head);
     outcome = head.outcome;
     if (!complete) return false;
-    // A refusal that announces no body has none to wait for. Taken by the letter, its length would be 4 GiB.
+    // A refusal without Content-Length has no body to wait for. Taken literally, its length would be 4 GiB.
     if (head.outcome != kOutcomeAccepted && head.contentLength == kNoContentLength) return false;
     return ReceiveBody(reader, head, connection, notifier, tempDirectory);
 }

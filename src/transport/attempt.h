@@ -13,7 +13,7 @@
 
 namespace wpk::core {
 
-/// Whom a request is sent to: its server, or the proxy.
+/// The peer that a request is sent to: its server, or the proxy.
 struct Peer {
     const char* host = nullptr;
     uint32_t port = 0;

@@ -9,8 +9,8 @@
 
 namespace wpk::core {
 
-/// Standard alphabet, the last group filled up with "=". No line of the text is longer than 76 characters: CR LF stands
-/// between lines, never after the last one, where it would make the empty line that ends a head. So up to 57 bytes give
+/// Standard alphabet, the last group padded with "=". No line of the text is longer than 76 characters: CR LF separates
+/// lines and never follows the last one, where it would produce the empty line that ends a head. So up to 57 bytes give
 /// one line. Not whole if memory runs out.
 TextBuffer EncodeBase64(std::string_view bytes) noexcept;
 

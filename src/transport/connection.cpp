@@ -10,19 +10,20 @@ namespace wpk::core {
 
 namespace {
 
-/// The connect wait: its budget, and its step, in which a cancel is noticed.
+/// The connect wait: the sum of its steps, and the length of one step, after which a cancel is noticed.
 constexpr uint32_t kConnectBudgetMs = 30000;
 constexpr uint32_t kConnectStepMs = 250;
 
-/// The longest wait between two looks at the cancel mark. Below the 250 ms in which a cancel is promised to be seen.
+/// The longest wait between two checks of the cancel mark. Below the 250 ms in which a cancel must take effect.
 constexpr uint32_t kLookMs = 200;
 
-/// A socket that has room takes at least so much without blocking; sends are cut into pieces of this size.
+/// A socket that has room accepts at least this number of bytes without blocking; sends are split into pieces of this
+/// size.
 constexpr uint32_t kSendChunk = 4096;
 
-/// The most that one receive asks for. Some systems look at every page of the buffer first, which for a mapped file of
-/// gigabytes takes longer than the data itself. Above what a socket holds at a time on a fast network, a few MiB: a
-/// smaller limit would cut full buffers up and cost calls.
+/// The largest size that one receive asks for. Some systems visit every page of the buffer first, which takes longer
+/// than the data itself for a mapped file of gigabytes. It is above what a socket buffers on a fast network (a few
+/// MiB): a smaller limit would split full buffers and cost calls.
 constexpr uint32_t kReceivePiece = 4 * 1024 * 1024;
 
 }  // namespace
@@ -46,15 +47,15 @@ bool Connection::MakeSocket() {
                    sizeof inlineUrgentData) != 0) {
         return false;
     }
-    // A program that the application starts meanwhile would keep the connection open for its own lifetime. Where the
-    // system refuses, the request is carried all the same.
+    // A program that the application starts meanwhile would keep the connection open for its own lifetime. If the
+    // system refuses, the request continues nevertheless.
     SetHandleInformation(PointerFrom<void>(socket_.Get()), HANDLE_FLAG_INHERIT, /*dwFlags=*/0);
     socketSemaphore_.emplace(SemaphoreKind::kLock);
     return static_cast<bool>(*socketSemaphore_);
 }
 
 bool Connection::Connect(const char* host, uint32_t port, const Semaphore* cancelSemaphore) {
-    // A socket that the system refuses is asked for once more.
+    // If the system refuses a socket, it is asked once more.
     if (!Open() && !Open()) return false;
     if (CloseIfGivenUp()) return false;
     if (!SetBlocking(false)) return FailWithSocketError();
@@ -64,7 +65,7 @@ bool Connection::Connect(const char* host, uint32_t port, const Semaphore* cance
     return true;
 }
 
-/// False when there is no such host: there is nothing to connect or to wait for then, so it is told at once.
+/// False if there is no such host: waiting cannot change that, so the connect fails at once.
 bool Connection::Resolve(const char* host, uint32_t port) {
     address_.sin_port = htons(static_cast<u_short>(port));
     address_.sin_addr.s_addr = inet_addr(host);
@@ -79,7 +80,7 @@ bool Connection::Resolve(const char* host, uint32_t port) {
     return true;
 }
 
-/// False when the system refuses even to try: there is nothing to wait for then, so it is told at once.
+/// False if the system refuses to try at all: waiting cannot change that, so the connect fails at once.
 bool Connection::StartConnect() {
     if (connect(socket_.Get(), reinterpret_cast<const sockaddr*>(&address_), sizeof address_) == 0) {
         connected_ = 1;
@@ -91,7 +92,7 @@ bool Connection::StartConnect() {
     return true;
 }
 
-/// False when the wait was cut short, with the socket closed.
+/// False if the wait was cut short; the socket is closed then.
 bool Connection::WaitConnected(const Semaphore* cancelSemaphore) {
     uint32_t budget = kConnectBudgetMs;
     while (!connected_) {
@@ -116,7 +117,7 @@ bool Connection::LookWhetherConnected() {
     return ready > 0;
 }
 
-/// Looks once more if need be: the connection may have come about within the last step.
+/// Checks once more if necessary: the connection may have been established during the last step.
 bool Connection::IsConnected() {
     if (CloseIfGivenUp()) return false;
     if (!connected_) LookWhetherConnected();
@@ -181,8 +182,8 @@ bool Connection::SetBlocking(bool blocking) {
     return ioctlsocket(socket_.Get(), static_cast<long>(FIONBIO), &nonBlocking) == 0;
 }
 
-/// Waits in short steps, so that a cancel is seen while nothing else happens. The steps of a limited wait are measured
-/// against its end: on a busy machine each of them takes longer than it was asked to.
+/// Waits in short steps, so that a cancel is seen while nothing else happens. A limited wait is measured against its
+/// end time, not by counting steps: on a busy machine each step takes longer than requested.
 bool Connection::AwaitReady(Direction direction, int seconds) {
     const bool limited = seconds != kNoTimeout;
     const uint64_t end = limited ? GetTickCount64() + static_cast<uint64_t>(seconds) * 1000 : 0;
@@ -198,7 +199,7 @@ bool Connection::AwaitReady(Direction direction, int seconds) {
     }
 }
 
-/// As the system's call for this one socket: 1 ready, 0 time-out, below 0 error.
+/// The system's select for this one socket: 1 ready, 0 time-out, below 0 error.
 int Connection::Select(Direction direction, uint32_t milliseconds) const {
     fd_set sockets;
     FD_ZERO(&sockets);

@@ -13,11 +13,11 @@
 
 namespace wpk::core {
 
-/// The connection record of a request. All operations belong to the thread that carries the request, but for Cancel,
-/// which any thread may call: it only leaves a mark. From then on the socket counts as closed, and the carrying thread
-/// closes it at its next look at the mark: before and after every wait, and before each step that touches the network.
-/// So no thread ever waits on a socket that another one has closed, or uses a handle that the system has given to
-/// somebody else meanwhile. When the network goes, the socket counts as closed in the same way.
+/// The connection record of a request. Only the request's thread calls its operations, except Cancel, which any thread
+/// may call and which only sets a mark. From then on the socket counts as closed, and the request's thread closes it at
+/// its next check of the mark: before and after every wait, and before each step that uses the network. So no thread
+/// ever waits on a socket that another one has closed, or uses a handle that the system has reused meanwhile. When the
+/// network goes, the socket counts as closed in the same way.
 class Connection {
 public:
     Connection() = default;
@@ -25,7 +25,7 @@ public:
     Connection& operator=(const Connection&) = delete;
     ~Connection() { Close(); }
 
-    /// Codes of the layer's own in LastError(), beside the system's.
+    /// The layer's codes in LastError(), in addition to the system's.
     static constexpr int kHostNotFound = 1;
     static constexpr int kNotConnected = 2;
     static constexpr int kConnecting = 5;
@@ -33,7 +33,7 @@ public:
     /// For Receive: waits until data comes, the connection ends or the request is cancelled.
     static constexpr int kNoTimeout = -1;
 
-    /// Gives up what was open and makes a fresh socket. False when the system refuses; nothing is open then.
+    /// Closes what was open and creates a new socket. False if the system refuses; nothing is open then.
     bool Open();
 
     /// Opens a socket and connects it within 30 seconds; `cancelSemaphore`, which may be null, ends the wait. `host` is
@@ -43,7 +43,7 @@ public:
     /// Sends all of it. True at once for no bytes.
     bool Send(const void* bytes, uint32_t length);
 
-    /// Receives what is there, at most `length` bytes; waits for it up to `seconds`. 0: time-out, the peer has closed,
+    /// Receives available bytes, at most `length`; waits for them up to `seconds`. 0: time-out, the peer has closed, an
     /// error, not connected or cancelled.
     uint32_t Receive(void* buffer, uint32_t length, int seconds);
 
@@ -56,7 +56,7 @@ public:
 
     /// Whether the socket counts as closed: the request was cancelled, or the network has gone.
     bool GivenUp() const { return cancelled_ || use_.Lost(); }
-    /// Closes the socket if it counts as closed. True when it does.
+    /// Closes the socket if it counts as closed. True if it does.
     bool CloseIfGivenUp();
 
     int LastError() const { return lastError_; }
@@ -87,8 +87,8 @@ private:
     sockaddr_in address_ = UnspecifiedAddress();
     uint32_t connected_ = 0;
     int lastError_ = 0;
-    /// Made with the socket and closed with it. No step waits on it, and a cancel leaves it alone: it would wait on a
-    /// handle that the carrying thread may be closing.
+    /// Created with the socket and closed with it. No step waits on it, and a cancel does not touch it: it would use a
+    /// handle that the request's thread may be closing.
     std::optional<Semaphore> socketSemaphore_;
 
     std::atomic<bool> cancelled_{false};

@@ -25,7 +25,7 @@ uint32_t Fail(const Notifier& notifier, int error) {
     return 0;
 }
 
-/// One request, checked and on its way.
+/// One checked request that is being processed.
 class Exchange {
 public:
     Exchange(const WPK_SENDSTRUCT& message, Connection& connection, const Semaphore& cancelSemaphore,
@@ -77,9 +77,9 @@ bool Exchange::ChoosePeer() {
     return !peer_.viaProxy || settings.CopyProxyCredentials(peer_.credentials);
 }
 
-/// After a refusal of the proxy: whether the application has answered with credentials for another attempt, which are
-/// in force now. Without the memory for its answer, the request has failed for that. A connection that counts as closed
-/// goes before the question, which may take long.
+/// After a refusal by the proxy: whether the application has supplied credentials for another attempt; they are in
+/// force then. If there was no memory for them, the request has failed for that reason. A connection that counts as
+/// closed is closed before the application is asked, because that may take long.
 bool Exchange::RenewCredentials() {
     connection_.CloseIfGivenUp();
     const Notifier::CredentialsReply reply = notifier_.AskForCredentials(peer_.credentials);
@@ -91,8 +91,7 @@ bool Exchange::RenewCredentials() {
     return false;
 }
 
-/// Leaves a signal that was given as it was. The wait for the connection may have taken it before: then there is the
-/// mark.
+/// Does not consume the signal. The wait for the connection may have consumed it earlier: then the mark is set.
 bool Exchange::IsCancelled() const {
     if (!cancelSemaphore_.WaitFor(0)) return connection_.Cancelled();
     cancelSemaphore_.Signal();
@@ -116,7 +115,7 @@ int Exchange::JudgeFailure() const {
     return state_.connectionStatus == 1 ? WPK_ERROR_EXCHANGE : WPK_ERROR_NO_NETWORK;
 }
 
-/// A connection that counts as closed goes first: the callback may take long.
+/// A connection that counts as closed is closed first: the callback may take long.
 uint32_t Exchange::FailWith(int error) {
     connection_.CloseIfGivenUp();
     return Fail(notifier_, error);

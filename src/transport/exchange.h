@@ -12,13 +12,13 @@
 
 namespace wpk::core {
 
-/// Carries out a request on the calling thread and reports through its callback. Returns 1 when the reply was delivered
-/// and 0 when a failure was. Throws what the callback throws, and nothing else; everything is released then, and
-/// nothing more is delivered. `message` may be null, which is reported to the default callback; so may the other two,
-/// without which the request fails.
+/// Carries out a request on the calling thread and reports to its callback. Returns 1 if the reply was delivered and 0
+/// if a failure was. Throws what the callback throws, and nothing else; everything is released then, and nothing more
+/// is delivered. `message` may be null, which is reported to the default callback. The other two may be null as well;
+/// the request then fails.
 ///
-/// A request that was cancelled or has lost the network has closed its socket before its callback is told. Any other
-/// one stays open until its connection record goes.
+/// If a request was cancelled or has lost the network, its socket is closed before its callback is called. Any other
+/// socket stays open until the connection record is destroyed.
 uint32_t RunExchange(WPK_SENDSTRUCT* message, Connection* connection, const Semaphore* cancelSemaphore,
                      TransportState& state);
 

@@ -28,7 +28,7 @@ void LineAssembler::Restart() noexcept {
     length_ = 0;
 }
 
-// Takes text up to and with a CR, or as much as the buffer holds.
+// Takes text up to and including a CR, or as much as fits into the buffer.
 size_t LineAssembler::ConsumeText(std::string_view bytes) noexcept {
     const std::string_view fitting = bytes.substr(0, kBufferSize - length_);
     const size_t text = std::min(fitting.find('\r'), fitting.size());

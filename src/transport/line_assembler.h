@@ -1,4 +1,4 @@
-// Puts the lines of a reply head together from bytes as they arrive.
+// Assembles the lines of a reply head from bytes as they arrive.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TRANSPORT_LINE_ASSEMBLER_H
 #define WPK_TRANSPORT_LINE_ASSEMBLER_H
@@ -19,7 +19,7 @@ namespace wpk::core {
 /// A line ends at its first CR, which must be followed by LF. One thread at a time; nothing throws.
 class LineAssembler {
 public:
-    /// No more than this many bytes may come without a CR; a CR in this very place is in time.
+    /// A line must have its CR within this number of bytes; a CR as the last of them is accepted.
     static constexpr size_t kBufferSize = 2048;
 
     enum class State {

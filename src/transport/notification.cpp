@@ -1,4 +1,4 @@
-// The notifications that a callback gets.
+// The notifications delivered to a callback.
 // SPDX-License-Identifier: MIT
 #include "transport/notification.h"
 
@@ -14,13 +14,13 @@ namespace {
 
 using CredentialField = char[WPK_CREDENTIAL_SIZE];
 
-/// Every byte is zero, whichever part of the body the reason fills: `{}` promises that of the first part alone.
+/// Every byte is zero, whichever member of the body the reason sets: `{}` guarantees that only for the first member.
 void Begin(WPK_CALLBACKSTRUCT& notification, WPK_REASON reason) {
     std::memset(&notification, 0, sizeof notification);
     notification.nReason = reason;
 }
 
-/// A notification that holds credentials, which do not stay on the stack.
+/// A notification that contains credentials, which are wiped from the stack.
 struct CredentialsNotification {
     CredentialsNotification() { Begin(record, WPK_REASON_CREDENTIALS); }
     CredentialsNotification(const CredentialsNotification&) = delete;
@@ -30,12 +30,12 @@ struct CredentialsNotification {
     WPK_CALLBACKSTRUCT record;
 };
 
-/// Cut to the field, always terminated: the rest of the field is zero.
+/// Truncated to the field and always terminated: the rest of the field is zero.
 void FillField(CredentialField& field, std::string_view text) {
     std::copy_n(text.data(), std::min(text.size(), sizeof field - 1), field);
 }
 
-/// Up to the first zero byte; the application may have left none.
+/// Up to the first zero byte; the application may have overwritten all of them.
 TextBuffer ReadField(const CredentialField& field) {
     const auto length = static_cast<size_t>(std::find(field, field + sizeof field, '\0') - field);
     return TextBuffer::CopyOf({field, length});

@@ -1,4 +1,4 @@
-// The notifications that a callback gets.
+// The notifications delivered to a callback.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TRANSPORT_NOTIFICATION_H
 #define WPK_TRANSPORT_NOTIFICATION_H
@@ -11,7 +11,7 @@
 
 namespace wpk::core {
 
-/// A callback with its context. Without a callback, nothing is delivered. What the callback throws passes through.
+/// A callback with its context. Without a callback, nothing is delivered. An exception from the callback is passed on.
 class Notifier {
 public:
     Notifier(WPK_CALLBACK callback, void* userData) : callback_(callback), userData_(userData) {}

@@ -11,7 +11,7 @@ namespace wpk::core {
 
 namespace {
 
-/// A row: the handle, then where the request's records are.
+/// A row: the handle, then the address of the request's records.
 enum PendingField : uint64_t { kHandle, kConnection, kCancel, kPendingFieldCount };
 
 PendingRequest RequestOf(const Record& row) {
@@ -33,22 +33,22 @@ PendingRequest PendingRequests::Add(uint32_t handle) {
     Record row(kPendingFieldCount);
     const bool filled = row.SetUint32(kHandle, handle) && row.SetUint64(kConnection, WordOf(connection.get())) &&
                         row.SetUint64(kCancel, WordOf(cancel.get()));
-    // In place of the row that a thread under the same id leaves when the application ends it: a cancel must not find
-    // that one. What such a thread held is lost.
+    // Replaces the row of a thread with the same id that the application has terminated: a cancel must not find that
+    // one. The resources of such a thread are lost.
     if (!filled || !table_->Replace(row)) return {};
     return {connection.release(), cancel.release()};
 }
 
 void PendingRequests::Remove(uint32_t handle) {
-    // Once the row is out, no cancel can reach the records any more.
+    // Once the row is removed, no cancel can reach the records.
     Free(table_->Remove(KeyOf(handle)));
 }
 
 uint32_t PendingRequests::Cancel(uint32_t handle) {
-    // Inside the table's lock, so that the records cannot go before this is done.
+    // Inside the table's lock, so that the records cannot be freed before this is done.
     return table_->Visit(KeyOf(handle), [](const Record& row) {
         const PendingRequest request = RequestOf(row);
-        // Marked first: whoever the signal wakes finds the mark.
+        // The mark is set first: the thread that the signal wakes must find it.
         request.connection->Cancel();
         request.cancel->semaphore.Signal();
     });

@@ -1,4 +1,4 @@
-// The registry of requests in flight, by which a request can be found again.
+// The registry of requests in flight, in which a request is found by its handle.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TRANSPORT_PENDING_REQUESTS_H
 #define WPK_TRANSPORT_PENDING_REQUESTS_H
@@ -11,7 +11,7 @@
 
 namespace wpk::core {
 
-/// By which a request is told that it is cancelled. The words of the record are those of the semaphore itself.
+/// Signals a cancel to the request. The words of the record are those of the semaphore itself.
 struct CancelRecord {
     Semaphore semaphore{SemaphoreKind::kSignal};
 };
@@ -27,29 +27,29 @@ struct PendingRequest {
 /// Requests in flight by handle: the id of the thread that carries one. Any thread may call any operation; none throws.
 class PendingRequests {
 public:
-    /// Null when it cannot be made.
+    /// Null if it cannot be created.
     static std::unique_ptr<PendingRequests> Create();
     explicit PendingRequests(std::unique_ptr<RecordTable> table) : table_(std::move(table)) {}
 
-    /// Makes the records of a request and registers them; they are valid until Remove. False when that fails: nothing
-    /// is left then.
+    /// Creates the records of a request and registers them; they are valid until Remove. False on failure: nothing is
+    /// left then.
     PendingRequest Add(uint32_t handle);
 
     /// Removes a request, closes its connection and frees its records.
     void Remove(uint32_t handle);
 
-    /// Cancels a request: 1; 0 when no such request is registered.
+    /// Cancels a request: 1; 0 if no such request is registered.
     uint32_t Cancel(uint32_t handle);
 
-    /// 1 when any request is registered, else 0.
+    /// 1 if any request is registered, else 0.
     uint32_t Any() { return table_->Count() > 0; }
 
-    /// Takes all requests out. Their records stay as they are, for their threads still use them.
+    /// Removes all requests from the table. Their records are kept, because their threads still use them.
     RecordTable::Rows Drain() { return table_->Drain(); }
 
-    /// 0 for a row without it.
+    /// 0 if the row has none.
     static uint32_t HandleOf(const Record& row);
-    /// Frees the records of a drained request, whose thread has ended, as far as the row has any.
+    /// Frees the records of a drained request whose thread has ended, if the row has any.
     static void Free(const Record& row);
 
 private:

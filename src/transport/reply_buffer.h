@@ -13,14 +13,14 @@
 
 namespace wpk::core {
 
-/// Room for one reply, given back with this object. One thread at a time; nothing throws.
+/// Memory for one reply, freed with this object. One thread at a time; nothing throws.
 class ReplyBuffer {
 public:
     /// The longest reply that stays in memory, in bytes.
     static constexpr uint32_t kMaximumInMemory = 10240;
 
-    /// Makes zero-filled room for `length` bytes, not 0, and puts `begun` at its start, what of the reply is there
-    /// already. `directory` names the file of a large reply, together with the calling thread's id.
+    /// Allocates zero-filled memory for `length` bytes (not 0) and copies `begun`, the part of the reply that has
+    /// already arrived, to its start. `directory` and the calling thread's id give the file name of a large reply.
     bool Allocate(uint32_t length, std::string_view begun, const char* directory, const Connection& connection) {
         if (length > kMaximumInMemory) {
             return file_.Create(directory, GetCurrentThreadId(), length, begun, connection);
@@ -31,7 +31,7 @@ public:
         return true;
     }
 
-    /// Null as long as nothing is allocated.
+    /// Null until memory is allocated.
     uint8_t* Data() const { return memory_ ? memory_.get() : file_.Data(); }
 
 private:

@@ -12,11 +12,11 @@
 namespace wpk::core {
 namespace {
 
-// Digits beyond this size change nothing any more: it is past every value told apart below, and far from overflow.
+// Further digits change nothing: this is larger than every value distinguished below, and far from overflow.
 constexpr int64_t kHugeNumber = int64_t{1} << 40;
 
-// The number at the start of `text`: white space, a sign, decimal digits. None without digits. Of a number beyond
-// kHugeNumber only that fact and the sign can be relied on.
+// The number at the start of `text`: white space, a sign, decimal digits. None without digits. For a number above
+// kHugeNumber only that fact and the sign are reliable.
 std::optional<int64_t> ParseDecimal(std::string_view text) noexcept {
     size_t at = text.find_first_not_of(" \t\n\v\f\r");
     if (at == std::string_view::npos) return std::nullopt;

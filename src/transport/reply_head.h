@@ -10,7 +10,7 @@
 
 namespace wpk::core {
 
-/// What a reply amounts to.
+/// The result of judging a reply.
 enum Outcome : uint32_t {
     kOutcomeKeepReading = 0,                  // an interim status line; another one follows
     kOutcomeAccepted = 1,                     // a reply to the message
@@ -20,7 +20,7 @@ enum Outcome : uint32_t {
     kOutcomeUnexpected = 5                    // malformed, or nothing this library knows
 };
 
-/// Stands for a Content-Length that the reply does not give (or that cannot be used).
+/// A Content-Length that the reply does not contain (or that cannot be used).
 inline constexpr uint32_t kNoContentLength = 0xFFFFFFFF;
 
 struct ReplyHead {
@@ -29,21 +29,21 @@ struct ReplyHead {
     CountedText server;
 };
 
-/// Reads a status line, for example "HTTP/1.0 200 OK", without its CR LF. Returns 1 and the outcome that belongs to it;
-/// 0 with kOutcomeUnexpected when it is no status line. A blank must follow the code, even if no reason text does.
+/// Reads a status line, for example "HTTP/1.0 200 OK", without its CR LF. Returns 1 and the corresponding outcome; 0
+/// with kOutcomeUnexpected if it is not a status line. A blank must follow the code, even if there is no reason text.
 int JudgeStatusLine(std::string_view line, Outcome& outcome) noexcept;
 
-/// Reads a header line, without its CR LF, into `head`; of repeated headers the last one counts. Returns 0 when the
-/// line has no colon or memory runs out.
+/// Reads a header line, without its CR LF, into `head`; of repeated headers the last one counts. Returns 0 if the line
+/// has no colon or memory runs out.
 ///
 /// A Content-Length is read as "%d" reads: leading white space, a sign, digits, and whatever follows is ignored.
-/// Without digits the length stays as it was. A negative number stands for the same 32 bits read as unsigned, and one
-/// that fits neither kind of 32-bit integer for kNoContentLength.
+/// Without digits the length is not changed. A negative number means the same 32 bits read as unsigned; a number that
+/// fits neither kind of 32-bit integer means kNoContentLength.
 int ReadHeader(std::string_view line, ReplyHead& head) noexcept;
 
-/// The last word, once the head has been read to its end: an accepted reply must come from a server of this kind, else
-/// it turns into kOutcomeWrongServer; and it must give its length, else it turns into kOutcomeUnexpected and 0 is
-/// returned. Other outcomes stay.
+/// The final judgement, after the whole head has been read. An accepted reply must come from a server of this kind,
+/// otherwise it becomes kOutcomeWrongServer; and it must have a length, otherwise it becomes kOutcomeUnexpected and 0
+/// is returned. Other outcomes are not changed.
 int JudgeHead(ReplyHead& head) noexcept;
 
 }  // namespace wpk::core

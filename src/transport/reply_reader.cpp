@@ -14,7 +14,7 @@ bool ReplyReader::ReadLine() {
     line_.Restart();
     for (;;) {
         if (begin_ == end_ && !FillBuffer()) return false;
-        // A request that is given up gets nothing more, not even what has come already.
+        // A request that is given up gets nothing more, not even bytes that have already been received.
         if (connection_.CloseIfGivenUp()) return false;
         begin_ += static_cast<uint32_t>(line_.Consume({buffer_.data() + begin_, end_ - begin_}));
         if (line_.GetState() != LineAssembler::State::kNeedsMore) break;

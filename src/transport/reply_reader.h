@@ -12,23 +12,23 @@
 
 namespace wpk::core {
 
-/// Behaves as a reader that receives the head byte by byte, each with a time-out of its own, but receives ahead: one
-/// call to the system brings as much as there is, and the body then begins with what came with the head. Lives as long
-/// as one reply.
+/// Behaves like a reader that receives the head byte by byte, each with its own time-out, but receives ahead: one call
+/// to the system gets all available bytes, and the body then begins with the bytes that came with the head. One object
+/// per reply.
 class ReplyReader {
 public:
     explicit ReplyReader(Connection& connection) : connection_(connection) {}
     ReplyReader(const ReplyReader&) = delete;
     ReplyReader& operator=(const ReplyReader&) = delete;
 
-    /// Reads the next line, without its end. False when a byte of it does not come within 60 seconds, the connection
+    /// Reads the next line, without its end. False if a byte of it does not arrive within 60 seconds, the connection
     /// fails, the request is cancelled or the line is malformed.
     bool ReadLine();
 
     /// The line; valid until the next ReadLine.
     std::string_view Line() const { return line_.Line(); }
 
-    /// What has been received of the body already, at most `length` bytes; valid as long as this reader.
+    /// The part of the body that has already been received, at most `length` bytes; valid as long as this object.
     std::string_view TakeBegunBody(uint32_t length);
 
 private:
@@ -38,7 +38,7 @@ private:
     LineAssembler line_;
     uint32_t begin_ = 0;
     uint32_t end_ = 0;
-    /// Takes a whole reply that stays in memory, head and all, in one go.
+    /// Large enough for a whole reply that stays in memory, including its head.
     std::array<char, 16384> buffer_;
 };
 

@@ -1,4 +1,4 @@
-// The text in front of a request's body: request line and header block.
+// The text before a request's body: request line and header block.
 // SPDX-License-Identifier: MIT
 #include "transport/request_text.h"
 
@@ -55,7 +55,7 @@ TextBuffer BuildHeaderBlock(uint32_t bodyLength, bool viaProxy, std::string_view
     const bool hasCredentials = !user.empty() || !password.empty();
     const TextBuffer authorization = viaProxy && hasCredentials ? ProxyAuthorization(user, password) : TextBuffer();
     if (!authorization.IsWhole()) return TextBuffer::Missing();
-    // Unsigned: a body of 2 GiB and more must not announce a negative length, which no server could use.
+    // Unsigned: a body of 2 GiB or more must not have a negative length, which no server could use.
     return Join({"User-Agent: ", kProductToken, "\r\nContent-Type: application/tagged-data\r\nContent-Length: ",
                  Decimal(bodyLength).View(), "\r\n", authorization.View()});
 }

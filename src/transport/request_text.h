@@ -1,4 +1,4 @@
-// The text in front of a request's body: request line and header block.
+// The text before a request's body: request line and header block.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TRANSPORT_REQUEST_TEXT_H
 #define WPK_TRANSPORT_REQUEST_TEXT_H
@@ -10,15 +10,15 @@
 
 namespace wpk::core {
 
-/// What this library calls itself, and what a server must call itself for its reply to be accepted.
+/// The name that this library sends, and that a server must send for its reply to be accepted.
 inline constexpr std::string_view kProductToken = "WPK/1.00";
 
-/// "POST http://SERVER:PORT/ HTTP/1.0" and CR LF. The server's own name and port stand here also when the request goes
-/// to a proxy. A port of 2^31 or more prints as the negative number of the same 32 bits. Not whole if memory runs out.
+/// "POST http://SERVER:PORT/ HTTP/1.0" and CR LF, with the server's name and port even if the request goes to a proxy.
+/// A port of 2^31 or more is printed as the negative number of the same 32 bits. Not whole if memory runs out.
 TextBuffer BuildRequestLine(std::string_view server, uint32_t port) noexcept;
 
-/// The header lines, each ended by CR LF, without the empty line that ends the head. Proxy credentials are sent only
-/// through a proxy, and only when there are any. Not whole if memory runs out.
+/// The header lines, each ended by CR LF, without the empty line that ends the head. Proxy credentials are sent only to
+/// a proxy, and only if there are any. Not whole if memory runs out.
 TextBuffer BuildHeaderBlock(uint32_t bodyLength, bool viaProxy, std::string_view user,
                             std::string_view password) noexcept;
 

@@ -13,14 +13,14 @@ std::string_view ViewOf(const char* text) {
     return text ? std::string_view(text) : std::string_view();
 }
 
-/// False when there is a text but no memory for its copy.
+/// False if there is a text but no memory for its copy.
 bool CopyText(const char* text, CountedText& copy) {
     const std::string_view view = ViewOf(text);
     copy = CountedText(view);
     return copy.Length() == view.size();
 }
 
-/// False, with `credentials` as they were, when there is no memory for the copies.
+/// False, with `credentials` unchanged, if there is no memory for the copies.
 bool CopyTexts(std::string_view user, std::string_view password, Credentials& credentials) {
     Credentials copy{TextBuffer::CopyOf(user), TextBuffer::CopyOf(password)};
     if (!copy.user.IsWhole() || !copy.password.IsWhole()) return false;

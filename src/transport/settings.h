@@ -16,25 +16,26 @@ struct Credentials {
     TextBuffer user;
     TextBuffer password;
 
-    /// Takes copies of the other ones' texts. False if memory runs out: then it keeps its own.
+    /// Copies the texts of the other credentials. False, with nothing changed, if memory runs out.
     bool CopyFrom(const Credentials& other);
 };
 
-/// The library's copy of the initialisation record. Written by the start-up alone, before any request runs; only the
-/// proxy credentials change later. They have a lock of their own: one request replaces them while others copy them, and
-/// none may see a text that is freed or half written.
+/// The library's copy of the initialisation record. Written only by the start-up, before any request runs; only the
+/// proxy credentials change later. They have their own lock: one request replaces them while others copy them, and none
+/// may see a freed or half-written text.
 class Settings {
 public:
-    /// False when the system could not make the lock of the credentials: nothing below keeps threads apart then.
+    /// False if the system could not create the lock of the credentials: the functions below are then not safe for
+    /// threads.
     bool HasLock() const { return static_cast<bool>(credentialsLock_); }
 
     /// Copies the record and its texts. False if memory runs out.
     bool CopyFrom(const WPK_INITSTRUCT& record);
 
-    /// Undoes what a start-up that failed must not leave behind: the texts and the record's first two words.
+    /// Undoes what a failed start-up must not leave behind: the texts and the record's first two words.
     void Forget();
 
-    /// Kept, not used.
+    /// Stored, not used.
     WPK_INT64 Reserved() const { return reserved_; }
     void* Instance() const { return instance_; }
     WPK_INT64 ConnectionType() const { return connectionType_; }
@@ -44,11 +45,11 @@ public:
     const CountedText& ProxyServer() const { return proxyServer_; }
     uint32_t ProxyPort() const { return static_cast<uint32_t>(proxyPort_); }
 
-    /// Copies the credentials now in force. False if memory runs out. From any thread.
+    /// Copies the current credentials. False if memory runs out. Any thread.
     bool CopyProxyCredentials(Credentials& copy) const;
 
-    /// Puts other ones in force for all later requests; the latest caller wins. False if memory runs out: then the old
-    /// ones stay in force. From any thread.
+    /// Replaces the credentials for all later requests; the latest caller wins. False, with the old ones kept, if
+    /// memory runs out. Any thread.
     bool ReplaceProxyCredentials(const Credentials& credentials);
 
 private:

@@ -13,7 +13,7 @@ namespace {
 
 constexpr WORD kSocketsVersion = MAKEWORD(1, 1);
 
-/// The system may count starts without a lock of its own: two threads at once would lose one.
+/// The system may count WSAStartup and WSACleanup without its own lock: two threads at once would lose one.
 const Semaphore startsLock{SemaphoreKind::kLock};
 
 /// The generation of the network: even for one that is there, or was never watched; odd from its going until the next
@@ -34,8 +34,8 @@ void CountNetworkThere() {
     while (!networkGeneration.compare_exchange_weak(now, now + (now & 1))) continue;
 }
 
-/// Uses that have begun and not ended, clean-ups that wait for their end, and whether one is at work: in one word, so
-/// that they change together.
+/// The number of open uses, the number of clean-ups that wait for them to end, and whether a clean-up is running: in
+/// one word, so that they change together.
 constexpr uint64_t kOneUse = 1;
 constexpr uint64_t kUses = 0x00000000FFFFFFFF;
 constexpr uint64_t kOneCleanUp = uint64_t{1} << 32;
@@ -43,12 +43,12 @@ constexpr uint64_t kCleanUps = 0x7FFFFFFF00000000;
 constexpr uint64_t kCleaning = uint64_t{1} << 63;
 std::atomic<uint64_t> state{0};
 
-/// Whether a clean-up has been asked for that no use keeps waiting.
+/// Whether a clean-up has been requested and no use delays it.
 bool IsCleanUpDue(uint64_t now) {
     return (now & kUses) == 0 && (now & kCleanUps) != 0;
 }
 
-/// Takes one waiting clean-up out, to be run now. False when there is none, or it has to wait on.
+/// Removes one waiting clean-up, to be run now. False if there is none, or if it still has to wait.
 bool TakeCleanUp() {
     uint64_t now = state;
     do {
@@ -57,7 +57,7 @@ bool TakeCleanUp() {
     return true;
 }
 
-/// A clean-up is at work only while its thread holds the lock, so whoever gets that has waited for it.
+/// A clean-up runs only while its thread holds the lock, so a thread that acquires the lock has waited for it.
 void RunCleanUps() {
     while (IsCleanUpDue(state)) {
         const ScopedLock counting(startsLock);
@@ -67,7 +67,7 @@ void RunCleanUps() {
     }
 }
 
-/// False while a clean-up is at work.
+/// False while a clean-up is running.
 bool TakeUse() {
     uint64_t now = state;
     do {
@@ -83,7 +83,7 @@ bool HasSocketsLock() {
 }
 
 bool StartSockets() {
-    // First: requests run from now on, and fail for their own reasons where the interface does not start.
+    // First: requests run from now on, and fail with their own errors if the interface does not start.
     CountNetworkThere();
     const ScopedLock counting(startsLock);
     WSADATA data;

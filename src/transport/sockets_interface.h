@@ -1,14 +1,14 @@
 // The process's use of the sockets interface, which comes and goes with the network.
 // SPDX-License-Identifier: MIT
 //
-// Cleaning the interface up closes every socket of the process while threads still use them, and the
-// system may give the same value to the next socket, of another request, at once. So a clean-up waits for the sockets
-// that are open: until the last one is closed, by the thread it belongs to, the interface stays as it is. What
-// changes at once is that all of them count as lost, which their threads notice within the step of their waits.
+// A clean-up closes every socket of the process while threads still use them, and the system may reuse their values at
+// once for other requests. So a clean-up waits until the last open socket has been closed by its own thread; until then
+// the interface is not changed. But all open sockets count as lost at once, which their threads notice within one step
+// of their waits.
 //
-// Requests do not start without the network, and one that has lost it closes its socket before the application is told.
-// So a clean-up that has to wait does so for one such step, or until a callback returns that tells progress or a reply,
-// or asks for credentials.
+// Requests do not start without the network, and a request that has lost it closes its socket before its callback is
+// called. So a clean-up waits for at most one such step, or until a callback for progress, a reply or credentials
+// returns.
 #ifndef WPK_TRANSPORT_SOCKETS_INTERFACE_H
 #define WPK_TRANSPORT_SOCKETS_INTERFACE_H
 
@@ -16,13 +16,13 @@
 
 namespace wpk::core {
 
-/// False when the system could not make the lock of the starts: nothing below keeps threads apart then.
+/// False if the system could not create the lock: the functions below are then not safe for threads.
 bool HasSocketsLock();
 
-/// Starts the interface, version 1.1. The system counts starts. From any thread.
+/// Calls WSAStartup for version 1.1. The system counts these calls. Any thread.
 bool StartSockets();
 
-/// Takes one start back: now, or when the last open socket is closed. From any thread; does not wait.
+/// Calls WSACleanup once: now, or when the last open socket has been closed. Any thread; does not wait.
 void CleanUpSockets();
 
 /// What everybody who opens a socket holds from before the opening until after the closing.
@@ -33,11 +33,11 @@ public:
     SocketsGuard& operator=(const SocketsGuard&) = delete;
     ~SocketsGuard() { End(); }
 
-    /// Waits for a clean-up that is at work, which is one call of the system.
+    /// Waits for a running clean-up, which is one call of the system.
     void Begin();
     void End();
 
-    /// True from the moment on when the network goes until End; at once for a use that began with the network gone.
+    /// True once the network has gone, until End; at once for a use that began with the network gone.
     bool Lost() const;
 
 private:

@@ -17,8 +17,8 @@ constexpr int kFallbackNames = 1000;
 constexpr size_t kNameRoom = 32;
 
 UniqueFile CreateNew(const char* name) {
-    // Deleted by its last close, however that comes about: no path out of an exchange leaves a file behind, not even
-    // the end of the process. A link that somebody has put in the way is a name that is taken: it is not followed.
+    // Deleted by its last close: no path out of an exchange leaves a file behind, not even the end of the process. A
+    // link under that name is not followed; the name counts as taken.
     return UniqueFile(CreateFileA(
         name, GENERIC_READ | GENERIC_WRITE, /*dwShareMode=*/0,
         /*lpSecurityAttributes=*/nullptr, CREATE_NEW,
@@ -26,7 +26,7 @@ UniqueFile CreateNew(const char* name) {
         /*hTemplateFile=*/nullptr));
 }
 
-/// Each try may be slow, on a network drive above all: a connection that is given up ends them.
+/// Each try may be slow, especially on a network drive, so the tries end when the connection is given up.
 UniqueFile CreateUnderFreeName(const char* directory, uint32_t threadId, const Connection& connection) {
     const size_t size = std::strlen(directory) + kNameRoom;
     const std::unique_ptr<char[]> name(new (std::nothrow) char[size]);
@@ -41,7 +41,7 @@ UniqueFile CreateUnderFreeName(const char* directory, uint32_t threadId, const C
     return file;
 }
 
-/// Written, not copied into the view: a disk that is full or gone fails the write, but would fault the copy.
+/// Written, not copied into the view: if the disk is full or gone, a write fails, but a copy would fault.
 bool Write(HANDLE file, std::string_view bytes) {
     if (bytes.empty()) return true;
     const auto size = static_cast<DWORD>(bytes.size());
@@ -50,7 +50,7 @@ bool Write(HANDLE file, std::string_view bytes) {
 }
 
 bool SetSize(HANDLE file, uint32_t length) {
-    // Lengths of 2 GiB and more would read as negative distances without their upper half.
+    // Without the upper half, lengths of 2 GiB or more would be read as negative distances.
     LONG upper = 0;
     const DWORD lower = SetFilePointer(file, static_cast<LONG>(length), &upper, FILE_BEGIN);
     return lower == length && upper == 0 && SetEndOfFile(file);

@@ -15,10 +15,10 @@ namespace wpk::core {
 /// the process ends before that. One thread at a time; nothing throws.
 class SpoolFile {
 public:
-    /// Makes a file of `length` bytes (not 0) for the thread `threadId`. Its name is "%stmp%ld" of the directory, which
-    /// ends in a separator or is empty for the current directory, and the id; if that cannot be created, the same with
-    /// "_1", "_2", ... to "_1000" after it. It begins with `begun`. False when no file can be made, sized, written or
-    /// mapped, or when `connection` is given up meanwhile; nothing is left then.
+    /// Creates a file of `length` bytes (not 0) for the thread `threadId`. Its name is "%stmp%ld" of the directory,
+    /// which ends in a separator or is empty for the current directory, and the id; if that cannot be created, the same
+    /// with "_1", "_2", ... to "_1000" after it. It begins with `begun`. False if no file can be created, sized,
+    /// written or mapped, or if `connection` is given up meanwhile; nothing is left then.
     bool Create(const char* directory, uint32_t threadId, uint32_t length, std::string_view begun,
                 const Connection& connection);
 

@@ -1,4 +1,4 @@
-// What the transport knows of the process: settings, connection status, folder of large replies.
+// What the transport knows about the process: settings, connection status, folder of large replies.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TRANSPORT_STATE_H
 #define WPK_TRANSPORT_STATE_H
@@ -11,13 +11,13 @@
 
 namespace wpk::core {
 
-/// All that an exchange needs of the process it runs in.
+/// Everything that an exchange needs to know about its process.
 struct TransportState {
     /// 1 while the network is usable.
     std::atomic<uint32_t> connectionStatus{0};
     Settings settings;
-    /// Where large replies are spooled: ends in a separator, or is empty for the current directory. Set before any
-    /// request runs.
+    /// The folder of large replies: ends in a separator, or is empty for the current directory. Set before any request
+    /// runs.
     const CountedText* tempDirectory = nullptr;
 };
 

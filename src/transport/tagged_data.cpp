@@ -1,4 +1,4 @@
-// The body of a request: an ordered list of keys and values, each entry kept as it goes onto the wire.
+// The body of a request: an ordered list of keys and values, each entry stored in its wire format.
 // SPDX-License-Identifier: MIT
 #include "transport/tagged_data.h"
 
@@ -16,10 +16,10 @@ namespace {
 constexpr uint32_t kLengthSize = 4;
 constexpr uint32_t kEntryOverhead = 2 * kLengthSize;
 constexpr uint64_t kMaxTotal = std::numeric_limits<uint32_t>::max();
-/// The usual number, for which memory is asked once.
+/// The usual number of entries; memory for them is allocated once.
 constexpr size_t kEntriesOfARequest = 3;
 
-// Memory that is about to be overwritten whole, so it is not cleared first; null when there is none.
+// Memory that is about to be overwritten completely, so it is not cleared; null if there is none.
 std::unique_ptr<unsigned char[]> Allocate(uint32_t size) noexcept {
     return std::unique_ptr<unsigned char[]>(new (std::nothrow) unsigned char[size]);
 }
@@ -29,7 +29,7 @@ unsigned char* PutLength(unsigned char* out, uint32_t length) noexcept {
     return out;
 }
 
-// Copying nothing from nowhere is allowed here, but not to memcpy.
+// Unlike memcpy, this allows null for an empty copy.
 unsigned char* PutBytes(unsigned char* out, const void* bytes, uint32_t length) noexcept {
     if (length != 0) std::memcpy(out, bytes, length);
     return out + length;
@@ -94,7 +94,7 @@ std::string_view TaggedData::Joined() const noexcept {
     return isJoined_ ? ViewOf(joined_.get(), totalLength_) : std::string_view{};
 }
 
-/// Room for one more entry. False when there is no memory for it.
+/// Makes room for one more entry. False if there is no memory for it.
 bool TaggedData::MakeRoom() noexcept {
     if (count_ < room_) return true;
     const size_t room = std::max(2 * room_, kEntriesOfARequest);

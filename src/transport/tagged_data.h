@@ -1,4 +1,4 @@
-// The body of a request: an ordered list of keys and values, each entry kept as it goes onto the wire.
+// The body of a request: an ordered list of keys and values, each entry stored in its wire format.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TRANSPORT_TAGGED_DATA_H
 #define WPK_TRANSPORT_TAGGED_DATA_H
@@ -13,8 +13,8 @@ namespace wpk::core {
 /// An entry on the wire, integers 32-bit little-endian: key length, key, value length, value. Entries follow each other
 /// in the order they were added, with nothing in between.
 ///
-/// A value is copied once when it is added and once by Join(): messages may be large, so each entry is one allocation,
-/// the joined body is another, and an entry's own memory goes as soon as it has been joined.
+/// A value is copied once when it is added and once by Join(). Messages may be large, so each entry is one allocation,
+/// the joined body is another, and an entry's own memory is freed as soon as it has been joined.
 ///
 /// One thread at a time. Nothing here throws. Views stay valid until the next Add(), Join() or the end of the object.
 class TaggedData {
@@ -24,12 +24,12 @@ public:
     explicit TaggedData(Keys keys = Keys::kCaseSensitive) noexcept : keys_(keys) {}
 
     /// Appends an entry with copies of the key and of `length` bytes at `value` (which may be null when `length` is 0).
-    /// Returns 1; or 0, with nothing added, when the key is there already, when memory is short, or when the total
-    /// would no longer fit 32 bits.
+    /// Returns 1; or 0, with nothing added, if the key exists already, if there is no memory, or if the total would not
+    /// fit into 32 bits.
     int Add(std::string_view key, const void* value, uint32_t length) noexcept;
 
-    /// Lays all entries out in one buffer. Returns 1, also when there is nothing to do; 0 when memory is short, and
-    /// then nothing has changed.
+    /// Joins all entries in one buffer. Returns 1, even if there is nothing to do; 0, with nothing changed, if there is
+    /// no memory.
     int Join() noexcept;
 
     size_t Count() const noexcept { return count_; }
@@ -39,7 +39,7 @@ public:
     /// Bytes of all entries together: the length of the body.
     uint32_t TotalLength() const noexcept { return totalLength_; }
 
-    /// The body; empty while an entry has been added since the last Join().
+    /// The body; empty if an entry has been added since the last Join().
     std::string_view Joined() const noexcept;
 
 private:

@@ -1,4 +1,4 @@
-// A text that is put together in memory of its own and wiped in the end.
+// A text that is assembled in its own memory and wiped at the end.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TRANSPORT_TEXT_BUFFER_H
 #define WPK_TRANSPORT_TEXT_BUFFER_H
@@ -12,22 +12,22 @@
 
 namespace wpk::core {
 
-/// Zeroes memory that is about to be given back; the compiler leaves these writes in.
+/// Zeroes memory that is about to be freed; the compiler does not remove these writes.
 inline void Wipe(void* memory, size_t size) noexcept {
     for (auto* byte = static_cast<volatile unsigned char*>(memory); size > 0; --size) *byte++ = 0;
 }
 
-/// Owns room for as many bytes as it is made for. Its memory is wiped before it is freed, for it holds credentials, or
-/// what is made of them. Move-only, one thread at a time; nothing here throws.
+/// Owns memory of a fixed size, which is wiped before it is freed because it contains credentials or text made from
+/// them. Move-only, one thread at a time; nothing here throws.
 class TextBuffer {
 public:
-    /// Empty, without room.
+    /// Empty, without memory.
     TextBuffer() = default;
     explicit TextBuffer(size_t room) noexcept
         : bytes_(room > 0 ? new (std::nothrow) char[room] : nullptr),
           room_(bytes_ ? room : 0),
           isWhole_(room_ == room) {}
-    /// What stands for a text that could not be put together: empty and not whole.
+    /// A text that could not be assembled: empty and not whole.
     static TextBuffer Missing() noexcept {
         TextBuffer missing;
         missing.isWhole_ = false;
@@ -57,7 +57,7 @@ public:
         length_ += piece.size();
     }
 
-    /// False when a piece is missing: memory has run out, or there was more than there is room for.
+    /// False if a piece is missing: memory ran out, or there was more text than room.
     bool IsWhole() const noexcept { return isWhole_; }
     bool Empty() const noexcept { return length_ == 0; }
     std::string_view View() const noexcept { return {bytes_.get(), length_}; }

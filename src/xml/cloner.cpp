@@ -9,6 +9,8 @@
 namespace AdvXMLParser::detail {
 namespace {
 
+using Kind = NodeAccess::Kind;
+
 struct Level {
     const NodeContainer* from;
     NodeContainer* to;
@@ -19,13 +21,22 @@ struct Level {
 std::unique_ptr<NodeContainer> CloneShell(const NodeContainer& container, NodeContainer* newParent) {
     std::unique_ptr<NodeContainer> shell;
     switch (NodeAccess::KindOf(container)) {
-        case NodeAccess::Kind::kAttribute:
+        case Kind::kAttribute:
             shell = std::make_unique<Attribute>(newParent, container.name);
             break;
-        case NodeAccess::Kind::kDocument:
+        case Kind::kDocument:
             shell = std::make_unique<Document>();
             break;
-        default:
+        case Kind::kElement:
+        // None of the rest is a container of the library's own: they do not get here.
+        case Kind::kForeign:
+        case Kind::kForeignContainer:
+        case Kind::kText:
+        case Kind::kCData:
+        case Kind::kComment:
+        case Kind::kPi:
+        case Kind::kEntityRef:
+        case Kind::kCharRef:
             shell = std::make_unique<Element>(newParent, container.name);
             break;
     }

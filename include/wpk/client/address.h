@@ -1,5 +1,5 @@
 /// @file
-/// Where a server or a proxy is, and what cannot be an address.
+/// The address of a server or a proxy, and the checks of addresses.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_ADDRESS_H
 #define WPK_CLIENT_ADDRESS_H
@@ -15,18 +15,18 @@
 namespace wpk {
 inline namespace client {
 
-/// A server's name and port.
+/// A server's name and port. Not checked by itself: Send and the Client check what they are given.
 struct Address {
     /// Host name or dotted IPv4 address.
     AnsiText server;
-    /// TCP port.
+    /// TCP port, 1 to 65535.
     unsigned int port = 80;
 };
 
 namespace detail {
 
-/// What stands in the name that cannot: through a proxy it would become another address, or header lines. Null when
-/// there is nothing of that kind.
+/// What the name contains that is not allowed: through a proxy it would become another address, or header lines. Null
+/// if there is nothing of that kind.
 inline const char* UnusableIn(std::string_view name) noexcept {
     for (const char c : name) {
         const auto byte = static_cast<unsigned char>(c);
@@ -38,8 +38,8 @@ inline const char* UnusableIn(std::string_view name) noexcept {
     return nullptr;
 }
 
-// They throw Errc::kBadAddress with the reason, in which `whose` is "server" or "proxy". The name itself is not
-// repeated: it may come from outside, and the reason may go into a log.
+// These throw Errc::kBadAddress with the reason, in which `whose` is "server" or "proxy". The reason does not contain
+// the name: it may come from outside, and the reason may go into a log.
 
 inline void CheckName(const std::string& whose, std::string_view name) {
     if (name.empty()) Throw(Errc::kBadAddress, "the " + whose + "'s name is empty");
@@ -60,7 +60,7 @@ inline void CheckAddress(const std::string& whose, std::string_view name, unsign
     CheckPort(whose, port);
 }
 
-/// Throws Errc::kBadAddress when there is anything but digits.
+/// Throws Errc::kBadAddress if there is anything but digits.
 inline unsigned int ParsePort(std::string_view digits) {
     unsigned int port = 0;
     const char* const end = digits.data() + digits.size();
@@ -71,10 +71,15 @@ inline unsigned int ParsePort(std::string_view digits) {
 
 }  // namespace detail
 
-/// Takes an address apart that somebody has typed: "server.example:8080", "127.0.0.1:80", or a name alone, which stands
-/// for `default_port`.
+/// Splits an address that a user has typed: "server.example:8080", "127.0.0.1:80", or only a name, which gets
+/// `default_port`. Nothing is looked up or connected.
 ///
-/// Throws std::system_error: Errc::kBadAddress, whose what() says why.
+///     const wpk::Address address = wpk::ParseAddress(typed);
+///     options.server = address.server;
+///     options.port = address.port;
+///
+/// Throws std::system_error: Errc::kBadAddress if the name is empty or contains a control character, a blank, "/" or
+/// ":", or if the port is not a number from 1 to 65535; what() says which. Any thread.
 inline Address ParseAddress(const AnsiText& text, unsigned int default_port = 80) {
     const std::string_view whole = text.str();
     const std::size_t colon = whole.rfind(':');

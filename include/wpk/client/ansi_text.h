@@ -17,20 +17,23 @@
 namespace wpk {
 inline namespace client {
 
-/// A server name, a service name, a user name: every text of this layer. It owns its bytes, so temporaries may be
-/// given.
+/// Any text of this layer: a server name, a service name, a user name. It owns its bytes, so it may be made from
+/// temporaries.
 ///
-/// Narrow texts are taken as they stand. Wide texts are converted to the ANSI code page, exactly: a character that the
-/// code page does not have is an error, and never becomes another one or a question mark.
+///     message.server = "server.example";           // narrow
+///     message.service = std::wstring(L"Echo");     // wide
 ///
-/// The constructors throw std::system_error: Errc::kNotConvertible, Errc::kZeroInText (a zero character inside);
-/// std::length_error for a wide text of more than 2,147,483,647 characters; std::bad_alloc. One thread at a time;
-/// const calls together.
+/// Narrow texts are copied unchanged: they must be in the ANSI code page. Wide texts are converted to it exactly: a
+/// character that the code page lacks is an error and never becomes another character or a question mark.
+///
+/// The constructors throw std::system_error: Errc::kNotConvertible, or Errc::kZeroInText for a zero character inside;
+/// std::length_error for a wide text of more than 2,147,483,647 characters; std::bad_alloc. Threads: const calls on any
+/// number of threads at once, other calls one thread at a time.
 class AnsiText {
 public:
     /// Empty.
     AnsiText() = default;
-    /// A copy of the bytes, as they stand.
+    /// A copy of the bytes, unchanged.
     ///@{
     AnsiText(std::string text) : text_(std::move(text)) { Check(); }
     AnsiText(std::string_view text) : AnsiText(std::string(text)) {}
@@ -46,15 +49,15 @@ public:
     /// Zero-terminated; a null pointer is an empty text.
     AnsiText(const wchar_t* text) : text_(Convert(text ? std::wstring_view(text) : std::wstring_view())) {}
 
-    /// Leave the text out instead.
+    /// Does not compile: leave the text out instead.
     AnsiText(std::nullptr_t) = delete;
 
-    /// The bytes, in the ANSI code page. Valid as long as this object is, and unchanged.
+    /// The bytes, in the ANSI code page, zero-terminated. Valid until this object is changed or destroyed.
     ///@{
     const std::string& str() const noexcept { return text_; }
     const char* c_str() const noexcept { return text_.c_str(); }
     ///@}
-    /// Whether there are none.
+    /// Whether the text has no bytes.
     bool empty() const noexcept { return text_.empty(); }
 
 private:

@@ -1,5 +1,5 @@
 /// @file
-/// What can go wrong, as error codes with texts.
+/// The error codes of the layer, with texts.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_ERROR_H
 #define WPK_CLIENT_ERROR_H
@@ -13,12 +13,17 @@
 namespace wpk {
 inline namespace client {
 
-/// Why a request failed, or why a call was refused. Below zero: the values of WPK_ERROR, how the library has ended a
-/// request. Above zero: what this layer says itself; all but kTimedOut and kFunctionThrew are thrown as
-/// std::system_error, and no request exists then. Compares with std::error_code:
-/// `outcome.error() == Errc::kCancelled`.
+/// Why a request failed, or why a call was refused.
+///
+/// Below zero: the values of WPK_ERROR, with which the library ends a request. Above zero: errors of this layer. All of
+/// these except kTimedOut and kFunctionThrew are thrown as std::system_error, and no request exists then. Compares with
+/// std::error_code:
+///
+///     if (outcome.error() == wpk::Errc::kCancelled) return;
+///
+/// The text of a code is `std::error_code::message()`, or what() of the exception.
 enum class Errc : int {
-    /// The request names no server, or a proxy is wanted but not named. This layer refuses both itself: kBadAddress.
+    /// The request is unusable: the server or the proxy is not named. This layer refuses both itself, with kBadAddress.
     kBadRequest = WPK_ERROR_BAD_REQUEST,
     /// There is no network connection. Also equal to std::errc::network_unreachable.
     kNoNetwork = WPK_ERROR_NO_NETWORK,
@@ -30,28 +35,30 @@ enum class Errc : int {
     kBadVersion = WPK_ERROR_BAD_VERSION,
     /// The server has no service of that name.
     kNoService = WPK_ERROR_NO_SERVICE,
-    /// The exchange broke: a bad reply, an unknown status, a lost connection, or too little memory or disk space.
+    /// The exchange with the server broke, or the server refused the message: a bad reply, an unknown status, a lost
+    /// connection, or too little memory or disk space.
     kExchange = WPK_ERROR_EXCHANGE,
-    /// The proxy wants credentials, and no (other) ones were supplied. Also equal to std::errc::permission_denied.
+    /// The proxy wants a user name and a password, and got none that it accepts. Also equal to
+    /// std::errc::permission_denied.
     kProxyCredentials = WPK_ERROR_PROXY_CREDENTIALS,
 
-    /// A Client: the library has been initialised in this process before, and takes no second settings.
+    /// A Client: the library has been initialised in this process before, and takes its settings only once.
     kAlreadyInitialised = 1,
-    /// A Client: the library could not be initialised. It may be tried again.
+    /// A Client: the library could not be initialised. You may try again.
     kNotInitialised = 2,
-    /// Send: the library could not take the request, as there was no thread for it.
+    /// Send: the library could not take the request because there was no thread or memory for it.
     kNotTaken = 3,
-    /// A text holds a character that the ANSI code page does not have.
+    /// A text contains a character that the ANSI code page lacks.
     kNotConvertible = 4,
-    /// A text holds a zero character, at which it would be cut off.
+    /// A text contains a zero character, at which it would be cut off.
     kZeroInText = 5,
-    /// Send: the body and the name of its service are together too long for a request; Message::body says how long.
+    /// Send: body and service name together are too long for a request; Message::body gives the limit.
     kMessageTooLong = 6,
-    /// A user name or a password that answers a proxy's question is longer than 255 bytes.
+    /// A user name or password returned by Options::on_credentials is longer than 255 bytes.
     kCredentialsTooLong = 7,
-    /// Send: the function that is to get the outcome is empty. A Client: one of Functions is missing.
+    /// Send: the outcome function is empty. A Client: one of the three Functions is missing.
     kNoFunction = 8,
-    /// An outcome: the request's progress function or the credentials function has thrown; see Outcome::exception.
+    /// An outcome: the request's progress function or the credentials function threw; see Outcome::exception.
     kFunctionThrew = 9,
     /// An outcome: the time limit was reached, and the request has been cancelled. Also equal to std::errc::timed_out.
     kTimedOut = 10,
@@ -73,7 +80,7 @@ inline std::error_code make_error_code(Errc error) noexcept {
 }  // namespace wpk
 
 namespace std {
-/// An Errc turns into a std::error_code by itself.
+/// An Errc converts to a std::error_code implicitly.
 template <>
 struct is_error_code_enum<wpk::Errc> : true_type {};
 }  // namespace std

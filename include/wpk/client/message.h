@@ -1,5 +1,5 @@
 /// @file
-/// A message, and what comes back: progress, an outcome, a reply.
+/// A message, and its results: progress, an outcome, a reply.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_MESSAGE_H
 #define WPK_CLIENT_MESSAGE_H
@@ -25,37 +25,42 @@ namespace detail {
 class Exchange;
 }
 
-/// One message. Plain values that Send takes over: nothing of it need be kept, and a large body is not copied when the
-/// message is moved in.
+/// One message: plain values. Send copies or moves them, so nothing need be kept; a large body is not copied if the
+/// message is moved. One thread at a time.
+///
+///     wpk::Message message("Echo", std::move(bytes));
+///     message.time_limit = std::chrono::seconds(5);
+///     auto reply = client.Send(std::move(message));
 struct Message {
     Message() = default;
-    /// A message to a service of the Client's default server.
+    /// A message to a service on the Client's default server.
     Message(AnsiText to_service, std::string bytes = {}) : service(std::move(to_service)), body(std::move(bytes)) {}
 
     /// The service on the server that is to handle the message.
     AnsiText service;
-    /// Any bytes, up to 4,294,967,221 of them less the length of the service's name (one more without a proxy).
+    /// The bytes to send, any values. At most 4,294,967,221 bytes minus the length of the service's name (one more
+    /// without a proxy). May be empty.
     std::string body;
-    /// Host name or dotted IPv4 address; empty: the Client's default.
+    /// Host name or dotted IPv4 address. Empty: the Client's default.
     AnsiText server;
-    /// 1 to 65535; 0: the Client's default.
+    /// TCP port, 1 to 65535. 0: the Client's default.
     unsigned int port = 0;
-    /// How long the request may take, as Options::time_limit, which it overrides. None: the Client's; 0: no limit. One
-    /// below zero, such as what is left of a time that is over, is reached at once.
+    /// How long the request may take; overrides Options::time_limit, which says what is counted. Without a value: the
+    /// Client's limit. 0: no limit. A negative limit, such as the rest of a time that has passed, is reached at once.
     std::optional<std::chrono::milliseconds> time_limit;
-    /// Called once for every piece of the reply that has been received, on the thread that carries the request, one
-    /// call after the other. It is destroyed before the outcome is told. If it throws, the request is cancelled, it is
-    /// not called again, and the outcome is Errc::kFunctionThrew.
+    /// Called once for each received piece of the reply, on the request's thread, one call after the other, with no
+    /// lock held. Optional. Destroyed before the outcome is delivered. If it throws, the request is cancelled, the
+    /// function is not called again, and the outcome is Errc::kFunctionThrew.
     std::function<void(const Progress&)> on_progress;
 };
 
-/// A whole reply, with bytes of its own.
+/// A whole reply, with its own copy of the bytes.
 struct Reply {
-    /// Any bytes; empty when the server has sent none.
+    /// Any bytes; empty if the server sent none.
     std::string body;
 };
 
-/// How far a reply has come. Valid only during the call of the function that gets it, on its thread.
+/// How much of a reply has been received. Valid only during the call of the function that gets it, on that thread.
 class Progress {
 public:
     /// For the layer itself.
@@ -64,11 +69,11 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// Bytes received so far, from 1 to total().
+    /// The number of bytes received so far, 1 to total().
     unsigned int received() const noexcept { return static_cast<unsigned int>(arrived_.size()); }
-    /// Bytes that the server has announced.
+    /// The number of bytes that the server has announced.
     unsigned int total() const noexcept { return total_; }
-    /// What has been received. Copy what you keep.
+    /// The bytes received so far, from the start of the reply. Not copied: copy what you keep.
     std::string_view body() const noexcept { return arrived_; }
     /// Asks for the end of this request, like Request::Cancel.
     void Cancel() const noexcept;
@@ -79,10 +84,14 @@ private:
     detail::Exchange& exchange_;
 };
 
-/// How a request has ended. Valid only during the call of the function that gets it, on its thread.
+/// How a request ended: with a reply, or with an error. Valid only during the call of the function that gets it, on
+/// that thread.
+///
+///     if (outcome) Use(outcome.body());
+///     else Show(outcome.error().message());
 class Outcome {
 public:
-    /// A reply; a failure. (Made by the layer, and by tests of functions that take one.)
+    /// A reply; a failure. For the layer, and for tests of functions that take an outcome. The bytes are not copied.
     ///@{
     explicit Outcome(std::string_view body) noexcept : body_(body) {}
     explicit Outcome(std::error_code error, std::exception_ptr exception = nullptr) noexcept
@@ -93,12 +102,12 @@ public:
 
     /// True: there is a reply.
     explicit operator bool() const noexcept { return !error_; }
-    /// An Errc; no error when there is a reply.
+    /// An Errc; no error if there is a reply.
     const std::error_code& error() const noexcept { return error_; }
-    /// The reply, where the library has received it, not copied: a large one is a file mapped into memory, which goes
-    /// when the call is back. Empty after a failure.
+    /// The reply, not copied: a large one is a file mapped into memory, which is unmapped after the call. Empty after a
+    /// failure.
     std::string_view body() const noexcept { return body_; }
-    /// What a function of the application has thrown: with Errc::kFunctionThrew, else null.
+    /// The exception from one of the application's functions if error() is Errc::kFunctionThrew, else null.
     const std::exception_ptr& exception() const noexcept { return exception_; }
 
 private:

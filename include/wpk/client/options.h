@@ -1,5 +1,5 @@
 /// @file
-/// How a Client is set up.
+/// The settings of a Client.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_OPTIONS_H
 #define WPK_CLIENT_OPTIONS_H
@@ -15,15 +15,15 @@
 namespace wpk {
 inline namespace client {
 
-/// How the library judges whether the network is there. WPK_CONNECTION_TYPE says more.
+/// How the library decides whether there is a network. WPK_CONNECTION_TYPE says more.
 enum class Connection {
     /// Never: every request ends with Errc::kNoNetwork.
     kNever = WPK_CONNECTION_NEVER,
-    /// While a modem connection is up. docs/dial_up.md says what an application with sockets of its own must do.
+    /// While a modem connection is up. docs/dial_up.md says what an application must do that uses sockets itself.
     kDialUp = WPK_CONNECTION_DIAL_UP,
     /// Always (LAN).
     kPermanent = WPK_CONNECTION_PERMANENT,
-    /// Dial-up where the system has remote access, else permanent.
+    /// Dial-up if the system has remote access, which nearly every Windows has; else permanent.
     kAutomatic = WPK_CONNECTION_AUTOMATIC
 };
 
@@ -42,66 +42,65 @@ struct Proxy {
     AnsiText server;
     /// Its TCP port, 1 to 65535.
     unsigned int port = 80;
-    /// Used from the first request on; empty: none, until the proxy asks.
+    /// Used from the first request on. Empty: none until the proxy asks for them.
     Credentials credentials;
 };
 
-/// The three functions of wpk.dll. An application that links the import library never needs this; one that loads the
-/// DLL itself, with LoadLibrary, fills all three with what GetProcAddress gives. Tests of an application's own code
-/// give functions of their own: docs/testing_your_code.md.
+/// The three functions of wpk.dll. An application that links the import library never needs this. One that loads the
+/// DLL itself with LoadLibrary sets all three to the results of GetProcAddress. Tests of an application's code use
+/// their own functions: docs/testing_your_code.md.
 struct Functions {
-    /// What GetProcAddress gives for "WPK_Init", "WPK_Send" and "WPK_Cancel". Required, all three.
+    /// The addresses of "WPK_Init", "WPK_Send" and "WPK_Cancel". All three are required.
     ///@{
     decltype(&WPK_Init) init = nullptr;
     decltype(&WPK_Send) send = nullptr;
     decltype(&WPK_Cancel) cancel = nullptr;
     ///@}
 
-    /// Those of the DLL that the program is linked with.
+    /// The functions of the DLL that the program is linked with.
     static Functions Linked() noexcept { return {&WPK_Init, &WPK_Send, &WPK_Cancel}; }
 };
 
-/// What a Client is made from. Every field has a default; a program that sends over a LAN without a proxy fills
-/// `server` and `port`, or nothing. A function left empty is not called. The functions are called on threads of the
-/// library's; an exception that one throws goes no further than described.
+/// The settings of a Client. Every field has a default; a program that sends over a LAN without a proxy sets `server`
+/// and `port`, or nothing. An empty function is not called. Functions are called on the library's threads; an exception
+/// from one is handled as described there.
 struct Options {
-    /// How it is known whether the network is there.
+    /// How the library decides whether there is a network.
     Connection connection = Connection::kPermanent;
-    /// The proxy for every request; none: directly.
+    /// The proxy for every request. None: directly to the server.
     std::optional<Proxy> proxy;
 
-    /// Where messages go that name no server and no port of their own. The server may be left out where every message
-    /// names one.
+    /// The server and port for messages that do not set their own. The server may be empty if every message names one.
     ///@{
     AnsiText server;
     unsigned int port = 80;
     ///@}
 
-    /// How long a request may take that has no limit of its own, from Send to its final notification, the time in its
-    /// functions included; 0: as long as it takes. Once the limit is reached, the request is cancelled, and ends as a
-    /// cancelled one does (Request::Cancel says when), with Errc::kTimedOut. A request that was cancelled earlier ends
-    /// as that; one whose reply or failure comes nevertheless ends with that. Limits are kept beyond the end of the
-    /// Client, until its last request has ended.
+    /// How long a request may take if its message sets no limit: from Send to its final notification, including the
+    /// time in its functions. In milliseconds; 0: no limit. When the limit is reached, the request is cancelled and
+    /// ends like a cancelled one (Request::Cancel says when), but with Errc::kTimedOut. A request that was cancelled
+    /// before its limit ends with Errc::kCancelled. If a reply or another failure still arrives, that is the outcome.
+    /// Limits remain in force after the Client is destroyed, until its last request has ended.
     std::chrono::milliseconds time_limit{0};
 
-    /// Told when the network comes (true) or goes (false); for which connections, docs/dial_up.md says. One call at a
-    /// time, possibly before the Client's constructor is back. It may send and cancel, and destroy the Client; it must
-    /// not wait for another such call, nor for a thread that destroys the Client. After ~Client is back it is not
-    /// running and is not called any more. What it throws goes to `on_exception`.
+    /// Called when the network comes (true) or goes (false); docs/dial_up.md says for which connections. One call at a
+    /// time, possibly before the Client's constructor returns. It may send, cancel, and destroy the Client. It must not
+    /// wait for another such call, nor for a thread that destroys the Client. After ~Client has returned, it is neither
+    /// running nor called again. An exception from it goes to `on_exception`.
     std::function<void(bool connected)> on_connection;
 
-    /// The proxy wants credentials and has refused these, which were sent (empty: none were). Return others to have the
-    /// request sent again with them, and all later requests as well; or nothing, and the request ends with
-    /// Errc::kProxyCredentials. It is asked as often as the proxy refuses, on the thread of the request and for several
-    /// requests at the same time. Each text may have up to 255 bytes; with a longer one the request ends with
-    /// Errc::kFunctionThrew and its outcome holds Errc::kCredentialsTooLong as the exception. What it throws ends the
-    /// request in the same way. It is kept, and may be called, until the last request that the Client has sent has
-    /// ended, also beyond the end of the Client.
+    /// Called when the proxy requires credentials; `refused` is what was sent (empty: nothing). Return other
+    /// credentials to send the request again with them, and to use them for all later requests; or return nothing, and
+    /// the request ends with Errc::kProxyCredentials. Called each time the proxy refuses, on the request's thread,
+    /// possibly for several requests at the same time. Each text may have up to 255 bytes; a longer one ends the
+    /// request with Errc::kFunctionThrew, and the outcome's exception is Errc::kCredentialsTooLong. An exception from
+    /// the function ends the request in the same way. It is kept, and may be called, until the Client's last request
+    /// has ended, even after the Client is destroyed.
     std::function<std::optional<Credentials>(const Credentials& refused)> on_credentials;
 
-    /// Gets what a function has thrown for which nobody else is waiting: one that got an outcome, or `on_connection`.
-    /// On that function's thread, several at the same time. Without it such exceptions are dropped; those that it
-    /// throws itself are dropped as well. Kept as long as `on_credentials`.
+    /// Gets exceptions that have no other receiver: those from outcome functions and from `on_connection`. Called on
+    /// that function's thread, possibly on several at the same time. If it is empty, such exceptions are dropped; so is
+    /// an exception from this function itself. Kept as long as `on_credentials`.
     std::function<void(std::exception_ptr)> on_exception;
 
     /// The module instance of the application; the library keeps it and does not use it.

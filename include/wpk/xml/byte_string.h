@@ -1,5 +1,5 @@
 /// @file
-/// The 8-bit strings that nodes are made of: 16 bytes, short ones in place.
+/// The 8-bit strings that nodes contain: an object of 16 bytes that holds short strings in place.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_BYTE_STRING_H
 #define WPK_XML_BYTE_STRING_H
@@ -18,12 +18,17 @@ struct ArenaBytes;
 struct NodeAccess;
 }  // namespace detail
 
-/// A byte string as nodes hold it: a name, a text, a datum. Any byte may occur in it, zero included; nothing is ever
-/// converted. It behaves like a small std::string: it converts to std::string_view and std::string, takes both and
-/// literals by assignment, and compares with all of them byte for byte.
+/// A byte string in a node: a name, a text or the data of an instruction. It may contain any byte, including zero, and
+/// is never converted. It behaves like a small std::string: it converts to std::string_view and std::string, can be
+/// assigned from both and from literals, and compares with all of them byte for byte.
 ///
-/// Up to 15 bytes are held in place. Longest: 4,294,967,294 bytes; std::length_error above, std::bad_alloc when memory
-/// runs out, and the string is then as it was. Threads: const calls together, otherwise one thread at a time.
+///     text->text = "screws";
+///     const std::string copy = text->text;
+///     if (text->text == "nails") return;
+///
+/// Up to 15 bytes are stored in place. The largest size is 4,294,967,294 bytes. Errors: std::length_error above that,
+/// std::bad_alloc if memory runs out; the string is then unchanged. Threads: const calls on any number of threads at
+/// once, other calls one thread at a time.
 class ByteString {
 public:
     /// An empty string, or a copy of the bytes.
@@ -32,45 +37,45 @@ public:
     explicit ByteString(std::string_view bytes) { Construct(bytes); }
     ByteString(const ByteString& other) { Construct(other.View()); }
     ///@}
-    /// Takes the other string's bytes and leaves it empty. May allocate: bytes that live in the memory of a parsed
+    /// Takes the other string's bytes and leaves it empty. May allocate and throw: bytes in the memory of a parsed
     /// document are copied out of it.
     ByteString(ByteString&& other);  // NOLINT(performance-noexcept-move-constructor): see above
-    /// For the parser alone.
+    /// Not for applications: for the parser.
     inline explicit ByteString(const detail::ArenaBytes& bytes) noexcept;
     ~ByteString() {
         if (IsHeap()) FreeHeap();
     }
 
-    /// As construction. The bytes may be a part of the string itself.
+    /// As construction. The bytes may be part of the string itself.
     ///@{
     ByteString& operator=(const ByteString& other) { return *this = other.View(); }
     ByteString& operator=(ByteString&& other);  // NOLINT(performance-noexcept-move-constructor): as above
     ByteString& operator=(std::string_view bytes);
     ///@}
 
-    /// Adds bytes at the end, in amortised constant time each.
+    /// Adds bytes at the end, in amortised constant time per byte.
     ///@{
     ByteString& append(std::string_view bytes);
     ByteString& operator+=(std::string_view bytes) { return append(bytes); }
     ///@}
-    /// Empties the string.
+    /// /// Empties the string and frees its memory.
     void clear() noexcept;
 
-    /// The bytes; one zero byte follows them. Valid until the string is changed or destroyed.
+    /// The bytes, followed by one zero byte. Valid until the string is changed or destroyed.
     ///@{
     const char* data() const noexcept { return IsNear() ? near_ : far_.data; }
     const char* c_str() const noexcept { return data(); }
     ///@}
-    /// How many bytes there are, and whether there are none.
+    /// The number of bytes, without the zero byte at the end; whether there are none.
     ///@{
     std::size_t size() const noexcept { return IsNear() ? kNearSize - (Tag() & kRoom) : far_.size; }
     std::size_t length() const noexcept { return size(); }
     bool empty() const noexcept { return size() == 0; }
     ///@}
-    /// The byte of that index, which must be at most size(): there stands the zero.
+    /// The byte at that index, which must not exceed size(). At size() there is the zero byte.
     char operator[](std::size_t index) const noexcept { return data()[index]; }
 
-    /// The bytes as a view (valid as data() is) and as a copy.
+    /// The bytes as a view (valid as long as data() is) or as a copy.
     ///@{
     operator std::string_view() const noexcept { return View(); }  // NOLINT(google-explicit-constructor): on purpose
     operator std::string() const { return std::string(View()); }   // NOLINT(google-explicit-constructor): on purpose

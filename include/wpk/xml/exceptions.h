@@ -10,8 +10,14 @@
 
 namespace AdvXMLParser {
 
-/// The base of everything the library throws on its own account. (Exhausted memory is std::bad_alloc, a text or list
-/// that outgrows its type std::length_error.)
+/// The base of the library's own exceptions. Besides them it throws std::bad_alloc if memory runs out, and
+/// std::length_error if a string or list would exceed the largest size of its type.
+///
+///     try {
+///         Parser().Parse("<a></b>", 7);
+///     } catch (const ParsingException& fault) {
+///         // fault.code 13, fault.line 1, fault.column 7
+///     }
 class Exception : public std::exception {
 public:
     /// The kind of fault, in English; lives as long as the process.
@@ -27,7 +33,7 @@ public:
     /// As Exception::what.
     const char* what() const noexcept override;
 
-    /// The name that was not found.
+    /// The unknown name.
     std::string name;
 };
 
@@ -125,7 +131,7 @@ enum ParsingError : unsigned {
 /// The input is not a document that the parser takes.
 class ParsingException : public Exception {
 public:
-    /// For the parser; the fields below say what the numbers are.
+    /// For the parser. The fields below explain the numbers.
     ParsingException(unsigned faultCode, unsigned faultLine, unsigned faultColumn) noexcept
         : code(faultCode), line(faultLine), column(faultColumn) {}
     /// As Exception::what.
@@ -133,9 +139,9 @@ public:
 
     /// What is wrong: a ParsingError.
     unsigned code;
-    /// Where the reader stood, from 1.
+    /// The line on which reading stopped, from 1.
     unsigned line;
-    /// Characters read on that line; one more on the first line.
+    /// The number of characters read on that line; on the first line one more.
     unsigned column;
 };
 

@@ -1,5 +1,5 @@
 /// @file
-/// What all nodes of a document tree have in common, and what those with children have.
+/// The base classes of all nodes of a document tree, and of nodes with children.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_NODE_H
 #define WPK_XML_NODE_H
@@ -29,7 +29,7 @@ namespace detail {
 struct ArenaLocation;
 }
 
-/// What IsType is asked for. Other values match no node.
+/// The arguments of Node::IsType, numbered as in the W3C DOM. Other values match no node.
 enum NodeType {
     ELEMENT_NODE = 1,
     ATTRIBUTE_NODE = 2,
@@ -42,8 +42,9 @@ enum NodeType {
     DOCUMENT_NODE = 9
 };
 
-/// Five nodes that stand for "there is none". They live as long as the process, are empty and stay so: the operations
-/// that would change them do nothing. Any thread may use them. Do not assign to their fields, and never delete them.
+/// Five nodes that stand for a missing node, so that look-ups never return a null pointer. They live as long as the
+/// process, are empty and stay empty: the operations that would change them do nothing. Any thread may use them. Do not
+/// assign to their fields, and never delete them.
 ///@{
 Element& NullElement() noexcept;
 Attribute& NullAttribute() noexcept;
@@ -52,7 +53,10 @@ Pi& NullPi() noexcept;
 CData& NullCData() noexcept;
 ///@}
 
-/// Whether this is one of the five null nodes. A null pointer counts as one.
+/// Whether this is one of the five null nodes (compared by address); true for a null pointer. It tells whether a
+/// look-up has found something:
+///
+///     if (IsNull(root->FindElement("remark"))) return;  // there is no <remark>
 ///@{
 bool IsNull(const Node& node) noexcept;
 bool IsNull(const Node* node) noexcept;
@@ -60,57 +64,65 @@ bool IsNull(const Node* node) noexcept;
 
 /// One node of a tree.
 ///
-/// Make nodes with `new` and hand them to a container, which owns them from then on; or keep a node that belongs to no
-/// container on the stack. Deleting a node deletes everything below it. No operation uses the machine's stack per
+/// Create nodes with `new` and append them to a container, which then owns them. A node that belongs to no container
+/// may also be on the stack. Deleting a node deletes everything below it. No operation uses the machine stack per
 /// level: trees may be of any depth.
 ///
-/// GetText, Write and Clone of a container do their work in one walk over nodes of the classes of nodes.h. A class
-/// that an application derives, from Node, from NodeContainer or from one of the concrete classes, takes part through
-/// its own virtual functions wherever it stands. Each level of such nodes costs some of the machine's stack.
+/// GetText, Write and Clone of a container walk once over nodes of the classes of nodes.h. A class that an application
+/// derives from Node, from NodeContainer or from one of the concrete classes takes part through its own virtual
+/// functions, wherever it is in the tree. Each level of such nodes uses some of the machine stack.
 ///
-/// Threads: all const operations of a tree may run on any number of threads at once. What changes a tree needs it
-/// alone, on whatever thread. A non-const operator[], begin or end of a list counts as a change: threads that read
-/// together use const references to the nodes. Different trees may be used and changed at the same time, also while
-/// nodes that were parsed together are spread over them. Errors: std::bad_alloc where a string, list or node has to
-/// grow, and InvalidRefException from Clone.
+/// Threads: const operations on a tree may run on any number of threads at once. An operation that changes a tree must
+/// be the only one on that tree, on any thread. A non-const operator[], begin or end of a list counts as a change:
+/// threads that read at the same time must use const references to the nodes. Different trees may be used and changed
+/// at the same time, even if their nodes were parsed together.
+///
+/// Errors: std::bad_alloc if a string, list or node cannot grow, and InvalidRefException from Clone.
 class Node {
 public:
     /// Deletes the node and everything below it.
     virtual ~Node();
 
-    /// The node's own value: the text of a Text, CData or Comment, the data of a Pi, the character of a reference, the
-    /// text of an Attribute; empty for an Element and a Document.
+    /// The node's own value, by class:
+    ///
+    ///     Text, CData, Comment    the characters
+    ///     Pi                      the data
+    ///     EntityRef, CharRef      the one character that it stands for
+    ///     Attribute               as GetText
+    ///     Element, Document       always empty
     virtual std::string GetNodeValue() const = 0;
 
-    /// The text below the node: that of all children in order, comments and processing instructions included. White
-    /// space is space, tab, carriage return and line feed. A Document and an Element make one space of every run of it
-    /// and take it off both ends (an Element with `preserveSpace` does neither); an Attribute only takes it off the
-    /// ends.
+    /// The text of the node: the value of a node without children; for a container the texts of all children in order,
+    /// comments and processing instructions included. White space is space, tab, carriage return and line feed. A
+    /// Document and an Element turn every run of white space into one space and remove it from both ends (an Element
+    /// with `preserveSpace` does neither); an Attribute only removes it from both ends.
     virtual std::string GetText() const = 0;
 
     /// Whether the node is of that NodeType.
     virtual bool IsType(int code) const = 0;
 
-    /// A deep copy on the heap, owned by the caller, whose `parent` is the given container (the null element when that
-    /// is null). It is not added to the container: AppendChild does that. Not everything is copied: see the classes.
+    /// A deep copy on the heap, owned by the caller, whose `parent` is the given container (the null element if that is
+    /// null). It is not added to the container: call AppendChild for that. Attributes, `preserveSpace`, and a
+    /// document's declaration and `root` are not copied; wpk::xml::Copy in xml_helpers.h copies them too.
     virtual Node* Clone(NodeContainer* newParent) const = 0;
 
-    /// Appends the node's text form to `*context.output`, as docs/xml.md shows. Never fails on what the tree holds,
-    /// even if no parser would take the result. When memory runs out the output is partly written.
+    /// Appends the node's XML text to `*context.output`; docs/xml.md has an example. Never fails because of the tree's
+    /// content, even if no parser would accept the result. If memory runs out, part of the output has been written.
     virtual void Write(WriteContext& context) const = 0;
 
-    /// The node as what a look-up promises: itself when it is an Element, else the null element. Never fails.
+    /// The node itself if it is an Element, else the null element: gives access to `attributes` and `preserveSpace`
+    /// after a look-up. Never fails.
     ///@{
     Element& AsElement() noexcept;
     const Element& AsElement() const noexcept;
     ///@}
-    /// The node itself when it is a NodeContainer, else the null element.
+    /// The node itself if it is a NodeContainer, else the null element: gives access to `children`. Never fails.
     ///@{
     NodeContainer& AsContainer() noexcept;
     const NodeContainer& AsContainer() const noexcept;
     ///@}
 
-    /// The operations of NodeContainer, so that look-ups chain: each acts on AsContainer().
+    /// The operations of NodeContainer, applied to AsContainer(), so that look-ups can be chained:
     ///
     ///     document->root->FindElement("order")->FindElement("customer")->GetText();
     ///     Node* field = document->root->GetOrCreateElement("name");
@@ -131,8 +143,19 @@ protected:
     /// For an application's own classes.
     Node(NodeContainer* nodeParent, std::string_view nodeName);
 
+public:
+    /// The tag name of an Element, the name of an Attribute, the target of a Pi, the name of an EntityRef; "#text",
+    /// "#cdata-section", "#comment" or "#document" for these classes; empty for a CharRef.
+    ByteString name;
+    /// The node that contains this one. Not owned. Never null: it is the null element if there is no such node. The
+    /// library never follows it upwards, so you may set it freely.
+    NodeContainer* parent;
+
+protected:
+    // Not for applications, from here on.
+
     /// What the library asks in place of the virtual IsType: which of its classes a node is made of. Foreign is an
-    /// application's own class that is derived from none of the concrete ones. The containers stand in a row.
+    /// application's own class that is derived from none of the concrete ones.
     enum class Kind : std::uint8_t {
         kForeign,
         kForeignContainer,
@@ -152,13 +175,6 @@ protected:
     inline Node(Kind kind, const detail::ArenaLocation& location, NodeContainer* nodeParent,
                 const detail::ArenaBytes& nodeName) noexcept;
     ///@}
-
-public:
-    /// Tag name, attribute name, target of a processing instruction, name of an entity; "#text" and the like elsewhere.
-    ByteString name;
-    /// The node that contains this one. Not owned and never null: the null element stands in for none. Nothing in the
-    /// library walks up along it, so it may be set freely.
-    NodeContainer* parent;
 
 private:
     friend struct detail::NodeAccess;
@@ -185,9 +201,9 @@ public:
     /// Writes every child in order.
     void Write(WriteContext& context) const override;
 
-    /// Puts the node at the end of `children` and owns it from then on, also if this throws. Its `parent` is left as it
-    /// is; `pendingText` becomes null unless the node is a Text. A null pointer or null node is ignored. A null
-    /// node takes no children: what is handed to it is deleted at once.
+    /// Adds the node at the end of `children` and takes ownership, even if this throws. The node's `parent` is not
+    /// changed; `pendingText` becomes null unless the node is a Text. A null pointer or null node is ignored. A null
+    /// node accepts no children: a node appended to it is deleted at once.
     void AppendChild(Node* node);
 
     /// Adds character data: to the text of `pendingText` if there is one, else as a new Text child (which does not
@@ -197,19 +213,20 @@ public:
     /// The first child element of that name, compared byte for byte; the null element when there is none. Never null.
     Node* FindElement(std::string_view elementName) const;
 
-    /// Goes on from `position`, an index into `children`, to the first child element of that name at or after it. True,
-    /// with `position` on it (step past it before the next call), or false with `position` at the end.
+    /// Finds the first child element of that name at or after `position`, an index into `children`. True with
+    /// `position` on that element (increment it before the next call), or false with `position` at the end.
     ///
     ///     for (std::size_t i = 0; order.FindNextElement("item", i); ++i) Use(*order.children[i]);
     bool FindNextElement(std::string_view elementName, std::size_t& position) const;
 
-    /// As FindElement, but makes and appends an empty element when there is none. A null node gives the null element.
+    /// Like FindElement, but creates and appends an empty element if there is none. On a null node it creates nothing
+    /// and returns the null element.
     Node* GetOrCreateElement(std::string_view elementName);
 
-    /// Deletes every child in order. `pendingText` is left as it is: whoever has set it sets it back.
+    /// Deletes every child in order. `pendingText` is not changed: reset it if it points to a deleted child.
     void DeleteChildren() noexcept;
 
-    /// Appends a Clone of every child of `from` to `to`. What was appended before an exception stays.
+    /// Appends a Clone of every child of `from` to `to`, in order. Children appended before an exception stay.
     ///@{
     static void CloneChildren(const NodeContainer& from, NodeContainer& to);
     static void CloneChildren(const NodeContainer* from, NodeContainer* to) { CloneChildren(*from, *to); }
@@ -218,14 +235,16 @@ public:
 protected:
     /// For an application's own classes.
     NodeContainer(NodeContainer* nodeParent, std::string_view nodeName);
-    /// For the library's own classes.
-    using Node::Node;
 
 public:
     /// The nodes inside this one, in document order. Owned.
     NodeList<Node> children;
     /// The Text child that AppendText adds to; null for none. Not owned, and set by the application alone.
     Text* pendingText = nullptr;
+
+protected:
+    /// Not for applications: for the library's own classes.
+    using Node::Node;
 };
 
 }  // namespace AdvXMLParser

@@ -1,5 +1,5 @@
 /// @file
-/// The lists of child nodes and attributes: 16 bytes, a single entry in place.
+/// The lists of child nodes and attributes: an object of 16 bytes that holds a single entry in place.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_NODE_LIST_H
 #define WPK_XML_NODE_LIST_H
@@ -20,8 +20,8 @@ namespace detail {
 struct NodeAccess;
 class Teardown;
 
-/// The memory of lists with more than one entry. ForgetFirst gives the entries after the first;
-/// ReportListChange tells the memory of a parsed document that one of its lists may be about to change.
+/// The memory of lists with more than one entry. ForgetFirst returns the entries after the first; ReportListChange
+/// tells the memory of a parsed document that one of its lists may change.
 ///@{
 void* AllocateEntries(std::size_t count);
 void* ForgetFirst(void* entries) noexcept;
@@ -31,17 +31,25 @@ void ReportListChange(const void* list, bool isOfAttributes) noexcept;
 
 }  // namespace detail
 
-/// An ordered, growable array of pointers to nodes. The list itself owns no node: the container whose `children` or
-/// `attributes` it is does, and deletes what the list holds when it dies. Whoever takes an entry out by `erase`,
-/// `pop_back` or `clear` owns that node from then on; whoever puts one in gives it away.
+/// An ordered, growable array of pointers to nodes, with the names of std::vector.
 ///
-/// Most entries: 1,073,741,823; std::length_error above, std::bad_alloc when memory runs out, and the list is then as
-/// it was. Threads: const calls together, otherwise one thread at a time. Reading a list of a parsed document through
-/// const references also keeps the document cheap to delete.
+///     for (const Attribute* attribute : element.attributes) Use(attribute->name, attribute->GetText());
+///     delete *list.begin();                // a node that is taken out is yours
+///     list.erase(list.begin());
+///
+/// Ownership: the list owns no node. The container whose `children` or `attributes` it is owns the nodes and deletes
+/// them in its destructor. A node that you remove with `erase`, `pop_back` or `clear` is yours from then on; a node
+/// that you add belongs to the container.
+///
+/// Errors: a list has at most 1,073,741,823 entries; std::length_error above that, std::bad_alloc if memory runs out;
+/// the list is then unchanged. Indexes and positions are not checked, except by `at`.
+///
+/// Threads: const calls on any number of threads at once, other calls one thread at a time. Reading a list of a parsed
+/// document through const references also keeps the document cheap to delete.
 template <class T>
 class NodeList {
 public:
-    /// As in the standard containers. Iterators are pointers; every change of the list makes them invalid.
+    /// As in the standard containers. Iterators are pointers; every change of the list invalidates them.
     ///@{
     using value_type = T*;
     using iterator = T**;
@@ -50,17 +58,17 @@ public:
 
     /// An empty list.
     NodeList() noexcept : one_(nullptr) {}
-    /// The same entries: both lists then hold the same nodes, which only one container may go on to own.
+    /// The same entries. Both lists then hold the same nodes, but only one container may own them.
     NodeList(const NodeList& other) : NodeList() { CopyFrom(other); }
-    /// Takes the entries and leaves the other list empty. May allocate, as entries that live in the memory of a parsed
-    /// document are copied out of it.
+    /// Takes the entries and leaves the other list empty. May allocate and throw, because entries in the memory of a
+    /// parsed document are copied out of it.
     NodeList(NodeList&& other)  // NOLINT(performance-noexcept-move-constructor): see above
         : NodeList() {
         MoveFrom(other);
     }
     ~NodeList() { Free(); }
 
-    /// As construction; the entries that were there are forgotten, not deleted.
+    /// As construction. The previous entries are dropped without deleting their nodes.
     ///@{
     NodeList& operator=(const NodeList& other) {
         if (this == &other) return *this;
@@ -77,13 +85,13 @@ public:
     }
     ///@}
 
-    /// How many entries there are, and whether there are none.
+    /// The number of entries; whether there are none.
     ///@{
     std::size_t size() const noexcept { return size_; }
     bool empty() const noexcept { return size_ == 0; }
     ///@}
 
-    /// The entries in order.
+    /// The entries in order. The non-const forms count as a change of the tree.
     ///@{
     iterator begin() noexcept {
         NoteChange();
@@ -94,42 +102,44 @@ public:
     const_iterator end() const noexcept { return begin() + size_; }
     ///@}
 
-    /// The entry of that index, which must be less than size().
+    /// The entry at that index, which must be less than size(). The non-const form counts as a change of the tree.
     ///@{
     T*& operator[](std::size_t index) noexcept { return begin()[index]; }
     T* operator[](std::size_t index) const noexcept { return begin()[index]; }
     ///@}
-    /// As [], but throws std::out_of_range when there is no such entry.
+    /// Like [], but throws std::out_of_range if there is no such entry.
     T* at(std::size_t index) const {
         if (index >= size_) throw std::out_of_range("NodeList::at");
         return begin()[index];
     }
-    /// The first and the last entry of a list that has any.
+    /// The first and the last entry. The list must not be empty.
     ///@{
     T* front() const noexcept { return *begin(); }
     T* back() const noexcept { return begin()[size_ - 1]; }
     ///@}
 
-    /// Adds an entry at the end.
+    /// Adds an entry at the end, in amortised constant time. Unlike NodeContainer::AppendChild it accepts any pointer
+    /// and does not touch `pendingText`.
     void push_back(T* node) {
         NoteChange();
         if (size_ == Capacity()) Reallocate(NextCapacity());
         Entries()[size_++] = node;
     }
-    /// Takes the last entry out; the list must have one.
+    /// Removes the last entry without deleting the node. The list must not be empty.
     void pop_back() noexcept {
         NoteChange();
         --size_;
     }
-    /// Adds an entry before `position`; returns where it is now.
+    /// Adds an entry before `position` and returns its position. The entries after it are moved.
     iterator insert(const_iterator position, T* node) {
         const std::ptrdiff_t index = position - Entries();
         push_back(node);
         std::rotate(begin() + index, end() - 1, end());
         return begin() + index;
     }
-    /// Takes out the entry at `position`, which must be one; returns where the next one is now. Costs a move of all
-    /// that stands after it, but from either end nothing: a list may be emptied one by one.
+    /// Removes the entry at `position`, which must not be end(), without deleting the node; returns the position of the
+    /// next one. The entries after it are moved, except when the first one is removed: a list may be emptied one by one
+    /// from either end.
     iterator erase(const_iterator position) noexcept {
         NoteChange();
         if (position == begin() && size_ > 1) return EraseFirst();
@@ -138,12 +148,12 @@ public:
         --size_;
         return hole;
     }
-    /// Makes room for that many entries in all, so that adding them cannot fail.
+    /// Makes room for `count` entries in total, so that adding up to that number cannot fail.
     void reserve(std::size_t count) {
         NoteChange();
         if (count > Capacity()) Reallocate(count);
     }
-    /// Empties the list and gives its memory back. Deletes no node.
+    /// Empties the list and frees its memory. Deletes no node.
     void clear() noexcept {
         NoteChange();
         Free();

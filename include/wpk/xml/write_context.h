@@ -1,5 +1,5 @@
 /// @file
-/// How and where a tree is written.
+/// How a tree is written, and where to.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_WRITE_CONTEXT_H
 #define WPK_XML_WRITE_CONTEXT_H
@@ -9,30 +9,32 @@
 
 namespace AdvXMLParser {
 
-/// Flag of WriteContext: one line, every text exactly as stored, no indentation.
+/// A flag of WriteContext: everything on one line, without indentation, the white space of every text as stored. (The
+/// five special characters still become words.)
 constexpr std::uint32_t WRITE_VERBATIM = 1;
 
-/// The state that is handed down a tree while it is written. Set `output`, leave the rest as it is for the usual layout
-/// (one block a line, two spaces a level), and pass it to Node::Write:
+/// The settings and the state of writing a tree. Set `output`, leave the rest unchanged for the usual layout (one block
+/// per line, two spaces per level), and pass it to Node::Write:
 ///
 ///     std::string body;
 ///     WriteContext context;
 ///     context.output = &body;
 ///     document.Write(context);
 ///
-/// Use a fresh context for every document: the fields below `output` keep where the last one ended.
+/// Use a fresh context for every document: the fields after `output` keep the state in which the last write ended. One
+/// thread at a time.
 struct WriteContext {
-    /// 0 or WRITE_VERBATIM; other bits mean nothing.
+    /// 0 or WRITE_VERBATIM; other bits are ignored.
     std::uint32_t flags = 0;
-    /// What is written once per level at the start of a line; zero-terminated. Null counts as empty.
+    /// Written once per level at the start of a line; zero-terminated. Null counts as empty. Not owned.
     const char* indent = "  ";
-    /// Where the bytes go: they are appended, what is there stays. Not owned. While it is null nothing is written.
+    /// The bytes are appended to this string. Not owned. If it is null, nothing is written.
     std::string* output = nullptr;
-    /// The level of the block that is being written; 0 outside of all.
+    /// The level of the block that is being written; 0 outside all blocks.
     std::int32_t depth = 0;
-    /// The last node that was finished was a block: an element, comment, processing instruction or CDATA section.
+    /// Whether the last finished node was a block: an element, comment, processing instruction or CDATA section.
     bool afterBlock = false;
-    /// A line feed has just been written and nothing since.
+    /// Whether a line feed has just been written and nothing since.
     bool atLineStart = false;
 };
 

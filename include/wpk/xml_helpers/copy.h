@@ -1,5 +1,5 @@
 /// @file
-/// Copies of nodes with everything that belongs to them.
+/// Complete copies of nodes.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_COPY_H
 #define WPK_XML_HELPERS_COPY_H
@@ -58,13 +58,13 @@ inline void CompleteClone(const Node& from, Node& to) {
 
 }  // namespace detail
 
-/// A copy of the node and of everything below it, attributes, preserveSpace and a document's declaration and root
-/// included, which Clone leaves out. It stands in no parent. Null when there is no such node.
+/// A copy of the node and of everything below it, including what Clone omits: attributes, preserveSpace, and a
+/// document's declaration and root. It belongs to no container. Null if `node` is null or a null node.
 ///
 ///     const std::unique_ptr<Document> draft = Copy(order.get());
 ///     const std::unique_ptr<Element> kept = Copy(&order->root->FindElement("item")->AsElement());
 ///
-/// Throws InvalidRefException where the name of an EntityRef has been changed to one that does not exist.
+/// Throws InvalidRefException if the name of an EntityRef was changed to an unknown one.
 template <class T>
 std::unique_ptr<T> Copy(const T* node) {
     if (IsNull(node)) return nullptr;
@@ -73,8 +73,10 @@ std::unique_ptr<T> Copy(const T* node) {
     return copy;
 }
 
-/// Adds a copy of the element where Add adds one, in the same tree or in another, and returns it. The null element, and
-/// nothing is done, when there is no such place or no element.
+/// Adds a copy of `element` to `parent` as Add does, in the same tree or in another, and returns the copy. Does nothing
+/// and returns the null element if `parent` cannot take an element or `element` is none.
+///
+///     AddCopy(archive->root, order->root->FindElement("item"));
 inline Element* AddCopy(Node* parent, const Node* element) {
     NodeContainer* const place = detail::PlaceForElement(parent);
     if (!place || IsNull(element) || IsNull(element->AsElement())) return &AdvXMLParser::NullElement();

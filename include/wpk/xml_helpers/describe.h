@@ -15,7 +15,7 @@ namespace wpk {
 namespace xml {
 namespace detail {
 
-/// The input without the three bytes with which some editors mark UTF-8.
+/// The input without the byte order mark that some editors put before UTF-8.
 inline std::string_view WithoutMark(std::string_view bytes) noexcept {
     return bytes.substr(0, 3) == "\xEF\xBB\xBF" ? bytes.substr(3) : bytes;
 }
@@ -35,7 +35,7 @@ inline std::string_view LineOf(std::string_view bytes, unsigned number) noexcept
     return bytes.substr(0, bytes.find_first_of("\r\n"));
 }
 
-/// Whether the byte is inside a UTF-8 character and takes no place of its own on the screen.
+/// Whether the byte continues a UTF-8 character and takes no place on the screen.
 inline bool IsContinuation(char c) noexcept {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
@@ -64,8 +64,9 @@ inline std::string Excerpt(std::string_view bytes, const ParsingException& fault
 
 }  // namespace detail
 
-/// What the code of a ParsingException means, in words; lives as long as the process. The two that the parser never
-/// gives, 14 and 42, have theirs as well.
+/// The meaning of a ParsingException's code in words, for a message; the text lives as long as the process. The two
+/// codes that the parser never uses, 14 and 42, have a text as well, and so has any other number. Any thread; never
+/// fails.
 inline const char* ParsingErrorText(unsigned code) noexcept {
     switch (code) {
         case AdvXMLParser::kUnexpectedEnd:
@@ -160,15 +161,15 @@ inline const char* ParsingErrorText(unsigned code) noexcept {
     }
 }
 
-/// The fault's place and one sentence on it; and, when the document's bytes are given, the line of the fault with a
-/// caret under the last byte that was read:
+/// The place of the fault and what is wrong; if the document's bytes are given, also the line of the fault with a caret
+/// under the last byte that was read:
 ///
 ///     line 2, column 8: the end tag is not that of the open element
 ///       </item>
 ///            ^
 ///
-/// Columns are counted as an editor does, from 1 on every line, in bytes (ParsingException::column counts one more on
-/// the first). Bytes that a terminal might act on are shown as question marks.
+/// Columns are counted in bytes, from 1 on every line, as editors do (ParsingException::column counts one more on the
+/// first line). Control characters, which a terminal might act on, are shown as question marks.
 inline std::string Describe(const ParsingException& fault, std::string_view document = {}) {
     const std::size_t column = (std::max<std::size_t>)(1, detail::BytesRead(fault));
     std::string text = "line " + std::to_string(fault.line) + ", column " + std::to_string(column) + ": " +

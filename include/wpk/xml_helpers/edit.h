@@ -1,5 +1,5 @@
 /// @file
-/// Changing a tree: texts that arrive as they are, attributes, elements added and removed.
+/// Changing a tree: texts that arrive unchanged, attributes, adding and removing elements.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_EDIT_H
 #define WPK_XML_HELPERS_EDIT_H
@@ -49,7 +49,7 @@ inline void CheckCharacters(std::string_view text) {
     }
 }
 
-/// The entity that has to stand for the character; null when it may stand for itself.
+/// The entity that must replace the character; null if the character may be written itself.
 inline const char* EntityOf(char c) noexcept {
     switch (c) {
         case '<':
@@ -67,8 +67,8 @@ inline const char* EntityOf(char c) noexcept {
     }
 }
 
-/// Whether the writer or the parser would make something else of it: white space is collapsed, a carriage return read
-/// as a line feed.
+/// Whether the writer or the parser would change it: white space is collapsed, a carriage return is read as a line
+/// feed.
 inline bool NeedsCharRef(std::string_view text, std::size_t at, std::size_t runStart) noexcept {
     const char c = text[at];
     return c == '\t' || c == '\n' || c == '\r' || (c == ' ' && at > runStart && text[at - 1] == ' ');
@@ -105,7 +105,7 @@ inline void TakePieces(NodeContainer& parent, Attribute& pieces) {
     parent.pendingText = nullptr;
 }
 
-/// Puts the pieces into the place of what `parent` holds. Nothing is allocated: their list was made by hand.
+/// Replaces the content of `parent` by the pieces. Nothing is allocated: their list exists already.
 inline void ReplaceByPieces(NodeContainer& parent, Attribute& pieces) {
     parent.DeleteChildren();
     parent.children = std::move(pieces.children);
@@ -123,7 +123,7 @@ inline Document* AsDocument(NodeContainer& container) noexcept {
     return container.IsType(AdvXMLParser::DOCUMENT_NODE) ? static_cast<Document*>(&container) : nullptr;
 }
 
-/// The container that takes one more element: an element, or a document without a root. Null when it is none.
+/// The container that can take one more element: an element, or a document without a root. Null if there is none.
 inline NodeContainer* PlaceForElement(Node* parent) noexcept {
     if (IsNull(parent)) return nullptr;
     NodeContainer& container = parent->AsContainer();
@@ -143,7 +143,7 @@ inline bool IsBlankText(const Node& node) {
     return node.IsType(AdvXMLParser::TEXT_NODE) && Trimmed(node.GetNodeValue()).empty();
 }
 
-/// Whether the texts in it only lay its elements out: there are some, and nothing else is written between them.
+/// Whether the texts in it are only layout: it has elements, and there is nothing else between them.
 inline bool HoldsLayoutOnly(const NodeContainer& container) {
     bool hasElement = false;
     for (const Node* const child : container.children) {
@@ -168,7 +168,7 @@ inline void RemoveBlankTexts(NodeContainer& container) {
     while (container.children.end() != kept) container.children.pop_back();
 }
 
-/// Takes the node out of the list; false when it is not in it. From the end, where what was added last stands.
+/// Removes the node from the list; false if it is not there. Searches from the end, where the last added node is.
 template <class List>
 bool TakeOut(List& list, const Node* node) noexcept {
     for (auto entry = list.end(); entry != list.begin();) {
@@ -181,13 +181,17 @@ bool TakeOut(List& list, const Node* node) noexcept {
 
 }  // namespace detail
 
-/// Adds a text, or another value as TextOr reads it, to an element or to an attribute's value so that it arrives as it
-/// stands here. The five characters < > & ' " become references; so do tabs, line breaks, and blanks that
-/// follow a blank, of which the writer would otherwise make one blank. (An element's GetText makes one blank of them
-/// all the same, unless its preserveSpace is set.) A null pointer to characters is an empty text.
+/// Adds a text, or another value that TextOr can read, to an element or to an attribute's value so that it arrives
+/// unchanged:
 ///
-/// False, and nothing is done, when there is no such node. Throws std::invalid_argument for a control character, below
-/// 0x20, other than these: no document can hold it.
+///     AppendEscaped(remark, "Tom & Jerry <3");        // written as Tom &amp; Jerry &lt;3
+///
+/// The five characters < > & ' " become references. So do tabs, line breaks, and blanks after a blank, which the writer
+/// would otherwise collapse into one blank. (An element's GetText still collapses them unless its preserveSpace is
+/// set.) A null pointer to characters is an empty text.
+///
+/// Returns false and does nothing if there is no such node. Throws std::invalid_argument for any other control
+/// character (below 0x20): no document can contain it.
 template <class T>
 bool AppendEscaped(Node* node, const T& value) {
     const detail::Written written(value);
@@ -200,8 +204,11 @@ bool AppendEscaped(Node* node, const T& value) {
     return true;
 }
 
-/// Replaces everything inside an element, or an attribute's value, by a value as AppendEscaped adds it; the value may
-/// come from what is replaced. False, and nothing is done, when there is no such node.
+/// Replaces everything inside an element, or an attribute's value, by a value, in the way of AppendEscaped. The value
+/// may be a view of what is replaced. Returns false and does nothing if there is no such node; throws as AppendEscaped
+/// does.
+///
+///     SetText(order->root->GetOrCreateElement("total"), 10.25);
 template <class T>
 bool SetText(Node* node, const T& value) {
     const detail::Written written(value);
@@ -214,9 +221,11 @@ bool SetText(Node* node, const T& value) {
     return true;
 }
 
-/// Gives the element's first attribute of that name a value, as SetText does, or adds one. An attribute xml:space sets
-/// the element's preserveSpace, as it does for the parser. False, and nothing is done, when there is no such element.
-/// Throws std::invalid_argument for a name that no attribute can have.
+/// Sets the element's first attribute of that name, as SetText does, or adds one. An attribute xml:space also sets the
+/// element's preserveSpace, as the parser does. Returns false and does nothing if there is no such element. Throws
+/// std::invalid_argument for a name that no attribute can have, and as AppendEscaped does.
+///
+///     SetAttribute(item, "price", 12.5);
 template <class T>
 bool SetAttribute(Node* element, std::string_view name, const T& value) {
     detail::CheckName(name);
@@ -236,9 +245,11 @@ bool SetAttribute(Node* element, std::string_view name, const T& value) {
     return true;
 }
 
-/// Adds an empty element at the end of an element; or to a document that has no root yet, as its root. Returns it; the
-/// null element, and nothing is done, when there is nothing that an element can be added to. Throws
-/// std::invalid_argument for a name that no element can have.
+/// Adds an empty element at the end of an element, or as the root of a document that has none yet, and returns it. Does
+/// nothing and returns the null element if `parent` is neither. Throws std::invalid_argument for a name that no element
+/// can have.
+///
+///     SetAttribute(Add(order->root, "item"), "id", 4711);
 inline Element* Add(Node* parent, std::string_view name) {
     detail::CheckName(name);
     NodeContainer* const place = detail::PlaceForElement(parent);
@@ -246,7 +257,7 @@ inline Element* Add(Node* parent, std::string_view name) {
     return detail::AppendElement(*place, std::make_unique<Element>(place, name));
 }
 
-/// The same with a value inside it, as SetText writes it.
+/// The same with a value inside the new element, as by SetText.
 template <class T>
 Element* Add(Node* parent, std::string_view name, const T& value) {
     detail::CheckName(name);
@@ -258,8 +269,10 @@ Element* Add(Node* parent, std::string_view name, const T& value) {
     return detail::AppendElement(*place, std::move(element));
 }
 
-/// Takes a node out of its parent (an element's child or attribute, a document's child, its root too) and deletes it
-/// with everything below it. False, and nothing is done, for a node that stands in no parent.
+/// Removes a node from its parent (an element's child or attribute; a document's child, including its root) and deletes
+/// it with everything below it. Returns false and does nothing if the node has no parent.
+///
+///     Remove(order->root->FindElement("remark"));
 inline bool Remove(Node* node) noexcept {
     if (IsNull(node) || IsNull(node->parent)) return false;
     NodeContainer& parent = *node->parent;
@@ -271,9 +284,10 @@ inline bool Remove(Node* node) noexcept {
     return true;
 }
 
-/// Takes out the white space between the elements below the node, so that ToString and Save lay it out anew: what a
-/// document has been laid out with would be written beside the new layout. Only where nothing else stands between them,
-/// and not in an element with preserveSpace. If memory runs out, some of it is still there.
+/// Removes the white space between the elements below the node, so that ToString and Save can apply a new layout; the
+/// old layout of a parsed document would otherwise be written in addition to the new one. White space is removed only
+/// where nothing else is between the elements, and not in an element with preserveSpace. If memory runs out, some of it
+/// remains.
 inline void RemoveLayout(Node* node) {
     if (IsNull(node)) return;
     std::vector<NodeContainer*> open{&node->AsContainer()};

@@ -56,8 +56,9 @@ inline std::string ReadFile(const std::filesystem::path& file) {
 
 }  // namespace detail
 
-/// What Write makes of the node: with flags 0 laid out, one block a line; with WRITE_VERBATIM on one line, each text as
-/// it is stored. A document begins with its declaration; no line feed stands at the beginning or the end.
+/// The node's XML text, as by Write. With flags 0 it has one block per line; with WRITE_VERBATIM it is on one line,
+/// with the white space of each text as stored. A document begins with its declaration. There is no line feed at the
+/// beginning or the end.
 inline std::string ToString(const Node& node, std::uint32_t flags = 0) {
     std::string text;
     AdvXMLParser::WriteContext context;
@@ -68,16 +69,17 @@ inline std::string ToString(const Node& node, std::uint32_t flags = 0) {
     return text;
 }
 
-/// Reads a document from a file, as Parse does. Any path goes, wide characters too. Throws DocumentError, and
-/// std::system_error where the file cannot be read or has 2 GiB or more; what() of both begins with or names the file.
+/// Reads a document from a file, as Parse does. The path may be of any type that std::filesystem::path accepts, wide
+/// characters included. Throws DocumentError, and std::system_error if the file cannot be read or has 2 GiB or more;
+/// what() of both names the file.
 inline std::unique_ptr<Document> Load(const std::filesystem::path& file) {
     return detail::ParseNamed(detail::ReadFile(file), detail::NameOf(file));
 }
 
-/// Writes a document to a file, as ToString makes it, over what is there. A document that was loaded has the
-/// layout of its file in its texts: write it with WRITE_VERBATIM, or take that out before with RemoveLayout.
+/// Writes a document to a file, as by ToString, replacing the file's content. A loaded document contains the layout of
+/// its file in its texts: save it with WRITE_VERBATIM, or remove that layout first with RemoveLayout.
 ///
-/// Throws std::system_error, which names the file; it is then as it was when it could not be opened, and otherwise
+/// Throws std::system_error, which names the file. If the file could not be opened it is unchanged, otherwise it is
 /// partly written.
 inline void Save(const Document& document, const std::filesystem::path& file, std::uint32_t flags = 0) {
     const std::string text = ToString(document, flags);

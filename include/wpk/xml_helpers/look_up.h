@@ -15,7 +15,8 @@
 namespace wpk {
 namespace xml {
 
-/// The element's first attribute of that name; the null attribute when there is none. Never null. Never fails.
+/// The element's first attribute of that name, compared byte for byte; the null attribute if there is none. Never null.
+/// Never fails.
 inline Attribute* FindAttribute(const Node* element, std::string_view name) noexcept {
     if (!IsNull(element)) {
         for (Attribute* const attribute : element->AsElement().attributes) {
@@ -25,33 +26,36 @@ inline Attribute* FindAttribute(const Node* element, std::string_view name) noex
     return &AdvXMLParser::NullAttribute();
 }
 
-/// The node's text (GetText) as a value of the fallback's type; the fallback when there is no such node, or when its
-/// text is no such value. A text that is not a number, a bool or a char comes as a std::string: an empty element gives
-/// an empty one.
+/// The node's text (GetText) as a value of the fallback's type; the fallback if there is no such node or its text is
+/// not such a value. If the fallback is a text, the result is a std::string: the text of the node, empty for an empty
+/// element.
 ///
 ///     const double price = TextOr(item->FindElement("price"), 0.0);
 ///     const std::string name = TextOr(item->FindElement("name"), "nobody");
 ///
-/// Numbers are decimal, with a dot, in whatever locale; what does not fit into the type is no such value. A bool is
-/// true, false, 1 or 0. White space around either counts for nothing. A char is a text of one byte.
-/// A long double has the precision of the standard library's std::from_chars, which with mingw-w64 is a double's.
+/// Numbers are decimal, with a dot, independent of the locale; a number that does not fit into the type is not a value.
+/// A bool is true, false, 1 or 0. White space around both is ignored. A char is a text of one byte. A long double has
+/// the precision of the standard library's std::from_chars, which with mingw-w64 is that of a double.
 template <class T>
 typename detail::Read<T>::Type TextOr(const Node* node, const T& fallback) {
     if (IsNull(node)) return detail::Fallback(fallback);
     return detail::ValueOr(node->GetText(), fallback);
 }
 
-/// The attribute's text as a value, in the same way.
+/// The value of the element's first attribute of that name, in the same way:
+///
+///     for (Element* item : Children(order->root, "item")) Use(AttributeOr(item, "id", 0));
 template <class T>
 typename detail::Read<T>::Type AttributeOr(const Node* element, std::string_view name, const T& fallback) {
     return TextOr(FindAttribute(element, name), fallback);
 }
 
-/// The child elements of a container, or those of one name; made by Children. It holds a name of its own and needs the
-/// container. While a loop runs, the element that it stands on may be removed, and others may be appended.
+/// The child elements of a container, or those with one name; made by Children. It keeps a copy of the name and refers
+/// to the container, which must outlive it. During a loop, the current element may be removed, and others may be
+/// appended.
 class ChildRange {
 public:
-    /// Goes from one child to the next. It needs the range.
+    /// Goes from one child to the next. The range must outlive it.
     class Iterator {
     public:
         /// As in the standard containers; one way only.
@@ -64,7 +68,7 @@ public:
         Element* operator*() const noexcept { return current_; }
         Iterator& operator++() noexcept {
             const auto& children = range_->parent_->children;
-            // It is elsewhere when it has been removed: then the next one stands in its place.
+            // If the current element was removed, the next one is in its place already.
             if (position_ < children.size() && children[position_] == current_) ++position_;
             Find();
             return *this;
@@ -123,7 +127,7 @@ private:
     bool hasName_ = false;
 };
 
-/// The child elements of that name, in document order; or all of them. None where there is no such parent.
+/// The child elements with that name, or all child elements, in document order. None if there is no such parent.
 ///
 ///     for (Element* item : Children(order->root, "item")) total += TextOr(item->FindElement("price"), 0.0);
 ///@{

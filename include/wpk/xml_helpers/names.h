@@ -1,5 +1,5 @@
 /// @file
-/// The classes of xml.h that the helpers speak of, by their names alone.
+/// The classes of xml.h that the helpers use, under their own names.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_NAMES_H
 #define WPK_XML_HELPERS_NAMES_H
@@ -13,7 +13,7 @@
 /// The C++ layers on WPK.
 namespace wpk {
 
-/// Helpers for the documents of xml.h. (Its class Text is left out, for the layer of client.h has one of its own.)
+/// Helpers for the documents of xml.h. Only the classes that their users need by name are included.
 namespace xml {
 
 using AdvXMLParser::Attribute;

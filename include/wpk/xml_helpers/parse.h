@@ -1,5 +1,5 @@
 /// @file
-/// From bytes to a document that is owned, with errors that can be shown.
+/// From bytes to an owned document, with errors that can be shown.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_PARSE_H
 #define WPK_XML_HELPERS_PARSE_H
@@ -18,10 +18,10 @@
 namespace wpk {
 namespace xml {
 
-/// A ParsingException that can be shown: what() is its place and a sentence, after the name of the file if it was one.
+/// A ParsingException that can be shown: what() gives its place and meaning, after the file's name if there is one.
 class DocumentError : public ParsingException {
 public:
-    /// The fault, the bytes in which it is, and their name; empty for none.
+    /// The fault, the bytes that contain it, and their name; an empty `source` is left out of what().
     DocumentError(const ParsingException& fault, std::string_view document, const std::string& source)
         : ParsingException(fault),
           excerpt(detail::Excerpt(document, fault)),
@@ -30,7 +30,7 @@ public:
     /// exception.
     const char* what() const noexcept override { return message_.c_str(); }
 
-    /// The line of the fault and, on a second line, a caret under the place; no line feed at the end.
+    /// The line of the fault and, on a second line, a caret under the place; without a line feed at the end.
     std::string excerpt;
 
 private:
@@ -110,21 +110,23 @@ inline std::size_t LengthOfUnread(std::string_view text) noexcept {
 
 }  // namespace detail
 
-/// Reads a whole document; a UTF-8 mark at its beginning is skipped. The bytes are not needed any more afterwards. As
-/// with Parser, a zero byte counts as the end. Throws DocumentError; std::length_error for 2 GiB or more.
+/// Reads a whole document; a UTF-8 byte order mark at its beginning is skipped. The bytes are not needed after the
+/// call. As with Parser, a zero byte counts as the end. The result is never null. Throws DocumentError;
+/// std::length_error for 2 GiB or more.
+///
+///     const std::unique_ptr<Document> reply = Parse("<reply><state>ok</state></reply>");
 inline std::unique_ptr<Document> Parse(std::string_view bytes) {
     return detail::ParseNamed(bytes, {});
 }
 
-/// A copy of a UTF-8 document in which the references to characters above 127, decimal or hexadecimal, are replaced by
-/// the characters themselves. The parser keeps the low eight bits of a reference, so call this first where the sender
-/// may write such:
+/// A copy of a UTF-8 document in which references to characters above 127, decimal or hexadecimal, are replaced by the
+/// characters themselves. The parser keeps only the low eight bits of a reference, so call this first if the sender may
+/// write such references:
 ///
 ///     const std::unique_ptr<Document> reply = Parse(ReferencesToUtf8(bytes));
 ///
-/// Comments, CDATA sections and processing instructions stay as they are, and so does every reference to what is no
-/// character: a surrogate, or a number above 10FFFF. The lines of errors stay the same; their columns are those of the
-/// copy.
+/// Comments, CDATA sections and processing instructions are not changed, and neither is a reference to a number that is
+/// not a character: a surrogate, or above 10FFFF. Line numbers of errors stay the same; columns are those of the copy.
 inline std::string ReferencesToUtf8(std::string_view document) {
     std::string bytes;
     bytes.reserve(document.size());

@@ -1,5 +1,5 @@
 /// @file
-/// Values as texts and back. Not for applications by itself: SetText, TextOr and the others use it.
+/// Conversion of values to texts and back. Not for direct use: SetText, TextOr and the others use it.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_XML_HELPERS_VALUES_H
 #define WPK_XML_HELPERS_VALUES_H

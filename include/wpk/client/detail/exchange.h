@@ -1,5 +1,5 @@
 /// @file
-/// One request from its sending to its outcome. Nothing here is for applications; Request is their handle to it.
+/// One request from sending to outcome. Not for applications, except OutcomeFunction; Request is their handle.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_DETAIL_EXCHANGE_H
 #define WPK_CLIENT_DETAIL_EXCHANGE_H
@@ -27,13 +27,14 @@
 namespace wpk {
 inline namespace client {
 
-/// Gets the outcome of one request: exactly once, on the thread that carries it.
+/// Gets the outcome of one request: called exactly once, on the request's thread, with no lock held. It may take its
+/// time, send and cancel. The outcome is valid during the call. An exception from it goes to Options::on_exception.
 using OutcomeFunction = std::function<void(const Outcome&)>;
 
 namespace detail {
 
-/// Whether a message of that size can travel: its length, that of the service's name and what the wire format puts
-/// around both (docs/wire_format.md) are told as one 32-bit number.
+/// Whether a message of that size can be sent: its length, that of the service's name and the framing of the wire
+/// format (docs/wire_format.md) are sent as one 32-bit number.
 constexpr bool FitsIntoRequest(std::size_t service, std::size_t body, bool behind_proxy) noexcept {
     constexpr std::size_t kLongest = 0xFFFFFFFF;
     const std::size_t around = behind_proxy ? 74 : 73;
@@ -51,21 +52,21 @@ struct Shared {
     decltype(Options::on_exception) on_exception;
     const std::unique_ptr<Timekeeper> timekeeper = std::make_unique<Timekeeper>();
 
-    /// From inside a handler.
+    /// Call it in a catch block.
     void TellException() const noexcept {
         if (!on_exception) return;
         try {
             on_exception(std::current_exception());
-        } catch (...) {  // There is nobody left to tell; Options says so.
+        } catch (...) {  // Nobody is left to report it to; Options says so.
         }
     }
 };
 
-/// Owned by the request itself until its outcome has been told, and by every handle to it.
+/// Owned by the request itself until its outcome has been delivered, and by every handle to it.
 ///
-/// The final callback may come before WPK_Send is back with the handle, and a cancel before either. What both sides
-/// look at is guarded by `mutex_`; everything else is written before WPK_Send and from then on belongs to the thread
-/// that carries the request. No function of the application is called, or destroyed, with the lock held.
+/// The final callback may run before WPK_Send has returned the handle, and a cancel may come before either. Data used
+/// by both sides is guarded by `mutex_`; everything else is written before WPK_Send and then used only by the request's
+/// thread. No function of the application is called or destroyed with the lock held.
 class Exchange {
 public:
     /// Throws std::system_error; the outcome function is then never called.
@@ -113,7 +114,7 @@ public:
         return !done_ && thread_ == CurrentThread();
     }
 
-    /// Meanwhile it tries again and again what the library has refused when there was no thread for it: a cancel.
+    /// While it waits, it repeats a cancel that the library has refused because there was no thread for it.
     void Wait() noexcept {
         constexpr std::chrono::milliseconds kNextTry{50};
         std::unique_lock<std::mutex> lock(mutex_);
@@ -145,11 +146,11 @@ private:
         }
     }
 
-    /// On the timekeeper's thread. False: the library has yet to be told.
+    /// On the timekeeper's thread. False: the library has not accepted the cancel yet.
     bool TimeIsUp() noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (!shared_) return true;
-        // Whoever has cancelled it before gets to hear that.
+        // A request that was cancelled earlier ends as cancelled, not as timed out.
         if (!cancel_wanted_) timed_out_ = true;
         WantCancel();
         return cancel_accepted_;
@@ -158,7 +159,7 @@ private:
     void TakeHandle(unsigned int handle) noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
         handle_ = handle;
-        // Somebody was quicker; unless the request has been quicker still.
+        // A cancel came before the handle. It is passed on unless the request has ended meanwhile.
         if (cancel_wanted_) WantCancel();
     }
 
@@ -166,20 +167,20 @@ private:
     void WantCancel() noexcept {
         cancel_wanted_ = true;
         PassCancelOn();
-        // Whoever waits for the end takes over what the library has refused.
+        // A waiting thread repeats a cancel that the library has refused.
         if (CancelIsDue()) changed_.notify_all();
     }
 
-    /// Whether the library has yet to be told of a cancel, and can be. With the lock held.
+    /// Whether a cancel has yet to be passed to the library, and can be. With the lock held.
     bool CancelIsDue() const noexcept { return cancel_wanted_ && !cancel_accepted_ && handle_ != 0 && shared_; }
 
-    /// With the lock held. Until the library accepts it, and then never again: a handle that has ended may be another
-    /// request's.
+    /// With the lock held. Repeated until the library accepts the cancel, and then never again: after the request has
+    /// ended, its handle may belong to another request.
     void PassCancelOn() noexcept {
         if (CancelIsDue()) cancel_accepted_ = shared_->functions.cancel(handle_) != 0;
     }
 
-    /// What the library has refused, if anything.
+    /// Repeats a cancel that the library has refused, if any.
     void CancelAgain() noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
         PassCancelOn();
@@ -263,7 +264,7 @@ private:
         changed_.notify_all();
     }
 
-    /// From here on there is nothing to cancel, and nobody changes `cancel_accepted_` and `timed_out_` any more.
+    /// From here on there is nothing to cancel, and `cancel_accepted_` and `timed_out_` no longer change.
     std::shared_ptr<const Shared> TakeShared() noexcept {
         const std::lock_guard<std::mutex> lock(mutex_);
         return std::move(shared_);

@@ -1,5 +1,5 @@
 /// @file
-/// The few system functions that the client layer calls, without <windows.h>. Nothing here is for applications.
+/// The few system functions that the client layer calls, without <windows.h>. Not for applications.
 // SPDX-License-Identifier: MIT
 //
 // They are declared here as <windows.h> declares them, so that header may be included before, after, or not at all.
@@ -31,8 +31,8 @@ inline unsigned long CurrentThread() noexcept {
     return GetCurrentThreadId();
 }
 
-/// Tells whether a thread has ended, and keeps its id from being given to another one. Neither copied nor moved; one
-/// thread at a time.
+/// Reports whether a thread has ended, and keeps the system from reusing its id. Neither copied nor moved; one thread
+/// at a time.
 class ThreadWatch {
 public:
     ThreadWatch() = default;
@@ -48,7 +48,7 @@ public:
         thread_ = OpenThread(kSynchronize, /*inherit=*/0, GetCurrentThreadId());
     }
 
-    /// A thread that the system does not let us watch counts as running for ever.
+    /// A thread that the system does not let us watch counts as never ending.
     bool Ended() const noexcept { return thread_ && WaitForSingleObject(thread_, /*milliseconds=*/0) == 0; }
 
 private:
@@ -60,8 +60,8 @@ private:
 inline bool WideToAnsi(std::wstring_view wide, std::string& bytes) {
     bytes.clear();
     if (wide.empty()) return true;
-    // The system refuses the question after substitutes, and the wish for none, where the code page is UTF-8, which has
-    // every character; it has another flag there, for surrogates without their other half.
+    // If the code page is UTF-8, which has every character, the system rejects both the flag against best-fit
+    // characters and the pointer that reports substitutes; it has another flag for unpaired surrogates there.
     constexpr unsigned int kUtf8 = 65001;
     constexpr unsigned long kErrorOnInvalidCharacters = 0x80;
     constexpr unsigned long kNoBestFit = 0x400;

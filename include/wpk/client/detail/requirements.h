@@ -1,5 +1,5 @@
 /// @file
-/// What the client layer needs of a compiler; without it, one line that says so instead of hundreds of errors.
+/// What the client layer requires of a compiler; if that is missing, one line says so instead of hundreds of errors.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_DETAIL_REQUIREMENTS_H
 #define WPK_CLIENT_DETAIL_REQUIREMENTS_H
@@ -10,13 +10,13 @@
 #include "what is missing stands in the line above"
 #endif
 
-// The tests define WPK_PLATFORM_STAND_IN, where other functions take the place of the system's.
+// The tests define WPK_PLATFORM_STAND_IN where they replace the system's functions.
 #if !defined(_WIN64) && !defined(WPK_PLATFORM_STAND_IN)
 #error "wpk/client.h is for 64-bit Windows, as wpk.dll is"
 #include "what is missing stands in the line above"
 #endif
 
-#include <cstddef>  // brings the macros of the standard library along
+#include <cstddef>  // for the macros of the standard library
 
 #if defined(__GLIBCXX__) && !defined(_GLIBCXX_HAS_GTHREADS)
 #error "wpk/client.h needs a standard library with threads: use the POSIX threads variant of mingw-w64 (g++-posix)"

@@ -1,5 +1,5 @@
 /// @file
-/// Keeps the time limits of requests. Nothing here is for applications.
+/// Watches the time limits of requests. Not for applications.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_CLIENT_DETAIL_TIMEKEEPER_H
 #define WPK_CLIENT_DETAIL_TIMEKEEPER_H
@@ -20,34 +20,34 @@ inline namespace client {
 namespace detail {
 
 /// One thread for all time limits of a Client's requests. The first limit starts it; it ends with this object, which
-/// must outlive the limits. Any thread may make and destroy limits, and the last owner of this object may be any thread
-/// but its own.
+/// must outlive the limits. Any thread may create and destroy limits. Any thread but the watching one may destroy this
+/// object.
 class Timekeeper {
     using Clock = std::chrono::steady_clock;
 
 public:
-    /// Called on the timekeeper's thread, with its lock held: it must not make or destroy a limit. False: not done yet,
-    /// to be called again soon. It must not throw.
+    /// Called on the timekeeper's thread, with its lock held: it must not create or destroy a limit, and must not
+    /// throw. If it returns false, it is called again soon.
     using TimeUp = std::function<bool()>;
 
     /// A time limit, from its construction to its destruction.
     class Limit {
     public:
-        /// `time` is counted from now; one below zero is over at once. Throws when there is no thread or memory for it.
+        /// `time` counts from now; a negative one is reached at once. Throws if there is no thread or memory for it.
         Limit(Timekeeper& keeper, std::chrono::milliseconds time, TimeUp time_up)
             : keeper_(keeper), time_up_(std::move(time_up)), due_(After(time)) {
             keeper_.Add(*this);
         }
         Limit(const Limit&) = delete;
         Limit& operator=(const Limit&) = delete;
-        /// When it is back, the function is not running and is not called any more.
+        /// After it has returned, the function is neither running nor called again.
         ~Limit() { keeper_.Remove(*this); }
 
     private:
         friend class Timekeeper;
 
         static Clock::time_point After(std::chrono::milliseconds time) {
-            // A clock that counts nanoseconds in 64 bits has no more than three centuries.
+            // A clock that counts nanoseconds in 64 bits covers less than three centuries.
             constexpr std::chrono::hours kCentury{24 * 365 * 100};
             return Clock::now() +
                    std::clamp<std::chrono::milliseconds>(time, std::chrono::milliseconds::zero(), kCentury);
@@ -92,7 +92,7 @@ private:
             if (limits_.empty()) {
                 changed_.wait(lock);
             } else if (const auto left = limits_.begin()->first - Clock::now(); left > Clock::duration::zero()) {
-                // Standard libraries add what is left to other clocks, which may not reach as far.
+                // Standard libraries convert the time left to other clocks, which may cover less.
                 constexpr std::chrono::hours kLongestWait{1};
                 changed_.wait_for(lock, std::min<Clock::duration>(left, kLongestWait));
             } else {
