@@ -12,7 +12,7 @@ namespace {
 
 using rig::Answer;
 using rig::Peer;
-using rig::Reply;
+using rig::RawReply;
 
 constexpr WPK_ERROR kCoded[] = {WPK_ERROR_BAD_REQUEST, WPK_ERROR_NO_NETWORK,       WPK_ERROR_CONNECT,
                                 WPK_ERROR_CANCELLED,   WPK_ERROR_BAD_VERSION,      WPK_ERROR_NO_SERVICE,
