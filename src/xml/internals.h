@@ -47,6 +47,9 @@ struct Internals {
         return node.seat_.offset == 0 ? nullptr : reinterpret_cast<const Pool::Chunk*>(node.seat_.Chunk());
     }
 
+    /// Whether a string holds its bytes in place: sixteen can be read from there.
+    static bool IsNear(const ByteString& bytes) noexcept { return bytes.IsNear(); }
+
     /// Whether a text or an element in a pool has got any of its memory from elsewhere.
     static bool HasHeapMemory(const Text& text) noexcept { return text.name.IsHeap() || text.text.IsHeap(); }
     static bool HasHeapMemory(const Element& element) noexcept {
