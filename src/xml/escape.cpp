@@ -86,7 +86,7 @@ private:
         return at;
     }
 
-    /// Writes the replacement for the character at `copied`; returns the position after it in the text.
+    /// Puts what stands for the character that stops a block at `copied`, and gives the place behind it in the text.
     const char* PutStop(const char* at, const char* end, char* to, unsigned copied) noexcept {
         const char* const stop = at + copied;
         if (!IsWhite(*stop)) {
