@@ -10,11 +10,11 @@
 #include <wpk/error_text.h>
 #include <wpk/wpk.h>
 
-/* What the callback tells the main thread. */
+/* What the callback reports to the main thread. */
 typedef struct Outcome {
     HANDLE ended;
-    int error;       /* a WPK_ERROR; 0: the reply has come */
-    int not_written; /* the reply has come, but could not be written */
+    int error;       /* a WPK_ERROR; 0: the reply has arrived */
+    int not_written; /* the reply has arrived, but could not be written */
 } Outcome;
 
 static const char USAGE[] =
@@ -25,20 +25,20 @@ static const char USAGE[] =
 
 static const char SHORTAGE[] = "the system is short of threads or memory; close some programs, then try again";
 
-/* The port that the text says; 0 when it says none. */
+/* The port number in the text; 0 if there is none. */
 static unsigned int PortOf(const char* text) {
     char* end;
     const long port = strtol(text, &end, 10);
     return end != text && *end == '\0' && port >= 1 && port <= 65535 ? (unsigned int)port : 0;
 }
 
-/* Whether all of it has arrived. Most of what can go wrong shows only when the buffers are emptied. */
+/* Whether everything was written. Most errors occur only when the buffers are flushed. */
 static int WriteOut(const void* data, size_t length) {
     if (length > 0 && fwrite(data, 1, length, stdout) != length) return 0;
     return fflush(stdout) == 0;
 }
 
-/* Called on a thread of the library's. The reply's bytes are there only during the call. */
+/* Called on one of the library's threads. The reply's bytes are valid only during the call. */
 static void OnNotification(WPK_CALLBACKSTRUCT* notification) {
     Outcome* outcome = (Outcome*)notification->lpUserData;
     switch (notification->nReason) {
@@ -51,7 +51,7 @@ static void OnNotification(WPK_CALLBACKSTRUCT* notification) {
             SetEvent(outcome->ended);
             break;
         default:
-            /* Progress and connection states; a question for proxy credentials that is not answered is declined. */
+            /* Progress and connection states; an unanswered request for proxy credentials is declined. */
             break;
     }
 }
@@ -66,8 +66,8 @@ static int Initialise(Outcome* outcome) {
 }
 
 int main(int argc, char** argv) {
-    /* The library reads the record until the callback has returned, which may be after the event: so it is static.
-     * Static records are zero, as C programs have to make them; in C++ the constructor does it. */
+    /* The callback may still be running when the event is set, so what it uses is static. Static records are also
+     * zeroed, which the library requires; in C++ the constructor does it. */
     static WPK_SENDSTRUCT message;
     static Outcome outcome;
     const unsigned int port = argc == 5 ? PortOf(argv[2]) : 0;
@@ -85,7 +85,7 @@ int main(int argc, char** argv) {
                 USAGE);
         return 2;
     }
-    /* No byte of the reply is to be changed on its way out. */
+    /* The bytes of the reply must be written unchanged. */
     _setmode(_fileno(stdout), _O_BINARY);
     outcome.ended = CreateEventA(/*lpEventAttributes=*/NULL, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
                                  /*lpName=*/NULL);

@@ -1,4 +1,4 @@
-// Messages as tasks: what the library calls back into is kept from the garbage collector for as long as it may be called.
+// Messages as tasks. The objects that the library calls back are kept from the garbage collector until the last call.
 // SPDX-License-Identifier: MIT
 using System;
 using System.Runtime.InteropServices;
@@ -7,7 +7,7 @@ using System.Threading.Tasks;
 
 namespace Wpk
 {
-    /// <summary>A request that failed; Code is a WPK_ERROR, or 0 where none was started.</summary>
+    /// <summary>A request that failed; Code is a WPK_ERROR, or 0 if no request was started.</summary>
     public sealed class WpkException : Exception
     {
         static readonly string[] Texts = {
@@ -36,7 +36,7 @@ namespace Wpk
     {
         static readonly Callback IgnoreStates = notification => { };
 
-        /// <summary>Starts the library, once in a process.</summary>
+        /// <summary>Initialises the library, once in a process.</summary>
         public static void Initialise()
         {
             var settings = new WPK_INITSTRUCT
@@ -67,14 +67,14 @@ namespace Wpk
         static readonly Callback Notify = OnNotification;
         static readonly IntPtr NotifyAddress = Marshal.GetFunctionPointerForDelegate(Notify);
 
-        // Continuations would keep the library's thread, and so the request.
+        // Continuations would otherwise block the library's thread, and therefore the request.
         readonly TaskCompletionSource<byte[]> outcome =
             new TaskCompletionSource<byte[]>(TaskCreationOptions.RunContinuationsAsynchronously);
         readonly CancellationToken cancellation;
         readonly object gate = new object();
-        // Memory that no collector moves: the library reads it until the final notification.
+        // Memory that the collector does not move: the library reads it until the final notification.
         readonly IntPtr record, server, service, data;
-        // Keeps this object as long as the library knows it by its number.
+        // Keeps this object alive as long as the library has its handle.
         GCHandle self;
         uint handle;
         bool ended;
@@ -104,16 +104,16 @@ namespace Wpk
 
         public void Start()
         {
-            // The final notification may come before the call has returned; it does not need the handle.
+            // The final notification may run before the call has returned; it does not need the handle.
             handle = Library.WPK_Send(record);
             if (handle != 0) return;
             Free();
             throw new WpkException(0);
         }
 
-        /// <summary>A handle is the id of the request's thread, which the system gives to another one once that has
-        /// ended, and the library looks it up after the call. So the thread is kept from ending before the call, by the
-        /// lock, and its id from being given out again until some seconds after it, by an open handle.</summary>
+        /// <summary>The request's handle is the id of its thread. The library looks it up after the call, and the system
+        /// may reuse it once the thread has ended. So the lock keeps the thread from ending before the call, and an open
+        /// thread handle keeps the id from being reused until some seconds after it.</summary>
         public void Cancel()
         {
             lock (gate)
@@ -127,7 +127,7 @@ namespace Wpk
 
         static void OnNotification(IntPtr notification)
         {
-            // No exception may leave a callback.
+            // No exception may escape a callback.
             try
             {
                 var head = (Head)Marshal.PtrToStructure(notification, typeof(Head));
@@ -162,7 +162,7 @@ namespace Wpk
             }
         }
 
-        // They are there only during the call.
+        // They are valid only during the call.
         static byte[] BytesOf(Reply reply)
         {
             var bytes = new byte[checked((int)reply.dwDataLength)];
@@ -170,7 +170,7 @@ namespace Wpk
             return bytes;
         }
 
-        // Once the final notification has begun, the library does not look at them any more.
+        // Once the final notification has begun, the library no longer reads them.
         void Free()
         {
             self.Free();

@@ -35,7 +35,7 @@ namespace Wpk
     [StructLayout(LayoutKind.Sequential)]
     struct WPK_SENDSTRUCT
     {
-        public IntPtr lpVirtualTable;  // only C++ has use for it
+        public IntPtr lpVirtualTable;  // used only by C++
         public uint reserved;
         public uint nPort;
         public IntPtr lpszServer;
@@ -108,7 +108,7 @@ namespace Wpk
         [DllImport(Name, CallingConvention = CallingConvention.Cdecl)]
         public static extern int WPK_Init(ref WPK_INITSTRUCT settings);
 
-        // By address: the record has to stay where it is after the call.
+        // By address: the record must not move after the call.
         [DllImport(Name, CallingConvention = CallingConvention.Cdecl)]
         public static extern uint WPK_Send(IntPtr message);
 

@@ -1,4 +1,4 @@
-// The controls of the window: which there are, and how they look and answer keys.
+// The controls of the window: their kinds, appearance and keys.
 // SPDX-License-Identifier: MIT
 #include "controls.h"
 
@@ -90,7 +90,7 @@ void CreateControls(HWND window) {
 }
 
 void ArrangeControls(HWND window, int dpi, const MessageFont& font) {
-    // The status bar finds its own place, below.
+    // The status bar positions itself at the bottom.
     SendDlgItemMessageW(window, kStatus, WM_SIZE, 0, 0);
     RECT inside;
     GetClientRect(window, &inside);

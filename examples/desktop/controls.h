@@ -1,4 +1,4 @@
-// The controls of the window: which there are, and how they look and answer keys.
+// The controls of the window: their kinds, appearance and keys.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -10,13 +10,13 @@
 
 namespace desktop {
 
-/// Makes all controls as children of the window, in the order in which Tab visits them; without a font or a place yet.
+/// Creates all controls as children of the window, in tab order, without a font or position yet.
 void CreateControls(HWND window);
 
 /// The size that a window of this style needs for a client area of that size, status bar included.
 Size WindowSize(HWND window, Size inside, int dpi);
 
-/// The font of the system's own messages in this resolution, for all controls of a window.
+/// The font of the system's messages in this resolution, for all controls of a window.
 class MessageFont {
 public:
     MessageFont() = default;
@@ -38,7 +38,7 @@ private:
     int height_ = 0;
 };
 
-/// Moves all controls at once to where they belong in the window as it is now.
+/// Moves all controls at once to their positions in the window's current size.
 void ArrangeControls(HWND window, int dpi, const MessageFont& font);
 
 std::wstring ControlText(HWND window, ControlId id);

@@ -1,4 +1,4 @@
-// CredentialsDialog: asks for the user name and the password that the proxy wants.
+// CredentialsDialog: asks for the user name and the password for the proxy.
 // SPDX-License-Identifier: MIT
 #include "credentials_dialog.h"
 

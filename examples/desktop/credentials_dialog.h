@@ -1,4 +1,4 @@
-// CredentialsDialog: asks for the user name and the password that the proxy wants.
+// CredentialsDialog: asks for the user name and the password for the proxy.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -14,8 +14,8 @@ namespace desktop {
 /// The window's thread only.
 class CredentialsDialog {
 public:
-    /// Shows the dialog and returns when it is over; meanwhile the thread handles messages as usual.
-    /// @param proxy its host, for the text.
+    /// Shows the dialog and returns when it is closed; meanwhile the thread handles messages as usual.
+    /// @param proxy the proxy's host, for the text.
     /// @param refused_user the name that the proxy has refused; empty when none was sent.
     /// @return nothing when the user cancels, or Dismiss is called.
     std::optional<Credentials> Ask(HWND owner, const std::wstring& proxy, const std::wstring& refused_user);
@@ -29,7 +29,7 @@ private:
     static INT_PTR CALLBACK Dispatch(HWND dialog, UINT message, WPARAM wide, LPARAM parameter);
     INT_PTR Handle(UINT message, WPARAM wide);
     void Fill();
-    /// False when the library could not take what has been entered; the dialog says so.
+    /// False if the library could not take the input; the dialog says so.
     bool Take();
     std::optional<std::string> TakeField(int id, const std::wstring& name) const;
     std::wstring FieldText(int id) const;

@@ -7,7 +7,7 @@
 namespace desktop {
 namespace {
 
-// Design lengths, in pixels at 96 dots an inch; the system's own dialogs keep the same distances.
+// Design lengths, in pixels at 96 dots per inch; the system's dialogs use the same distances.
 constexpr int kMargin = 11;
 constexpr int kGap = 7;
 constexpr int kLineGap = 5;
@@ -16,14 +16,14 @@ constexpr int kPortLabelWidth = 32;
 constexpr int kPortWidth = 60;
 constexpr int kButtonWidth = 84;
 constexpr int kProgressHeight = 15;
-// What a field and a button are higher than their text.
+// How much higher a field and a button are than their text.
 constexpr int kFieldFrame = 8;
 constexpr int kButtonFrame = 10;
-// The message takes a third of what the lines of fixed height leave, the reply the rest.
+// The message takes a third of the height left by the lines of fixed height, the reply the rest.
 constexpr int kMessageShare = 3;
 constexpr int kSmallestMessage = 40;
 
-/// Takes the lines of the window one after the other off its top.
+/// Divides the window into lines, from top to bottom.
 class Column {
 public:
     Column(int width, int dpi) : dpi_(dpi), left_(Px(kMargin)), right_(width - Px(kMargin)), y_(Px(kMargin)) {}

@@ -14,7 +14,7 @@ struct Size {
     int height;
 };
 
-/// Pixels, from the upper left corner of the window's inside.
+/// Pixels, from the upper left corner of the window's client area.
 struct Rectangle {
     int x;
     int y;
@@ -27,18 +27,18 @@ struct Placement {
     Rectangle place;
 };
 
-/// All controls but the status bar, which finds its place itself.
+/// All controls except the status bar, which positions itself.
 using Layout = std::array<Placement, 14>;
 
 /// @param inside the client area of the window without the status bar.
-/// @param dpi pixels an inch; 96 is what all design sizes are in.
-/// @param text_height of the font that the controls have, in pixels.
+/// @param dpi pixels per inch; all design sizes are for 96.
+/// @param text_height the height of the controls' font, in pixels.
 Layout LayOut(Size inside, int dpi, int text_height);
 
-/// The smallest inside, without the status bar, in which all controls can be used.
+/// The smallest client area, without the status bar, in which all controls can be used.
 Size SmallestInside(int dpi);
 
-/// The inside that the window begins with.
+/// The initial client area of the window.
 Size UsualInside(int dpi);
 
 /// A design length in pixels.

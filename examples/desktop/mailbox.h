@@ -26,9 +26,9 @@ struct Progress {
 
 /// How the request ended.
 struct Outcome {
-    int error = 0;  ///< a WPK_ERROR; 0: the reply has come
+    int error = 0;  ///< a WPK_ERROR; 0: the reply has arrived
     Reply reply;
-    bool no_memory = false;  ///< the reply has come, but there was no memory to show it
+    bool no_memory = false;  ///< the reply has arrived, but there was no memory to show it
 };
 
 /// What has arrived since the window last took its mail.

@@ -87,7 +87,7 @@ LRESULT CALLBACK MainWindow::Dispatch(HWND window, UINT message, WPARAM wide, LP
         SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(created));
     }
     auto* self = reinterpret_cast<MainWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    // Until all is made there is nothing to handle.
+    // There is nothing to handle until all controls exist.
     if (self == nullptr || self->session_ == nullptr) return DefWindowProcW(window, message, wide, parameter);
     return self->Handle(window, message, wide, parameter);
 }
@@ -113,13 +113,13 @@ LRESULT MainWindow::Handle(HWND window, UINT message, WPARAM wide, LPARAM parame
             OnDpiChanged(HIWORD(wide), *reinterpret_cast<const RECT*>(parameter));
             return 0;
         case DM_GETDEFID:
-            // What Enter means wherever the focus is, but on another button.
+            // The meaning of Enter, unless the focus is on another button.
             return MAKELRESULT(kSend, DC_HASDEFID);
         case WM_NEXTDLGCTL:
             OnNextControl(wide, LOWORD(parameter) != 0);
             return 0;
         case WM_ACTIVATE:
-            // The high word tells of a minimised window.
+            // The high word says whether the window is minimised.
             OnActivate(LOWORD(wide) != WA_INACTIVE && HIWORD(wide) == 0);
             return 0;
         case WM_CLOSE:
@@ -141,13 +141,13 @@ void MainWindow::FillFields() const {
     SetDlgItemTextW(window_, kService, FromAnsi(options_.service).c_str());
     SetDlgItemTextW(window_, kMessage, FromAnsi(options_.message).c_str());
     SendDlgItemMessageW(window_, kStatus, SB_SETTEXTW, 0, reinterpret_cast<LPARAM>(L"Ready"));
-    // A permanent network is not announced; the others are, as soon as the library knows them.
+    // A permanent network is not reported; the others are, as soon as the library knows their state.
     const bool permanent = options_.connection_type == WPK_CONNECTION_PERMANENT;
     SendDlgItemMessageW(window_, kStatus, SB_SETTEXTW, 1, reinterpret_cast<LPARAM>(permanent ? L"Connected" : L""));
 }
 
 void MainWindow::OnCommand(int id) {
-    // Enter and Esc come here also while the button is disabled.
+    // Enter and Esc arrive here even while the button is disabled.
     if (id == kSend && !session_->IsRunning()) Send();
     if (id == kCancel && session_->IsRunning()) session_->Cancel();
 }
@@ -226,13 +226,13 @@ void MainWindow::ShowRunning(bool running) {
     if (GetFocus() == to_disable) SetFocus(running ? cancel : send);
     EnableWindow(to_disable, FALSE);
 
-    // How much there is to come is not known before the reply begins: until then the bar only moves.
+    // The length is unknown before the reply begins: until then the bar only moves.
     const HWND bar = GetDlgItem(window_, kProgress);
     const LONG_PTR style = GetWindowLongPtrW(bar, GWL_STYLE) & ~PBS_MARQUEE;
     SetWindowLongPtrW(bar, GWL_STYLE, running ? style | PBS_MARQUEE : style);
     SendMessageW(bar, PBM_SETMARQUEE, running ? TRUE : FALSE, 0);
     SendMessageW(bar, PBM_SETPOS, 0, 0);
-    // An empty bar is not painted over the one that has moved.
+    // The control does not repaint itself when it becomes empty after moving.
     InvalidateRect(bar, /*lpRect=*/nullptr, /*bErase=*/TRUE);
 }
 

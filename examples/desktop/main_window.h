@@ -22,14 +22,14 @@ inline constexpr wchar_t kMainWindowClass[] = L"WpkDesktop";
 /// The window's thread only.
 class MainWindow {
 public:
-    /// Makes the window, without showing it. @throws std::runtime_error where that fails.
+    /// Creates the window without showing it. @throws std::runtime_error if that fails.
     explicit MainWindow(const Options& options);
     ~MainWindow();
     MainWindow(const MainWindow&) = delete;
     MainWindow& operator=(const MainWindow&) = delete;
 
     /// Initialises the library, shows the window and handles messages until it is closed. @return the exit status.
-    /// @throws std::runtime_error where the library cannot be initialised.
+    /// @throws std::runtime_error if the library cannot be initialised.
     int Run(int how);
 
 private:
@@ -65,7 +65,7 @@ private:
     bool closing_ = false;
     ULONGLONG sent_at_ = 0;
     std::optional<ReplyView> reply_view_;
-    // The library knows both until the process ends, so they are never deleted.
+    // The library uses both until the process ends, so they are never deleted.
     Mailbox* mailbox_ = nullptr;
     Session* session_ = nullptr;
 };

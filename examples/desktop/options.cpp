@@ -1,4 +1,4 @@
-// Options: what the command line says.
+// Options: the values from the command line.
 // SPDX-License-Identifier: MIT
 #include "options.h"
 

@@ -1,4 +1,4 @@
-// Options: what the command line says.
+// Options: the values from the command line.
 // SPDX-License-Identifier: MIT
 #pragma once
 
@@ -7,7 +7,7 @@
 
 namespace desktop {
 
-/// What the library is initialised with, and what the fields begin with. The example server's port and a message that
+/// The settings of the library and the initial contents of the fields. The example server's port and a message that
 /// its service Lookup understands make a first try one key press.
 struct Options {
     std::string server = "127.0.0.1";

@@ -16,7 +16,7 @@ using AdvXMLParser::Element;
 using AdvXMLParser::Node;
 using AdvXMLParser::NodeContainer;
 
-// A tree-view shows about this much of an item.
+// A tree-view shows about this many characters of an item.
 constexpr std::size_t kMaxLineBytes = 250;
 constexpr std::string_view kBlanks = " \t\r\n";
 
@@ -49,7 +49,7 @@ private:
         std::size_t next;
     };
 
-    // The document itself is no line, so its children have level 0.
+    // The document itself has no line, so its children have level 0.
     int Level() const { return static_cast<int>(open_.size()) - 1; }
 
     void Add(int level, const std::string& text) { lines_.push_back({level, Shortened(text)}); }

@@ -16,10 +16,10 @@ struct OutlineLine {
 
 /// More lines than a user reads; a tree-view would take seconds for them.
 inline constexpr std::size_t kMaxOutlineLines = 5000;
-/// A tree-view uses the machine's stack for each level; documents may have a million.
+/// A tree-view uses machine stack for each level; documents may have a million.
 inline constexpr std::size_t kMaxOutlineLevels = 100;
 
-/// Elements as "name" or, with nothing but text in them, "name: text"; below them their attributes as "@name: value",
+/// Elements as "name", or "name: text" if they contain only text; below them their attributes as "@name: value",
 /// and their other content. "..." marks what is left out.
 std::vector<OutlineLine> Outline(const AdvXMLParser::Document& document);
 

@@ -1,4 +1,4 @@
-// Reply: what the window shows of a reply.
+// Reply: the part of a reply that the window shows.
 // SPDX-License-Identifier: MIT
 #include "reply.h"
 
@@ -34,7 +34,7 @@ std::vector<OutlineLine> XmlOutline(std::string_view bytes) {
     }
 }
 
-/// An edit control ends at a zero, and breaks lines at carriage returns with line feeds only.
+/// An edit control's text ends at a zero, and its lines break only at CR LF.
 std::wstring ForEdit(const std::wstring& text) {
     std::wstring shown;
     shown.reserve(text.size() + text.size() / kMaxLineLength * 2);

@@ -1,4 +1,4 @@
-// The names that the resources and the sources share; the resource compiler knows no other constants than macros.
+// The names shared by resources and sources; macros are the only constants that the resource compiler supports.
 // SPDX-License-Identifier: MIT
 #pragma once
 

@@ -38,7 +38,7 @@ void Session::RequestDeleter::operator()(Request* request) const {
 
 namespace {
 
-/// A handle to the thread that calls this, for others to wait for; null where the system refuses.
+/// A handle to the calling thread, for others to wait on; null if the system refuses.
 HANDLE ThisThread() {
     HANDLE thread = nullptr;
     DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &thread, SYNCHRONIZE,
@@ -46,20 +46,20 @@ HANDLE ThisThread() {
     return thread;
 }
 
-/// Copies as much of the text as the field holds, with its terminating zero.
+/// Copies as much of the text as fits into the field, with a terminating zero.
 void CopyText(const std::string& text, char (&field)[WPK_CREDENTIAL_SIZE]) {
     const std::size_t length = std::min<std::size_t>(text.size(), WPK_CREDENTIAL_SIZE - 1);
     std::memcpy(field, text.data(), length);
     field[length] = '\0';
 }
 
-/// The bytes are there only during the callback, so it is here that they are read.
+/// The bytes are valid only during the callback, so they are read here.
 Outcome ReplyOutcome(const void* data, unsigned length) {
     Outcome outcome;
     try {
         outcome.reply = ReadReply(data, length);
     } catch (...) {
-        // No exception may leave a callback: nothing would follow it.
+        // No exception may escape a callback: no further notification would follow.
         outcome.no_memory = true;
     }
     return outcome;

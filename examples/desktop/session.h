@@ -25,7 +25,7 @@ struct Message {
 /// its threads may read the message until the process ends.
 class Session {
 public:
-    /// Initialises the library. @throws std::runtime_error where that fails.
+    /// Initialises the library. @throws std::runtime_error if that fails.
     Session(const Options& options, Mailbox& mailbox);
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -33,10 +33,10 @@ public:
     /// Call it only while no request is running. @return false if the library cannot take it; then there is no outcome.
     bool Send(Message message);
 
-    /// Asks for the end of the running request, if there is one; its outcome still comes.
+    /// Cancels the running request, if there is one; its outcome is still delivered.
     void Cancel();
 
-    /// To be called when the outcome has been taken out of the mailbox.
+    /// Call it when the outcome has been taken from the mailbox.
     void RequestHasEnded();
 
     bool IsRunning() const { return running_ != nullptr; }

@@ -7,7 +7,7 @@
 namespace desktop {
 namespace {
 
-/// Nothing when the bytes are not of that code page.
+/// No value if the bytes are not valid in that code page.
 std::wstring Widened(UINT code_page, DWORD flags, std::string_view text) {
     const int length = static_cast<int>(text.size());
     const int size = MultiByteToWideChar(code_page, flags, text.data(), length, nullptr, 0);
@@ -16,7 +16,7 @@ std::wstring Widened(UINT code_page, DWORD flags, std::string_view text) {
     return wide;
 }
 
-/// @param substituted becomes whether a character has been replaced by another one; null where that cannot be asked.
+/// @param substituted is set if a character was replaced by another one; null if the code page does not support that.
 std::string Narrowed(UINT code_page, DWORD flags, std::wstring_view text, BOOL* substituted) {
     const int length = static_cast<int>(text.size());
     const int size = WideCharToMultiByte(code_page, flags, text.data(), length, nullptr, 0,
@@ -34,7 +34,7 @@ std::wstring FromAnsi(std::string_view text) {
 }
 
 std::optional<std::string> ToAnsi(std::wstring_view text) {
-    // Where UTF-8 is the code page, it has every character and takes no such questions.
+    // If the code page is UTF-8, it has every character and does not support these flags.
     if (GetACP() == CP_UTF8) return ToUtf8(text);
     BOOL substituted = FALSE;
     std::string narrow = Narrowed(CP_ACP, WC_NO_BEST_FIT_CHARS, text, &substituted);

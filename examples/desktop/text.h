@@ -8,10 +8,10 @@
 
 namespace desktop {
 
-/// For what comes out of the library's records and off the command line.
+/// For texts from the library's records and from the command line.
 std::wstring FromAnsi(std::string_view text);
 
-/// For the names in the library's records. Nothing when the code page lacks a character of it: a name or a password
+/// For the names in the library's records. No value if the code page lacks a character: a name or a password
 /// with a "?" in its place would be another one.
 std::optional<std::string> ToAnsi(std::wstring_view text);
 

@@ -8,7 +8,7 @@ const VERSION = '1.0.0';
 const USAGE = `usage: node wpk_send.js SERVER PORT SERVICE MESSAGE [PROXY_HOST:PORT [USER:PASSWORD]]
 Exit status: 0 when the reply has been written, 1 when it could not be, 2 when the command line is wrong, 3 and 4 when
 the library could not be initialised or take the message, 11 to 18 for WPK_ERROR -1 to -8.`;
-// By number: the streams of `process` are not for every kind of handle that a Windows program may be started with.
+// By number: the streams of `process` do not support every kind of handle that a Windows program may be started with.
 const STANDARD_OUTPUT = 1;
 const STANDARD_ERROR = 2;
 // Exit statuses; a failed request has 10 more than its WPK_ERROR without the sign.
@@ -26,10 +26,10 @@ const ERROR_TEXTS = {
 };
 const UNKNOWN_ERROR_TEXT = 'The request failed for a reason that this program does not know.';
 const CONNECTION_PERMANENT = 2;
-// By its path: a name alone would be looked for in several folders, the current one among them.
+// By its path: a name without a path would be searched for in several folders, including the current one.
 const LIBRARY = path.join(__dirname, 'wpk.dll');
 
-/** Answers what needs no library, and ends. */
+/** Handles what needs no library, and exits. */
 function answer(text) {
     fs.writeSync(STANDARD_OUTPUT, `${text}\n`);
     process.exit(STATUS.replied);
@@ -38,7 +38,7 @@ function answer(text) {
 if (process.argv[2] === '--version') answer(`wpk_send.js ${VERSION}`);
 if (process.argv[2] === '--help') answer(USAGE);
 
-/** What went wrong, with a text for the user and the program's exit status. */
+/** An error with a text for the user and the program's exit status. */
 class Trouble extends Error {
     constructor(text, status) {
         super(text);
@@ -70,7 +70,7 @@ function firstLine(error) {
 const koffi = requireKoffi();
 const REASON = { failure: 0, progress: 1, reply: 2, connection: 3, credentials: 4 };
 
-// The records of wpk.h. koffi aligns fields as C compilers do, so order and types are all there is to say.
+// The records of wpk.h. koffi aligns fields as C compilers do, so order and types are sufficient.
 const Callback = koffi.proto('void WPK_CALLBACK(void *notification)');
 
 const InitStruct = koffi.struct('WPK_INITSTRUCT', {
@@ -86,10 +86,10 @@ const InitStruct = koffi.struct('WPK_INITSTRUCT', {
     lpszProxyPassword: 'str',
 });
 
-// What the library reads after the call has returned, it has to be given as memory of its own, not as texts that are
-// converted for the time of the call: hence pointers.
+// Pointers: what the library reads after the call has returned must be separate memory, not texts that are converted
+// only for the duration of the call.
 const SendStruct = koffi.struct('WPK_SENDSTRUCT', {
-    lpVirtualTable: 'void *',  // only C++ has use for it
+    lpVirtualTable: 'void *',  // used only by C++
     reserved: 'uint32',
     nPort: 'uint32',
     lpszServer: 'void *',
@@ -111,7 +111,7 @@ const Credentials = koffi.struct({
     bRetry: 'uint32',
 });
 
-/** Copies the bytes to memory that stays until the program ends; the library may read it up to the last moment. Null for
+/** Copies the bytes to memory that is not freed until the program ends, because the library may still read it. Null for
  *  no bytes. */
 function keep(bytes) {
     if (bytes.length === 0) return null;
@@ -137,8 +137,8 @@ function checkLength(credential) {
 /** Sends one message; resolves with the reply as a Buffer, rejects with a Trouble. */
 function send(library, { server, port, service, message, askCredentials }) {
     return new Promise((resolve, reject) => {
-        // The library calls on a thread of its own, and waits there until this has run on JavaScript's thread. So the
-        // record is there all the time, and this must not wait for anything.
+        // The library calls on its own thread, which waits until this has run on JavaScript's thread. So the record is
+        // valid all the time, and this must not wait for anything.
         const handle = (notification) => {
             const { nReason } = koffi.decode(notification, Head);
             if (nReason === REASON.reply) {
@@ -157,13 +157,14 @@ function send(library, { server, port, service, message, askCredentials }) {
                              { ...asked, szUser: answer.user, szPassword: answer.password, bRetry: 1 });
             }
         };
-        // An exception that left would be lost, and the outcome with it.
+        // An exception that escaped would be lost, and the outcome with it.
         let thrown = null;
         const onNotification = (notification) => {
             try {
                 handle(notification);
             } catch (error) {
-                // After a question the request still ends with a notification of its own; after the end nothing comes.
+                // After a request for credentials, the request still ends with its final notification; after that there
+                // is none.
                 thrown = error;
                 if (koffi.decode(notification, Head).nReason !== REASON.credentials) reject(error);
             }
@@ -206,7 +207,7 @@ function initialise(library, proxy) {
                       'programs, then try again', STATUS.notInitialised);
 }
 
-/** Answers the proxy's question once: credentials that it has refused are no better the second time. */
+/** Answers the proxy once: credentials that it has refused would be refused again. */
 function askCredentialsOnce(given) {
     const [user, password = ''] = (given || '').split(':');
     return (refusedUser) => (given && refusedUser === '' ? { user, password } : null);
@@ -225,7 +226,7 @@ function loadLibrary() {
     }
 }
 
-/** The number that a port's text says; a Trouble where it says none. */
+/** The port number in the text; throws a Trouble if there is none. */
 function portOf(text) {
     const port = /^[0-9]+$/.test(text) ? Number(text) : 0;
     if (port >= 1 && port <= 65535) return port;
@@ -249,7 +250,7 @@ async function run([server, port, service, message, proxy, credentials]) {
 }
 
 async function main(args) {
-    // A callback that may come is no reason for Node to stay; a timer is.
+    // An outstanding callback does not keep Node running; a timer does.
     const stay = setInterval(() => {}, 1000);
     try {
         return await run(args);

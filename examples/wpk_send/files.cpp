@@ -60,7 +60,7 @@ std::string ReadAll(const std::string& name) {
 void WriteAll(const std::string& name, const void* data, std::size_t length) {
     const File file = Open(name, "wb", stdout);
     bool written = length == 0 || std::fwrite(data, 1, length, file.get()) == length;
-    // Most of what can go wrong shows only when the buffers are emptied.
+    // Most errors occur only when the buffers are flushed.
     written = written && std::fflush(file.get()) == 0;
     if (written) return;
     throw std::runtime_error("cannot write the reply to " + Shown(name, "standard output") + ": " +

@@ -1,4 +1,4 @@
-// Interrupt: Ctrl-C, as something that can be waited for.
+// Interrupt: Ctrl-C as an event to wait for.
 // SPDX-License-Identifier: MIT
 #pragma once
 

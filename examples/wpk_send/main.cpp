@@ -34,7 +34,7 @@ bool Initialise(const Options& options) {
     return WPK_Init(&settings) != 0;
 }
 
-/// Nothing when Ctrl-C has been pressed while it was typed.
+/// No value if Ctrl-C was pressed while it was typed.
 std::optional<std::string> TakeMessage(const Options& options) {
     if (options.watch) return std::string();
     if (options.message) return options.message;
@@ -47,7 +47,7 @@ int Run(const Options& options) {
     if (!message) return ExitStatusOfError(WPK_ERROR_CANCELLED);
     // From here on Ctrl-C ends the program in order; while it still reads its message from a file, at once.
     InterruptEvent();
-    // Before the library can say anything.
+    // Before the library can report anything.
     if (options.watch && !options.quiet) common::WriteLine(stderr, "Watching the network; Ctrl-C ends it.");
     if (!Initialise(options)) {
         if (!options.quiet) common::WriteLine(stderr, kNotInitialisedText);

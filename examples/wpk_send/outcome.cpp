@@ -1,4 +1,4 @@
-// What became of the request: a text for the user and an exit status for scripts, for every way it can end.
+// The outcome of the request: a text for the user and an exit status for scripts, for every way it can end.
 // SPDX-License-Identifier: MIT
 #include "outcome.h"
 
@@ -40,7 +40,7 @@ constexpr StatusDescription kStatuses[] = {
     {kNoSuchField, "The reply is no XML, or lacks the element that --field asks for."},
 };
 
-/// Null for a code that is not known.
+/// Null for an unknown code.
 const ErrorDescription* Find(int error) {
     for (const ErrorDescription& description : kErrors) {
         if (description.error == error) return &description;

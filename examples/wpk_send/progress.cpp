@@ -8,7 +8,7 @@
 namespace wpk_send {
 namespace {
 
-// A smaller reply is there before a bar could be read.
+// A smaller reply arrives before a bar could be read.
 constexpr std::uint32_t kLargeReply = 256 * 1024;
 constexpr int kBarWidth = 40;
 constexpr int kLineStepPercent = 10;
@@ -26,7 +26,7 @@ std::string Bar(int percent, const std::string& counts, bool finished) {
     std::string bar = "\r[";
     bar.append(static_cast<std::size_t>(filled), '#');
     bar.append(static_cast<std::size_t>(kBarWidth - filled), '.');
-    // Blanks wipe out the end of a longer line that stood there before.
+    // Blanks overwrite the end of a longer previous line.
     return bar + "] " + counts + "   " + (finished ? "\n" : "");
 }
 

@@ -47,7 +47,7 @@ std::string Destination(const Options& options) {
     return text + ", through the proxy " + options.proxy_host + ", port " + std::to_string(options.proxy_port);
 }
 
-/// Copies as much of the text as the field holds, with its terminating zero.
+/// Copies as much of the text as fits into the field, with a terminating zero.
 void CopyText(const std::string& text, char (&field)[WPK_CREDENTIAL_SIZE]) {
     const std::size_t length = std::min<std::size_t>(text.size(), WPK_CREDENTIAL_SIZE - 1);
     std::memcpy(field, text.data(), length);

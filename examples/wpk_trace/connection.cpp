@@ -1,4 +1,4 @@
-// One connection: passes both directions on, byte for byte, and shows what they say.
+// One connection: forwards both directions byte for byte and shows their content.
 // SPDX-License-Identifier: MIT
 #include "connection.h"
 
@@ -71,7 +71,7 @@ private:
         while (!bytes.empty() && !over_) bytes.remove_prefix(to.SendSome(bytes, not_over_));
     }
 
-    /// Both sides are to see what the relay has seen.
+    /// Both sides should see the same end as the relay.
     void Lose(const Way& way, const char* reason) noexcept {
         if (over_.exchange(true)) return;
         client_.MakeEndAReset();
@@ -80,7 +80,7 @@ private:
             log_.Write(name_ + way.sign, way.view.End());
             log_.Write(name_, {"broken on the way from " + std::string(way.sender) + ": " + reason});
         } catch (const std::exception&) {
-            return;  // No memory for words.
+            return;  // No memory for a message.
         }
     }
 

@@ -1,4 +1,4 @@
-// Log: what the program shows, whole lines of one connection at a time.
+// Log: the program's output, whole lines of one connection at a time.
 // SPDX-License-Identifier: MIT
 #include "log.h"
 

@@ -1,4 +1,4 @@
-// wpk_trace: passes connections on to a server or proxy and shows in words what goes over them.
+// wpk_trace: forwards connections to a server or proxy and shows their traffic in words.
 // SPDX-License-Identifier: MIT
 #include <atomic>
 #include <cstdint>
@@ -23,7 +23,7 @@ using common::Socket;
 // Each takes two threads and two sockets.
 constexpr int kMostConnections = 256;
 
-/// Carries one connection, and is counted while it is there.
+/// Serves one connection, and is counted while it exists.
 class Work : public common::Task {
 public:
     Work(Socket client, std::uint64_t number, const Options& options, Log& log, std::atomic<int>& running)

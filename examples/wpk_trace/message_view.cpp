@@ -1,4 +1,4 @@
-// One direction of a connection in words, while it passes by: the head, then the body.
+// One direction of a connection in words, while it is forwarded: the head, then the body.
 // SPDX-License-Identifier: MIT
 #include "message_view.h"
 
@@ -80,7 +80,7 @@ std::string MessageView::InWords(std::string_view line) {
         NoteHeader(name, Trimmed(line.substr(colon + 1)));
         return is_secret_ ? Spelt(name) + ": " + kMask : Spelt(line);
     }
-    // Long credentials go on in lines without a name.
+    // Long credentials continue in lines without a name.
     return is_secret_ ? kMask : Spelt(line);
 }
 

@@ -1,4 +1,4 @@
-// Options: what the command line asks for.
+// Options: the values from the command line.
 // SPDX-License-Identifier: MIT
 #pragma once
 

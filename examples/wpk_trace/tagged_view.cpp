@@ -1,4 +1,4 @@
-// The body of a request in words, while it passes by.
+// The body of a request in words, while it is forwarded.
 // SPDX-License-Identifier: MIT
 #include "tagged_view.h"
 

@@ -21,12 +21,6 @@ auto Controls(const AnyBlock& block) noexcept {
     return block.Between(0, 0x1F).AndNot(block.Between('\t', '\n'));
 }
 
-/// The ASCII ones. '-', '.', digits and ':' stand in a row, with a '/' among them.
-template <class AnyBlock>
-auto NameChars(const AnyBlock& block) noexcept {
-    return block.LowerCase().Between('a', 'z') | block.Between('-', ':').AndNot(block == '/') | (block == '_');
-}
-
 /// Ends at the first byte for which `isStop`; `stops` says the same for the bytes of a block.
 template <class Stops, class IsStop>
 WPK_XML_INLINE const Byte* Find(const Byte* at, const Byte* end, [[maybe_unused]] Stops stops, IsStop isStop) noexcept {
