@@ -197,7 +197,7 @@ TEST(ClientLifetime, DestroyedInsideAnOutcomeIsNoTrouble) {
 }
 
 /// In a process of its own, which has the library that it is linked with to itself.
-WPK_SCENARIO(endsWithRequestsUnderWay) {
+WPK_SCENARIO(EndWithRequestsUnderWay) {
     static const rig::FullListener listener;
     static SilentPeer peer;
     static const Client client(ToLoopback(listener.Port()));
@@ -209,7 +209,7 @@ WPK_SCENARIO(endsWithRequestsUnderWay) {
 }
 
 TEST(Process, WhichEndsWithRequestsUnderWayEndsAsItWants) {
-    EXPECT_EQ(rig::Child("ends_with_requests_under_way", "none").Wait(), 0u);
+    EXPECT_EQ(rig::Child("EndWithRequestsUnderWay", "none").Wait(), 0u);
 }
 
 TEST(FinalNotification, BeforeTheSendIsBackIsTheOutcome) {

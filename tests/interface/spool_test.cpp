@@ -41,7 +41,7 @@ struct Sighting {
     unsigned long long size = 0;
 };
 
-/// Runs a request whose reply has that many bytes; `before_reply` runs when the handle is known and nothing has been
+/// Runs a request whose reply has that many bytes; `beforeReply` runs when the handle is known and nothing has been
 /// answered yet. Looks for spool files from inside every callback.
 Sighting Spool(size_t size, const std::function<void(unsigned int)>& beforeReply = {}) {
     Signal go;

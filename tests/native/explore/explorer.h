@@ -37,7 +37,7 @@ struct Findings {
 /// An exploration in a process of its own.
 class Exploration {
 public:
-    /// All schedules without pre-emptions, then all with one, and so on up to `most_preemptions`, as time allows.
+    /// All schedules without pre-emptions, then all with one, and so on up to `mostPreemptions`, as time allows.
     static Exploration Systematic(const Scenario& scenario, int mostPreemptions, double seconds);
     /// Random priorities, which change at a few random moments; until the time is over.
     static Exploration Random(const Scenario& scenario, uint64_t seed, double seconds);
