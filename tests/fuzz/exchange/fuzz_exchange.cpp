@@ -226,7 +226,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    using namespace wpk::core;
+    using namespace wpk;
     const host::Live before = host::CountLive();
     fuzz::Run(fuzz::Script({reinterpret_cast<const char*>(data), size}));
     fuzz::Require(host::CountLive() == before, "everything that was opened is closed");
