@@ -121,6 +121,13 @@ private:
         CheckBytes(0, reply.dwDataLength);
     }
 
+    /// A text as long as its field leaves no room for a zero.
+    template <size_t size>
+    static void Fill(char (&field)[size], const std::string& text) {
+        std::memset(field, 0, size);
+        std::string_view(text.c_str()).copy(field, size);
+    }
+
     template <class Body>
     void Answer(Body& question) {
         Require(questions_ < expected_.questions.size(), "no question is asked that the proxy has not");
@@ -129,9 +136,8 @@ private:
                 "a question shows the credentials last used");
         if (questions_ < script_.answers.size()) {
             const Login& answer = script_.answers[questions_];
-            // A text as long as its field leaves no room for a zero.
-            std::strncpy(question.szUser, answer.user.c_str(), sizeof question.szUser);
-            std::strncpy(question.szPassword, answer.password.c_str(), sizeof question.szPassword);
+            Fill(question.szUser, answer.user);
+            Fill(question.szPassword, answer.password);
             question.bRetry = 1;
         }
         ++questions_;
