@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the scenarios of tests/host/explore/ with their threads in ever other orders. Ends with 0 when nothing fails.
+# Runs the scenarios of tests/native/explore/ with their threads in ever other orders. Ends with 0 when nothing fails.
 # Usage: scripts/explore.sh MINUTES [--seed NUMBER] [SCENARIO]     (those whose names contain the text)
 #        scripts/explore.sh --schedule "41:1 60:2" SCENARIO        (one schedule again)
 set -euo pipefail

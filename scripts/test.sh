@@ -148,6 +148,7 @@ scripts/setup.sh || fail "What the tests need is not all there; see above."
 echo "Checking the layout of the sources"
 scripts/format.sh --check || fail "Some files are not laid out as .clang-format says; scripts/format.sh does it."
 scripts/layers.py || fail "Some files include a layer above their own, see above."
+scripts/test_names.py || fail "Some tests are not named like the others, see above."
 for preset in "${presets[@]}"; do
     if [ "$preset" = fuzz ]; then
         fuzz

@@ -1,6 +1,6 @@
 // Addresses: what cannot be one is refused before anything is sent.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 namespace wpk::client_test {
 namespace {
 
-// Why it is refused: what stands in front of the error's own text. "taken" when it is not.
+/// Why it is refused: what stands in front of the error's own text. "taken" when it is not.
 template <class Call>
 std::string ReasonOf(Call call) {
     try {
@@ -59,10 +59,10 @@ constexpr PortCase kPorts[] = {
     {4294967295, "the server's port is 4294967295, not one of 1 to 65535"},
 };
 
-// A Client whose library ends each request at once, and counts them.
+/// A Client whose library ends each request at once, and counts them.
 class Counting {
 public:
-    Counting() : client_(Options(), Prepared().functions()) {}
+    Counting() : client_(Options(), Prepared().TheFunctions()) {}
     std::string ReasonOfSending(Message message) {
         return ReasonOf([&] { client_.Send(std::move(message), [](const Outcome&) {}); });
     }
@@ -70,7 +70,7 @@ public:
 
 private:
     ScriptedLibrary& Prepared() {
-        library_.on_send = [this](WPK_SENDSTRUCT* message) {
+        library_.onSend = [this](WPK_SENDSTRUCT* message) {
             ++sent_;
             rig::Thread([&] { TellReply(*message, "done"); }).Join();
             return 8u;
@@ -83,7 +83,7 @@ private:
     Client client_;
 };
 
-TEST(Address, OfAMessage_IsCheckedBeforeItIsSent) {
+TEST(AddressTest, OfAMessageIsCheckedBeforeItIsSent) {
     Counting scene;
     int taken = 0;
     for (const NameCase& one : kNames) {
@@ -102,13 +102,13 @@ TEST(Address, OfAMessage_IsCheckedBeforeItIsSent) {
     EXPECT_EQ(scene.sent(), taken);
 }
 
-TEST(Address, OfNobody_IsRefused) {
+TEST(AddressTest, OfNobodyIsRefused) {
     Counting scene;
     EXPECT_EQ(scene.ReasonOfSending({"Echo", "hello"}), "the server's name is empty");
     EXPECT_EQ(scene.sent(), 0);
 }
 
-TEST(Address, ThatIsRefused_GivesTheMessagesFunctionsBack) {
+TEST(AddressTest, ThatIsRefusedGivesTheMessagesFunctionsBack) {
     Counting scene;
     const auto captured = std::make_shared<int>();
     Message message("Echo", "hello");
@@ -119,12 +119,12 @@ TEST(Address, ThatIsRefused_GivesTheMessagesFunctionsBack) {
 
 std::string ReasonOfAClient(Options options) {
     ScriptedLibrary library;
-    const std::string reason = ReasonOf([&] { const Client client(std::move(options), library.functions()); });
+    const std::string reason = ReasonOf([&] { const Client client(std::move(options), library.TheFunctions()); });
     EXPECT_EQ(library.settings.lpfnCallback != nullptr, reason == "taken") << "initialised when it should not be";
     return reason;
 }
 
-TEST(Address, OfAClient_IsCheckedBeforeTheLibraryIsInitialised) {
+TEST(AddressTest, OfAClientIsCheckedBeforeTheLibraryIsInitialised) {
     for (const NameCase& one : kNames) {
         Options options;
         options.server = one.name;
@@ -141,7 +141,7 @@ TEST(Address, OfAClient_IsCheckedBeforeTheLibraryIsInitialised) {
     EXPECT_EQ(ReasonOfAClient(std::move(options)), "the server's port is 0, not one of 1 to 65535");
 }
 
-TEST(Address, OfAProxy_IsCheckedBeforeTheLibraryIsInitialised) {
+TEST(AddressTest, OfAProxyIsCheckedBeforeTheLibraryIsInitialised) {
     for (const NameCase& one : kNames) {
         Options options;
         options.proxy = Proxy{one.name, 3128, {}};
@@ -159,20 +159,20 @@ TEST(Address, OfAProxy_IsCheckedBeforeTheLibraryIsInitialised) {
     EXPECT_EQ(ReasonOfAClient(std::move(options)), "the proxy's port is 65536, not one of 1 to 65535");
 }
 
-TEST(ParseAddress, OfNameAndPort_GivesBoth) {
+TEST(ParseAddress, OfNameAndPortGivesBoth) {
     const Address address = ParseAddress("server.example:8080");
     EXPECT_EQ(address.server.str(), "server.example");
     EXPECT_EQ(address.port, 8080u);
     EXPECT_EQ(ParseAddress(L"127.0.0.1:65535").port, 65535u);
 }
 
-TEST(ParseAddress, OfANameAlone_GivesTheDefaultPort) {
+TEST(ParseAddress, OfANameAloneGivesTheDefaultPort) {
     EXPECT_EQ(ParseAddress("server.example").server.str(), "server.example");
     EXPECT_EQ(ParseAddress("server.example").port, 80u);
     EXPECT_EQ(ParseAddress("server.example", 8080).port, 8080u);
 }
 
-TEST(ParseAddress, OfAnythingElse_SaysWhy) {
+TEST(ParseAddress, OfAnythingElseSaysWhy) {
     struct {
         const char* text;
         const char* reason;

@@ -18,7 +18,7 @@ namespace {
 // Fails to compile where a name is ambiguous.
 #define MEANS(name, layer) static_assert(std::is_same_v<name, layer::name>)
 
-TEST(AllLayers, Opened_AreNotAmbiguous) {
+TEST(AllLayers, OpenedAreNotAmbiguous) {
     MEANS(Address, wpk);
     MEANS(AnsiText, wpk);
     MEANS(Client, wpk);

@@ -1,6 +1,6 @@
 // Cancelling: explicitly, by destruction, from inside, too early and too late.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>
@@ -10,12 +10,12 @@
 namespace wpk::client_test {
 namespace {
 
-// A cancel is promised to be seen within 250 ms; the rest is what a machine under load may add.
+/// A cancel is promised to be seen within 250 ms; the rest is what a machine under load may add.
 constexpr ULONGLONG kCancelLimit = 250 + 500;
 
 using Handles = std::vector<unsigned int>;
 
-// Notes the outcome of a request and says when it has come.
+/// Notes the outcome of a request and says when it has come.
 class Ending {
 public:
     OutcomeFunction Function() {
@@ -32,10 +32,10 @@ private:
     rig::Signal told_;
 };
 
-TEST(Request, Cancelled_EndsInTimeAndTellsSo) {
+TEST(RequestTest, CancelledEndsInTimeAndTellsSo) {
     SilentPeer peer;
     Ending ending;
-    const Request request = TheClient().Send(To(peer.port()), ending.Function());
+    const Request request = TheClient().Send(To(peer.Port()), ending.Function());
     ASSERT_TRUE(peer.WaitForRequest());
     EXPECT_FALSE(request.Ended());
     const ULONGLONG begin = GetTickCount64();
@@ -47,21 +47,21 @@ TEST(Request, Cancelled_EndsInTimeAndTellsSo) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(Request, CancelledAtOnceAfterTheSend_Ends) {
+TEST(RequestTest, CancelledAtOnceAfterTheSendEnds) {
     const rig::FullListener listener;
     for (int i = 0; i < 20; ++i) {
         Ending ending;
-        const Request request = TheClient().Send(To(listener.port()), ending.Function());
+        const Request request = TheClient().Send(To(listener.Port()), ending.Function());
         request.Cancel();
         request.Wait();
         EXPECT_EQ(ending.code(), Errc::kCancelled);
     }
 }
 
-TEST(Request, Copied_MeansTheSameRequest) {
+TEST(RequestTest, CopiedMeansTheSameRequest) {
     SilentPeer peer;
     Ending ending;
-    const Request request = TheClient().Send(To(peer.port()), ending.Function());
+    const Request request = TheClient().Send(To(peer.Port()), ending.Function());
     const Request copy = request;  // NOLINT: the copy is what is tested
     copy.Cancel();
     request.Wait();
@@ -69,7 +69,7 @@ TEST(Request, Copied_MeansTheSameRequest) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(Request, Empty_DoesNothing) {
+TEST(RequestTest, EmptyDoesNothing) {
     const Request none;
     none.Cancel();
     none.Wait();
@@ -77,13 +77,13 @@ TEST(Request, Empty_DoesNothing) {
     EXPECT_FALSE(none.IsCallingThisThread());
 }
 
-TEST(Request, WaitedForInItsOwnFunction_IsADeadlockThatIsRefused) {
+TEST(RequestTest, WaitedForInItsOwnFunctionIsADeadlockThatIsRefused) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     rig::Signal known;
     std::error_code refused;
     bool inside = false;
     Request request;
-    request = TheClient().Send(To(peer.port()), [&](const Outcome&) {
+    request = TheClient().Send(To(peer.Port()), [&](const Outcome&) {
         known.Wait();
         inside = request.IsCallingThisThread();
         refused = CodeThrownBy([&] { request.Wait(); });
@@ -95,11 +95,11 @@ TEST(Request, WaitedForInItsOwnFunction_IsADeadlockThatIsRefused) {
     EXPECT_EQ(refused, std::errc::resource_deadlock_would_occur);
 }
 
-TEST(Request, WaitedForInAnotherRequestsFunction_IsWaitedFor) {
+TEST(RequestTest, WaitedForInAnotherRequestsFunctionIsWaitedFor) {
     rig::Peer peer(rig::Answer(rig::Ok("world")), /*threads=*/2);
-    const Request first = TheClient().Send(To(peer.port()), [](const Outcome&) {});
+    const Request first = TheClient().Send(To(peer.Port()), [](const Outcome&) {});
     bool ended = false;
-    const Request second = TheClient().Send(To(peer.port()), [&](const Outcome&) {
+    const Request second = TheClient().Send(To(peer.Port()), [&](const Outcome&) {
         first.Wait();
         ended = first.Ended();
     });
@@ -107,23 +107,23 @@ TEST(Request, WaitedForInAnotherRequestsFunction_IsWaitedFor) {
     EXPECT_TRUE(ended);
 }
 
-TEST(Cancel, AfterTheEnd_DoesNotReachTheLibrary) {
+TEST(Cancel, AfterTheEndDoesNotReachTheLibrary) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT* message) {
+    library.onSend = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellReply(*message, "done"); }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     const Request request = client.Send(To(80), [](const Outcome&) {});
     request.Wait();
     request.Cancel();
     EXPECT_EQ(library.Cancelled(), Handles());
 }
 
-TEST(Cancel, Twice_ReachesTheLibraryOnce) {
+TEST(Cancel, TwiceReachesTheLibraryOnce) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
-    const Client client(ToLoopback(), library.functions());
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
+    const Client client(ToLoopback(), library.TheFunctions());
     const Request request = client.Send(To(80), [](const Outcome&) {});
     request.Cancel();
     request.Cancel();
@@ -132,14 +132,14 @@ TEST(Cancel, Twice_ReachesTheLibraryOnce) {
     request.Wait();
 }
 
-TEST(Cancel, BeforeTheHandleIsKnown_IsMadeUpFor) {
+TEST(Cancel, BeforeTheHandleIsKnownIsMadeUpFor) {
     ScriptedLibrary library;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
         EXPECT_EQ(library.Cancelled(), Handles());
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     Message message = To(80);
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     const Request request = client.Send(std::move(message), [](const Outcome&) {});
@@ -148,26 +148,26 @@ TEST(Cancel, BeforeTheHandleIsKnown_IsMadeUpFor) {
     request.Wait();
 }
 
-TEST(Cancel, AndTheEndBothBeforeTheHandleIsKnown_ReachesNobody) {
+TEST(Cancel, AndTheEndBothBeforeTheHandleIsKnownReachesNobody) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT* message) {
+    library.onSend = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] {
             TellProgress(*message, "some", 4);
             TellReply(*message, "some");
         }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     Message message = To(80);
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     EXPECT_EQ(client.Send(std::move(message)).get().body, "some");
     EXPECT_EQ(library.Cancelled(), Handles());
 }
 
-// A library that sends one request, and ends it when a cancel has been accepted.
+/// A library that sends one request, and ends it when a cancel has been accepted.
 class CancelledRequest {
 public:
-    explicit CancelledRequest(int refusals) : client_(ToLoopback(), Prepared().functions()) {
+    explicit CancelledRequest(int refusals) : client_(ToLoopback(), Prepared().TheFunctions()) {
         library_.RefuseCancels(refusals);
     }
     const Client& client() const { return client_; }
@@ -175,7 +175,7 @@ public:
 
 private:
     ScriptedLibrary& Prepared() {
-        library_.on_send = [this](WPK_SENDSTRUCT* message) {
+        library_.onSend = [this](WPK_SENDSTRUCT* message) {
             thread_ = std::make_unique<rig::Thread>([this, message] {
                 if (library_.WaitForCancel()) TellFailure(*message, WPK_ERROR_CANCELLED);
             });
@@ -189,7 +189,7 @@ private:
     std::unique_ptr<rig::Thread> thread_;
 };
 
-TEST(Cancel, RefusedByTheLibrary_MayBeTriedAgain) {
+TEST(Cancel, RefusedByTheLibraryMayBeTriedAgain) {
     CancelledRequest scene(/*refusals=*/1);
     const Request request = scene.client().Send(To(80), [](const Outcome&) {});
     request.Cancel();
@@ -201,7 +201,7 @@ TEST(Cancel, RefusedByTheLibrary_MayBeTriedAgain) {
     EXPECT_EQ(scene.library().Cancelled(), Handles{8});
 }
 
-TEST(Cancel, RefusedByTheLibrary_IsTriedAgainByWhoeverWaits) {
+TEST(Cancel, RefusedByTheLibraryIsTriedAgainByWhoeverWaits) {
     CancelledRequest scene(/*refusals=*/3);
     Ending ending;
     const Request request = scene.client().Send(To(80), ending.Function());
@@ -211,7 +211,7 @@ TEST(Cancel, RefusedByTheLibrary_IsTriedAgainByWhoeverWaits) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(Cancel, RefusedByTheLibraryDuringAWait_IsTriedAgainByTheWaitingThread) {
+TEST(Cancel, RefusedByTheLibraryDuringAWaitIsTriedAgainByTheWaitingThread) {
     CancelledRequest scene(/*refusals=*/3);
     const Request request = scene.client().Send(To(80), [](const Outcome&) {});
     rig::Thread waiting([&] { request.Wait(); });
@@ -220,13 +220,13 @@ TEST(Cancel, RefusedByTheLibraryDuringAWait_IsTriedAgainByTheWaitingThread) {
     EXPECT_EQ(scene.library().Cancelled(), Handles{8});
 }
 
-TEST(Cancel, BeforeTheHandleIsKnownAndThenRefused_IsTriedAgain) {
+TEST(Cancel, BeforeTheHandleIsKnownAndThenRefusedIsTriedAgain) {
     ScriptedLibrary library;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     library.RefuseCancels(1);
     Message message = To(80);
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
@@ -238,10 +238,10 @@ TEST(Cancel, BeforeTheHandleIsKnownAndThenRefused_IsTriedAgain) {
     request.Wait();
 }
 
-TEST(Cancel, AfterAThrowingProgressFunctionRefused_IsTriedAgainWithTheNextPiece) {
+TEST(Cancel, AfterAThrowingProgressFunctionRefusedIsTriedAgainWithTheNextPiece) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 8u; };
-    const Client client(ToLoopback(), library.functions());
+    library.onSend = [](WPK_SENDSTRUCT*) { return 8u; };
+    const Client client(ToLoopback(), library.TheFunctions());
     library.RefuseCancels(1);
     Message message = To(80);
     message.on_progress = [](const Progress&) { throw 1; };
@@ -254,7 +254,7 @@ TEST(Cancel, AfterAThrowingProgressFunctionRefused_IsTriedAgainWithTheNextPiece)
     request.Wait();
 }
 
-TEST(ScopedRequest, WhoseCancelIsRefused_TriesAgainUntilItHasEnded) {
+TEST(ScopedRequestTest, WhoseCancelIsRefusedTriesAgainUntilItHasEnded) {
     CancelledRequest scene(/*refusals=*/5);
     Ending ending;
     { const ScopedRequest request = scene.client().Send(To(80), ending.Function()); }
@@ -262,13 +262,13 @@ TEST(ScopedRequest, WhoseCancelIsRefused_TriesAgainUntilItHasEnded) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(ScopedRequest, Destroyed_CancelsAndWaits) {
+TEST(ScopedRequestTest, DestroyedCancelsAndWaits) {
     SilentPeer peer;
     Ending ending;
     const auto captured = std::make_shared<int>();
     {
         const ScopedRequest request = TheClient().Send(
-            To(peer.port()), [captured, tell = ending.Function()](const Outcome& outcome) { tell(outcome); });
+            To(peer.Port()), [captured, tell = ending.Function()](const Outcome& outcome) { tell(outcome); });
         ASSERT_TRUE(peer.WaitForRequest());
         EXPECT_FALSE(request.Ended());
     }
@@ -276,17 +276,17 @@ TEST(ScopedRequest, Destroyed_CancelsAndWaits) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(ScopedRequest, DestroyedAfterTheEnd_DoesNothing) {
+TEST(ScopedRequestTest, DestroyedAfterTheEndDoesNothing) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     Ending ending;
     {
-        const ScopedRequest request = TheClient().Send(To(peer.port()), ending.Function());
+        const ScopedRequest request = TheClient().Send(To(peer.Port()), ending.Function());
         request.Wait();
     }
     EXPECT_FALSE(ending.code());
 }
 
-TEST(ScopedRequest, Detached_RunsOn) {
+TEST(ScopedRequestTest, DetachedRunsOn) {
     rig::Signal answer;
     rig::Peer peer([&](rig::Connection& connection) {
         connection.ReadRequest();
@@ -296,7 +296,7 @@ TEST(ScopedRequest, Detached_RunsOn) {
     Ending ending;
     Request request;
     {
-        ScopedRequest scoped = TheClient().Send(To(peer.port()), ending.Function());
+        ScopedRequest scoped = TheClient().Send(To(peer.Port()), ending.Function());
         request = scoped.Detach();
         EXPECT_TRUE(scoped.Ended());
     }
@@ -305,12 +305,12 @@ TEST(ScopedRequest, Detached_RunsOn) {
     EXPECT_FALSE(ending.code());
 }
 
-TEST(ScopedRequest, Moved_TakesTheRequestAlong) {
+TEST(ScopedRequestTest, MovedTakesTheRequestAlong) {
     SilentPeer peer;
     Ending ending;
     ScopedRequest outer;
     {
-        ScopedRequest inner = TheClient().Send(To(peer.port()), ending.Function());
+        ScopedRequest inner = TheClient().Send(To(peer.Port()), ending.Function());
         outer = std::move(inner);
     }
     EXPECT_FALSE(outer.Ended());
@@ -320,22 +320,22 @@ TEST(ScopedRequest, Moved_TakesTheRequestAlong) {
     EXPECT_EQ(ending.code(), Errc::kCancelled);
 }
 
-TEST(ScopedRequest, AssignedTo_EndsWhatItHeld) {
+TEST(ScopedRequestTest, AssignedToEndsWhatItHeld) {
     SilentPeer peer(/*threads=*/2);
     Ending first;
     Ending second;
-    ScopedRequest request = TheClient().Send(To(peer.port()), first.Function());
-    request = TheClient().Send(To(peer.port()), second.Function());
+    ScopedRequest request = TheClient().Send(To(peer.Port()), first.Function());
+    request = TheClient().Send(To(peer.Port()), second.Function());
     EXPECT_EQ(first.code(), Errc::kCancelled);
     EXPECT_FALSE(request.Ended());
 }
 
-TEST(ScopedRequest, DestroyedInItsOwnFunction_DoesNotWaitForItself) {
+TEST(ScopedRequestTest, DestroyedInItsOwnFunctionDoesNotWaitForItself) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     rig::Signal known;
     Ending ending;
     auto request = std::make_unique<ScopedRequest>();
-    *request = TheClient().Send(To(peer.port()), [&](const Outcome& outcome) {
+    *request = TheClient().Send(To(peer.Port()), [&](const Outcome& outcome) {
         known.Wait();
         request.reset();
         ending.Function()(outcome);

@@ -1,6 +1,6 @@
 // Being told that the network comes and goes, and no longer being told.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ void TellConnection(const ScriptedLibrary& library, unsigned int connected) {
     library.settings.lpfnCallback(&notification);
 }
 
-TEST(ConnectionFunction, WithoutANetwork_IsToldSoAtTheStart) {
+TEST(ConnectionFunction, WithoutANetworkIsToldSoAtTheStart) {
     rig::Signal told;
     bool last = true;
     Options options;
@@ -34,25 +34,25 @@ TEST(ConnectionFunction, WithoutANetwork_IsToldSoAtTheStart) {
     EXPECT_FALSE(last);
 }
 
-TEST(ConnectionFunction, OfAComingAndGoingNetwork_IsToldEachChange) {
+TEST(ConnectionFunction, OfAComingAndGoingNetworkIsToldEachChange) {
     ScriptedLibrary library;
     std::vector<bool> told;
     Options options;
     options.on_connection = [&](bool connected) { told.push_back(connected); };
-    const Client client(std::move(options), library.functions());
+    const Client client(std::move(options), library.TheFunctions());
     TellConnection(library, 0);
     TellConnection(library, 1);
     TellConnection(library, 0);
     EXPECT_EQ(told, (std::vector<bool>{false, true, false}));
 }
 
-TEST(ConnectionFunction, AfterTheClientsEnd_IsNotCalled) {
+TEST(ConnectionFunction, AfterTheClientsEndIsNotCalled) {
     ScriptedLibrary library;
     const auto calls = std::make_shared<int>(0);
     {
         Options options;
         options.on_connection = [calls](bool) { ++*calls; };
-        const Client client(std::move(options), library.functions());
+        const Client client(std::move(options), library.TheFunctions());
         TellConnection(library, 1);
     }
     TellConnection(library, 0);
@@ -60,7 +60,7 @@ TEST(ConnectionFunction, AfterTheClientsEnd_IsNotCalled) {
     EXPECT_EQ(calls.use_count(), 1) << "the function has not been destroyed";
 }
 
-TEST(ConnectionFunction, RunningWhenTheClientEnds_IsWaitedFor) {
+TEST(ConnectionFunction, RunningWhenTheClientEndsIsWaitedFor) {
     ScriptedLibrary library;
     rig::Signal running;
     rig::Signal destroyed;
@@ -71,7 +71,7 @@ TEST(ConnectionFunction, RunningWhenTheClientEnds_IsWaitedFor) {
         EXPECT_FALSE(destroyed.Wait(/*milliseconds=*/500));
         finished = true;
     };
-    auto client = std::make_unique<Client>(std::move(options), library.functions());
+    auto client = std::make_unique<Client>(std::move(options), library.TheFunctions());
     rig::Thread teller([&] { TellConnection(library, 1); });
     ASSERT_TRUE(running.Wait());
     client.reset();
@@ -79,7 +79,7 @@ TEST(ConnectionFunction, RunningWhenTheClientEnds_IsWaitedFor) {
     destroyed.Set();
 }
 
-TEST(ConnectionFunction, WhichDestroysTheClient_ReturnsFromThat) {
+TEST(ConnectionFunction, WhichDestroysTheClientReturnsFromThat) {
     ScriptedLibrary library;
     int calls = 0;
     std::unique_ptr<Client> client;
@@ -89,27 +89,27 @@ TEST(ConnectionFunction, WhichDestroysTheClient_ReturnsFromThat) {
         client.reset();
         calls += *captured;  // what runs has not been destroyed
     };
-    client = std::make_unique<Client>(std::move(options), library.functions());
+    client = std::make_unique<Client>(std::move(options), library.TheFunctions());
     TellConnection(library, 1);
     TellConnection(library, 0);
     EXPECT_EQ(calls, 7);
     EXPECT_EQ(captured.use_count(), 1);
 }
 
-TEST(ConnectionFunction, WhichThrows_IsReported) {
+TEST(ConnectionFunction, WhichThrowsIsReported) {
     ScriptedLibrary library;
     std::string text;
     Options options;
     options.on_connection = [](bool) { throw std::runtime_error("mine"); };
     options.on_exception = [&](const std::exception_ptr& exception) { text = TextOf(exception); };
-    const Client client(std::move(options), library.functions());
+    const Client client(std::move(options), library.TheFunctions());
     TellConnection(library, 1);
     EXPECT_EQ(text, "mine");
 }
 
-TEST(Client, ToldOfARequestThatItDidNotSend_HeedsItNot) {
+TEST(ClientNotification, ToldOfARequestThatItDidNotSendHeedsItNot) {
     ScriptedLibrary library;
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     WPK_CALLBACKSTRUCT notification = {};
     notification.nReason = WPK_REASON_CREDENTIALS;
     notification.lpUserData = library.settings.lpUserData;

@@ -1,6 +1,6 @@
 // The proxy's question for credentials, answered and declined.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -12,18 +12,18 @@ namespace {
 
 using Pairs = std::vector<std::string>;
 
-// A proxy that lets nobody in but one user; 407 for all others.
+/// A proxy that lets nobody in but one user; 407 for all others.
 rig::Peer::Script OnlyFor(std::string pair) {
     return [pair = std::move(pair)](rig::Connection& connection) {
         const bool known = rig::CredentialsOf(connection.ReadRequest()) == pair;
-        connection.Send(known ? rig::Ok("come in") : rig::Reply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
+        connection.Send(known ? rig::Ok("come in") : rig::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
     };
 }
 
 Options Through(const rig::Peer& proxy) {
     Options options;
     options.server = "server.invalid";
-    options.proxy = Proxy{"127.0.0.1", proxy.port(), {}};
+    options.proxy = Proxy{"127.0.0.1", proxy.Port(), {}};
     return options;
 }
 
@@ -33,7 +33,7 @@ Pairs PairsSentTo(rig::Peer& proxy) {
     return pairs;
 }
 
-TEST(ProxyCredentials, GivenBeforehand_AreSent) {
+TEST(ClientCredentials, GivenBeforehandAreSent) {
     rig::Peer proxy(OnlyFor("user:word"));
     Options options = Through(proxy);
     options.proxy->credentials = {"user", L"word"};
@@ -42,7 +42,7 @@ TEST(ProxyCredentials, GivenBeforehand_AreSent) {
     EXPECT_EQ(PairsSentTo(proxy), Pairs{"user:word"});
 }
 
-TEST(ProxyCredentials, AskedForAndAnswered_AreUsedFromThenOn) {
+TEST(ClientCredentials, AskedForAndAnsweredAreUsedFromThenOn) {
     rig::Peer proxy(OnlyFor("user:word"));
     Options options = Through(proxy);
     Pairs refused;
@@ -57,7 +57,7 @@ TEST(ProxyCredentials, AskedForAndAnswered_AreUsedFromThenOn) {
     EXPECT_EQ(PairsSentTo(proxy), (Pairs{"", "user:wrong", "user:word", "user:word"}));
 }
 
-TEST(ProxyCredentials, AskedForAndDeclined_EndTheRequest) {
+TEST(ClientCredentials, AskedForAndDeclinedEndTheRequest) {
     rig::Peer proxy(OnlyFor("user:word"));
     Options options = Through(proxy);
     options.on_credentials = [](const Credentials&) { return std::nullopt; };
@@ -66,13 +66,13 @@ TEST(ProxyCredentials, AskedForAndDeclined_EndTheRequest) {
     EXPECT_EQ(proxy.Requests().size(), 1u);
 }
 
-TEST(ProxyCredentials, WithoutAFunctionToAsk_AreDeclined) {
+TEST(ClientCredentials, WithoutAFunctionToAskAreDeclined) {
     rig::Peer proxy(OnlyFor("user:word"));
     const Client client(Through(proxy), FreshLibrary());
     EXPECT_EQ(CodeOf(client.Send({"Echo", "hello"})), Errc::kProxyCredentials);
 }
 
-TEST(ProxyCredentials, OfTheLargestLength_AreSentWhole) {
+TEST(ClientCredentials, OfTheLargestLengthAreSentWhole) {
     const std::string longest(255, 'p');
     rig::Peer proxy(OnlyFor("user:" + longest));
     Options options = Through(proxy);
@@ -81,7 +81,7 @@ TEST(ProxyCredentials, OfTheLargestLength_AreSentWhole) {
     EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "come in");
 }
 
-TEST(ProxyCredentials, ThatDoNotFit_EndTheRequestAndSaySo) {
+TEST(ClientCredentials, ThatDoNotFitEndTheRequestAndSaySo) {
     rig::Peer proxy(OnlyFor("user:word"));
     Options options = Through(proxy);
     options.on_credentials = [](const Credentials&) { return Credentials{std::string(256, 'u'), "word"}; };
@@ -91,7 +91,7 @@ TEST(ProxyCredentials, ThatDoNotFit_EndTheRequestAndSaySo) {
     EXPECT_EQ(PairsSentTo(proxy), (Pairs{"", ""}));
 }
 
-TEST(ProxyCredentials, WhoseFunctionThrows_EndTheRequestWithThat) {
+TEST(ClientCredentials, WhoseFunctionThrowsEndTheRequestWithThat) {
     rig::Peer proxy(OnlyFor("user:word"));
     Options options = Through(proxy);
     options.on_credentials = [](const Credentials&) -> std::optional<Credentials> {
@@ -104,12 +104,12 @@ TEST(ProxyCredentials, WhoseFunctionThrows_EndTheRequestWithThat) {
     EXPECT_EQ(proxy.Requests().size(), 1u);
 }
 
-TEST(ProxyCredentials, AskedForBeyondTheClientsEnd_AreStillAskedFor) {
+TEST(ClientCredentials, AskedForBeyondTheClientsEndAreStillAskedFor) {
     rig::Signal gone;
     rig::Peer proxy([&](rig::Connection& connection) {
         const bool known = rig::CredentialsOf(connection.ReadRequest()) == "user:word";
         if (!known) gone.Wait();
-        connection.Send(known ? rig::Ok("come in") : rig::Reply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
+        connection.Send(known ? rig::Ok("come in") : rig::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
     });
     std::future<Reply> future;
     {

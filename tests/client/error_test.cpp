@@ -1,6 +1,6 @@
 // Every failure as an error code with a text of its own.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>
@@ -12,30 +12,30 @@ namespace {
 
 using rig::Answer;
 using rig::Peer;
-using rig::Reply;
+using rig::RawReply;
 
 constexpr WPK_ERROR kCoded[] = {WPK_ERROR_BAD_REQUEST, WPK_ERROR_NO_NETWORK,       WPK_ERROR_CONNECT,
                                 WPK_ERROR_CANCELLED,   WPK_ERROR_BAD_VERSION,      WPK_ERROR_NO_SERVICE,
                                 WPK_ERROR_EXCHANGE,    WPK_ERROR_PROXY_CREDENTIALS};
 
-// The code with which a request ends that gets this answer; the same in both forms.
+/// The code with which a request ends that gets this answer; the same in both forms.
 std::error_code CodeAfter(const std::string& answer) {
     Peer peer(Answer(answer));
-    const Kept kept = SendAndWait(TheClient(), To(peer.port()));
-    EXPECT_EQ(CodeOf(TheClient().Send(To(peer.port()))), kept.error);
+    const Kept kept = SendAndWait(TheClient(), To(peer.Port()));
+    EXPECT_EQ(CodeOf(TheClient().Send(To(peer.Port()))), kept.error);
     EXPECT_EQ(kept.body, "");
     EXPECT_EQ(kept.count, 1);
     return kept.error;
 }
 
-TEST(ErrorCode, OfEveryFailureOfTheLibrary_ReachesFutureAndFunction) {
+TEST(ErrorCode, OfEveryFailureOfTheLibraryReachesFutureAndFunction) {
     for (const WPK_ERROR coded : kCoded) {
         ScriptedLibrary library;
-        library.on_send = [&](WPK_SENDSTRUCT* message) {
+        library.onSend = [&](WPK_SENDSTRUCT* message) {
             rig::Thread([&] { TellFailure(*message, coded); }).Join();
             return 8u;
         };
-        const Client client(ToLoopback(), library.functions());
+        const Client client(ToLoopback(), library.TheFunctions());
         const std::error_code expected = static_cast<Errc>(coded);
         EXPECT_EQ(expected.value(), coded);
         EXPECT_EQ(CodeOf(client.Send(To(80))), expected);
@@ -43,7 +43,7 @@ TEST(ErrorCode, OfEveryFailureOfTheLibrary_ReachesFutureAndFunction) {
     }
 }
 
-TEST(ErrorCode, EveryOne_HasATextOfItsOwn) {
+TEST(ErrorCode, EveryOneHasATextOfItsOwn) {
     std::set<std::string> texts;
     for (int value = -8; value <= 11; ++value) {
         if (value == 0) continue;
@@ -56,7 +56,7 @@ TEST(ErrorCode, EveryOne_HasATextOfItsOwn) {
     EXPECT_STREQ(ErrorCategory().name(), "wpk");
 }
 
-TEST(ErrorCode, WithACounterpartInTheStandardLibrary_EqualsIt) {
+TEST(ErrorCode, WithACounterpartInTheStandardLibraryEqualsIt) {
     EXPECT_EQ(make_error_code(Errc::kNoNetwork), std::errc::network_unreachable);
     EXPECT_EQ(make_error_code(Errc::kConnect), std::errc::host_unreachable);
     EXPECT_EQ(make_error_code(Errc::kCancelled), std::errc::operation_canceled);
@@ -66,35 +66,35 @@ TEST(ErrorCode, WithACounterpartInTheStandardLibrary_EqualsIt) {
     EXPECT_NE(make_error_code(Errc::kCancelled), std::errc::timed_out);
 }
 
-TEST(Request, WithoutANetwork_EndsSo) {
+TEST(RequestFailure, WithoutANetworkEndsSo) {
     Options options = ToLoopback();
     options.connection = Connection::kNever;
     const Client client(std::move(options), FreshLibrary());
     EXPECT_EQ(CodeOf(client.Send({"Echo", "hello"})), Errc::kNoNetwork);
 }
 
-TEST(Request, ToAPortWithoutListener_EndsSo) {
+TEST(RequestFailure, ToAPortWithoutListenerEndsSo) {
     EXPECT_EQ(CodeOf(TheClient().Send(To(rig::DeadPort()))), Errc::kConnect);
 }
 
-TEST(Request, ToAServerOfAnotherVersion_EndsSo) {
-    EXPECT_EQ(CodeAfter(Reply("HTTP/1.0 500 Bad_Version", {"Server: WPK/1.00", "Content-Length: 0"})),
+TEST(RequestFailure, ToAServerOfAnotherVersionEndsSo) {
+    EXPECT_EQ(CodeAfter(RawReply("HTTP/1.0 500 Bad_Version", {"Server: WPK/1.00", "Content-Length: 0"})),
               Errc::kBadVersion);
 }
 
-TEST(Request, ForAServiceThatTheServerLacks_EndsSo) {
-    EXPECT_EQ(CodeAfter(Reply("HTTP/1.0 500 Bad_Plugin_Name", {"Server: WPK/1.00", "Content-Length: 0"})),
+TEST(RequestFailure, ForAServiceThatTheServerLacksEndsSo) {
+    EXPECT_EQ(CodeAfter(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {"Server: WPK/1.00", "Content-Length: 0"})),
               Errc::kNoService);
 }
 
-TEST(Request, ToAServerThatSaysNonsense_EndsSo) {
+TEST(RequestFailure, ToAServerThatSaysNonsenseEndsSo) {
     EXPECT_EQ(CodeAfter("nonsense\r\n\r\n"), Errc::kExchange);
 }
 
-TEST(Send, ThatTheLibraryDoesNotTake_ThrowsAndCallsNothing) {
+TEST(SendRefused, ThatTheLibraryDoesNotTakeThrowsAndCallsNothing) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT*) { return 0u; };
-    const Client client(ToLoopback(), library.functions());
+    library.onSend = [](WPK_SENDSTRUCT*) { return 0u; };
+    const Client client(ToLoopback(), library.TheFunctions());
     const auto captured = std::make_shared<int>();
     EXPECT_EQ(CodeThrownBy([&] { client.Send(To(80), [captured](const Outcome&) { FAIL() << "nothing was sent"; }); }),
               Errc::kNotTaken);

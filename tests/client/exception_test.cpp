@@ -1,6 +1,6 @@
 // Exceptions that the application's functions throw: none reaches the library, each goes where it is said to.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 namespace wpk::client_test {
 namespace {
 
-// A Client that keeps what its on_exception gets.
+/// A Client that keeps what its on_exception gets.
 class Watched {
 public:
     const Client& client() const { return client_; }
@@ -36,7 +36,7 @@ private:
 
 using Texts = std::vector<std::string>;
 
-// Sends the reply in two pieces, the second when `more` is set.
+/// Sends the reply in two pieces, the second when `more` is set.
 rig::Peer::Script TwoPieces(rig::Signal& more) {
     return [&more](rig::Connection& connection) {
         connection.ReadRequest();
@@ -46,26 +46,26 @@ rig::Peer::Script TwoPieces(rig::Signal& more) {
     };
 }
 
-TEST(OutcomeFunction, WhichThrows_IsReportedAndTheRequestEnds) {
+TEST(OutcomeFunction, WhichThrowsIsReportedAndTheRequestEnds) {
     Watched watched;
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     const Request request =
-        watched.client().Send(To(peer.port()), [](const Outcome&) { throw std::runtime_error("mine"); });
+        watched.client().Send(To(peer.Port()), [](const Outcome&) { throw std::runtime_error("mine"); });
     request.Wait();
     EXPECT_EQ(watched.Texts(), Texts{"mine"});
-    EXPECT_EQ(watched.client().Send(To(peer.port())).get().body, "world");
+    EXPECT_EQ(watched.client().Send(To(peer.Port())).get().body, "world");
 }
 
-TEST(OutcomeFunction, WhichThrowsWithNobodyToTell_LeavesAllElseAlone) {
+TEST(OutcomeFunction, WhichThrowsWithNobodyToTellLeavesAllElseAlone) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
-    const Request request = TheClient().Send(To(peer.port()), [](const Outcome&) { throw 42; });
+    const Request request = TheClient().Send(To(peer.Port()), [](const Outcome&) { throw 42; });
     request.Wait();
-    EXPECT_EQ(TheClient().Send(To(peer.port())).get().body, "world");
+    EXPECT_EQ(TheClient().Send(To(peer.Port())).get().body, "world");
 }
 
-TEST(ExceptionFunction, WhichThrows_IsNotHeeded) {
+TEST(ExceptionFunction, WhichThrowsIsNotHeeded) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
-    Options options = ToLoopback(peer.port());
+    Options options = ToLoopback(peer.Port());
     options.on_exception = [](std::exception_ptr) { throw std::runtime_error("again"); };
     const Client client(std::move(options), FreshLibrary());
     const Request request = client.Send({"Echo", "hello"}, [](const Outcome&) { throw std::runtime_error("mine"); });
@@ -73,13 +73,13 @@ TEST(ExceptionFunction, WhichThrows_IsNotHeeded) {
     EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "world");
 }
 
-TEST(ProgressFunction, WhichThrows_CancelsTheRequestAndIsTheOutcome) {
+TEST(ThrowingProgressFunction, WhichThrowsCancelsTheRequestAndIsTheOutcome) {
     Watched watched;
     rig::Signal never;
     int calls = 0;
     {
         rig::Peer peer(TwoPieces(never));
-        Message message = To(peer.port());
+        Message message = To(peer.Port());
         message.on_progress = [&](const Progress&) {
             ++calls;
             throw std::runtime_error("mine");
@@ -94,19 +94,19 @@ TEST(ProgressFunction, WhichThrows_CancelsTheRequestAndIsTheOutcome) {
     EXPECT_EQ(watched.Texts(), Texts{}) << "the outcome has told it already";
 }
 
-TEST(ProgressFunction, WhichThrows_ReachesTheFutureAsItIs) {
+TEST(ThrowingProgressFunction, WhichThrowsReachesTheFutureAsItIs) {
     rig::Signal never;
     rig::Peer peer(TwoPieces(never));
-    Message message = To(peer.port());
+    Message message = To(peer.Port());
     message.on_progress = [](const Progress&) { throw std::out_of_range("mine"); };
     std::future<Reply> future = TheClient().Send(std::move(message));
     EXPECT_THROW(future.get(), std::out_of_range);
     never.Set();
 }
 
-TEST(ProgressFunction, WhichThrowsAtTheLastPiece_IsStillTheOutcome) {
+TEST(ThrowingProgressFunction, WhichThrowsAtTheLastPieceIsStillTheOutcome) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT* message) {
+    library.onSend = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] {
             TellProgress(*message, "so", 4);
             TellProgress(*message, "some", 4);
@@ -114,7 +114,7 @@ TEST(ProgressFunction, WhichThrowsAtTheLastPiece_IsStillTheOutcome) {
         }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     int calls = 0;
     Message message = To(80);
     message.on_progress = [&](const Progress&) {

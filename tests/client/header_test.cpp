@@ -16,7 +16,7 @@
 
 namespace wpk::client_test {
 
-// In header_again_test.cpp, where <windows.h> comes first.
+/// In header_again_test.cpp, where <windows.h> comes first.
 const std::error_category& CategoryThere();
 Request EmptyRequestThere();
 
@@ -28,7 +28,7 @@ template <class Function>
 struct CanSendFor<Function, std::void_t<decltype(std::declval<const Client&>().Send(
                                 std::declval<Message>(), std::declval<Function>()))>> : std::true_type {};
 
-TEST(Header, RefusesWhatWouldBeAMistake) {
+TEST(ClientHeader, RefusesWhatWouldBeAMistake) {
     static_assert(!std::is_constructible_v<AnsiText, std::nullptr_t>, "a null pointer for a text");
     static_assert(!CanSendFor<std::nullptr_t>::value, "nobody to get the outcome");
     static_assert(!CanSendFor<void (*)(const Reply&)>::value, "a function for replies cannot take outcomes");
@@ -40,19 +40,19 @@ TEST(Header, RefusesWhatWouldBeAMistake) {
     static_assert(std::is_error_code_enum_v<Errc>);
 }
 
-TEST(Header, InTwoTranslationUnits_IsOneThing) {
+TEST(ClientHeader, InTwoTranslationUnitsIsOneThing) {
     EXPECT_EQ(&ErrorCategory(), &CategoryThere());
     EXPECT_TRUE(EmptyRequestThere().Ended());
 }
 
-TEST(Header, Version_IsTheProjects) {
+TEST(ClientHeader, VersionIsTheProjects) {
     EXPECT_STREQ(WPK_VERSION_STRING, WPK_PROJECT_VERSION);
     EXPECT_EQ(std::to_string(WPK_VERSION_MAJOR) + "." + std::to_string(WPK_VERSION_MINOR) + "." +
                   std::to_string(WPK_VERSION_PATCH),
               WPK_PROJECT_VERSION);
 }
 
-TEST(Header, IncludedFirst_FindsTheLinkedLibrary) {
+TEST(ClientHeader, IncludedFirstFindsTheLinkedLibrary) {
     const Functions linked = Functions::Linked();
     EXPECT_TRUE(linked.init && linked.send && linked.cancel);
 }

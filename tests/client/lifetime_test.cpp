@@ -1,8 +1,8 @@
 // What the layer keeps, and for how long.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
-#include "interface/rig/process.h"
+#include "support/dll/process.h"
 
 #include <gtest/gtest.h>
 
@@ -18,10 +18,10 @@ bool IsCommitted(const void* address) {
     return memory.State == MEM_COMMIT;
 }
 
-// So large that the heap gives its memory back to the system at once.
+/// So large that the heap gives its memory back to the system at once.
 constexpr size_t kLarge = 8u << 20;
 
-TEST(MessageKept, MadeOfTemporaries_ArrivesWhole) {
+TEST(MessageKept, MadeOfTemporariesArrivesWhole) {
     rig::Signal sent;
     std::string arrived;
     rig::Peer peer([&](rig::Connection& connection) {
@@ -34,7 +34,7 @@ TEST(MessageKept, MadeOfTemporaries_ArrivesWhole) {
         std::string service = "a service whose name is too long for any short string";
         Message message(service, rig::Pattern(kLarge));
         message.server = std::wstring(L"127.0.0.1");
-        message.port = peer.port();
+        message.port = peer.Port();
         future = TheClient().Send(std::move(message));
         service.assign(service.size(), '-');
     }
@@ -45,24 +45,24 @@ TEST(MessageKept, MadeOfTemporaries_ArrivesWhole) {
 }
 
 // The library may look at a record until the final callback has returned, and nobody is told when that is.
-TEST(MessageKept, AfterItsOutcome_StaysUntilItsThreadHasEnded) {
+TEST(MessageKept, AfterItsOutcomeStaysUntilItsThreadHasEnded) {
     ScriptedLibrary library;
     rig::Signal returned;
-    rig::Signal go_on;
+    rig::Signal goOn;
     const WPK_SENDSTRUCT* record = nullptr;
     const void* body = nullptr;
     std::unique_ptr<rig::Thread> thread;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         record = message;
         body = message->lpData;
         thread = std::make_unique<rig::Thread>([&, message] {
             TellReply(*message, "done");
             returned.Set();
-            go_on.Wait();
+            goOn.Wait();
         });
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     Message large("Echo", std::string(kLarge, 'x'));
     large.server = "server.example";
     const Request request = client.Send(std::move(large), [](const Outcome&) {});
@@ -70,7 +70,7 @@ TEST(MessageKept, AfterItsOutcome_StaysUntilItsThreadHasEnded) {
 
     // Everything that gives memory back, while the thread still runs.
     request.Wait();
-    library.on_send = [](WPK_SENDSTRUCT* message) {
+    library.onSend = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellReply(*message, "done"); }).Join();
         return 12u;
     };
@@ -81,13 +81,13 @@ TEST(MessageKept, AfterItsOutcome_StaysUntilItsThreadHasEnded) {
     EXPECT_EQ(record->dwDataLength, kLarge);
     EXPECT_EQ(std::memcmp(body, "xxxx", 4), 0);
 
-    go_on.Set();
+    goOn.Set();
     thread->Join();
     client.Send({"Echo", "other"}).get();
     EXPECT_FALSE(IsCommitted(body));
 }
 
-// Whether that is the id of a thread that has ended, so that no other thread can get it.
+/// Whether that is the id of a thread that has ended, so that no other thread can get it.
 bool IsKeptId(DWORD id) {
     const HANDLE thread = OpenThread(SYNCHRONIZE, /*bInheritHandle=*/FALSE, id);
     if (!thread) return false;
@@ -97,12 +97,12 @@ bool IsKeptId(DWORD id) {
 }
 
 // A cancel that the library has accepted may look its handle up when the request has ended.
-TEST(MessageKept, OfACancelledRequest_IsGivenBackWhileItsThreadsIdStaysTaken) {
+TEST(MessageKept, OfACancelledRequestIsGivenBackWhileItsThreadsIdStaysTaken) {
     ScriptedLibrary library;
     const void* body = nullptr;
     DWORD id = 0;
     std::unique_ptr<rig::Thread> thread;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         body = message->lpData;
         thread = std::make_unique<rig::Thread>([&, message] {
             id = GetCurrentThreadId();
@@ -110,7 +110,7 @@ TEST(MessageKept, OfACancelledRequest_IsGivenBackWhileItsThreadsIdStaysTaken) {
         });
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     const Request request = client.Send({"Echo", std::string(kLarge, 'x')}, [](const Outcome&) {});
     request.Cancel();
     thread->Join();
@@ -119,34 +119,34 @@ TEST(MessageKept, OfACancelledRequest_IsGivenBackWhileItsThreadsIdStaysTaken) {
     EXPECT_TRUE(IsKeptId(id));
 }
 
-TEST(MessageKept, OfARequestThatTheLibraryRefused_IsGivenBackAtOnce) {
+TEST(MessageKept, OfARequestThatTheLibraryRefusedIsGivenBackAtOnce) {
     ScriptedLibrary library;
     const void* body = nullptr;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         body = message->lpData;
         return 0u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     EXPECT_EQ(CodeThrownBy([&] { client.Send({"Echo", std::string(kLarge, 'x')}).get(); }), Errc::kNotTaken);
     EXPECT_FALSE(IsCommitted(body));
 }
 
-TEST(MessageMoved, WithALargeBody_IsNotCopied) {
+TEST(MessageMoved, WithALargeBodyIsNotCopied) {
     ScriptedLibrary library;
     const void* sent = nullptr;
-    library.on_send = [&](WPK_SENDSTRUCT* message) {
+    library.onSend = [&](WPK_SENDSTRUCT* message) {
         sent = message->lpData;
         rig::Thread([&] { TellReply(*message, "done"); }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     Message message("Echo", std::string(kLarge, 'x'));
-    const void* const mine = message.body.data();
+    const void* mine = message.body.data();
     client.Send(std::move(message)).get();
     EXPECT_EQ(sent, mine);
 }
 
-TEST(Client, DestroyedWhileRequestsRun_LetsThemEnd) {
+TEST(ClientLifetime, DestroyedWhileRequestsRunLetsThemEnd) {
     rig::Signal answer;
     rig::Peer peer(
         [&](rig::Connection& connection) {
@@ -159,7 +159,7 @@ TEST(Client, DestroyedWhileRequestsRun_LetsThemEnd) {
     Request request;
     Kept kept;
     {
-        const Client client(ToLoopback(peer.port()), FreshLibrary());
+        const Client client(ToLoopback(peer.Port()), FreshLibrary());
         future = client.Send({"Echo", "hello"});
         request = client.Send({"Echo", "hello"}, [&](const Outcome& outcome) { kept.body = outcome.body(); });
     }
@@ -170,12 +170,12 @@ TEST(Client, DestroyedWhileRequestsRun_LetsThemEnd) {
     EXPECT_EQ(kept.body, "late");
 }
 
-TEST(Client, DestroyedWhileARequestRuns_LeavesItsHandleWorking) {
+TEST(ClientLifetime, DestroyedWhileARequestRunsLeavesItsHandleWorking) {
     SilentPeer peer;
     std::error_code code;
     Request request;
     {
-        const Client client(ToLoopback(peer.port()), FreshLibrary());
+        const Client client(ToLoopback(peer.Port()), FreshLibrary());
         request = client.Send({"Echo", "hello"}, [&](const Outcome& outcome) { code = outcome.error(); });
     }
     request.Cancel();
@@ -183,9 +183,9 @@ TEST(Client, DestroyedWhileARequestRuns_LeavesItsHandleWorking) {
     EXPECT_EQ(code, Errc::kCancelled);
 }
 
-TEST(Client, DestroyedInsideAnOutcome_IsNoTrouble) {
+TEST(ClientLifetime, DestroyedInsideAnOutcomeIsNoTrouble) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
-    auto client = std::make_unique<Client>(ToLoopback(peer.port()), FreshLibrary());
+    auto client = std::make_unique<Client>(ToLoopback(peer.Port()), FreshLibrary());
     rig::Signal known;
     const Request request = client->Send({"Echo", "hello"}, [&](const Outcome&) {
         known.Wait();
@@ -196,29 +196,29 @@ TEST(Client, DestroyedInsideAnOutcome_IsNoTrouble) {
     EXPECT_FALSE(client);
 }
 
-// In a process of its own, which has the library that it is linked with to itself.
-WPK_SCENARIO(ends_with_requests_under_way) {
+/// In a process of its own, which has the library that it is linked with to itself.
+WPK_SCENARIO(endsWithRequestsUnderWay) {
     static const rig::FullListener listener;
     static SilentPeer peer;
-    static const Client client(ToLoopback(listener.port()));
+    static const Client client(ToLoopback(listener.Port()));
     static std::vector<std::future<Reply>> futures;
     for (int i = 0; i < 4; ++i) futures.push_back(client.Send({"Echo", "hello"}));
-    static const ScopedRequest cancelled_at_the_end = client.Send({"Echo", "hello"}, [](const Outcome&) {});
-    client.Send(To(peer.port()), [](const Outcome&) {});
+    static const ScopedRequest cancelledAtTheEnd = client.Send({"Echo", "hello"}, [](const Outcome&) {});
+    client.Send(To(peer.Port()), [](const Outcome&) {});
     return peer.WaitForRequest() ? 0 : 1;
 }
 
-TEST(Process, WhichEndsWithRequestsUnderWay_EndsAsItWants) {
+TEST(Process, WhichEndsWithRequestsUnderWayEndsAsItWants) {
     EXPECT_EQ(rig::Child("ends_with_requests_under_way", "none").Wait(), 0u);
 }
 
-TEST(FinalNotification, BeforeTheSendIsBack_IsTheOutcome) {
+TEST(FinalNotification, BeforeTheSendIsBackIsTheOutcome) {
     ScriptedLibrary library;
-    library.on_send = [](WPK_SENDSTRUCT* message) {
+    library.onSend = [](WPK_SENDSTRUCT* message) {
         rig::Thread([&] { TellReply(*message, "quick"); }).Join();
         return 8u;
     };
-    const Client client(ToLoopback(), library.functions());
+    const Client client(ToLoopback(), library.TheFunctions());
     int count = 0;
     const Request request = client.Send({"Echo", "hello"}, [&](const Outcome& outcome) {
         EXPECT_EQ(outcome.body(), "quick");

@@ -1,6 +1,6 @@
 // Many requests from many threads, in every form, some of them cancelled.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -13,17 +13,17 @@ namespace {
 constexpr int kThreads = 8;
 constexpr int kRequestsEach = 25;
 
-// Answers each request with its own message.
+/// Answers each request with its own message.
 void Echo(rig::Connection& connection) {
     connection.Send(rig::Ok(rig::MessageOf(connection.ReadRequest())));
 }
 
-// Short ones stay in memory, long ones are spooled.
+/// Short ones stay in memory, long ones are spooled.
 std::string MessageNumber(int number) {
     return std::to_string(number) + std::string(number % 5 == 0 ? 20000 : 20, 'x');
 }
 
-TEST(Load, TwoHundredRequestsFromEightThreads_EachGetItsOwnReply) {
+TEST(ClientLoad, TwoHundredRequestsFromEightThreadsEachGetItsOwnReply) {
     rig::Peer peer(Echo, kThreads);
     std::atomic<int> good{0};
     std::vector<rig::Thread> threads;
@@ -34,10 +34,10 @@ TEST(Load, TwoHundredRequestsFromEightThreads_EachGetItsOwnReply) {
             for (int i = 0; i < kRequestsEach; ++i) {
                 const std::string body = MessageNumber(thread * kRequestsEach + i);
                 if (i % 2 == 0) {
-                    futures.push_back(TheClient().Send(To(peer.port(), body)));
+                    futures.push_back(TheClient().Send(To(peer.Port(), body)));
                     continue;
                 }
-                requests.push_back(TheClient().Send(To(peer.port(), body), [&good, body](const Outcome& outcome) {
+                requests.push_back(TheClient().Send(To(peer.Port(), body), [&good, body](const Outcome& outcome) {
                     if (outcome && outcome.body() == body) ++good;
                 }));
             }
@@ -51,7 +51,7 @@ TEST(Load, TwoHundredRequestsFromEightThreads_EachGetItsOwnReply) {
     EXPECT_EQ(good, kThreads * kRequestsEach);
 }
 
-TEST(Load, RequestsCancelledAtAnyMoment_EachEndOnce) {
+TEST(ClientLoad, RequestsCancelledAtAnyMomentEachEndOnce) {
     rig::Peer peer(Echo, kThreads);
     std::atomic<int> replies{0};
     std::atomic<int> cancelled{0};
@@ -61,7 +61,7 @@ TEST(Load, RequestsCancelledAtAnyMoment_EachEndOnce) {
         threads.emplace_back([&, thread] {
             for (int i = 0; i < kRequestsEach; ++i) {
                 const ScopedRequest request =
-                    TheClient().Send(To(peer.port(), MessageNumber(i)), [&](const Outcome& outcome) {
+                    TheClient().Send(To(peer.Port(), MessageNumber(i)), [&](const Outcome& outcome) {
                         if (outcome) return static_cast<void>(++replies);
                         ++(outcome.error() == Errc::kCancelled ? cancelled : others);
                     });

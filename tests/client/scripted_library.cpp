@@ -26,7 +26,7 @@ ScriptedLibrary::~ScriptedLibrary() {
     current_ = nullptr;
 }
 
-Functions ScriptedLibrary::functions() const {
+Functions ScriptedLibrary::TheFunctions() const {
     return {&ScriptedLibrary::Init, &ScriptedLibrary::Send, &ScriptedLibrary::Cancel};
 }
 
@@ -44,13 +44,13 @@ bool ScriptedLibrary::WaitForCancel() {
 
 int ScriptedLibrary::Init(const WPK_INITSTRUCT* given) {
     current_->settings = *given;
-    current_->initialised_ = current_->init_answer == 1;
-    return current_->init_answer;
+    current_->initialised_ = current_->initAnswer == 1;
+    return current_->initAnswer;
 }
 
 unsigned int ScriptedLibrary::Send(WPK_SENDSTRUCT* message) {
     current_->sent = message;
-    return current_->on_send(message);
+    return current_->onSend(message);
 }
 
 int ScriptedLibrary::Cancel(unsigned int handle) {

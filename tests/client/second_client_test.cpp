@@ -1,6 +1,6 @@
 // The library takes its settings once: what becomes of a second Client.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scripted_library.h"
 
 #include <gtest/gtest.h>
@@ -14,21 +14,21 @@ std::error_code CodeOfAClient(const Functions& functions) {
     return CodeThrownBy([&] { const Client client(ToLoopback(), functions); });
 }
 
-TEST(SecondClient, BesideTheFirst_IsRefusedAndLeavesItAlone) {
+TEST(SecondClient, BesideTheFirstIsRefusedAndLeavesItAlone) {
     rig::Peer peer(rig::Answer(rig::Ok("world")));
     const Functions functions = FreshLibrary();
-    const Client first(ToLoopback(peer.port()), functions);
+    const Client first(ToLoopback(peer.Port()), functions);
     EXPECT_EQ(CodeOfAClient(functions), Errc::kAlreadyInitialised);
     EXPECT_EQ(first.Send({"Echo", "hello"}).get().body, "world");
 }
 
-TEST(SecondClient, AfterTheFirst_IsRefused) {
+TEST(SecondClient, AfterTheFirstIsRefused) {
     const Functions functions = FreshLibrary();
     EXPECT_FALSE(CodeOfAClient(functions));
     EXPECT_EQ(CodeOfAClient(functions), Errc::kAlreadyInitialised);
 }
 
-TEST(Client, WhereOtherCodeHasInitialisedTheLibrary_IsRefused) {
+TEST(ClientTest, WhereOtherCodeHasInitialisedTheLibraryIsRefused) {
     const Functions functions = FreshLibrary();
     WPK_INITSTRUCT settings = {};
     settings.nConnectionType = WPK_CONNECTION_PERMANENT;
@@ -37,14 +37,14 @@ TEST(Client, WhereOtherCodeHasInitialisedTheLibrary_IsRefused) {
     EXPECT_EQ(CodeOfAClient(functions), Errc::kAlreadyInitialised);
 }
 
-TEST(Client, MadeWhileAnotherOneIsBeingMade_IsRefused) {
+TEST(ClientTest, MadeWhileAnotherOneIsBeingMadeIsRefused) {
     ScriptedLibrary library;
     std::error_code second;
-    Functions functions = library.functions();
+    Functions functions = library.TheFunctions();
     static std::function<void()> during;
     static Functions real;
     during = [&] { rig::Thread([&] { second = CodeOfAClient(functions); }).Join(); };
-    real = library.functions();
+    real = library.TheFunctions();
     functions.init = [](const WPK_INITSTRUCT* settings) {
         during();
         return real.init(settings);
@@ -53,39 +53,39 @@ TEST(Client, MadeWhileAnotherOneIsBeingMade_IsRefused) {
     EXPECT_EQ(second, Errc::kAlreadyInitialised);
 }
 
-TEST(Client, OfALibraryThatDoesNotStart_IsRefusedAndMayBeTriedAgain) {
+TEST(ClientTest, OfALibraryThatDoesNotStartIsRefusedAndMayBeTriedAgain) {
     ScriptedLibrary library;
-    library.init_answer = 0;
-    EXPECT_EQ(CodeOfAClient(library.functions()), Errc::kNotInitialised);
-    library.init_answer = 1;
-    EXPECT_FALSE(CodeOfAClient(library.functions()));
+    library.initAnswer = 0;
+    EXPECT_EQ(CodeOfAClient(library.TheFunctions()), Errc::kNotInitialised);
+    library.initAnswer = 1;
+    EXPECT_FALSE(CodeOfAClient(library.TheFunctions()));
 }
 
-TEST(Client, OfALibraryOfWhichAFunctionIsMissing_IsRefused) {
+TEST(ClientTest, OfALibraryOfWhichAFunctionIsMissingIsRefused) {
     ScriptedLibrary library;
     for (const auto forget : {+[](Functions& functions) { functions.init = nullptr; },
                               +[](Functions& functions) { functions.send = nullptr; },
                               +[](Functions& functions) { functions.cancel = nullptr; }}) {
-        Functions functions = library.functions();
+        Functions functions = library.TheFunctions();
         forget(functions);
         EXPECT_EQ(CodeOfAClient(functions), Errc::kNoFunction);
     }
 }
 
-TEST(Client, WithDefaultOptions_AsksForAPermanentNetworkWithoutAProxy) {
+TEST(ClientTest, WithDefaultOptionsAsksForAPermanentNetworkWithoutAProxy) {
     ScriptedLibrary library;
-    const Client client(Options(), library.functions());
+    const Client client(Options(), library.TheFunctions());
     EXPECT_EQ(library.settings.nConnectionType, WPK_CONNECTION_PERMANENT);
     EXPECT_EQ(library.settings.bBehindProxy, 0);
     EXPECT_EQ(library.settings.hInstance, nullptr);
     EXPECT_NE(library.settings.lpfnCallback, nullptr);
 }
 
-TEST(Client, WithEveryOption_HandsAllOfThemOver) {
+TEST(ClientTest, WithEveryOptionHandsAllOfThemOver) {
     ScriptedLibrary library;
     static std::string texts;
     static Functions real;
-    real = library.functions();
+    real = library.TheFunctions();
     Functions functions = real;
     // The texts need to live only during the call.
     functions.init = [](const WPK_INITSTRUCT* settings) {

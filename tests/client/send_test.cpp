@@ -1,6 +1,6 @@
 // Sending messages and getting their replies, as futures and as function calls.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ using rig::Answer;
 using rig::Ok;
 using rig::Peer;
 
-// Longer than what the library keeps in memory.
+/// Longer than what the library keeps in memory.
 constexpr size_t kSpooled = 300000;
 
 std::string ExpectedBytes(unsigned short port, const std::string& service, const std::string& data) {
@@ -26,57 +26,57 @@ std::string ExpectedBytes(unsigned short port, const std::string& service, const
     return expected.Bytes();
 }
 
-TEST(SendForAFuture, ToAService_GetsTheReply) {
+TEST(SendForAFuture, ToAServiceGetsTheReply) {
     Peer peer(Answer(Ok("world")));
-    std::future<Reply> future = TheClient().Send(To(peer.port(), "hello"));
+    std::future<Reply> future = TheClient().Send(To(peer.Port(), "hello"));
     EXPECT_EQ(future.get().body, "world");
-    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.port(), "Echo", "hello"));
+    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.Port(), "Echo", "hello"));
 }
 
-TEST(SendForAFuture, AnEmptyReply_IsEmpty) {
+TEST(SendForAFuture, AnEmptyReplyIsEmpty) {
     Peer peer(Answer(Ok("")));
-    EXPECT_EQ(TheClient().Send(To(peer.port())).get().body, "");
+    EXPECT_EQ(TheClient().Send(To(peer.Port())).get().body, "");
 }
 
-TEST(SendForAFuture, ASpooledReply_HasBytesOfItsOwn) {
+TEST(SendForAFuture, ASpooledReplyHasBytesOfItsOwn) {
     const std::string bytes = rig::Pattern(kSpooled);
     Peer peer(Answer(Ok(bytes)));
     Request request;
-    std::future<Reply> future = TheClient().Send(To(peer.port()), request);
+    std::future<Reply> future = TheClient().Send(To(peer.Port()), request);
     request.Wait();  // the mapped file has gone
     EXPECT_TRUE(future.get().body == bytes);
 }
 
-TEST(SendForAFuture, WithAHandle_CanBeCancelled) {
+TEST(SendForAFuture, WithAHandleCanBeCancelled) {
     SilentPeer peer;
     Request request;
-    std::future<Reply> future = TheClient().Send(To(peer.port()), request);
+    std::future<Reply> future = TheClient().Send(To(peer.Port()), request);
     ASSERT_TRUE(peer.WaitForRequest());
     request.Cancel();
     EXPECT_EQ(CodeOf(std::move(future)), Errc::kCancelled);
 }
 
-TEST(SendForAFuture, WhichIsDropped_RunsOn) {
+TEST(SendForAFuture, WhichIsDroppedRunsOn) {
     Peer peer(Answer(Ok("late")));
     Request request;
-    { const std::future<Reply> dropped = TheClient().Send(To(peer.port()), request); }
+    { const std::future<Reply> dropped = TheClient().Send(To(peer.Port()), request); }
     request.Wait();
     EXPECT_EQ(peer.Requests().size(), 1u);
 }
 
-TEST(SendForAFuture, WhenReady_HasDestroyedTheProgressFunction) {
+TEST(SendForAFuture, WhenReadyHasDestroyedTheProgressFunction) {
     Peer peer(Answer(Ok("world")));
     const auto captured = std::make_shared<int>();
-    Message message = To(peer.port());
+    Message message = To(peer.Port());
     message.on_progress = [captured](const Progress&) {};
     std::future<Reply> future = TheClient().Send(std::move(message));
     future.get();
     EXPECT_EQ(captured.use_count(), 1);
 }
 
-TEST(SendForAFunction, ToAService_TellsTheReplyOnceOnAThreadOfTheLibrarys) {
+TEST(SendForAFunction, ToAServiceTellsTheReplyOnceOnAThreadOfTheLibrarys) {
     Peer peer(Answer(Ok("world")));
-    const Kept kept = SendAndWait(TheClient(), To(peer.port()));
+    const Kept kept = SendAndWait(TheClient(), To(peer.Port()));
     EXPECT_FALSE(kept.error);
     EXPECT_EQ(kept.body, "world");
     EXPECT_EQ(kept.count, 1);
@@ -84,12 +84,12 @@ TEST(SendForAFunction, ToAService_TellsTheReplyOnceOnAThreadOfTheLibrarys) {
     EXPECT_FALSE(kept.exception);
 }
 
-TEST(SendForAFunction, ASpooledReply_IsShownWhereItIsMapped) {
+TEST(SendForAFunction, ASpooledReplyIsShownWhereItIsMapped) {
     const std::string bytes = rig::Pattern(kSpooled);
     Peer peer(Answer(Ok(bytes)));
     bool equal = false;
     DWORD kind = 0;
-    const Request request = TheClient().Send(To(peer.port()), [&](const Outcome& outcome) {
+    const Request request = TheClient().Send(To(peer.Port()), [&](const Outcome& outcome) {
         equal = outcome.body() == bytes;
         MEMORY_BASIC_INFORMATION memory = {};
         VirtualQuery(outcome.body().data(), &memory, sizeof memory);
@@ -100,100 +100,100 @@ TEST(SendForAFunction, ASpooledReply_IsShownWhereItIsMapped) {
     EXPECT_EQ(kind, static_cast<DWORD>(MEM_MAPPED));
 }
 
-TEST(SendForAFunction, WhoseHandleIsDropped_StillTellsTheOutcome) {
+TEST(SendForAFunction, WhoseHandleIsDroppedStillTellsTheOutcome) {
     Peer peer(Answer(Ok("world")));
     rig::Signal told;
-    TheClient().Send(To(peer.port()), [&](const Outcome& outcome) {
+    TheClient().Send(To(peer.Port()), [&](const Outcome& outcome) {
         EXPECT_TRUE(outcome);
         told.Set();
     });
     EXPECT_TRUE(told.Wait());
 }
 
-TEST(SendForAFunction, WhenEnded_HasDestroyedTheFunction) {
+TEST(SendForAFunction, WhenEndedHasDestroyedTheFunction) {
     Peer peer(Answer(Ok("world")));
     const auto captured = std::make_shared<int>();
-    const Request request = TheClient().Send(To(peer.port()), [captured](const Outcome&) {});
+    const Request request = TheClient().Send(To(peer.Port()), [captured](const Outcome&) {});
     request.Wait();
     EXPECT_TRUE(request.Ended());
     EXPECT_EQ(captured.use_count(), 1);
 }
 
-TEST(SendForAFunction, FromInsideAnOutcome_Works) {
+TEST(SendForAFunction, FromInsideAnOutcomeWorks) {
     Peer peer(Answer(Ok("world")));
     std::future<Reply> inner;
     const Request request =
-        TheClient().Send(To(peer.port()), [&](const Outcome&) { inner = TheClient().Send(To(peer.port())); });
+        TheClient().Send(To(peer.Port()), [&](const Outcome&) { inner = TheClient().Send(To(peer.Port())); });
     request.Wait();
     EXPECT_EQ(inner.get().body, "world");
 }
 
-TEST(SendForAFunction, WithAnEmptyFunction_IsRefused) {
+TEST(SendForAFunction, WithAnEmptyFunctionIsRefused) {
     Peer peer(Answer(Ok("never")));
     const OutcomeFunction none;
-    EXPECT_EQ(CodeThrownBy([&] { TheClient().Send(To(peer.port()), none); }), Errc::kNoFunction);
+    EXPECT_EQ(CodeThrownBy([&] { TheClient().Send(To(peer.Port()), none); }), Errc::kNoFunction);
     EXPECT_EQ(peer.Connections(), 0u);
 }
 
-TEST(Message, WithoutADestination_GoesToTheClients) {
+TEST(MessageTest, WithoutADestinationGoesToTheClients) {
     Peer peer(Answer(Ok("default")));
-    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    const Client client(ToLoopback(peer.Port()), FreshLibrary());
     EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "default");
-    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.port(), "Echo", "hello"));
+    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.Port(), "Echo", "hello"));
 }
 
-TEST(Message, WithADestination_GoesThere) {
+TEST(MessageTest, WithADestinationGoesThere) {
     Peer elsewhere(Answer(Ok("elsewhere")));
     Options options;
     options.server = "server.invalid";
     const Client client(std::move(options), FreshLibrary());
     Message message("Echo", "hello");
     message.server = "127.0.0.1";
-    message.port = elsewhere.port();
+    message.port = elsewhere.Port();
     EXPECT_EQ(client.Send(std::move(message)).get().body, "elsewhere");
 }
 
-TEST(Message, OfAnyBytes_ArrivesWhole) {
+TEST(MessageTest, OfAnyBytesArrivesWhole) {
     const std::string bytes = rig::Pattern(1u << 20) + std::string("\0tail", 5);
     Peer peer(Answer(Ok("got it")));
-    EXPECT_EQ(TheClient().Send(To(peer.port(), bytes)).get().body, "got it");
+    EXPECT_EQ(TheClient().Send(To(peer.Port(), bytes)).get().body, "got it");
     EXPECT_TRUE(rig::MessageOf(peer.WaitForRequest()) == bytes);
 }
 
-TEST(Message, AsLongAsARequestCanBe_FitsAndNoLonger) {
+TEST(MessageTest, AsLongAsARequestCanBeFitsAndNoLonger) {
     constexpr size_t kLongest = 0xFFFFFFFF;
     const size_t service = 4;
-    for (const bool behind_proxy : {false, true}) {
+    for (const bool behindProxy : {false, true}) {
         rig::ExpectedRequest request;
         request.service = "Echo";
         request.data = "";
-        request.via_proxy = behind_proxy;
+        request.viaProxy = behindProxy;
         const size_t around = request.Body().size() - service;
-        EXPECT_TRUE(detail::FitsIntoRequest(service, kLongest - around - service, behind_proxy));
-        EXPECT_FALSE(detail::FitsIntoRequest(service, kLongest - around - service + 1, behind_proxy));
-        EXPECT_FALSE(detail::FitsIntoRequest(kLongest, 0, behind_proxy));
+        EXPECT_TRUE(detail::FitsIntoRequest(service, kLongest - around - service, behindProxy));
+        EXPECT_FALSE(detail::FitsIntoRequest(service, kLongest - around - service + 1, behindProxy));
+        EXPECT_FALSE(detail::FitsIntoRequest(kLongest, 0, behindProxy));
     }
 }
 
-TEST(Message, WithoutBody_ArrivesEmpty) {
+TEST(MessageTest, WithoutBodyArrivesEmpty) {
     Peer peer(Answer(Ok("got it")));
-    EXPECT_EQ(TheClient().Send(To(peer.port(), "")).get().body, "got it");
+    EXPECT_EQ(TheClient().Send(To(peer.Port(), "")).get().body, "got it");
     EXPECT_EQ(rig::MessageOf(peer.WaitForRequest()), "");
 }
 
-TEST(Message, InWideCharacters_ArrivesInTheAnsiCodePage) {
+TEST(MessageTest, InWideCharactersArrivesInTheAnsiCodePage) {
     Peer peer(Answer(Ok("got it")));
     Message message(L"Gr\u00FC\u00DFe", "hello");
     message.server = std::wstring_view(L"127.0.0.1");
-    message.port = peer.port();
+    message.port = peer.Port();
     EXPECT_EQ(TheClient().Send(std::move(message)).get().body, "got it");
-    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.port(),
+    EXPECT_EQ(peer.WaitForRequest(), ExpectedBytes(peer.Port(),
                                                    "Gr\xFC\xDF"
                                                    "e",
                                                    "hello"));
 }
 
-TEST(ProgressFunction, DuringAReply_SeesItGrow) {
+TEST(ProgressFunction, DuringAReplySeesItGrow) {
     const std::string bytes = rig::Pattern(50000);
     rig::Signal begun;
     Peer peer([&](rig::Connection& connection) {
@@ -207,7 +207,7 @@ TEST(ProgressFunction, DuringAReply_SeesItGrow) {
     bool prefix = true;
     bool total = true;
     DWORD thread = 0;
-    Message message = To(peer.port());
+    Message message = To(peer.Port());
     message.on_progress = [&](const Progress& progress) {
         received.push_back(progress.received());
         prefix = prefix && progress.body() == std::string_view(bytes).substr(0, progress.received());
@@ -226,14 +226,14 @@ TEST(ProgressFunction, DuringAReply_SeesItGrow) {
     EXPECT_EQ(thread, kept.thread);
 }
 
-TEST(ProgressFunction, WhichCancels_EndsTheRequest) {
+TEST(ProgressFunction, WhichCancelsEndsTheRequest) {
     rig::Signal over;
     Peer peer([&](rig::Connection& connection) {
         connection.ReadRequest();
         connection.Send(rig::OkHead(100) + "some");
         over.Wait();
     });
-    Message message = To(peer.port());
+    Message message = To(peer.Port());
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     EXPECT_EQ(SendAndWait(TheClient(), std::move(message)).error, Errc::kCancelled);
     over.Set();

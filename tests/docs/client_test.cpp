@@ -1,6 +1,6 @@
 // The samples of docs/client.md: they compile as they stand there, and do what the page says.
 // SPDX-License-Identifier: MIT
-#include "client/scene.h"
+#include "client/fixture.h"
 #include "client/scoped.inc"
 
 #include <gtest/gtest.h>
@@ -20,11 +20,11 @@ void Echo(rig::Connection& connection) {
 class ClientPage : public testing::Test {
 protected:
     rig::Peer peer_{Echo};
-    const unsigned short port = peer_.port();
+    const unsigned short port = peer_.Port();
     const Client client{ToLoopback(port), FreshLibrary()};
 };
 
-TEST_F(ClientPage, Function_GetsTheOutcome) {
+TEST_F(ClientPage, FunctionGetsTheOutcome) {
     size_t length = 0;
     std::string trouble;
 #include "client/function.inc"
@@ -32,38 +32,38 @@ TEST_F(ClientPage, Function_GetsTheOutcome) {
     EXPECT_EQ(trouble, "");
 }
 
-TEST_F(ClientPage, Message_SaysWhereItGoes) {
+TEST_F(ClientPage, MessageSaysWhereItGoes) {
     std::string large(1 << 20, 'x');
 #include "client/message.inc"
     EXPECT_EQ(reply.get().body, std::string(1 << 20, 'x'));
 }
 
-TEST(ClientPageWithSilence, Cancel_EndsTheRequest) {
+TEST(ClientPageWithSilence, CancelEndsTheRequest) {
     SilentPeer peer;
-    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    const Client client(ToLoopback(peer.Port()), FreshLibrary());
     bool cancelled = false;
 #include "client/cancel.inc"
     EXPECT_TRUE(cancelled);
 }
 
-TEST(ClientPageWithSilence, Window_GoesWithItsRequest) {
+TEST(ClientPageWithSilence, WindowGoesWithItsRequest) {
     SilentPeer peer;
-    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    const Client client(ToLoopback(peer.Port()), FreshLibrary());
     auto window = std::make_unique<Window>();
     window->Refresh(client);
     ASSERT_TRUE(peer.WaitForRequest());
     window.reset();
 }
 
-TEST(ClientPageWithSilence, TimeLimit_IsReached) {
+TEST(ClientPageWithSilence, TimeLimitIsReached) {
     SilentPeer peer;
-    const Client client(ToLoopback(peer.port()), FreshLibrary());
+    const Client client(ToLoopback(peer.Port()), FreshLibrary());
     bool late = false;
 #include "client/time_limit.inc"
     EXPECT_TRUE(late);
 }
 
-TEST(ClientPageOptions, Address_IsTakenApart) {
+TEST(ClientPageOptions, AddressIsTakenApart) {
     Options options;
     std::string complaint;
     {
@@ -77,13 +77,13 @@ TEST(ClientPageOptions, Address_IsTakenApart) {
         const std::string typed = "server.example:99999";
 #include "client/address.inc"
     }
-    const char* const expected =
+    const char* expected =
 #include "client/complaint.out"
         ;
     EXPECT_EQ(complaint, expected);
 }
 
-TEST_F(ClientPage, Progress_EndsAtHundred) {
+TEST_F(ClientPage, ProgressEndsAtHundred) {
     double percent = 0;
     const std::atomic<bool> tired{false};
 #include "client/progress.inc"
@@ -91,19 +91,19 @@ TEST_F(ClientPage, Progress_EndsAtHundred) {
     EXPECT_EQ(body, "hello");
 }
 
-TEST(ClientPageWithAProxy, Credentials_AreReplaced) {
+TEST(ClientPageWithAProxy, CredentialsAreReplaced) {
     rig::Peer proxy([](rig::Connection& connection) {
         const bool known = rig::CredentialsOf(connection.ReadRequest()) == "user:new password";
-        connection.Send(known ? rig::Ok("in") : rig::Reply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
+        connection.Send(known ? rig::Ok("in") : rig::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
     });
-    const unsigned short port = proxy.port();
+    const unsigned short port = proxy.Port();
 #include "client/proxy.inc"
     const Client client(std::move(options), FreshLibrary());
     EXPECT_EQ(client.Send({"Echo", "hello"}).get().body, "in");
     EXPECT_EQ(proxy.Requests().size(), 2u);
 }
 
-TEST(ClientPageOptions, Connection_IsWatched) {
+TEST(ClientPageOptions, ConnectionIsWatched) {
     Options options;
     bool online = false;
 #include "client/connection.inc"

@@ -1,8 +1,8 @@
 // The samples of docs/guide.md: they compile as they stand there, and do what the page says.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/platform.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/platform.h"
+#include "support/dll/wire.h"
 
 #include "wpk/wpk.h"
 
@@ -19,7 +19,7 @@ namespace {
 
 void IgnoreNotification(WPK_CALLBACKSTRUCT*) {}
 
-class Guide : public testing::Test {
+class GuidePage : public testing::Test {
 protected:
     static void SetUpTestSuite() {
         WPK_INITSTRUCT settings = {};
@@ -29,24 +29,24 @@ protected:
     }
 };
 
-TEST_F(Guide, OneRequest_BringsTheReply) {
+TEST_F(GuidePage, OneRequestBringsTheReply) {
     Peer peer([](Connection& connection) { connection.Send(Ok(MessageOf(connection.ReadRequest()))); });
     Question question;
-    EXPECT_TRUE(Ask(question, "127.0.0.1", peer.port(), "hello"));
+    EXPECT_TRUE(Ask(question, "127.0.0.1", peer.Port(), "hello"));
     EXPECT_EQ(question.reply, "hello");
 }
 
-TEST_F(Guide, OneRequest_BringsTheFailure) {
+TEST_F(GuidePage, OneRequestBringsTheFailure) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
-        connection.Send(Reply("HTTP/1.0 500 Bad_Plugin_Name", {"Content-Length: 0"}));
+        connection.Send(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {"Content-Length: 0"}));
     });
     Question question;
-    EXPECT_FALSE(Ask(question, "127.0.0.1", peer.port(), "hello"));
+    EXPECT_FALSE(Ask(question, "127.0.0.1", peer.Port(), "hello"));
     EXPECT_EQ(question.error, WPK_ERROR_NO_SERVICE);
 }
 
-TEST_F(Guide, TimeLimit_EndsTheRequest) {
+TEST_F(GuidePage, TimeLimitEndsTheRequest) {
     Signal over;
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
@@ -54,7 +54,7 @@ TEST_F(Guide, TimeLimit_EndsTheRequest) {
     });
     Question question;
     question.message.lpszServer = "127.0.0.1";
-    question.message.nPort = peer.port();
+    question.message.nPort = peer.Port();
     question.message.lpfnCallback = OnNotification;
     question.message.lpUserData = &question;
     const unsigned handle = WPK_Send(&question.message);
@@ -64,7 +64,7 @@ TEST_F(Guide, TimeLimit_EndsTheRequest) {
     over.Set();
 }
 
-// Somebody who knows the password.
+/// Somebody who knows the password.
 struct Person {
     static bool AskUser(char* user, char* password) {
         std::strcpy(user, "user");
@@ -73,10 +73,10 @@ struct Person {
     }
 };
 
-TEST(GuideNotifications, Credentials_AreAnswered) {
+TEST(GuidePageNotifications, CredentialsAreAnswered) {
     WPK_CALLBACKSTRUCT record = {};
     record.nReason = WPK_REASON_CREDENTIALS;
-    WPK_CALLBACKSTRUCT* const notification = &record;
+    WPK_CALLBACKSTRUCT* notification = &record;
     const Person question;
     switch (notification->nReason) {
 #include "guide/credentials.inc"
@@ -87,7 +87,7 @@ TEST(GuideNotifications, Credentials_AreAnswered) {
 
 #include "guide/window.inc"
 
-TEST(GuideNotifications, Window_GetsTheReplyAsItsOwn) {
+TEST(GuidePageNotifications, WindowGetsTheReplyAsItsOwn) {
     // One that needs no display.
     const HWND window = CreateWindowA("STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
     ASSERT_NE(window, nullptr);

@@ -22,15 +22,15 @@ namespace {
 #include "testing_your_code/price_tag.inc"
 #include "testing_your_code/fake_library.inc"
 
-TEST(TestingYourCode, Outcomes_AreMadeByHand){
+TEST(TestingYourCode, OutcomesAreMadeByHand){
 #include "testing_your_code/outcomes.inc"
 }
 
-TEST(TestingYourCode, Reply_ComesFromTheFakeLibrary){
+TEST(TestingYourCode, ReplyComesFromTheFakeLibrary){
 #include "testing_your_code/reply.inc"
 }
 
-TEST(TestingYourCode, TimeLimit_IsReached) {
+TEST(TestingYourCode, TimeLimitIsReached) {
 #include "testing_your_code/time_limit.inc"
 }
 

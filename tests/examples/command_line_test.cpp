@@ -42,7 +42,7 @@ common::Usage Answer(const Program& program, const char* argument) {
     return {"nothing", false};
 }
 
-TEST(CommandLine, OfEachProgramTellsTheVersion) {
+TEST(CommandLineTest, OfEachProgramTellsTheVersion) {
     for (const Program& program : Programs()) {
         const common::Usage answer = Answer(program, "--version");
         EXPECT_EQ(std::string(answer.what()), std::string(program.name) + " " WPK_VERSION_STRING "\n");
@@ -50,7 +50,7 @@ TEST(CommandLine, OfEachProgramTellsTheVersion) {
     }
 }
 
-TEST(CommandLine, OfEachProgramExplainsItselfInTheSameStyle) {
+TEST(CommandLineTest, OfEachProgramExplainsItselfInTheSameStyle) {
     for (const Program& program : Programs()) {
         const common::Usage answer = Answer(program, "--help");
         const std::string help = answer.what();
@@ -61,7 +61,7 @@ TEST(CommandLine, OfEachProgramExplainsItselfInTheSameStyle) {
     }
 }
 
-TEST(CommandLine, OfEachProgramEndsWithTwoWhenItIsWrong) {
+TEST(CommandLineTest, OfEachProgramEndsWithTwoWhenItIsWrong) {
     for (const Program& program : Programs()) {
         const common::Usage answer = Answer(program, "--no-such-option");
         EXPECT_EQ(std::string(answer.what()).find(std::string(program.name) + ": "), 0U) << answer.what();

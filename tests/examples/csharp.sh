@@ -37,8 +37,8 @@ END
     mono client_test.exe
 }
 
-check "CSharp_Compiles" program_compiles
-check "CSharp_ExplainsItsArguments" program_explains_its_arguments
-check "CSharpRecords_AreThoseOfTheHeader" records_are_those_of_the_header
-check "CSharpClient_KeepsWhatIsCalledAndCancels" client_over_stand_in
+check "CSharpCompiles" program_compiles
+check "CSharpExplainsItsArguments" program_explains_its_arguments
+check "CSharpRecordsAreThoseOfTheHeader" records_are_those_of_the_header
+check "CSharpClientKeepsWhatIsCalledAndCancels" client_over_stand_in
 check_done

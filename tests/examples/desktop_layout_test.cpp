@@ -31,10 +31,10 @@ void ExpectTidy(const Layout& layout, Size inside) {
         EXPECT_GE(place.y, 0) << "control " << id;
         EXPECT_LE(place.x + place.width, inside.width) << "control " << id;
         EXPECT_LE(place.y + place.height, inside.height) << "control " << id;
-        for (const auto& [other, other_place] : layout) {
+        for (const auto& [other, otherPlace] : layout) {
             // Text and tree of the reply share a place on purpose.
             if (other <= id || (id == kReplyText && other == kReplyTree)) continue;
-            EXPECT_FALSE(Overlap(place, other_place)) << "controls " << id << " and " << other;
+            EXPECT_FALSE(Overlap(place, otherPlace)) << "controls " << id << " and " << other;
         }
     }
 }
@@ -71,9 +71,9 @@ TEST(DesktopLayoutSize, WidthGoesToFieldsAndHeightToMessageAndReply) {
     const Layout before = LayOut({520, 440}, 96, kTextHeight);
     const Layout after = LayOut({620, 530}, 96, kTextHeight);
     const auto growth = [&](ControlId id) {
-        const Rectangle old_place = PlaceOf(before, id);
-        const Rectangle new_place = PlaceOf(after, id);
-        return std::make_tuple(new_place.width - old_place.width, new_place.height - old_place.height);
+        const Rectangle oldPlace = PlaceOf(before, id);
+        const Rectangle newPlace = PlaceOf(after, id);
+        return std::make_tuple(newPlace.width - oldPlace.width, newPlace.height - oldPlace.height);
     };
     EXPECT_EQ(growth(kServer), std::make_tuple(100, 0));
     EXPECT_EQ(growth(kPort), std::make_tuple(0, 0));

@@ -20,7 +20,7 @@ std::vector<OutlineLine> OutlineOf(const std::string& bytes) {
 std::string Drawn(const std::string& bytes) {
     std::string text;
     for (const OutlineLine& line : OutlineOf(bytes)) {
-        text += std::string(2 * static_cast<std::size_t>(line.level), ' ') + line.text + "\n";
+        text += std::string(2 * static_cast<size_t>(line.level), ' ') + line.text + "\n";
     }
     return text;
 }
@@ -67,10 +67,10 @@ TEST(DesktopOutline, DocumentOfManyElementsIsCut) {
 }
 
 TEST(DesktopOutline, DocumentOfAMillionLevelsIsCut) {
-    constexpr std::size_t kLevels = 1000000;
+    constexpr size_t kLevels = 1000000;
     std::string bytes;
-    for (std::size_t i = 0; i < kLevels; ++i) bytes += "<a>";
-    for (std::size_t i = 0; i < kLevels; ++i) bytes += "</a>";
+    for (size_t i = 0; i < kLevels; ++i) bytes += "<a>";
+    for (size_t i = 0; i < kLevels; ++i) bytes += "</a>";
     const std::vector<OutlineLine> lines = OutlineOf(bytes);
     ASSERT_EQ(lines.size(), kMaxOutlineLevels + 1);
     EXPECT_EQ(lines.back().text, "...");

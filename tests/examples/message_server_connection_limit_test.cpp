@@ -13,15 +13,15 @@
 
 namespace {
 
-bool memory_is_out = false;
+bool memoryIsOut = false;
 
 }  // namespace
 
 // Out of line, for the compiler would see malloc and delete, or new and free, and take them for a mistake.
 #define WPK_OUT_OF_LINE __attribute__((noinline))
 
-WPK_OUT_OF_LINE void* operator new(std::size_t size) {
-    void* memory = memory_is_out ? nullptr : std::malloc(size > 0 ? size : 1);
+WPK_OUT_OF_LINE void* operator new(size_t size) {
+    void* memory = memoryIsOut ? nullptr : std::malloc(size > 0 ? size : 1);
     if (!memory) throw std::bad_alloc();
     return memory;
 }
@@ -30,21 +30,21 @@ WPK_OUT_OF_LINE void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 
-WPK_OUT_OF_LINE void operator delete(void* memory, std::size_t) noexcept {
+WPK_OUT_OF_LINE void operator delete(void* memory, size_t) noexcept {
     std::free(memory);
 }
 
 namespace message_server {
 namespace {
 
-TEST(ConnectionLimit, TakePlace_NeedsNoMemory) {
+TEST(ConnectionLimitTest, TakePlaceNeedsNoMemory) {
     ConnectionLimit limit(1);
-    memory_is_out = true;
+    memoryIsOut = true;
     for (int i = 0; i < 3; ++i) limit.TakePlace();
-    memory_is_out = false;
+    memoryIsOut = false;
 }
 
-TEST(ConnectionLimit, TakePlace_AllTaken_WaitsUntilOneIsGivenBack) {
+TEST(ConnectionLimitTest, TakePlaceAllTakenWaitsUntilOneIsGivenBack) {
     ConnectionLimit limit(2);
     std::optional<ConnectionLimit::Place> first(limit.TakePlace());
     const ConnectionLimit::Place second = limit.TakePlace();
@@ -53,14 +53,14 @@ TEST(ConnectionLimit, TakePlace_AllTaken_WaitsUntilOneIsGivenBack) {
         const ConnectionLimit::Place place = limit.TakePlace();
         taken.set_value();
     });
-    std::future<void> has_taken = taken.get_future();
-    EXPECT_EQ(has_taken.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    std::future<void> hasTaken = taken.get_future();
+    EXPECT_EQ(hasTaken.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     first.reset();
-    has_taken.wait();
+    hasTaken.wait();
     third.wait();
 }
 
-TEST(ConnectionLimit, PlaceThatWasMoved_IsGivenBackOnce) {
+TEST(ConnectionLimitTest, PlaceThatWasMovedIsGivenBackOnce) {
     ConnectionLimit limit(1);
     {
         ConnectionLimit::Place place = limit.TakePlace();
@@ -71,7 +71,7 @@ TEST(ConnectionLimit, PlaceThatWasMoved_IsGivenBackOnce) {
     std::future<void> second = std::async(std::launch::async, [&] { limit.TakePlace(), taken.set_value(); });
     EXPECT_EQ(taken.get_future().wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     // Whoever waits is let go.
-    const ConnectionLimit::Place given_back(limit);
+    const ConnectionLimit::Place givenBack(limit);
 }
 
 }  // namespace

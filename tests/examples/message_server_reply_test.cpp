@@ -9,7 +9,7 @@
 namespace message_server {
 namespace {
 
-TEST(ReplyHead, NamesTheServersVersionAndTheLength) {
+TEST(ServerReplyHead, NamesTheServersVersionAndTheLength) {
     EXPECT_EQ(ReplyHead(0), "HTTP/1.0 200 OK\r\nServer: WPK/1.00\r\nContent-Length: 0\r\n\r\n");
     EXPECT_EQ(ReplyHead(4294967295), "HTTP/1.0 200 OK\r\nServer: WPK/1.00\r\nContent-Length: 4294967295\r\n\r\n");
 }
@@ -28,7 +28,7 @@ TEST(FillWithAlphabet, GoesOnAtAnyOffset) {
     std::string whole(100, '?');
     FillWithAlphabet(0, whole.data(), whole.size());
     EXPECT_EQ(whole.substr(0, 28), "abcdefghijklmnopqrstuvwxyzab");
-    for (std::size_t offset = 0; offset <= whole.size(); ++offset) {
+    for (size_t offset = 0; offset <= whole.size(); ++offset) {
         std::string rest(whole.size() - offset, '?');
         FillWithAlphabet(offset, rest.data(), rest.size());
         EXPECT_EQ(rest, whole.substr(offset)) << offset;

@@ -12,7 +12,7 @@
 namespace message_server {
 namespace {
 
-constexpr std::size_t kMaxBody = 1000;
+constexpr size_t kMaxBody = 1000;
 
 std::string HeadOf(const std::string& length) {
     return "POST http://127.0.0.1:80/ HTTP/1.0\r\nUser-Agent: WPK/1.00\r\nContent-Type: application/tagged-data\r\n"
@@ -20,7 +20,7 @@ std::string HeadOf(const std::string& length) {
            length + "\r\n\r\n";
 }
 
-std::string Integer(std::size_t value) {
+std::string Integer(size_t value) {
     std::string bytes;
     for (int i = 0; i < 4; ++i) bytes += static_cast<char>(value >> (8 * i) & 0xFF);
     return bytes;
@@ -61,7 +61,7 @@ TEST(FindHeadEnd, OfAWholeHeadIsBehindItsEmptyLine) {
 
 TEST(FindHeadEnd, OfEveryTruncatedHeadIsNotThereYet) {
     const std::string head = HeadOf("5");
-    for (std::size_t length = 0; length < head.size(); ++length) {
+    for (size_t length = 0; length < head.size(); ++length) {
         EXPECT_EQ(FindHeadEnd(head.substr(0, length)), std::nullopt) << length;
     }
 }
@@ -176,7 +176,7 @@ TEST(ParseBody, RefusesEntriesThatAreNotTheThree) {
 
 TEST(ParseBody, RefusesItCutOffAtEveryByte) {
     const std::string good = Body("NO", "Echo", "hello");
-    for (std::size_t length = 0; length < good.size(); ++length) {
+    for (size_t length = 0; length < good.size(); ++length) {
         EXPECT_EQ(BodyRefusal(good.substr(0, length)), "400 Bad_Tagged_Data") << length;
     }
 }
@@ -187,17 +187,17 @@ TEST(ParseRequest, OfDamagedBytesIsRefusedOrTakenAndReadsNothingElse) {
     std::mt19937 random(1);
     int refused = 0;
     for (int round = 0; round < 20000; ++round) {
-        std::string damaged_head = head;
-        std::string damaged_body = body;
+        std::string damagedHead = head;
+        std::string damagedBody = body;
         for (unsigned hits = random() % 4 + 1; hits > 0; --hits) {
-            damaged_head[random() % (head.size() - 4)] = static_cast<char>(random());
-            damaged_body[random() % body.size()] = static_cast<char>(random());
+            damagedHead[random() % (head.size() - 4)] = static_cast<char>(random());
+            damagedBody[random() % body.size()] = static_cast<char>(random());
         }
         // The parser is only ever given heads that end where FindHeadEnd says; a copy of exact size lets sanitizers see
         // a read behind it.
-        const std::string exact_head = damaged_head.substr(0, *FindHeadEnd(damaged_head));
-        refused += HeadRefusal(exact_head) != "accepted" ? 1 : 0;
-        refused += BodyRefusal(damaged_body) != "accepted" ? 1 : 0;
+        const std::string exactHead = damagedHead.substr(0, *FindHeadEnd(damagedHead));
+        refused += HeadRefusal(exactHead) != "accepted" ? 1 : 0;
+        refused += BodyRefusal(damagedBody) != "accepted" ? 1 : 0;
     }
     EXPECT_GT(refused, 20000);
 }

@@ -30,7 +30,7 @@ std::string Judge(std::initializer_list<const char*> arguments) {
     return "right";
 }
 
-TEST(Options, OfAServiceAloneAreTheDefaults) {
+TEST(SendOptions, OfAServiceAloneAreTheDefaults) {
     const Options options = Parse({"Echo"});
     EXPECT_EQ(options.service, "Echo");
     EXPECT_EQ(options.server, "127.0.0.1");
@@ -41,12 +41,12 @@ TEST(Options, OfAServiceAloneAreTheDefaults) {
     EXPECT_FALSE(options.timeout_seconds.has_value());
 }
 
-TEST(Options, MessageMayBeGivenAndMayBeEmpty) {
+TEST(SendOptions, MessageMayBeGivenAndMayBeEmpty) {
     EXPECT_EQ(Parse({"Echo", "hello there"}).message, "hello there");
     EXPECT_EQ(Parse({"Echo", ""}).message, "");
 }
 
-TEST(Options, ConnectionTypesHaveNamesAndNumbers) {
+TEST(SendOptions, ConnectionTypesHaveNamesAndNumbers) {
     const struct {
         const char* text;
         int type;
@@ -59,7 +59,7 @@ TEST(Options, ConnectionTypesHaveNamesAndNumbers) {
     }
 }
 
-TEST(Options, ProxyIsAHostWithOrWithoutAPort) {
+TEST(SendOptions, ProxyIsAHostWithOrWithoutAPort) {
     const Options options =
         Parse({"--proxy", "proxy.example:3128", "--proxy-user", "u", "--proxy-password", "p", "Echo"});
     EXPECT_EQ(options.proxy_host, "proxy.example");
@@ -69,27 +69,27 @@ TEST(Options, ProxyIsAHostWithOrWithoutAPort) {
     EXPECT_EQ(Parse({"--proxy", "proxy.example", "Echo"}).proxy_port, 80);
 }
 
-TEST(Options, ProxyWithoutHostOrWithoutNumberIsWrong) {
+TEST(SendOptions, ProxyWithoutHostOrWithoutNumberIsWrong) {
     for (const char* proxy : {":80", "host:", "host:0", "host:65536", "host:http", "host:80x", "host:-1"}) {
         EXPECT_EQ(Judge({"--proxy", proxy, "Echo"}), "wrong") << proxy;
     }
 }
 
-TEST(Options, ThatContradictEachOtherAreWrong) {
+TEST(SendOptions, ThatContradictEachOtherAreWrong) {
     EXPECT_EQ(Judge({"--watch", "Echo"}), "wrong");
     EXPECT_EQ(Judge({"--quiet", "--verbose", "Echo"}), "wrong");
     EXPECT_EQ(Judge({"--quiet", "--progress", "Echo"}), "wrong");
     EXPECT_EQ(Judge({"--proxy-user", "u", "Echo"}), "wrong");
 }
 
-TEST(Options, WithoutServiceOrWithOneTooManyAreWrong) {
+TEST(SendOptions, WithoutServiceOrWithOneTooManyAreWrong) {
     EXPECT_EQ(Judge({}), "wrong");
     EXPECT_EQ(Judge({"Echo", "hello", "again"}), "wrong");
     EXPECT_EQ(Judge({"--no-such-option", "Echo"}), "wrong");
     EXPECT_EQ(Judge({"--input", "no such file", "Echo"}), "wrong");
 }
 
-TEST(Options, PortsAndTimesHaveTheirRanges) {
+TEST(SendOptions, PortsAndTimesHaveTheirRanges) {
     EXPECT_EQ(Parse({"--port", "65535", "Echo"}).port, 65535);
     for (const char* port : {"0", "65536", "-1", "http"}) EXPECT_EQ(Judge({"--port", port, "Echo"}), "wrong") << port;
     EXPECT_EQ(Parse({"--timeout", "86400", "Echo"}).timeout_seconds, 86400U);
@@ -105,7 +105,7 @@ std::string Complaint(std::initializer_list<const char*> arguments) {
     return "none";
 }
 
-TEST(Options, ThatAreWrongAreNamedAndSoIsWhatWouldBeRight) {
+TEST(SendOptions, ThatAreWrongAreNamedAndSoIsWhatWouldBeRight) {
     const struct {
         std::initializer_list<const char*> arguments;
         const char* complaint;
@@ -125,7 +125,7 @@ TEST(Options, ThatAreWrongAreNamedAndSoIsWhatWouldBeRight) {
     }
 }
 
-TEST(Options, HelpIsAskedForAndNamesTheExitStatuses) {
+TEST(SendOptions, HelpIsAskedForAndNamesTheExitStatuses) {
     EXPECT_EQ(Judge({"--help"}), "help");
     try {
         Parse({"--help"});
@@ -136,7 +136,7 @@ TEST(Options, HelpIsAskedForAndNamesTheExitStatuses) {
     }
 }
 
-TEST(Options, HelpHasAWordForEachValueAndNothingOfTheParserS) {
+TEST(SendOptions, HelpHasAWordForEachValueAndNothingOfTheParserS) {
     const std::string help = Complaint({"--help"});
     EXPECT_NE(help.find("usage: wpk_send [OPTION ...] [SERVICE] [MESSAGE]\n"), std::string::npos) << help;
     EXPECT_NE(help.find("-p,--port PORT"), std::string::npos) << help;
@@ -146,7 +146,7 @@ TEST(Options, HelpHasAWordForEachValueAndNothingOfTheParserS) {
     }
 }
 
-TEST(Options, WatchingNeedsNoService) {
+TEST(SendOptions, WatchingNeedsNoService) {
     EXPECT_TRUE(Parse({"--watch"}).watch);
 }
 

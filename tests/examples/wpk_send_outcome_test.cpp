@@ -20,7 +20,7 @@ TEST(ExitStatus, IsAnotherForEachOutcome) {
     EXPECT_EQ(ExitStatusOfError(-8), 18);
 }
 
-TEST(ErrorText, IsAnotherForEachCode) {
+TEST(OutcomeText, IsAnotherForEachCode) {
     std::set<std::string> texts;
     for (int error = -1; error >= -8; --error) {
         EXPECT_EQ(ErrorText(error).find("unknown"), std::string::npos) << error;
@@ -39,7 +39,7 @@ TEST(ErrorTextAndAdvice, StandTogetherWhereThereIsAdvice) {
     EXPECT_EQ(ErrorTextAndAdvice(-4, " "), ErrorText(-4));
 }
 
-TEST(ErrorText, OfAnUnknownCodeNamesIt) {
+TEST(OutcomeText, OfAnUnknownCodeNamesIt) {
     EXPECT_EQ(ErrorText(-9), "The request failed with the unknown code -9.");
     EXPECT_EQ(ErrorAdvice(-9), "");
 }

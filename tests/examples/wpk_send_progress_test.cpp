@@ -11,20 +11,20 @@
 namespace wpk_send {
 namespace {
 
-constexpr std::uint32_t kMiB = 1024 * 1024;
+constexpr uint32_t kMiB = 1024 * 1024;
 
-TEST(Progress, WithoutStyleShowsNothing) {
+TEST(ProgressTest, WithoutStyleShowsNothing) {
     Progress progress(Progress::Style::kNone);
     EXPECT_EQ(progress.Update(kMiB, kMiB), "");
 }
 
-TEST(Progress, OfASmallReplyShowsNothing) {
+TEST(ProgressTest, OfASmallReplyShowsNothing) {
     Progress progress(Progress::Style::kBar);
     EXPECT_EQ(progress.Update(256 * 1024 - 1, 256 * 1024 - 1), "");
     EXPECT_NE(progress.Update(256 * 1024, 256 * 1024), "");
 }
 
-TEST(Progress, BarGrowsFromEmptyToFullAndEndsTheLine) {
+TEST(ProgressTest, BarGrowsFromEmptyToFullAndEndsTheLine) {
     Progress progress(Progress::Style::kBar);
     EXPECT_EQ(progress.Update(1, kMiB), "\r[........................................] 0 % (1 bytes of 1.0 MiB)   ");
     EXPECT_EQ(progress.Update(kMiB / 2, kMiB),
@@ -33,25 +33,25 @@ TEST(Progress, BarGrowsFromEmptyToFullAndEndsTheLine) {
               "\r[########################################] 100 % (1.0 MiB of 1.0 MiB)   \n");
 }
 
-TEST(Progress, BarIsDrawnOnlyWhenThePercentageChanges) {
+TEST(ProgressTest, BarIsDrawnOnlyWhenThePercentageChanges) {
     Progress progress(Progress::Style::kBar);
     int drawn = 0;
-    for (std::uint32_t received = 1024; received <= 64 * kMiB; received += 1024) {
+    for (uint32_t received = 1024; received <= 64 * kMiB; received += 1024) {
         drawn += progress.Update(received, 64 * kMiB).empty() ? 0 : 1;
     }
     EXPECT_EQ(drawn, 101);
 }
 
-TEST(Progress, LinesComeInStepsOfTenPercent) {
+TEST(ProgressTest, LinesComeInStepsOfTenPercent) {
     Progress progress(Progress::Style::kLines);
     std::string lines;
-    for (std::uint32_t received = 1024; received <= kMiB; received += 1024) lines += progress.Update(received, kMiB);
+    for (uint32_t received = 1024; received <= kMiB; received += 1024) lines += progress.Update(received, kMiB);
     EXPECT_EQ(lines.substr(0, lines.find('\n')), "0 % (1.0 KiB of 1.0 MiB)");
     EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 11);
     EXPECT_EQ(lines.substr(lines.rfind("100 %")), "100 % (1.0 MiB of 1.0 MiB)\n");
 }
 
-TEST(Progress, OfTheLargestReplyDoesNotOverflow) {
+TEST(ProgressTest, OfTheLargestReplyDoesNotOverflow) {
     Progress progress(Progress::Style::kLines);
     EXPECT_EQ(progress.Update(0xFFFFFFFF, 0xFFFFFFFF), "100 % (4.0 GiB of 4.0 GiB)\n");
 }

@@ -22,10 +22,10 @@ std::string Joined(const std::vector<std::string>& lines) {
 }
 
 /// What is shown of a message that comes in pieces of that size.
-std::string Shows(std::string_view bytes, const Shown& shown = {}, std::size_t piece = 1000000) {
+std::string Shows(std::string_view bytes, const Shown& shown = {}, size_t piece = 1000000) {
     MessageView view(shown);
     std::string text;
-    for (std::size_t at = 0; at < bytes.size(); at += piece) text += Joined(view.Feed(bytes.substr(at, piece)));
+    for (size_t at = 0; at < bytes.size(); at += piece) text += Joined(view.Feed(bytes.substr(at, piece)));
     EXPECT_EQ(view.Length(), bytes.size());
     return text + Joined(view.End());
 }
@@ -59,7 +59,7 @@ constexpr char kRequestInWords[] =
     "  WPK_ServiceData, 6 bytes: hello\\n\n";
 
 TEST(TraceView, ShowsARequestInWordsHoweverItComes) {
-    for (const std::size_t piece : {1U, 2U, 3U, 7U, 100U, 1000U}) {
+    for (const size_t piece : {1U, 2U, 3U, 7U, 100U, 1000U}) {
         EXPECT_EQ(Shows(Request("", kBody), {}, piece), kRequestInWords) << piece;
     }
 }
@@ -89,7 +89,7 @@ TEST(TraceView, SaysWhatIsMissingOrTooMuch) {
     EXPECT_EQ(Shows("HTTP/1.0 200 OK\r\n"), "HTTP/1.0 200 OK\ncut off in the head, after 17 bytes\n");
     EXPECT_EQ(Shows("A: b\nContent-Length: 5\n\nhel"),
               "A: b\nContent-Length: 5\n\n3 bytes: hel\ncut off: 5 bytes were announced, 3 came\n");
-    for (const std::size_t piece : {1U, 1000U}) {
+    for (const size_t piece : {1U, 1000U}) {
         EXPECT_EQ(Shows("A: b\nContent-Length: 5\n\nhello you", {}, piece),
                   "A: b\nContent-Length: 5\n\n5 bytes: hello\n4 bytes more than announced\n");
     }
@@ -113,7 +113,7 @@ TEST(TraceView, HidesCredentialsHoweverTheyAreSpelt) {
           "Proxy-Authorization: c2VjcmV0\r\n\r\n", "P\nProxy-Authorization: x\nc2VjcmV0\nc2VjcmV0\n\n",
           "P\nProxy-Authorization: x\n a:c2VjcmV0\n\tb:c2VjcmV0\n\n", "P\nProxy-Authorization: c2VjcmV0",
           "P\nProxy-Authorization: x\nc2VjcmV0", "\r\n\r\nProxy-Authorization: c2VjcmV0\r\n"}) {
-        for (const std::size_t piece : {1U, 5U, 1000U}) {
+        for (const size_t piece : {1U, 5U, 1000U}) {
             EXPECT_EQ(Shows(text, {}, piece).find("c2VjcmV0"), std::string::npos) << text;
         }
     }

@@ -1,10 +1,10 @@
 // Cancelling a request in each phase of its life.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/import_patch.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/import_patch.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -14,8 +14,8 @@
 namespace wpk::rig {
 namespace {
 
-// A cancel is promised to be seen within 250 ms; the rest is what a machine under load may add. A second wait must not
-// fit in.
+/// A cancel is promised to be seen within 250 ms; the rest is what a machine under load may add. A second wait must not
+/// fit in.
 constexpr ULONGLONG kCancelLimit = 2 * 250;
 
 const Library& TheLibrary() {
@@ -23,18 +23,18 @@ const Library& TheLibrary() {
     return library;
 }
 
-// Cancels a request that is stuck somewhere, and expects its end in time.
+/// Cancels a request that is stuck somewhere, and expects its end in time.
 void CancelAndExpectTheEnd(Request& request) {
     const ULONGLONG begin = GetTickCount64();
-    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    EXPECT_EQ(TheLibrary().Cancel(request.Handle()), 1);
     ASSERT_TRUE(request.inbox.WaitForFinal());
     EXPECT_LT(GetTickCount64() - begin, kCancelLimit);
     ASSERT_TRUE(request.inbox.WaitForThreadEnd());
     ExpectFailure(request, WPK_ERROR_CANCELLED);
 }
 
-// Holds a request's final callback until its peer has seen the end of the connection: the library has to let go of it
-// before it tells.
+/// Holds a request's final callback until its peer has seen the end of the connection: the library has to let go of it
+/// before it tells.
 class ClosedFirst {
 public:
     explicit ClosedFirst(Request& request) {
@@ -55,50 +55,50 @@ private:
     bool seen_ = false;
 };
 
-// Set by the next closesocket of the library.
-Signal* socket_closed;
+/// Set by the next closesocket of the library.
+Signal* socketClosed;
 
 int WSAAPI CloseAndTell(SOCKET socket) {
     const int result = closesocket(socket);
-    socket_closed->Set();
+    socketClosed->Set();
     return result;
 }
 
-TEST(CancelWhileConnecting, ToAListenerThatNeverAccepts_EndsTheRequest) {
+TEST(CancelWhileConnecting, ToAListenerThatNeverAcceptsEndsTheRequest) {
     const FullListener listener;
-    Request request(listener.port());
+    Request request(listener.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     CancelAndExpectTheEnd(request);
 }
 
 TEST(CancelWhileConnecting, ClosesTheSocketBeforeTheApplicationIsTold) {
     const FullListener listener;
-    Request request(listener.port());
+    Request request(listener.Port());
     ClosedFirst first(request);
-    socket_closed = &first.closed;
+    socketClosed = &first.closed;
     const ImportPatch patch(TheLibrary().module(), "closesocket", AddressOf(&CloseAndTell));
     ASSERT_TRUE(patch.Found());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelWhileConnecting, AtOnceAfterTheSend_EndsTheRequest) {
+TEST(CancelWhileConnecting, AtOnceAfterTheSendEndsTheRequest) {
     const FullListener listener;
     for (int i = 0; i < 20; ++i) {
-        Request request(listener.port());
+        Request request(listener.Port());
         ASSERT_NE(request.Send(TheLibrary()), 0u);
         CancelAndExpectTheEnd(request);
     }
 }
 
 // The wait for the connection is the same, whatever the system makes of the refusal.
-TEST(CancelWhileConnecting, ToAPortWithoutListener_EndsTheRequest) {
+TEST(CancelWhileConnecting, ToAPortWithoutListenerEndsTheRequest) {
     Request request(DeadPort());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelWhileSending, ToAPeerThatDoesNotRead_EndsTheRequest) {
+TEST(CancelWhileSending, ToAPeerThatDoesNotReadEndsTheRequest) {
     Signal sending;
     Signal done;
     Peer peer([&](Connection& connection) {
@@ -107,7 +107,7 @@ TEST(CancelWhileSending, ToAPeerThatDoesNotRead_EndsTheRequest) {
         done.Wait();
     });
     // Far more than the system keeps under way for a connection.
-    Request request(peer.port(), Pattern(64u << 20));
+    Request request(peer.Port(), Pattern(64u << 20));
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(sending.Wait());
     CancelAndExpectTheEnd(request);
@@ -124,26 +124,26 @@ TEST(CancelWhileSending, ClosesTheConnectionBeforeTheApplicationIsTold) {
         first.told.Wait();
         if (connection.WaitForEnd()) first.closed.Set();
     });
-    request.record.nPort = peer.port();
+    request.record.nPort = peer.Port();
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(sending.Wait());
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelWhileWaitingForTheHead, OfASilentPeer_ClosesTheConnectionBeforeTheApplicationIsTold) {
+TEST(CancelWhileWaitingForTheHead, OfASilentPeerClosesTheConnectionBeforeTheApplicationIsTold) {
     Request request(0);
     ClosedFirst first(request);
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
         if (connection.WaitForEnd()) first.closed.Set();
     });
-    request.record.nPort = peer.port();
+    request.record.nPort = peer.Port();
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_FALSE(peer.WaitForRequest().empty());
     CancelAndExpectTheEnd(request);
 }
 
-// Every line is right, only there is no end of them.
+/// Every line is right, only there is no end of them.
 void CancelAmongLines(const std::string& begin, const std::string& line) {
     Signal running;
     Peer peer([&](Connection& connection) {
@@ -153,21 +153,21 @@ void CancelAmongLines(const std::string& begin, const std::string& line) {
         while (lines.size() < 65536) lines += line;
         while (connection.Send(lines)) running.Set();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(running.Wait());
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelInTheHead, OfInterimLinesWithoutEnd_EndsTheRequest) {
+TEST(CancelInTheHead, OfInterimLinesWithoutEndEndsTheRequest) {
     CancelAmongLines("", "HTTP/1.0 100 Continue\r\n");
 }
 
-TEST(CancelInTheHead, OfHeadersWithoutEnd_EndsTheRequest) {
+TEST(CancelInTheHead, OfHeadersWithoutEndEndsTheRequest) {
     CancelAmongLines("HTTP/1.0 200 OK\r\n", "X-More: and more\r\n");
 }
 
-TEST(CancelWhileWaitingForTheHead, ThatHasBegun_EndsTheRequest) {
+TEST(CancelWhileWaitingForTheHead, ThatHasBegunEndsTheRequest) {
     Signal begun;
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
@@ -175,13 +175,13 @@ TEST(CancelWhileWaitingForTheHead, ThatHasBegun_EndsTheRequest) {
         begun.Set();
         connection.WaitForEnd();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(begun.Wait());
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelInTheBody, OfAStalledReply_ClosesTheConnectionBeforeTheApplicationIsTold) {
+TEST(CancelInTheBody, OfAStalledReplyClosesTheConnectionBeforeTheApplicationIsTold) {
     // In memory, and in a file.
     for (const size_t size : {100u, 100000u}) {
         Request request(0);
@@ -191,14 +191,14 @@ TEST(CancelInTheBody, OfAStalledReply_ClosesTheConnectionBeforeTheApplicationIsT
             connection.Send(OkHead(size) + Pattern(50));
             if (connection.WaitForEnd()) first.closed.Set();
         });
-        request.record.nPort = peer.port();
+        request.record.nPort = peer.Port();
         ASSERT_NE(request.Send(TheLibrary()), 0u);
         ASSERT_TRUE(request.inbox.WaitForCount(1));
         CancelAndExpectTheEnd(request);
     }
 }
 
-TEST(CancelInTheBody, OfAReplyThatKeepsComing_EndsTheRequest) {
+TEST(CancelInTheBody, OfAReplyThatKeepsComingEndsTheRequest) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(200000000));
@@ -206,7 +206,7 @@ TEST(CancelInTheBody, OfAReplyThatKeepsComing_EndsTheRequest) {
         while (connection.Send(more)) {
         }
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.DropProgress();
     Signal running;
     request.inbox.inside = [&](WPK_CALLBACKSTRUCT&) { running.Set(); };
@@ -216,44 +216,44 @@ TEST(CancelInTheBody, OfAReplyThatKeepsComing_EndsTheRequest) {
     EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
-// A file system that answers slowly and always no.
-Signal* name_tried;
+/// A file system that answers slowly and always no.
+Signal* nameTried;
 
 HANDLE WINAPI RefuseSlowly(LPCSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
-    name_tried->Set();
+    nameTried->Set();
     Sleep(20);
     SetLastError(ERROR_FILE_EXISTS);
     return INVALID_HANDLE_VALUE;
 }
 
-TEST(CancelInTheBody, WhileNamesForItsFileAreTried_EndsTheRequest) {
+TEST(CancelInTheBody, WhileNamesForItsFileAreTriedEndsTheRequest) {
     Signal tried;
-    name_tried = &tried;
+    nameTried = &tried;
     const ImportPatch patch(TheLibrary().module(), "CreateFileA", AddressOf(&RefuseSlowly));
     ASSERT_TRUE(patch.Found());
     Peer peer(Answer(Ok(Pattern(100000))));
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(tried.Wait());
     CancelAndExpectTheEnd(request);
 }
 
-TEST(CancelInsideACallback, OfItsOwnProgress_EndsTheRequest) {
+TEST(CancelInsideACallback, OfItsOwnProgressEndsTheRequest) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(100) + Pattern(50));
         connection.WaitForEnd();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
         if (record.nReason == WPK_REASON_PROGRESS) TheLibrary().Cancel(GetCurrentThreadId());
     };
     RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_CANCELLED);
 }
 
-TEST(CancelInsideACallback, OfItsOwnReply_IsTooLate) {
+TEST(CancelInsideACallback, OfItsOwnReplyIsTooLate) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     int answer = 0;
     request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
         if (record.nReason == WPK_REASON_REPLY) answer = TheLibrary().Cancel(GetCurrentThreadId());
@@ -262,14 +262,14 @@ TEST(CancelInsideACallback, OfItsOwnReply_IsTooLate) {
     EXPECT_EQ(answer, 1);
 }
 
-TEST(CancelInsideACallback, OfAnotherRequest_EndsThatOneOnly) {
+TEST(CancelInsideACallback, OfAnotherRequestEndsThatOneOnly) {
     Peer silent([](Connection& connection) { connection.WaitForEnd(); });
     Peer peer(Answer(Ok("ok")));
-    Request other(silent.port());
+    Request other(silent.Port());
     ASSERT_NE(other.Send(TheLibrary()), 0u);
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
-        if (record.nReason == WPK_REASON_REPLY) TheLibrary().Cancel(other.handle());
+        if (record.nReason == WPK_REASON_REPLY) TheLibrary().Cancel(other.Handle());
     };
     RunAndExpectReply(TheLibrary(), request, "ok");
     ASSERT_TRUE(other.WaitForEnd());
@@ -284,7 +284,7 @@ TEST(CancelWhileACallbackRuns, IsSeenWhenTheCallbackReturns) {
         connection.Send(OkHead(100) + Pattern(50));
         connection.WaitForEnd();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
         if (record.nReason != WPK_REASON_PROGRESS) return;
         inside.Set();
@@ -292,7 +292,7 @@ TEST(CancelWhileACallbackRuns, IsSeenWhenTheCallbackReturns) {
     };
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(inside.Wait());
-    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    EXPECT_EQ(TheLibrary().Cancel(request.Handle()), 1);
     EXPECT_EQ(request.inbox.Finals(), 0u);
     cancelled.Set();
     ASSERT_TRUE(request.WaitForEnd());
@@ -301,20 +301,20 @@ TEST(CancelWhileACallbackRuns, IsSeenWhenTheCallbackReturns) {
 
 TEST(CancelTwice, EndsTheRequestOnce) {
     Peer silent([](Connection& connection) { connection.WaitForEnd(); });
-    Request request(silent.port());
+    Request request(silent.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(TheLibrary().Cancel(request.Handle()), 1);
     ASSERT_TRUE(request.WaitForEnd());
     ExpectFailure(request, WPK_ERROR_CANCELLED);
 }
 
 TEST(CancelAfterTheEnd, ReturnsOneAndChangesNothing) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, "ok");
-    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    EXPECT_EQ(TheLibrary().Cancel(request.Handle()), 1);
     ExpectReply(request, "ok");
-    Request next(peer.port());
+    Request next(peer.Port());
     RunAndExpectReply(TheLibrary(), next, "ok");
 }
 
@@ -353,12 +353,12 @@ TEST(CancelStorm, NeverTouchesARequestThatIsNotMeant) {
                 for (int round = 0; round < kRounds; ++round) {
                     std::unique_ptr<Request>& request = requests[static_cast<size_t>(sender * kRounds + round)];
                     request = std::make_unique<Request>(
-                        peer.port(), std::string(1 + random() % 90, 'a') + std::to_string(sender * kRounds + round));
+                        peer.Port(), std::string(1 + random() % 90, 'a') + std::to_string(sender * kRounds + round));
                     request->Send(TheLibrary());
                     // Every third request is left alone; the others are cancelled now or a little later.
                     if (round % 3 == 0) continue;
                     for (unsigned spin = random() % 3; spin > 0; --spin) SwitchToThread();
-                    TheLibrary().Cancel(request->handle());
+                    TheLibrary().Cancel(request->Handle());
                     // The handle cannot be a neighbour's yet, though its request may be over: the inbox still holds
                     // the thread, and with it the id.
                     if (round % 7 == 0) request->WaitForEnd();
@@ -369,19 +369,19 @@ TEST(CancelStorm, NeverTouchesARequestThatIsNotMeant) {
     int cancelled = 0;
     for (size_t i = 0; i < requests.size(); ++i) {
         SCOPED_TRACE(i);
-        ASSERT_NE(requests[i]->handle(), 0u);
+        ASSERT_NE(requests[i]->Handle(), 0u);
         ASSERT_TRUE(requests[i]->WaitForEnd());
-        const bool may_be_cancelled = i % kRounds % 3 != 0;
-        if (may_be_cancelled && requests[i]->Final().reason == WPK_REASON_FAILURE) {
+        const bool mayBeCancelled = i % kRounds % 3 != 0;
+        if (mayBeCancelled && requests[i]->Final().reason == WPK_REASON_FAILURE) {
             ExpectFailure(*requests[i], WPK_ERROR_CANCELLED);
             ++cancelled;
         } else {
-            ExpectReply(*requests[i], requests[i]->message() + " answered");
+            ExpectReply(*requests[i], requests[i]->Message() + " answered");
         }
     }
     EXPECT_GT(cancelled, 0);
     EXPECT_TRUE(WaitForOtherThreads(before));
-    Request after(peer.port(), "after the storm");
+    Request after(peer.Port(), "after the storm");
     RunAndExpectReply(TheLibrary(), after, "after the storm answered");
 }
 

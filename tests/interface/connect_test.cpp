@@ -1,8 +1,8 @@
 // Time-outs and connections that cannot be made. Slow by nature: all waits run side by side.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ const Library& TheLibrary() {
     return library;
 }
 
-TEST(Connect, HostNameThatDoesNotExist_EndsWithConnectFailure) {
+TEST(Connect, HostNameThatDoesNotExistEndsWithConnectFailure) {
     for (const char* host : {"no-such-host.invalid", "256.256.256.256", "not a host name", ":::"}) {
         SCOPED_TRACE(host);
         Request request(80);
@@ -25,7 +25,7 @@ TEST(Connect, HostNameThatDoesNotExist_EndsWithConnectFailure) {
     }
 }
 
-// How long a request took, from its send to its final notification.
+/// How long a request took, from its send to its final notification.
 class Timed {
 public:
     explicit Timed(unsigned short port) : request(port) {
@@ -53,36 +53,36 @@ TEST(Timeouts, ConnectTakesAtMost30SecondsAndEveryByteOfTheHead60) {
         connection.WaitForEnd();
     });
     // The body has no time-out: this peer pauses for longer than any byte of a head may take.
-    Signal others_are_done;
+    Signal othersAreDone;
     Peer pausing([&](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(4) + "pa");
-        others_are_done.Wait();
+        othersAreDone.Wait();
         connection.Send("us");
     });
 
     Timed refused(DeadPort());
-    Timed never_accepted(full.port());
-    Timed without_head(silent.port());
-    Timed with_half_a_head(halting.port());
-    Timed with_half_a_body(pausing.port());
+    Timed neverAccepted(full.Port());
+    Timed withoutHead(silent.Port());
+    Timed withHalfAHead(halting.Port());
+    Timed withHalfABody(pausing.Port());
 
-    for (Timed* timed : {&refused, &never_accepted}) {
+    for (Timed* timed : {&refused, &neverAccepted}) {
         ASSERT_TRUE(timed->request.WaitForEnd());
         ExpectFailure(timed->request, WPK_ERROR_CONNECT);
         EXPECT_LE(timed->Duration(), 40 * kSecond);
     }
-    EXPECT_GE(never_accepted.Duration(), 29 * kSecond);
-    for (Timed* timed : {&without_head, &with_half_a_head}) {
+    EXPECT_GE(neverAccepted.Duration(), 29 * kSecond);
+    for (Timed* timed : {&withoutHead, &withHalfAHead}) {
         ASSERT_TRUE(timed->request.WaitForEnd());
         ExpectFailure(timed->request, WPK_ERROR_EXCHANGE);
         EXPECT_GE(timed->Duration(), 59 * kSecond);
         EXPECT_LE(timed->Duration(), 75 * kSecond);
     }
-    EXPECT_EQ(with_half_a_body.request.inbox.Finals(), 0u);
-    others_are_done.Set();
-    ASSERT_TRUE(with_half_a_body.request.WaitForEnd());
-    ExpectReply(with_half_a_body.request, "paus");
+    EXPECT_EQ(withHalfABody.request.inbox.Finals(), 0u);
+    othersAreDone.Set();
+    ASSERT_TRUE(withHalfABody.request.WaitForEnd());
+    ExpectReply(withHalfABody.request, "paus");
 }
 
 }  // namespace

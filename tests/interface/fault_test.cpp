@@ -1,11 +1,11 @@
 // Platform calls that fail: each call of a request once and for good. Whatever fails, every handle ends in one final
 // notification, nothing is left behind, and the next request works.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/import_patch.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/import_patch.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -20,29 +20,29 @@
 namespace wpk::rig {
 namespace {
 
-// Which call of the function under test fails. Set while no request runs; counted by any thread.
+/// Which call of the function under test fails. Set while no request runs; counted by any thread.
 struct Plan {
     std::atomic<int> calls{0};
     std::atomic<int> fired{0};
-    std::atomic<int> first_to_fail{0};  // 1 is the next call; 0: none
-    std::atomic<bool> for_good{false};
+    std::atomic<int> firstToFail{0};  // 1 is the next call; 0: none
+    std::atomic<bool> forGood{false};
 
     void Arm(int first, bool good) {
         calls = 0;
         fired = 0;
-        for_good = good;
-        first_to_fail = first;
+        forGood = good;
+        firstToFail = first;
     }
     bool Fails() {
         const int number = ++calls;
-        const int first = first_to_fail;
-        const bool fails = first != 0 && (number == first || (for_good && number > first));
+        const int first = firstToFail;
+        const bool fails = first != 0 && (number == first || (forGood && number > first));
         if (fails) ++fired;
         return fails;
     }
 };
 
-// The failing version of one imported function. `Mark` keeps functions of the same type apart.
+/// The failing version of one imported function. `Mark` keeps functions of the same type apart.
 template <class Mark, class Function>
 struct Faulty;
 
@@ -103,7 +103,7 @@ WPK_FAILING(malloc, ERROR_NOT_ENOUGH_MEMORY, static_cast<void*>(nullptr));
 WPK_FAILING(calloc, ERROR_NOT_ENOUGH_MEMORY, static_cast<void*>(nullptr));
 WPK_FAILING(realloc, ERROR_NOT_ENOUGH_MEMORY, static_cast<void*>(nullptr));
 
-// Written out: the compiler's own attributes of malloc are no part of a template argument.
+/// Written out: the compiler's own attributes of malloc are no part of a template argument.
 const Target kMalloc = MakeTarget<Failing_malloc, void*(size_t)>("malloc");
 const Target kCalloc = MakeTarget<Failing_calloc, void*(size_t, size_t)>("calloc");
 const Target kRealloc = MakeTarget<Failing_realloc, void*(void*, size_t)>("realloc");
@@ -134,7 +134,7 @@ std::vector<Target> CallsOfTheStart() {
             WPK_TARGET(GetModuleHandleExA), kMalloc};
 }
 
-// The fault in place; the original function back when it goes.
+/// The fault in place; the original function back when it goes.
 class Fault {
 public:
     Fault(const Library& library, const Target& target) : patch_(library.module(), target.name, target.replacement) {
@@ -146,8 +146,8 @@ private:
     ImportPatch patch_;
 };
 
-// Ends the program, with a word about where, when a step takes for ever: a lost wake-up must not look like a time-out
-// of the whole suite.
+/// Ends the program, with a word about where, when a step takes for ever: a lost wake-up must not look like a time-out
+/// of the whole suite.
 class Watchdog {
 public:
     explicit Watchdog(std::string step)
@@ -164,11 +164,11 @@ private:
 
 class FaultTest : public testing::Test {
 protected:
-    // By name, so that the look-up takes part; large, so that the spool file does.
+    /// By name, so that the look-up takes part; large, so that the spool file does.
     void Prepare(Request& request) { request.Server("localhost"); }
 
-    std::string Describe(const Target& target, int call, bool for_good) {
-        return std::string(target.name) + ", call " + std::to_string(call) + (for_good ? " and all later ones" : "");
+    std::string Describe(const Target& target, int call, bool forGood) {
+        return std::string(target.name) + ", call " + std::to_string(call) + (forGood ? " and all later ones" : "");
     }
 
     const std::string body_ = Pattern(20000);
@@ -186,14 +186,14 @@ std::string NameOf(const testing::TestParamInfo<Target>& info) {
 
 class FaultInARequest : public FaultTest, public testing::WithParamInterface<Target> {
 protected:
-    // Runs one request in which calls of the target fail from number `call` on, or that one only; 0: none fails.
-    void RunWithFault(int call, bool for_good) {
-        const std::string step = Describe(GetParam(), call, for_good);
+    /// Runs one request in which calls of the target fail from number `call` on, or that one only; 0: none fails.
+    void RunWithFault(int call, bool forGood) {
+        const std::string step = Describe(GetParam(), call, forGood);
         SCOPED_TRACE(step);
         const Watchdog watchdog(step);
-        Request request(peer_.port());
+        Request request(peer_.Port());
         Prepare(request);
-        GetParam().plan->Arm(call, for_good);
+        GetParam().plan->Arm(call, forGood);
         const bool taken = request.Send(library_) != 0;
         EXPECT_TRUE(!taken || request.WaitForEnd());
         const int fired = GetParam().plan->fired;
@@ -208,8 +208,8 @@ protected:
         if (delivered) ExpectReply(request, body_);
     }
 
-    // How often a reply is awaited and received is the network's business: beyond the first few calls nothing is sure.
-    // Nor is the semaphore that only a connect makes which has to wait; the sender's own one is.
+    /// How often a reply is awaited and received is the network's business: beyond the first few calls nothing is sure.
+    /// Nor is the semaphore that only a connect makes which has to wait; the sender's own one is.
     int SureCalls() const {
         const std::string name = GetParam().name;
         if (name == "CreateSemaphoreA") return std::min(calls_, 1);
@@ -248,9 +248,9 @@ INSTANTIATE_TEST_SUITE_P(AnyCallOf, FaultInARequest, testing::ValuesIn(CallsOfAR
 
 class FaultInTheStart : public FaultTest, public testing::WithParamInterface<Target> {
 protected:
-    // Starts a fresh library while calls of the target fail, then expects it to work, by a second start if need be.
-    void StartWithFault(int call, bool for_good) {
-        const std::string step = "the start, " + Describe(GetParam(), call, for_good);
+    /// Starts a fresh library while calls of the target fail, then expects it to work, by a second start if need be.
+    void StartWithFault(int call, bool forGood) {
+        const std::string step = "the start, " + Describe(GetParam(), call, forGood);
         SCOPED_TRACE(step);
         const Watchdog watchdog(step);
         const Library library = Library::LoadFresh();
@@ -258,14 +258,14 @@ protected:
         const std::set<DWORD> threads = ThreadIds();
         Inbox& inbox = *new Inbox;
         const WPK_INITSTRUCT settings = PermanentSettings(inbox);
-        GetParam().plan->Arm(call, for_good);
+        GetParam().plan->Arm(call, forGood);
         const int result = library.Init(&settings);
         const int fired = GetParam().plan->fired;
         calls_ = GetParam().plan->calls;
         GetParam().plan->Arm(0, false);
         EXPECT_EQ(call != 0, fired > 0) << "the fault did not take place";
 
-        Request request(peer_.port());
+        Request request(peer_.Port());
         if (result == 0) {
             EXPECT_EQ(request.Send(library), 0u);
             EXPECT_TRUE(WaitForOtherThreads(threads)) << "a thread of the failed start still runs";
@@ -273,8 +273,8 @@ protected:
         }
         ASSERT_TRUE(request.Run(library));
         // Without sockets the library is initialised all the same: it only has no network.
-        const bool without_sockets = call != 0 && std::string(GetParam().name) == "WSAStartup";
-        if (without_sockets) {
+        const bool withoutSockets = call != 0 && std::string(GetParam().name) == "WSAStartup";
+        if (withoutSockets) {
             EXPECT_EQ(result, 1);
             ExpectFailure(request, WPK_ERROR_NO_NETWORK);
         } else {
@@ -299,7 +299,7 @@ TEST_P(FaultInTheStart, LeavesALibraryThatWorksOrCanBeStartedAgain) {
 INSTANTIATE_TEST_SUITE_P(AnyCallOf, FaultInTheStart, testing::ValuesIn(CallsOfTheStart()), NameOf);
 
 // A cancel that cannot be carried out must not harm: the request then runs on.
-TEST_F(FaultTest, ThreadOfACancelThatCannotBeStarted_LeavesTheRequestRunning) {
+TEST_F(FaultTest, ThreadOfACancelThatCannotBeStartedLeavesTheRequestRunning) {
     const Library library = StartFresh();
     const Target target = WPK_TARGET(_beginthreadex);
     const Fault fault(library, target);
@@ -310,11 +310,11 @@ TEST_F(FaultTest, ThreadOfACancelThatCannotBeStarted_LeavesTheRequestRunning) {
         connection.Send(Ok("ok"));
     });
     const Watchdog watchdog("a cancel");
-    Request request(peer.port());
+    Request request(peer.Port());
     target.plan->Arm(0, false);
     ASSERT_NE(request.Send(library), 0u);
     target.plan->Arm(1, true);
-    EXPECT_EQ(library.Cancel(request.handle()), 0);
+    EXPECT_EQ(library.Cancel(request.Handle()), 0);
     EXPECT_EQ(target.plan->fired, 1);
     target.plan->Arm(0, false);
     go.Set();
@@ -322,20 +322,20 @@ TEST_F(FaultTest, ThreadOfACancelThatCannotBeStarted_LeavesTheRequestRunning) {
     ExpectReply(request, "ok");
 }
 
-// In callbacks, memory runs out for the library, and they throw: the first exception on each of those threads.
+/// In callbacks, memory runs out for the library, and they throw: the first exception on each of those threads.
 WPK_SCENARIO(ThrowWithoutMemory) {
     const Library library = Library::Load();
     const WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);
     if (library.Init(&settings) != 1) return 1;
-    const Fault malloc_fault(library, kMalloc);
-    const Fault calloc_fault(library, kCalloc);
-    const Fault realloc_fault(library, kRealloc);
+    const Fault mallocFault(library, kMalloc);
+    const Fault callocFault(library, kCalloc);
+    const Fault reallocFault(library, kRealloc);
     const auto arm = [](int first) {
         for (const Target* target : {&kMalloc, &kCalloc, &kRealloc}) target->plan->Arm(first, /*good=*/true);
     };
     Peer peer(Answer(Ok("ok")), 2);
     for (int i = 0; i < 3; ++i) {
-        Request request(peer.port());
+        Request request(peer.Port());
         request.inbox.inside = [&](WPK_CALLBACKSTRUCT& notification) {
             if (notification.nReason != WPK_REASON_REPLY) return;
             arm(1);
@@ -345,11 +345,11 @@ WPK_SCENARIO(ThrowWithoutMemory) {
         if (!request.WaitForEnd()) return 3;
         arm(0);
     }
-    Request request(peer.port());
+    Request request(peer.Port());
     return request.Run(library) && request.Final().bytes == "ok" ? 0 : 4;
 }
 
-TEST(CallbackThatThrows, WithoutMemory_EndsItsRequestAlone) {
+TEST(CallbackThatThrows, WithoutMemoryEndsItsRequestAlone) {
     EXPECT_EQ(Child("ThrowWithoutMemory", "").Wait(), 0u);
 }
 

@@ -24,7 +24,7 @@ unsigned int OffsetOf(const WPK_SENDSTRUCT& record, const Field& field) {
 #define JOIN(name, packing) name##packing
 #define NAME(name, packing) JOIN(name, packing)
 
-// A class with a virtual destructor has no offsets at compile time; the test program calls this.
+/// A class with a virtual destructor has no offsets at compile time; the test program calls this.
 bool NAME(SendRecordFieldsLieWhereTheyShould, PACKING)();
 
 bool NAME(SendRecordFieldsLieWhereTheyShould, PACKING)() {

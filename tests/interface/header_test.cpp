@@ -1,9 +1,9 @@
 // wpk.h seen from C and from C++98, and a request whose record was filled by C.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -24,7 +24,7 @@ bool SendRecordFieldsLieWhereTheyShould16();
 namespace wpk::rig {
 namespace {
 
-TEST(Header, InCpp98WithAnyPacking_LaysTheSendRecordOutAsDocumented) {
+TEST(CHeader, InCpp98WithAnyPackingLaysTheSendRecordOutAsDocumented) {
     EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould1());
     EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould2());
     EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould4());
@@ -32,10 +32,10 @@ TEST(Header, InCpp98WithAnyPacking_LaysTheSendRecordOutAsDocumented) {
     EXPECT_TRUE(SendRecordFieldsLieWhereTheyShould16());
 }
 
-// How C fills the record and reads the notification, with one packing.
+/// How C fills the record and reads the notification, with one packing.
 class HeaderInC : public testing::TestWithParam<decltype(&FillRecordInC8)> {};
 
-TEST_P(HeaderInC, RecordFilledInC_IsCarriedLikeAnyOtherAndItsReplyIsRead) {
+TEST_P(HeaderInC, RecordFilledInCIsCarriedLikeAnyOtherAndItsReplyIsRead) {
     const Library library = StartFresh();
     Peer peer(Answer(Ok("four")));
     const std::set<DWORD> before = ThreadIds();
@@ -43,7 +43,7 @@ TEST_P(HeaderInC, RecordFilledInC_IsCarriedLikeAnyOtherAndItsReplyIsRead) {
     alignas(WPK_SENDSTRUCT) char storage[sizeof(WPK_SENDSTRUCT)] = {};
     WPK_SENDSTRUCT* message = reinterpret_cast<WPK_SENDSTRUCT*>(storage);
     int outcome = 0;
-    GetParam()(message, peer.port(), &outcome);
+    GetParam()(message, peer.Port(), &outcome);
     ASSERT_NE(library.Send(message), 0u);
     ASSERT_TRUE(WaitForOtherThreads(before));
     EXPECT_EQ(outcome, 4);

@@ -1,6 +1,6 @@
 // The built wpk.dll as a file: what it imports and exports, how it was linked, what it says of itself.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/process.h"
+#include "support/dll/process.h"
 
 #include <gtest/gtest.h>
 
@@ -20,13 +20,13 @@
 namespace wpk::rig {
 namespace {
 
-// The documented names, and nothing else.
+/// The documented names, and nothing else.
 const std::set<std::string> kExports = {"WPK_Cancel", "WPK_Init", "WPK_Send", "WRAPPER_RasEnumConnections",
                                         "WRAPPER_RasGetConnectStatus"};
 
-// All that is imported: modules that every 64-bit Windows has, and calls that Windows 6.0 has already. No compiler's
-// run-time library is among the modules, though its own calls are among those of kernel32.dll and msvcrt.dll. Before a
-// name is added here, it has to be looked up that the oldest Windows knows it.
+/// All that is imported: modules that every 64-bit Windows has, and calls that Windows 6.0 has already. No compiler's
+/// run-time library is among the modules, though its own calls are among those of kernel32.dll and msvcrt.dll. Before a
+/// name is added here, it has to be looked up that the oldest Windows knows it.
 const std::map<std::string, std::set<std::string>> kImports = {
     {"advapi32.dll",
      {"DeregisterEventSource", "GetUserNameA", "RegCloseKey", "RegCreateKeyA", "RegQueryValueExA",
@@ -120,12 +120,12 @@ const std::map<std::string, std::set<std::string>> kImports = {
       "ioctlsocket", "recv", "select", "send", "setsockopt", "socket"}},
 };
 
-// Calls with which a library would print, or end its host. The run-time library's own panic needs some of them; the
-// console is not to be touched by any.
+/// Calls with which a library would print, or end its host. The run-time library's own panic needs some of them; the
+/// console is not to be touched by any.
 const std::set<std::string> kForbidden = {"AllocConsole", "AttachConsole", "WriteConsoleA", "WriteConsoleW",
                                           "MessageBoxA",  "MessageBoxW",   "FatalAppExitA", "ExitProcess"};
 
-// A portable-executable file in memory.
+/// A portable-executable file in memory.
 class Image {
 public:
     explicit Image(const std::string& path) {

@@ -3,14 +3,14 @@
 #include <windows.h>
 
 namespace {
-void (*call_at_the_end)() = nullptr;
+void (*callAtTheEnd)() = nullptr;
 }
 
 extern "C" __declspec(dllexport) void LateCaller_Set(void (*call)()) {
-    call_at_the_end = call;
+    callAtTheEnd = call;
 }
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
-    if (reason == DLL_PROCESS_DETACH && call_at_the_end) call_at_the_end();
+    if (reason == DLL_PROCESS_DETACH && callAtTheEnd) callAtTheEnd();
     return TRUE;
 }

@@ -1,10 +1,10 @@
 // Initialisation, calls before it, connection types, freeing the library, the end of the process.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/import_patch.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/import_patch.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -15,16 +15,16 @@
 namespace wpk::rig {
 namespace {
 
-// Default callbacks may come as long as the process lives.
+/// Default callbacks may come as long as the process lives.
 Inbox& NewInbox() {
     return *new Inbox;
 }
 
-TEST(BeforeInit, SendAndCancel_ReturnZeroAndNoCallbackComes) {
+TEST(BeforeInit, SendAndCancelReturnZeroAndNoCallbackComes) {
     const Library library = Library::LoadFresh();
     const std::set<DWORD> before = ThreadIds();
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     EXPECT_EQ(request.Send(library), 0u);
     EXPECT_EQ(library.Send(nullptr), 0u);
     EXPECT_EQ(library.Cancel(0), 0);
@@ -35,7 +35,7 @@ TEST(BeforeInit, SendAndCancel_ReturnZeroAndNoCallbackComes) {
     EXPECT_EQ(peer.Connections(), 0u);
 }
 
-TEST(BeforeInit, LoadingAndFreeing_LeavesNothingBehind) {
+TEST(BeforeInit, LoadingAndFreeingLeavesNothingBehind) {
     // Once for everything that the system itself sets up.
     FreeLibrary(Library::LoadFresh().module());
     const size_t handles = HandleCount();
@@ -49,7 +49,7 @@ TEST(BeforeInit, LoadingAndFreeing_LeavesNothingBehind) {
     EXPECT_EQ(ThreadIds().size(), threads);
 }
 
-// Bytes in use in all heaps of this process.
+/// Bytes in use in all heaps of this process.
 size_t HeapBytes() {
     HANDLE heaps[64];
     const DWORD count = GetProcessHeaps(64, heaps);
@@ -65,7 +65,7 @@ size_t HeapBytes() {
     return bytes;
 }
 
-TEST(BeforeInit, LoadingAndFreeingAgainAndAgain_TakesNoMemory) {
+TEST(BeforeInit, LoadingAndFreeingAgainAndAgainTakesNoMemory) {
     const Library library = Library::LoadFresh();
     // The first rounds also pay for what the system sets up once.
     FreeLibrary(library.module());
@@ -83,7 +83,7 @@ BOOL WINAPI RefuseToPin(DWORD, LPCSTR, HMODULE* module) {
     return FALSE;
 }
 
-TEST(Init, ThatFails_LeavesNothingAndTheModuleCanBeFreed) {
+TEST(Init, ThatFailsLeavesNothingAndTheModuleCanBeFreed) {
     // Once for everything that the system itself sets up.
     FreeLibrary(Library::LoadFresh().module());
     const size_t handles = HandleCount();
@@ -107,7 +107,7 @@ TEST(Init, ThatFails_LeavesNothingAndTheModuleCanBeFreed) {
     EXPECT_EQ(HandleCount(), handles);
 }
 
-TEST(Init, AfterOneThatFailed_Works) {
+TEST(Init, AfterOneThatFailedWorks) {
     const Library library = Library::LoadFresh();
     const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
     {
@@ -116,7 +116,7 @@ TEST(Init, AfterOneThatFailed_Works) {
     }
     ASSERT_EQ(library.Init(&settings), 1);
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(library, request, "ok");
 }
 
@@ -125,11 +125,11 @@ TEST(Init, KeepsTheModuleHoweverOftenItIsFreed) {
     for (int i = 0; i < 5; ++i) FreeLibrary(library.module());
     EXPECT_EQ(GetModuleHandleA(library.path().c_str()), library.module());
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(library, request, "ok");
 }
 
-TEST(Init, WithNull_ReturnsZeroAndStaysUninitialised) {
+TEST(Init, WithNullReturnsZeroAndStaysUninitialised) {
     const Library library = Library::LoadFresh();
     EXPECT_EQ(library.Init(nullptr), 0);
     Request request(DeadPort());
@@ -140,7 +140,7 @@ TEST(Init, WithNull_ReturnsZeroAndStaysUninitialised) {
     EXPECT_EQ(library.Init(nullptr), 0);
 }
 
-TEST(Init, Twice_ReturnsOneAndLeavesTheFirstSettingsInForce) {
+TEST(Init, TwiceReturnsOneAndLeavesTheFirstSettingsInForce) {
     const Library library = Library::LoadFresh();
     Inbox& first = NewInbox();
     Inbox& second = NewInbox();
@@ -153,7 +153,7 @@ TEST(Init, Twice_ReturnsOneAndLeavesTheFirstSettingsInForce) {
     EXPECT_EQ(ThreadIds(), threads);
 
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.record.lpfnCallback = nullptr;
     ASSERT_NE(request.Send(library), 0u);
     ASSERT_TRUE(first.WaitForFinal());
@@ -170,7 +170,7 @@ TEST(Init, StartsOneThread) {
     EXPECT_EQ(ThreadIds().size(), before + 1);
 }
 
-TEST(Init, FromManyThreadsAtOnce_StartsOneService) {
+TEST(Init, FromManyThreadsAtOnceStartsOneService) {
     for (int round = 0; round < 5; ++round) {
         const Library library = Library::LoadFresh();
         const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
@@ -189,18 +189,18 @@ TEST(Init, FromManyThreadsAtOnce_StartsOneService) {
         for (const int result : results) EXPECT_EQ(result, 1);
         EXPECT_EQ(ThreadIds().size(), before + 1);
         Peer peer(Answer(Ok("ok")));
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(library, request, "ok");
     }
 }
 
-TEST(Init, WhileOthersSend_LetsEverySendFailOrWork) {
+TEST(Init, WhileOthersSendLetsEverySendFailOrWork) {
     const Library library = Library::LoadFresh();
     const WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
     Peer peer(Answer(Ok("ok")), 2);
     Signal go;
     std::vector<std::unique_ptr<Request>> requests;
-    for (int i = 0; i < 40; ++i) requests.push_back(std::make_unique<Request>(peer.port()));
+    for (int i = 0; i < 40; ++i) requests.push_back(std::make_unique<Request>(peer.Port()));
     std::vector<Thread> senders;
     for (size_t sender = 0; sender < 4; ++sender) {
         senders.emplace_back([&, sender] {
@@ -212,7 +212,7 @@ TEST(Init, WhileOthersSend_LetsEverySendFailOrWork) {
     EXPECT_EQ(library.Init(&settings), 1);
     senders.clear();
     for (const auto& request : requests) {
-        if (request->handle() == 0) {
+        if (request->Handle() == 0) {
             EXPECT_TRUE(request->inbox.All().empty());
             continue;
         }
@@ -221,7 +221,7 @@ TEST(Init, WhileOthersSend_LetsEverySendFailOrWork) {
     }
 }
 
-// Settings with one connection type, whatever its value.
+/// Settings with one connection type, whatever its value.
 WPK_INITSTRUCT SettingsOfType(WPK_INT64 type, Inbox& inbox) {
     WPK_INITSTRUCT settings = PermanentSettings(inbox);
     settings.nConnectionType = type;
@@ -230,24 +230,24 @@ WPK_INITSTRUCT SettingsOfType(WPK_INT64 type, Inbox& inbox) {
 
 void ExpectNoNetwork(const Library& library) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectFailure(library, request, WPK_ERROR_NO_NETWORK);
     EXPECT_EQ(request.inbox.All().size(), 1u);
     EXPECT_EQ(peer.Connections(), 0u) << "the network was touched";
 }
 
-// The first word about the connection: there is none, said on a thread that is not the caller's.
+/// The first word about the connection: there is none, said on a thread that is not the caller's.
 void ExpectToldOfNoConnection(Inbox& inbox) {
     ASSERT_TRUE(inbox.WaitForCount(1));
     const Notification told = inbox.All()[0];
     EXPECT_EQ(told.reason, static_cast<unsigned int>(WPK_REASON_CONNECTION));
     EXPECT_EQ(told.connected, 0u);
-    EXPECT_EQ(told.user_data, &inbox);
+    EXPECT_EQ(told.userData, &inbox);
     EXPECT_NE(told.thread, GetCurrentThreadId());
-    EXPECT_TRUE(told.rest_is_zero);
+    EXPECT_TRUE(told.restIsZero);
 }
 
-TEST(ConnectionType, Never_IsToldOnceAndEveryRequestFails) {
+TEST(ConnectionType, NeverIsToldOnceAndEveryRequestFails) {
     const Library library = Library::LoadFresh();
     Inbox& inbox = NewInbox();
     const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_NEVER, inbox);
@@ -259,7 +259,7 @@ TEST(ConnectionType, Never_IsToldOnceAndEveryRequestFails) {
     ExpectNoNetwork(library);
 }
 
-TEST(ConnectionType, DialUp_BeginsWithoutConnection) {
+TEST(ConnectionType, DialUpBeginsWithoutConnection) {
     const Library library = Library::LoadFresh();
     Inbox& inbox = NewInbox();
     const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_DIAL_UP, inbox);
@@ -268,7 +268,7 @@ TEST(ConnectionType, DialUp_BeginsWithoutConnection) {
     ExpectNoNetwork(library);
 }
 
-TEST(ConnectionType, Permanent_WorksAtOnceAndTellsNothing) {
+TEST(ConnectionType, PermanentWorksAtOnceAndTellsNothing) {
     const Library library = Library::LoadFresh();
     Inbox& inbox = NewInbox();
     const std::set<DWORD> before = ThreadIds();
@@ -276,7 +276,7 @@ TEST(ConnectionType, Permanent_WorksAtOnceAndTellsNothing) {
     ASSERT_EQ(library.Init(&settings), 1);
     {
         Peer peer(Answer(Ok("ok")));
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(library, request, "ok");
     }
     // Only the front desk is left: nobody is there who could still tell anything.
@@ -284,10 +284,10 @@ TEST(ConnectionType, Permanent_WorksAtOnceAndTellsNothing) {
     EXPECT_TRUE(inbox.All().empty());
 }
 
-TEST(ConnectionType, AutomaticWithRemoteAccess_IsDialUp) {
-    const HMODULE remote_access = LoadLibraryA("rasapi32.dll");
-    if (!remote_access) GTEST_SKIP() << "this system has no rasapi32.dll";
-    FreeLibrary(remote_access);
+TEST(ConnectionType, AutomaticWithRemoteAccessIsDialUp) {
+    const HMODULE remoteAccess = LoadLibraryA("rasapi32.dll");
+    if (!remoteAccess) GTEST_SKIP() << "this system has no rasapi32.dll";
+    FreeLibrary(remoteAccess);
     const Library library = Library::LoadFresh();
     Inbox& inbox = NewInbox();
     const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_AUTOMATIC, inbox);
@@ -296,29 +296,29 @@ TEST(ConnectionType, AutomaticWithRemoteAccess_IsDialUp) {
     ExpectNoNetwork(library);
 }
 
-std::string asked_for;
+std::string askedFor;
 
 HMODULE WINAPI LoadNothing(LPCSTR name) {
-    asked_for = name;
+    askedFor = name;
     SetLastError(ERROR_MOD_NOT_FOUND);
     return nullptr;
 }
 
-TEST(ConnectionType, AutomaticWithoutRemoteAccess_IsPermanent) {
+TEST(ConnectionType, AutomaticWithoutRemoteAccessIsPermanent) {
     const Library library = Library::LoadFresh();
     const ImportPatch load(library.module(), "LoadLibraryA", AddressOf(&LoadNothing));
     ASSERT_TRUE(load.Found());
     Inbox& inbox = NewInbox();
     const WPK_INITSTRUCT settings = SettingsOfType(WPK_CONNECTION_AUTOMATIC, inbox);
     ASSERT_EQ(library.Init(&settings), 1);
-    EXPECT_EQ(asked_for, "rasapi32.dll");
+    EXPECT_EQ(askedFor, "rasapi32.dll");
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(library, request, "ok");
     EXPECT_TRUE(inbox.All().empty());
 }
 
-TEST(ConnectionType, Unknown_LeavesTheLibraryWithoutNetworkAndTellsNothing) {
+TEST(ConnectionType, UnknownLeavesTheLibraryWithoutNetworkAndTellsNothing) {
     // The last one would be "permanent" if only half of the number were looked at.
     for (const WPK_INT64 type : {4LL, -1LL, 0x100000002LL}) {
         SCOPED_TRACE(type);
@@ -337,7 +337,7 @@ int WSAAPI NoSockets(WORD, WSADATA*) {
     return WSASYSNOTREADY;
 }
 
-TEST(ConnectionType, PermanentWithoutSockets_IsInitialisedButHasNoNetwork) {
+TEST(ConnectionType, PermanentWithoutSocketsIsInitialisedButHasNoNetwork) {
     const Library library = Library::LoadFresh();
     const ImportPatch start(library.module(), "WSAStartup", AddressOf(&NoSockets));
     ASSERT_TRUE(start.Found());
@@ -352,7 +352,7 @@ TEST(ConnectionType, PermanentWithoutSockets_IsInitialisedButHasNoNetwork) {
 
 constexpr int kGood = 0;
 
-// Frees the library as often as it likes while requests are under way, uses them to their end, and ends.
+/// Frees the library as often as it likes while requests are under way, uses them to their end, and ends.
 WPK_SCENARIO(FreeWhileRequestsRun) {
     Signal go;
     Peer peer(
@@ -367,7 +367,7 @@ WPK_SCENARIO(FreeWhileRequestsRun) {
     if (library.Init(&settings) != 1) return 1;
     std::vector<std::unique_ptr<Request>> requests;
     for (int i = 0; i < 8; ++i) {
-        requests.push_back(std::make_unique<Request>(peer.port()));
+        requests.push_back(std::make_unique<Request>(peer.Port()));
         if (requests.back()->Send(library) == 0) return 2;
     }
     for (int i = 0; i < 10; ++i) FreeLibrary(library.module());
@@ -378,12 +378,12 @@ WPK_SCENARIO(FreeWhileRequestsRun) {
     return kGood;
 }
 
-TEST(FreeLibrary, WhileRequestsRun_LetsThemEndAndTheProcessToo) {
+TEST(FreeLibrary, WhileRequestsRunLetsThemEndAndTheProcessToo) {
     EXPECT_EQ(Child("FreeWhileRequestsRun", "").Wait(), static_cast<DWORD>(kGood));
 }
 
-// Ends the process in the way that the first letter of `argument` names, return, exit or terminate, while replies go
-// into files, replies are waited for, and a connection is being made. The rest is the peer's port.
+/// Ends the process in the way that the first letter of `argument` names, return, exit or terminate, while replies go
+/// into files, replies are waited for, and a connection is being made. The rest is the peer's port.
 WPK_SCENARIO(EndWithRequestsInFlight) {
     const auto port = static_cast<unsigned short>(std::stoul(argument.substr(1)));
     const Library library = Library::Load();
@@ -407,7 +407,7 @@ WPK_SCENARIO(EndWithRequestsInFlight) {
 // The peer stays out of the process that ends. Wine kills the other threads there wherever they are, on a busy machine
 // now and then where one holds a lock of Wine's own; the last thread waits for that for ever as soon as it is told of
 // the end of somebody's receive. The fewer threads receive there, the better.
-TEST(ProcessEnd, WithRequestsInFlight_IsCleanAndLeavesNoFile) {
+TEST(ProcessEnd, WithRequestsInFlightIsCleanAndLeavesNoFile) {
     Peer peer(
         [](Connection& connection) {
             const std::string request = connection.ReadRequest();
@@ -417,16 +417,16 @@ TEST(ProcessEnd, WithRequestsInFlight_IsCleanAndLeavesNoFile) {
         4);
     for (const char* way : {"r", "e", "t"}) {
         SCOPED_TRACE(way);
-        const std::string argument = way + std::to_string(peer.port());
+        const std::string argument = way + std::to_string(peer.Port());
         EXPECT_EQ(Child("EndWithRequestsInFlight", argument).Wait(), static_cast<DWORD>(kGood));
         EXPECT_TRUE(FilesLike("", "tmp*").empty());
         EXPECT_TRUE(peer.WaitUntilIdle());
     }
 }
 
-// Sends and cancels one request after the other from several threads and ends the process in the middle of that, in the
-// way that the first letter of `argument` names: return, exit, or as by Ctrl-C, for which the system makes a thread.
-// The rest is the number of requests after which it does. Nobody answers: the end must not depend on a peer's.
+/// Sends and cancels one request after the other from several threads and ends the process in the middle of that, in
+/// the way that the first letter of `argument` names: return, exit, or as by Ctrl-C, for which the system makes a
+/// thread. The rest is the number of requests after which it does. Nobody answers: the end must not depend on a peer's.
 WPK_SCENARIO(EndUnderLoad) {
     static const unsigned short port = DeadPort();
     static const LONG wanted = std::stol(argument.substr(1));
@@ -441,7 +441,7 @@ WPK_SCENARIO(EndUnderLoad) {
                 Request& request = *new Request(port);
                 if (request.Send(library) == 0) return;
                 if (InterlockedIncrement(&sent) == wanted) enough.Set();
-                library.Cancel(request.handle());
+                library.Cancel(request.Handle());
                 request.inbox.WaitForFinal();
             }
         });
@@ -455,14 +455,14 @@ WPK_SCENARIO(EndUnderLoad) {
     return kGood;
 }
 
-// How many children end in each way: 36, or what WPK_PROCESS_ENDS says.
+/// How many children end in each way: 36, or what WPK_PROCESS_ENDS says.
 int EndsOfEachWay() {
     const char* wanted = std::getenv("WPK_PROCESS_ENDS");
     return wanted ? std::atoi(wanted) : 36;
 }
 
 // Two of each way side by side, so that the machine is busy while they end.
-TEST(ProcessEnd, UnderLoad_NeitherCrashesNorHangs) {
+TEST(ProcessEnd, UnderLoadNeitherCrashesNorHangs) {
     const int ends = EndsOfEachWay();
     for (int number = 0; number < ends; number += 2) {
         std::map<std::string, Child> children;
@@ -476,24 +476,24 @@ TEST(ProcessEnd, UnderLoad_NeitherCrashesNorHangs) {
     }
 }
 
-// What a static object of a DLL would do at the very end, after all other threads have been killed.
-const Library* late_library = nullptr;
-WPK_INITSTRUCT late_settings = {};
-WPK_SENDSTRUCT* late_message = nullptr;
+/// What a static object of a DLL would do at the very end, after all other threads have been killed.
+const Library* lateLibrary = nullptr;
+WPK_INITSTRUCT lateSettings = {};
+WPK_SENDSTRUCT* lateMessage = nullptr;
 
 void CallAtTheEnd() {
-    const bool refused = late_library->Init(&late_settings) == 0 && late_library->Send(late_message) == 0 &&
-                         late_library->Cancel(4711) == 0;
+    const bool refused =
+        lateLibrary->Init(&lateSettings) == 0 && lateLibrary->Send(lateMessage) == 0 && lateLibrary->Cancel(4711) == 0;
     // The exit code has been set by now.
     if (refused) CloseHandle(CreateFileA("refused", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
 }
 
-// Calls the library while the process is taken down; `argument` says whether it has been initialised.
+/// Calls the library while the process is taken down; `argument` says whether it has been initialised.
 WPK_SCENARIO(CallsAtTheEnd) {
-    late_library = new Library(Library::Load());
-    late_settings = PermanentSettings(NewInbox());
-    if (argument == "initialised" && late_library->Init(&late_settings) != 1) return 1;
-    late_message = &(*new Request(DeadPort())).record;
+    lateLibrary = new Library(Library::Load());
+    lateSettings = PermanentSettings(NewInbox());
+    if (argument == "initialised" && lateLibrary->Init(&lateSettings) != 1) return 1;
+    lateMessage = &(*new Request(DeadPort())).record;
     const HMODULE caller = LoadLibraryA((ProgramFolder() + "late_caller.dll").c_str());
     const FARPROC set = caller ? GetProcAddress(caller, "LateCaller_Set") : nullptr;
     if (!set) return 2;
@@ -501,7 +501,7 @@ WPK_SCENARIO(CallsAtTheEnd) {
     ExitProcess(kGood);
 }
 
-TEST(ProcessEnd, CallsMeanwhile_ReturnZeroAtOnce) {
+TEST(ProcessEnd, CallsMeanwhileReturnZeroAtOnce) {
     for (const char* state : {"initialised", "not initialised"}) {
         SCOPED_TRACE(state);
         EXPECT_EQ(Child("CallsAtTheEnd", state).Wait(), static_cast<DWORD>(kGood));
@@ -509,20 +509,20 @@ TEST(ProcessEnd, CallsMeanwhile_ReturnZeroAtOnce) {
     }
 }
 
-// Lives until its event of that name is set.
+/// Lives until its event of that name is set.
 WPK_SCENARIO(LiveUntilTold) {
     const HANDLE told = OpenEventA(SYNCHRONIZE, /*bInheritHandle=*/FALSE, argument.c_str());
     return told && WaitForSingleObject(told, 10 * kPatience) == WAIT_OBJECT_0 ? kGood : 1;
 }
 
-TEST(ProgramStartedMeanwhile, WithAllThatCanBeInherited_DoesNotKeepTheConnectionOpen) {
+TEST(ProgramStartedMeanwhile, WithAllThatCanBeInheritedDoesNotKeepTheConnectionOpen) {
     Signal closed;
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
         if (connection.WaitForEnd()) closed.Set();
     });
     const Library library = StartFresh();
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(library), 0u);
     ASSERT_FALSE(peer.WaitForRequest().empty());
 
@@ -530,7 +530,7 @@ TEST(ProgramStartedMeanwhile, WithAllThatCanBeInherited_DoesNotKeepTheConnection
     const HANDLE told = CreateEventA(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, name.c_str());
     ASSERT_NE(told, nullptr);
     Child child("LiveUntilTold", name);
-    library.Cancel(request.handle());
+    library.Cancel(request.Handle());
     ASSERT_TRUE(request.WaitForEnd());
     EXPECT_TRUE(closed.Wait());
     SetEvent(told);
@@ -538,7 +538,7 @@ TEST(ProgramStartedMeanwhile, WithAllThatCanBeInherited_DoesNotKeepTheConnection
     CloseHandle(told);
 }
 
-// Loads, initialises, sends nothing, frees, ends.
+/// Loads, initialises, sends nothing, frees, ends.
 WPK_SCENARIO(EndAfterInit) {
     const Library library = Library::Load();
     WPK_INITSTRUCT settings = PermanentSettings(NewInbox());
@@ -548,7 +548,7 @@ WPK_SCENARIO(EndAfterInit) {
     return kGood;
 }
 
-TEST(ProcessEnd, AfterInitOfEveryType_IsClean) {
+TEST(ProcessEnd, AfterInitOfEveryTypeIsClean) {
     for (const char* type : {"0", "1", "2", "3", "4"}) {
         SCOPED_TRACE(type);
         EXPECT_EQ(Child("EndAfterInit", type).Wait(), static_cast<DWORD>(kGood));

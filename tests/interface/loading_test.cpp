@@ -1,10 +1,10 @@
 // Where the library's own libraries come from, and what it asks of them.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/import_patch.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/import_patch.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -16,12 +16,12 @@ namespace {
 
 constexpr int kGood = 42;
 
-// No library is looked for anywhere but in the system's folder any more.
+/// No library is looked for anywhere but in the system's folder any more.
 void NarrowTheSearch() {
 #include "shipping/narrow_search.inc"
 }
 
-// False when it is not loaded.
+/// False when it is not loaded.
 bool IsOfTheSystem(const char* module) {
     char path[MAX_PATH] = {};
     char folder[MAX_PATH] = {};
@@ -45,7 +45,7 @@ WPK_SCENARIO(ExchangeFromTheSystemsFolderAlone) {
     if (library.Init(&settings) != 1) return 3;
     // What goes over dial-up has no network here; over a permanent one it gets its reply.
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     if (!request.Run(library)) return 4;
     if (settings.nConnectionType == WPK_CONNECTION_PERMANENT) return request.Final().bytes == "ok" ? kGood : 5;
     // The watch has begun: that it tells of no connection shows that the remote access library has been found.
@@ -54,12 +54,12 @@ WPK_SCENARIO(ExchangeFromTheSystemsFolderAlone) {
     return IsOfTheSystem("rasapi32.dll") ? kGood : 8;
 }
 
-TEST(Loading, WithTheNarrowestSearch_WorksByItsFullPathOverAPermanentNetwork) {
+TEST(Loading, WithTheNarrowestSearchWorksByItsFullPathOverAPermanentNetwork) {
     EXPECT_EQ(Child("ExchangeFromTheSystemsFolderAlone", std::to_string(WPK_CONNECTION_PERMANENT)).Wait(),
               static_cast<DWORD>(kGood));
 }
 
-TEST(Loading, WithTheNarrowestSearch_FindsTheSystemsRemoteAccess) {
+TEST(Loading, WithTheNarrowestSearchFindsTheSystemsRemoteAccess) {
     EXPECT_EQ(Child("ExchangeFromTheSystemsFolderAlone", std::to_string(WPK_CONNECTION_AUTOMATIC)).Wait(),
               static_cast<DWORD>(kGood));
 }
@@ -71,7 +71,7 @@ int WINAPI NoteVersion(WORD version, WSADATA* data) {
     return WSAStartup(version, data);
 }
 
-TEST(Loading, SocketsInterface_IsAskedForVersion1Point1) {
+TEST(Loading, SocketsInterfaceIsAskedForVersion1Point1) {
     const Library library = Library::LoadFresh();
     const ImportPatch patch(library.module(), "WSAStartup", AddressOf(&NoteVersion));
     ASSERT_TRUE(patch.Found());

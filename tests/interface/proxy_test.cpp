@@ -1,10 +1,10 @@
 // Requests through a proxy: who is called, what is asked, and which credentials are sent.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/proxied.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/proxied.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -25,47 +25,47 @@ std::string Expected(const std::string& authorization) {
     ExpectedRequest expected;
     expected.server = "server.invalid";
     expected.port = 8080;
-    expected.via_proxy = true;
+    expected.viaProxy = true;
     expected.authorization = authorization;
     return expected.Bytes();
 }
 
-const std::string kAsk = Reply("HTTP/1.0 407 Proxy Authentication Required", {"Content-Length: 5"}, "login");
+const std::string kAsk = RawReply("HTTP/1.0 407 Proxy Authentication Required", {"Content-Length: 5"}, "login");
 
-// Answers the first connections as told, all later ones with "ok".
+/// Answers the first connections as told, all later ones with "ok".
 Peer::Script AnswerInTurn(std::vector<std::string> replies) {
     return [replies = std::move(replies)](Connection& connection) {
         connection.ReadRequest();
-        connection.Send(connection.index() < replies.size() ? replies[connection.index()] : Ok("ok"));
+        connection.Send(connection.Index() < replies.size() ? replies[connection.Index()] : Ok("ok"));
     };
 }
 
-// The request that a proxy sees when the library has these credentials.
+/// The request that a proxy sees when the library has these credentials.
 std::string SentWith(const char* user, const char* password) {
     Peer proxy(Answer(Ok("ok")));
-    const Proxied proxied(proxy.port(), user, password);
+    const Proxied proxied(proxy.Port(), user, password);
     const auto request = ToNowhere();
     RunAndExpectReply(proxied.library, *request, "ok");
     return proxy.WaitForRequest();
 }
 
-TEST(Proxy, WithoutCredentials_GetsNoAuthorisation) {
+TEST(Proxy, WithoutCredentialsGetsNoAuthorisation) {
     EXPECT_EQ(SentWith(nullptr, nullptr), Expected(""));
     EXPECT_EQ(SentWith("", ""), Expected(""));
 }
 
-TEST(Proxy, WithCredentials_GetsThemAsBase64) {
+TEST(Proxy, WithCredentialsGetsThemAsBase64) {
     EXPECT_EQ(SentWith("u", "p"), Expected("dTpw"));
     EXPECT_EQ(SentWith("user", "pass"), Expected("dXNlcjpwYXNz"));
 }
 
-TEST(Proxy, WithOneOfTheTwo_GetsAuthorisation) {
+TEST(Proxy, WithOneOfTheTwoGetsAuthorisation) {
     EXPECT_EQ(SentWith("u", nullptr), Expected("dTo="));
     EXPECT_EQ(SentWith(nullptr, "p"), Expected("OnA="));
 }
 
 // 57 bytes fill one line of 76 characters; what is longer goes on in the next line of the header.
-TEST(Proxy, PairOfMoreThan57Bytes_IsFolded) {
+TEST(Proxy, PairOfMoreThan57BytesIsFolded) {
     const struct {
         size_t user;
         size_t password;
@@ -91,15 +91,15 @@ TEST(Proxy, IsUsedOnlyWhenTheSettingIsOne) {
         settings.lpszProxyUser = "u";
         settings.lpszProxyPassword = "p";
         ASSERT_EQ(library.Init(&settings), 1);
-        Request request(server.port());
+        Request request(server.Port());
         RunAndExpectReply(library, request, "ok");
         ExpectedRequest expected;
-        expected.port = server.port();
+        expected.port = server.Port();
         EXPECT_EQ(server.WaitForRequest(), expected.Bytes());
     }
 }
 
-TEST(Proxy, WantedButNotNamed_MakesEveryRequestUnusable) {
+TEST(Proxy, WantedButNotNamedMakesEveryRequestUnusable) {
     for (const char* name : {static_cast<const char*>(nullptr), ""}) {
         Peer server(Answer(Ok("ok")));
         const Library library = Library::LoadFresh();
@@ -107,13 +107,13 @@ TEST(Proxy, WantedButNotNamed_MakesEveryRequestUnusable) {
         settings.bBehindProxy = 1;
         settings.lpszProxyServer = name;
         ASSERT_EQ(library.Init(&settings), 1);
-        Request request(server.port());
+        Request request(server.Port());
         RunAndExpectFailure(library, request, WPK_ERROR_BAD_REQUEST);
         EXPECT_EQ(server.Connections(), 0u);
     }
 }
 
-TEST(Proxy, SettingsTexts_AreCopied) {
+TEST(Proxy, SettingsTextsAreCopied) {
     Peer proxy(Answer(Ok("ok")));
     const Library library = Library::LoadFresh();
     char host[] = "127.0.0.1";
@@ -122,7 +122,7 @@ TEST(Proxy, SettingsTexts_AreCopied) {
     WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);
     settings.bBehindProxy = 1;
     settings.lpszProxyServer = host;
-    settings.nProxyPort = proxy.port();
+    settings.nProxyPort = proxy.Port();
     settings.lpszProxyUser = user;
     settings.lpszProxyPassword = password;
     ASSERT_EQ(library.Init(&settings), 1);
@@ -133,9 +133,9 @@ TEST(Proxy, SettingsTexts_AreCopied) {
     EXPECT_EQ(proxy.WaitForRequest(), Expected("dTpw"));
 }
 
-TEST(ProxyCredentials, DeclinedByTheApplication_EndTheRequest) {
+TEST(ProxyCredentials, DeclinedByTheApplicationEndTheRequest) {
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), "old user", "old password");
+    const Proxied proxied(proxy.Port(), "old user", "old password");
     const auto request = ToNowhere();
     RunAndExpectFailure(proxied.library, *request, WPK_ERROR_PROXY_CREDENTIALS);
     const std::vector<Notification> all = request->inbox.All();
@@ -144,13 +144,13 @@ TEST(ProxyCredentials, DeclinedByTheApplication_EndTheRequest) {
     EXPECT_EQ(all[0].user, "old user");
     EXPECT_EQ(all[0].password, "old password");
     EXPECT_EQ(all[0].retry, 0u);
-    EXPECT_TRUE(all[0].rest_is_zero);
+    EXPECT_TRUE(all[0].restIsZero);
     EXPECT_EQ(proxy.Connections(), 1u);
 }
 
-TEST(ProxyCredentials, ChangedWithoutTheRetryFlag_AreNotTaken) {
+TEST(ProxyCredentials, ChangedWithoutTheRetryFlagAreNotTaken) {
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), "u", "p");
+    const Proxied proxied(proxy.Port(), "u", "p");
     const auto first = ToNowhere();
     first->inbox.inside = [](WPK_CALLBACKSTRUCT& record) {
         if (record.nReason == WPK_REASON_CREDENTIALS) FillField(record.body.credentials.szUser, "another");
@@ -161,9 +161,9 @@ TEST(ProxyCredentials, ChangedWithoutTheRetryFlag_AreNotTaken) {
     EXPECT_EQ(proxy.WaitForRequest(1), Expected("dTpw"));
 }
 
-TEST(ProxyCredentials, Replaced_AreSentOnANewConnectionAndKeptForLaterRequests) {
+TEST(ProxyCredentials, ReplacedAreSentOnANewConnectionAndKeptForLaterRequests) {
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), nullptr, nullptr);
+    const Proxied proxied(proxy.Port(), nullptr, nullptr);
     const auto first = ToNowhere();
     AnswerCredentials(*first, "user", "pass");
     RunAndExpectReply(proxied.library, *first, "ok");
@@ -174,9 +174,9 @@ TEST(ProxyCredentials, Replaced_AreSentOnANewConnectionAndKeptForLaterRequests) 
     EXPECT_EQ(proxy.Connections(), 3u);
 }
 
-TEST(ProxyCredentials, AskedForAgainAndAgain_ShowTheOnesLastUsed) {
+TEST(ProxyCredentials, AskedForAgainAndAgainShowTheOnesLastUsed) {
     Peer proxy(AnswerInTurn({kAsk, kAsk, kAsk}));
-    const Proxied proxied(proxy.port(), "user0", "pass0");
+    const Proxied proxied(proxy.Port(), "user0", "pass0");
     const auto request = ToNowhere();
     int asked = 0;
     request->inbox.inside = [&](WPK_CALLBACKSTRUCT& record) {
@@ -196,11 +196,11 @@ TEST(ProxyCredentials, AskedForAgainAndAgain_ShowTheOnesLastUsed) {
     }
 }
 
-TEST(ProxyCredentials, LongerThanTheFields_AreSentWholeAndShownCut) {
+TEST(ProxyCredentials, LongerThanTheFieldsAreSentWholeAndShownCut) {
     const std::string user(300, 'u');
     const std::string password(1000, 'p');
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), user.c_str(), password.c_str());
+    const Proxied proxied(proxy.Port(), user.c_str(), password.c_str());
     const auto request = ToNowhere();
     RunAndExpectFailure(proxied.library, *request, WPK_ERROR_PROXY_CREDENTIALS);
     EXPECT_EQ(proxy.WaitForRequest(), Expected(Base64Folded(user + ":" + password)));
@@ -209,9 +209,9 @@ TEST(ProxyCredentials, LongerThanTheFields_AreSentWholeAndShownCut) {
     EXPECT_EQ(asked.password, password.substr(0, WPK_CREDENTIAL_SIZE - 1));
 }
 
-TEST(ProxyCredentials, ReturnedWithoutATerminator_EndWithTheField) {
+TEST(ProxyCredentials, ReturnedWithoutATerminatorEndWithTheField) {
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), nullptr, nullptr);
+    const Proxied proxied(proxy.Port(), nullptr, nullptr);
     const auto request = ToNowhere();
     AnswerCredentials(*request, std::string(WPK_CREDENTIAL_SIZE, 'u'), std::string(WPK_CREDENTIAL_SIZE, 'p'));
     RunAndExpectReply(proxied.library, *request, "ok");
@@ -226,17 +226,17 @@ TEST(ProxyCredentials, ReturnedWithoutATerminator_EndWithTheField) {
     EXPECT_EQ(sent.find_first_not_of('p', colon + 1), std::string::npos);
 }
 
-TEST(ProxyCredentials, WantedByTheServerItself_AreNotAskedFor) {
+TEST(ProxyCredentials, WantedByTheServerItselfAreNotAskedFor) {
     Peer server(AnswerInTurn({kAsk}));
     const Library library = StartFresh();
-    Request request(server.port());
+    Request request(server.Port());
     RunAndExpectFailure(library, request, WPK_ERROR_PROXY_CREDENTIALS);
     EXPECT_EQ(request.inbox.All().size(), 1u);
 }
 
-TEST(ProxyCredentials, AskedForWithoutALength_AreAskedForAllTheSame) {
+TEST(ProxyCredentials, AskedForWithoutALengthAreAskedForAllTheSame) {
     Peer proxy(AnswerInTurn({"HTTP/1.0 407 Proxy Authentication Required\r\nProxy-Authenticate: Basic\r\n\r\n"}));
-    const Proxied proxied(proxy.port(), nullptr, nullptr);
+    const Proxied proxied(proxy.Port(), nullptr, nullptr);
     const auto request = ToNowhere();
     AnswerCredentials(*request, "u", "p");
     RunAndExpectReply(proxied.library, *request, "ok");
@@ -244,9 +244,9 @@ TEST(ProxyCredentials, AskedForWithoutALength_AreAskedForAllTheSame) {
     EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
-TEST(ProxyCredentials, AskedForWithALargePage_BringNoProgressAndNoFile) {
-    Peer proxy(AnswerInTurn({Reply("HTTP/1.0 407 Login", {"Content-Length: 50000"}, Pattern(50000))}));
-    const Proxied proxied(proxy.port(), nullptr, nullptr);
+TEST(ProxyCredentials, AskedForWithALargePageBringNoProgressAndNoFile) {
+    Peer proxy(AnswerInTurn({RawReply("HTTP/1.0 407 Login", {"Content-Length: 50000"}, Pattern(50000))}));
+    const Proxied proxied(proxy.Port(), nullptr, nullptr);
     const auto request = ToNowhere();
     RunAndExpectFailure(proxied.library, *request, WPK_ERROR_PROXY_CREDENTIALS);
     EXPECT_EQ(request->inbox.All().size(), 2u);
@@ -255,20 +255,20 @@ TEST(ProxyCredentials, AskedForWithALargePage_BringNoProgressAndNoFile) {
 
 // The callback waits until the cancel has been carried out, then asks for another round: none may come. The final one
 // waits until the proxy has seen the end of the connection.
-TEST(ProxyCredentials, CancelledWhileTheApplicationIsAsked_EndTheRequestAndCloseItsConnectionFirst) {
+TEST(ProxyCredentials, CancelledWhileTheApplicationIsAskedEndTheRequestAndCloseItsConnectionFirst) {
     for (const unsigned int retry : {0u, 1u}) {
         SCOPED_TRACE(retry);
         Signal closed;
-        bool closed_first = false;
+        bool closedFirst = false;
         Peer proxy([&](Connection& connection) {
             connection.ReadRequest();
             connection.Send(kAsk);
             if (connection.WaitForEnd()) closed.Set();
         });
-        const Proxied proxied(proxy.port(), nullptr, nullptr);
+        const Proxied proxied(proxy.Port(), nullptr, nullptr);
         const auto request = ToNowhere();
         request->inbox.inside = [&](WPK_CALLBACKSTRUCT& record) {
-            if (record.nReason == WPK_REASON_FAILURE) closed_first = closed.Wait();
+            if (record.nReason == WPK_REASON_FAILURE) closedFirst = closed.Wait();
             if (record.nReason != WPK_REASON_CREDENTIALS) return;
             const std::set<DWORD> before = ThreadIds();
             proxied.library.Cancel(GetCurrentThreadId());
@@ -276,14 +276,14 @@ TEST(ProxyCredentials, CancelledWhileTheApplicationIsAsked_EndTheRequestAndClose
             record.body.credentials.bRetry = retry;
         };
         RunAndExpectFailure(proxied.library, *request, WPK_ERROR_CANCELLED);
-        EXPECT_TRUE(closed_first);
+        EXPECT_TRUE(closedFirst);
         EXPECT_EQ(proxy.Connections(), 1u);
     }
 }
 
-TEST(ProxyCredentials, QuestionToAThrowingCallback_EndsOnlyThatRequest) {
+TEST(ProxyCredentials, QuestionToAThrowingCallbackEndsOnlyThatRequest) {
     Peer proxy(AnswerInTurn({kAsk}));
-    const Proxied proxied(proxy.port(), nullptr, nullptr);
+    const Proxied proxied(proxy.Port(), nullptr, nullptr);
     const auto request = ToNowhere();
     request->inbox.inside = [](WPK_CALLBACKSTRUCT&) { throw 1; };
     ASSERT_NE(request->Send(proxied.library), 0u);
@@ -294,15 +294,15 @@ TEST(ProxyCredentials, QuestionToAThrowingCallback_EndsOnlyThatRequest) {
 }
 
 // Many requests replace the credentials while many others read them: no text is ever a mixture of two.
-TEST(ProxyCredentials, ReplacedByManyAtOnce_AreNeverTorn) {
+TEST(ProxyCredentials, ReplacedByManyAtOnceAreNeverTorn) {
     Peer proxy(
         [](Connection& connection) {
             const std::string request = connection.ReadRequest();
             // Asks every other time.
-            connection.Send(connection.index() % 2 == 0 ? kAsk : Ok("ok"));
+            connection.Send(connection.Index() % 2 == 0 ? kAsk : Ok("ok"));
         },
         8);
-    const Proxied proxied(proxy.port(), "0000000000", "0000000000");
+    const Proxied proxied(proxy.Port(), "0000000000", "0000000000");
     std::vector<Thread> senders;
     std::vector<std::unique_ptr<Request>> requests(100);
     for (size_t sender = 0; sender < 4; ++sender) {

@@ -1,10 +1,10 @@
 // How the body of a reply arrives: sizes, pieces, progress, and connections that break.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/receive_watch.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/receive_watch.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ const Library& TheLibrary() {
     return library;
 }
 
-// Growing counts up to the total, each with the start of the reply, all from one buffer.
+/// Growing counts up to the total, each with the start of the reply, all from one buffer.
 void ExpectOrderlyProgress(Request& request, const std::string& body) {
     unsigned int before = 0;
     std::vector<Notification> all = request.inbox.All();
@@ -38,41 +38,41 @@ void ExpectOrderlyProgress(Request& request, const std::string& body) {
     EXPECT_EQ(before, body.size());
 }
 
-TEST(ReplyBody, OfEverySizeThatMatters_IsDeliveredWithProgress) {
+TEST(ReplyBody, OfEverySizeThatMattersIsDeliveredWithProgress) {
     for (const size_t size : {1u, 2u, 2047u, 2048u, 2049u, 10239u, 10240u, 10241u, 100000u}) {
         SCOPED_TRACE(size);
         const std::string body = Pattern(size);
         Peer peer(Answer(Ok(body)));
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(TheLibrary(), request, body);
         ExpectOrderlyProgress(request, body);
     }
 }
 
-TEST(ReplyBody, OfNoBytes_IsDeliveredAsNullWithoutProgress) {
+TEST(ReplyBody, OfNoBytesIsDeliveredAsNullWithoutProgress) {
     Peer peer(Answer(Ok("")));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, "");
     EXPECT_EQ(request.inbox.All().size(), 1u);
     EXPECT_EQ(request.Final().data, nullptr);
 }
 
-TEST(ReplyBody, OfNoBytes_IsDeliveredWhileThePeerKeepsTheConnection) {
+TEST(ReplyBody, OfNoBytesIsDeliveredWhileThePeerKeepsTheConnection) {
     Signal done;
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
         connection.Send(Ok(""));
         done.Wait();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, "");
     done.Set();
 }
 
-TEST(ReplyBody, Of64MiB_IsDeliveredWhole) {
+TEST(ReplyBody, Of64MiBIsDeliveredWhole) {
     const std::string body = Pattern(64u << 20);
     Peer peer(Answer(Ok(body)));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.DropProgress();
     unsigned int before = 0;
     bool right = true;
@@ -90,23 +90,23 @@ TEST(ReplyBody, Of64MiB_IsDeliveredWhole) {
     EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
-TEST(ReplyBody, FollowedByMoreBytesThanAnnounced_EndsWhereAnnounced) {
+TEST(ReplyBody, FollowedByMoreBytesThanAnnouncedEndsWhereAnnounced) {
     Peer peer(Answer(Ok("exactly this") + " and no more"));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, "exactly this");
 }
 
-TEST(ReplyPieces, WholeReplyInOneSegment_TakesOneReceive) {
+TEST(ReplyPieces, WholeReplyInOneSegmentTakesOneReceive) {
     ReceiveWatch watch(TheLibrary().module());
     const std::string reply = Ok(Pattern(300));
     Peer peer(Answer(reply));
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, Pattern(300));
     EXPECT_EQ(watch.Bytes(), reply.size());
     EXPECT_EQ(watch.Calls(), 1u);
 }
 
-TEST(ReplyPieces, SplitAtEveryPosition_GivesTheSameReply) {
+TEST(ReplyPieces, SplitAtEveryPositionGivesTheSameReply) {
     ReceiveWatch watch(TheLibrary().module());
     const std::string reply = Ok("ok");
     size_t split = 0;
@@ -119,14 +119,14 @@ TEST(ReplyPieces, SplitAtEveryPosition_GivesTheSameReply) {
     for (split = 1; split < reply.size(); ++split) {
         SCOPED_TRACE(split);
         watch.Restart();
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(TheLibrary(), request, "ok");
         EXPECT_GE(watch.Calls(), 2u);
     }
 }
 
 // Every byte is sent when the one before it has been taken.
-TEST(ReplyPieces, ByteByByte_GivesTheSameReplyWithAProgressForEachByteOfTheBody) {
+TEST(ReplyPieces, ByteByByteGivesTheSameReplyWithAProgressForEachByteOfTheBody) {
     ReceiveWatch watch(TheLibrary().module());
     const std::string body = "late, but whole";
     const std::string reply = Ok(body);
@@ -137,33 +137,33 @@ TEST(ReplyPieces, ByteByByte_GivesTheSameReplyWithAProgressForEachByteOfTheBody)
             watch.WaitForBytes(i + 1);
         }
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, body);
     ExpectOrderlyProgress(request, body);
     EXPECT_EQ(request.inbox.All().size(), body.size() + 1);
 }
 
-TEST(ReplyPieces, HugeBodyInOddPieces_IsDeliveredWhole) {
+TEST(ReplyPieces, HugeBodyInOddPiecesIsDeliveredWhole) {
     const std::string body = Pattern(300000);
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
         connection.SendInPieces(Ok(body), 977);
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, body);
     ExpectOrderlyProgress(request, body);
 }
 
-TEST(ReplyPieces, ReplySentBeforeTheRequestWasRead_IsDelivered) {
+TEST(ReplyPieces, ReplySentBeforeTheRequestWasReadIsDelivered) {
     Peer peer([](Connection& connection) {
         connection.Send(Ok("early"));
         connection.ReadRequest();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     RunAndExpectReply(TheLibrary(), request, "early");
 }
 
-TEST(BrokenReply, CutOffAtEveryPosition_EndsWithOneFailure) {
+TEST(BrokenReply, CutOffAtEveryPositionEndsWithOneFailure) {
     const std::string reply = Ok("ok");
     size_t length = 0;
     Peer peer([&](Connection& connection) {
@@ -173,12 +173,12 @@ TEST(BrokenReply, CutOffAtEveryPosition_EndsWithOneFailure) {
     });
     for (length = 0; length < reply.size(); ++length) {
         SCOPED_TRACE(length);
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_EXCHANGE);
     }
 }
 
-TEST(BrokenReply, ResetAfterAnyPart_EndsWithOneFailure) {
+TEST(BrokenReply, ResetAfterAnyPartEndsWithOneFailure) {
     ReceiveWatch watch(TheLibrary().module());
     const std::string reply = Ok(Pattern(20000));
     size_t length = 0;
@@ -192,35 +192,35 @@ TEST(BrokenReply, ResetAfterAnyPart_EndsWithOneFailure) {
         SCOPED_TRACE(part);
         length = part;
         watch.Restart();
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_EXCHANGE);
         EXPECT_TRUE(FilesLike("", "tmp*").empty());
     }
 }
 
-TEST(BrokenReply, ResetBeforeTheRequestIsRead_EndsWithOneFailure) {
+TEST(BrokenReply, ResetBeforeTheRequestIsReadEndsWithOneFailure) {
     Peer peer([](Connection& connection) { connection.Reset(); });
-    Request small(peer.port());
+    Request small(peer.Port());
     RunAndExpectFailure(TheLibrary(), small, WPK_ERROR_EXCHANGE);
-    Request large(peer.port(), Pattern(8u << 20));
+    Request large(peer.Port(), Pattern(8u << 20));
     RunAndExpectFailure(TheLibrary(), large, WPK_ERROR_EXCHANGE);
 }
 
-TEST(BrokenReply, ResetInTheMiddleOfALargeMessage_EndsWithOneFailure) {
+TEST(BrokenReply, ResetInTheMiddleOfALargeMessageEndsWithOneFailure) {
     Peer peer([](Connection& connection) {
         connection.ReadBytes(100000);
         connection.Reset();
     });
-    Request request(peer.port(), Pattern(16u << 20));
+    Request request(peer.Port(), Pattern(16u << 20));
     RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_EXCHANGE);
 }
 
-TEST(BrokenReply, PeerClosesInTheMiddleOfTheBody_LeavesNoFile) {
+TEST(BrokenReply, PeerClosesInTheMiddleOfTheBodyLeavesNoFile) {
     for (const size_t size : {10240u, 10241u, 5000000u}) {
         SCOPED_TRACE(size);
         const std::string body = Pattern(size - 1);
         Peer peer(Answer(OkHead(size) + body));
-        Request request(peer.port());
+        Request request(peer.Port());
         request.inbox.DropProgress();
         RunAndExpectFailure(TheLibrary(), request, WPK_ERROR_EXCHANGE);
         EXPECT_GE(request.inbox.ProgressCount(), 1u);
@@ -228,13 +228,13 @@ TEST(BrokenReply, PeerClosesInTheMiddleOfTheBody_LeavesNoFile) {
     }
 }
 
-TEST(HugeReply, AnnouncedBeyond2GiBAndCutOff_FailsCleanlyAndLeavesNoFile) {
+TEST(HugeReply, AnnouncedBeyond2GiBAndCutOffFailsCleanlyAndLeavesNoFile) {
     for (const char* length : {"2147483647", "2147483648", "3000000000", "4294967294", "4294967295", "4294967296",
                                "99999999999999999999", "-1", "-2", "-2147483648"}) {
         SCOPED_TRACE(length);
-        Peer peer(Answer(
-            Reply("HTTP/1.0 200 OK", {"Server: WPK/1.00", std::string("Content-Length: ") + length}, Pattern(100000))));
-        Request request(peer.port());
+        Peer peer(Answer(RawReply("HTTP/1.0 200 OK", {"Server: WPK/1.00", std::string("Content-Length: ") + length},
+                                  Pattern(100000))));
+        Request request(peer.Port());
         request.inbox.DropProgress();
         ASSERT_TRUE(request.Run(TheLibrary()));
         // A length of which only the low 32 bits, or none, could be read may also be that of an empty reply.

@@ -1,9 +1,9 @@
 // How the head of a reply is judged: status lines, headers, line rules.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -19,11 +19,11 @@ constexpr int kDelivered = 0;
 
 const std::vector<std::string> kGoodHeaders = {"Server: WPK/1.00", "Content-Length: 2"};
 
-// What becomes of a request whose peer answers these bytes and closes.
+/// What becomes of a request whose peer answers these bytes and closes.
 void ExpectOutcome(const std::string& reply, int error) {
     SCOPED_TRACE(reply.substr(0, 200));
     Peer peer(Answer(reply));
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_TRUE(request.Run(TheLibrary()));
     if (error == kDelivered) {
         ExpectReply(request, "ok");
@@ -34,7 +34,7 @@ void ExpectOutcome(const std::string& reply, int error) {
     EXPECT_TRUE(FilesLike("", "tmp*").empty());
 }
 
-TEST(StatusLine, EveryKind_HasItsOutcome) {
+TEST(ReceivedStatusLine, EveryKindHasItsOutcome) {
     const struct {
         const char* line;
         int error;
@@ -78,27 +78,28 @@ TEST(StatusLine, EveryKind_HasItsOutcome) {
         {"HTTP/1.0 500 Bad_Plugin", WPK_ERROR_EXCHANGE},
         {"HTTP/1.0 500 ", WPK_ERROR_EXCHANGE},
     };
-    for (const auto& row : kTable) ExpectOutcome(Reply(row.line, kGoodHeaders, "ok"), row.error);
+    for (const auto& row : kTable) ExpectOutcome(RawReply(row.line, kGoodHeaders, "ok"), row.error);
 }
 
-TEST(StatusLine, Status100_IsFollowedByAnotherStatusLine) {
-    const std::string rest = Reply("HTTP/1.0 200 OK", kGoodHeaders, "ok");
+TEST(ReceivedStatusLine, Status100IsFollowedByAnotherStatusLine) {
+    const std::string rest = RawReply("HTTP/1.0 200 OK", kGoodHeaders, "ok");
     ExpectOutcome("HTTP/1.1 100 Continue\r\n" + rest, kDelivered);
     ExpectOutcome("HTTP/1.1 100 Continue\r\nHTTP/1.1 100 again\r\n" + rest, kDelivered);
-    ExpectOutcome("HTTP/1.1 100 Continue\r\n" + Reply("HTTP/1.0 500 Bad_Version", kGoodHeaders, "ok"),
+    ExpectOutcome("HTTP/1.1 100 Continue\r\n" + RawReply("HTTP/1.0 500 Bad_Version", kGoodHeaders, "ok"),
                   WPK_ERROR_BAD_VERSION);
 }
 
-TEST(StatusLine, EmptyLineAfterStatus100_FailsTheHead) {
-    ExpectOutcome("HTTP/1.1 100 Continue\r\n\r\n" + Reply("HTTP/1.0 200 OK", kGoodHeaders, "ok"), WPK_ERROR_EXCHANGE);
-}
-
-TEST(StatusLine, HeaderAfterStatus100_FailsTheHead) {
-    ExpectOutcome("HTTP/1.1 100 Continue\r\nServer: WPK/1.00\r\n" + Reply("HTTP/1.0 200 OK", kGoodHeaders, "ok"),
+TEST(ReceivedStatusLine, EmptyLineAfterStatus100FailsTheHead) {
+    ExpectOutcome("HTTP/1.1 100 Continue\r\n\r\n" + RawReply("HTTP/1.0 200 OK", kGoodHeaders, "ok"),
                   WPK_ERROR_EXCHANGE);
 }
 
-TEST(Headers, ServerText_MustNameTheProtocol) {
+TEST(ReceivedStatusLine, HeaderAfterStatus100FailsTheHead) {
+    ExpectOutcome("HTTP/1.1 100 Continue\r\nServer: WPK/1.00\r\n" + RawReply("HTTP/1.0 200 OK", kGoodHeaders, "ok"),
+                  WPK_ERROR_EXCHANGE);
+}
+
+TEST(Headers, ServerTextMustNameTheProtocol) {
     const struct {
         std::vector<std::string> headers;
         int error;
@@ -117,10 +118,10 @@ TEST(Headers, ServerText_MustNameTheProtocol) {
         {{"X-Server: WPK/1.00", "Content-Length: 2"}, WPK_ERROR_BAD_VERSION},
         {{"Server: nginx", "Server: WPK/1.00", "Content-Length: 2"}, kDelivered},  // the last one counts
     };
-    for (const auto& row : kTable) ExpectOutcome(Reply("HTTP/1.0 200 OK", row.headers, "ok"), row.error);
+    for (const auto& row : kTable) ExpectOutcome(RawReply("HTTP/1.0 200 OK", row.headers, "ok"), row.error);
 }
 
-TEST(Headers, ContentLength_IsReadInAnyCaseAndTrimmed) {
+TEST(Headers, ContentLengthIsReadInAnyCaseAndTrimmed) {
     const struct {
         std::vector<std::string> headers;
         int error;
@@ -138,93 +139,94 @@ TEST(Headers, ContentLength_IsReadInAnyCaseAndTrimmed) {
         {{"Server: WPK/1.00", "Content_Length: 2"}, WPK_ERROR_EXCHANGE},
         {{"Content-Type: text/plain"}, WPK_ERROR_EXCHANGE},  // a missing length outweighs a wrong server
     };
-    for (const auto& row : kTable) ExpectOutcome(Reply("HTTP/1.0 200 OK", row.headers, "ok"), row.error);
+    for (const auto& row : kTable) ExpectOutcome(RawReply("HTTP/1.0 200 OK", row.headers, "ok"), row.error);
 }
 
-TEST(Headers, OtherHeaders_AreIgnored) {
-    ExpectOutcome(Reply("HTTP/1.0 200 OK",
-                        {"Date: Thu, 01 Jan 1998 00:00:00 GMT", ":", ": no name", "X-Colons: a:b:c",
-                         "Empty:", "Transfer-Encoding: chunked", "Server: WPK/1.00", "Connection: keep-alive",
-                         "Content-Length: 2"},
-                        "ok"),
+TEST(Headers, OtherHeadersAreIgnored) {
+    ExpectOutcome(RawReply("HTTP/1.0 200 OK",
+                           {"Date: Thu, 01 Jan 1998 00:00:00 GMT", ":", ": no name", "X-Colons: a:b:c",
+                            "Empty:", "Transfer-Encoding: chunked", "Server: WPK/1.00", "Connection: keep-alive",
+                            "Content-Length: 2"},
+                           "ok"),
                   kDelivered);
 }
 
-TEST(Headers, LineWithoutColon_FailsTheHead) {
-    ExpectOutcome(Reply("HTTP/1.0 200 OK", {"Server: WPK/1.00", "no colon here", "Content-Length: 2"}, "ok"),
+TEST(Headers, LineWithoutColonFailsTheHead) {
+    ExpectOutcome(RawReply("HTTP/1.0 200 OK", {"Server: WPK/1.00", "no colon here", "Content-Length: 2"}, "ok"),
                   WPK_ERROR_EXCHANGE);
-    ExpectOutcome(Reply("HTTP/1.0 200 OK", {"Server: WPK/1.00", "Content-Length: 2", " "}, "ok"), WPK_ERROR_EXCHANGE);
+    ExpectOutcome(RawReply("HTTP/1.0 200 OK", {"Server: WPK/1.00", "Content-Length: 2", " "}, "ok"),
+                  WPK_ERROR_EXCHANGE);
 }
 
 // The outcome of the status line stands when the headers cannot be read.
-TEST(Headers, LineWithoutColonAfterARefusal_KeepsTheRefusal) {
-    ExpectOutcome(Reply("HTTP/1.0 500 Bad_Plugin_Name", {"no colon here"}), WPK_ERROR_NO_SERVICE);
-    ExpectOutcome(Reply("HTTP/1.0 500 Bad_Version", {"no colon here"}), WPK_ERROR_BAD_VERSION);
+TEST(Headers, LineWithoutColonAfterARefusalKeepsTheRefusal) {
+    ExpectOutcome(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {"no colon here"}), WPK_ERROR_NO_SERVICE);
+    ExpectOutcome(RawReply("HTTP/1.0 500 Bad_Version", {"no colon here"}), WPK_ERROR_BAD_VERSION);
 }
 
-TEST(Refusal, WithoutHeadersAndBody_IsUnderstood) {
+TEST(Refusal, WithoutHeadersAndBodyIsUnderstood) {
     ExpectOutcome("HTTP/1.0 500 Bad_Plugin_Name\r\n\r\n", WPK_ERROR_NO_SERVICE);
     ExpectOutcome("HTTP/1.0 500 Bad_Version\r\n\r\n", WPK_ERROR_BAD_VERSION);
     ExpectOutcome("HTTP/1.0 500 Other\r\n\r\n", WPK_ERROR_EXCHANGE);
 }
 
-TEST(Refusal, WithABody_BringsNoProgress) {
+TEST(Refusal, WithABodyBringsNoProgress) {
     const std::string body(500, 'x');
     const std::string length = "Content-Length: 500";
-    ExpectOutcome(Reply("HTTP/1.0 500 Bad_Plugin_Name", {length}, body), WPK_ERROR_NO_SERVICE);
-    ExpectOutcome(Reply("HTTP/1.0 200 OK", {"Server: other", length}, body), WPK_ERROR_BAD_VERSION);
-    ExpectOutcome(Reply("HTTP/1.0 404 Not Found", {length}, body), WPK_ERROR_EXCHANGE);
+    ExpectOutcome(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {length}, body), WPK_ERROR_NO_SERVICE);
+    ExpectOutcome(RawReply("HTTP/1.0 200 OK", {"Server: other", length}, body), WPK_ERROR_BAD_VERSION);
+    ExpectOutcome(RawReply("HTTP/1.0 404 Not Found", {length}, body), WPK_ERROR_EXCHANGE);
 }
 
-TEST(Refusal, WithABodyThatGoesToAFile_LeavesNoFile) {
+TEST(Refusal, WithABodyThatGoesToAFileLeavesNoFile) {
     const std::string body(20000, 'x');
-    ExpectOutcome(Reply("HTTP/1.0 500 Bad_Plugin_Name", {"Content-Length: 20000"}, body), WPK_ERROR_NO_SERVICE);
-    ExpectOutcome(Reply("HTTP/1.0 200 OK", {"Server: other", "Content-Length: 20000"}, body), WPK_ERROR_BAD_VERSION);
+    ExpectOutcome(RawReply("HTTP/1.0 500 Bad_Plugin_Name", {"Content-Length: 20000"}, body), WPK_ERROR_NO_SERVICE);
+    ExpectOutcome(RawReply("HTTP/1.0 200 OK", {"Server: other", "Content-Length: 20000"}, body), WPK_ERROR_BAD_VERSION);
 }
 
-TEST(Lines, OfUpTo2047Bytes_AreRead) {
+TEST(Lines, OfUpTo2047BytesAreRead) {
     const std::string name = "X-Long: ";
     for (const size_t length : {2000u, 2046u, 2047u}) {
         const std::string header = name + std::string(length - name.size(), 'v');
-        ExpectOutcome(Reply("HTTP/1.0 200 OK", {"Server: WPK/1.00", header, "Content-Length: 2"}, "ok"), kDelivered);
+        ExpectOutcome(RawReply("HTTP/1.0 200 OK", {"Server: WPK/1.00", header, "Content-Length: 2"}, "ok"), kDelivered);
     }
 }
 
-TEST(Lines, Of2048BytesOrMore_FailTheHead) {
+TEST(Lines, Of2048BytesOrMoreFailTheHead) {
     const std::string name = "X-Long: ";
     for (const size_t length : {2048u, 2049u, 100000u}) {
         const std::string header = name + std::string(length - name.size(), 'v');
-        ExpectOutcome(Reply("HTTP/1.0 200 OK", {"Server: WPK/1.00", header, "Content-Length: 2"}, "ok"),
+        ExpectOutcome(RawReply("HTTP/1.0 200 OK", {"Server: WPK/1.00", header, "Content-Length: 2"}, "ok"),
                       WPK_ERROR_EXCHANGE);
     }
 }
 
 TEST(Lines, StatusLineHasTheSameLimit) {
     const std::string start = "HTTP/1.0 200 ";
-    ExpectOutcome(Reply(start + std::string(2047 - start.size(), 'r'), kGoodHeaders, "ok"), kDelivered);
-    ExpectOutcome(Reply(start + std::string(2048 - start.size(), 'r'), kGoodHeaders, "ok"), WPK_ERROR_EXCHANGE);
+    ExpectOutcome(RawReply(start + std::string(2047 - start.size(), 'r'), kGoodHeaders, "ok"), kDelivered);
+    ExpectOutcome(RawReply(start + std::string(2048 - start.size(), 'r'), kGoodHeaders, "ok"), WPK_ERROR_EXCHANGE);
 }
 
-TEST(Lines, CarriageReturnWithoutLineFeed_FailsTheHead) {
+TEST(Lines, CarriageReturnWithoutLineFeedFailsTheHead) {
     ExpectOutcome("HTTP/1.0 200 OK\rServer: WPK/1.00\r\nContent-Length: 2\r\n\r\nok", WPK_ERROR_EXCHANGE);
     ExpectOutcome("HTTP/1.0 200 OK\r\nServer: WPK/1.00\r\rContent-Length: 2\r\n\r\nok", WPK_ERROR_EXCHANGE);
     ExpectOutcome("HTTP/1.0 200 OK\r\nServer: WPK/1.00\r\r\nContent-Length: 2\r\n\r\nok", WPK_ERROR_EXCHANGE);
     ExpectOutcome("HTTP/1.0 200 OK\r\nServer: WPK/1.00\r\nContent-Length: 2\r\n\rok", WPK_ERROR_EXCHANGE);
 }
 
-TEST(Lines, LineFeedAlone_EndsNoLine) {
+TEST(Lines, LineFeedAloneEndsNoLine) {
     ExpectOutcome("HTTP/1.0 200 OK\nServer: WPK/1.00\nContent-Length: 2\n\nok", WPK_ERROR_EXCHANGE);
     // Part of the reason text, and of a value.
     ExpectOutcome("HTTP/1.0 200 OK\nX: y\r\nServer: WPK/1.00\r\nY: a\nb\r\nContent-Length: 2\r\n\r\nok", kDelivered);
 }
 
-TEST(Lines, MoreHeadersThanAnyBuffer_AreRead) {
+TEST(Lines, MoreHeadersThanAnyBufferAreRead) {
     std::vector<std::string> headers(3000, "X-Filler: 0123456789012345678901234567890123456789");
     headers.insert(headers.end(), kGoodHeaders.begin(), kGoodHeaders.end());
-    ExpectOutcome(Reply("HTTP/1.0 200 OK", headers, "ok"), kDelivered);
+    ExpectOutcome(RawReply("HTTP/1.0 200 OK", headers, "ok"), kDelivered);
 }
 
-TEST(WrongPeer, AnswersRubbish_EndsWithOneFailure) {
+TEST(WrongPeer, AnswersRubbishEndsWithOneFailure) {
     ExpectOutcome(std::string(1000, '\0'), WPK_ERROR_EXCHANGE);
     ExpectOutcome(std::string(5000, '\xFF'), WPK_ERROR_EXCHANGE);
     ExpectOutcome("SSH-2.0-OpenSSH_9.2p1\r\n", WPK_ERROR_EXCHANGE);

@@ -1,10 +1,10 @@
 // Replies that are too large for memory go through a temporary file, which never outlives its exchange.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/import_patch.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/import_patch.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -35,15 +35,15 @@ std::vector<std::string> SpoolFiles() {
     return FilesLike("", "tmp*");
 }
 
-// The names and sizes of spool files that one request showed while its callbacks ran.
+/// The names and sizes of spool files that one request showed while its callbacks ran.
 struct Sighting {
     std::vector<std::string> names;
     unsigned long long size = 0;
 };
 
-// Runs a request whose reply has that many bytes; `before_reply` runs when the handle is known and nothing has been
-// answered yet. Looks for spool files from inside every callback.
-Sighting Spool(size_t size, const std::function<void(unsigned int)>& before_reply = {}) {
+/// Runs a request whose reply has that many bytes; `before_reply` runs when the handle is known and nothing has been
+/// answered yet. Looks for spool files from inside every callback.
+Sighting Spool(size_t size, const std::function<void(unsigned int)>& beforeReply = {}) {
     Signal go;
     const std::string body = Pattern(size);
     Peer peer([&](Connection& connection) {
@@ -51,26 +51,26 @@ Sighting Spool(size_t size, const std::function<void(unsigned int)>& before_repl
         go.Wait();
         connection.Send(Ok(body));
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     Sighting sighting;
     request.inbox.inside = [&](WPK_CALLBACKSTRUCT&) {
         sighting.names = SpoolFiles();
         if (!sighting.names.empty()) sighting.size = FileSize(sighting.names.back());
     };
     EXPECT_NE(request.Send(TheLibrary()), 0u);
-    if (before_reply) before_reply(request.handle());
+    if (beforeReply) beforeReply(request.Handle());
     go.Set();
     EXPECT_TRUE(request.WaitForEnd());
     ExpectReply(request, body);
     return sighting;
 }
 
-TEST(Spool, ReplyOf10240Bytes_StaysInMemory) {
+TEST(Spool, ReplyOf10240BytesStaysInMemory) {
     EXPECT_TRUE(Spool(kInMemory).names.empty());
 }
 
 // This system reports itself as newer than those whose temporary directory is looked up: the name has no directory.
-TEST(Spool, ReplyOf10241Bytes_GoesThroughAFileNamedAfterTheThread) {
+TEST(Spool, ReplyOf10241BytesGoesThroughAFileNamedAfterTheThread) {
     unsigned int handle = 0;
     const Sighting sighting = Spool(kSpooled, [&](unsigned int its) { handle = its; });
     EXPECT_EQ(sighting.names, std::vector<std::string>{SpoolName(handle)});
@@ -78,23 +78,23 @@ TEST(Spool, ReplyOf10241Bytes_GoesThroughAFileNamedAfterTheThread) {
     EXPECT_TRUE(SpoolFiles().empty()) << "the file outlived its request";
 }
 
-// What the library asks for when it makes its file. One request at a time runs.
+/// What the library asks for when it makes its file. One request at a time runs.
 struct FileCalls {
     DWORD access = 0;
     DWORD share = 0xFFFFFFFF;
     DWORD disposition = 0;
     DWORD flags = 0;
-    bool other_times = true;
+    bool otherTimes = true;
     ULONGLONG written = 0;
 };
-FileCalls file_calls;
+FileCalls fileCalls;
 
 HANDLE WINAPI NoteFile(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
                        DWORD flags, HANDLE pattern) {
-    file_calls.access = access;
-    file_calls.share = share;
-    file_calls.disposition = disposition;
-    file_calls.flags = flags;
+    fileCalls.access = access;
+    fileCalls.share = share;
+    fileCalls.disposition = disposition;
+    fileCalls.flags = flags;
     return CreateFileA(name, access, share, security, disposition, flags, pattern);
 }
 
@@ -103,13 +103,13 @@ ULONGLONG TicksOf(const FILETIME& time) {
 }
 
 BOOL WINAPI NoteTime(HANDLE file, const FILETIME* created, const FILETIME* accessed, const FILETIME* written) {
-    file_calls.other_times = created || accessed;
-    if (written) file_calls.written = TicksOf(*written);
+    fileCalls.otherTimes = created || accessed;
+    if (written) fileCalls.written = TicksOf(*written);
     return SetFileTime(file, created, accessed, written);
 }
 
-TEST(Spool, File_IsMadeAsNewSharedWithNobodyFollowsNoLinkAndGetsTheTimeOfItsMaking) {
-    file_calls = FileCalls();
+TEST(Spool, FileIsMadeAsNewSharedWithNobodyFollowsNoLinkAndGetsTheTimeOfItsMaking) {
+    fileCalls = FileCalls();
     const ImportPatch make(TheLibrary().module(), "CreateFileA", AddressOf(&NoteFile));
     const ImportPatch time(TheLibrary().module(), "SetFileTime", AddressOf(&NoteTime));
     ASSERT_TRUE(make.Found() && time.Found());
@@ -117,17 +117,17 @@ TEST(Spool, File_IsMadeAsNewSharedWithNobodyFollowsNoLinkAndGetsTheTimeOfItsMaki
     GetSystemTimeAsFileTime(&begin);
     Spool(kSpooled);
     GetSystemTimeAsFileTime(&end);
-    EXPECT_EQ(file_calls.access, GENERIC_READ | GENERIC_WRITE);
-    EXPECT_EQ(file_calls.share, 0u);
-    EXPECT_EQ(file_calls.disposition, static_cast<DWORD>(CREATE_NEW));
-    EXPECT_EQ(file_calls.flags, static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN |
-                                                   FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT));
-    EXPECT_FALSE(file_calls.other_times);
-    EXPECT_GE(file_calls.written, TicksOf(begin));
-    EXPECT_LE(file_calls.written, TicksOf(end));
+    EXPECT_EQ(fileCalls.access, GENERIC_READ | GENERIC_WRITE);
+    EXPECT_EQ(fileCalls.share, 0u);
+    EXPECT_EQ(fileCalls.disposition, static_cast<DWORD>(CREATE_NEW));
+    EXPECT_EQ(fileCalls.flags, static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN |
+                                                  FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT));
+    EXPECT_FALSE(fileCalls.otherTimes);
+    EXPECT_GE(fileCalls.written, TicksOf(begin));
+    EXPECT_LE(fileCalls.written, TicksOf(end));
 }
 
-TEST(Spool, NameThatExists_IsLeftAloneAndTheNextOneIsTaken) {
+TEST(Spool, NameThatExistsIsLeftAloneAndTheNextOneIsTaken) {
     std::string base;
     const Sighting sighting = Spool(kSpooled, [&](unsigned int handle) {
         base = SpoolName(handle);
@@ -140,7 +140,7 @@ TEST(Spool, NameThatExists_IsLeftAloneAndTheNextOneIsTaken) {
     for (const std::string& name : SpoolFiles()) DeleteFileA(name.c_str());
 }
 
-TEST(Spool, NameTakenByAFolder_IsPassedOver) {
+TEST(Spool, NameTakenByAFolderIsPassedOver) {
     std::string base;
     const Sighting sighting = Spool(kSpooled, [&](unsigned int handle) {
         base = SpoolName(handle);
@@ -151,7 +151,7 @@ TEST(Spool, NameTakenByAFolder_IsPassedOver) {
     EXPECT_TRUE(SpoolFiles().empty());
 }
 
-TEST(Spool, LastFallbackName_IsStillTaken) {
+TEST(Spool, LastFallbackNameIsStillTaken) {
     std::string base;
     const Sighting sighting = Spool(kSpooled, [&](unsigned int handle) {
         base = SpoolName(handle);
@@ -164,16 +164,16 @@ TEST(Spool, LastFallbackName_IsStillTaken) {
     for (const std::string& name : SpoolFiles()) DeleteFileA(name.c_str());
 }
 
-TEST(Spool, EveryNameTaken_FailsTheRequestAndTouchesNoFile) {
+TEST(Spool, EveryNameTakenFailsTheRequestAndTouchesNoFile) {
     Signal go;
     Peer peer([&](Connection& connection) {
         connection.ReadRequest();
         go.Wait();
         connection.Send(Ok(Pattern(kSpooled)));
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
-    const std::string base = SpoolName(request.handle());
+    const std::string base = SpoolName(request.Handle());
     MakeFile(base);
     for (int n = 1; n <= 1000; ++n) MakeFile(base + "_" + std::to_string(n));
     go.Set();
@@ -183,7 +183,7 @@ TEST(Spool, EveryNameTaken_FailsTheRequestAndTouchesNoFile) {
     for (const std::string& name : SpoolFiles()) DeleteFileA(name.c_str());
 }
 
-TEST(Spool, TwoRequestsAtOnce_HaveAFileEach) {
+TEST(Spool, TwoRequestsAtOnceHaveAFileEach) {
     Signal both;
     const std::string body = Pattern(kSpooled);
     Peer peer(
@@ -194,14 +194,14 @@ TEST(Spool, TwoRequestsAtOnce_HaveAFileEach) {
             connection.Send(body.substr(1));
         },
         2);
-    Request first(peer.port());
-    Request second(peer.port());
+    Request first(peer.Port());
+    Request second(peer.Port());
     ASSERT_NE(first.Send(TheLibrary()), 0u);
     ASSERT_NE(second.Send(TheLibrary()), 0u);
     ASSERT_TRUE(first.inbox.WaitForCount(1));
     ASSERT_TRUE(second.inbox.WaitForCount(1));
-    EXPECT_TRUE(FileExists(SpoolName(first.handle())));
-    EXPECT_TRUE(FileExists(SpoolName(second.handle())));
+    EXPECT_TRUE(FileExists(SpoolName(first.Handle())));
+    EXPECT_TRUE(FileExists(SpoolName(second.Handle())));
     both.Set();
     ASSERT_TRUE(first.WaitForEnd());
     ASSERT_TRUE(second.WaitForEnd());
@@ -210,27 +210,27 @@ TEST(Spool, TwoRequestsAtOnce_HaveAFileEach) {
     EXPECT_TRUE(SpoolFiles().empty());
 }
 
-TEST(Spool, CancelledInTheBody_LeavesNoFile) {
+TEST(Spool, CancelledInTheBodyLeavesNoFile) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(50000) + Pattern(20000));
         connection.WaitForEnd();
     });
-    Request request(peer.port());
+    Request request(peer.Port());
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(request.inbox.WaitForCount(1));
-    EXPECT_TRUE(FileExists(SpoolName(request.handle())));
-    EXPECT_EQ(TheLibrary().Cancel(request.handle()), 1);
+    EXPECT_TRUE(FileExists(SpoolName(request.Handle())));
+    EXPECT_EQ(TheLibrary().Cancel(request.Handle()), 1);
     ASSERT_TRUE(request.WaitForEnd());
     ExpectFailure(request, WPK_ERROR_CANCELLED);
     EXPECT_TRUE(SpoolFiles().empty());
 }
 
-// A callback that throws ends its request there: nothing more is told, and nothing stays behind.
+/// A callback that throws ends its request there: nothing more is told, and nothing stays behind.
 void ThrowOn(unsigned int reason, size_t size) {
     Peer peer(Answer(Ok(Pattern(size))));
     {
-        Request request(peer.port());
+        Request request(peer.Port());
         request.inbox.DropProgress();
         request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
             if (record.nReason == reason) throw std::runtime_error("from a callback");
@@ -240,35 +240,35 @@ void ThrowOn(unsigned int reason, size_t size) {
         EXPECT_EQ(request.inbox.Finals(), reason == WPK_REASON_REPLY ? 1u : 0u);
         EXPECT_TRUE(SpoolFiles().empty());
     }
-    Request next(peer.port());
+    Request next(peer.Port());
     RunAndExpectReply(TheLibrary(), next, Pattern(size));
 }
 
-TEST(ThrowingCallback, InProgressOfASpooledReply_LeavesNoFile) {
+TEST(ThrowingCallback, InProgressOfASpooledReplyLeavesNoFile) {
     ThrowOn(WPK_REASON_PROGRESS, 200000);
 }
-TEST(ThrowingCallback, InASpooledReply_LeavesNoFile) {
+TEST(ThrowingCallback, InASpooledReplyLeavesNoFile) {
     ThrowOn(WPK_REASON_REPLY, kSpooled);
 }
-TEST(ThrowingCallback, InProgressOfAReplyInMemory_EndsOnlyThatRequest) {
+TEST(ThrowingCallback, InProgressOfAReplyInMemoryEndsOnlyThatRequest) {
     ThrowOn(WPK_REASON_PROGRESS, 100);
 }
-TEST(ThrowingCallback, InAReplyInMemory_EndsOnlyThatRequest) {
+TEST(ThrowingCallback, InAReplyInMemoryEndsOnlyThatRequest) {
     ThrowOn(WPK_REASON_REPLY, 100);
 }
 
-TEST(ThrowingCallback, ThrowsSomethingThatIsNoException_EndsOnlyThatRequest) {
+TEST(ThrowingCallback, ThrowsSomethingThatIsNoExceptionEndsOnlyThatRequest) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.inside = [](WPK_CALLBACKSTRUCT&) { throw 42; };
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(request.inbox.WaitForThreadEnd());
     EXPECT_EQ(request.inbox.All().size(), 1u);
-    Request next(peer.port());
+    Request next(peer.Port());
     RunAndExpectReply(TheLibrary(), next, "ok");
 }
 
-// What the library hands to the event log, noted instead of written.
+/// What the library hands to the event log, noted instead of written.
 struct EventLog {
     std::string source;
     std::string server = "not called";
@@ -277,57 +277,57 @@ struct EventLog {
     WORD category = 0xFFFF;
     DWORD id = 0xFFFF;
     bool anonymous = false;
-    bool without_data = false;
+    bool withoutData = false;
     int closed = 0;
 };
 
-EventLog event_log;
+EventLog eventLog;
 const HANDLE kLogHandle = reinterpret_cast<HANDLE>(0x1234);
 
 HANDLE WINAPI NoteSource(LPCSTR server, LPCSTR source) {
-    event_log.server = server ? server : "local";
-    event_log.source = source;
+    eventLog.server = server ? server : "local";
+    eventLog.source = source;
     return kLogHandle;
 }
 
 BOOL WINAPI NoteEvent(HANDLE log, WORD type, WORD category, DWORD id, PSID user, WORD strings, DWORD size,
                       LPCSTR* texts, LPVOID data) {
     if (log != kLogHandle) return FALSE;
-    event_log.type = type;
-    event_log.category = category;
-    event_log.id = id;
-    event_log.anonymous = user == nullptr;
-    event_log.without_data = size == 0 && data == nullptr;
-    event_log.texts.assign(texts, texts + strings);
+    eventLog.type = type;
+    eventLog.category = category;
+    eventLog.id = id;
+    eventLog.anonymous = !user;
+    eventLog.withoutData = size == 0 && !data;
+    eventLog.texts.assign(texts, texts + strings);
     return TRUE;
 }
 
 BOOL WINAPI NoteClose(HANDLE log) {
-    event_log.closed += log == kLogHandle;
+    eventLog.closed += log == kLogHandle;
     return TRUE;
 }
 
 TEST(ThrowingCallback, IsReportedToTheEventLogWithItsThreadsName) {
-    event_log = EventLog();
+    eventLog = EventLog();
     const ImportPatch source(TheLibrary().module(), "RegisterEventSourceA", AddressOf(&NoteSource));
     const ImportPatch report(TheLibrary().module(), "ReportEventA", AddressOf(&NoteEvent));
     const ImportPatch close(TheLibrary().module(), "DeregisterEventSource", AddressOf(&NoteClose));
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.inbox.inside = [](WPK_CALLBACKSTRUCT&) { throw std::runtime_error("from a callback"); };
     ASSERT_NE(request.Send(TheLibrary()), 0u);
     ASSERT_TRUE(request.inbox.WaitForThreadEnd());
 
-    EXPECT_EQ(event_log.server, "local");
-    EXPECT_EQ(event_log.source, "ThreadLib");
-    EXPECT_EQ(event_log.type, EVENTLOG_ERROR_TYPE);
-    EXPECT_EQ(event_log.category, 0);
-    EXPECT_EQ(event_log.id, 0u);
-    EXPECT_TRUE(event_log.anonymous);
-    EXPECT_TRUE(event_log.without_data);
-    EXPECT_EQ(event_log.texts,
+    EXPECT_EQ(eventLog.server, "local");
+    EXPECT_EQ(eventLog.source, "ThreadLib");
+    EXPECT_EQ(eventLog.type, EVENTLOG_ERROR_TYPE);
+    EXPECT_EQ(eventLog.category, 0);
+    EXPECT_EQ(eventLog.id, 0u);
+    EXPECT_TRUE(eventLog.anonymous);
+    EXPECT_TRUE(eventLog.withoutData);
+    EXPECT_EQ(eventLog.texts,
               std::vector<std::string>{"ThreadLib::Thread Exception::NetOutboundService::WorkerFunc()"});
-    EXPECT_EQ(event_log.closed, 1);
+    EXPECT_EQ(eventLog.closed, 1);
 }
 
 }  // namespace

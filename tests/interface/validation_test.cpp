@@ -1,9 +1,9 @@
 // What becomes of requests that cannot be carried, and of requests without a callback of their own.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
@@ -30,13 +30,13 @@ const Started& WithNetwork() {
     return started;
 }
 
-// An unknown type: no network, and nothing told about it.
+/// An unknown type: no network, and nothing told about it.
 const Started& WithoutNetwork() {
     static const Started started(17);
     return started;
 }
 
-TEST(SendRecord, BuiltByItsConstructorOverForeignBytes_IsZeroExceptForPort80) {
+TEST(SendRecord, BuiltByItsConstructorOverForeignBytesIsZeroExceptForPort80) {
     alignas(WPK_SENDSTRUCT) unsigned char memory[sizeof(WPK_SENDSTRUCT)];
     std::memset(memory, 0xAA, sizeof memory);
     const WPK_SENDSTRUCT& record = *new (memory) WPK_SENDSTRUCT;
@@ -51,17 +51,17 @@ TEST(SendRecord, BuiltByItsConstructorOverForeignBytes_IsZeroExceptForPort80) {
     record.~WPK_SENDSTRUCT();
 }
 
-TEST(Send, OfNull_ReturnsZero) {
+TEST(SendCall, OfNullReturnsZero) {
     EXPECT_EQ(WithNetwork().library.Send(nullptr), 0u);
 }
 
-TEST(Validation, DataLengthWithoutData_IsABadRequest) {
+TEST(Validation, DataLengthWithoutDataIsABadRequest) {
     Request request(DeadPort());
     request.record.lpData = nullptr;
     RunAndExpectFailure(WithNetwork().library, request, WPK_ERROR_BAD_REQUEST);
 }
 
-TEST(Validation, ServerThatIsEmptyOrMissing_IsABadRequestTellingItsOwnCallback) {
+TEST(Validation, ServerThatIsEmptyOrMissingIsABadRequestTellingItsOwnCallback) {
     Request empty(DeadPort());
     empty.Server("");
     RunAndExpectFailure(WithNetwork().library, empty, WPK_ERROR_BAD_REQUEST);
@@ -71,7 +71,7 @@ TEST(Validation, ServerThatIsEmptyOrMissing_IsABadRequestTellingItsOwnCallback) 
     EXPECT_TRUE(WithNetwork().inbox.All().empty());
 }
 
-TEST(Validation, BadRequestWithoutNetwork_IsABadRequest) {
+TEST(Validation, BadRequestWithoutNetworkIsABadRequest) {
     Request data(DeadPort());
     data.record.lpData = nullptr;
     RunAndExpectFailure(WithoutNetwork().library, data, WPK_ERROR_BAD_REQUEST);
@@ -82,13 +82,13 @@ TEST(Validation, BadRequestWithoutNetwork_IsABadRequest) {
     RunAndExpectFailure(WithoutNetwork().library, good, WPK_ERROR_NO_NETWORK);
 }
 
-TEST(DefaultCallback, OfARequestWithoutOne_IsWrittenIntoItsRecord) {
+TEST(DefaultCallback, OfARequestWithoutOneIsWrittenIntoItsRecord) {
     const Started started(WPK_CONNECTION_PERMANENT);
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
-    int own_data = 0;
+    Request request(peer.Port());
+    int ownData = 0;
     request.record.lpfnCallback = nullptr;
-    request.record.lpUserData = &own_data;
+    request.record.lpUserData = &ownData;
     const unsigned int handle = request.Send(started.library);
     ASSERT_NE(handle, 0u);
     ASSERT_TRUE(started.inbox.WaitForFinal());
@@ -96,14 +96,14 @@ TEST(DefaultCallback, OfARequestWithoutOne_IsWrittenIntoItsRecord) {
     EXPECT_EQ(request.record.lpfnCallback, &Inbox::Callback);
     EXPECT_EQ(request.record.lpUserData, &started.inbox);
     for (const Notification& one : started.inbox.All()) {
-        EXPECT_EQ(one.user_data, &started.inbox);
+        EXPECT_EQ(one.userData, &started.inbox);
         EXPECT_EQ(one.thread, handle);
     }
     EXPECT_EQ(started.inbox.All().back().bytes, "ok");
     EXPECT_TRUE(request.inbox.All().empty());
 }
 
-TEST(DefaultCallback, OfAnUnusableRequest_IsToldAndWrittenToo) {
+TEST(DefaultCallback, OfAnUnusableRequestIsToldAndWrittenToo) {
     const Started started(WPK_CONNECTION_PERMANENT);
     Request request(DeadPort());
     request.Server("");
@@ -116,22 +116,22 @@ TEST(DefaultCallback, OfAnUnusableRequest_IsToldAndWrittenToo) {
     EXPECT_EQ(request.record.lpUserData, &started.inbox);
 }
 
-TEST(OwnCallback, OfARequest_LeavesItsRecordUnchanged) {
+TEST(OwnCallback, OfARequestLeavesItsRecordUnchanged) {
     Peer peer(Answer(Ok("ok")));
-    Request request(peer.port());
+    Request request(peer.Port());
     request.record.reserved = 77;
     RunAndExpectReply(WithNetwork().library, request, "ok");
     EXPECT_EQ(request.record.reserved, 77u);
-    EXPECT_EQ(request.record.nPort, peer.port());
+    EXPECT_EQ(request.record.nPort, peer.Port());
     EXPECT_STREQ(request.record.lpszServer, "127.0.0.1");
     EXPECT_STREQ(request.record.lpszServiceName, "Echo");
     EXPECT_EQ(request.record.lpfnCallback, &Inbox::Callback);
     EXPECT_EQ(request.record.lpUserData, &request.inbox);
-    EXPECT_EQ(request.record.lpData, request.message().data());
+    EXPECT_EQ(request.record.lpData, request.Message().data());
     EXPECT_EQ(request.record.dwDataLength, 5u);
 }
 
-TEST(Handles, OfTwoRequestsInFlight_Differ) {
+TEST(Handles, OfTwoRequestsInFlightDiffer) {
     Signal go;
     Peer peer(
         [&](Connection& connection) {
@@ -140,8 +140,8 @@ TEST(Handles, OfTwoRequestsInFlight_Differ) {
             connection.Send(Ok("ok"));
         },
         2);
-    Request first(peer.port());
-    Request second(peer.port());
+    Request first(peer.Port());
+    Request second(peer.Port());
     EXPECT_NE(first.Send(WithNetwork().library), second.Send(WithNetwork().library));
     go.Set();
     ASSERT_TRUE(first.WaitForEnd());
@@ -152,19 +152,19 @@ TEST(Handles, OfTwoRequestsInFlight_Differ) {
 
 TEST(SendFromACallback, StartsAnotherRequest) {
     Peer peer(Answer(Ok("ok")));
-    Request inner(peer.port());
-    Request outer(peer.port());
+    Request inner(peer.Port());
+    Request outer(peer.Port());
     outer.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
         if (record.nReason == WPK_REASON_REPLY) inner.Send(WithNetwork().library);
     };
     RunAndExpectReply(WithNetwork().library, outer, "ok");
-    ASSERT_NE(inner.handle(), 0u);
+    ASSERT_NE(inner.Handle(), 0u);
     ASSERT_TRUE(inner.WaitForEnd());
     ExpectReply(inner, "ok");
-    EXPECT_NE(inner.handle(), outer.handle());
+    EXPECT_NE(inner.Handle(), outer.Handle());
 }
 
-// Memory that can be taken away from whoever still looks at it.
+/// Memory that can be taken away from whoever still looks at it.
 class Page {
 public:
     Page() : bytes_(VirtualAlloc(nullptr, kSize, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE)) {}
@@ -183,8 +183,8 @@ private:
     void* bytes_;
 };
 
-// The record with its texts and its data, all in one page that goes in the final callback.
-void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int final_reason) {
+/// The record with its texts and its data, all in one page that goes in the final callback.
+void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int finalReason) {
     const Page page;
     struct Parts {
         WPK_SENDSTRUCT record;
@@ -194,11 +194,11 @@ void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int final_reason) {
     };
     Parts& parts = *new (page.bytes()) Parts{WPK_SENDSTRUCT(), "127.0.0.1", "Echo", "hello"};
     Inbox inbox;
-    bool taken_away = false;
+    bool takenAway = false;
     inbox.inside = [&](WPK_CALLBACKSTRUCT& notification) {
-        if (notification.nReason == final_reason) taken_away = page.TakeAway();
+        if (notification.nReason == finalReason) takenAway = page.TakeAway();
     };
-    parts.record.nPort = peer.port();
+    parts.record.nPort = peer.Port();
     parts.record.lpszServer = parts.server;
     parts.record.lpszServiceName = parts.service;
     parts.record.lpfnCallback = &Inbox::Callback;
@@ -207,11 +207,11 @@ void ExpectNotLookedAtAfterTheEnd(Peer& peer, unsigned int final_reason) {
     parts.record.dwDataLength = 5;
     ASSERT_NE(WithNetwork().library.Send(&parts.record), 0u);
     ASSERT_TRUE(inbox.WaitForThreadEnd());
-    EXPECT_TRUE(taken_away);
+    EXPECT_TRUE(takenAway);
     EXPECT_EQ(inbox.Finals(), 1u);
 }
 
-TEST(SendRecord, TakenAwayInTheFinalCallback_IsNotMissed) {
+TEST(SendRecord, TakenAwayInTheFinalCallbackIsNotMissed) {
     Peer good(Answer(Ok("ok")));
     ExpectNotLookedAtAfterTheEnd(good, WPK_REASON_REPLY);
     Peer large(Answer(Ok(Pattern(20000))));
@@ -221,14 +221,14 @@ TEST(SendRecord, TakenAwayInTheFinalCallback_IsNotMissed) {
 }
 
 // A callback that sends many, and one that waits for another request's end: its own thread is all it holds up.
-TEST(SendFromACallback, AndWaitingForItsEnd_Works) {
+TEST(SendFromACallback, AndWaitingForItsEndWorks) {
     Peer peer(Answer(Ok("ok")), 2);
     std::vector<std::unique_ptr<Request>> inner;
-    Request outer(peer.port());
+    Request outer(peer.Port());
     outer.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
         if (record.nReason != WPK_REASON_REPLY) return;
         for (int i = 0; i < 10; ++i) {
-            inner.push_back(std::make_unique<Request>(peer.port()));
+            inner.push_back(std::make_unique<Request>(peer.Port()));
             inner.back()->Run(WithNetwork().library);
         }
     };
@@ -239,21 +239,21 @@ TEST(SendFromACallback, AndWaitingForItsEnd_Works) {
 
 TEST(BlockingCallback, HoldsUpNobodyElse) {
     Signal blocked;
-    Signal go_on;
+    Signal goOn;
     Peer peer(Answer(Ok("ok")), 2);
-    Request blocking(peer.port());
+    Request blocking(peer.Port());
     blocking.inbox.inside = [&](WPK_CALLBACKSTRUCT&) {
         blocked.Set();
-        go_on.Wait();
+        goOn.Wait();
     };
     ASSERT_NE(blocking.Send(WithNetwork().library), 0u);
     ASSERT_TRUE(blocked.Wait());
     for (int i = 0; i < 10; ++i) {
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(WithNetwork().library, request, "ok");
     }
     EXPECT_EQ(blocking.inbox.Finals(), 0u);
-    go_on.Set();
+    goOn.Set();
     ASSERT_TRUE(blocking.WaitForEnd());
     ExpectReply(blocking, "ok");
 }

@@ -1,16 +1,16 @@
 // Windows versions of long ago, for real: there the temporary directory is known, and large replies go there.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 #include <gtest/gtest.h>
 
 namespace wpk::rig {
 namespace {
 
-// Wine takes the version that a program sees from here, by the name of the program's file.
+/// Wine takes the version that a program sees from here, by the name of the program's file.
 std::string VersionKey(const std::string& program) {
     return "Software\\Wine\\AppDefaults\\" + program;
 }
@@ -34,12 +34,12 @@ std::string TemporaryDirectory() {
     return path;
 }
 
-// Runs a spooled request and says where its file was: "temporary", "current", or something else that is wrong.
+/// Runs a spooled request and says where its file was: "temporary", "current", or something else that is wrong.
 std::string WhereSpooled() {
     const std::string body = Pattern(50000);
     Peer peer(Answer(Ok(body)));
     const Library library = StartFresh();
-    Request request(peer.port());
+    Request request(peer.Port());
     std::string where = "nowhere";
     request.inbox.inside = [&](const WPK_CALLBACKSTRUCT& record) {
         if (record.nReason != WPK_REASON_REPLY) return;
@@ -49,12 +49,12 @@ std::string WhereSpooled() {
         where = current && temporary ? "both" : current ? "current" : temporary ? "temporary" : "nowhere";
     };
     if (!request.Run(library) || request.Final().bytes != body) return "broken";
-    const std::string name = "tmp" + std::to_string(request.handle());
+    const std::string name = "tmp" + std::to_string(request.Handle());
     if (FileExists(name) || FileExists(TemporaryDirectory() + name)) return "left behind";
     return where;
 }
 
-// `argument`: the major version that is expected, and where the spool file then is.
+/// `argument`: the major version that is expected, and where the spool file then is.
 WPK_SCENARIO(SpoolOnThisVersion) {
     if ((GetVersion() & 0xFF) != static_cast<DWORD>(argument[0] - '0')) return 1;
     const std::string where = WhereSpooled();

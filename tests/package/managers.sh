@@ -33,8 +33,8 @@ recipes_test_is_python() {
     python3 -c 'import ast, sys; ast.parse(open(sys.argv[1]).read())' "$root/packaging/conan/test_package/conanfile.py"
 }
 
-check "VcpkgPort_HasTheLibrarysVersion" port_has_the_librarys_version
-check "VcpkgPort_BuildsFromTheSourcesItStandsAmong" port_builds
-check "ConanRecipe_BuildsFromTheSourcesThatItExports" recipe_builds
-check "ConanRecipesTest_IsPython" recipes_test_is_python
+check "VcpkgPortHasTheLibrarysVersion" port_has_the_librarys_version
+check "VcpkgPortBuildsFromTheSourcesItStandsAmong" port_builds
+check "ConanRecipeBuildsFromTheSourcesThatItExports" recipe_builds
+check "ConanRecipesTestIsPython" recipes_test_is_python
 check_done

@@ -118,24 +118,24 @@ runs() {
     "$root/tests/docs/run.sh" "$root/scripts/wine.sh" "$taken/bin/message_server.exe" "$@"
 }
 
-check "TwoBuilds_GiveTheSameArchive" archives_are_equal
-check "Archive_UnpacksAsThePageSaysWithChecksumsOfEveryFile" unpacks_with_right_checksums
-check "Archive_HoldsWhatAnApplicationNeeds" holds
-check "Archive_HoldsWhatThePageLists" holds_what_the_page_lists
-check "Programs_NeedNothingButWindows" needs_only_windows
-check "Pages_SpeakOfNothingThatIsNotInTheArchive" "$root/tests/package/links.py" "$taken" "$root"
-check "DebugSymbols_LeadFromTheShippedDllToItsSources" symbols_lead_to_the_source
-check "DefinitionFile_GivesTheImportLibraryOfTheArchive" remakes_import_library
-check "PageProgram_BuildsAsThePageSays" page_program_builds
-check "PageCommands_RunWhatIsThere" run_commands_name_files
-check "PageProgram_PrintsWhatThePageSays" runs "$user/hello/build/hello.exe" "$page/program.txt"
-check "ClientOfTheArchive_AsksItsServer" runs "$taken/bin/wpk_send.exe" "$page/program.txt" --port PORT Echo hello
-check "Examples_BuildFromTheArchiveAsThePageSays" examples_build
-check "ExampleInC_BuiltFromTheArchive_ExchangesAMessage" \
+check "TwoBuildsGiveTheSameArchive" archives_are_equal
+check "ArchiveUnpacksAsThePageSaysWithChecksumsOfEveryFile" unpacks_with_right_checksums
+check "ArchiveHoldsWhatAnApplicationNeeds" holds
+check "ArchiveHoldsWhatThePageLists" holds_what_the_page_lists
+check "ProgramsNeedNothingButWindows" needs_only_windows
+check "PagesSpeakOfNothingThatIsNotInTheArchive" "$root/tests/package/links.py" "$taken" "$root"
+check "DebugSymbolsLeadFromTheShippedDllToItsSources" symbols_lead_to_the_source
+check "DefinitionFileGivesTheImportLibraryOfTheArchive" remakes_import_library
+check "PageProgramBuildsAsThePageSays" page_program_builds
+check "PageCommandsRunWhatIsThere" run_commands_name_files
+check "PageProgramPrintsWhatThePageSays" runs "$user/hello/build/hello.exe" "$page/program.txt"
+check "ClientOfTheArchiveAsksItsServer" runs "$taken/bin/wpk_send.exe" "$page/program.txt" --port PORT Echo hello
+check "ExamplesBuildFromTheArchiveAsThePageSays" examples_build
+check "ExampleInCBuiltFromTheArchiveExchangesAMessage" \
     runs "$user/examples/bin/c_send.exe" "$page/program.txt" 127.0.0.1 PORT Echo hello
-check "PlainCommands_BuildAsThePageSays" plain_commands_build
-check "PlainProgram_PrintsWhatThePageSays" runs "$user/hello.exe" "$page/program.txt"
-check "PlainProgramInC_ExchangesAMessage" runs "$user/send.exe" "$page/program.txt" 127.0.0.1 PORT Echo hello
-check "ReadmesLines_BuildItsProgram" consumer_builds
-check "ReadmesLines_GiveAProgramThatRunsAsItIs" runs "$work/consumer/app.exe" "$readme/program.txt"
+check "PlainCommandsBuildAsThePageSays" plain_commands_build
+check "PlainProgramPrintsWhatThePageSays" runs "$user/hello.exe" "$page/program.txt"
+check "PlainProgramInCExchangesAMessage" runs "$user/send.exe" "$page/program.txt" 127.0.0.1 PORT Echo hello
+check "ReadmesLinesBuildItsProgram" consumer_builds
+check "ReadmesLinesGiveAProgramThatRunsAsItIs" runs "$work/consumer/app.exe" "$readme/program.txt"
 check_done

@@ -271,9 +271,44 @@ tidy_without_git() {
     begin_with_source 'int one;'
     ln -s "$(command -v g++)" "$commands/"
     ln -s "$(command -v sha256sum)" "$commands/"
-    play cmake ''
+    play cmake 'mkdir -p build/host && echo "  \"file\": \"$PWD/tests/two.cpp\"" >build/host/compile_commands.json'
     play clang-tidy 'echo "looks at $*"'
-    run tidy.sh && ends_with 0 && says 'src/one.cpp'
+    run tidy.sh && ends_with 0 && says 'src/one.cpp' && says 'tests/two.cpp'
+}
+
+# name_tests FILE LINE: a source of tests with that line.
+name_tests() {
+    mkdir -p "$copy/tests/folder"
+    echo "$2" >"$copy/tests/folder/$1"
+}
+
+# Where several versions are installed, the command only chooses one.
+begin_with_python() {
+    begin
+    ln -s "$(python3 -c 'import sys; print(sys.executable)')" "$commands/python3"
+}
+
+test_names_of_one_style() {
+    begin_with_python
+    name_tests one_test.cpp 'TEST(One, IsGood) {}'
+    run test_names.py && ends_with 0 && [ -z "$said" ]
+}
+
+test_names_of_other_styles() {
+    test_names_of_one_style || return
+    name_tests two_test.cpp 'TEST_F(One, IsGoodAsWell) {}'
+    run test_names.py && ends_with 1 && says 'the suite One is in folder/one_test.cpp as well' || return
+    name_tests two_test.cpp 'TEST_P(Two, With_AnUnderscore) {}'
+    run test_names.py && ends_with 1 && says 'With_AnUnderscore is not in UpperCamelCase' || return
+    mv "$copy/tests/folder/two_test.cpp" "$copy/tests/folder/two.cpp"
+    name_tests two.cpp 'TEST(Two, IsGood) {}'
+    run test_names.py && ends_with 1 && says 'folder/two.cpp has tests, but is not called *_test.cpp'
+}
+
+test_names_of_nothing() {
+    begin_with_python
+    mkdir -p "$copy/tests"
+    run test_names.py && ends_with 1 && says 'There are no sources'
 }
 
 node_without_npm() {
@@ -287,31 +322,34 @@ node_without_registry() {
     run node.sh && ends_with 1 && says 'npm ERR! network' && says 'npm has not fetched' && [ ! -e "$copy/build/node" ]
 }
 
-check "Setup_NothingMissing_SaysAndDoesNothing" setup_has_nothing_to_do
-check "Setup_UnknownArgument_ShowsItsUsage" setup_asked_for_something_else
-check "Setup_WithoutApt_NamesWhatIsNeeded" setup_elsewhere
-check "Setup_NeitherRootNorSudo_GivesTheCommand" setup_as_nobody
-check "Setup_BySudo_AsksNoQuestions" setup_by_sudo
-check "Setup_ForTheDemo_InstallsNothingForTheTests" setup_for_the_demo
-check "Setup_WithoutNetwork_ShowsAptsWordsAndTheCommand" setup_without_network
-check "Setup_OfServers_StartsNoneOfThem" setup_of_servers
-check "Setup_OfServersFails_LeavesNoPolicyBehind" setup_of_servers_fails
-check "Setup_MachineHasAPolicy_KeepsIt" setup_where_there_is_a_policy
-check "Wine_WithoutArguments_ShowsItsUsage" wine_without_arguments
-check "Wine_NotInstalled_NamesTheScriptThatInstallsIt" wine_missing
-check "Wine_UserHasAPrefix_LeavesItAlone" wine_beside_a_users_prefix
-check "Wine_PrefixCannotBeMade_ShowsWinesWords" wine_cannot_make_a_prefix
-check "Wine_PrefixIsNotWhole_IsAFailure" wine_makes_half_a_prefix
-check "Demo_PackagesMissing_SaysSoInItsLastLine" demo_without_packages
-check "Demo_DoesNotCompile_ShowsTheCompilersWords" demo_does_not_compile
-check "Demo_TestsAreBuilt_KeepsThem" demo_where_the_tests_are_built
-check "Demo_ServerDoesNotStart_ShowsItsWords" server_does_not_start
-check "Package_ToolMissing_NamesIt" package_without_tools
-check "Package_DoesNotCompile_ShowsTheCompilersWords" package_does_not_compile
-check "Package_BuildOfAnotherKind_IsRefused" package_from_other_builds
-check "Layout_TreeWithoutGit_IsCheckedAndMended" layout_without_git
-check "Tests_TreeWithoutGit_CheckTheLayoutOfIt" tests_without_git
-check "Tidy_TreeWithoutGit_LooksAtItsSources" tidy_without_git
-check "Node_WithoutNpm_SaysSo" node_without_npm
-check "Node_RegistryOutOfReach_ShowsNpmsWordsAndLeavesNothing" node_without_registry
+check "SetupNothingMissingSaysAndDoesNothing" setup_has_nothing_to_do
+check "SetupUnknownArgumentShowsItsUsage" setup_asked_for_something_else
+check "SetupWithoutAptNamesWhatIsNeeded" setup_elsewhere
+check "SetupNeitherRootNorSudoGivesTheCommand" setup_as_nobody
+check "SetupBySudoAsksNoQuestions" setup_by_sudo
+check "SetupForTheDemoInstallsNothingForTheTests" setup_for_the_demo
+check "SetupWithoutNetworkShowsAptsWordsAndTheCommand" setup_without_network
+check "SetupOfServersStartsNoneOfThem" setup_of_servers
+check "SetupOfServersFailsLeavesNoPolicyBehind" setup_of_servers_fails
+check "SetupMachineHasAPolicyKeepsIt" setup_where_there_is_a_policy
+check "WineWithoutArgumentsShowsItsUsage" wine_without_arguments
+check "WineNotInstalledNamesTheScriptThatInstallsIt" wine_missing
+check "WineUserHasAPrefixLeavesItAlone" wine_beside_a_users_prefix
+check "WinePrefixCannotBeMadeShowsWinesWords" wine_cannot_make_a_prefix
+check "WinePrefixIsNotWholeIsAFailure" wine_makes_half_a_prefix
+check "DemoPackagesMissingSaysSoInItsLastLine" demo_without_packages
+check "DemoDoesNotCompileShowsTheCompilersWords" demo_does_not_compile
+check "DemoTestsAreBuiltKeepsThem" demo_where_the_tests_are_built
+check "DemoServerDoesNotStartShowsItsWords" server_does_not_start
+check "PackageToolMissingNamesIt" package_without_tools
+check "PackageDoesNotCompileShowsTheCompilersWords" package_does_not_compile
+check "PackageBuildOfAnotherKindIsRefused" package_from_other_builds
+check "LayoutTreeWithoutGitIsCheckedAndMended" layout_without_git
+check "TestsTreeWithoutGitCheckTheLayoutOfIt" tests_without_git
+check "TidyTreeWithoutGitLooksAtItsSources" tidy_without_git
+check "TestNamesOfOneStyleAreAccepted" test_names_of_one_style
+check "TestNamesOfOtherStylesAreNamed" test_names_of_other_styles
+check "TestNamesOfNoTestsAreMissed" test_names_of_nothing
+check "NodeWithoutNpmSaysSo" node_without_npm
+check "NodeRegistryOutOfReachShowsNpmsWordsAndLeavesNothing" node_without_registry
 check_done

@@ -109,15 +109,15 @@ pkg_config_names_what_links() {
         both_run pkg_config
 }
 
-check "Package_IsInstalledInAFolderWithABlank" installs
-check "GccForWindows_TakesTheLibrariesAsTheyAre" gcc_for_windows
-check "GccForWindowsOfTheOtherThreads_TakesTheLibrariesAsTheyAre" gcc_of_other_threads
-check "SourcesAskedFor_AreCompiled" sources_asked_for
-check "ClangForWindows_CompilesTheXmlSources" clang_for_windows
-check "LinkerOfVisualStudio_TakesItsOwnImportLibrary" linker_of_visual_studio
-check "GccForThisMachine_CompilesTheXmlSourcesAndHasNoDll" native native_gcc gcc g++
-check "ClangForThisMachine_CompilesTheXmlSourcesAndHasNoDll" native native_clang clang clang++
-check "DllRequiredOffWindows_IsRefusedWithTheReason" required_off_windows
-check "DllRequiredFor32Bits_IsRefusedWithTheReason" of_32_bits
-check "PkgConfig_GivesCompilersWhatTheyNeed" pkg_config_names_what_links
+check "PackageIsInstalledInAFolderWithABlank" installs
+check "GccForWindowsTakesTheLibrariesAsTheyAre" gcc_for_windows
+check "GccForWindowsOfTheOtherThreadsTakesTheLibrariesAsTheyAre" gcc_of_other_threads
+check "SourcesAskedForAreCompiled" sources_asked_for
+check "ClangForWindowsCompilesTheXmlSources" clang_for_windows
+check "LinkerOfVisualStudioTakesItsOwnImportLibrary" linker_of_visual_studio
+check "GccForThisMachineCompilesTheXmlSourcesAndHasNoDll" native native_gcc gcc g++
+check "ClangForThisMachineCompilesTheXmlSourcesAndHasNoDll" native native_clang clang clang++
+check "DllRequiredOffWindowsIsRefusedWithTheReason" required_off_windows
+check "DllRequiredFor32BitsIsRefusedWithTheReason" of_32_bits
+check "PkgConfigGivesCompilersWhatTheyNeed" pkg_config_names_what_links
 check_done

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "soak/account.h"
 
-#include "interface/rig/process.h"
+#include "support/dll/process.h"
 
 #include <algorithm>
 #include <utility>
@@ -10,18 +10,18 @@
 namespace wpk::soak {
 namespace {
 
-// Of one fault there may be thousands.
-constexpr std::uint64_t kShownMismatches = 50;
-// A cancel is promised to be seen within 250 ms; the rest is what a machine under full load adds. Counted, not judged.
+/// Of one fault there may be thousands.
+constexpr uint64_t kShownMismatches = 50;
+/// A cancel is promised to be seen within 250 ms; the rest is what a machine under full load adds. Counted, not judged.
 constexpr ULONGLONG kCancelPromise = 250 + 500;
-// Usually none is rescued: at most one of so many.
-constexpr std::uint64_t kAcceptedForEachRescue = 500;
+/// Usually none is rescued: at most one of so many.
+constexpr uint64_t kAcceptedForEachRescue = 500;
 
-unsigned long long Number(std::uint64_t number) {
+unsigned long long Number(uint64_t number) {
     return number;
 }
 
-std::string Listed(const std::map<int, std::uint64_t>& failures) {
+std::string Listed(const std::map<int, uint64_t>& failures) {
     std::string text;
     for (auto one = failures.rbegin(); one != failures.rend(); ++one) {
         text += " " + std::to_string(one->first) + ":" + std::to_string(one->second);
@@ -57,13 +57,13 @@ void Account::NoteAccepted(const Job& job) {
     monitor_.Update([&] {
         ++all_.accepted;
         ++kinds_[job.plan().kind].accepted;
-        bytes_out_ += job.MessageLength();
+        bytesOut_ += job.MessageLength();
     });
 }
 
-void Account::NoteRefused(bool as_expected) {
+void Account::NoteRefused(bool asExpected) {
     monitor_.Update([this] { ++refused_; });
-    if (!as_expected) NoteMismatch("a send was refused that is to be accepted, or the other way round");
+    if (!asExpected) NoteMismatch("a send was refused that is to be accepted, or the other way round");
 }
 
 void Account::NoteEnded(const Job& job, const std::string& wrong) {
@@ -75,22 +75,22 @@ void Account::NoteEnded(const Job& job, const std::string& wrong) {
             if (last.reason == WPK_REASON_REPLY) ++tally->replies;
             if (last.reason == WPK_REASON_FAILURE) ++tally->failures[last.error];
         }
-        bytes_back_ += last.bytes.size();
+        bytesBack_ += last.bytes.size();
         if (!job.Cancelled()) return;
         ++cancels_;
         if (last.error != WPK_ERROR_CANCELLED) {
-            ++cancels_too_late_;
+            ++cancelsTooLate_;
             return;
         }
         if (job.plan().cancel.rescue) ++rescues_;
-        longest_cancel_ = std::max(longest_cancel_, job.CancelTook());
-        if (job.CancelTook() > kCancelPromise) ++late_cancels_;
+        longestCancel_ = std::max(longestCancel_, job.CancelTook());
+        if (job.CancelTook() > kCancelPromise) ++lateCancels_;
     });
     if (!wrong.empty()) NoteMismatch(wrong + " (" + job.Describe() + ")");
 }
 
 void Account::NoteMismatch(const std::string& text) {
-    const std::uint64_t count = monitor_.Update([this] { return ++mismatches_; });
+    const uint64_t count = monitor_.Update([this] { return ++mismatches_; });
     if (count <= kShownMismatches) report_.Line("MISMATCH: %s", text.c_str());
 }
 
@@ -101,15 +101,15 @@ void Account::JudgeRescues() {
     }
 }
 
-std::uint64_t Account::Accepted() {
+uint64_t Account::Accepted() {
     return monitor_.Update([this] { return all_.accepted; });
 }
 
-std::uint64_t Account::InFlight() {
+uint64_t Account::InFlight() {
     return monitor_.Update([this] { return all_.accepted - std::min(all_.accepted, ended_); });
 }
 
-std::uint64_t Account::Mismatches() {
+uint64_t Account::Mismatches() {
     return monitor_.Update([this] { return mismatches_; });
 }
 
@@ -118,17 +118,17 @@ void Account::Print(const std::string& kind, const Tally& tally) {
                  tally.longest, Listed(tally.failures).c_str());
 }
 
-void Account::Print(unsigned int server_ends) {
+void Account::Print(unsigned int serverEnds) {
     report_.Line("%-16s %9s %9s %10s  failures by code", "kind", "requests", "replies", "longest ms");
     for (const auto& [kind, tally] : kinds_) Print(kind, tally);
     Print("all", all_);
-    report_.Line("refused sends: %llu; servers ended and started again: %u", Number(refused_), server_ends);
+    report_.Line("refused sends: %llu; servers ended and started again: %u", Number(refused_), serverEnds);
     report_.Line(
         "cancels: %llu, of them too late to change anything: %llu, seen after more than %llu ms: %llu, "
         "longest: %llu ms",
-        Number(cancels_), Number(cancels_too_late_), kCancelPromise, Number(late_cancels_), longest_cancel_);
+        Number(cancels_), Number(cancelsTooLate_), kCancelPromise, Number(lateCancels_), longestCancel_);
     report_.Line("requests that only a cancel after a long time has ended: %llu", Number(rescues_));
-    report_.Line("bytes of messages out: %llu, of replies back: %llu", Number(bytes_out_), Number(bytes_back_));
+    report_.Line("bytes of messages out: %llu, of replies back: %llu", Number(bytesOut_), Number(bytesBack_));
 }
 
 }  // namespace wpk::soak

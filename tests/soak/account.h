@@ -13,7 +13,7 @@
 
 namespace wpk::soak {
 
-// Writes lines to standard output and to the report file. Any thread.
+/// Writes lines to standard output and to the report file. Any thread.
 class Report {
 public:
     explicit Report(const std::string& path);
@@ -28,29 +28,29 @@ private:
     std::FILE* file_;
 };
 
-// Any thread.
+/// Any thread.
 class Account {
 public:
     explicit Account(Report& report) : report_(report) {}
 
     void NoteAccepted(const Job& job);
-    void NoteRefused(bool as_expected);
-    // Of a request that has ended, with what Judge said of it.
+    void NoteRefused(bool asExpected);
+    /// Of a request that has ended, with what Judge said of it.
     void NoteEnded(const Job& job, const std::string& wrong);
     void NoteMismatch(const std::string& text);
 
-    std::uint64_t Accepted();
-    std::uint64_t InFlight();
-    std::uint64_t Mismatches();
-    // Whether more requests had to be rescued than Wine's weaknesses explain.
+    uint64_t Accepted();
+    uint64_t InFlight();
+    uint64_t Mismatches();
+    /// Whether more requests had to be rescued than Wine's weaknesses explain.
     void JudgeRescues();
-    void Print(unsigned int server_ends);
+    void Print(unsigned int serverEnds);
 
 private:
     struct Tally {
-        std::uint64_t accepted = 0;
-        std::uint64_t replies = 0;
-        std::map<int, std::uint64_t> failures;
+        uint64_t accepted = 0;
+        uint64_t replies = 0;
+        std::map<int, uint64_t> failures;
         ULONGLONG longest = 0;
     };
 
@@ -60,18 +60,18 @@ private:
     rig::Monitor monitor_;
     std::map<std::string, Tally> kinds_;
     Tally all_;
-    std::uint64_t ended_ = 0;
-    std::uint64_t refused_ = 0;
-    std::uint64_t bytes_out_ = 0;
-    std::uint64_t bytes_back_ = 0;
-    std::uint64_t cancels_ = 0;
-    std::uint64_t cancels_too_late_ = 0;
-    std::uint64_t late_cancels_ = 0;
-    ULONGLONG longest_cancel_ = 0;
-    std::uint64_t rescues_ = 0;
-    std::uint64_t mismatches_ = 0;
+    uint64_t ended_ = 0;
+    uint64_t refused_ = 0;
+    uint64_t bytesOut_ = 0;
+    uint64_t bytesBack_ = 0;
+    uint64_t cancels_ = 0;
+    uint64_t cancelsTooLate_ = 0;
+    uint64_t lateCancels_ = 0;
+    ULONGLONG longestCancel_ = 0;
+    uint64_t rescues_ = 0;
+    uint64_t mismatches_ = 0;
 };
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_ACCOUNT_H

@@ -12,7 +12,7 @@ Job::Job(Plan plan, const rig::Library& library, std::function<void(Job&)> ended
       ended_(std::move(ended)),
       request_(plan_.port, std::move(plan_.message)) {
     request_.Service(plan_.service);
-    if (plan_.without_server_name) request_.Server("");
+    if (plan_.withoutServerName) request_.Server("");
     request_.inbox.DropProgress();
     request_.inbox.inside = [this](WPK_CALLBACKSTRUCT& record) { Inside(record); };
 }
@@ -25,15 +25,15 @@ bool Job::Send() {
 
 void Job::Cancel() {
     monitor_.Update([this] {
-        if (final_begun_) return;
-        if (cancelled_at_ == 0) cancelled_at_ = GetTickCount64();
-        library_.Cancel(request_.handle());
+        if (finalBegun_) return;
+        if (cancelledAt_ == 0) cancelledAt_ = GetTickCount64();
+        library_.Cancel(request_.Handle());
     });
 }
 
 void Job::CancelFromInside() {
     monitor_.Update([this] {
-        if (cancelled_at_ == 0) cancelled_at_ = GetTickCount64();
+        if (cancelledAt_ == 0) cancelledAt_ = GetTickCount64();
     });
     library_.Cancel(GetCurrentThreadId());
 }
@@ -46,8 +46,8 @@ void Job::Inside(const WPK_CALLBACKSTRUCT& record) {
     // Too late by then: this must change nothing.
     if (plan_.cancel.when == CancelPlan::kInFinal) library_.Cancel(GetCurrentThreadId());
     const bool first = monitor_.Update([this] {
-        ended_at_ = GetTickCount64();
-        return !std::exchange(final_begun_, true);
+        endedAt_ = GetTickCount64();
+        return !std::exchange(finalBegun_, true);
     });
     if (first) ended_(*this);
 }
@@ -56,7 +56,7 @@ void Job::CheckProgress(const WPK_CALLBACKSTRUCT& record) {
     const auto& progress = record.body.progress;
     if (progress.nError != 0 || progress.nWord != 1 || !progress.lpData || progress.dwReceived <= received_ ||
         progress.dwReceived > progress.dwTotal) {
-        progress_wrong_ = true;
+        progressWrong_ = true;
     }
     received_ = progress.dwReceived;
 }
@@ -79,18 +79,18 @@ std::string Job::JudgeNotifications() {
     const std::vector<rig::Notification> all = request_.inbox.All();
     if (request_.inbox.Finals() != 1) return std::to_string(request_.inbox.Finals()) + " final notifications";
     if (all.size() != 1) return "a notification that nobody asked for";
-    if (final_.thread != request_.handle()) return "a final notification on another thread than the handle's";
-    if (final_.user_data != &request_.inbox) return "a final notification with another context";
-    if (!final_.rest_is_zero) return "a final notification with more than its reason fills";
-    if (progress_wrong_) return "a progress notification with wrong numbers";
+    if (final_.thread != request_.Handle()) return "a final notification on another thread than the handle's";
+    if (final_.userData != &request_.inbox) return "a final notification with another context";
+    if (!final_.restIsZero) return "a final notification with more than its reason fills";
+    if (progressWrong_) return "a progress notification with wrong numbers";
     return {};
 }
 
 std::string Job::JudgeReply() const {
     if (!plan_.right) return "a reply where none could be";
     if (final_.error != 0) return "a reply with an error code";
-    if ((final_.data == nullptr) != final_.bytes.empty()) return "a reply whose pointer does not fit its length";
-    if (!plan_.right(request_.message(), final_.bytes)) return "a reply with a wrong body";
+    if ((!final_.data) != final_.bytes.empty()) return "a reply whose pointer does not fit its length";
+    if (!plan_.right(request_.Message(), final_.bytes)) return "a reply with a wrong body";
     if (received_ != final_.bytes.size()) return "a reply that its progress did not reach";
     return {};
 }
@@ -106,9 +106,9 @@ std::string Job::JudgeFailure() const {
 
 std::string Job::Describe() const {
     return std::string(plan_.kind) + ", " + std::to_string(MessageLength()) + " bytes, handle " +
-           std::to_string(request_.handle()) + ", reason " + std::to_string(final_.reason) + ", error " +
+           std::to_string(request_.Handle()) + ", reason " + std::to_string(final_.reason) + ", error " +
            std::to_string(final_.error) + ", " + std::to_string(final_.bytes.size()) + " bytes back after " +
-           std::to_string(ended_at_ == 0 ? 0 : Took()) + " ms" + (Cancelled() ? ", cancelled" : "");
+           std::to_string(endedAt_ == 0 ? 0 : Took()) + " ms" + (Cancelled() ? ", cancelled" : "");
 }
 
 }  // namespace wpk::soak

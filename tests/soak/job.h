@@ -3,8 +3,8 @@
 #ifndef WPK_TESTS_SOAK_JOB_H
 #define WPK_TESTS_SOAK_JOB_H
 
-#include "interface/rig/request.h"
 #include "soak/server_process.h"
+#include "support/dll/request.h"
 
 #include <functional>
 #include <memory>
@@ -13,7 +13,7 @@
 
 namespace wpk::soak {
 
-// When the application takes the request back.
+/// When the application takes the request back.
 struct CancelPlan {
     enum When { kNever, kAfter, kInProgress, kInFinal };
     When when = kNever;
@@ -26,42 +26,42 @@ struct Plan {
     unsigned short port = 0;
     std::string service = "Echo";
     std::string message;
-    // Whether this body is the reply to that message. Empty: no reply may come.
+    /// Whether this body is the reply to that message. Empty: no reply may come.
     std::function<bool(const std::string& message, const std::string& body)> right;
-    // The failures that may come without a cancel.
+    /// The failures that may come without a cancel.
     std::vector<int> errors;
     CancelPlan cancel;
-    // Spoils the record so that the library finds it unusable.
-    bool without_server_name = false;
-    // The server that carries it, if it is one that dies; then the sight of it from before the request.
+    /// Spoils the record so that the library finds it unusable.
+    bool withoutServerName = false;
+    /// The server that carries it, if it is one that dies; then the sight of it from before the request.
     ServerProcess* server = nullptr;
     ServerProcess::Sight sight = {};
 };
 
 class Job {
 public:
-    // `ended` is called once on the request's thread, at the end of its final callback.
+    /// `ended` is called once on the request's thread, at the end of its final callback.
     Job(Plan plan, const rig::Library& library, std::function<void(Job&)> ended);
 
-    // False when the library refuses.
+    /// False when the library refuses.
     bool Send();
-    // Cancels, unless the final callback has begun already: until that has returned, the handle is this request's.
+    /// Cancels, unless the final callback has begun already: until that has returned, the handle is this request's.
     void Cancel();
 
-    // Waits until nothing can come any more.
+    /// Waits until nothing can come any more.
     bool WaitForThreadEnd();
-    // What is wrong with the outcome; empty when nothing is. After the end.
+    /// What is wrong with the outcome; empty when nothing is. After the end.
     std::string Judge();
 
     const Plan& plan() const { return plan_; }
-    size_t MessageLength() const { return request_.message().size(); }
-    bool Cancelled() const { return cancelled_at_ != 0; }
-    // The final notification; after the end.
+    size_t MessageLength() const { return request_.Message().size(); }
+    bool Cancelled() const { return cancelledAt_ != 0; }
+    /// The final notification; after the end.
     const rig::Notification& Final() const { return final_; }
-    // How long the request went on after it had been cancelled.
-    ULONGLONG CancelTook() const { return ended_at_ - cancelled_at_; }
-    // From before the send to the final notification.
-    ULONGLONG Took() const { return ended_at_ - made_at_; }
+    /// How long the request went on after it had been cancelled.
+    ULONGLONG CancelTook() const { return endedAt_ - cancelledAt_; }
+    /// From before the send to the final notification.
+    ULONGLONG Took() const { return endedAt_ - madeAt_; }
     std::string Describe() const;
 
 private:
@@ -77,17 +77,17 @@ private:
     std::function<void(Job&)> ended_;
     rig::Request request_;
     rig::Notification final_;
-    ULONGLONG made_at_ = GetTickCount64();
+    ULONGLONG madeAt_ = GetTickCount64();
 
     rig::Monitor monitor_;  // of what follows
     bool sent_ = false;
-    bool final_begun_ = false;
-    ULONGLONG cancelled_at_ = 0;
-    ULONGLONG ended_at_ = 0;
+    bool finalBegun_ = false;
+    ULONGLONG cancelledAt_ = 0;
+    ULONGLONG endedAt_ = 0;
     unsigned int received_ = 0;
-    bool progress_wrong_ = false;
+    bool progressWrong_ = false;
 };
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_JOB_H

@@ -2,40 +2,40 @@
 // SPDX-License-Identifier: MIT
 #include "soak/level.h"
 
-#include "interface/rig/process.h"
+#include "support/dll/process.h"
 
 #include <algorithm>
 
 namespace wpk::soak {
 namespace {
 
-// Wine does not say how much memory is a process's own; the list of its regions tells.
+/// Wine does not say how much memory is a process's own; the list of its regions tells.
 void CountMemory(Level& level) {
-    size_t private_bytes = 0;
+    size_t privateBytes = 0;
     MEMORY_BASIC_INFORMATION region = {};
     const char* address = nullptr;
     while (VirtualQuery(address, &region, sizeof region) != 0) {
-        if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE) private_bytes += region.RegionSize;
+        if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE) privateBytes += region.RegionSize;
         // A view may consist of several regions.
         if (region.Type == MEM_MAPPED && region.BaseAddress == region.AllocationBase) ++level.mapped;
         address = static_cast<const char*>(region.BaseAddress) + region.RegionSize;
     }
-    level.private_kb = private_bytes / 1024;
+    level.privateKb = privateBytes / 1024;
 }
 
 size_t SpareBytes(HANDLE heap) {
     size_t spare = 0;
     const char* region = nullptr;
-    const char* region_end = nullptr;
+    const char* regionEnd = nullptr;
     PROCESS_HEAP_ENTRY entry = {};
     HeapLock(heap);
     while (HeapWalk(heap, &entry)) {
         const char* place = static_cast<const char*>(entry.lpData);
         if ((entry.wFlags & PROCESS_HEAP_REGION) != 0) {
             region = place;
-            region_end = place + entry.Region.dwCommittedSize;
+            regionEnd = place + entry.Region.dwCommittedSize;
             spare += entry.Region.dwCommittedSize;
-        } else if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 && region <= place && place < region_end) {
+        } else if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 && region <= place && place < regionEnd) {
             // Large blocks have memory of their own.
             spare -= entry.cbData;
         }
@@ -49,18 +49,18 @@ void CountSpareMemory(Level& level) {
     const DWORD count = std::min<DWORD>(GetProcessHeaps(64, heaps), 64);
     size_t spare = 0;
     for (DWORD i = 0; i < count; ++i) spare += SpareBytes(heaps[i]);
-    level.spare_kb = spare / 1024;
+    level.spareKb = spare / 1024;
 }
 
 }  // namespace
 
-Level Level::Now(const rig::HeapCount& library_heap) {
+Level Level::Now(const rig::HeapCount& libraryHeap) {
     Level level;
     level.threads = rig::ThreadIds().size();
     level.handles = rig::HandleCount();
     CountMemory(level);
     CountSpareMemory(level);
-    level.library_blocks = library_heap.Blocks();
+    level.libraryBlocks = libraryHeap.Blocks();
     level.files = rig::FilesLike("", "tmp*").size();
     return level;
 }
@@ -70,10 +70,10 @@ Level Level::Least(const Level& a, const Level& b) {
     least.threads = std::min(a.threads, b.threads);
     least.handles = std::min(a.handles, b.handles);
     const Level& lower = a.UsedKb() <= b.UsedKb() ? a : b;
-    least.private_kb = lower.private_kb;
-    least.spare_kb = lower.spare_kb;
+    least.privateKb = lower.privateKb;
+    least.spareKb = lower.spareKb;
     least.mapped = std::min(a.mapped, b.mapped);
-    least.library_blocks = std::min(a.library_blocks, b.library_blocks);
+    least.libraryBlocks = std::min(a.libraryBlocks, b.libraryBlocks);
     least.files = std::min(a.files, b.files);
     return least;
 }
@@ -81,17 +81,17 @@ Level Level::Least(const Level& a, const Level& b) {
 double Slope(const std::vector<Point>& points) {
     if (points.size() < 2) return 0;
     const double count = static_cast<double>(points.size());
-    double x_sum = 0;
-    double y_sum = 0;
+    double xSum = 0;
+    double ySum = 0;
     for (const auto& [x, y] : points) {
-        x_sum += x;
-        y_sum += y;
+        xSum += x;
+        ySum += y;
     }
     double covariance = 0;
     double variance = 0;
     for (const auto& [x, y] : points) {
-        covariance += (x - x_sum / count) * (y - y_sum / count);
-        variance += (x - x_sum / count) * (x - x_sum / count);
+        covariance += (x - xSum / count) * (y - ySum / count);
+        variance += (x - xSum / count) * (x - xSum / count);
     }
     return variance == 0 ? 0 : covariance / variance;
 }

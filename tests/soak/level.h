@@ -3,7 +3,7 @@
 #ifndef WPK_TESTS_SOAK_LEVEL_H
 #define WPK_TESTS_SOAK_LEVEL_H
 
-#include "interface/rig/heap_count.h"
+#include "support/dll/heap_count.h"
 
 #include <cstddef>
 #include <utility>
@@ -14,25 +14,25 @@ namespace wpk::soak {
 struct Level {
     size_t threads = 0;
     size_t handles = 0;
-    size_t private_kb = 0;    // memory of the process's own
-    size_t spare_kb = 0;      // the part of it that heaps keep for later: in no block that somebody has allocated
-    size_t mapped = 0;        // views of files and of other shared memory
-    long library_blocks = 0;  // blocks that the library has allocated and not freed
-    size_t files = 0;         // temporary files
+    size_t privateKb = 0;    // memory of the process's own
+    size_t spareKb = 0;      // the part of it that heaps keep for later: in no block that somebody has allocated
+    size_t mapped = 0;       // views of files and of other shared memory
+    long libraryBlocks = 0;  // blocks that the library has allocated and not freed
+    size_t files = 0;        // temporary files
 
-    size_t UsedKb() const { return private_kb - spare_kb; }
+    size_t UsedKb() const { return privateKb - spareKb; }
 
-    static Level Now(const rig::HeapCount& library_heap);
-    // The lower one of each.
+    static Level Now(const rig::HeapCount& libraryHeap);
+    /// The lower one of each.
     static Level Least(const Level& a, const Level& b);
 };
 
-// A time and a value.
+/// A time and a value.
 using Point = std::pair<double, double>;
 
-// What a value grows by in each unit of time, as the line shows that fits the points best.
+/// What a value grows by in each unit of time, as the line shows that fits the points best.
 double Slope(const std::vector<Point>& points);
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_LEVEL_H

@@ -5,12 +5,12 @@
 namespace wpk::soak {
 namespace {
 
-constexpr std::uint64_t kSenders = 12;
+constexpr uint64_t kSenders = 12;
 constexpr size_t kMostInFlight = 160;
-// Between two sends of one thread, at most.
+/// Between two sends of one thread, at most.
 constexpr size_t kPauseMs = 50;
-// A cancel goes on after the call has returned. Its request is kept for so long, and with it the handle, which would
-// otherwise become another request's that the cancel might then hit.
+/// A cancel goes on after the call has returned. Its request is kept for so long, and with it the handle, which would
+/// otherwise become another request's that the cancel might then hit.
 constexpr ULONGLONG kKeepCancelledMs = 5000;
 constexpr DWORD kLookForCancelsMs = 10;
 
@@ -21,7 +21,7 @@ bool Load::RunRound(DWORD milliseconds) {
     sending_ = cancelling_ = true;
     ++round_;
     std::vector<rig::Thread> senders;
-    for (std::uint64_t i = 0; i < kSenders; ++i) {
+    for (uint64_t i = 0; i < kSenders; ++i) {
         senders.emplace_back([this, i, end] {
             Random random(seed_, round_ * 100 + i);
             SendUntil(end, random);
@@ -37,9 +37,9 @@ bool Load::RunRound(DWORD milliseconds) {
         saboteur.Join();
         monitor_.Update([this] { sending_ = false; });
     });
-    const bool all_ended = Collect();
-    cancels_monitor_.Update([this] { cancelling_ = false; });
-    return all_ended;
+    const bool allEnded = Collect();
+    cancelsMonitor_.Update([this] { cancelling_ = false; });
+    return allEnded;
 }
 
 void Load::SendUntil(ULONGLONG end, Random& random) {
@@ -52,16 +52,16 @@ void Load::SendUntil(ULONGLONG end, Random& random) {
 }
 
 void Load::WaitForRoom() {
-    monitor_.WaitUntil([this] { return in_flight_.size() < kMostInFlight; });
+    monitor_.WaitUntil([this] { return inFlight_.size() < kMostInFlight; });
 }
 
 void Load::SendOne(Random& random) {
     const JobPointer job = std::make_shared<Job>(
         traffic_.Next(random), library_, [this](Job& ended) { monitor_.Update([&] { ended_.push_back(&ended); }); });
-    monitor_.Update([&] { in_flight_[job.get()] = job; });
+    monitor_.Update([&] { inFlight_[job.get()] = job; });
     if (!job->Send()) {
         account_.NoteRefused(/*as_expected=*/false);
-        monitor_.Update([&] { in_flight_.erase(job.get()); });
+        monitor_.Update([&] { inFlight_.erase(job.get()); });
         return;
     }
     account_.NoteAccepted(*job);
@@ -70,14 +70,14 @@ void Load::SendOne(Random& random) {
     if (cancel.milliseconds == 0) {
         job->Cancel();
     } else {
-        cancels_monitor_.Update([&] { cancels_.emplace(GetTickCount64() + cancel.milliseconds, job); });
+        cancelsMonitor_.Update([&] { cancels_.emplace(GetTickCount64() + cancel.milliseconds, job); });
     }
 }
 
 void Load::CancelWhenDue() {
-    for (bool go_on = true; go_on;) {
+    for (bool goOn = true; goOn;) {
         std::vector<JobPointer> due;
-        go_on = cancels_monitor_.Update([&] {
+        goOn = cancelsMonitor_.Update([&] {
             const auto end = cancels_.upper_bound(GetTickCount64());
             for (auto one = cancels_.begin(); one != end; ++one) due.push_back(one->second.lock());
             cancels_.erase(cancels_.begin(), end);
@@ -95,9 +95,9 @@ bool Load::Collect() {
     for (;;) {
         const ULONGLONG now = GetTickCount64();
         while (!kept.empty() && kept.front().first + kKeepCancelledMs < now) kept.pop_front();
-        bool all_over = false;
-        const JobPointer job = TakeEnded(all_over);
-        if (all_over) return true;
+        bool allOver = false;
+        const JobPointer job = TakeEnded(allOver);
+        if (allOver) return true;
         if (!job || !job->WaitForThreadEnd()) {
             NoteStuck();
             return false;
@@ -107,27 +107,27 @@ bool Load::Collect() {
     }
 }
 
-// Null when none has ended for a long time.
-Load::JobPointer Load::TakeEnded(bool& all_over) {
+/// Null when none has ended for a long time.
+Load::JobPointer Load::TakeEnded(bool& allOver) {
     JobPointer job;
     monitor_.WaitUntil([&] {
-        all_over = !sending_ && in_flight_.empty();
-        return all_over || !ended_.empty();
+        allOver = !sending_ && inFlight_.empty();
+        return allOver || !ended_.empty();
     });
-    if (all_over) return job;
+    if (allOver) return job;
     monitor_.Update([&] {
         if (ended_.empty()) return;
-        const auto place = in_flight_.find(ended_.back());
+        const auto place = inFlight_.find(ended_.back());
         ended_.pop_back();
         job = place->second;
-        in_flight_.erase(place);
+        inFlight_.erase(place);
     });
     return job;
 }
 
 void Load::NoteStuck() {
     monitor_.Update([this] {
-        for (const auto& [address, job] : in_flight_) account_.NoteMismatch("no end: " + job->Describe());
+        for (const auto& [address, job] : inFlight_) account_.NoteMismatch("no end: " + job->Describe());
     });
     account_.NoteMismatch("requests have not ended");
 }

@@ -14,16 +14,15 @@
 
 namespace wpk::soak {
 
-// A request to a dead port ends after 30 seconds: servers are left alone for so long before the end of a round.
+/// A request to a dead port ends after 30 seconds: servers are left alone for so long before the end of a round.
 constexpr DWORD kCalmBeforeEndMs = 33 * 1000;
 
 class Load {
 public:
-    Load(const rig::Library& library, const Traffic& traffic, ServerProcess& dying, Account& account,
-         std::uint64_t seed)
+    Load(const rig::Library& library, const Traffic& traffic, ServerProcess& dying, Account& account, uint64_t seed)
         : library_(library), traffic_(traffic), dying_(dying), account_(account), seed_(seed) {}
 
-    // Sends for so long, then waits until every request has ended. False when some do not end.
+    /// Sends for so long, then waits until every request has ended. False when some do not end.
     bool RunRound(DWORD milliseconds);
 
 private:
@@ -34,7 +33,7 @@ private:
     void WaitForRoom();
     void CancelWhenDue();
     bool Collect();
-    JobPointer TakeEnded(bool& all_over);
+    JobPointer TakeEnded(bool& allOver);
     void NoteStuck();
     void EndServersUntil(ULONGLONG end, Random& random);
 
@@ -42,19 +41,19 @@ private:
     const Traffic& traffic_;
     ServerProcess& dying_;
     Account& account_;
-    std::uint64_t seed_;
-    std::uint64_t round_ = 0;
+    uint64_t seed_;
+    uint64_t round_ = 0;
 
     rig::Monitor monitor_;  // of what follows
     bool sending_ = false;
-    std::map<Job*, JobPointer> in_flight_;
+    std::map<Job*, JobPointer> inFlight_;
     std::vector<Job*> ended_;
 
-    rig::Monitor cancels_monitor_;  // of what follows
+    rig::Monitor cancelsMonitor_;  // of what follows
     bool cancelling_ = false;
     std::multimap<ULONGLONG, std::weak_ptr<Job>> cancels_;
 };
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_LOAD_H

@@ -1,11 +1,11 @@
 // Loads the library for minutes or hours with all that can go wrong going wrong, and accounts for every request.
 // SPDX-License-Identifier: MIT
-#include "interface/rig/heap_count.h"
-#include "interface/rig/process.h"
 #include "soak/account.h"
 #include "soak/level.h"
 #include "soak/load.h"
 #include "soak/traffic.h"
+#include "support/dll/heap_count.h"
+#include "support/dll/process.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,21 +17,21 @@ namespace {
 
 constexpr DWORD kWarmUpMs = 6000;
 constexpr DWORD kShortestSeconds = 60;
-// Between two looks at the process without any request in flight.
+/// Between two looks at the process without any request in flight.
 constexpr DWORD kRoundMs = 4 * 60 * 1000;
-// What may be used at rest beyond the least seen before: the books of the test, and stacks that have grown deeper once.
-// What the heaps keep for later is not counted, since it grows with how much was in flight at once; nor are the
-// library's own blocks, which are counted exactly.
+/// What may be used at rest beyond the least seen before: the books of the test, and stacks that have grown deeper
+/// once. What the heaps keep for later is not counted, since it grows with how much was in flight at once; nor are the
+/// library's own blocks, which are counted exactly.
 constexpr size_t kUsedRoomKb = 16 * 1024;
 
 struct Options {
     DWORD seconds = 0;
-    std::uint64_t seed = 0;
+    uint64_t seed = 0;
 };
 
-std::optional<std::uint64_t> Number(const char* text) {
+std::optional<uint64_t> Number(const char* text) {
     char* end = nullptr;
-    const std::uint64_t number = std::strtoull(text, &end, 10);
+    const uint64_t number = std::strtoull(text, &end, 10);
     if (end == text || *end != '\0') return std::nullopt;
     return number;
 }
@@ -54,7 +54,7 @@ std::optional<Options> ParseOptions(int argc, char** argv) {
     return options;
 }
 
-// The library under load, and the process around it.
+/// The library under load, and the process around it.
 class Soak {
 public:
     explicit Soak(const Options& options)
@@ -74,7 +74,7 @@ public:
         begin_ = GetTickCount64();
         {
             const rig::Thread watch([this] { Watch(); });
-            known_threads_ = rig::ThreadIds();
+            knownThreads_ = rig::ThreadIds();
             if (!RunRounds()) GiveUp();
             over_.Set();
         }
@@ -106,25 +106,25 @@ private:
 
     Level QuietLevel(const char* when) {
         if (!peers_.WaitUntilIdle()) account_.NoteMismatch("a peer's connection does not end");
-        if (!rig::WaitForOtherThreads(known_threads_)) account_.NoteMismatch("a thread of the library does not end");
+        if (!rig::WaitForOtherThreads(knownThreads_)) account_.NoteMismatch("a thread of the library does not end");
         const Level level = Measure();
         Print(level, when);
         quiet_.emplace_back(Elapsed() / 60000.0, static_cast<double>(level.UsedKb()));
         return level;
     }
 
-    // One at a time: looking at the process takes a handle, which another look would count.
+    /// One at a time: looking at the process takes a handle, which another look would count.
     Level Measure() {
         return measuring_.Update([this] { return Level::Now(heap_); });
     }
 
-    // Against the least ever seen at rest: what the warm-up's last moment held may have been on its way out.
+    /// Against the least ever seen at rest: what the warm-up's last moment held may have been on its way out.
     void Compare(const Level& least, const Level& now) {
         CompareOne("threads", least.threads, now.threads);
         CompareOne("handles", least.handles, now.handles);
         CompareOne("mapped regions", least.mapped, now.mapped);
-        CompareOne("blocks of the library's", static_cast<size_t>(least.library_blocks),
-                   static_cast<size_t>(now.library_blocks));
+        CompareOne("blocks of the library's", static_cast<size_t>(least.libraryBlocks),
+                   static_cast<size_t>(now.libraryBlocks));
         CompareOne("temporary files", 0, now.files);
         if (now.UsedKb() > least.UsedKb() + kUsedRoomKb) CompareOne("KB in use", least.UsedKb(), now.UsedKb());
     }
@@ -142,8 +142,8 @@ private:
             Elapsed() / 1000, static_cast<unsigned long long>(account_.Accepted()),
             static_cast<unsigned long long>(account_.InFlight()), static_cast<unsigned long long>(level.threads),
             static_cast<unsigned long long>(level.handles), static_cast<unsigned long long>(level.mapped),
-            static_cast<unsigned long long>(level.private_kb), static_cast<unsigned long long>(level.spare_kb),
-            level.library_blocks, when);
+            static_cast<unsigned long long>(level.privateKb), static_cast<unsigned long long>(level.spareKb),
+            level.libraryBlocks, when);
     }
 
     void Watch() {
@@ -187,7 +187,7 @@ private:
         return 1;
     }
 
-    // Requests are still using what would be taken down now.
+    /// Requests are still using what would be taken down now.
     [[noreturn]] void GiveUp() {
         account_.Print(dying_.Ends());
         PrintVerdict();
@@ -207,7 +207,7 @@ private:
     Traffic traffic_;
     Load load_;
     ULONGLONG begin_ = 0;
-    std::set<DWORD> known_threads_;
+    std::set<DWORD> knownThreads_;
     rig::Signal over_;
     rig::Monitor measuring_;
     std::vector<Point> samples_;  // minutes, KB in use

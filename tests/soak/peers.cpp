@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "soak/peers.h"
 
-#include "interface/rig/wire.h"
 #include "soak/random.h"
+#include "support/dll/wire.h"
 
 #include "wpk/wpk.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kActors = 24;
 constexpr int kOthers = 8;
-// Whoever gets no answer here is cancelled, and has closed the connection, long before.
+/// Whoever gets no answer here is cancelled, and has closed the connection, long before.
 constexpr DWORD kCancelMs = 15000;
 
 void SendSlowly(rig::Connection& connection, const std::string& reply, size_t pieces) {
@@ -85,7 +85,7 @@ const size_t kWrongHeadCount = sizeof kWrongHeads / sizeof *kWrongHeads;
 
 std::string Act::Text() const {
     std::string text;
-    for (const size_t number : {static_cast<size_t>(what), body_length, body_offset, place}) {
+    for (const size_t number : {static_cast<size_t>(what), bodyLength, bodyOffset, place}) {
         text += std::to_string(number) + " ";
     }
     return text;
@@ -95,21 +95,21 @@ Act Act::In(const std::string& message) {
     const char* text = message.c_str();
     Act act;
     act.what = static_cast<What>(TakeNumber(text));
-    act.body_length = TakeNumber(text);
-    act.body_offset = TakeNumber(text);
+    act.bodyLength = TakeNumber(text);
+    act.bodyOffset = TakeNumber(text);
     act.place = TakeNumber(text);
     return act;
 }
 
 std::string Act::Reply() const {
-    std::string reply = rig::OkHead(body_length);
-    return reply.append(Stretch(body_offset, body_length));
+    std::string reply = rig::OkHead(bodyLength);
+    return reply.append(Stretch(bodyOffset, bodyLength));
 }
 
-Peers::Peers(std::uint64_t seed)
+Peers::Peers(uint64_t seed)
     : seed_(seed),
       actor_(Perform, kActors),
-      late_actor_(
+      lateActor_(
           [this](rig::Connection& connection) {
               Sleep(static_cast<DWORD>(NextChoice(300)));
               Perform(connection);
@@ -123,17 +123,17 @@ Peers::Peers(std::uint64_t seed)
               connection.WaitForEnd(kCancelMs);
           },
           kOthers) {
-    for (rig::Peer* peer : {&actor_, &late_actor_, &cutter_, &deaf_}) peer->KeepNoRequests();
+    for (rig::Peer* peer : {&actor_, &lateActor_, &cutter_, &deaf_}) peer->KeepNoRequests();
 }
 
 bool Peers::WaitUntilIdle() {
-    for (rig::Peer* peer : {&actor_, &late_actor_, &cutter_, &deaf_}) {
+    for (rig::Peer* peer : {&actor_, &lateActor_, &cutter_, &deaf_}) {
         if (!peer->WaitUntilIdle()) return false;
     }
     return true;
 }
 
-// Of any of the peers' threads.
+/// Of any of the peers' threads.
 size_t Peers::NextChoice(size_t limit) {
     return Random(seed_, ++choices_).Below(limit);
 }

@@ -3,7 +3,7 @@
 #ifndef WPK_TESTS_SOAK_PEERS_H
 #define WPK_TESTS_SOAK_PEERS_H
 
-#include "interface/rig/peer.h"
+#include "support/dll/peer.h"
 
 #include <atomic>
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace wpk::soak {
 
-// What the actor does with a request. It travels as the beginning of the message.
+/// What the actor does with a request. It travels as the beginning of the message.
 struct Act {
     enum What : unsigned {
         kReply,      // a good reply
@@ -22,17 +22,17 @@ struct Act {
         kWrongHead,  // the wrong head of that number
     };
     What what = kReply;
-    size_t body_length = 0;
-    size_t body_offset = 0;  // where in Bytes() the body begins
-    size_t place = 0;        // the first bytes' count, the pieces' count, or the head's number
+    size_t bodyLength = 0;
+    size_t bodyOffset = 0;  // where in Bytes() the body begins
+    size_t place = 0;       // the first bytes' count, the pieces' count, or the head's number
 
     std::string Text() const;
     static Act In(const std::string& message);
-    // The whole good reply.
+    /// The whole good reply.
     std::string Reply() const;
 };
 
-// A reply with something wrong in its head, and the code that the request must end with; 0 when it is to be accepted.
+/// A reply with something wrong in its head, and the code that the request must end with; 0 when it is to be accepted.
 struct WrongHead {
     const char* bytes;
     int error;
@@ -42,30 +42,30 @@ extern const size_t kWrongHeadCount;
 
 class Peers {
 public:
-    explicit Peers(std::uint64_t seed);
+    explicit Peers(uint64_t seed);
 
-    // Does as the request says.
-    unsigned short Actor() const { return actor_.port(); }
-    // The same, after it has left the connection alone for a while.
-    unsigned short LateActor() const { return late_actor_.port(); }
-    // Ends the connection before it has answered anything: at once, amid the request, or behind it.
-    unsigned short Cutter() const { return cutter_.port(); }
-    // Takes the connection and reads nothing for a while, then everything, and never answers.
-    unsigned short Deaf() const { return deaf_.port(); }
-    // Does not even take the connection.
-    unsigned short Full() const { return full_.port(); }
+    /// Does as the request says.
+    unsigned short Actor() const { return actor_.Port(); }
+    /// The same, after it has left the connection alone for a while.
+    unsigned short LateActor() const { return lateActor_.Port(); }
+    /// Ends the connection before it has answered anything: at once, amid the request, or behind it.
+    unsigned short Cutter() const { return cutter_.Port(); }
+    /// Takes the connection and reads nothing for a while, then everything, and never answers.
+    unsigned short Deaf() const { return deaf_.Port(); }
+    /// Does not even take the connection.
+    unsigned short Full() const { return full_.Port(); }
 
-    // Waits until no peer has a connection.
+    /// Waits until no peer has a connection.
     bool WaitUntilIdle();
 
 private:
     size_t NextChoice(size_t limit);
     void CutEarly(rig::Connection& connection);
 
-    std::uint64_t seed_;
-    std::atomic<std::uint64_t> choices_{0};
+    uint64_t seed_;
+    std::atomic<uint64_t> choices_{0};
     rig::Peer actor_;
-    rig::Peer late_actor_;
+    rig::Peer lateActor_;
     rig::Peer cutter_;
     rig::Peer deaf_;
     rig::FullListener full_;
@@ -73,4 +73,4 @@ private:
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_PEERS_H

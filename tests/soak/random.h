@@ -3,7 +3,7 @@
 #ifndef WPK_TESTS_SOAK_RANDOM_H
 #define WPK_TESTS_SOAK_RANDOM_H
 
-#include "interface/rig/wire.h"
+#include "support/dll/wire.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -14,12 +14,12 @@
 
 namespace wpk::soak {
 
-// One thread at a time: each has one of its own, whose choices depend on the seed and the thread's number alone.
+/// One thread at a time: each has one of its own, whose choices depend on the seed and the thread's number alone.
 class Random {
 public:
-    Random(std::uint64_t seed, std::uint64_t number) : engine_(seed * 1000003 + number) {}
+    Random(uint64_t seed, uint64_t number) : engine_(seed * 1000003 + number) {}
 
-    // 0 to limit - 1. The remainder's tiny preference for small numbers does not matter here.
+    /// 0 to limit - 1. The remainder's tiny preference for small numbers does not matter here.
     size_t Below(size_t limit) { return static_cast<size_t>(engine_() % limit); }
     size_t Between(size_t first, size_t last) { return first + Below(last - first + 1); }
     bool OneIn(size_t count) { return Below(count) == 0; }
@@ -30,7 +30,7 @@ private:
 
 constexpr size_t kLargest = size_t{4} << 20;
 
-// Stretches of this differ from each other wherever they begin.
+/// Stretches of this differ from each other wherever they begin.
 inline const std::string& Bytes() {
     static const std::string bytes = rig::Pattern(2 * kLargest);
     return bytes;
@@ -44,7 +44,7 @@ inline size_t AnyOffset(Random& random) {
     return random.Below(kLargest);
 }
 
-// Mostly small, often at the limit between memory and a file, now and then a few MiB.
+/// Mostly small, often at the limit between memory and a file, now and then a few MiB.
 inline size_t AnySize(Random& random) {
     constexpr size_t kMemoryLimit = 10240;
     const size_t sort = random.Below(100);
@@ -58,4 +58,4 @@ inline size_t AnySize(Random& random) {
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_RANDOM_H

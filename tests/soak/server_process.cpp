@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "soak/server_process.h"
 
-#include "interface/rig/process.h"
+#include "support/dll/process.h"
 
 #include <cstdlib>
 #include <string>
@@ -11,7 +11,7 @@
 namespace wpk::soak {
 namespace {
 
-// Ends its processes when this one ends, however that comes about.
+/// Ends its processes when this one ends, however that comes about.
 HANDLE Leash() {
     static const HANDLE leash = [] {
         const HANDLE job = CreateJobObjectA(nullptr, nullptr);
@@ -33,7 +33,7 @@ std::string ReadLine(HANDLE pipe) {
     return line;
 }
 
-// Where all servers write what they have to say of errors: in the current folder.
+/// Where all servers write what they have to say of errors: in the current folder.
 HANDLE OpenErrors() {
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, /*bInheritHandle=*/TRUE};
     const HANDLE errors = CreateFileA("server_errors.txt", FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -42,8 +42,8 @@ HANDLE OpenErrors() {
     return errors;
 }
 
-// A list that lets a new process inherit these handles alone. Sockets are inherited too otherwise: the connections that
-// are under way would stay open in the server when both their ends have closed them.
+/// A list that lets a new process inherit these handles alone. Sockets are inherited too otherwise: the connections
+/// that are under way would stay open in the server when both their ends have closed them.
 class OnlyInherited {
 public:
     OnlyInherited(HANDLE one, HANDLE other) : handles_{one, other} {
@@ -67,7 +67,7 @@ private:
     std::vector<char> bytes_;
 };
 
-// The process, with its standard output going to the pipe.
+/// The process, with its standard output going to the pipe.
 HANDLE Launch(HANDLE output, HANDLE errors) {
     const std::string program = rig::ProgramFolder() + "message_server.exe";
     // A machine under full load may be slow, but must not seem dead to the server.
@@ -151,14 +151,14 @@ bool ServerProcess::TroubledSince(const Sight& sight) {
 
 std::string ServerProcess::OwnEnd() {
     NoteOwnEnd();
-    return own_end_;
+    return ownEnd_;
 }
 
 void ServerProcess::NoteOwnEnd() {
     DWORD status = 0;
     if (!Look().up || WaitForSingleObject(process_, 0) != WAIT_OBJECT_0) return;
     GetExitCodeProcess(process_, &status);
-    own_end_ = "a server has ended by itself, with exit status " + std::to_string(status);
+    ownEnd_ = "a server has ended by itself, with exit status " + std::to_string(status);
 }
 
 unsigned int ServerProcess::Ends() {

@@ -3,7 +3,7 @@
 #ifndef WPK_TESTS_SOAK_SERVER_PROCESS_H
 #define WPK_TESTS_SOAK_SERVER_PROCESS_H
 
-#include "interface/rig/platform.h"
+#include "support/dll/platform.h"
 
 #include <string>
 
@@ -11,31 +11,31 @@ namespace wpk::soak {
 
 class ServerProcess {
 public:
-    // Where the server was at some moment, and how often it had been ended before.
+    /// Where the server was at some moment, and how often it had been ended before.
     struct Sight {
         unsigned short port = 0;
         unsigned int ends = 0;
         bool up = false;
     };
 
-    // Starts it. Ends the whole program where that is impossible.
+    /// Starts it. Ends the whole program where that is impossible.
     ServerProcess();
-    // Ends it.
+    /// Ends it.
     ~ServerProcess();
     ServerProcess(const ServerProcess&) = delete;
     ServerProcess& operator=(const ServerProcess&) = delete;
 
-    // Ends the process without a word to anybody. Its port is dead until Start, and stays so.
+    /// Ends the process without a word to anybody. Its port is dead until Start, and stays so.
     void Kill();
-    // A new process, on a port of the system's choice. Returns when it listens.
+    /// A new process, on a port of the system's choice. Returns when it listens.
     void Start();
 
     Sight Look();
-    // Whether the server was gone at that moment, or has been ended since.
+    /// Whether the server was gone at that moment, or has been ended since.
     bool TroubledSince(const Sight& sight);
     unsigned int Ends();
-    // What is to be said of an end that nobody has asked for; empty when there was none. For the thread that calls Kill
-    // and Start, or when no other thread does.
+    /// What is to be said of an end that nobody has asked for; empty when there was none. For the thread that calls
+    /// Kill and Start, or when no other thread does.
     std::string OwnEnd();
 
 private:
@@ -44,9 +44,9 @@ private:
     rig::Monitor monitor_;
     Sight now_;
     HANDLE process_ = nullptr;
-    std::string own_end_;
+    std::string ownEnd_;
 };
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_SERVER_PROCESS_H

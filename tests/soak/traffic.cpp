@@ -29,8 +29,8 @@ std::string AnyMessage(Random& random) {
 
 Act AnyReply(Random& random) {
     Act act;
-    act.body_length = AnySize(random);
-    act.body_offset = AnyOffset(random);
+    act.bodyLength = AnySize(random);
+    act.bodyOffset = AnyOffset(random);
     return act;
 }
 
@@ -42,7 +42,7 @@ bool IsAlphabet(const std::string& body, size_t length) {
     return true;
 }
 
-// To a peer that does not read what it is asked.
+/// To a peer that does not read what it is asked.
 Plan ToPort(Random& random, const char* kind, unsigned short port) {
     Plan plan;
     plan.kind = kind;
@@ -51,12 +51,12 @@ Plan ToPort(Random& random, const char* kind, unsigned short port) {
     return plan;
 }
 
-// For requests that would not end by themselves.
+/// For requests that would not end by themselves.
 void CancelSoon(Random& random, Plan& plan) {
     plan.cancel = {CancelPlan::kAfter, static_cast<DWORD>(random.Below(700))};
 }
 
-// Of the others, every eighth is taken back somewhere.
+/// Of the others, every eighth is taken back somewhere.
 void PerhapsCancel(Random& random, Plan& plan) {
     if (plan.cancel.when != CancelPlan::kNever || !random.OneIn(8)) return;
     plan.cancel.when = static_cast<CancelPlan::When>(random.Between(CancelPlan::kAfter, CancelPlan::kInFinal));
@@ -153,7 +153,7 @@ Plan Traffic::BadMessage(Random& random) const {
 
 Plan Traffic::Unusable(Random& random) const {
     Plan plan = ToServer(random, "unusable record", "Echo", AnyMessage(random));
-    plan.without_server_name = true;
+    plan.withoutServerName = true;
     plan.errors = {WPK_ERROR_BAD_REQUEST};
     return plan;
 }
@@ -162,7 +162,7 @@ Plan Traffic::Reply(Random& random) const {
     const Act act = AnyReply(random);
     Plan plan = ToActor(random, "reply", act);
     plan.right = [act](const std::string&, const std::string& body) {
-        return body == Stretch(act.body_offset, act.body_length);
+        return body == Stretch(act.bodyOffset, act.bodyLength);
     };
     return plan;
 }
@@ -173,7 +173,7 @@ Plan Traffic::SlowReply(Random& random) const {
     act.place = random.Between(2, 25);
     Plan plan = ToActor(random, "slow reply", act);
     plan.right = [act](const std::string&, const std::string& body) {
-        return body == Stretch(act.body_offset, act.body_length);
+        return body == Stretch(act.bodyOffset, act.bodyLength);
     };
     return plan;
 }
@@ -182,8 +182,8 @@ Plan Traffic::Cut(Random& random) const {
     Act act = AnyReply(random);
     act.what = random.OneIn(2) ? Act::kCut : Act::kReset;
     // In the head as often as in the body.
-    const size_t head = rig::OkHead(act.body_length).size();
-    act.place = random.Below(random.OneIn(2) ? head : head + act.body_length);
+    const size_t head = rig::OkHead(act.bodyLength).size();
+    act.place = random.Below(random.OneIn(2) ? head : head + act.bodyLength);
     Plan plan = ToActor(random, act.what == Act::kCut ? "cut" : "reset", act);
     plan.errors = {WPK_ERROR_EXCHANGE};
     return plan;
@@ -209,9 +209,9 @@ Plan Traffic::WrongHead(Random& random) const {
 Plan Traffic::Stall(Random& random) const {
     Act act = AnyReply(random);
     act.what = Act::kStall;
-    const size_t head = rig::OkHead(act.body_length).size();
+    const size_t head = rig::OkHead(act.bodyLength).size();
     // Short of the whole by one byte at least, which for an empty body is the head's last.
-    act.place = random.Below(random.OneIn(2) ? head : head + act.body_length);
+    act.place = random.Below(random.OneIn(2) ? head : head + act.bodyLength);
     Plan plan = ToActor(random, "stall", act);
     CancelSoon(random, plan);
     return plan;

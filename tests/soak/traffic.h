@@ -9,10 +9,10 @@
 
 namespace wpk::soak {
 
-// Any number of threads, each with a Random of its own.
+/// Any number of threads, each with a Random of its own.
 class Traffic {
 public:
-    // `steady` lives as long as the load; `dying` is ended and started again meanwhile.
+    /// `steady` lives as long as the load; `dying` is ended and started again meanwhile.
     Traffic(const Peers& peers, ServerProcess& steady, ServerProcess& dying)
         : peers_(peers), steady_(steady), dying_(dying) {}
 
@@ -49,4 +49,4 @@ private:
 
 }  // namespace wpk::soak
 
-#endif
+#endif  // WPK_TESTS_SOAK_TRAFFIC_H

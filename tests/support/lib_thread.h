@@ -11,6 +11,7 @@
 #include <string>
 #include <utility>
 
+#include "support/await_that.h"
 #include "threadlib/process_registry.h"
 #include "threadlib/threadlib.h"
 
@@ -23,7 +24,7 @@ inline void AwaitThreads(uint32_t count) {
         const core::ScopedLock lock(registry->Lock());
         return registry->Count();
     };
-    while (registry && registered() > count) Sleep(1);
+    EXPECT_TRUE(AwaitThat([&] { return !registry || registered() <= count; }));
 }
 
 /// Takes the thread layer down once its last thread has left.
@@ -168,12 +169,11 @@ inline core::ThreadState StateOf(uint32_t id) {
         id, [](const core::ThreadRecord* thread) { return thread ? thread->state : core::ThreadState::kEnded; });
 }
 
-/// Waits until the layer sees the thread in this state. The layer has no event for it, so it is looked at again and
-/// again.
+/// Waits until the layer sees the thread in this state.
 inline void AwaitState(uint32_t id, core::ThreadState state) {
-    while (StateOf(id) != state) Sleep(1);
+    EXPECT_TRUE(AwaitThat([=] { return StateOf(id) == state; }));
 }
 
 }  // namespace wpk::test
 
-#endif
+#endif  // WPK_TESTS_SUPPORT_LIB_THREAD_H

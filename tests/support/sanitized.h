@@ -25,7 +25,7 @@ constexpr bool kIsSanitized = false;
 /// How many, for tests of sheer size: fewer under a sanitizer, whose watch over every access costs ten to fifty times
 /// the time. What it is there to find shows in a small tree as well; what only the full size shows is found by the
 /// builds without it.
-constexpr std::size_t Many(std::size_t count, std::size_t sanitizedCount) noexcept {
+constexpr size_t Many(size_t count, size_t sanitizedCount) noexcept {
     return kIsSanitized ? sanitizedCount : count;
 }
 

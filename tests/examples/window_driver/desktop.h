@@ -1,6 +1,7 @@
 // TestDesktop: a screen of its own for the tests, with a keyboard of its own.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_EXAMPLES_WINDOW_DRIVER_DESKTOP_H
+#define WPK_TESTS_EXAMPLES_WINDOW_DRIVER_DESKTOP_H
 
 #include <windows.h>
 
@@ -27,3 +28,5 @@ private:
 };
 
 }  // namespace window_driver
+
+#endif  // WPK_TESTS_EXAMPLES_WINDOW_DRIVER_DESKTOP_H

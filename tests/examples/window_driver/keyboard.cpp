@@ -39,8 +39,8 @@ void Send(std::vector<INPUT> strokes) {
 
 void PressKeys(const std::wstring& keys) {
     std::vector<WORD> codes;
-    for (std::size_t begin = 0; begin <= keys.size();) {
-        const std::size_t end = std::min(keys.find(L'+', begin), keys.size());
+    for (size_t begin = 0; begin <= keys.size();) {
+        const size_t end = std::min(keys.find(L'+', begin), keys.size());
         codes.push_back(KeyCode(keys.substr(begin, end - begin)));
         begin = end + 1;
     }

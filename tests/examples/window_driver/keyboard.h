@@ -1,6 +1,7 @@
 // The keyboard: keys as a user presses them, for whatever program has the focus.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_EXAMPLES_WINDOW_DRIVER_KEYBOARD_H
+#define WPK_TESTS_EXAMPLES_WINDOW_DRIVER_KEYBOARD_H
 
 #include <string>
 
@@ -13,3 +14,5 @@ void PressKeys(const std::wstring& keys);
 void TypeText(const std::wstring& text);
 
 }  // namespace window_driver
+
+#endif  // WPK_TESTS_EXAMPLES_WINDOW_DRIVER_KEYBOARD_H

@@ -25,8 +25,8 @@ std::unique_ptr<Target> target;
 
 std::wstring Widened(const std::string& text) {
     std::wstring wide(text.size(), L'\0');
-    wide.resize(static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                                             wide.data(), static_cast<int>(wide.size()))));
+    wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                                                        wide.data(), static_cast<int>(wide.size()))));
     return wide;
 }
 
@@ -34,8 +34,8 @@ std::wstring Widened(const std::string& text) {
 std::string OneLine(const std::wstring& text) {
     std::string bytes(text.size() * 3, '\0');
     bytes.resize(
-        static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                                     bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr)));
+        static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), bytes.data(),
+                                                static_cast<int>(bytes.size()), nullptr, nullptr)));
     std::string line;
     for (const char character : bytes) {
         if (character == '\\') line += "\\\\";
@@ -164,7 +164,7 @@ std::string Answer(const std::string& line) {
     words >> name;
     const auto command = Commands().find(name);
     if (command == Commands().end()) return "error: no such command";
-    if (target == nullptr && name != "start") return "error: nothing is started";
+    if (!target && name != "start") return "error: nothing is started";
     try {
         return command->second(words);
     } catch (const std::exception& error) {

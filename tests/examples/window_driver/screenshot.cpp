@@ -11,7 +11,7 @@
 namespace window_driver {
 namespace {
 
-// What the system's PNG encoder is known by.
+/// What the system's PNG encoder is known by.
 constexpr CLSID kPngEncoder = {0x557CF406, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
 
 HBITMAP ScreenPart(const RECT& part) {

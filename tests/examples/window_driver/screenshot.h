@@ -1,6 +1,7 @@
 // A picture of a window as it stands on the screen.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_EXAMPLES_WINDOW_DRIVER_SCREENSHOT_H
+#define WPK_TESTS_EXAMPLES_WINDOW_DRIVER_SCREENSHOT_H
 
 #include <windows.h>
 
@@ -12,3 +13,5 @@ namespace window_driver {
 void SaveScreenshot(HWND window, const std::wstring& file);
 
 }  // namespace window_driver
+
+#endif  // WPK_TESTS_EXAMPLES_WINDOW_DRIVER_SCREENSHOT_H

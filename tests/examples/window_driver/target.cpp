@@ -10,7 +10,7 @@
 namespace window_driver {
 namespace {
 
-constexpr std::size_t kTextLength = 1024;
+constexpr size_t kTextLength = 1024;
 
 struct Search {
     DWORD process;
@@ -29,7 +29,7 @@ BOOL CALLBACK Look(HWND window, LPARAM parameter) {
     return FALSE;
 }
 
-void AddTreeLines(HWND tree, const RemoteMemory& memory, HTREEITEM first, std::size_t level,
+void AddTreeLines(HWND tree, const RemoteMemory& memory, HTREEITEM first, size_t level,
                   std::vector<std::wstring>& lines) {
     for (HTREEITEM item = first; item != nullptr; item = TreeView_GetNextSibling(tree, item)) {
         TVITEMW query = {};
@@ -48,31 +48,31 @@ void AddTreeLines(HWND tree, const RemoteMemory& memory, HTREEITEM first, std::s
 
 }  // namespace
 
-RemoteMemory::RemoteMemory(HANDLE process, std::size_t size)
+RemoteMemory::RemoteMemory(HANDLE process, size_t size)
     : process_(process),
       address_(static_cast<char*>(
           VirtualAllocEx(process, /*lpAddress=*/nullptr, size, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE))) {
-    if (address_ == nullptr) throw std::runtime_error("no memory in the program");
+    if (!address_) throw std::runtime_error("no memory in the program");
 }
 
 RemoteMemory::~RemoteMemory() {
     VirtualFreeEx(process_, address_, 0, MEM_RELEASE);
 }
 
-void RemoteMemory::Write(std::size_t offset, const void* data, std::size_t size) const {
+void RemoteMemory::Write(size_t offset, const void* data, size_t size) const {
     if (!WriteProcessMemory(process_, address_ + offset, data, size, nullptr)) throw std::runtime_error("no writing");
 }
 
-void RemoteMemory::Read(std::size_t offset, void* data, std::size_t size) const {
+void RemoteMemory::Read(size_t offset, void* data, size_t size) const {
     if (!ReadProcessMemory(process_, address_ + offset, data, size, nullptr)) throw std::runtime_error("no reading");
 }
 
-Target::Target(const TestDesktop& desktop, const std::wstring& command_line) : desktop_(desktop) {
+Target::Target(const TestDesktop& desktop, const std::wstring& commandLine) : desktop_(desktop) {
     std::wstring name = desktop.Name();
     STARTUPINFOW start = {};
     start.cb = sizeof start;
     start.lpDesktop = name.data();
-    std::wstring command = command_line;
+    std::wstring command = commandLine;
     if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, /*bInheritHandles=*/FALSE, 0, nullptr, nullptr,
                         &start, &process_)) {
         throw std::runtime_error("the program cannot be started");
@@ -88,21 +88,21 @@ Target::~Target() {
 bool Target::TurnTo(const std::wstring& window_class) {
     Search search = {process_.dwProcessId, window_class, nullptr};
     EnumDesktopWindows(desktop_.Handle(), Look, reinterpret_cast<LPARAM>(&search));
-    if (search.found != nullptr) window_ = search.found;
+    if (search.found) window_ = search.found;
     return search.found != nullptr;
 }
 
 HWND Target::Control(int id) const {
     const HWND control = id == 0 ? window_ : GetDlgItem(window_, id);
-    if (control == nullptr) throw std::runtime_error("there is no control " + std::to_string(id));
+    if (!control) throw std::runtime_error("there is no control " + std::to_string(id));
     return control;
 }
 
 std::wstring Target::Text(int id) const {
     const HWND control = Control(id);
-    std::wstring text(static_cast<std::size_t>(SendMessageW(control, WM_GETTEXTLENGTH, 0, 0)) + 1, L'\0');
-    text.resize(static_cast<std::size_t>(
-        SendMessageW(control, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
+    std::wstring text(static_cast<size_t>(SendMessageW(control, WM_GETTEXTLENGTH, 0, 0)) + 1, L'\0');
+    text.resize(
+        static_cast<size_t>(SendMessageW(control, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
     return text;
 }
 
@@ -126,7 +126,7 @@ int Target::FocusedControl() const {
     // The thread in the foreground is the one that gets keys.
     GUITHREADINFO info = {};
     info.cbSize = sizeof info;
-    if (!GetGUIThreadInfo(/*idThread=*/0, &info) || info.hwndFocus == nullptr) return 0;
+    if (!GetGUIThreadInfo(/*idThread=*/0, &info) || !info.hwndFocus) return 0;
     const bool own = GetWindowThreadProcessId(info.hwndFocus, /*lpdwProcessId=*/nullptr) == process_.dwThreadId;
     return own ? GetDlgCtrlID(info.hwndFocus) : 0;
 }

@@ -1,6 +1,7 @@
 // Target: a window program, as the tests see it from outside.
 // SPDX-License-Identifier: MIT
-#pragma once
+#ifndef WPK_TESTS_EXAMPLES_WINDOW_DRIVER_TARGET_H
+#define WPK_TESTS_EXAMPLES_WINDOW_DRIVER_TARGET_H
 
 #include <windows.h>
 
@@ -14,17 +15,17 @@ namespace window_driver {
 /// Memory in another process, for messages that carry pointers.
 class RemoteMemory {
 public:
-    RemoteMemory(HANDLE process, std::size_t size);
+    RemoteMemory(HANDLE process, size_t size);
     ~RemoteMemory();
     RemoteMemory(const RemoteMemory&) = delete;
     RemoteMemory& operator=(const RemoteMemory&) = delete;
 
     template <class T>
-    T* At(std::size_t offset) const {
+    T* At(size_t offset) const {
         return reinterpret_cast<T*>(address_ + offset);
     }
-    void Write(std::size_t offset, const void* data, std::size_t size) const;
-    void Read(std::size_t offset, void* data, std::size_t size) const;
+    void Write(size_t offset, const void* data, size_t size) const;
+    void Read(size_t offset, void* data, size_t size) const;
 
 private:
     HANDLE process_;
@@ -34,7 +35,7 @@ private:
 /// Everything fails with a std::runtime_error that says what was not there.
 class Target {
 public:
-    Target(const TestDesktop& desktop, const std::wstring& command_line);
+    Target(const TestDesktop& desktop, const std::wstring& commandLine);
     ~Target();
     Target(const Target&) = delete;
     Target& operator=(const Target&) = delete;
@@ -65,3 +66,5 @@ private:
 };
 
 }  // namespace window_driver
+
+#endif  // WPK_TESTS_EXAMPLES_WINDOW_DRIVER_TARGET_H

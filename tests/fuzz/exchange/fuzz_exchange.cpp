@@ -12,10 +12,10 @@
 #include <string_view>
 #include <utility>
 
+#include "fake_platform/control.h"
 #include "fuzz/exchange/model.h"
 #include "fuzz/exchange/script.h"
 #include "fuzz/exchange/scripted_network.h"
-#include "host/control.h"
 #include "transport/exchange.h"
 
 namespace wpk::fuzz {
@@ -50,7 +50,7 @@ private:
     std::string path_;
 };
 
-const SpoolFolder spool_folder;
+const SpoolFolder spoolFolder;
 
 /// Gets the notifications of one exchange and checks each as it comes.
 class Application {
@@ -102,7 +102,7 @@ private:
         data_ = progress.lpData;
         total_ = progress.dwTotal;
         CheckBytes(received_, progress.dwReceived);
-        if (received_ == 0 && script_.cancels_in_progress) {
+        if (received_ == 0 && script_.cancelsInProgress) {
             cancel_();
             cancelled_ = progress.dwReceived < progress.dwTotal;
         }
@@ -115,9 +115,9 @@ private:
         Require(expected_.error == 0 && !cancelled_, "a reply is delivered only where there is one");
         const size_t length = expected_.body.size();
         Require(reply.nError == 0 && reply.dwDataLength == length, "a reply has the length announced");
-        Require((reply.lpData == nullptr) == (length == 0), "only an empty reply has no bytes");
+        Require((!reply.lpData) == (length == 0), "only an empty reply has no bytes");
         Require(received_ == length && reply.lpData == data_, "a reply has been told piece by piece");
-        Require(spool_folder.Files() == (length > kLongestInMemory ? 1 : 0), "only a large reply is in a file");
+        Require(spoolFolder.Files() == (length > kLongestInMemory ? 1 : 0), "only a large reply is in a file");
         CheckBytes(0, reply.dwDataLength);
     }
 
@@ -135,7 +135,7 @@ private:
             question.bRetry = 1;
         }
         ++questions_;
-        if (script_.cancels_in_question) cancel_();
+        if (script_.cancelsInQuestion) cancel_();
     }
 
     void CheckBytes(uint32_t from, uint32_t to) const {
@@ -158,7 +158,7 @@ private:
 
 WPK_INITSTRUCT SettingsOf(const Script& script) {
     WPK_INITSTRUCT settings{};
-    settings.bBehindProxy = script.via_proxy ? 1 : 0;
+    settings.bBehindProxy = script.viaProxy ? 1 : 0;
     settings.lpszProxyServer = "127.0.0.1";
     settings.nProxyPort = 3128;
     settings.lpszProxyUser = script.login.user.c_str();
@@ -182,14 +182,14 @@ void Run(const Script& script) {
     TransportState state;
     Require(state.settings.CopyFrom(SettingsOf(script)), "the settings are copied");
     state.connectionStatus = 1;
-    const CountedText spool_path(spool_folder.Path());
-    state.tempDirectory = &spool_path;
+    const CountedText spoolPath(spoolFolder.Path());
+    state.tempDirectory = &spoolPath;
 
     Connection connection;
-    const Semaphore cancel_semaphore(SemaphoreKind::kSignal);
+    const Semaphore cancelSemaphore(SemaphoreKind::kSignal);
     const auto cancel = [&] {
         connection.Cancel();
-        cancel_semaphore.Signal();
+        cancelSemaphore.Signal();
     };
     Application application(script, expected, cancel);
     WPK_SENDSTRUCT message;
@@ -202,7 +202,7 @@ void Run(const Script& script) {
     message.dwDataLength = static_cast<uint32_t>(script.message.size());
 
     const ScriptedNetwork network(script, cancel);
-    const uint32_t delivered = RunExchange(&message, &connection, &cancel_semaphore, state);
+    const uint32_t delivered = RunExchange(&message, &connection, &cancelSemaphore, state);
     connection.Close();
 
     application.CheckAllCame();
@@ -231,6 +231,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzz::Run(fuzz::Script({reinterpret_cast<const char*>(data), size}));
     fuzz::Require(host::CountLive() == before, "everything that was opened is closed");
     fuzz::Require(host::Misuses().empty(), "nothing closed is used");
-    fuzz::Require(fuzz::spool_folder.Files() == 0, "no file is left");
+    fuzz::Require(fuzz::spoolFolder.Files() == 0, "no file is left");
     return 0;
 }

@@ -7,7 +7,6 @@
 #include <optional>
 
 namespace wpk::fuzz {
-
 namespace {
 
 using Kind = Event::Kind;
@@ -55,12 +54,12 @@ std::string Tagged(const std::string& text) {
 }
 
 std::string RequestOf(const Script& script, const Login& login) {
-    const std::string body = Tagged("WPK_IsBehindProxy") + Tagged(script.via_proxy ? "YES" : "NO") +
+    const std::string body = Tagged("WPK_IsBehindProxy") + Tagged(script.viaProxy ? "YES" : "NO") +
                              Tagged("WPK_ServiceName") + Tagged("Echo") + Tagged("WPK_ServiceData") +
                              Tagged(script.message);
     std::string head = "POST http://127.0.0.1:8080/ HTTP/1.0\r\nUser-Agent: WPK/1.00\r\n";
     head += "Content-Type: application/tagged-data\r\nContent-Length: " + std::to_string(body.size()) + "\r\n";
-    if (script.via_proxy && !(login.user + login.password).empty()) {
+    if (script.viaProxy && !(login.user + login.password).empty()) {
         head += "Proxy-Authorization: Basic " + Base64(login.user + ":" + login.password) + "\r\n";
     }
     return head + "\r\n" + body;
@@ -97,8 +96,8 @@ private:
     }
 
     /// A body that is complete with what has come already is still delivered.
-    void LateCancel(bool in_head) {
-        if (in_head || at_ == reply_.size()) Cancel();
+    void LateCancel(bool inHead) {
+        if (inHead || at_ == reply_.size()) Cancel();
         cancelled_ = true;
         event_ = script_.receives.size();
     }
@@ -116,26 +115,26 @@ private:
     }
 
     /// The next byte of the reply, once everything has passed that comes before it.
-    char NextByte(bool in_head) {
+    char NextByte(bool inHead) {
         uint32_t waited = 0;
         while (event_ < script_.receives.size()) {
             const Event& event = script_.receives[event_];
             // A piece that goes beyond the reply's end never does.
-            if (event.kind == Kind::kPiece && in_piece_ < event.amount) break;
+            if (event.kind == Kind::kPiece && inPiece_ < event.amount) break;
             if (event.kind == Kind::kPause) waited += event.amount;
-            if (in_head && waited >= kHeadTimeoutMs) throw Broken();
+            if (inHead && waited >= kHeadTimeoutMs) throw Broken();
             if (event.kind == Kind::kCancel) Cancel();
-            if (event.kind == Kind::kLateCancel) LateCancel(in_head);
+            if (event.kind == Kind::kLateCancel) LateCancel(inHead);
             if (event.kind == Kind::kClose || event.kind == Kind::kReset) throw Broken();
             ++event_;
-            in_piece_ = 0;
+            inPiece_ = 0;
         }
         if (at_ == reply_.size()) {
             // In the head the time-out comes first.
-            if (script_.stays_open && !in_head) Cancel();
+            if (script_.staysOpen && !inHead) Cancel();
             throw Broken();
         }
-        ++in_piece_;
+        ++inPiece_;
         return reply_[at_++];
     }
 
@@ -202,7 +201,7 @@ private:
     const std::string& reply_;
     bool& cancelled_;
     size_t event_ = 0;
-    size_t in_piece_ = 0;
+    size_t inPiece_ = 0;
     size_t at_ = 0;
     std::optional<uint32_t> length_;
     std::string server_;
@@ -251,12 +250,12 @@ Expectation Expect(const Script& script) {
         expected.body = attempt.body;
         if (delivered) return expected;
         expected.error = cancelled ? -4 : CodeOf(attempt.outcome);
-        if (attempt.outcome != Outcome::kProxyRefused || !script.via_proxy) return expected;
+        if (attempt.outcome != Outcome::kProxyRefused || !script.viaProxy) return expected;
 
         const size_t question = expected.questions.size();
         expected.questions.push_back(
             {expected.login.user.substr(0, kFieldText), expected.login.password.substr(0, kFieldText)});
-        if (script.cancels_in_question) {
+        if (script.cancelsInQuestion) {
             cancelled = true;
             expected.error = -4;
         }

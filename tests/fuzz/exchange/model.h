@@ -1,7 +1,7 @@
 // What an exchange must come to, worked out from its script in the plainest way.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_FUZZ_EXCHANGE_MODEL_H
-#define WPK_FUZZ_EXCHANGE_MODEL_H
+#ifndef WPK_TESTS_FUZZ_EXCHANGE_MODEL_H
+#define WPK_TESTS_FUZZ_EXCHANGE_MODEL_H
 
 #include <string>
 #include <vector>
@@ -29,4 +29,4 @@ Expectation Expect(const Script& script);
 
 }  // namespace wpk::fuzz
 
-#endif
+#endif  // WPK_TESTS_FUZZ_EXCHANGE_MODEL_H

@@ -6,8 +6,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace wpk::fuzz {
+#include "support/pattern.h"
 
+namespace wpk::fuzz {
 namespace {
 
 constexpr size_t kMostFiller = 40000;
@@ -30,13 +31,6 @@ size_t TakeNumber(std::string_view& text, size_t most) {
         number = std::min(most, number * 10 + static_cast<size_t>(text[0] - '0'));
     }
     return number;
-}
-
-/// Neither repeats soon nor holds long runs: a byte in the wrong place shows.
-std::string Pattern(size_t size) {
-    std::string bytes(size, '\0');
-    for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 7 + i / 251);
-    return bytes;
 }
 
 std::vector<Event> ReadEvents(std::string_view text) {
@@ -74,29 +68,29 @@ Script::Script(std::string_view input) {
 }
 
 void Script::ReadModes(std::string_view modes) {
-    const bool long_texts = modes.find('l') != std::string_view::npos;
+    const bool longTexts = modes.find('l') != std::string_view::npos;
     while (!modes.empty()) {
         const char mode = modes[0];
         modes.remove_prefix(1);
-        if (mode == 'p') via_proxy = true;
-        if (mode == 'k') stays_open = true;
-        if (mode == 'x') cancels_in_progress = true;
-        if (mode == 'q') cancels_in_question = true;
+        if (mode == 'p') viaProxy = true;
+        if (mode == 'k') staysOpen = true;
+        if (mode == 'x') cancelsInProgress = true;
+        if (mode == 'q') cancelsInQuestion = true;
         if (mode == 'f') filler_ = TakeNumber(modes, kMostFiller);
-        if (mode == 'm') message = Pattern(TakeNumber(modes, kMostMessage));
+        if (mode == 'm') message = test::Pattern(TakeNumber(modes, kMostMessage));
         if (mode == 'c')
-            login = long_texts ? Login{std::string(300, 'u'), std::string(300, 'p')} : Login{"user", "pass"};
+            login = longTexts ? Login{std::string(300, 'u'), std::string(300, 'p')} : Login{"user", "pass"};
         if (mode == 'a' && answers.size() < kMostAnswers) {
             const std::string number = std::to_string(answers.size());
-            answers.push_back(long_texts ? Login{std::string(256, number[0]), std::string(256, 'q')}
-                                         : Login{"user" + number, "answer"});
+            answers.push_back(longTexts ? Login{std::string(256, number[0]), std::string(256, 'q')}
+                                        : Login{"user" + number, "answer"});
         }
     }
 }
 
 void Script::ReadReplies(std::string_view text, size_t filler) {
     do {
-        replies_.push_back(std::string(TakeUntil(text, kNextReply)) + Pattern(filler));
+        replies_.push_back(std::string(TakeUntil(text, kNextReply)) + test::Pattern(filler));
     } while (!text.empty());
 }
 

@@ -16,8 +16,8 @@
 // |          | arrives; 0: the peer closes; !: it resets                                                           |
 // | sends    | the same for what is sent, but for y; 0 and !: the send fails                                       |
 // | connects | i: connected at once; r: refused at once; .: not yet; !: fails; x: the request is cancelled         |
-#ifndef WPK_FUZZ_EXCHANGE_SCRIPT_H
-#define WPK_FUZZ_EXCHANGE_SCRIPT_H
+#ifndef WPK_TESTS_FUZZ_EXCHANGE_SCRIPT_H
+#define WPK_TESTS_FUZZ_EXCHANGE_SCRIPT_H
 
 #include <cstddef>
 #include <cstdint>
@@ -45,10 +45,10 @@ struct Script {
 
     const std::string& ReplyOf(size_t connection) const;
 
-    bool via_proxy = false;
-    bool stays_open = false;
-    bool cancels_in_progress = false;
-    bool cancels_in_question = false;
+    bool viaProxy = false;
+    bool staysOpen = false;
+    bool cancelsInProgress = false;
+    bool cancelsInQuestion = false;
     Login login;
     /// What the questions for credentials are answered with, until they run out.
     std::vector<Login> answers;
@@ -70,4 +70,4 @@ void Require(bool holds, const char* promise);
 
 }  // namespace wpk::fuzz
 
-#endif
+#endif  // WPK_TESTS_FUZZ_EXCHANGE_SCRIPT_H

@@ -10,7 +10,6 @@
 #include "winsock_types.h"
 
 namespace wpk::fuzz {
-
 namespace {
 
 using Kind = Event::Kind;
@@ -19,7 +18,7 @@ using Kind = Event::Kind;
 constexpr uint32_t kPatienceMs = 100000;
 
 ScriptedNetwork* current = nullptr;
-uint64_t clock_ms = 0;
+uint64_t clockMs = 0;
 
 }  // namespace
 
@@ -56,13 +55,13 @@ ScriptedNetwork::~ScriptedNetwork() {
 }
 
 uint64_t ScriptedNetwork::Clock() {
-    return clock_ms;
+    return clockMs;
 }
 
 bool ScriptedNetwork::PassPauses(Course& course, uint32_t& milliseconds) {
     while (course.At(Kind::kPause)) {
         const uint32_t left = course.Wait(milliseconds);
-        clock_ms += milliseconds - left;
+        clockMs += milliseconds - left;
         milliseconds = left;
         if (milliseconds == 0) return false;
     }
@@ -82,8 +81,8 @@ uintptr_t ScriptedNetwork::Open() {
     Require(socket_ == 0, "an attempt closes its socket before the next one opens another");
     blocking_ = true;
     connected_ = false;
-    connects_at_ = 0;
-    return socket_ = ++last_socket_;
+    connectsAt_ = 0;
+    return socket_ = ++lastSocket_;
 }
 
 void ScriptedNetwork::Close(uintptr_t socket) {
@@ -106,7 +105,7 @@ void ScriptedNetwork::Connected() {
     requests_.emplace_back();
     receives_ = Course(script_.receives);
     sends_ = Course(script_.sends);
-    open_for_ = 0;
+    openFor_ = 0;
 }
 
 void ScriptedNetwork::Cancel() {
@@ -124,13 +123,13 @@ int ScriptedNetwork::Connect(uintptr_t socket) {
 
 /// Whether a connect under way has come to its end.
 int ScriptedNetwork::SelectConnected() {
-    if (connects_at_ == script_.connects.size()) {
+    if (connectsAt_ == script_.connects.size()) {
         Connected();
         return 1;
     }
-    const char now = script_.connects[connects_at_];
+    const char now = script_.connects[connectsAt_];
     if (now == '!') return -WSAECONNREFUSED;
-    ++connects_at_;
+    ++connectsAt_;
     if (now == 'x') Cancel();
     return 0;
 }
@@ -147,10 +146,10 @@ int ScriptedNetwork::SelectReadable(uintptr_t socket, uint32_t milliseconds) {
         Cancel();
         return 0;
     }
-    if (!AtEnd() || !script_.stays_open) return 1;
-    clock_ms += milliseconds;
-    open_for_ += milliseconds;
-    if (open_for_ >= kPatienceMs) Cancel();
+    if (!AtEnd() || !script_.staysOpen) return 1;
+    clockMs += milliseconds;
+    openFor_ += milliseconds;
+    if (openFor_ >= kPatienceMs) Cancel();
     return 0;
 }
 
@@ -187,7 +186,7 @@ int ScriptedNetwork::Receive(uintptr_t socket, char* bytes, size_t length) {
         Cancel();
         receives_.SkipAll();
     }
-    const bool waits = receives_.Room() == 0 || (AtEnd() && script_.stays_open);
+    const bool waits = receives_.Room() == 0 || (AtEnd() && script_.staysOpen);
     Require(!waits && blocking_, "a receive blocks, so there is something to receive");
     const size_t given = std::min({length, receives_.Room(), reply_.size()});
     if (given == 0) return 0;

@@ -1,7 +1,7 @@
 // The sockets interface, played from a script, with a clock that runs only while somebody waits.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_FUZZ_EXCHANGE_SCRIPTED_NETWORK_H
-#define WPK_FUZZ_EXCHANGE_SCRIPTED_NETWORK_H
+#ifndef WPK_TESTS_FUZZ_EXCHANGE_SCRIPTED_NETWORK_H
+#define WPK_TESTS_FUZZ_EXCHANGE_SCRIPTED_NETWORK_H
 
 #include <cstddef>
 #include <cstdint>
@@ -79,17 +79,17 @@ private:
     const Script& script_;
     const std::function<void()> cancel_;
     uintptr_t socket_ = 0;
-    uintptr_t last_socket_ = 0;
+    uintptr_t lastSocket_ = 0;
     bool blocking_ = true;
     bool connected_ = false;
-    size_t connects_at_ = 0;
+    size_t connectsAt_ = 0;
     std::vector<std::string> requests_;
     std::string_view reply_;
     Course receives_;
     Course sends_;
-    uint32_t open_for_ = 0;
+    uint32_t openFor_ = 0;
 };
 
 }  // namespace wpk::fuzz
 
-#endif
+#endif  // WPK_TESTS_FUZZ_EXCHANGE_SCRIPTED_NETWORK_H

@@ -24,7 +24,7 @@ struct Head {
     ReplyHead state;
 };
 
-// Reads a whole head as the exchange does, from portions of `portion` bytes.
+/// Reads a whole head as the exchange does, from portions of `portion` bytes.
 class HeadReader {
 public:
     HeadReader(std::string_view bytes, size_t portion) : bytes_(bytes), portion_(portion) {}
@@ -76,7 +76,7 @@ private:
     Head head_;
 };
 
-// How the bytes are cut into portions must not matter.
+/// How the bytes are cut into portions must not matter.
 void CheckHead(std::string_view bytes, size_t portion) {
     const Head whole = HeadReader(bytes, bytes.size() + 1).Read();
     const Head pieces = HeadReader(bytes, portion).Read();

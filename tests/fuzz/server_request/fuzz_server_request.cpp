@@ -19,7 +19,7 @@
 namespace message_server {
 namespace {
 
-constexpr std::size_t kMaxBody = 2000;
+constexpr size_t kMaxBody = 2000;
 
 void Require(bool holds) {
     if (!holds) std::abort();
@@ -35,11 +35,11 @@ public:
 
 private:
     const std::unique_ptr<char[]> bytes_;
-    const std::size_t size_;
+    const size_t size_;
 };
 
 /// The head's end is the same however much has come behind it, and is not there before.
-void CheckHeadEnd(std::string_view bytes, std::optional<std::size_t> end) {
+void CheckHeadEnd(std::string_view bytes, std::optional<size_t> end) {
     if (!end) return;
     Require(*end >= 4 && *end <= bytes.size() && bytes.substr(*end - 4, 4) == "\r\n\r\n");
     Require(FindHeadEnd(bytes.substr(0, *end)) == end && !FindHeadEnd(bytes.substr(0, *end - 1)));
@@ -80,7 +80,7 @@ void Serve(std::string_view bytes) {
     if (!end) return;
     try {
         const Exact head(bytes.substr(0, *end));
-        const std::size_t length = ParseHead(head.View(), kMaxBody);
+        const size_t length = ParseHead(head.View(), kMaxBody);
         Require(length <= kMaxBody);
         if (bytes.size() - *end < length) return;
         const Exact body(bytes.substr(*end, length));
@@ -105,7 +105,7 @@ void ServeBody(std::string_view bytes) {
 }  // namespace
 }  // namespace message_server
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     message_server::Serve(bytes);
     message_server::ServeBody(bytes);

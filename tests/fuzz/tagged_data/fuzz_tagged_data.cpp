@@ -44,9 +44,9 @@ std::string Folded(std::string text) {
     return text;
 }
 
-bool Has(const Entries& entries, const std::string& key, bool ignore_case) {
+bool Has(const Entries& entries, const std::string& key, bool ignoreCase) {
     for (const auto& entry : entries) {
-        if (ignore_case ? Folded(entry.first) == Folded(key) : entry.first == key) return true;
+        if (ignoreCase ? Folded(entry.first) == Folded(key) : entry.first == key) return true;
     }
     return false;
 }
@@ -60,15 +60,15 @@ std::string TakeLine(std::string_view& text) {
 
 /// Lines "key=value" become entries, lines "!" join what is there; the first line "i" makes keys ignore their case.
 void CheckWriter(std::string_view lines) {
-    const bool ignore_case = TakeLine(lines) == "i";
-    TaggedData data(ignore_case ? TaggedData::Keys::kCaseInsensitive : TaggedData::Keys::kCaseSensitive);
+    const bool ignoreCase = TakeLine(lines) == "i";
+    TaggedData data(ignoreCase ? TaggedData::Keys::kCaseInsensitive : TaggedData::Keys::kCaseSensitive);
     Entries expected;
     while (!lines.empty() && expected.size() < kMostEntries) {
         const std::string line = TakeLine(lines);
         if (line == "!") Require(data.Join() == 1);
         const std::string key = line.substr(0, line.find('='));
         const std::string value = line.substr(std::min(key.size() + 1, line.size()));
-        const bool fresh = !Has(expected, key, ignore_case);
+        const bool fresh = !Has(expected, key, ignoreCase);
         if (fresh) expected.emplace_back(key, value);
         Require(data.Add(key, value.data(), static_cast<uint32_t>(value.size())) == (fresh ? 1 : 0));
     }

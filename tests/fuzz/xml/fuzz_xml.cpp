@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/xml.h"
 #include "wpk/xml.h"
 
 namespace {
@@ -15,37 +16,29 @@ using AdvXMLParser::Document;
 using AdvXMLParser::Element;
 using AdvXMLParser::Node;
 using AdvXMLParser::NodeContainer;
-using Tree = std::unique_ptr<Document>;
+using Tree = xml_tests::DocumentPtr;
+using xml_tests::Written;
 
 void Require(bool holds) {
     if (!holds) std::abort();
 }
 
-Tree Parse(const std::string& text) {
+/// Null for what is refused.
+Tree ParseIfWellFormed(const std::string& text) {
     try {
-        return Tree(AdvXMLParser::Parser().Parse(text.data(), static_cast<int>(text.size())));
+        return xml_tests::Parse(text);
     } catch (const AdvXMLParser::ParsingException& exception) {
         Require(exception.code >= 1 && exception.code <= 43 && exception.line >= 1);
         return nullptr;
     }
 }
 
-std::string Write(const Node& node, unsigned flags, const char* indent = "  ") {
-    std::string output;
-    AdvXMLParser::WriteContext context;
-    context.flags = flags;
-    context.indent = indent;
-    context.output = &output;
-    node.Write(context);
-    return output;
-}
-
 /// Every node below `container`, and itself, parents before children.
 std::vector<Node*> AllNodes(NodeContainer& container) {
     std::vector<Node*> nodes = {&container};
-    for (std::size_t at = 0; at < nodes.size(); ++at) {
+    for (size_t at = 0; at < nodes.size(); ++at) {
         auto* parent = dynamic_cast<NodeContainer*>(nodes[at]);
-        if (parent == nullptr) continue;
+        if (!parent) continue;
         nodes.insert(nodes.end(), parent->children.begin(), parent->children.end());
         if (auto* element = dynamic_cast<Element*>(parent)) {
             nodes.insert(nodes.end(), element->attributes.begin(), element->attributes.end());
@@ -62,7 +55,7 @@ void AskEveryNode(Document& tree) {
         Require(node->parent != nullptr);
         node->GetText();
         node->GetNodeValue();
-        Write(*node, 0);
+        Written(*node, 0);
         const std::unique_ptr<Node> copy(node->Clone(&AdvXMLParser::NullElement()));
         for (int code = 1; code < 10; ++code) Require(copy->IsType(code) == node->IsType(code));
     }
@@ -70,34 +63,34 @@ void AskEveryNode(Document& tree) {
 
 /// What is written reads back, but for character references of 0x80 and above.
 Tree ReadBack(const std::string& written) {
-    Tree again = Parse(written);
+    Tree again = ParseIfWellFormed(written);
     Require(again != nullptr || written.find("&#x;") != std::string::npos);
     return again;
 }
 
 /// A tree written verbatim reads back as the same.
 void WriteVerbatimAndReadBack(const Document& tree) {
-    const std::string written = Write(tree, AdvXMLParser::WRITE_VERBATIM);
-    if (const Tree again = ReadBack(written)) Require(Write(*again, AdvXMLParser::WRITE_VERBATIM) == written);
+    const std::string written = Written(tree, AdvXMLParser::WRITE_VERBATIM);
+    if (const Tree again = ReadBack(written)) Require(Written(*again, AdvXMLParser::WRITE_VERBATIM) == written);
 }
 
 /// The layout adds white space between the nodes. Once it is there, another round changes nothing any more.
 void LayOutAndReadBack(const Document& tree, const char* indent) {
-    const Tree first = ReadBack(Write(tree, 0, indent));
+    const Tree first = ReadBack(Written(tree, 0, indent));
     if (!first) return;
-    const std::string laid_out = Write(*first, 0, indent);
-    const Tree second = ReadBack(laid_out);
-    Require(second && Write(*second, 0, indent) == laid_out);
+    const std::string laidOut = Written(*first, 0, indent);
+    const Tree second = ReadBack(laidOut);
+    Require(second && Written(*second, 0, indent) == laidOut);
 }
 
 /// The copy of a document has all that is below it but attributes, and no root of its own.
 void CloneWhole(const Document& tree) {
     const std::unique_ptr<Document> copy(tree.Clone(&AdvXMLParser::NullElement()));
-    Require(copy->root == nullptr && copy->children.size() == tree.children.size());
+    Require(!copy->root && copy->children.size() == tree.children.size());
     Require(copy->version == "1.0" && copy->encoding == "UTF-8" && copy->standalone);
-    const std::string written = Write(*copy, AdvXMLParser::WRITE_VERBATIM);
+    const std::string written = Written(*copy, AdvXMLParser::WRITE_VERBATIM);
     const std::unique_ptr<Document> again(copy->Clone(nullptr));
-    Require(Write(*again, AdvXMLParser::WRITE_VERBATIM) == written);
+    Require(Written(*again, AdvXMLParser::WRITE_VERBATIM) == written);
     ReadBack(written);
 }
 
@@ -113,7 +106,7 @@ void FindAndChange(Document& tree) {
         node->GetOrCreateElement("made")->AppendText("x");
     }
     tree.GetText();
-    Write(tree, 0);
+    Written(tree, 0);
 }
 
 /// The look-ups of one container agree with each other and with a plain count.
@@ -121,10 +114,10 @@ void CountByName(NodeContainer& container) {
     if (container.children.size() > 100) return;
     for (const Node* wanted : container.children) {
         const std::string name(wanted->name);
-        std::size_t expected = 0;
+        size_t expected = 0;
         for (const Node* child : container.children) expected += child->IsType(1) && child->name == name ? 1 : 0;
-        std::size_t found = 0;
-        for (std::size_t i = 0; container.FindNextElement(name, i); ++i) {
+        size_t found = 0;
+        for (size_t i = 0; container.FindNextElement(name, i); ++i) {
             Require(container.children[i]->name == name && container.children[i]->IsType(1));
             if (found == 0) Require(container.FindElement(name) == container.children[i]);
             ++found;
@@ -138,7 +131,7 @@ void MoveAround(Document& tree) {
     Element target(nullptr, "target");
     for (Node* node : AllNodes(tree)) {
         auto* container = dynamic_cast<NodeContainer*>(node);
-        if (container == nullptr) continue;
+        if (!container) continue;
         CountByName(*container);
         if (container->children.empty() || target.children.size() > 100) continue;
         NodeContainer::CloneChildren(*container, target);
@@ -151,16 +144,16 @@ void MoveAround(Document& tree) {
         container->AppendText("b");
         Require(container->pendingText->text == "ab");
         container->AppendChild(new AdvXMLParser::Comment(container, "c"));
-        Require(container->pendingText == nullptr);
+        Require(!container->pendingText);
     }
     Require(IsNull(AdvXMLParser::NullElement().GetOrCreateElement("x")));
     target.GetText();
-    Write(target, 0, "\t");
-    Write(tree, 0, nullptr);
+    Written(target, 0, "\t");
+    Written(tree, 0, nullptr);
     target.GetOrCreateElement("made")->AppendText("x");
     Require(target.FindElement("made") == target.GetOrCreateElement("made"));
     target.DeleteChildren();
-    Require(target.children.empty() && Write(target, AdvXMLParser::WRITE_VERBATIM) == "<target/>");
+    Require(target.children.empty() && Written(target, AdvXMLParser::WRITE_VERBATIM) == "<target/>");
 }
 
 /// Nodes of one parse share their memory: take the tree apart and let the pieces die in another order.
@@ -168,12 +161,12 @@ void TakeApart(Tree tree) {
     std::vector<std::unique_ptr<Node>> kept;
     for (Node* node : AllNodes(*tree)) {
         auto* container = dynamic_cast<NodeContainer*>(node);
-        if (container == nullptr || container->children.empty() || kept.size() >= 50) continue;
+        if (!container || container->children.empty() || kept.size() >= 50) continue;
         kept.emplace_back(container->children.back());
         container->children.pop_back();
     }
     tree.reset();
-    for (std::size_t at = 0; at < kept.size(); at += 2) kept[at].reset();
+    for (size_t at = 0; at < kept.size(); at += 2) kept[at].reset();
     for (const std::unique_ptr<Node>& node : kept) {
         if (node) node->GetText();
     }
@@ -181,7 +174,7 @@ void TakeApart(Tree tree) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Tree tree;
     try {
         tree.reset(AdvXMLParser::Parser().Parse(data, static_cast<int>(size)));

@@ -7,10 +7,10 @@
 #include <string>
 #include <string_view>
 
-#include "model/xml/agreement.h"
-#include "model/xml/cursors.h"
+#include "xml_model/agreement.h"
+#include "xml_model/cursors.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // The model calls itself for every level, and asks every node on its own.
     if (size > 4096) return 0;
     const std::string_view input(reinterpret_cast<const char*>(data), size);

@@ -1,16 +1,16 @@
 // The connection types on machines with remote access, without it, and with half of it. Each in a process of its own.
 // SPDX-License-Identifier: MIT
-#include "interface/dial_up/scene.h"
+#include "interface/dial_up/remote_access_scenes.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
-#include "interface/rig/inbox.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/inbox.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 namespace wpk::rig {
 namespace {
@@ -43,10 +43,10 @@ Library Start(WPK_INT64 type) {
     return library;
 }
 
-// 0 for a reply.
+/// 0 for a reply.
 int OutcomeOfRequest(const Library& library) {
     Peer peer(Answer(Ok("here")));
-    Request request(peer.port());
+    Request request(peer.Port());
     if (!request.Run(library)) return 1;
     if (request.Final().error == WPK_ERROR_NO_NETWORK && peer.Connections() != 0) return 2;
     return request.Final().error;
@@ -56,12 +56,12 @@ bool HasRemoteAccess() {
     return LoadLibraryA("rasapi32.dll") != nullptr;
 }
 
-// What the two wrappers return, whatever they are called with.
+/// What the two wrappers return, whatever they are called with.
 bool WrappersReturn(const Library& library, DWORD code) {
     const Wrappers wrappers(library);
     DWORD size = 0, count = 0;
-    return wrappers.enum_connections(nullptr, &size, &count) == code &&
-           wrappers.get_connect_status(nullptr, nullptr) == code;
+    return wrappers.enumConnections(nullptr, &size, &count) == code &&
+           wrappers.getConnectStatus(nullptr, nullptr) == code;
 }
 
 DWORD InAProcess(const char* scenario, const std::string& argument = "-") {
@@ -73,7 +73,7 @@ WPK_SCENARIO(NeverConnected) {
     WPK_REQUIRE(Told().WaitForCount(1));
     WPK_REQUIRE(Told().All()[0].reason == WPK_REASON_CONNECTION);
     WPK_REQUIRE(Told().All()[0].thread != GetCurrentThreadId());
-    WPK_REQUIRE(Told().All()[0].rest_is_zero);
+    WPK_REQUIRE(Told().All()[0].restIsZero);
     WPK_REQUIRE(Told().WaitForThreadEnd());
     WPK_REQUIRE(OutcomeOfRequest(library) == WPK_ERROR_NO_NETWORK);
     WPK_REQUIRE(StatesTold() == (States{0}));
@@ -104,7 +104,7 @@ WPK_SCENARIO(AutomaticDetects) {
     return 0;
 }
 
-// The argument is the connection type.
+/// The argument is the connection type.
 WPK_SCENARIO(DetectionCannotStart) {
     WPK_REQUIRE(!HasRemoteAccess());
     const Library library = Start(std::stoll(argument));
@@ -124,7 +124,7 @@ WPK_SCENARIO(AutomaticIsPermanent) {
     return 0;
 }
 
-// The argument is the connection type.
+/// The argument is the connection type.
 WPK_SCENARIO(FunctionsMissing) {
     const std::string path = ProgramFolder() + "without_functions\\rasapi32.dll";
     // A module that is loaded already is the one that its name stands for.
@@ -146,7 +146,7 @@ WPK_SCENARIO(WrappersPassThrough) {
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&] {
             DWORD size = 0, count = 0;
-            if (wrappers.enum_connections(nullptr, &size, &count) != ERROR_INVALID_PARAMETER) Die("not passed on");
+            if (wrappers.enumConnections(nullptr, &size, &count) != ERROR_INVALID_PARAMETER) Die("not passed on");
         });
     }
     threads.clear();
@@ -154,52 +154,52 @@ WPK_SCENARIO(WrappersPassThrough) {
     Play({Showing({Device("modem", kAuthenticate), Device("vpn", kConnected)})});
     alignas(8) char connections[2 * 724] = {};
     DWORD size = 724, count = 0;
-    WPK_REQUIRE(wrappers.enum_connections(connections, &size, &count) == 632);  // the record does not tell its size
-    const DWORD record_size = 724;
-    std::memcpy(connections, &record_size, sizeof record_size);
-    WPK_REQUIRE(wrappers.enum_connections(connections, &size, &count) == 603);  // too small
+    WPK_REQUIRE(wrappers.enumConnections(connections, &size, &count) == 632);  // the record does not tell its size
+    const DWORD recordSize = 724;
+    std::memcpy(connections, &recordSize, sizeof recordSize);
+    WPK_REQUIRE(wrappers.enumConnections(connections, &size, &count) == 603);  // too small
     WPK_REQUIRE(size == 2 * 724);
-    WPK_REQUIRE(wrappers.enum_connections(connections, &size, &count) == ERROR_SUCCESS);
+    WPK_REQUIRE(wrappers.enumConnections(connections, &size, &count) == ERROR_SUCCESS);
     WPK_REQUIRE(count == 2 && std::strcmp(connections + 724 + 269, "vpn") == 0);
 
     void* connection = nullptr;
     std::memcpy(&connection, connections + 4, sizeof connection);
     DWORD status[332 / sizeof(DWORD)] = {332};
-    WPK_REQUIRE(wrappers.get_connect_status(connection, status) == ERROR_SUCCESS);
+    WPK_REQUIRE(wrappers.getConnectStatus(connection, status) == ERROR_SUCCESS);
     WPK_REQUIRE(status[1] == kAuthenticate);
-    WPK_REQUIRE(wrappers.get_connect_status(nullptr, status) == ERROR_INVALID_HANDLE);
+    WPK_REQUIRE(wrappers.getConnectStatus(nullptr, status) == ERROR_INVALID_HANDLE);
     return 0;
 }
 
-TEST(ConnectionTypes, Never_TellsZeroOnceAndFailsEveryRequest) {
+TEST(ConnectionTypes, NeverTellsZeroOnceAndFailsEveryRequest) {
     EXPECT_EQ(InAProcess("NeverConnected"), 0u);
 }
 
-TEST(ConnectionTypes, Permanent_TellsNothingAndRequestsWork) {
+TEST(ConnectionTypes, PermanentTellsNothingAndRequestsWork) {
     EXPECT_EQ(InAProcess("PermanentNetwork"), 0u);
 }
 
-TEST(ConnectionTypes, Unknown_TellsNothingAndFailsEveryRequest) {
+TEST(ConnectionTypes, UnknownTellsNothingAndFailsEveryRequest) {
     for (const char* type : {"4", "-1", "4294967296"}) EXPECT_EQ(InAProcess("UnknownType", type), 0u) << type;
 }
 
-TEST(ConnectionTypes, AutomaticWithRemoteAccess_Detects) {
+TEST(ConnectionTypes, AutomaticWithRemoteAccessDetects) {
     EXPECT_EQ(InAProcess("AutomaticDetects"), 0u);
 }
 
-TEST(ConnectionTypes, RemoteAccessWithoutFunctions_NeverConnects) {
+TEST(ConnectionTypes, RemoteAccessWithoutFunctionsNeverConnects) {
     for (const char* type : {"1", "3"}) EXPECT_EQ(InAProcess("FunctionsMissing", type), 0u) << type;
 }
 
-TEST(ConnectionTypes, Wrappers_PassArgumentsAndResultsThrough) {
+TEST(ConnectionTypes, WrappersPassArgumentsAndResultsThrough) {
     EXPECT_EQ(InAProcess("WrappersPassThrough"), 0u);
 }
 
-TEST(WithoutRemoteAccess, DialUp_TakesThePathOfNeverConnected) {
+TEST(WithoutRemoteAccess, DialUpTakesThePathOfNeverConnected) {
     EXPECT_EQ(InAProcess("DetectionCannotStart", "1"), 0u);
 }
 
-TEST(WithoutRemoteAccess, Automatic_IsAPermanentNetwork) {
+TEST(WithoutRemoteAccess, AutomaticIsAPermanentNetwork) {
     EXPECT_EQ(InAProcess("AutomaticIsPermanent"), 0u);
 }
 

@@ -1,21 +1,21 @@
 // Connection type 1 on a machine whose modem comes and goes.
 // SPDX-License-Identifier: MIT
-#include "interface/dial_up/scene.h"
+#include "interface/dial_up/remote_access_scenes.h"
 
 #include <gtest/gtest.h>
 
-#include "interface/rig/import_patch.h"
-#include "interface/rig/inbox.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/import_patch.h"
+#include "support/dll/inbox.h"
+#include "support/dll/peer.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 namespace wpk::rig {
 namespace {
 
 using States = std::vector<unsigned int>;
 
-// One library for all: a process is initialised once. Every test begins and ends with the modem hung up.
+/// One library for all: a process is initialised once. Every test begins and ends with the modem hung up.
 class DialUp : public testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -30,7 +30,7 @@ protected:
         ASSERT_TRUE(Told().WaitForCount(1));
     }
 
-    // Everything that the default callback was told.
+    /// Everything that the default callback was told.
     static Inbox& Told() {
         static Inbox& inbox = *new Inbox;
         return inbox;
@@ -48,7 +48,7 @@ protected:
         PlayUntilTold({Nothing()}, 1);
     }
 
-    // The states told since the test began.
+    /// The states told since the test began.
     States StatesTold() const {
         States states;
         const std::vector<Notification> all = Told().All();
@@ -65,14 +65,14 @@ protected:
 
     static void ExpectRequestFails(int error) {
         Peer peer(Answer(Ok("never")));
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectFailure(*library_, request, error);
         EXPECT_EQ(peer.Connections(), 0u) << "the network was touched";
     }
 
     static void ExpectRequestWorks() {
         Peer peer(Answer(Ok("here")));
-        Request request(peer.port());
+        Request request(peer.Port());
         RunAndExpectReply(*library_, request, "here");
     }
 
@@ -81,17 +81,17 @@ protected:
 };
 Library* DialUp::library_ = nullptr;
 
-TEST_F(DialUp, AfterInit_StateZeroIsToldOnceOnAThreadOfTheLibrary) {
+TEST_F(DialUp, AfterInitStateZeroIsToldOnceOnAThreadOfTheLibrary) {
     const Notification first = Told().All().front();
     EXPECT_EQ(first.reason, static_cast<unsigned int>(WPK_REASON_CONNECTION));
     EXPECT_EQ(first.connected, 0u);
-    EXPECT_EQ(first.user_data, &Told());
-    EXPECT_TRUE(first.rest_is_zero);
+    EXPECT_EQ(first.userData, &Told());
+    EXPECT_TRUE(first.restIsZero);
     EXPECT_NE(first.thread, GetCurrentThreadId());
     ExpectRequestFails(WPK_ERROR_NO_NETWORK);
 }
 
-TEST_F(DialUp, ModemThatDialsAndHangsUp_IsToldOnceEachAndRequestsFollow) {
+TEST_F(DialUp, ModemThatDialsAndHangsUpIsToldOnceEachAndRequestsFollow) {
     PlayUntilTold({ModemIn(kAuthenticate), ModemIn(kConnected)}, 1);
     EXPECT_EQ(StatesTold(), (States{1}));
     ExpectRequestWorks();
@@ -106,19 +106,19 @@ TEST_F(DialUp, ModemThatDialsAndHangsUp_IsToldOnceEachAndRequestsFollow) {
     ExpectRequestFails(WPK_ERROR_NO_NETWORK);
 }
 
-// What a request sent inside the start of the sockets interface has come to: 1 before.
-int outcome_inside_start = 1;
-const Library* starting_library = nullptr;
+/// What a request sent inside the start of the sockets interface has come to: 1 before.
+int outcomeInsideStart = 1;
+const Library* startingLibrary = nullptr;
 
 int WSAAPI SendAndFail(WORD, WSADATA*) {
     Peer peer(Answer(Ok("here")));
-    Request request(peer.port());
-    if (request.Run(*starting_library)) outcome_inside_start = request.Final().error;
+    Request request(peer.Port());
+    if (request.Run(*startingLibrary)) outcomeInsideStart = request.Final().error;
     return WSASYSNOTREADY;
 }
 
-TEST_F(DialUp, SocketsThatDoNotStart_StillCountAsANetworkFromBeforeTheirStart) {
-    starting_library = library_;
+TEST_F(DialUp, SocketsThatDoNotStartStillCountAsANetworkFromBeforeTheirStart) {
+    startingLibrary = library_;
     {
         const ImportPatch start(library_->module(), "WSAStartup", AddressOf(&SendAndFail));
         ASSERT_TRUE(start.Found());
@@ -126,14 +126,14 @@ TEST_F(DialUp, SocketsThatDoNotStart_StillCountAsANetworkFromBeforeTheirStart) {
     }
     EXPECT_EQ(StatesTold(), States{1});
     // The application has started the interface itself, so requests get through whenever there is a network.
-    EXPECT_EQ(outcome_inside_start, 0);
+    EXPECT_EQ(outcomeInsideStart, 0);
     ExpectRequestWorks();
     // For the start that is missing, since the end of the connection takes one back.
     WSADATA sockets;
     ASSERT_EQ(WSAStartup(MAKEWORD(1, 1), &sockets), 0);
 }
 
-TEST_F(DialUp, EveryKindOfComingAndGoing_IsToldInItsOrder) {
+TEST_F(DialUp, EveryKindOfComingAndGoingIsToldInItsOrder) {
     std::vector<StandInConnection> ten(9, Device("vpn", kConnected));
     ten.push_back(Device("modem", kConnected));
     std::vector<StandInConnection> eleven = ten;
@@ -148,7 +148,7 @@ TEST_F(DialUp, EveryKindOfComingAndGoing_IsToldInItsOrder) {
     ExpectRequestFails(WPK_ERROR_NO_NETWORK);
 }
 
-TEST_F(DialUp, VpnAndIsdnConnections_AreNeverToldAndPollsAreFiveSecondsApart) {
+TEST_F(DialUp, VpnAndIsdnConnectionsAreNeverToldAndPollsAreFiveSecondsApart) {
     Play({Showing({Device("vpn", kConnected)}), Showing({Device("isdn", kConnected), Device("VPN", kDisconnected)}),
           Nothing()});
     ASSERT_TRUE(WaitForPolls(2));
@@ -162,7 +162,7 @@ TEST_F(DialUp, VpnAndIsdnConnections_AreNeverToldAndPollsAreFiveSecondsApart) {
     }
 }
 
-TEST_F(DialUp, RequestsAcrossAHangUp_EndInsteadOfWaitingForThePeer) {
+TEST_F(DialUp, RequestsAcrossAHangUpEndInsteadOfWaitingForThePeer) {
     Signal ended;
     Peer silent([&](Connection& connection) {
         connection.ReadRequest();
@@ -170,7 +170,7 @@ TEST_F(DialUp, RequestsAcrossAHangUp_EndInsteadOfWaitingForThePeer) {
     });
     FullListener full;
     PlayUntilTold({ModemIn(kConnected)}, 1);
-    Request waiting(silent.port()), connecting(full.port());
+    Request waiting(silent.Port()), connecting(full.Port());
     ASSERT_NE(waiting.Send(*library_), 0u);
     ASSERT_NE(connecting.Send(*library_), 0u);
     ASSERT_NE(silent.WaitForRequest(), "");
@@ -182,14 +182,14 @@ TEST_F(DialUp, RequestsAcrossAHangUp_EndInsteadOfWaitingForThePeer) {
     EXPECT_TRUE(ended.Wait()) << "its socket was closed";
 }
 
-TEST_F(DialUp, RequestWhoseNetworkWentAndCameBack_EndsAsABrokenExchange) {
+TEST_F(DialUp, RequestWhoseNetworkWentAndCameBackEndsAsABrokenExchange) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(100) + "some");
         connection.WaitForEnd();
     });
     PlayUntilTold({ModemIn(kConnected)}, 1);
-    Request request(peer.port());
+    Request request(peer.Port());
     bool changed = false;
     request.inbox.inside = [&](WPK_CALLBACKSTRUCT& record) {
         if (record.nReason != WPK_REASON_PROGRESS || changed) return;
@@ -202,9 +202,9 @@ TEST_F(DialUp, RequestWhoseNetworkWentAndCameBack_EndsAsABrokenExchange) {
     ExpectRequestWorks();
 }
 
-TEST_F(DialUp, CallbackThatSendsWhenTheNetworkComes_GetsItsReply) {
+TEST_F(DialUp, CallbackThatSendsWhenTheNetworkComesGetsItsReply) {
     Peer peer(Answer(Ok("here")));
-    Request request(peer.port());
+    Request request(peer.Port());
     Told().inside = [&](WPK_CALLBACKSTRUCT& record) {
         if (record.body.connection.dwConnected == 1) request.Send(*library_);
     };

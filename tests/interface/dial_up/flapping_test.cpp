@@ -1,17 +1,17 @@
 // A network that comes and goes all the time, with requests running across every change.
 // SPDX-License-Identifier: MIT
-#include "interface/dial_up/scene.h"
+#include "interface/dial_up/remote_access_scenes.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdio>
 
-#include "interface/rig/inbox.h"
-#include "interface/rig/peer.h"
-#include "interface/rig/process.h"
-#include "interface/rig/request.h"
-#include "interface/rig/wire.h"
+#include "support/dll/inbox.h"
+#include "support/dll/peer.h"
+#include "support/dll/process.h"
+#include "support/dll/request.h"
+#include "support/dll/wire.h"
 
 namespace wpk::rig {
 namespace {
@@ -19,13 +19,13 @@ namespace {
 constexpr unsigned int kChanges = 24;
 constexpr int kSenders = 6;
 constexpr size_t kBodyLength = 20000;  // long enough to be spooled
-// Announced by replies of which the rest never comes.
+/// Announced by replies of which the rest never comes.
 constexpr size_t kEndlessLength = 30000;
 
-// Every second connection is answered; the others get a part of a reply and then nothing more until they end.
+/// Every second connection is answered; the others get a part of a reply and then nothing more until they end.
 void AnswerEverySecond(Connection& connection) {
     connection.ReadRequest();
-    if (connection.index() % 2 == 0) {
+    if (connection.Index() % 2 == 0) {
         connection.Send(Ok(Pattern(kBodyLength)));
         return;
     }
@@ -33,10 +33,10 @@ void AnswerEverySecond(Connection& connection) {
     connection.WaitForEnd();
 }
 
-// What has happened in all, and the states told: each one holds the detection until the requests have seen it.
+/// What has happened in all, and the states told: each one holds the detection until the requests have seen it.
 class Tally {
 public:
-    // A request has got its part of a reply and waits for the rest.
+    /// A request has got its part of a reply and waits for the rest.
     void NoteWaiting() {
         monitor_.Update([&] { ++waiting_; });
     }
@@ -53,7 +53,7 @@ public:
                       final.error != WPK_ERROR_CONNECT;
         });
     }
-    // On the library's thread.
+    /// On the library's thread.
     void NoteState(unsigned int connected) {
         const unsigned int changes = monitor_.Update([&] { return ++changes_; });
         if (changes > kChanges) return;
@@ -69,7 +69,7 @@ public:
         return monitor_.WaitUntil([&] { return changes_ > kChanges; });
     }
 
-    // After the end of all threads.
+    /// After the end of all threads.
     unsigned int wrong() const { return wrong_; }
     unsigned int replies() const { return replies_; }
     unsigned int broken() const { return broken_; }
@@ -88,7 +88,7 @@ void OnState(WPK_CALLBACKSTRUCT* notification) {
     TheTally().NoteState(notification->body.connection.dwConnected);
 }
 
-// One request after the other until `over`.
+/// One request after the other until `over`.
 void KeepSending(const Library& library, unsigned short port, const std::atomic<bool>& over) {
     while (!over) {
         Request request(port);
@@ -110,13 +110,13 @@ bool SocketsStarted() {
     return true;
 }
 
-// The states told.
+/// The states told.
 Inbox& States() {
     static Inbox& inbox = *new Inbox;
     return inbox;
 }
 
-// Sockets of the application's own. The system gives the values of closed ones to the next ones.
+/// Sockets of the application's own. The system gives the values of closed ones to the next ones.
 class OwnSockets {
 public:
     OwnSockets() {
@@ -140,7 +140,7 @@ private:
     SOCKET sockets_[40];
 };
 
-// The network goes and comes back while a request is in its callback. The argument is the port.
+/// The network goes and comes back while a request is in its callback. The argument is the port.
 WPK_SCENARIO(ReturnToAnotherNetwork) {
     while (WSACleanup() == 0) continue;
     const auto port = static_cast<unsigned short>(std::stoi(argument));
@@ -168,8 +168,8 @@ WPK_SCENARIO(ReturnToAnotherNetwork) {
     return sockets.AllOpen() ? 0 : 6;
 }
 
-// Here nobody but the library starts the sockets interface: when it cleans up, every socket of the process goes. The
-// argument is the port.
+/// Here nobody but the library starts the sockets interface: when it cleans up, every socket of the process goes. The
+/// argument is the port.
 WPK_SCENARIO(Flapping) {
     while (WSACleanup() == 0) continue;
     const auto port = static_cast<unsigned short>(std::stoi(argument));
@@ -210,18 +210,18 @@ WPK_SCENARIO(Flapping) {
     return answered ? 0 : 9;
 }
 
-TEST(FlappingNetwork, RequestsAcrossEveryChange_AllEndOnceAndTheNextNetworkWorks) {
+TEST(FlappingNetwork, RequestsAcrossEveryChangeAllEndOnceAndTheNextNetworkWorks) {
     Peer peer(&AnswerEverySecond, kSenders + 2);
-    EXPECT_EQ(Child("Flapping", std::to_string(peer.port())).Wait(), 0u);
+    EXPECT_EQ(Child("Flapping", std::to_string(peer.Port())).Wait(), 0u);
 }
 
-TEST(FlappingNetwork, RequestOfTheOldNetwork_LeavesTheSocketsOfTheNewOneAlone) {
+TEST(FlappingNetwork, RequestOfTheOldNetworkLeavesTheSocketsOfTheNewOneAlone) {
     Peer peer([](Connection& connection) {
         connection.ReadRequest();
         connection.Send(OkHead(kEndlessLength) + "some");
         connection.WaitForEnd();
     });
-    EXPECT_EQ(Child("ReturnToAnotherNetwork", std::to_string(peer.port())).Wait(), 0u);
+    EXPECT_EQ(Child("ReturnToAnotherNetwork", std::to_string(peer.Port())).Wait(), 0u);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // Modules and remote access of a machine made up for a test.
 // SPDX-License-Identifier: MIT
-#include "fake_modules.h"
+#include "unit/env/fake_modules.h"
 
 #include <gtest/gtest.h>
 
@@ -92,7 +92,6 @@ BOOL WINAPI FakeModules::Free(HMODULE module) {
 }
 
 namespace script {
-
 namespace {
 
 /// Guarded by the lock.

@@ -87,4 +87,4 @@ DWORD WINAPI GetConnectStatus(void* connection, core::RasConnectionStatus* statu
 
 }  // namespace wpk::test
 
-#endif
+#endif  // WPK_TESTS_UNIT_ENV_FAKE_MODULES_H

@@ -9,7 +9,7 @@
 #include <vector>
 
 #ifndef _WIN32
-#include "host/control.h"
+#include "fake_platform/control.h"
 #endif
 
 namespace wpk::core {

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "fake_modules.h"
 #include "support/lib_thread.h"
+#include "unit/env/fake_modules.h"
 
 #ifndef _WIN32
-#include "host/control.h"
+#include "fake_platform/control.h"
 #endif
 
 namespace wpk::core {
@@ -43,7 +43,7 @@ public:
 
     /// Until the front desk has begun to stop the Peeker.
     void AwaitStopRequest() const {
-        while (StopRequested() == 0) Sleep(1);
+        EXPECT_TRUE(test::AwaitThat([this] { return StopRequested() != 0; }));
     }
 };
 
@@ -86,9 +86,9 @@ private:
     uint32_t thread_ = 0;
 };
 
-class ModemDetectionTest : public test::ThreadLayer {
+class ModemDetectionServiceTest : public test::ThreadLayer {
 protected:
-    ModemDetectionTest() {
+    ModemDetectionServiceTest() {
         recorder_.expectedSource = &detection_;
         detection_.Attach(&recorder_);
         AddRemoteAccess();
@@ -132,63 +132,63 @@ protected:
 
 // What is told.
 
-TEST_F(ModemDetectionTest, WithoutAnyModemConnectionZeroIsToldOnceAndNothingMore) {
+TEST_F(ModemDetectionServiceTest, WithoutAnyModemConnectionZeroIsToldOnceAndNothingMore) {
     EXPECT_EQ(StatesTold({Nothing(), Nothing(), Nothing(), Nothing(), Nothing()}), (States{0}));
 }
 
-TEST_F(ModemDetectionTest, AModemThatComesUpAndHangsUpIsToldOnceEach) {
+TEST_F(ModemDetectionServiceTest, AModemThatComesUpAndHangsUpIsToldOnceEach) {
     EXPECT_EQ(
         StatesTold({Nothing(), ModemIn(kRasConnected), ModemIn(kRasConnected), ModemIn(kRasConnected), Nothing()}),
         (States{0, 1, 0}));
 }
 
-TEST_F(ModemDetectionTest, AModemThatIsUpAtTheStartIsToldAfterTheInitialZero) {
+TEST_F(ModemDetectionServiceTest, AModemThatIsUpAtTheStartIsToldAfterTheInitialZero) {
     EXPECT_EQ(StatesTold({ModemIn(kRasConnected)}), (States{0, 1}));
 }
 
-TEST_F(ModemDetectionTest, AModemInDisconnectedStateHasGone) {
+TEST_F(ModemDetectionServiceTest, AModemInDisconnectedStateHasGone) {
     EXPECT_EQ(StatesTold({ModemIn(kRasConnected), ModemIn(kRasDisconnected)}), (States{0, 1, 0}));
 }
 
-TEST_F(ModemDetectionTest, DiallingIsNeitherUpNorGone) {
+TEST_F(ModemDetectionServiceTest, DiallingIsNeitherUpNorGone) {
     EXPECT_EQ(StatesTold({ModemIn(0), ModemIn(kDialling), ModemIn(kRasConnected), ModemIn(kDialling), ModemIn(0)}),
               (States{0, 1}));
 }
 
-TEST_F(ModemDetectionTest, AFailedEnumerationBringsNothingUpButTakesAConnectionDownAtOnce) {
+TEST_F(ModemDetectionServiceTest, AFailedEnumerationBringsNothingUpButTakesAConnectionDownAtOnce) {
     EXPECT_EQ(StatesTold({Failing(), Failing(), ModemIn(kRasConnected), Failing(), Failing()}), (States{0, 1, 0}));
 }
 
-TEST_F(ModemDetectionTest, MoreThanTenConnectionsTakeAConnectionDownAtOnce) {
+TEST_F(ModemDetectionServiceTest, MoreThanTenConnectionsTakeAConnectionDownAtOnce) {
     const Scene eleven{std::vector<test::FakeConnection>(11, {"modem", kRasConnected})};
     EXPECT_EQ(StatesTold({ModemIn(kRasConnected), eleven, eleven, ModemIn(kRasConnected)}), (States{0, 1, 0, 1}));
 }
 
-TEST_F(ModemDetectionTest, VpnAndIsdnConnectionsAreNeverTold) {
+TEST_F(ModemDetectionServiceTest, VpnAndIsdnConnectionsAreNeverTold) {
     const Scene others{{{"vpn", kRasConnected}, {"isdn", kRasConnected}, {"VPN", kRasDisconnected}}};
     EXPECT_EQ(StatesTold({others, others, Nothing(), others}), (States{0}));
 }
 
-TEST_F(ModemDetectionTest, AnUpperCaseModemCounts) {
+TEST_F(ModemDetectionServiceTest, AnUpperCaseModemCounts) {
     EXPECT_EQ(StatesTold({{{{"MODEM", kRasConnected}}}, {{{"Modem", kRasDisconnected}}}}), (States{0, 1, 0}));
 }
 
-TEST_F(ModemDetectionTest, AModemThatVanishesBesideAVpnIsStillUp) {
+TEST_F(ModemDetectionServiceTest, AModemThatVanishesBesideAVpnIsStillUp) {
     // Only an empty list, or a modem that reports its end, is an end.
     EXPECT_EQ(StatesTold({ModemIn(kRasConnected), {{{"vpn", kRasConnected}}}, Nothing()}), (States{0, 1, 0}));
 }
 
-TEST_F(ModemDetectionTest, OfTwoModemsTheEndOfOneIsToldAndTheOtherOneBringsTheNetworkBack) {
+TEST_F(ModemDetectionServiceTest, OfTwoModemsTheEndOfOneIsToldAndTheOtherOneBringsTheNetworkBack) {
     const Scene oneOfTwo{{{"modem", kRasConnected}, {"modem", kRasDisconnected}}};
     EXPECT_EQ(StatesTold({oneOfTwo, oneOfTwo, oneOfTwo, Nothing()}), (States{0, 1, 0, 1, 0}));
 }
 
-TEST_F(ModemDetectionTest, AModemWhoseStateCannotBeReadChangesNothing) {
+TEST_F(ModemDetectionServiceTest, AModemWhoseStateCannotBeReadChangesNothing) {
     const Scene unreadable{{{"modem", kRasConnected, ERROR_INVALID_HANDLE}}};
     EXPECT_EQ(StatesTold({unreadable, ModemIn(kRasConnected), unreadable, unreadable}), (States{0, 1}));
 }
 
-TEST_F(ModemDetectionTest, ManyUpsAndDownsAreToldOneByOne) {
+TEST_F(ModemDetectionServiceTest, ManyUpsAndDownsAreToldOneByOne) {
     std::vector<Scene> scenes;
     States expected{0};
     for (uint32_t i = 0; i < 50; ++i) {
@@ -200,7 +200,7 @@ TEST_F(ModemDetectionTest, ManyUpsAndDownsAreToldOneByOne) {
     EXPECT_EQ(StatesTold(scenes), expected);
 }
 
-TEST_F(ModemDetectionTest, ObserversAreToldOnThePeeker) {
+TEST_F(ModemDetectionServiceTest, ObserversAreToldOnThePeeker) {
     test::script::Play({Nothing()});
     ASSERT_EQ(detection_.Start(), 1u);
     recorder_.AwaitFirst();
@@ -211,11 +211,11 @@ TEST_F(ModemDetectionTest, ObserversAreToldOnThePeeker) {
 
 // The wait.
 
-TEST_F(ModemDetectionTest, TheProductPollsEveryFiveSeconds) {
+TEST_F(ModemDetectionServiceTest, TheProductPollsEveryFiveSeconds) {
     EXPECT_EQ(ModemDetectionService::kPollPeriodMs, 5000u);
 }
 
-TEST_F(ModemDetectionTest, AStopWhileWaitingEndsThePeekerAtOnceWithoutAnotherNotification) {
+TEST_F(ModemDetectionServiceTest, AStopWhileWaitingEndsThePeekerAtOnceWithoutAnotherNotification) {
     for (const bool up : {false, true}) {
         // Nobody waits for the end of this period: only the signal ends it.
         Detection detection(modules_.Calls(), INFINITE);
@@ -233,7 +233,7 @@ TEST_F(ModemDetectionTest, AStopWhileWaitingEndsThePeekerAtOnceWithoutAnotherNot
     }
 }
 
-TEST_F(ModemDetectionTest, TheStopReturnsOnlyAfterThePeekersLastNotification) {
+TEST_F(ModemDetectionServiceTest, TheStopReturnsOnlyAfterThePeekersLastNotification) {
     class Blocker : public Observer {
     public:
         uint32_t Update(Observable*, void*) override {
@@ -265,7 +265,7 @@ TEST_F(ModemDetectionTest, TheStopReturnsOnlyAfterThePeekersLastNotification) {
 }
 
 /// A stop that comes while the Peeker takes the look after which it would tell a change.
-class StopInsideALook : public ModemDetectionTest {
+class StopInsideALook : public ModemDetectionServiceTest {
 protected:
     /// The states told until then; the stop comes in the last scene.
     States StatesToldBeforeTheStopIn(std::vector<Scene> scenes) {
@@ -285,7 +285,7 @@ protected:
     }
 
     void SetUp() override {
-        ModemDetectionTest::SetUp();
+        ModemDetectionServiceTest::SetUp();
         endlessRecorder_.expectedSource = &endless_;
         endless_.Attach(&endlessRecorder_);
     }
@@ -315,7 +315,7 @@ TEST_F(StopInsideALook, LeavesASignalAtWhichTheNextPeekerLooksOnceMore) {
     EXPECT_EQ(endlessRecorder_.All(), (States{0, 0, 1}));
 }
 
-TEST_F(ModemDetectionTest, WhileAModemIsUpThePeekerWaitsBetweenTwoLooks) {
+TEST_F(ModemDetectionServiceTest, WhileAModemIsUpThePeekerWaitsBetweenTwoLooks) {
     Detection detection(modules_.Calls(), INFINITE);
     Recorder recorder;
     recorder.expectedSource = &detection;
@@ -332,7 +332,7 @@ TEST_F(ModemDetectionTest, WhileAModemIsUpThePeekerWaitsBetweenTwoLooks) {
     if (peeker) WaitForSingleObject(peeker.Get(), INFINITE);
 }
 
-TEST_F(ModemDetectionTest, AnObserverThatThrowsEndsThePeekerAndTheStopStillReturns) {
+TEST_F(ModemDetectionServiceTest, AnObserverThatThrowsEndsThePeekerAndTheStopStillReturns) {
     recorder_.throwing = true;
     test::script::Play({Nothing()});
     ASSERT_EQ(detection_.Start(), 1u);
@@ -340,14 +340,14 @@ TEST_F(ModemDetectionTest, AnObserverThatThrowsEndsThePeekerAndTheStopStillRetur
     EXPECT_EQ(recorder_.All(), (States{0}));
 }
 
-TEST_F(ModemDetectionTest, AStoppedServiceStartsAgain) {
+TEST_F(ModemDetectionServiceTest, AStoppedServiceStartsAgain) {
     EXPECT_EQ(StatesTold({ModemIn(kRasConnected)}), (States{0, 1}));
     EXPECT_EQ(StatesTold({ModemIn(kRasConnected)}), (States{0, 1, 0, 1})) << "it does not remember the last connection";
 }
 
 // The start.
 
-TEST_F(ModemDetectionTest, TheStartProbesRemoteAccessAndTakesTheWrappersFromTheLibrarysModule) {
+TEST_F(ModemDetectionServiceTest, TheStartProbesRemoteAccessAndTakesTheWrappersFromTheLibrarysModule) {
     EXPECT_EQ(StatesTold({Nothing()}), (States{0}));
     EXPECT_EQ(modules_.Trace(), (Trace{"load rasapi32.dll", "free rasapi32.dll", "load wpk.dll",
                                        std::string("find ") + kEnum + " in wpk.dll",
@@ -355,7 +355,7 @@ TEST_F(ModemDetectionTest, TheStartProbesRemoteAccessAndTakesTheWrappersFromTheL
     EXPECT_TRUE(detection_.ErrorText().Empty());
 }
 
-TEST_F(ModemDetectionTest, WithoutRemoteAccessTheStartIsRefusedWithoutAnErrorText) {
+TEST_F(ModemDetectionServiceTest, WithoutRemoteAccessTheStartIsRefusedWithoutAnErrorText) {
     modules_.Remove("rasapi32.dll");
     EXPECT_EQ(detection_.Start(), 0u);
     EXPECT_TRUE(detection_.ErrorText().Empty());
@@ -363,7 +363,7 @@ TEST_F(ModemDetectionTest, WithoutRemoteAccessTheStartIsRefusedWithoutAnErrorTex
     EXPECT_TRUE(recorder_.All().empty());
 }
 
-TEST_F(ModemDetectionTest, WithoutTheLibrarysModuleTheStartIsRefusedWithTheSystemsError) {
+TEST_F(ModemDetectionServiceTest, WithoutTheLibrarysModuleTheStartIsRefusedWithTheSystemsError) {
     modules_.Remove("wpk.dll");
     EXPECT_EQ(detection_.Start(), 0u);
     EXPECT_STREQ(detection_.ErrorText().CStr(),
@@ -371,7 +371,7 @@ TEST_F(ModemDetectionTest, WithoutTheLibrarysModuleTheStartIsRefusedWithTheSyste
     EXPECT_TRUE(recorder_.All().empty());
 }
 
-TEST_F(ModemDetectionTest, WithoutAWrapperTheStartIsRefusedAndTheModuleStaysLoaded) {
+TEST_F(ModemDetectionServiceTest, WithoutAWrapperTheStartIsRefusedAndTheModuleStaysLoaded) {
     for (const bool enumMissing : {false, true}) {
         modules_.Remove("wpk.dll");
         if (enumMissing) {
@@ -388,7 +388,7 @@ TEST_F(ModemDetectionTest, WithoutAWrapperTheStartIsRefusedAndTheModuleStaysLoad
     EXPECT_TRUE(recorder_.All().empty());
 }
 
-TEST_F(ModemDetectionTest, AStartThatWasRefusedMayBeTriedAgain) {
+TEST_F(ModemDetectionServiceTest, AStartThatWasRefusedMayBeTriedAgain) {
     modules_.Remove("rasapi32.dll");
     ASSERT_EQ(detection_.Start(), 0u);
     AddRemoteAccess();
@@ -397,7 +397,7 @@ TEST_F(ModemDetectionTest, AStartThatWasRefusedMayBeTriedAgain) {
 
 // Only the stand-in can make a call fail.
 #ifndef _WIN32
-TEST_F(ModemDetectionTest, AStartRefusedAfterItsModuleWasLoadedGivesItBackAndTheQueriesFindNothing) {
+TEST_F(ModemDetectionServiceTest, AStartRefusedAfterItsModuleWasLoadedGivesItBackAndTheQueriesFindNothing) {
     // The desk has been made by then: this is the Peeker.
     host::FailCall("_beginthreadex", 2);
     test::script::Play({ModemIn(kRasConnected)});
@@ -414,7 +414,7 @@ TEST_F(ModemDetectionTest, AStartRefusedAfterItsModuleWasLoadedGivesItBackAndThe
 
 // The queries.
 
-TEST_F(ModemDetectionTest, TheQueriesMayBeAskedWhileTheServiceStartsAndStops) {
+TEST_F(ModemDetectionServiceTest, TheQueriesMayBeAskedWhileTheServiceStartsAndStops) {
     std::atomic<bool> over{false};
     test::LibThread asking = test::LibThread::Started([&] {
         while (!over) {
@@ -432,7 +432,7 @@ TEST_F(ModemDetectionTest, TheQueriesMayBeAskedWhileTheServiceStartsAndStops) {
     asking.Join();
 }
 
-TEST_F(ModemDetectionTest, TheQueriesLookAfreshWhateverWasToldLast) {
+TEST_F(ModemDetectionServiceTest, TheQueriesLookAfreshWhateverWasToldLast) {
     struct {
         Scene scene;
         bool connected, disconnected;
@@ -461,7 +461,7 @@ TEST_F(ModemDetectionTest, TheQueriesLookAfreshWhateverWasToldLast) {
     if (peeker) WaitForSingleObject(peeker.Get(), INFINITE);
 }
 
-TEST_F(ModemDetectionTest, WhileTheServiceDoesNotRunNoModemIsConnected) {
+TEST_F(ModemDetectionServiceTest, WhileTheServiceDoesNotRunNoModemIsConnected) {
     EXPECT_FALSE(detection_.IsModemConnected());
     EXPECT_TRUE(detection_.IsModemDisconnected());
     EXPECT_EQ(detection_.Connected(), 0u);

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fake_modules.h"
+#include "unit/env/fake_modules.h"
 
 namespace wpk::core {
 namespace {

@@ -134,7 +134,7 @@ TEST_F(ObservableTest, HeadTailAndCountComeFirst) {
     EXPECT_NE(layout.head, nullptr);
     EXPECT_EQ(layout.head, layout.tail);
     EXPECT_EQ(layout.count, 1u);
-    const void* const head = layout.head;
+    const void* head = layout.head;
     observable_.Attach(&second_);
     std::memcpy(&layout, &observable_, sizeof layout);
     EXPECT_EQ(layout.head, head);

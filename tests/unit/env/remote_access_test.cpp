@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "fake_modules.h"
 #include "support/lib_thread.h"
+#include "unit/env/fake_modules.h"
 
 namespace wpk::core {
 namespace {
@@ -38,7 +38,7 @@ DWORD WINAPI StatusOf668(void* connection, RasConnectionStatus* status) {
     return 668;
 }
 
-class RemoteAccessTest : public test::ThreadLayer {
+class RemoteAccessWrappers : public test::ThreadLayer {
 protected:
     void AddWholeLibrary() {
         modules_.Add(kLibrary, "RasEnumConnectionsA", EnumOf633);
@@ -51,18 +51,18 @@ protected:
     RemoteAccessLibrary library_{modules_.Calls()};
 };
 
-TEST_F(RemoteAccessTest, NothingIsLoadedBeforeTheFirstUse) {
+TEST_F(RemoteAccessWrappers, NothingIsLoadedBeforeTheFirstUse) {
     AddWholeLibrary();
     EXPECT_EQ(modules_.Trace(), Trace{});
 }
 
-TEST_F(RemoteAccessTest, ArgumentsAndResultsPassThroughUnchanged) {
+TEST_F(RemoteAccessWrappers, ArgumentsAndResultsPassThroughUnchanged) {
     AddWholeLibrary();
     EXPECT_EQ(Enumerate(), 633u);
     EXPECT_EQ(AskStatus(), 668u);
 }
 
-TEST_F(RemoteAccessTest, TheLibraryIsLoadedOnceAndKept) {
+TEST_F(RemoteAccessWrappers, TheLibraryIsLoadedOnceAndKept) {
     AddWholeLibrary();
     for (int i = 0; i < 3; ++i) {
         Enumerate();
@@ -73,21 +73,21 @@ TEST_F(RemoteAccessTest, TheLibraryIsLoadedOnceAndKept) {
     EXPECT_EQ(modules_.Loaded(kLibrary), 1);
 }
 
-TEST_F(RemoteAccessTest, AMissingLibraryIsModNotFoundUntilItIsThere) {
+TEST_F(RemoteAccessWrappers, AMissingLibraryIsModNotFoundUntilItIsThere) {
     EXPECT_EQ(Enumerate(), DWORD{ERROR_MOD_NOT_FOUND});
     EXPECT_EQ(AskStatus(), DWORD{ERROR_MOD_NOT_FOUND});
     AddWholeLibrary();
     EXPECT_EQ(Enumerate(), 633u);
 }
 
-TEST_F(RemoteAccessTest, AMissingFunctionIsProcNotFoundAndLeavesTheOtherOneAlone) {
+TEST_F(RemoteAccessWrappers, AMissingFunctionIsProcNotFoundAndLeavesTheOtherOneAlone) {
     modules_.Add(kLibrary, "RasGetConnectStatusA", StatusOf668);
     EXPECT_EQ(Enumerate(), DWORD{ERROR_PROC_NOT_FOUND});
     EXPECT_EQ(AskStatus(), 668u);
     EXPECT_EQ(modules_.Loaded(kLibrary), 1);
 }
 
-TEST_F(RemoteAccessTest, SeveralThreadsAtOnceKeepOneReference) {
+TEST_F(RemoteAccessWrappers, SeveralThreadsAtOnceKeepOneReference) {
     AddWholeLibrary();
     std::vector<std::unique_ptr<test::LibThread>> threads;
     for (int i = 0; i < 8; ++i) {
@@ -102,7 +102,7 @@ TEST_F(RemoteAccessTest, SeveralThreadsAtOnceKeepOneReference) {
     EXPECT_EQ(modules_.Loaded(kLibrary), 1);
 }
 
-TEST_F(RemoteAccessTest, TheProbeFreesTheLibraryAtOnce) {
+TEST_F(RemoteAccessWrappers, TheProbeFreesTheLibraryAtOnce) {
     EXPECT_FALSE(CanLoadRemoteAccess(modules_.Calls()));
     modules_.Add(kLibrary);
     EXPECT_TRUE(CanLoadRemoteAccess(modules_.Calls()));

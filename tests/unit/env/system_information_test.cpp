@@ -32,7 +32,7 @@ constexpr DWORD Version(DWORD major, DWORD minor) {
 
 using Values = std::map<std::string, std::string>;
 
-// A whole machine. What is empty or absent fails.
+/// A whole machine. What is empty or absent fails.
 struct Machine {
     DWORD version = Version(5, 1);
     std::string temp = R"(C:\Temp\)";
@@ -54,7 +54,7 @@ struct Machine {
           {"Common Startup", R"(C:\all\Startup)"},
           {"Common Programs", R"(C:\all\Programs)"}}}};
 
-    // What the code under test did.
+    /// What the code under test did.
     std::vector<std::string> trace;
     std::vector<std::string> opened;  // by handle: 1, 2, ...
     int openKeys = 0;
@@ -139,7 +139,7 @@ SystemCalls FakeCalls() {
     return calls;
 }
 
-// Every text by its name, in the order in which it is read.
+/// Every text by its name, in the order in which it is read.
 using Texts = std::vector<std::pair<std::string, std::string>>;
 
 Texts TextsOf(const SystemInformation& information) {
@@ -206,7 +206,7 @@ protected:
         machine = nullptr;
     }
 
-    // Gathers anew and expects Refresh() to say `result` and the texts to be `texts`, twice over.
+    /// Gathers anew and expects Refresh() to say `result` and the texts to be `texts`, twice over.
     void ExpectGathered(uint32_t result, const Texts& texts) {
         SystemInformation information(FakeCalls());
         EXPECT_EQ(TextsOf(information), texts);
@@ -283,7 +283,7 @@ TEST_F(SystemInformationTest, Version51GathersEveryFolderInOrder) {
     EXPECT_EQ(machine_.trace, expected);
 }
 
-// One row for everything that stops the gathering, and the first text that it leaves empty.
+/// One row for everything that stops the gathering, and the first text that it leaves empty.
 struct StopCase {
     const char* what;
     std::function<void(Machine&)> remove;

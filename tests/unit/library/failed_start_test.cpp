@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "env/remote_access.h"
-#include "host/control.h"
+#include "fake_platform/control.h"
 #include "library/call.h"
 #include "library/start_up.h"
 #include "support/lib_thread.h"

@@ -232,7 +232,7 @@ TEST_F(StartUp, ASendDuringAnInitialisationThatIsHeldUpWaitsAndIsThenServed) {
     int initialised = 0;
     test::OutsideThread starter([&] { initialised = Initialise(global_, record_); });
     // The service is there before the observer is attached.
-    while (global_.netOutbound.Started() == 0) Sleep(1);
+    EXPECT_TRUE(test::AwaitThat([&] { return global_.netOutbound.Started() != 0; }));
     WPK_SENDSTRUCT message;
     uint32_t handle = 0;
     bool waited = false;
@@ -268,7 +268,10 @@ public:
 
     /// Until a thread's message lies at the desk.
     static void AwaitPosted(uint32_t id) {
-        while (test::StateOf(id) == ThreadState::kEnded || test::StateOf(id) == ThreadState::kRunning) Sleep(1);
+        EXPECT_TRUE(test::AwaitThat([id] {
+            const ThreadState state = test::StateOf(id);
+            return state != ThreadState::kEnded && state != ThreadState::kRunning;
+        }));
     }
 
 private:

@@ -66,7 +66,7 @@ protected:
     }
     uint32_t AnyPending() { return service.Post(uint64_t{kCommandAnyPending}); }
     void AwaitNonePending() {
-        while (AnyPending() != 0) Sleep(1);
+        EXPECT_TRUE(test::AwaitThat([this] { return AnyPending() == 0; }));
     }
 
     Log defaultLog, ownLog;

@@ -42,7 +42,7 @@ public:
     std::unique_ptr<test::ExitWatch> desk;
     /// Run on the desk when the stop command has come.
     std::function<void()> inShutDown;
-    // What ran, in its order, all of it on the front desk.
+    /// What ran, in its order, all of it on the front desk.
     std::vector<uint64_t> commands;
     std::vector<uint32_t> clients;
     std::vector<uint32_t> threads;

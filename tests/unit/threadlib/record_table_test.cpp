@@ -1,101 +1,24 @@
-// Byte buffers, records and the indexed record table.
+// The indexed record table.
 // SPDX-License-Identifier: MIT
 #include "threadlib/record_table.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "support/field_at.h"
 #include "support/lib_thread.h"
+#include "unit/threadlib/bytes.h"
 
 namespace wpk::core {
 namespace {
 
-ByteBuffer Bytes(const std::string& text) {
-    return {text.data(), static_cast<uint32_t>(text.size())};
-}
-
-Record RowOf(const std::vector<std::string>& fields) {
-    Record record(fields.size());
-    for (size_t k = 0; k < fields.size(); ++k) record.Set(k, Bytes(fields[k]));
-    return record;
-}
-
-std::string TextOf(const ByteBuffer& bytes) {
-    return {reinterpret_cast<const char*>(bytes.Data()), bytes.Length()};
-}
-
-TEST(ByteBufferTest, CopiesOwnTheirBytes) {
-    std::string source = "abc";
-    const ByteBuffer buffer = Bytes(source);
-    const ByteBuffer copy = buffer;
-    source[0] = 'X';
-    EXPECT_EQ(TextOf(copy), "abc");
-    EXPECT_NE(copy.Data(), buffer.Data());
-}
-
-TEST(ByteBufferTest, ShortAndLongOnesAreCopiedMovedAndReplacedAlike) {
-    for (size_t length : {0u, 1u, 7u, 8u, 9u, 100u}) {
-        const std::string text(length, 'x');
-        ByteBuffer buffer = Bytes(text);
-        ByteBuffer copy = buffer;
-        EXPECT_EQ(TextOf(copy), text);
-        const ByteBuffer moved = std::move(buffer);
-        EXPECT_EQ(TextOf(moved), text);
-        EXPECT_EQ(buffer.Length(), 0u);  // NOLINT(bugprone-use-after-move): a moved-from buffer is empty
-        for (const std::string& other : {std::string("y"), std::string(20, 'y')}) {
-            copy = Bytes(other);
-            EXPECT_EQ(TextOf(copy), other);
-            copy = moved;
-            EXPECT_EQ(TextOf(copy), text);
-        }
-    }
-}
-
-TEST(ByteBufferTest, EqualWhenNoByteOfTheFirstOnesLengthDiffers) {
-    EXPECT_TRUE(Bytes("ab") == Bytes("ab"));
-    EXPECT_TRUE(Bytes("ab") == Bytes("abc")) << "only the first one's length counts";
-    EXPECT_FALSE(Bytes("abc") == Bytes("ab"));
-    EXPECT_FALSE(Bytes("ab") == Bytes("aB"));
-    EXPECT_TRUE(Bytes("") == Bytes("x"));
-}
-
-TEST(RecordTest, FieldsBeyondTheCountReadAsEmptyAndZero) {
-    const Record record = RowOf({"a", "b"});
-    EXPECT_EQ(record.Get(2).Length(), 0u);
-    EXPECT_EQ(record.GetUint32(2), 0u);
-    EXPECT_EQ(record.GetUint64(99), 0u);
-}
-
-TEST(RecordTest, SettingFieldFiveOfFourReturnsZeroAndChangesNothing) {
-    Record record = RowOf({"a", "b", "c", "d"});
-    EXPECT_EQ(record.Set(5, Bytes("x")), 0u);
-    EXPECT_EQ(record.Set(4, Bytes("x")), 0u);
-    EXPECT_EQ(record.SetUint32(5, 1), 0u);
-    EXPECT_EQ(record.FieldCount(), 4u);
-    for (uint64_t k = 0; k < 4; ++k) EXPECT_EQ(TextOf(record.Get(k)), std::string(1, static_cast<char>('a' + k)));
-}
-
-TEST(RecordTest, IntegersAreLittleEndianFieldsOfFourAndEightBytes) {
-    Record record(2);
-    EXPECT_EQ(record.SetUint32(0, 0x01020304), 1u);
-    EXPECT_EQ(record.SetUint64(1, 0x0102030405060708), 1u);
-    EXPECT_EQ(TextOf(record.Get(0)), std::string("\4\3\2\1", 4));
-    EXPECT_EQ(record.Get(1).Length(), 8u);
-    EXPECT_EQ(record.GetUint32(0), 0x01020304u);
-    EXPECT_EQ(record.GetUint64(1), 0x0102030405060708u);
-    EXPECT_EQ(record.GetUint64(0), 0x01020304u) << "missing bytes read as 0";
-    EXPECT_EQ(record.GetUint32(1), 0x05060708u) << "bytes in excess are left out";
-}
-
-TEST(RecordTest, CopiesAreDeep) {
-    Record record = RowOf({"a"});
-    const Record copy = record;
-    record.Set(0, Bytes("changed"));
-    EXPECT_EQ(TextOf(copy.Get(0)), "a");
-}
+using test::Bytes;
+using test::RowOf;
+using test::TextOf;
 
 TEST(RecordTableTest, BucketIsTheWeightedSumOfTheBytes) {
     EXPECT_EQ(RecordTable::BucketOf(Bytes("")), 0u);

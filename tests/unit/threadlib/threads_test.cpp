@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "support/lib_thread.h"
-#include "threadlib/exception_report.h"
 
 namespace wpk::core {
 namespace {
@@ -198,17 +197,6 @@ TEST_F(Threads, AnEscapedExceptionEndsItsThreadAndNothingElse) {
     LibThread next = LibThread::Started([&] { return uint32_t{ran = true}; });
     next.Join();
     EXPECT_TRUE(ran);
-}
-
-TEST(EscapedExceptionTextTest, NamesTheThreadAndIsCutOffWhereItIsFull) {
-    const std::string beginning = "ThreadLib::Thread Exception::";
-    EXPECT_EQ(EscapedExceptionText("").text, beginning);
-    EXPECT_EQ(EscapedExceptionText("Service::FrontDeskFunc()").text, beginning + "Service::FrontDeskFunc()");
-    const size_t room = sizeof(EscapedExceptionText::text) - 1 - beginning.size();
-    for (const size_t length : {room - 1, room, room + 1, size_t{5000}}) {
-        const std::string name(length, 'n');
-        EXPECT_EQ(EscapedExceptionText(name.c_str()).text, beginning + name.substr(0, room));
-    }
 }
 
 TEST_F(Threads, AThreadWithAVeryLongNameMayEndByAnException) {

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "unit/transport/allocation_fault.h"
+#include "support/allocation_fault.h"
 
 namespace wpk::core {
 namespace {
@@ -20,7 +20,7 @@ std::string Base64Of(std::string_view bytes) {
     return std::string(text.View());
 }
 
-// Obviously right and slow: bit by bit, then cut into lines.
+/// Obviously right and slow: bit by bit, then cut into lines.
 std::string SlowBase64(const std::string& bytes) {
     const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::vector<int> bits;
@@ -88,7 +88,7 @@ TEST(Base64, AgreesWithASlowModelForEveryLengthAndByte) {
 TEST(Base64, WithoutMemoryTheTextIsNotWhole) {
     const test::AllocationFault fault;
     EXPECT_FALSE(EncodeBase64("u:p").IsWhole());
-    EXPECT_EQ(fault.Fired(), 1);
+    EXPECT_EQ(fault.Fired(), 1U);
 }
 
 }  // namespace

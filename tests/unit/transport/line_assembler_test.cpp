@@ -37,7 +37,7 @@ Result ReadInPortionsOf(size_t portion, std::string_view bytes) {
     return {assembler.GetState(), std::string(assembler.Line()), used};
 }
 
-// The rule as it reads for a reader that takes one byte at a time: the model.
+/// The rule as it reads for a reader that takes one byte at a time: the model.
 Result ReadByteByByte(std::string_view bytes) {
     std::string line;
     for (size_t i = 0; i < bytes.size(); ++i) {
@@ -62,27 +62,27 @@ void ExpectSameAsByteByByte(std::string_view bytes) {
     }
 }
 
-TEST(LineAssembler, YieldsTheTextBeforeCrLfAndLeavesWhatFollows) {
+TEST(LineAssemblerTest, YieldsTheTextBeforeCrLfAndLeavesWhatFollows) {
     LineAssembler assembler;
     EXPECT_EQ(assembler.Consume("HTTP/1.0 200 OK\r\nServer: x\r\n"), 17U);
     EXPECT_EQ(assembler.GetState(), State::kComplete);
     EXPECT_EQ(assembler.Line(), "HTTP/1.0 200 OK");
 }
 
-TEST(LineAssembler, EmptyLineIsComplete) {
+TEST(LineAssemblerTest, EmptyLineIsComplete) {
     const Result result = ReadInPortionsOf(1, "\r\nbody");
     EXPECT_EQ(result.state, State::kComplete);
     EXPECT_EQ(result.line, "");
     EXPECT_EQ(result.used, 2U);
 }
 
-TEST(LineAssembler, NoBytesChangeNothing) {
+TEST(LineAssemblerTest, NoBytesChangeNothing) {
     LineAssembler assembler;
     EXPECT_EQ(assembler.Consume(""), 0U);
     EXPECT_EQ(assembler.GetState(), State::kNeedsMore);
 }
 
-TEST(LineAssembler, LineIsEmptyUntilItIsComplete) {
+TEST(LineAssemblerTest, LineIsEmptyUntilItIsComplete) {
     LineAssembler assembler;
     assembler.Consume("abc\r");
     EXPECT_EQ(assembler.GetState(), State::kNeedsMore);
@@ -91,14 +91,14 @@ TEST(LineAssembler, LineIsEmptyUntilItIsComplete) {
     EXPECT_EQ(assembler.Line(), "abc");
 }
 
-TEST(LineAssembler, TakesNothingAfterTheEnd) {
+TEST(LineAssemblerTest, TakesNothingAfterTheEnd) {
     LineAssembler assembler;
     assembler.Consume("abc\r\n");
     EXPECT_EQ(assembler.Consume("more"), 0U);
     EXPECT_EQ(assembler.Line(), "abc");
 }
 
-TEST(LineAssembler, RestartReadsTheNextLine) {
+TEST(LineAssemblerTest, RestartReadsTheNextLine) {
     LineAssembler assembler;
     std::string_view bytes = "one\r\ntwo\r\n\r\nbody";
     for (const std::string_view expected : {"one", "two", ""}) {
@@ -110,7 +110,7 @@ TEST(LineAssembler, RestartReadsTheNextLine) {
     EXPECT_EQ(bytes, "body");
 }
 
-TEST(LineAssembler, RestartForgetsAFailure) {
+TEST(LineAssemblerTest, RestartForgetsAFailure) {
     LineAssembler assembler;
     assembler.Consume("a\rb");
     ASSERT_EQ(assembler.GetState(), State::kFailed);
@@ -119,7 +119,7 @@ TEST(LineAssembler, RestartForgetsAFailure) {
     EXPECT_EQ(assembler.Line(), "ok");
 }
 
-TEST(LineAssembler, CarriageReturnWithoutLineFeedFails) {
+TEST(LineAssemblerTest, CarriageReturnWithoutLineFeedFails) {
     for (const std::string_view bytes : {"a\rb", "a\r\r\n", "\r ", "a\r\n\r"}) {
         const bool complete = bytes == "a\r\n\r";
         EXPECT_EQ(ReadInPortionsOf(1, bytes).state, complete ? State::kComplete : State::kFailed) << bytes;
@@ -127,15 +127,15 @@ TEST(LineAssembler, CarriageReturnWithoutLineFeedFails) {
     }
 }
 
-TEST(LineAssembler, LineFeedAloneIsPartOfTheLine) {
+TEST(LineAssemblerTest, LineFeedAloneIsPartOfTheLine) {
     EXPECT_EQ(ReadInPortionsOf(3, "a\nb\r\n").line, "a\nb");
 }
 
-TEST(LineAssembler, ZeroBytesArePartOfTheLine) {
+TEST(LineAssemblerTest, ZeroBytesArePartOfTheLine) {
     EXPECT_EQ(ReadInPortionsOf(2, std::string_view("a\0b\r\n", 5)).line, std::string("a\0b", 3));
 }
 
-TEST(LineAssembler, Line2047CharactersLongIsReadWithItsEndAsTheLastByteThatFits) {
+TEST(LineAssemblerTest, Line2047CharactersLongIsReadWithItsEndAsTheLastByteThatFits) {
     const std::string text(2047, 'x');
     const Result result = ReadInPortionsOf(4096, text + "\r\nnext");
     EXPECT_EQ(result.state, State::kComplete);
@@ -144,19 +144,19 @@ TEST(LineAssembler, Line2047CharactersLongIsReadWithItsEndAsTheLastByteThatFits)
     ExpectSameAsByteByByte(text + "\r\nnext");
 }
 
-TEST(LineAssembler, Line2048CharactersLongFailsAtItsLastCharacter) {
+TEST(LineAssemblerTest, Line2048CharactersLongFailsAtItsLastCharacter) {
     const Result result = ReadInPortionsOf(4096, std::string(2048, 'x') + "\r\n");
     EXPECT_EQ(result.state, State::kFailed);
     EXPECT_EQ(result.used, 2048U);
     ExpectSameAsByteByByte(std::string(2048, 'x') + "\r\n");
 }
 
-TEST(LineAssembler, Line2047CharactersLongWithoutAnEndNeedsMore) {
+TEST(LineAssemblerTest, Line2047CharactersLongWithoutAnEndNeedsMore) {
     EXPECT_EQ(ReadInPortionsOf(4096, std::string(2047, 'x')).state, State::kNeedsMore);
     EXPECT_EQ(ReadInPortionsOf(4096, std::string(5000, 'x')).used, 2048U);
 }
 
-TEST(LineAssembler, EveryShortInputReadsAsByteByByte) {
+TEST(LineAssemblerTest, EveryShortInputReadsAsByteByByte) {
     constexpr std::string_view kBytes = "a\r\n";
     for (int number = 0; number < 3 * 3 * 3 * 3 * 3 * 3; ++number) {
         std::string bytes;
@@ -165,7 +165,7 @@ TEST(LineAssembler, EveryShortInputReadsAsByteByByte) {
     }
 }
 
-TEST(LineAssembler, RandomInputsReadAsByteByByteInRandomPortions) {
+TEST(LineAssemblerTest, RandomInputsReadAsByteByByteInRandomPortions) {
     std::mt19937 random(1);
     for (int round = 0; round < 2000; ++round) {
         std::string bytes(random() % 2100, 'x');

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "unit/transport/allocation_fault.h"
+#include "support/allocation_fault.h"
 
 namespace wpk::core {
 namespace {
@@ -40,7 +40,7 @@ bool ZeroFrom(const WPK_CALLBACKSTRUCT& notification, size_t from) {
     return true;
 }
 
-TEST(SendStructTest, BuiltOverForeignBytesIsZeroButForThePort) {
+TEST(SendStruct, BuiltOverForeignBytesIsZeroButForThePort) {
     alignas(WPK_SENDSTRUCT) unsigned char memory[sizeof(WPK_SENDSTRUCT)];
     std::memset(memory, 0xAA, sizeof memory);
     const WPK_SENDSTRUCT& message = *new (memory) WPK_SENDSTRUCT;

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/allocation_fault.h"
 #include "transport/line_assembler.h"
-#include "unit/transport/allocation_fault.h"
 
 namespace wpk::core {
 namespace {
@@ -256,7 +256,7 @@ TEST(ReplyHeader, LackOfMemoryForTheServerTextFails) {
     {
         const test::AllocationFault fault;
         EXPECT_EQ(ReadHeader(line, head), 0);
-        EXPECT_EQ(fault.Fired(), 1);
+        EXPECT_EQ(fault.Fired(), 1U);
     }
     EXPECT_EQ(head.server.View(), "");
 }
@@ -303,7 +303,7 @@ TEST(JudgeHead, OtherOutcomesStayWhateverTheHeadersSay) {
     }
 }
 
-// Reads status lines as the exchange does: until the outcome is known, or a line fails.
+/// Reads status lines as the exchange does: until the outcome is known, or a line fails.
 int JudgeStatusLines(std::string_view bytes, Outcome& outcome) {
     LineAssembler line;
     do {

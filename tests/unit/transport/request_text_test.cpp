@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "unit/transport/allocation_fault.h"
+#include "support/allocation_fault.h"
 
 namespace wpk::core {
 namespace {
@@ -106,7 +106,7 @@ TEST(HeaderBlock, WithoutMemoryForAnyOfItsTextsIsNotWhole) {
     for (int successes = 0; successes < kTexts; ++successes) {
         const test::AllocationFault fault(successes);
         EXPECT_FALSE(BuildHeaderBlock(1, /*viaProxy=*/true, "u", "p").IsWhole()) << successes;
-        EXPECT_EQ(fault.Fired(), 1) << successes;
+        EXPECT_EQ(fault.Fired(), 1U) << successes;
     }
     const test::AllocationFault none(kTexts);
     EXPECT_TRUE(BuildHeaderBlock(1, /*viaProxy=*/true, "u", "p").IsWhole());

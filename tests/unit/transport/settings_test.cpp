@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/allocation_fault.h"
 #include "support/lib_thread.h"
-#include "unit/transport/allocation_fault.h"
 
 namespace wpk::core {
 namespace {

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "unit/transport/allocation_fault.h"
+#include "support/allocation_fault.h"
 
 namespace wpk::core {
 namespace {
@@ -22,14 +22,14 @@ int AddText(TaggedData& data, std::string_view key, std::string_view value) {
     return data.Add(key, value.data(), static_cast<uint32_t>(value.size()));
 }
 
-// Adds the entries of a request as the exchange does.
+/// Adds the entries of a request as the exchange does.
 void AddRequest(TaggedData& data, bool viaProxy, std::string_view service, std::string_view message) {
     ASSERT_EQ(AddText(data, "WPK_IsBehindProxy", viaProxy ? "YES" : "NO"), 1);
     ASSERT_EQ(AddText(data, "WPK_ServiceName", service), 1);
     ASSERT_EQ(AddText(data, "WPK_ServiceData", message), 1);
 }
 
-TEST(TaggedData, RequestForEchoWithFiveBytesTakes82Bytes) {
+TEST(TaggedDataTest, RequestForEchoWithFiveBytesTakes82Bytes) {
     TaggedData data;
     AddRequest(data, /*viaProxy=*/false, "Echo", "hello");
     EXPECT_EQ(data.TotalLength(), 82U);
@@ -40,14 +40,14 @@ TEST(TaggedData, RequestForEchoWithFiveBytesTakes82Bytes) {
               "\x0f\0\0\0WPK_ServiceData\x05\0\0\0hello"sv);
 }
 
-TEST(TaggedData, RequestThroughAProxyTakesOneByteMore) {
+TEST(TaggedDataTest, RequestThroughAProxyTakesOneByteMore) {
     TaggedData data;
     AddRequest(data, /*viaProxy=*/true, "Echo", "hello");
     EXPECT_EQ(data.TotalLength(), 83U);
     EXPECT_EQ(data.Value(0), "YES");
 }
 
-TEST(TaggedData, LengthsAreLittleEndianOver32Bits) {
+TEST(TaggedDataTest, LengthsAreLittleEndianOver32Bits) {
     const std::string value(0x010203, 'v');
     const std::string key(0x0104, 'k');
     TaggedData data;
@@ -56,7 +56,7 @@ TEST(TaggedData, LengthsAreLittleEndianOver32Bits) {
     EXPECT_EQ(data.Joined(), "\x04\x01\0\0"s + key + "\x03\x02\x01\0"s + value);
 }
 
-TEST(TaggedData, EmptyKeyAndEmptyValueTakeEightZeroBytes) {
+TEST(TaggedDataTest, EmptyKeyAndEmptyValueTakeEightZeroBytes) {
     TaggedData data;
     ASSERT_EQ(data.Add({}, nullptr, 0), 1);
     ASSERT_EQ(data.Join(), 1);
@@ -65,7 +65,7 @@ TEST(TaggedData, EmptyKeyAndEmptyValueTakeEightZeroBytes) {
     EXPECT_EQ(data.Value(0), "");
 }
 
-TEST(TaggedData, KeysAndValuesMayHoldZeroBytes) {
+TEST(TaggedDataTest, KeysAndValuesMayHoldZeroBytes) {
     TaggedData data;
     ASSERT_EQ(AddText(data, "a\0b"sv, "\0\xff"sv), 1);
     ASSERT_EQ(AddText(data, "a\0c"sv, "x"), 1);
@@ -74,7 +74,7 @@ TEST(TaggedData, KeysAndValuesMayHoldZeroBytes) {
     EXPECT_EQ(data.Count(), 2U);
 }
 
-TEST(TaggedData, ValuesAreCopied) {
+TEST(TaggedDataTest, ValuesAreCopied) {
     std::string key = "key";
     std::string value = "value";
     TaggedData data;
@@ -85,7 +85,7 @@ TEST(TaggedData, ValuesAreCopied) {
     EXPECT_EQ(data.Value(0), "value");
 }
 
-TEST(TaggedData, DuplicateKeyFailsAndAddsNothing) {
+TEST(TaggedDataTest, DuplicateKeyFailsAndAddsNothing) {
     TaggedData data;
     ASSERT_EQ(AddText(data, "key", "1"), 1);
     EXPECT_EQ(AddText(data, "key", "22"), 0);
@@ -94,7 +94,7 @@ TEST(TaggedData, DuplicateKeyFailsAndAddsNothing) {
     EXPECT_EQ(data.TotalLength(), 8U + 3 + 1);
 }
 
-TEST(TaggedData, DuplicateKeyFailsAfterJoiningToo) {
+TEST(TaggedDataTest, DuplicateKeyFailsAfterJoiningToo) {
     TaggedData data;
     ASSERT_EQ(AddText(data, "key", "1"), 1);
     ASSERT_EQ(data.Join(), 1);
@@ -102,7 +102,7 @@ TEST(TaggedData, DuplicateKeyFailsAfterJoiningToo) {
     EXPECT_EQ(data.Joined().size(), 12U);
 }
 
-TEST(TaggedData, KeyThatBeginsLikeAnotherIsNotADuplicate) {
+TEST(TaggedDataTest, KeyThatBeginsLikeAnotherIsNotADuplicate) {
     TaggedData data;
     EXPECT_EQ(AddText(data, "key", "1"), 1);
     EXPECT_EQ(AddText(data, "key2", "2"), 1);
@@ -110,13 +110,13 @@ TEST(TaggedData, KeyThatBeginsLikeAnotherIsNotADuplicate) {
     EXPECT_EQ(AddText(data, "", "4"), 1);
 }
 
-TEST(TaggedData, CaseSensitiveKeysThatDifferInCaseAreDifferent) {
+TEST(TaggedDataTest, CaseSensitiveKeysThatDifferInCaseAreDifferent) {
     TaggedData data(TaggedData::Keys::kCaseSensitive);
     EXPECT_EQ(AddText(data, "key", "1"), 1);
     EXPECT_EQ(AddText(data, "KEY", "2"), 1);
 }
 
-TEST(TaggedData, CaseInsensitiveKeysThatDifferInCaseAreDuplicates) {
+TEST(TaggedDataTest, CaseInsensitiveKeysThatDifferInCaseAreDuplicates) {
     TaggedData data(TaggedData::Keys::kCaseInsensitive);
     EXPECT_EQ(AddText(data, "key", "1"), 1);
     EXPECT_EQ(AddText(data, "KEY", "2"), 0);
@@ -124,39 +124,39 @@ TEST(TaggedData, CaseInsensitiveKeysThatDifferInCaseAreDuplicates) {
     EXPECT_EQ(data.Key(0), "key");
 }
 
-TEST(TaggedData, NullValueWithALengthFails) {
+TEST(TaggedDataTest, NullValueWithALengthFails) {
     TaggedData data;
     EXPECT_EQ(data.Add("key", nullptr, 1), 0);
     EXPECT_EQ(data.Count(), 0U);
 }
 
-TEST(TaggedData, JoiningNothingSucceedsWithoutBytes) {
+TEST(TaggedDataTest, JoiningNothingSucceedsWithoutBytes) {
     TaggedData data;
     EXPECT_EQ(data.Join(), 1);
     EXPECT_EQ(data.Joined(), "");
     EXPECT_EQ(data.TotalLength(), 0U);
 }
 
-TEST(TaggedData, JoiningAgainSucceedsAndMovesNothing) {
+TEST(TaggedDataTest, JoiningAgainSucceedsAndMovesNothing) {
     TaggedData data;
     ASSERT_EQ(AddText(data, "key", "value"), 1);
     ASSERT_EQ(data.Join(), 1);
-    const char* const before = data.Joined().data();
+    const char* before = data.Joined().data();
     EXPECT_EQ(data.Join(), 1);
     EXPECT_EQ(data.Joined().data(), before);
 }
 
-TEST(TaggedData, JoiningPointsTheEntriesIntoTheJoinedBytes) {
+TEST(TaggedDataTest, JoiningPointsTheEntriesIntoTheJoinedBytes) {
     TaggedData data;
     AddRequest(data, false, "Echo", "hello");
     ASSERT_EQ(data.Join(), 1);
-    const char* const start = data.Joined().data();
+    const char* start = data.Joined().data();
     EXPECT_EQ(data.Key(0).data(), start + 4);
     EXPECT_EQ(data.Value(0).data(), start + 4 + 17 + 4);
     EXPECT_EQ(data.Value(2).data() + data.Value(2).size(), start + 82);
 }
 
-TEST(TaggedData, EntryAddedAfterJoiningTakesPartInTheNextJoin) {
+TEST(TaggedDataTest, EntryAddedAfterJoiningTakesPartInTheNextJoin) {
     TaggedData data;
     ASSERT_EQ(AddText(data, "a", "1"), 1);
     ASSERT_EQ(data.Join(), 1);
@@ -169,45 +169,45 @@ TEST(TaggedData, EntryAddedAfterJoiningTakesPartInTheNextJoin) {
 }
 
 // The total is refused before any memory is asked for or any byte of the value is read.
-TEST(TaggedData, EntryThatWouldPass32BitsAloneIsRefused) {
+TEST(TaggedDataTest, EntryThatWouldPass32BitsAloneIsRefused) {
     const char byte = 'v';
     TaggedData data;
-    const AllocationFault watch(0, 1 << 20);
+    const auto watch = AllocationFault::AmongLarge(1 << 20);
     EXPECT_EQ(data.Add("key", &byte, 0xFFFFFFFFU - 8 - 3 + 1), 0);
     EXPECT_EQ(data.Add("key", &byte, 0xFFFFFFFFU), 0);
-    EXPECT_EQ(watch.Fired(), 0);
+    EXPECT_EQ(watch.Fired(), 0U);
     EXPECT_EQ(data.TotalLength(), 0U);
 }
 
-TEST(TaggedData, LargestEntryIsRefusedOnlyForLackOfMemory) {
+TEST(TaggedDataTest, LargestEntryIsRefusedOnlyForLackOfMemory) {
     const char byte = 'v';
     TaggedData data;
-    const AllocationFault fault(0, 1 << 20);
+    const auto fault = AllocationFault::AmongLarge(1 << 20);
     EXPECT_EQ(data.Add("key", &byte, 0xFFFFFFFFU - 8 - 3), 0);
-    EXPECT_EQ(fault.Fired(), 1);
+    EXPECT_EQ(fault.Fired(), 1U);
 }
 
-TEST(TaggedData, TotalThatWouldPass32BitsIsRefused) {
+TEST(TaggedDataTest, TotalThatWouldPass32BitsIsRefused) {
     const char byte = 'v';
     TaggedData data;
     ASSERT_EQ(AddText(data, "a", "1"), 1);  // 10 bytes
-    const AllocationFault watch(0, 1 << 20);
+    const auto watch = AllocationFault::AmongLarge(1 << 20);
     EXPECT_EQ(data.Add("b", &byte, 0xFFFFFFFFU - 10 - 9 + 1), 0);
-    EXPECT_EQ(watch.Fired(), 0);
+    EXPECT_EQ(watch.Fired(), 0U);
     EXPECT_EQ(data.Add("b", &byte, 0xFFFFFFFFU - 10 - 9), 0);
-    EXPECT_EQ(watch.Fired(), 1);
+    EXPECT_EQ(watch.Fired(), 1U);
     EXPECT_EQ(data.TotalLength(), 10U);
 }
 
 #if SIZE_MAX > 0xFFFFFFFF
-TEST(TaggedData, KeyLongerThan32BitsIsRefusedUnread) {
+TEST(TaggedDataTest, KeyLongerThan32BitsIsRefusedUnread) {
     TaggedData data;
     const char byte = 'k';
     EXPECT_EQ(data.Add(std::string_view(&byte, size_t{1} << 32), nullptr, 0), 0);
 }
 #endif
 
-TEST(TaggedData, EveryFailedAllocationOfAddLeavesTheContainerAsItWas) {
+TEST(TaggedDataTest, EveryFailedAllocationOfAddLeavesTheContainerAsItWas) {
     int faults = 0;
     for (;; ++faults) {
         TaggedData data;
@@ -217,9 +217,9 @@ TEST(TaggedData, EveryFailedAllocationOfAddLeavesTheContainerAsItWas) {
             const AllocationFault fault(faults);
             added = AddText(data, "b", "2");
             if (added == 0) {
-                ASSERT_GT(fault.Fired(), 0);
+                ASSERT_GT(fault.Fired(), 0U);
             } else {
-                ASSERT_EQ(fault.Fired(), 0);
+                ASSERT_EQ(fault.Fired(), 0U);
             }
         }
         if (added == 1) break;
@@ -230,13 +230,13 @@ TEST(TaggedData, EveryFailedAllocationOfAddLeavesTheContainerAsItWas) {
     EXPECT_GE(faults, 1);
 }
 
-TEST(TaggedData, FailedAllocationOfJoinLeavesTheEntriesReadableAndCanBeRepeated) {
+TEST(TaggedDataTest, FailedAllocationOfJoinLeavesTheEntriesReadableAndCanBeRepeated) {
     TaggedData data;
     AddRequest(data, false, "Echo", "hello");
     {
         const AllocationFault fault;
         EXPECT_EQ(data.Join(), 0);
-        EXPECT_EQ(fault.Fired(), 1);
+        EXPECT_EQ(fault.Fired(), 1U);
     }
     EXPECT_EQ(data.Joined(), "");
     EXPECT_EQ(data.Value(2), "hello");
@@ -245,17 +245,17 @@ TEST(TaggedData, FailedAllocationOfJoinLeavesTheEntriesReadableAndCanBeRepeated)
 }
 
 // A large message is copied twice: into its entry and into the joined body.
-TEST(TaggedData, LargeValueTakesOneAllocationForItsEntryAndOneForTheJoin) {
+TEST(TaggedDataTest, LargeValueTakesOneAllocationForItsEntryAndOneForTheJoin) {
     const std::string message(1 << 20, 'm');
     TaggedData data;
     {
-        const AllocationFault afterOne(1, 1 << 20);
+        const auto afterOne = AllocationFault::AmongLarge(1 << 20, 1);
         EXPECT_EQ(AddText(data, "message", message), 1);
-        EXPECT_EQ(afterOne.Fired(), 0);
+        EXPECT_EQ(afterOne.Fired(), 0U);
     }
-    const AllocationFault afterOne(1, 1 << 20);
+    const auto afterOne = AllocationFault::AmongLarge(1 << 20, 1);
     EXPECT_EQ(data.Join(), 1);
-    EXPECT_EQ(afterOne.Fired(), 0);
+    EXPECT_EQ(afterOne.Fired(), 0U);
 }
 
 }  // namespace

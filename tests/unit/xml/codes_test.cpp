@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "helpers.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
 using xml_tests::Verdict;
@@ -22,7 +22,7 @@ void ExpectVerdicts(const std::vector<Case>& cases) {
     for (const Case& c : cases) EXPECT_EQ(Verdict(c.text), c.verdict) << c.text;
 }
 
-std::string operator""_z(const char* text, std::size_t size) {
+std::string operator""_z(const char* text, size_t size) {
     return std::string(text, size);
 }
 

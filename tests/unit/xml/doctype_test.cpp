@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "helpers.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
 using xml_tests::Parse;
@@ -13,7 +13,7 @@ using xml_tests::Verdict;
 
 namespace {
 
-std::string operator""_z(const char* text, std::size_t size) {
+std::string operator""_z(const char* text, size_t size) {
     return std::string(text, size);
 }
 
@@ -39,7 +39,7 @@ std::string Structure(const Node& node, const Node* parent = &NullElement()) {
         for (const Attribute* attribute : element->attributes) all += "@" + Structure(*attribute, &node);
     }
     if (const auto* container = dynamic_cast<const NodeContainer*>(&node)) {
-        all += container->pendingText == nullptr ? "" : "!";
+        all += !container->pendingText ? "" : "!";
         for (const Node* child : container->children) all += Structure(*child, &node);
     }
     return all + ")";

@@ -8,12 +8,12 @@
 
 #include <gtest/gtest.h>
 
-#include "allocation_hook.h"
-#include "helpers.h"
+#include "support/allocation_fault.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
-using xml_tests::AllocationFault;
-using xml_tests::LiveBytes;
+using wpk::test::AllocationFault;
+using wpk::test::LiveBytes;
 using xml_tests::Parse;
 
 namespace {
@@ -43,8 +43,8 @@ bool IsGoodEnd(std::string_view rest) {
 
 TEST(Truncation, OfARichDocumentAtEveryByteIsAFaultAndLeavesNothing) {
     const std::string text = RichDocument();
-    const std::size_t complete = text.rfind("</r>") + 4;
-    for (std::size_t size = 0; size < text.size(); ++size) {
+    const size_t complete = text.rfind("</r>") + 4;
+    for (size_t size = 0; size < text.size(); ++size) {
         const std::ptrdiff_t before = LiveBytes();
         bool isParsed = false;
         try {
@@ -61,7 +61,7 @@ TEST(Truncation, OfARichDocumentAtEveryByteIsAFaultAndLeavesNothing) {
 
 TEST(Truncation, BytesReplacedAnywhereNeverDoMoreThanThrow) {
     const std::string text = RichDocument();
-    for (std::size_t at = 0; at < text.size(); ++at) {
+    for (size_t at = 0; at < text.size(); ++at) {
         for (const char replacement : {'\0', '<', '>', '&', '\'', ']', '\r', '\x01', 'x', '\xFF'}) {
             std::string changed = text;
             changed[at] = replacement;
@@ -87,7 +87,7 @@ TEST(Truncation, BytesReplacedAnywhereNeverDoMoreThanThrow) {
 void FailEveryAllocation(const std::function<void()>& work) {
     work();
     for (const bool forGood : {false, true}) {
-        for (std::size_t n = 0;; ++n) {
+        for (size_t n = 0;; ++n) {
             const std::ptrdiff_t before = LiveBytes();
             bool hasFired = false;
             bool hasThrown = false;
@@ -98,7 +98,7 @@ void FailEveryAllocation(const std::function<void()>& work) {
                 } catch (const std::bad_alloc&) {
                     hasThrown = true;
                 }
-                hasFired = fault.HasFired();
+                hasFired = fault.Fired() > 0;
             }
             ASSERT_EQ(hasThrown, hasFired) << n;
             ASSERT_EQ(LiveBytes(), before) << n;
@@ -141,7 +141,7 @@ TEST(MemoryRunsOut, WhileBuilding) {
         Document document("a-root-element-of-a-rather-long-name");
         document.version = "a version that does not fit in place";
         for (int i = 0; i < 6; ++i) {
-            Node* const field = document.root->GetOrCreateElement("a-field-of-a-rather-long-name-" + std::to_string(i));
+            Node* field = document.root->GetOrCreateElement("a-field-of-a-rather-long-name-" + std::to_string(i));
             field->AppendText("a text that does not fit in place");
             field->AppendText("another");
             document.root->AppendChild(new EntityRef("lt"));
@@ -168,8 +168,8 @@ TEST(MemoryRunsOut, WhileCloningWritingAndCollecting) {
 TEST(MemoryRunsOut, WhileWritingLeavesTheOutputPartlyWritten) {
     const auto document = Parse(xml_tests::Message(200));
     const std::string complete = xml_tests::Written(*document);
-    std::size_t most = 0;
-    for (std::size_t n = 0;; ++n) {
+    size_t most = 0;
+    for (size_t n = 0;; ++n) {
         std::string output;
         WriteContext context;
         context.output = &output;
@@ -179,7 +179,7 @@ TEST(MemoryRunsOut, WhileWritingLeavesTheOutputPartlyWritten) {
                 document->Write(context);
             } catch (const std::bad_alloc&) {
             }
-            if (!fault.HasFired()) break;
+            if (fault.Fired() == 0) break;
         }
         ASSERT_LT(output.size(), complete.size()) << n;
         ASSERT_EQ(output, complete.substr(0, output.size())) << n;
@@ -191,7 +191,7 @@ TEST(MemoryRunsOut, WhileWritingLeavesTheOutputPartlyWritten) {
 TEST(MemoryRunsOut, AppendedNodesAreOwnedAllTheSame) {
     Element element(nullptr, "e");
     element.AppendText("one");
-    Node* const second = new Text(&element, "two");
+    Node* second = new Text(&element, "two");
     const std::ptrdiff_t before = LiveBytes();
     {
         const AllocationFault fault(0, true);

@@ -11,7 +11,7 @@ using namespace AdvXMLParser;
 
 namespace {
 
-TEST(Guide, BuildsAndWritesAsItShows) {
+TEST(XmlPage, BuildsAndWritesAsItShows) {
 #include "xml/building.inc"
 #include "xml/writing.inc"
     const std::string shown =
@@ -20,7 +20,7 @@ TEST(Guide, BuildsAndWritesAsItShows) {
     EXPECT_EQ(body, shown);
 }
 
-TEST(Guide, ParsesAndLooksUpAsItShows) {
+TEST(XmlPage, ParsesAndLooksUpAsItShows) {
 #include "xml/parsing.inc"
 #include "xml/looking_up.inc"
     EXPECT_EQ(state, "in transit");
@@ -30,7 +30,7 @@ TEST(Guide, ParsesAndLooksUpAsItShows) {
     EXPECT_EQ(code, "7");
 }
 
-TEST(Guide, ReportsErrorsAsItShows) {
+TEST(XmlPage, ReportsErrorsAsItShows) {
     std::string message;
 #include "xml/errors.inc"
     EXPECT_EQ(message, "code 13 at line 2, column 3");

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "helpers.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
 
@@ -60,8 +60,8 @@ TEST(Fields, HaveTheirTypes) {
 
 /// The slot of a virtual function, which a pointer to it holds where a class follows the Itanium rules.
 template <class Function>
-std::size_t SlotOf(Function function) {
-    std::size_t words[2] = {};
+size_t SlotOf(Function function) {
+    size_t words[2] = {};
     static_assert(sizeof(function) == sizeof(words), "a pointer to a member function is two words");
     std::memcpy(words, &function, sizeof(words));
     return (words[0] - 1) / sizeof(void*);

@@ -8,11 +8,11 @@
 
 #include <gtest/gtest.h>
 
-#include "allocation_hook.h"
-#include "helpers.h"
+#include "support/allocation_fault.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
-using xml_tests::LiveBytes;
+using wpk::test::LiveBytes;
 using xml_tests::Message;
 using xml_tests::Parse;
 
@@ -113,9 +113,9 @@ TEST(Memory, GoesWhateverTheOrderInWhichNodesOfDeadDocumentsAreDeleted) {
             nodes.push_back(new Element(nullptr, "built-by-hand-with-a-rather-long-name"));
         }
         std::shuffle(nodes.begin(), nodes.end(), random);
-        for (std::size_t i = 0; i < nodes.size(); ++i) {
+        for (size_t i = 0; i < nodes.size(); ++i) {
             // Those that are left stay whole until it is their turn.
-            for (std::size_t left = i; left < nodes.size(); ++left) {
+            for (size_t left = i; left < nodes.size(); ++left) {
                 if (nodes[left]->name != "order") continue;
                 EXPECT_NE(nodes[left]->GetText().find("Miller & Sons"), std::string::npos);
             }

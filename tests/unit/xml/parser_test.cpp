@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "helpers.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
 using xml_tests::Parse;
@@ -212,7 +212,7 @@ TEST(Parsing, IsUndoneByWritingVerbatim) {
 
 /// Runs of every length up to a few blocks, in every construct that is searched in blocks.
 TEST(Parsing, IsTheSameForRunsOfAnyLength) {
-    for (std::size_t size = 0; size < 70; ++size) {
+    for (size_t size = 0; size < 70; ++size) {
         const std::string run(size, 'x');
         const std::string name = "n" + run;
         const std::string text = "<" + name + " " + name + "=\"" + run + "\" b=\"&lt;" + run + "\">" + run +

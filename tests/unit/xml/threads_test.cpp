@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "helpers.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
 using xml_tests::Message;
@@ -17,13 +17,13 @@ using xml_tests::Parse;
 
 namespace {
 
-TEST(Threads, NodesOfOneDocumentMayBeSpreadOverSeveral) {
+TEST(XmlThreads, NodesOfOneDocumentMayBeSpreadOverSeveral) {
     for (int round = 0; round < 20; ++round) {
         auto document = Parse(Message(64));
         std::vector<Document*> parts;
         for (int i = 0; i < 4; ++i) parts.push_back(new Document("part"));
         auto& children = document->root->children;
-        for (std::size_t i = 0; i < children.size(); ++i) {
+        for (size_t i = 0; i < children.size(); ++i) {
             children[i]->parent = parts[i % 4]->root;
             parts[i % 4]->root->AppendChild(children[i]);
         }
@@ -31,7 +31,7 @@ TEST(Threads, NodesOfOneDocumentMayBeSpreadOverSeveral) {
         document.reset();
         std::vector<std::thread> threads;
         std::vector<std::string> texts(4);
-        for (std::size_t i = 0; i < 4; ++i) {
+        for (size_t i = 0; i < 4; ++i) {
             threads.emplace_back([part = parts[i], &text = texts[i]] {
                 part->root->AppendText("a text of this thread's own, too long for its place");
                 for (Node* child : part->root->children) child->name = "a name of this thread's own";
@@ -45,30 +45,30 @@ TEST(Threads, NodesOfOneDocumentMayBeSpreadOverSeveral) {
     }
 }
 
-TEST(Threads, NodesOfADeadDocumentMayBeDeletedOneByOneOnSeveral) {
+TEST(XmlThreads, NodesOfADeadDocumentMayBeDeletedOneByOneOnSeveral) {
     for (int round = 0; round < 20; ++round) {
         auto document = Parse(Message(64));
         const std::vector<Node*> nodes(document->root->children.begin(), document->root->children.end());
         document->root->children.clear();
         document.reset();
         std::vector<std::thread> threads;
-        for (std::size_t i = 0; i < 4; ++i) {
+        for (size_t i = 0; i < 4; ++i) {
             threads.emplace_back([&nodes, i] {
-                for (std::size_t at = i; at < nodes.size(); at += 4) delete nodes[at];
+                for (size_t at = i; at < nodes.size(); at += 4) delete nodes[at];
             });
         }
         for (std::thread& thread : threads) thread.join();
     }
 }
 
-TEST(Threads, ATreeMayBeDeletedOnAnotherThanItWasParsedOn) {
+TEST(XmlThreads, ATreeMayBeDeletedOnAnotherThanItWasParsedOn) {
     for (int i = 0; i < 20; ++i) {
-        Document* const document = Parse(Message(10)).release();
+        Document* document = Parse(Message(10)).release();
         std::thread([document] { delete document; }).join();
     }
 }
 
-TEST(Threads, DifferentDocumentsAreParsedAtTheSameTime) {
+TEST(XmlThreads, DifferentDocumentsAreParsedAtTheSameTime) {
     const std::string text = Message(50);
     std::vector<std::thread> threads;
     std::vector<std::string> written(4);
@@ -90,14 +90,14 @@ std::string EverythingOf(const NodeContainer& container) {
     if (const Element& element = container.AsElement(); !IsNull(element)) {
         for (const Attribute* attribute : element.attributes) all += attribute->GetText();
     }
-    std::size_t position = 0;
+    size_t position = 0;
     while (container.FindNextElement("item", position)) all += std::to_string(position++);
     const NodeList<Node>& children = container.children;
     for (const Node* child : children) all += std::string(child->name) + (child->IsType(ELEMENT_NODE) ? "e" : "");
     return all;
 }
 
-TEST(Threads, OneTreeMayBeReadOnSeveralAtTheSameTime) {
+TEST(XmlThreads, OneTreeMayBeReadOnSeveralAtTheSameTime) {
     const auto parsed = Parse(Message(20));
     Document byHand("r");
     NodeContainer::CloneChildren(*parsed->root, *byHand.root);
@@ -116,7 +116,7 @@ TEST(Threads, OneTreeMayBeReadOnSeveralAtTheSameTime) {
     }
 }
 
-TEST(Threads, TheFirstChangesOfNodesParsedTogetherMayComeOnSeveral) {
+TEST(XmlThreads, TheFirstChangesOfNodesParsedTogetherMayComeOnSeveral) {
     for (int round = 0; round < 20; ++round) {
         auto document = Parse(Message(64));
         const NodeList<Node>& children = document->root->children;
@@ -124,9 +124,9 @@ TEST(Threads, TheFirstChangesOfNodesParsedTogetherMayComeOnSeveral) {
         for (Node* child : children) nodes.emplace_back(child);
         document->root->children.clear();
         std::vector<std::thread> threads;
-        for (std::size_t i = 0; i < 4; ++i) {
+        for (size_t i = 0; i < 4; ++i) {
             threads.emplace_back([&nodes, i] {
-                for (std::size_t at = i; at < nodes.size(); at += 4) {
+                for (size_t at = i; at < nodes.size(); at += 4) {
                     nodes[at]->AppendText("a text of this thread's own, too long for its place");
                     nodes[at]->name = "a name of this thread's own";
                     nodes[at].reset();

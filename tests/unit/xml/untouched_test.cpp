@@ -13,13 +13,13 @@
 
 #include <gtest/gtest.h>
 
-#include "allocation_hook.h"
-#include "helpers.h"
+#include "support/allocation_fault.h"
+#include "support/xml.h"
 #include "xml/node_access.h"
 
 using namespace AdvXMLParser;
-using xml_tests::AllocationFault;
-using xml_tests::LiveBytes;
+using wpk::test::AllocationFault;
+using wpk::test::LiveBytes;
 using xml_tests::Parse;
 
 namespace {
@@ -43,9 +43,9 @@ TEST(Untouched, IsADocumentThatIsOnlyRead) {
     const std::unique_ptr<Document> copy(constant.Clone(nullptr));
     for (const Node* child : std::as_const(constant.root->children)) EXPECT_FALSE(child->name.empty());
     for (const Attribute* attribute : std::as_const(constant.root->attributes)) EXPECT_NE(attribute->GetText(), "");
-    Node* const two = document->root->FindElement("two");
+    Node* two = document->root->FindElement("two");
     EXPECT_EQ(document->root->GetOrCreateElement("two"), two);
-    std::size_t position = 0;
+    size_t position = 0;
     EXPECT_TRUE(document->root->FindNextElement("two", position));
     EXPECT_EQ(document->root->children.at(position), two);
     EXPECT_EQ(document->root->children.size(), 11U);
@@ -122,7 +122,7 @@ TEST(Untouched, IsNoDocumentOneOfWhoseListsMayHaveBeenChanged) {
     ExpectNoticed("end", [](Document& d) { static_cast<void>(d.children.end()); });
     ExpectNoticed("push_back", [](Document& d) { d.root->attributes.push_back(new Attribute(d.root, kLong)); });
     ExpectNoticed("pop_back", [](Document& d) {
-        Node* const last = d.root->children.back();
+        Node* last = d.root->children.back();
         d.root->children.pop_back();
         delete last;
     });
@@ -183,7 +183,7 @@ TEST(Changed, ANodeMayGoToATreeThatOutlivesItsDocument) {
         for (int i = 0; i < 3; ++i) {
             const auto document = Parse(kText);
             NodeList<Node>& children = document->root->children;
-            Node* const three = document->root->FindElement("three");
+            Node* three = document->root->FindElement("three");
             children.erase(std::find(children.begin(), children.end(), three));
             byHand.root->AppendChild(three);
         }
@@ -212,7 +212,7 @@ TEST(Changed, ADocumentMayStandInAnotherTree) {
     {
         Element byHand(nullptr, "all");
         byHand.AppendChild(Parse(kText).release());
-        Document* const changed = Parse(kText).release();
+        Document* changed = Parse(kText).release();
         changed->version = kLong;
         byHand.AppendChild(changed);
     }
@@ -237,7 +237,7 @@ TEST(Changed, WhenMemoryRunsOutAtTheFirstChangeNothingIsLost) {
 }
 
 TEST(Changed, StringsOfFifteenBytesEndWithAZeroBeforeAndAfterwards) {
-    for (std::size_t size = 10; size < 20; ++size) {
+    for (size_t size = 10; size < 20; ++size) {
         const std::string text(size, 'x');
         const auto document = Parse("<" + text + " " + text + "='" + text + "'>" + text + "</" + text + ">");
         Text& inner = FirstText(*document);
@@ -245,7 +245,7 @@ TEST(Changed, StringsOfFifteenBytesEndWithAZeroBeforeAndAfterwards) {
         EXPECT_STREQ(document->root->name.c_str(), text.c_str());
         EXPECT_STREQ(document->root->attributes.at(0)->name.c_str(), text.c_str());
         inner.text.clear();
-        for (std::size_t i = 1; i <= size; ++i) {
+        for (size_t i = 1; i <= size; ++i) {
             inner.text += "y";
             EXPECT_STREQ(inner.text.c_str(), std::string(i, 'y').c_str());
         }

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "helpers.h"
+#include "support/xml.h"
 
 using namespace AdvXMLParser;
 using xml_tests::Parse;
@@ -39,7 +39,7 @@ TEST(Writing, IndentsByTheGivenUnit) {
 TEST(Writing, IndentsByAUnitOfAnyLength) {
     Document document("r");
     document.root->GetOrCreateElement("a")->GetOrCreateElement("b");
-    for (const std::size_t length : {31U, 32U, 33U, 63U, 64U, 65U, 200U, 5000U}) {
+    for (const size_t length : {31U, 32U, 33U, 63U, 64U, 65U, 200U, 5000U}) {
         const std::string unit(length, ' ');
         EXPECT_EQ(Written(document, 0, unit.c_str()),
                   kDeclaration + "\n<r>\n" + unit + "<a>\n" + unit + unit + "<b/>\n" + unit + "</a>\n</r>")
@@ -252,7 +252,7 @@ TEST(Writing, CheckNothing) {
 
 TEST(Writing, NodesInUnusualPlacesAreWrittenAllTheSame) {
     Element element(nullptr, "e");
-    Attribute* const attribute = new Attribute(&element, "a");
+    Attribute* attribute = new Attribute(&element, "a");
     attribute->AppendChild(new Element(attribute, "x"));
     element.attributes.push_back(attribute);
     element.AppendChild(new Attribute(&element, "b"));
@@ -301,7 +301,7 @@ TEST(Escaping, CollapsesWhiteSpaceWithoutTrimming) {
 /// writer works.
 TEST(Escaping, IsTheSameAtEveryPlaceOfALongText) {
     const std::string_view letters = "x \n<";
-    for (std::size_t before : {0U, 1U, 11U, 12U, 13U, 14U, 15U, 16U, 17U, 28U, 31U, 32U, 60U}) {
+    for (size_t before : {0U, 1U, 11U, 12U, 13U, 14U, 15U, 16U, 17U, 28U, 31U, 32U, 60U}) {
         for (unsigned number = 0; number < 1024; ++number) {
             std::string text(before, '.');
             for (unsigned digits = number, i = 0; i < 5; ++i, digits /= 4) text += letters[digits % 4];

@@ -7,11 +7,11 @@
 
 #include <wpk/xml_helpers.h>
 
-#include "helpers.h"
-#include "small_stack_thread.h"
+#include "support/small_stack.h"
+#include "support/xml.h"
 
 using namespace wpk::xml;
-using xml_tests::RunOnSmallStack;
+using wpk::test::RunOnSmallStack;
 
 namespace {
 
@@ -94,7 +94,7 @@ TEST(Copy, OfNothingIsNull) {
 TEST(AddCopy, AppendsToAnElementOfAnyTree) {
     const auto document = Parse("<a x='1'><b/></a>");
     Document other("other");
-    Element* const added = AddCopy(other.root, document->root);
+    Element* added = AddCopy(other.root, document->root);
     EXPECT_EQ(added->parent, other.root);
     EXPECT_EQ(ToString(*other.root, WRITE_VERBATIM), "<other><a x=\"1\"><b/></a></other>");
     AddCopy(other.root, other.root);
@@ -126,7 +126,7 @@ TEST(Depth, OfAMillionLevelsNeedsNoStack) {
     const auto work = [&text] {
         const auto document = Parse(text);
         const std::unique_ptr<Document> copy = Copy(document.get());
-        Element* const added = AddCopy(copy->root, document->root);
+        Element* added = AddCopy(copy->root, document->root);
         EXPECT_EQ(AttributeOr(added, "x", 0), 1);
         RemoveLayout(copy.get());
         EXPECT_TRUE(Remove(added));

@@ -128,7 +128,7 @@ TEST(Describe, CutsLongLinesAroundTheFault) {
     EXPECT_EQ(said.substr(said.find('\n') + 1),
               "..." + std::string(50, 'x') + "<3" + std::string(24, 'y') + "...\n" + std::string(53, ' ') + "^");
     for (int shift = 0; shift < 4; ++shift) {
-        std::string line(static_cast<std::size_t>(shift), 'x');
+        std::string line(static_cast<size_t>(shift), 'x');
         for (int i = 0; i < 300; ++i) line += "\xE2\x82\xAC";
         const std::string cut = Said("<a>\n" + line + "<3" + line + "</a>");
         const std::string shown = cut.substr(cut.find('\n') + 1);

@@ -10,7 +10,7 @@
 
 #include <wpk/xml_helpers.h>
 
-#include "helpers.h"
+#include "support/xml.h"
 
 using namespace wpk::xml;
 using xml_tests::Shape;
@@ -169,7 +169,7 @@ TEST(SetAttribute, AddsOrReplaces) {
 
 TEST(SetAttribute, TakesItsOwnValueAndName) {
     const auto document = Parse("<a a-name-that-is-too-long-for-its-place='a value that is too long for its place'/>");
-    const Attribute* const attribute = document->root->attributes[0];
+    const Attribute* attribute = document->root->attributes[0];
     const std::string_view value = static_cast<AdvXMLParser::Text*>(attribute->children[0])->text;
     SetAttribute(document->root, attribute->name, value.substr(2));
     EXPECT_EQ(attribute->GetText(), "value that is too long for its place");
@@ -219,7 +219,7 @@ TEST(Names, AreThoseThatTheParserTakes) {
 
 TEST(Add, AppendsElements) {
     Document document("a");
-    Element* const b = Add(document.root, "b");
+    Element* b = Add(document.root, "b");
     Add(b, "c", 1);
     Add(document.root, "b", "Tom & Jerry");
     EXPECT_EQ(b->parent, document.root);
@@ -229,7 +229,7 @@ TEST(Add, AppendsElements) {
 
 TEST(Add, MakesTheRootOfADocumentWithoutOne) {
     Document document;
-    Element* const root = Add(&document, "a", 1);
+    Element* root = Add(&document, "a", 1);
     EXPECT_EQ(document.root, root);
     EXPECT_EQ(root->parent, &document);
     EXPECT_TRUE(IsNull(Add(&document, "b")));
@@ -272,7 +272,7 @@ TEST(Remove, LeavesANodeThatStandsNowhere) {
     EXPECT_EQ(document.root->children.size(), 0U);
 }
 
-TEST(NullNodes, AreNeverWrittenTo) {
+TEST(EditedNullNodes, AreNeverWrittenTo) {
     const auto document = Parse("<a>text</a>");
     Node* const nothing[] = {nullptr,
                              &AdvXMLParser::NullElement(),

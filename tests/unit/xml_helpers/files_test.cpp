@@ -11,7 +11,7 @@
 
 #include <wpk/xml_helpers.h>
 
-#include "own_folder.h"
+#include "unit/xml_helpers/own_folder.h"
 
 using namespace wpk::xml;
 namespace fs = std::filesystem;

@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "own_folder.h"
+#include "unit/xml_helpers/own_folder.h"
 
 namespace {
 
@@ -28,23 +28,23 @@ const char* const kExcerpt =
     ;
 
 /// In a folder of its own, as the file is named without one.
-class XmlHelpersGuide : public testing::Test {
+class XmlHelpersPage : public testing::Test {
 protected:
-    XmlHelpersGuide() : before_(std::filesystem::current_path()) { std::filesystem::current_path(folder_.Path()); }
-    ~XmlHelpersGuide() override { std::filesystem::current_path(before_); }
+    XmlHelpersPage() : before_(std::filesystem::current_path()) { std::filesystem::current_path(folder_.Path()); }
+    ~XmlHelpersPage() override { std::filesystem::current_path(before_); }
 
     std::filesystem::path before_;
     xml_tests::OwnFolder folder_;
 };
 
-TEST_F(XmlHelpersGuide, TaskMakesOfTheFileWhatItShows) {
+TEST_F(XmlHelpersPage, TaskMakesOfTheFileWhatItShows) {
     std::ofstream("order.xml", std::ios::binary) << kBefore;
     EXPECT_EQ(UpdateOrder("order.xml"), 0);
     std::ifstream file("order.xml", std::ios::binary);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), kAfter);
 }
 
-TEST_F(XmlHelpersGuide, TaskSaysWhereTheErrorIs) {
+TEST_F(XmlHelpersPage, TaskSaysWhereTheErrorIs) {
     std::string text = kBefore;
     text.replace(text.find("</price>"), 8, "</prize>");
     std::ofstream("order.xml", std::ios::binary) << text;
@@ -53,7 +53,7 @@ TEST_F(XmlHelpersGuide, TaskSaysWhereTheErrorIs) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), std::string(kRefused) + "\n");
 }
 
-TEST_F(XmlHelpersGuide, NothingIsNeverWrittenTo) {
+TEST_F(XmlHelpersPage, NothingIsNeverWrittenTo) {
 #include "xml_helpers/nothing.inc"
     EXPECT_EQ(count, 7);
     EXPECT_FALSE(isSet);
@@ -61,7 +61,7 @@ TEST_F(XmlHelpersGuide, NothingIsNeverWrittenTo) {
     EXPECT_EQ(ToString(*order->root), "<order/>");
 }
 
-TEST_F(XmlHelpersGuide, ErrorsSayWhatItShows) {
+TEST_F(XmlHelpersPage, ErrorsSayWhatItShows) {
     std::string message;
     std::string excerpt;
 #include "xml_helpers/errors.inc"

@@ -46,13 +46,13 @@ TEST(FindAttribute, GivesTheNullAttributeWhereThereIsNone) {
 }
 
 TEST(TextOr, ReadsIntegersOfEveryWidth) {
-    EXPECT_EQ(ValueOf("-128", std::int8_t{0}), -128);
-    EXPECT_EQ(ValueOf("255", std::uint8_t{0}), 255);
-    EXPECT_EQ(ValueOf("-32768", std::int16_t{0}), -32768);
+    EXPECT_EQ(ValueOf("-128", int8_t{0}), -128);
+    EXPECT_EQ(ValueOf("255", uint8_t{0}), 255);
+    EXPECT_EQ(ValueOf("-32768", int16_t{0}), -32768);
     EXPECT_EQ(ValueOf(" 42\n", 0), 42);
     EXPECT_EQ(ValueOf("+42", 0), 42);
-    EXPECT_EQ(ValueOf("-9223372036854775808", std::int64_t{0}), (std::numeric_limits<std::int64_t>::min)());
-    EXPECT_EQ(ValueOf("18446744073709551615", std::uint64_t{0}), (std::numeric_limits<std::uint64_t>::max)());
+    EXPECT_EQ(ValueOf("-9223372036854775808", int64_t{0}), (std::numeric_limits<int64_t>::min)());
+    EXPECT_EQ(ValueOf("18446744073709551615", uint64_t{0}), (std::numeric_limits<uint64_t>::max)());
     EXPECT_EQ(ValueOf("4&#50;", 0), 42);
 }
 
@@ -69,7 +69,7 @@ TEST(TextOr, GivesTheFallbackForWhatIsNoSuchValue) {
         EXPECT_EQ(ValueOf(text, 7), 7) << text;
     }
     EXPECT_EQ(ValueOf("-1", 7U), 7U);
-    EXPECT_EQ(ValueOf("256", std::uint8_t{7}), 7);
+    EXPECT_EQ(ValueOf("256", uint8_t{7}), 7);
     EXPECT_EQ(ValueOf("1e999", 7.0), 7.0);
     EXPECT_EQ(ValueOf("1,5", 7.0), 7.0);
 }
@@ -119,7 +119,7 @@ TEST(TextOr, TrimsNumbersAlsoWhereSpaceIsPreserved) {
 
 TEST(AttributeOr, ReadsAValueOrGivesTheFallback) {
     const auto document = Parse("<a n='42' t='Tom &amp; Jerry' b='true' d=' 1.5 ' e=''/>");
-    const Element* const root = document->root;
+    const Element* root = document->root;
     EXPECT_EQ(AttributeOr(root, "n", 0), 42);
     EXPECT_EQ(AttributeOr(root, "t", ""), "Tom & Jerry");
     EXPECT_TRUE(AttributeOr(root, "b", false));
@@ -131,7 +131,7 @@ TEST(AttributeOr, ReadsAValueOrGivesTheFallback) {
     EXPECT_EQ(AttributeOr(nullptr, "n", 7), 7);
 }
 
-TEST(Children, OfANameComeInOrder) {
+TEST(ChildrenTest, OfANameComeInOrder) {
     const auto document = Parse("<r>text<a n='1'/><b/><!--a--><a n='2'><a n='inside'/></a><?a?><A/><a n='3'/></r>");
     EXPECT_EQ(Names(Children(document->root, "a")), "a1 a2 a3 ");
     EXPECT_EQ(Names(Children(document->root, "A")), "A ");
@@ -141,7 +141,7 @@ TEST(Children, OfANameComeInOrder) {
     EXPECT_EQ(Names(Children(document.get())), "r ");
 }
 
-TEST(Children, OfNothingAreNone) {
+TEST(ChildrenTest, OfNothingAreNone) {
     const auto document = Parse("<r>text</r>");
     EXPECT_TRUE(Children(nullptr, "a").empty());
     EXPECT_TRUE(Children(&AdvXMLParser::NullElement()).empty());
@@ -149,7 +149,7 @@ TEST(Children, OfNothingAreNone) {
     EXPECT_TRUE(Children(document->root->children[0]).empty());
 }
 
-TEST(Children, KeepTheirNameWhenItWasATemporary) {
+TEST(ChildrenTest, KeepTheirNameWhenItWasATemporary) {
     const auto document = Parse("<r><a-name-too-long-for-any-small-buffer-1/></r>");
     std::string names;
     for (const Element* child : Children(document->root, std::string("a-name-too-long-for-any-small-") + "buffer-1")) {
@@ -158,7 +158,7 @@ TEST(Children, KeepTheirNameWhenItWasATemporary) {
     EXPECT_EQ(names, "a-name-too-long-for-any-small-buffer-1");
 }
 
-TEST(Children, MayBeRemovedOneByOneWhileTheLoopRuns) {
+TEST(ChildrenTest, MayBeRemovedOneByOneWhileTheLoopRuns) {
     const auto document = Parse("<r><a n='1'/><a n='2'/>text<b/><a n='3'/><a n='4'/></r>");
     for (Element* child : Children(document->root, "a")) {
         if (AttributeOr(child, "n", 0) == 3) continue;
@@ -167,7 +167,7 @@ TEST(Children, MayBeRemovedOneByOneWhileTheLoopRuns) {
     EXPECT_EQ(Names(Children(document->root)), "b a3 ");
 }
 
-TEST(Children, AppendedWhileTheLoopRunsComeToo) {
+TEST(ChildrenTest, AppendedWhileTheLoopRunsComeToo) {
     const auto document = Parse("<r><a/></r>");
     int seen = 0;
     for (Element* child : Children(document->root, "a")) {
@@ -176,7 +176,7 @@ TEST(Children, AppendedWhileTheLoopRunsComeToo) {
     EXPECT_EQ(seen, 100);
 }
 
-TEST(Children, IteratorsStepAsTheStandardOnesDo) {
+TEST(ChildrenTest, IteratorsStepAsTheStandardOnesDo) {
     const auto document = Parse("<r><a n='1'/><a n='2'/></r>");
     const ChildRange children = Children(document->root, "a");
     auto child = children.begin();

@@ -1,7 +1,7 @@
 // A folder of a test's own.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_TESTS_XML_HELPERS_OWN_FOLDER_H
-#define WPK_TESTS_XML_HELPERS_OWN_FOLDER_H
+#ifndef WPK_TESTS_UNIT_XML_HELPERS_OWN_FOLDER_H
+#define WPK_TESTS_UNIT_XML_HELPERS_OWN_FOLDER_H
 
 #include <filesystem>
 #include <random>
@@ -31,4 +31,4 @@ private:
 
 }  // namespace xml_tests
 
-#endif  // WPK_TESTS_XML_HELPERS_OWN_FOLDER_H
+#endif  // WPK_TESTS_UNIT_XML_HELPERS_OWN_FOLDER_H

@@ -42,7 +42,7 @@ TEST(Parse, RefusesNothingAtAll) {
 TEST(Parse, RefusesMoreThanTheParserCountsTo) {
     const std::string_view few = "<a/>";
     // Only the length is looked at.
-    const std::string_view many(few.data(), std::size_t{(std::numeric_limits<int>::max)()} + 1);
+    const std::string_view many(few.data(), size_t{(std::numeric_limits<int>::max)()} + 1);
     EXPECT_THROW(Parse(many), std::length_error);
 }
 

@@ -15,11 +15,11 @@ namespace {
 struct Connection {  // RASCONNA
     DWORD size;
     void* connection;
-    char entry_name[257];
-    char device_type[17];
-    char device_name[129];
+    char entryName[257];
+    char deviceType[17];
+    char deviceName[129];
     char phonebook[MAX_PATH];
-    DWORD sub_entry;
+    DWORD subEntry;
     GUID entry;
     DWORD flags;
     LUID luid;
@@ -35,12 +35,12 @@ struct Status {  // RASCONNSTATUSA
     DWORD size;
     DWORD state;
     DWORD error;
-    char device_type[17];
-    char device_name[129];
-    char phone_number[129];
+    char deviceType[17];
+    char deviceName[129];
+    char phoneNumber[129];
     EndPoint local;
     EndPoint remote;
-    DWORD sub_state;
+    DWORD subState;
 };
 #pragma pack(pop)
 static_assert(sizeof(Connection) == 724 && sizeof(Status) == 332, "layout of the platform");
@@ -52,13 +52,13 @@ constexpr unsigned int kTimes = 64;
 SRWLOCK lock = SRWLOCK_INIT;
 CONDITION_VARIABLE polled = CONDITION_VARIABLE_INIT;
 
-// All below: under the lock.
+/// All below: under the lock.
 StandInScene scenes[STAND_IN_SCENES];
-unsigned int scene_count = 0;
+unsigned int sceneCount = 0;
 bool looping = false;
 unsigned int polls = 0;
 ULONGLONG times[kTimes];
-// What the last enumeration has shown. Its handles carry the serial number: those of earlier ones are invalid.
+/// What the last enumeration has shown. Its handles carry the serial number: those of earlier ones are invalid.
 StandInScene shown;
 uintptr_t serial = 0;
 
@@ -75,9 +75,9 @@ void ShowNextScene() {
     times[number % kTimes] = GetTickCount64();
     ++serial;
     std::memset(&shown, 0, sizeof shown);
-    if (scene_count > 0) {
-        const unsigned int last = scene_count - 1;
-        shown = scenes[looping ? number % scene_count : (number < last ? number : last)];
+    if (sceneCount > 0) {
+        const unsigned int last = sceneCount - 1;
+        shown = scenes[looping ? number % sceneCount : (number < last ? number : last)];
     }
     WakeAllConditionVariable(&polled);
 }
@@ -92,8 +92,8 @@ extern "C" {
 
 __declspec(dllexport) void StandIn_Play(const StandInScene* script, unsigned int count, int loop) {
     const Hold hold;
-    scene_count = count < STAND_IN_SCENES ? count : STAND_IN_SCENES;
-    std::memcpy(scenes, script, scene_count * sizeof *script);
+    sceneCount = count < STAND_IN_SCENES ? count : STAND_IN_SCENES;
+    std::memcpy(scenes, script, sceneCount * sizeof *script);
     looping = loop != 0;
     polls = 0;
 }
@@ -131,8 +131,8 @@ __declspec(dllexport) DWORD WINAPI RasEnumConnectionsA(Connection* connections, 
         std::memset(&connection, 0, sizeof connection);
         connection.size = sizeof connection;
         connection.connection = HandleOf(i);
-        std::memcpy(connection.entry_name, "Entry", 6);
-        std::memcpy(connection.device_type, shown.connections[i].device_type, sizeof connection.device_type);
+        std::memcpy(connection.entryName, "Entry", 6);
+        std::memcpy(connection.deviceType, shown.connections[i].deviceType, sizeof connection.deviceType);
     }
     return ERROR_SUCCESS;
 }
@@ -144,9 +144,9 @@ __declspec(dllexport) DWORD WINAPI RasGetConnectStatusA(void* connection, Status
     for (unsigned int i = 0; i < shown.count; ++i) {
         if (connection != HandleOf(i)) continue;
         const StandInConnection& found = shown.connections[i];
-        if (found.status_result != ERROR_SUCCESS) return found.status_result;
+        if (found.statusResult != ERROR_SUCCESS) return found.statusResult;
         status->state = found.state;
-        std::memcpy(status->device_type, found.device_type, sizeof status->device_type);
+        std::memcpy(status->deviceType, found.deviceType, sizeof status->deviceType);
         return ERROR_SUCCESS;
     }
     return ERROR_INVALID_HANDLE;

@@ -1,17 +1,17 @@
 // How a test tells the stand-in for the system's remote access library what to show. Both are in one process.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_TESTS_INTERFACE_DIAL_UP_STAND_IN_H
-#define WPK_TESTS_INTERFACE_DIAL_UP_STAND_IN_H
+#ifndef WPK_TESTS_INTERFACE_DIAL_UP_RASAPI32_STAND_IN_H
+#define WPK_TESTS_INTERFACE_DIAL_UP_RASAPI32_STAND_IN_H
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
 struct StandInConnection {
-    char device_type[17];
+    char deviceType[17];
     unsigned int state;
-    // Of the query for the state; 0 is success.
-    unsigned int status_result;
+    /// Of the query for the state; 0 is success.
+    unsigned int statusResult;
 };
 
 #define STAND_IN_CONNECTIONS 12u
@@ -19,7 +19,7 @@ struct StandInConnection {
 
 // What one enumeration shows.
 struct StandInScene {
-    // Of the enumeration; 0 is success.
+    /// Of the enumeration; 0 is success.
     unsigned int result;
     unsigned int count;
     struct StandInConnection connections[STAND_IN_CONNECTIONS];
@@ -38,4 +38,4 @@ unsigned int StandIn_PeriodBefore(unsigned int number);
 }
 #endif
 
-#endif
+#endif  // WPK_TESTS_INTERFACE_DIAL_UP_RASAPI32_STAND_IN_H

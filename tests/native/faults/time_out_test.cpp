@@ -1,0 +1,33 @@
+// Replies that do not come in time, in a time that runs faster.
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "fake_platform/control.h"
+#include "native/faults/stage.h"
+#include "native/support/child_process.h"
+#include "windows.h"
+
+namespace wpk::host {
+namespace {
+
+TEST(TimeOut, AHeadThatDoesNotComeForSixtySecondsFailsTheRequest) {
+    const bool passed = RunInChild([] {
+        auto& stage = Lasting<Stage>();
+        ASSERT_EQ(InitLibrary(stage.settings), 1);
+        SpeedUp(100);
+        const uint64_t begin = GetTickCount64();
+        NativeRequest& request = stage.Make("Silent");
+        stage.SendAndAwait(request);
+        EXPECT_EQ(request.Error(), WPK_ERROR_EXCHANGE);
+        EXPECT_EQ(request.Finals(), 1);
+        EXPECT_GE(GetTickCount64() - begin, 60000u);
+        EXPECT_EQ(Misuses(), std::vector<std::string>());
+    });
+    EXPECT_TRUE(passed);
+}
+
+}  // namespace
+}  // namespace wpk::host

@@ -1,0 +1,190 @@
+// The process around a test: folders, handle and thread counts, child processes.
+// SPDX-License-Identifier: MIT
+#include "support/dll/process.h"
+
+#include <tlhelp32.h>
+#include <winternl.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+
+namespace wpk::rig {
+namespace {
+
+std::map<std::string, Scenario>& Scenarios() {
+    static std::map<std::string, Scenario> scenarios;
+    return scenarios;
+}
+
+std::string ProgramPath() {
+    char path[MAX_PATH] = {};
+    GetModuleFileNameA(nullptr, path, sizeof path);
+    return path;
+}
+
+/// The file name without folder and extension.
+std::string ProgramStem() {
+    const std::string name = ProgramPath().substr(ProgramFolder().size());
+    return name.substr(0, name.rfind('.'));
+}
+
+/// Wine does not count a process's handles; its list of the system's handles tells as much.
+size_t CountInSystemList() {
+    struct Entry {
+        void* object;
+        ULONG_PTR process;
+        ULONG_PTR handle;
+        ULONG access;
+        USHORT trace;
+        USHORT type;
+        ULONG attributes;
+        ULONG reserved;
+    };
+    constexpr auto kSystemExtendedHandleInformation = static_cast<SYSTEM_INFORMATION_CLASS>(64);
+    std::vector<char> buffer(1 << 20);
+    ULONG needed = 0;
+    while (NtQuerySystemInformation(kSystemExtendedHandleInformation, buffer.data(), static_cast<ULONG>(buffer.size()),
+                                    &needed) != 0) {
+        if (buffer.size() > (64u << 20)) Die("the system does not list its handles");
+        buffer.resize(buffer.size() * 2);
+    }
+    ULONG_PTR count = 0;
+    std::memcpy(&count, buffer.data(), sizeof count);
+    size_t own = 0;
+    for (ULONG_PTR i = 0; i < count; ++i) {
+        Entry entry;
+        std::memcpy(&entry, buffer.data() + 2 * sizeof(ULONG_PTR) + i * sizeof entry, sizeof entry);
+        if (entry.process == GetCurrentProcessId()) ++own;
+    }
+    return own;
+}
+
+}  // namespace
+
+void Die(const std::string& message) {
+    std::fprintf(stderr, "rig: %s (error %lu)\n", message.c_str(), GetLastError());
+    std::fflush(nullptr);
+    TerminateProcess(GetCurrentProcess(), 99);
+    std::abort();
+}
+
+std::string ProgramFolder() {
+    const std::string path = ProgramPath();
+    return path.substr(0, path.rfind('\\') + 1);
+}
+
+std::string ScratchFolder() {
+    return ProgramFolder() + ProgramStem() + "_scratch\\";
+}
+
+void EnterScratchFolder(bool clean) {
+    const std::string folder = ScratchFolder();
+    CreateDirectoryA(folder.c_str(), nullptr);
+    if (clean) {
+        for (const std::string& name : FilesLike(folder, "*")) DeleteFileA((folder + name).c_str());
+    }
+    if (!SetCurrentDirectoryA(folder.c_str())) Die("cannot enter " + folder);
+}
+
+std::vector<std::string> FilesLike(const std::string& folder, const std::string& pattern) {
+    std::vector<std::string> names;
+    WIN32_FIND_DATAA found;
+    const HANDLE search = FindFirstFileA((folder + pattern).c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return names;
+    do {
+        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) names.emplace_back(found.cFileName);
+    } while (FindNextFileA(search, &found));
+    FindClose(search);
+    return names;
+}
+
+bool FileExists(const std::string& path) {
+    return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+unsigned long long FileSize(const std::string& path) {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &data);
+    return static_cast<unsigned long long>(data.nFileSizeHigh) << 32 | data.nFileSizeLow;
+}
+
+size_t HandleCount() {
+    DWORD count = 0;
+    if (GetProcessHandleCount(GetCurrentProcess(), &count) && count > 0) return count;
+    return CountInSystemList();
+}
+
+std::set<DWORD> ThreadIds() {
+    std::set<DWORD> ids;
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry = {};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
+        if (entry.th32OwnerProcessID == GetCurrentProcessId()) ids.insert(entry.th32ThreadID);
+    }
+    CloseHandle(snapshot);
+    return ids;
+}
+
+bool WaitForOtherThreads(const std::set<DWORD>& known) {
+    for (const DWORD id : ThreadIds()) {
+        if (known.count(id)) continue;
+        const HANDLE thread = OpenThread(SYNCHRONIZE | THREAD_QUERY_LIMITED_INFORMATION, FALSE, id);
+        if (!thread) continue;
+        // The thread may have ended meanwhile, and its id may be that of a thread of another process by now.
+        const bool own = GetProcessIdOfThread(thread) == GetCurrentProcessId();
+        const DWORD waited = own ? WaitForSingleObject(thread, kPatience) : WAIT_OBJECT_0;
+        CloseHandle(thread);
+        if (waited != WAIT_OBJECT_0) return false;
+    }
+    return true;
+}
+
+ScenarioEntry::ScenarioEntry(const char* name, Scenario scenario) {
+    Scenarios()[name] = scenario;
+}
+
+Child::Child(const std::string& scenario, const std::string& argument, const std::string& programName) {
+    std::string program = ProgramPath();
+    if (!programName.empty()) {
+        const std::string copy = ProgramFolder() + programName;
+        if (!CopyFileA(program.c_str(), copy.c_str(), /*bFailIfExists=*/FALSE)) Die("cannot copy to " + copy);
+        program = copy;
+    }
+    std::string command = "\"" + program + "\" --scenario " + scenario + " \"" + argument + "\"";
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION started = {};
+    std::fflush(nullptr);
+    if (!CreateProcessA(program.c_str(), command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE, 0, nullptr,
+                        nullptr, &startup, &started)) {
+        Die("cannot start " + command);
+    }
+    CloseHandle(started.hThread);
+    process_ = started.hProcess;
+}
+
+Child::~Child() {
+    CloseHandle(process_);
+}
+
+DWORD Child::Wait() {
+    DWORD code = 0xDEAD;
+    if (WaitForSingleObject(process_, kPatience) == WAIT_OBJECT_0) {
+        GetExitCodeProcess(process_, &code);
+    } else {
+        TerminateProcess(process_, code);
+    }
+    return code;
+}
+
+int RunScenario(int argc, char** argv) {
+    if (argc < 4 || std::strcmp(argv[1], "--scenario") != 0) return -1;
+    const auto found = Scenarios().find(argv[2]);
+    if (found == Scenarios().end()) Die(std::string("no scenario ") + argv[2]);
+    return found->second(argv[3]);
+}
+
+}  // namespace wpk::rig
