@@ -47,7 +47,7 @@ public:
     void SetLiveNodes(std::size_t nodes) noexcept {
         liveNodes_.store(static_cast<std::uint32_t>(nodes), std::memory_order_relaxed);
     }
-    /// Counts so many nodes as deleted, and frees the memory when those were the last.
+    /// Counts this number of nodes as deleted, and frees the memory when they were the last.
     void Release(std::size_t nodes) noexcept;
 
     /// For a node that is deleted by itself: in two steps, on one thread. BeginDelete, in its destructor, counts it as

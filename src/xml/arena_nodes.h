@@ -100,7 +100,7 @@ public:
         : T(location, std::forward<Arguments>(arguments)...) {}
 
     ~ArenaNode() override {
-        // Whoever is below leaves first, so that this node still has its location then.
+        // The nodes below go first: then this one still keeps the arena alive.
         Teardown::EmptyAll(*this);
         Arena::BeginDelete(NodeAccess::ArenaOf(*this));
     }

@@ -16,7 +16,7 @@ using namespace detail;
 
 namespace {
 
-/// In front of bytes on the heap stands how many there is room for, the closing zero not counted.
+/// Bytes on the heap are preceded by how many there is room for, not counting the closing zero.
 using Room = std::size_t;
 constexpr std::size_t kLongest = std::numeric_limits<std::uint32_t>::max() - 1;
 

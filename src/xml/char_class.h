@@ -14,9 +14,9 @@ enum CharClass : std::uint16_t {
     kWhite = 1,
     /// ASCII letter, '_' or ':'.
     kNameStart = 2,
-    /// kNameStart, digit, '-', '.', or a Latin-1 letter: those are good inside of a name, but do not begin one.
+    /// kNameStart, digit, '-', '.', or a Latin-1 letter: allowed in a name, but not as its first character.
     kNameChar = 4,
-    /// May stand in character data, comments and the like: no control characters but white space.
+    /// Allowed in character data, comments and the like: no control characters but white space.
     kAllowed = 8,
     /// Ends a run of plain characters in content: '<', '&', ']', what is not allowed, and '\r', which becomes a '\n'.
     kTextStop = 16,

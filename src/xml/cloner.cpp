@@ -17,7 +17,8 @@ struct Level {
     std::size_t next;
 };
 
-/// A container as its Clone begins. Attributes and flags of an element stay behind, as do the fields of a document.
+/// A container as its Clone begins. Attributes and flags of an element are not copied, nor are the fields of a
+/// document.
 std::unique_ptr<NodeContainer> CloneShell(const NodeContainer& container, NodeContainer* newParent) {
     std::unique_ptr<NodeContainer> shell;
     switch (NodeAccess::KindOf(container)) {

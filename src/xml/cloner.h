@@ -8,7 +8,7 @@
 namespace AdvXMLParser::detail {
 
 /// What Clone gives for a container: a new one of the same class with copies of the children, under `newParent`. Throws
-/// what copying a node below throws, and leaves nothing behind then.
+/// what copying a node below throws, and then leaves no memory allocated.
 NodeContainer* CloneTree(const NodeContainer& container, NodeContainer* newParent);
 
 }  // namespace AdvXMLParser::detail

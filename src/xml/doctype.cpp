@@ -27,13 +27,13 @@ public:
     }
 
 private:
-    /// Takes the pieces of a value that nobody wants.
+    /// Takes the pieces of a value that is not kept.
     struct Discard {
         void AddText(const Slice&) const noexcept {}
         void AddReference(const ReferenceParts&) const noexcept {}
     };
 
-    /// A group whose first particle is not behind it yet has no separator.
+    /// A group has no separator until its first particle has been read.
     static constexpr unsigned kNoSeparator = 0x100;
 
     void Require(bool isThere, ParsingError code) {

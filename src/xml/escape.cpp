@@ -85,7 +85,7 @@ private:
         return at;
     }
 
-    /// Puts what stands for the character that stops a block at `copied`, and gives the place after it in the text.
+    /// Writes the replacement for the character at `copied`; returns the position after it in the text.
     const char* PutStop(const char* at, const char* end, char* to, unsigned white, unsigned copied) noexcept {
         const char* const stop = at + copied;
         if (!IsWhite(*stop)) {

@@ -56,7 +56,7 @@ WPK_XML_INLINE char* EscapeText(OutputBuffer& out, char* to, const ByteString& t
         const Block block(text.data());
         block.Store(to);
         const Stops<kSpace> stops(block, 0);
-        // What the text has not got of the block is shifted out.
+        // What of the block is not part of the text is shifted out.
         const unsigned others = std::numeric_limits<unsigned>::digits - static_cast<unsigned>(size);
         if (stops.all << others == 0) return to + size;
         // Nothing but a line feed and an indentation: one space.

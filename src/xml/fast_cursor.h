@@ -147,7 +147,7 @@ public:
         at_ = place;
         isPastEnd_ = false;
     }
-    /// The bytes from the last Position up to here, less so many.
+    /// The bytes from the last Position up to here, less that number.
     Slice Cut(Place from, std::size_t less) const noexcept {
         return {AsChars(from), static_cast<std::size_t>(at_ - from) - less, hasReturns_};
     }

@@ -25,7 +25,7 @@ bool ReadNumber(Cursor& cursor, CharClass digits, std::uint32_t base, std::uint3
     return any;
 }
 
-/// The cursor is behind "&#". Of the number only the low eight bits count.
+/// The cursor is after "&#". Of the number only the low eight bits count.
 template <class Cursor>
 char ReadCharacterNumber(Cursor& cursor) {
     std::uint32_t number = 0;

@@ -15,7 +15,7 @@ namespace AdvXMLParser::detail {
 struct NodeAccess {
     using Kind = Node::Kind;
 
-    /// Which of the library's classes the node is made of, be it as a base.
+    /// Which of the library's classes the node is, or is derived from.
     static Kind KindOf(const Node& node) noexcept { return node.location_.kind; }
 
     /// What its class is exactly: foreign for every class of an application's own, whose virtual functions may have
@@ -50,7 +50,7 @@ struct NodeAccess {
     /// Whether a string holds its bytes in place: sixteen can be read from there.
     static bool IsNear(const ByteString& bytes) noexcept { return bytes.IsNear(); }
 
-    /// Whether a text or an element in an arena has got any of its memory from elsewhere.
+    /// Whether a text or an element in an arena has any memory on the heap.
     static bool HasHeapMemory(const Text& text) noexcept { return text.name.IsHeap() || text.text.IsHeap(); }
     static bool HasHeapMemory(const Element& element) noexcept {
         return element.name.IsHeap() || element.attributes.IsHeap() || element.children.IsHeap();
@@ -81,7 +81,7 @@ struct NodeAccess {
         list.size_ = 1;
     }
     ///@}
-    /// Empties a list whose entries and memory are somebody else's business.
+    /// Empties a list without freeing its entries or its memory.
     template <class T>
     static void Forget(NodeList<T>& list) noexcept {
         list.size_ = 0;

@@ -9,7 +9,7 @@
 namespace AdvXMLParser::detail {
 namespace {
 
-/// In front of the entries stands how far they are from the beginning of their memory. It moves with them when the
+/// The entries are preceded by their distance from the beginning of their memory. It moves with them when the
 /// first is forgotten, into that one's place.
 using Distance = std::size_t;
 

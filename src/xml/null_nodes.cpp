@@ -17,7 +17,7 @@ struct NullNodes {
 };
 
 /// In static storage and never destroyed: destructors of static objects may still look things up, and a module that is
-/// unloaded leaves nothing behind.
+/// unloaded leaves no memory allocated.
 NullNodes& TheNullNodes() noexcept {
     alignas(NullNodes) static unsigned char storage[sizeof(NullNodes)];
     static NullNodes& nodes = *::new (storage) NullNodes;

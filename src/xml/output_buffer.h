@@ -30,7 +30,7 @@ public:
     /// Everything up to `to` goes to the string. The result is where the next byte goes, with room after it.
     char* Flush(char* to);
 
-    /// Sees to it that there is room. The result is where the next byte goes.
+    /// Makes sure that there is room. Returns where the next byte goes.
     WPK_XML_INLINE char* MakeRoom(char* to) { return to <= bytes_ + (kSize - kRoom) ? to : Flush(to); }
 
     /// Puts bytes, however many, and makes room after them.

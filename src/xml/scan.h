@@ -69,7 +69,7 @@ WPK_XML_INLINE const Byte* SkipNameChars(const Byte* at) noexcept {
     return at;
 }
 
-/// Whether [at, end) begins with the `size` bytes at `bytes`, which stand before `at` in the same memory.
+/// Whether [at, end) begins with the `size` bytes at `bytes`, which come before `at` in the same memory.
 WPK_XML_INLINE bool BeginsWith(const Byte* at, const Byte* end, const Byte* bytes, std::size_t size) noexcept {
     const std::size_t left = static_cast<std::size_t>(end - at);
     if (left < size) return false;

@@ -16,7 +16,7 @@ NodeList<Attribute>* AttributesOf(NodeContainer& container) noexcept {
     return has ? &static_cast<Element&>(container).attributes : nullptr;
 }
 
-/// Frees what a node in an arena has got from elsewhere since it was parsed.
+/// Frees the heap memory that a node in an arena has acquired since it was parsed.
 void FreeHeap(Node& node) noexcept {
     NodeAccess::FreeHeap(node.name);
     switch (NodeAccess::KindOf(node)) {

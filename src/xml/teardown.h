@@ -42,7 +42,7 @@ private:
     NodeContainer* current_;
     /// The attributes of the current container, if it has any.
     const NodeList<Attribute>* attributes_;
-    /// How many of the current container's attributes and children have been seen to.
+    /// How many of the current container's attributes and children have been handled.
     std::size_t done_ = 0;
 
     /// The chunk of the last node that was in an arena, and that arena.

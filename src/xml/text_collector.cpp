@@ -112,7 +112,7 @@ void TextCollector::TrimWhitespaceAtEnd() {
 }
 
 void TextCollector::CollapseWhitespace(std::string_view text) {
-    // What stands before the level's start belongs to levels around and is none of its white space.
+    // What comes before the level's start belongs to enclosing levels: its white space does not count.
     bool afterWhite = result_.size() > levels_.back().start && IsWhite(result_.back());
     for (auto at = text.begin(); at != text.end();) {
         const auto white = std::find_if(at, text.end(), IsWhite);

@@ -383,7 +383,7 @@ private:
         state.atLineStart = false;
     }
 
-    /// Sees to it that the indentation of so many levels stands in the prepared line, if it fits.
+    /// Extends the prepared line to the indentation of that many levels. False if it does not fit.
     bool PrepareLine(std::size_t levels) noexcept {
         if (levels * indent_.size() > kLine - 1) return false;
         for (; lineLevels_ < levels; ++lineLevels_) {
