@@ -30,9 +30,8 @@ std::string Entry(const std::string& key, const std::string& value) {
     return Integer(key.size()) + key + Integer(value.size()) + value;
 }
 
-std::string Body(const std::string& behind_proxy, const std::string& service, const std::string& data) {
-    return Entry("WPK_IsBehindProxy", behind_proxy) + Entry("WPK_ServiceName", service) +
-           Entry("WPK_ServiceData", data);
+std::string Body(const std::string& behindProxy, const std::string& service, const std::string& data) {
+    return Entry("WPK_IsBehindProxy", behindProxy) + Entry("WPK_ServiceName", service) + Entry("WPK_ServiceData", data);
 }
 
 /// "CODE reason" of the refusal, or "accepted".

@@ -14,7 +14,7 @@ constexpr size_t kTextLength = 1024;
 
 struct Search {
     DWORD process;
-    std::wstring window_class;
+    std::wstring windowClass;
     HWND found;
 };
 
@@ -24,7 +24,7 @@ BOOL CALLBACK Look(HWND window, LPARAM parameter) {
     GetWindowThreadProcessId(window, &process);
     std::array<wchar_t, 100> name = {};
     GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    if (process != search.process || search.window_class != name.data() || !IsWindowVisible(window)) return TRUE;
+    if (process != search.process || search.windowClass != name.data() || !IsWindowVisible(window)) return TRUE;
     search.found = window;
     return FALSE;
 }
@@ -85,8 +85,8 @@ Target::~Target() {
     CloseHandle(process_.hThread);
 }
 
-bool Target::TurnTo(const std::wstring& window_class) {
-    Search search = {process_.dwProcessId, window_class, nullptr};
+bool Target::TurnTo(const std::wstring& windowClass) {
+    Search search = {process_.dwProcessId, windowClass, nullptr};
     EnumDesktopWindows(desktop_.Handle(), Look, reinterpret_cast<LPARAM>(&search));
     if (search.found) window_ = search.found;
     return search.found != nullptr;

@@ -42,7 +42,7 @@ public:
 
     /// The visible top-level window of that class becomes the one that all the rest is about.
     /// @return false when there is none (yet).
-    bool TurnTo(const std::wstring& window_class);
+    bool TurnTo(const std::wstring& windowClass);
 
     HWND Window() const { return window_; }
     HWND Control(int id) const;

@@ -190,10 +190,10 @@ HANDLE MapFile(const File& file, DWORD protection, uint64_t size) {
     if (!file.Has(writable ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ)) {
         return Refuse<HANDLE>(ERROR_ACCESS_DENIED, nullptr);
     }
-    const auto file_size = static_cast<uint64_t>(file.Size());
-    if (size == 0) size = file_size;
+    const auto fileSize = static_cast<uint64_t>(file.Size());
+    if (size == 0) size = fileSize;
     if (size == 0) return Refuse<HANDLE>(ERROR_FILE_INVALID, nullptr);
-    if (size > file_size && (!writable || ftruncate(file.Descriptor(), static_cast<off_t>(size)) != 0)) {
+    if (size > fileSize && (!writable || ftruncate(file.Descriptor(), static_cast<off_t>(size)) != 0)) {
         return Refuse<HANDLE>(ERROR_DISK_FULL, nullptr);
     }
     return OpenHandle(std::make_shared<Mapping>(file, size, writable));

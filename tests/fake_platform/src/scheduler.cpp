@@ -51,7 +51,7 @@ struct Runner {
     /// Null while it could go on.
     std::function<bool()> condition;
     std::optional<uint64_t> deadline;
-    bool timed_out = false;
+    bool timedOut = false;
     const char* where = "";
 
     bool CanGoOn() const { return !ended && (!condition || condition()); }
@@ -127,7 +127,7 @@ bool Run::PassTime() {
     }
     if (!next) return false;
     time = std::max(time, *next->deadline);
-    next->timed_out = true;
+    next->timedOut = true;
     next->condition = nullptr;
     next->deadline.reset();
     return true;
@@ -161,7 +161,7 @@ Runner& Run::ChooseNext() {
             case Option::Kind::kTimeOut: {
                 Runner& late = Find(chosen.number);
                 time = std::max(time, *late.deadline);
-                late.timed_out = true;
+                late.timedOut = true;
                 late.condition = nullptr;
                 late.deadline.reset();
                 return late;
@@ -228,13 +228,13 @@ void SchedulePointInLibrary() {
 
 bool AwaitScheduled(const char* where, std::function<bool()> condition, uint32_t milliseconds) {
     self->where = where;
-    self->timed_out = false;
+    self->timedOut = false;
     self->condition = std::move(condition);
     if (milliseconds != INFINITE) self->deadline = run->time + milliseconds;
     run->Switch();
     self->condition = nullptr;
     self->deadline.reset();
-    return !self->timed_out;
+    return !self->timedOut;
 }
 
 void StartScheduled(std::string name, std::function<void()> body, std::function<bool()> mayBegin) {

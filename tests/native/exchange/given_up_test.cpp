@@ -50,7 +50,7 @@ void Serve(NativePeer::Connection& connection) {
 class GivenUpRequest : public ExchangeTest {
 protected:
     /// Runs a request that is given up at that moment, and expects that nothing of it is open when it is told so.
-    int RunGivenUp(const Moment& moment, const std::function<void(Carried&)>& give_up) {
+    int RunGivenUp(const Moment& moment, const std::function<void(Carried&)>& giveUp) {
         SpeedUp(100);
         const NativePeer peer(Serve, NativePeer::Serve::kAtOnce);
         Carried request(state, peer.Port(), moment.service, std::string(100, 'd'));
@@ -63,7 +63,7 @@ protected:
         };
         bool givenUp = false;
         RunBefore(moment.call, moment.nth, [&] {
-            give_up(request);
+            giveUp(request);
             givenUp = true;
         });
         const int end = request.Run();

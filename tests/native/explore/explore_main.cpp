@@ -41,10 +41,10 @@ std::optional<Order> ReadOrder(const std::vector<std::string>& arguments) {
     Order order;
     std::vector<std::string> plain;
     for (size_t i = 0; i < arguments.size(); ++i) {
-        const bool has_value = i + 1 < arguments.size();
-        if (arguments[i] == "--seed" && has_value) {
+        const bool hasValue = i + 1 < arguments.size();
+        if (arguments[i] == "--seed" && hasValue) {
             order.seed = std::strtoull(arguments[++i].c_str(), nullptr, 10);
-        } else if (arguments[i] == "--schedule" && has_value) {
+        } else if (arguments[i] == "--schedule" && hasValue) {
             order.schedule = arguments[++i];
         } else {
             plain.push_back(arguments[i]);

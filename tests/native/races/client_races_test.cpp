@@ -90,7 +90,7 @@ RACE_IN_CHILD(RequestsWhoseTimeIsUpAtRandomMomentsEndOnce) {
     const Server server;
     std::vector<Request> last(kThreads);
     std::atomic<int> outcomes{0};
-    std::atomic<int> timed_out{0};
+    std::atomic<int> timedOut{0};
     {
         // Short enough for a "Silent" server to be given up, which nobody but the limit does.
         Options options = To(server);
@@ -104,7 +104,7 @@ RACE_IN_CHILD(RequestsWhoseTimeIsUpAtRandomMomentsEndOnce) {
                 if (random() % 4 == 0) message.time_limit = std::chrono::milliseconds(-1);
                 last[static_cast<size_t>(thread)] = client.Send(std::move(message), [&](const Outcome& outcome) {
                     EXPECT_TRUE(outcome || outcome.error() == Errc::kTimedOut) << outcome.error().message();
-                    if (!outcome) ++timed_out;
+                    if (!outcome) ++timedOut;
                     ++outcomes;  // the last, as it is waited for
                 });
                 if (random() % 2 == 0) last[static_cast<size_t>(thread)].Wait();
@@ -113,7 +113,7 @@ RACE_IN_CHILD(RequestsWhoseTimeIsUpAtRandomMomentsEndOnce) {
     }
     // The Client has gone; its limits have not.
     ASSERT_TRUE(host::AwaitThat([&] { return outcomes == kThreads * kRounds; }));
-    EXPECT_GT(timed_out, 0);
+    EXPECT_GT(timedOut, 0);
     ExpectNothingLeft();
 }
 

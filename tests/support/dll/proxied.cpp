@@ -9,12 +9,12 @@
 
 namespace wpk::rig {
 
-Proxied::Proxied(unsigned short proxy_port, const char* user, const char* password) : library(Library::LoadFresh()) {
+Proxied::Proxied(unsigned short proxyPort, const char* user, const char* password) : library(Library::LoadFresh()) {
     // The library may call its default callback as long as the process lives.
     WPK_INITSTRUCT settings = PermanentSettings(*new Inbox);
     settings.bBehindProxy = 1;
     settings.lpszProxyServer = "127.0.0.1";
-    settings.nProxyPort = proxy_port;
+    settings.nProxyPort = proxyPort;
     settings.lpszProxyUser = user;
     settings.lpszProxyPassword = password;
     if (library.Init(&settings) != 1) Die("WPK_Init failed");

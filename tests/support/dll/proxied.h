@@ -12,7 +12,7 @@ namespace wpk::rig {
 /// A fresh library with a proxy on 127.0.0.1; null credentials are allowed.
 class Proxied {
 public:
-    Proxied(unsigned short proxy_port, const char* user, const char* password);
+    Proxied(unsigned short proxyPort, const char* user, const char* password);
 
     const Library library;
 };
