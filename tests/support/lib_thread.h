@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -104,6 +105,7 @@ public:
     explicit OutsideThread(std::function<void()> body) : body_(std::make_unique<std::function<void()>>(body)) {
         handle_.Reset(reinterpret_cast<HANDLE>(
             _beginthreadex(/*security=*/nullptr, /*stack_size=*/0, Run, body_.get(), /*initflag=*/0, &id_)));
+        EXPECT_TRUE(handle_) << "the system has no thread: errno " << errno << ", error " << GetLastError();
     }
     OutsideThread(const OutsideThread&) = delete;
     OutsideThread& operator=(const OutsideThread&) = delete;
@@ -114,7 +116,7 @@ public:
     /// Waits for the thread's end.
     void Join() {
         if (!handle_) return;
-        WaitForSingleObject(handle_.Get(), INFINITE);
+        EXPECT_EQ(WaitForSingleObject(handle_.Get(), INFINITE), WAIT_OBJECT_0);
         handle_.Reset();
     }
 
