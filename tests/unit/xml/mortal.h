@@ -12,7 +12,7 @@ namespace xml_tests {
 /// Adds its text to a log when it is deleted.
 class Mortal : public AdvXMLParser::Text {
 public:
-    explicit Mortal(std::string& log, const char* name_) : Text(nullptr, name_), log_(log) {}
+    explicit Mortal(std::string& log, const char* itsText) : Text(nullptr, itsText), log_(log) {}
     ~Mortal() override { log_ += std::string(text); }
 
 private:
@@ -22,7 +22,7 @@ private:
 /// The same of an element, with its name.
 class MortalElement : public AdvXMLParser::Element {
 public:
-    explicit MortalElement(std::string& log, const char* name_) : Element(nullptr, name_), log_(log) {}
+    explicit MortalElement(std::string& log, const char* itsName) : Element(nullptr, itsName), log_(log) {}
     ~MortalElement() override { log_ += std::string(name); }
 
 private:
