@@ -60,6 +60,8 @@ protected:
         if (global_.netOutbound.Started() != 0) test::AwaitThreads(2);
         global_.netOutbound.Stop();
         test::ShutDownLayer();
+        // A thread that has left the registry still has to end: the next test counts threads.
+        EXPECT_TRUE(test::AwaitThat([] { return host::CountLive().threads == 0; }));
     }
 
     static void AddRemoteAccess() {
