@@ -271,9 +271,11 @@ tidy_without_git() {
     begin_with_source 'int one;'
     ln -s "$(command -v g++)" "$commands/"
     ln -s "$(command -v sha256sum)" "$commands/"
+    mkdir "$copy/tests"
+    touch "$copy/tests/two.cpp" "$copy/tests/three.cpp"
     play cmake 'mkdir -p build/host && echo "  \"file\": \"$PWD/tests/two.cpp\"" >build/host/compile_commands.json'
     play clang-tidy 'echo "looks at $*"'
-    run tidy.sh && ends_with 0 && says 'src/one.cpp' && says 'tests/two.cpp'
+    run tidy.sh && ends_with 0 && says 'src/one.cpp' && says 'tests/two.cpp' && ! says 'tests/three.cpp'
 }
 
 # name_tests FILE LINE: a source of tests with that line.
