@@ -95,6 +95,10 @@ WPK_XML_INLINE PooledBytes MakeNear(const char* bytes, std::size_t size, Interna
     return pooled_bytes_detail::kNearForms[static_cast<std::size_t>(mark)][size](bytes);
 }
 
+WPK_XML_INLINE PooledBytes MakeEmpty(Internals::Mark mark) noexcept {
+    return {Block(pooled_bytes_detail::kNearForms[static_cast<std::size_t>(mark)][0].rest)};
+}
+
 /// A name that all nodes of a class have.
 class FixedName {
 public:

@@ -155,6 +155,8 @@ private:
 
     WPK_XML_INLINE PooledBytes Keep(const Slice& slice, Mark mark) {
         reached_ = slice.data;
+        // Often there is nothing between two tags.
+        if (slice.size == 0) return MakeEmpty(mark);
         const bool isSimple = slice.size < Internals::kNearSize && !slice.hasReturns && slice.data <= lastRoomy_;
         return isSimple ? MakeNear(slice.data, slice.size, mark)
                         : KeepOther(slice.data, slice.size, slice.hasReturns, mark);
