@@ -164,7 +164,7 @@ private:
         PutString(pen, element.name);
     }
 
-    /// Likewise, after the attributes.
+    /// Goes on as PutElement after the attributes.
     WPK_XML_INLINE bool EndStartTag(Pen& pen, const Element& element) {
         if (element.children.empty()) {
             Put(pen, "/>");
@@ -197,7 +197,7 @@ private:
     /// it go to the levels.
     WPK_XML_INLINE bool PutPlainAttributes(Pen& pen, const Element& element, std::size_t next) {
         const std::size_t count = element.attributes.size();
-        while (next != count) {
+        while (next < count) {
             const Attribute& attribute = *element.attributes[next++];
             Put(pen, " ");
             const ByteString* const text = OnlyText(attribute);
