@@ -13,7 +13,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 ALLOWED = {
     "include/wpk/xml": [],
     "include/wpk/xml_helpers": ["wpk/xml", "wpk/xml.h"],
-    "include/wpk/client": ["wpk/wpk.h"],
+    "include/wpk/client": ["wpk/wpk.h", "wpk/error_text.h"],
     "src/threadlib": [],
     "src/transport": ["threadlib", "wpk/wpk.h"],
     "src/service": ["threadlib", "transport", "wpk/wpk.h"],
@@ -21,7 +21,7 @@ ALLOWED = {
     "src/library": ["threadlib", "transport", "service", "env", "wpk/wpk.h"],
     "src/xml": ["wpk/xml", "wpk/xml.h"],
 }
-INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"\s]+)"', re.MULTILINE)
+INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"\s]+)"|<(wpk/[^>\s]+)>)', re.MULTILINE)
 
 
 def name_of(folder):
@@ -37,7 +37,8 @@ def upward_includes(folder, allowed):
     for file in sorted((ROOT / folder).rglob("*")):
         if file.suffix not in (".h", ".cpp"):
             continue
-        for included in INCLUDE.findall(file.read_text(encoding="utf-8")):
+        for match in INCLUDE.finditer(file.read_text(encoding="utf-8")):
+            included = match[1] or match[2]
             if not any(is_within(included, place) for place in [name_of(folder), *allowed]):
                 yield f"{file.relative_to(ROOT)} includes {included}"
 

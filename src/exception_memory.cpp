@@ -15,7 +15,7 @@ namespace __gnu_cxx {
 void __freeres() noexcept;
 }  // namespace __gnu_cxx
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -33,6 +33,6 @@ const AtUnload atUnload;
 
 }  // namespace
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "env/remote_access.h"
 #include "library/call.h"
 #include "library/instance.h"
 #include "library/process_end.h"
@@ -37,19 +38,35 @@ WPK_CHECK_OFFSET(WPK_CALLBACKSTRUCT, body.credentials.szPassword, 272);
 WPK_CHECK_OFFSET(WPK_CALLBACKSTRUCT, body.credentials.bRetry, 528);
 #undef WPK_CHECK_OFFSET
 
+using namespace wpk::core;
+
 // While the process is taken down, nobody is left who could answer a call: it would wait for ever.
 
 int WPK_Init(const WPK_INITSTRUCT* settings) {
-    if (!settings || wpk::IsProcessEnding()) return 0;
-    return wpk::Initialise(wpk::theGlobalObject, *settings);
+    if (!settings || IsProcessEnding()) return 0;
+    return Initialise(theGlobalObject, *settings);
 }
 
 unsigned int WPK_Send(WPK_SENDSTRUCT* message) {
-    if (!message || wpk::IsProcessEnding()) return 0;
-    return wpk::Call(wpk::theGlobalObject, wpk::kCommandSend, wpk::WordOf(message));
+    if (!message || IsProcessEnding()) return 0;
+    return Call(theGlobalObject, kCommandSend, WordOf(message));
 }
 
 int WPK_Cancel(unsigned int handle) {
-    if (handle == 0 || wpk::IsProcessEnding()) return 0;
-    return static_cast<int>(wpk::Call(wpk::theGlobalObject, wpk::kCommandCancel, handle));
+    if (handle == 0 || IsProcessEnding()) return 0;
+    return static_cast<int>(Call(theGlobalObject, kCommandCancel, handle));
+}
+
+// The system's RasEnumConnectionsA and RasGetConnectStatusA under names of the library's own, with their signatures and
+// results, but without the need for the remote access library at load time. Its module is never freed, so nothing has
+// to be done with it at unload.
+
+static RemoteAccessLibrary theRemoteAccess;
+
+extern "C" DWORD WINAPI WRAPPER_RasEnumConnections(RasConnection* connections, DWORD* bufferSize, DWORD* count) {
+    return theRemoteAccess.EnumConnections(connections, bufferSize, count);
+}
+
+extern "C" DWORD WINAPI WRAPPER_RasGetConnectStatus(void* connection, RasConnectionStatus* status) {
+    return theRemoteAccess.GetConnectStatus(connection, status);
 }

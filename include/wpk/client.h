@@ -44,13 +44,13 @@
 #ifndef WPK_CLIENT_H
 #define WPK_CLIENT_H
 
-#include <wpk/client/requirements.h>
+#include <wpk/client/detail/requirements.h>
 
 #include <wpk/client/address.h>
 #include <wpk/client/ansi_text.h>
 #include <wpk/client/error.h>
-#include <wpk/client/exchange.h>
-#include <wpk/client/listener.h>
+#include <wpk/client/detail/exchange.h>
+#include <wpk/client/detail/default_callback.h>
 #include <wpk/client/message.h>
 #include <wpk/client/options.h>
 #include <wpk/client/request.h>
@@ -87,15 +87,15 @@ public:
     /// be called before the constructor is back. Not from DllMain, and not as a static object of a DLL: see
     /// docs/client.md.
     explicit Client(Options options, const Functions& functions = Functions::Linked())
-        : shared_(Share(options, functions)), listener_(Initialise(std::move(options), shared_)) {}
+        : shared_(Share(options, functions)), default_callback_(Initialise(std::move(options), shared_)) {}
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
     /// When it is back, on_connection is not running and is not called any more (inside on_connection: when that has
     /// returned). No thread may be inside Send.
     ~Client() {
-        listener_->Close();
-        detail::ParcelsDone::All().Collect();
+        default_callback_->Close();
+        detail::RetiredSends::All().Collect();
     }
 
     /// Sends a message and returns at once; the future gets the reply, with bytes of its own, or throws
@@ -149,17 +149,17 @@ private:
         return shared;
     }
 
-    static detail::Listener* Initialise(Options options, const std::shared_ptr<const detail::Shared>& shared) {
+    static detail::DefaultCallback* Initialise(Options options, const std::shared_ptr<const detail::Shared>& shared) {
         // The library does not say whether it took the settings; of two that come at the same time, one would be told
         // nothing.
         static std::mutex& one_at_a_time = *new std::mutex;
         const std::unique_lock<std::mutex> lock(one_at_a_time, std::try_to_lock);
         if (!lock || IsInitialised(shared->functions)) detail::Throw(Errc::kAlreadyInitialised);
 
-        auto listener = std::make_unique<detail::Listener>(std::move(options.on_connection), shared);
-        const WPK_INITSTRUCT settings = Settings(options, *listener);
+        auto default_callback = std::make_unique<detail::DefaultCallback>(std::move(options.on_connection), shared);
+        const WPK_INITSTRUCT settings = Settings(options, *default_callback);
         if (!shared->functions.init(&settings)) detail::Throw(Errc::kNotInitialised);
-        return listener.release();
+        return default_callback.release();
     }
 
     /// Cancelling what is no request changes nothing, and is refused by a library that is not initialised. It is also
@@ -170,12 +170,12 @@ private:
     }
 
     /// The texts are those of `options`.
-    static WPK_INITSTRUCT Settings(const Options& options, detail::Listener& listener) {
+    static WPK_INITSTRUCT Settings(const Options& options, detail::DefaultCallback& default_callback) {
         WPK_INITSTRUCT settings = {};
         settings.hInstance = options.instance;
         settings.nConnectionType = static_cast<int>(options.connection);
-        settings.lpfnCallback = &detail::Listener::OnNotification;
-        settings.lpUserData = &listener;
+        settings.lpfnCallback = &detail::DefaultCallback::OnNotification;
+        settings.lpUserData = &default_callback;
         if (!options.proxy) return settings;
         settings.bBehindProxy = 1;
         settings.lpszProxyServer = options.proxy->server.c_str();
@@ -196,7 +196,7 @@ private:
     }
 
     std::shared_ptr<const detail::Shared> shared_;
-    detail::Listener* listener_;  // the library's for good
+    detail::DefaultCallback* default_callback_;  // the library's for good
 };
 
 }  // namespace client

@@ -5,7 +5,7 @@
 #include "transport/notification.h"
 #include "transport/sockets_interface.h"
 
-namespace wpk {
+namespace wpk::core {
 
 GlobalObject::GlobalObject() {
     transport.tempDirectory = &systemInformation.TempDirectory();
@@ -60,4 +60,4 @@ void GlobalObject::TellConnectionState(uint32_t connected) const {
     Notifier(settings.DefaultCallback(), settings.DefaultUserData()).ConnectionState(connected);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

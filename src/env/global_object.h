@@ -13,7 +13,7 @@
 #include "threadlib/readers_writer_lock.h"
 #include "transport/state.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// One static instance, built when the library is loaded and destroyed when it is unloaded. Building it starts no
 /// thread; destroying it stops none: threads that still run then are left to the end of the process. The order of the
@@ -54,6 +54,6 @@ private:
     bool observing_ = false;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

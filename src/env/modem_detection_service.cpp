@@ -6,7 +6,7 @@
 
 #include "env/remote_access.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -124,4 +124,4 @@ void ModemDetectionService::Tell(uint32_t state) {
     Notify(&state);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

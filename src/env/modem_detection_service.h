@@ -13,7 +13,7 @@
 #include "threadlib/counted_text.h"
 #include "threadlib/semaphore.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Tells its observers when a modem connection comes up and when it has gone. The argument of Update points to a
 /// uint32_t: 1 up, 0 gone. State 0 is told once when the watch begins; from then on a state is told only when it
@@ -85,6 +85,6 @@ private:
     const DWORD pollPeriodMs_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

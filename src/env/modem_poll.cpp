@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <string_view>
 
-#include "transport/ascii.h"
+#include "threadlib/ascii.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -38,4 +38,4 @@ bool ModemPoll::IsIn(const RasConnection& connection, RasConnectionState state) 
     return functions_.getConnectStatus(connection.connection, &status) == ERROR_SUCCESS && status.state == state;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

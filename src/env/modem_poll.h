@@ -7,7 +7,7 @@
 
 #include "env/remote_access.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Null while they are not there: an enumeration then fails.
 struct RemoteAccessFunctions {
@@ -38,6 +38,6 @@ private:
     std::array<RasConnection, kMaximumConnections> connections_{};
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

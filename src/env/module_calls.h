@@ -5,7 +5,7 @@
 
 #include "threadlib/platform.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Filled with the system's own functions; tests put modules of their own in their place.
 struct ModuleCalls {
@@ -22,6 +22,6 @@ struct ModuleCalls {
     }
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -4,7 +4,7 @@
 
 #include <new>
 
-namespace wpk {
+namespace wpk::core {
 
 uint32_t Observer::Update(Observable* /*source*/, void* /*arg*/) {
     return 1;
@@ -29,4 +29,4 @@ uint32_t Observable::Notify(void* arg) {
     return 1;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -8,7 +8,7 @@
 #include "threadlib/list.h"
 #include "threadlib/semaphore.h"
 
-namespace wpk {
+namespace wpk::core {
 
 class Observable;
 
@@ -56,6 +56,6 @@ private:
     Semaphore lock_{SemaphoreKind::kSignal};
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

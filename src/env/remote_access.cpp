@@ -2,14 +2,11 @@
 // SPDX-License-Identifier: MIT
 #include "env/remote_access.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
 constexpr char kLibraryName[] = "rasapi32.dll";
-
-/// What the exported functions call. Its module is never freed, so nothing has to be done with it at unload.
-RemoteAccessLibrary theRemoteAccess;
 
 }  // namespace
 
@@ -47,12 +44,4 @@ HMODULE RemoteAccessLibrary::Load() {
     return kept;
 }
 
-}  // namespace wpk
-
-DWORD WINAPI WRAPPER_RasEnumConnections(wpk::RasConnection* connections, DWORD* bufferSize, DWORD* count) {
-    return wpk::theRemoteAccess.EnumConnections(connections, bufferSize, count);
-}
-
-DWORD WINAPI WRAPPER_RasGetConnectStatus(void* connection, wpk::RasConnectionStatus* status) {
-    return wpk::theRemoteAccess.GetConnectStatus(connection, status);
-}
+}  // namespace wpk::core

@@ -8,7 +8,7 @@
 
 #include "env/module_calls.h"
 
-namespace wpk {
+namespace wpk::core {
 
 // The records are the platform's own as 64-bit Windows has them since version 6.1. They are written down here because
 // their size in the platform's header depends on the Windows version that a build is made for, while the system is told
@@ -73,12 +73,6 @@ private:
     std::atomic<HMODULE> module_{nullptr};
 };
 
-}  // namespace wpk
-
-// Exported by wpk.dll beside its interface: the system's RasEnumConnectionsA and RasGetConnectStatusA under names of
-// the library's own, with their signatures and results, but without the need for the remote access library at load
-// time.
-extern "C" DWORD WINAPI WRAPPER_RasEnumConnections(wpk::RasConnection* connections, DWORD* bufferSize, DWORD* count);
-extern "C" DWORD WINAPI WRAPPER_RasGetConnectStatus(void* connection, wpk::RasConnectionStatus* status);
+}  // namespace wpk::core
 
 #endif

@@ -5,7 +5,7 @@
 
 #include "threadlib/platform.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Filled with the system's own functions; tests put a machine of their own in their place.
 struct SystemCalls {
@@ -19,6 +19,6 @@ struct SystemCalls {
     decltype(&::RegCloseKey) regCloseKey = &::RegCloseKey;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

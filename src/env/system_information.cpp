@@ -5,7 +5,7 @@
 #include <array>
 #include <string_view>
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 constexpr char kCurrentVersion[] = "Software\\Microsoft\\Windows\\CurrentVersion";
@@ -155,4 +155,4 @@ void SystemInformation::ReadCommonFolders() {
     key.Read("Common Programs", commonPrograms_);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -8,7 +8,7 @@
 #include "env/system_calls.h"
 #include "threadlib/counted_text.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Gathered once, when the object is built. Folders are gathered on NT 3 to NT 5 only: the system reports version 6
 /// or later to every newer machine's programs, and there every text, the temporary directory included, stays empty.
@@ -101,6 +101,6 @@ private:
     SystemCalls calls_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -4,7 +4,7 @@
 
 #include "threadlib/threadlib.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -34,4 +34,4 @@ uint32_t Call(GlobalObject& global, uint64_t command, uint64_t operand) {
     return global.netOutbound.Post(command, operand);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

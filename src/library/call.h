@@ -7,13 +7,13 @@
 
 #include "env/global_object.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Posts a command with its operand to the outbound service and returns the answer; 0 before the library is
 /// initialised. From any thread: one that the thread layer does not know is registered for the length of the call. The
 /// call waits for an initialisation that is under way, which must therefore never wait for a thread that may call.
 uint32_t Call(GlobalObject& global, uint64_t command, uint64_t operand);
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

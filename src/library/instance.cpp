@@ -4,7 +4,7 @@
 
 #include "library/process_end.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -32,4 +32,4 @@ Instance instance;
 
 GlobalObject& theGlobalObject = instance.object;
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -5,11 +5,11 @@
 
 #include "env/global_object.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Built when the library is loaded; destroyed when it is unloaded without having been initialised, and never else.
 extern GlobalObject& theGlobalObject;
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

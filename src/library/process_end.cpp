@@ -4,7 +4,7 @@
 
 #include "threadlib/platform.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -29,4 +29,4 @@ bool IsProcessEnding() {
     return isShutdownInProgress && isShutdownInProgress() != 0;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

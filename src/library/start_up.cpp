@@ -6,7 +6,7 @@
 #include "threadlib/threadlib.h"
 #include "transport/sockets_interface.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -122,4 +122,4 @@ int Initialise(GlobalObject& global, const WPK_INITSTRUCT& record) {
     return 1;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -8,7 +8,7 @@
 #include "service/service.h"
 #include "threadlib/pointer_word.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -132,4 +132,4 @@ uint32_t FrontDesk<Kind>::RunDesk() {
 template class FrontDesk<MService>;
 template class FrontDesk<Service>;
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -9,7 +9,7 @@
 #include "threadlib/counted_text.h"
 #include "threadlib/threadlib.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// The first argument of a post.
 enum Command : uint64_t {
@@ -93,6 +93,6 @@ private:
     std::atomic<uint32_t> deskId_{0};
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -4,7 +4,7 @@
 
 #include "threadlib/pointer_word.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -114,4 +114,4 @@ uint32_t MService::RemoveJob(const Record& job) {
     return 1;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

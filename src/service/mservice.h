@@ -8,7 +8,7 @@
 #include "service/front_desk.h"
 #include "threadlib/record_table.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// The front desk starts one worker for each request. The worker runs ProcessRequest, which must answer the client
 /// itself (Answer): the client may then go on while the worker does.
@@ -51,6 +51,6 @@ private:
     DeskThread desk_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -5,7 +5,7 @@
 #include "threadlib/pointer_word.h"
 #include "transport/exchange.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -89,4 +89,4 @@ uint32_t NetOutboundService::Manager_ShutDown() {
     return 1;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

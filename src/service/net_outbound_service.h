@@ -10,7 +10,7 @@
 #include "transport/state.h"
 #include "wpk/wpk.h"
 
-namespace wpk {
+namespace wpk::core {
 
 enum NetCommand : uint64_t {
     /// Operand: the send record's address. Answered with the request's handle as soon as a worker has taken it, else 0.
@@ -43,6 +43,6 @@ private:
     TransportState& state_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

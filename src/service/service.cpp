@@ -4,7 +4,7 @@
 
 #include "threadlib/pointer_word.h"
 
-namespace wpk {
+namespace wpk::core {
 
 uint32_t Service::Start() {
     if (Started() != 0) return 0;
@@ -16,4 +16,4 @@ void Service::Serve(const Message& post) {
     Answer(post.threadId, ProcessRequest(post.threadId, post.code, arguments));
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -5,7 +5,7 @@
 
 #include "service/front_desk.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// What ProcessRequest returns is the client's answer. State that only ProcessRequest, Manager_StartUp and
 /// Manager_ShutDown touch needs no lock.
@@ -29,6 +29,6 @@ private:
     DeskThread desk_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -7,7 +7,7 @@
 #include <new>
 #include <utility>
 
-namespace wpk {
+namespace wpk::core {
 
 ByteBuffer::ByteBuffer(const void* bytes, uint32_t length) {
     if (length == 0) return;
@@ -43,4 +43,4 @@ bool operator==(const ByteBuffer& left, const ByteBuffer& right) {
     return left.Length() == 0 || std::memcmp(left.Data(), right.Data(), left.Length()) == 0;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <memory>
 
-namespace wpk {
+namespace wpk::core {
 
 /// Owns a copy of some bytes. Nothing here throws: where a copy cannot be allocated, the buffer becomes empty. Up to 8
 /// bytes need no allocation, so that keys and integers never fail.
@@ -39,6 +39,6 @@ inline bool operator!=(const ByteBuffer& left, const ByteBuffer& right) {
     return !(left == right);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-namespace wpk {
+namespace wpk::core {
 
 CountedText::CountedText(std::string_view text) {
     AssignJoined(text, {});
@@ -34,4 +34,4 @@ void CountedText::AssignJoined(std::string_view first, std::string_view second) 
     bytes_ = std::move(joined);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string_view>
 
-namespace wpk {
+namespace wpk::core {
 
 /// Owns a copy of a text. Nothing here throws: where a copy cannot be allocated, the text becomes empty.
 class CountedText {
@@ -33,6 +33,6 @@ private:
     std::unique_ptr<char[]> bytes_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

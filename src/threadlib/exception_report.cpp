@@ -7,7 +7,7 @@
 
 #include "threadlib/handle.h"
 
-namespace wpk {
+namespace wpk::core {
 
 EscapedExceptionText::EscapedExceptionText(const char* threadName) {
     const size_t used = std::strlen(text);
@@ -23,4 +23,4 @@ void ReportEscapedException(const char* threadName) {
                  /*wNumStrings=*/1, /*dwDataSize=*/0, strings, /*lpRawData=*/nullptr);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -3,7 +3,7 @@
 #ifndef WPK_THREADLIB_EXCEPTION_REPORT_H
 #define WPK_THREADLIB_EXCEPTION_REPORT_H
 
-namespace wpk {
+namespace wpk::core {
 
 /// What the report says: a fixed beginning and the thread's name, cut off where the text is full.
 struct EscapedExceptionText {
@@ -15,6 +15,6 @@ struct EscapedExceptionText {
 /// Writes one error to the event log, source "ThreadLib". `threadName` may be empty. Failing to report is no failure.
 void ReportEscapedException(const char* threadName);
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -5,7 +5,7 @@
 
 #include "threadlib/platform.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Owns one handle and closes it. Move-only; moving into an owner closes what it held. Closing keeps the caller's last
 /// error, so that a failure can be examined after the clean-up. `Kind` gives Value, Invalid() and Close(Value): what
@@ -83,6 +83,6 @@ using UniqueView = Unique<ViewKind>;
 using UniqueEventSource = Unique<EventSourceKind>;
 using UniqueSocket = Unique<SocketKind>;
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

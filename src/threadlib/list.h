@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace wpk {
+namespace wpk::core {
 
 template <class Item>
 class List;
@@ -96,6 +96,6 @@ private:
     uint32_t count_ = 0;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -10,7 +10,7 @@
 #include "threadlib/process_registry.h"
 #include "threadlib/threadlib.h"
 
-namespace wpk::ThreadLib {
+namespace wpk::core::ThreadLib {
 
 namespace {
 
@@ -100,4 +100,4 @@ uint32_t ReplyFor(uint32_t senderId, uint32_t receiverId, Message& message) {
     return 1;
 }
 
-}  // namespace wpk::ThreadLib
+}  // namespace wpk::core::ThreadLib

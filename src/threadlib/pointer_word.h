@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace wpk {
+namespace wpk::core {
 
 /// The pointer that such an integer stands for: the arguments of a post, the data of a message, the fields of a record
 /// and some of the platform's handles are integers on the way and pointers at both ends.
@@ -20,6 +20,6 @@ inline uint64_t WordOf(const void* pointer) {
     return reinterpret_cast<uintptr_t>(pointer);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -7,11 +7,11 @@
 
 #include "threadlib/thread_registry.h"
 
-namespace wpk::ThreadLib {
+namespace wpk::core::ThreadLib {
 
 /// Null before Init and after Shutdown.
 inline std::atomic<ThreadRegistry*> processRegistry{nullptr};
 
-}  // namespace wpk::ThreadLib
+}  // namespace wpk::core::ThreadLib
 
 #endif

@@ -7,7 +7,7 @@
 
 #include "threadlib/semaphore.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Many readers or one writer. Made of a lock around the count of readers and a lock that keeps writers out: the first
 /// reader takes the latter, the last one gives it back. The first reader waits for it with the count lock held, so that
@@ -66,6 +66,6 @@ private:
     ReadersWriterLock& lock_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

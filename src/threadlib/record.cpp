@@ -5,7 +5,7 @@
 #include <new>
 #include <utility>
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -56,4 +56,4 @@ ByteBuffer KeyOf(uint32_t id) {
     return LittleEndian(id, sizeof id);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

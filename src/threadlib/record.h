@@ -8,7 +8,7 @@
 
 #include "threadlib/byte_buffer.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Nothing here throws. A record whose fields cannot be allocated has none; a field whose bytes cannot be copied is
 /// empty.
@@ -48,6 +48,6 @@ private:
 /// The 4-byte key under which rows of a thread id are found.
 ByteBuffer KeyOf(uint32_t id);
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

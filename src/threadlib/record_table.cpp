@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-namespace wpk {
+namespace wpk::core {
 
 struct RecordTable::Row {
     Row(const Record& source, uint32_t indexCount)
@@ -125,4 +125,4 @@ void RecordTable::Unlink(Row& row) {
     --rowCount_;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -10,7 +10,7 @@
 #include "threadlib/readers_writer_lock.h"
 #include "threadlib/record.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Rows under hashed indexes of their leading fields. Every index is kept up to date, look-ups go through the first
 /// one. Any thread may call any operation; none throws.
@@ -84,6 +84,6 @@ private:
     ReadersWriterLock lock_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "threadlib/semaphore.h"
 
-namespace wpk {
+namespace wpk::core {
 
 Semaphore::Semaphore(SemaphoreKind kind) : initialCount_(kind == SemaphoreKind::kLock ? 1 : 0) {
     handle_.Reset(CreateSemaphoreA(/*lpSemaphoreAttributes=*/nullptr, static_cast<LONG>(initialCount_),
@@ -17,4 +17,4 @@ bool Semaphore::Signal() const {
     return handle_ && ReleaseSemaphore(handle_.Get(), 1, /*lpPreviousCount=*/nullptr) != 0;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -7,7 +7,7 @@
 
 #include "threadlib/handle.h"
 
-namespace wpk {
+namespace wpk::core {
 
 enum class SemaphoreKind {
     /// Free at creation: the first wait passes.
@@ -55,6 +55,6 @@ private:
     const Semaphore& lock_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -11,7 +11,7 @@
 #include "threadlib/list.h"
 #include "threadlib/semaphore.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// One exchange between two threads. Owned by the thread that uses it, usually on its stack.
 struct Message {
@@ -85,6 +85,6 @@ struct ThreadRecord {
     ListNode<ThreadRecord> inBucket{*this};
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

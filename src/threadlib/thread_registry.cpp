@@ -5,7 +5,7 @@
 #include <memory>
 #include <new>
 
-namespace wpk {
+namespace wpk::core {
 
 ThreadRecord* ThreadRegistry::Find(uint32_t id) const {
     for (auto* node = buckets_[BucketOf(id)].Head(); node; node = node->Next()) {
@@ -42,4 +42,4 @@ void ThreadRegistry::EndSend(ThreadRecord& sender) {
     sender.wakeSignal.Signal();
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

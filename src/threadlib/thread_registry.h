@@ -7,7 +7,7 @@
 
 #include "threadlib/thread_record.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Thread records by thread id. One lock guards the registry and every record in it. The table has no second lock of
 /// its own: a thread could be suspended or ended while it holds that one, and every later look-up would wait for ever.
@@ -41,6 +41,6 @@ private:
     Semaphore lock_{SemaphoreKind::kLock};
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -14,7 +14,7 @@
 
 #include "threadlib/thread_record.h"
 
-namespace wpk::ThreadLib {
+namespace wpk::core::ThreadLib {
 
 /// Makes the registry and registers the calling thread, whose id it returns. Once, before all else.
 uint32_t Init();
@@ -75,6 +75,6 @@ uint32_t Reply(uint32_t sender, Message& message);
 /// Answers a sender that `receiver` has received.
 uint32_t ReplyFor(uint32_t sender, uint32_t receiver, Message& message);
 
-}  // namespace wpk::ThreadLib
+}  // namespace wpk::core::ThreadLib
 
 #endif

@@ -9,7 +9,7 @@
 #include "threadlib/process_registry.h"
 #include "threadlib/threadlib.h"
 
-namespace wpk::ThreadLib {
+namespace wpk::core::ThreadLib {
 
 namespace {
 
@@ -150,4 +150,4 @@ UniqueHandle OpenForWait(uint32_t id) {
     return UniqueHandle(OpenThread(SYNCHRONIZE, /*bInheritHandle=*/FALSE, id));
 }
 
-}  // namespace wpk::ThreadLib
+}  // namespace wpk::core::ThreadLib

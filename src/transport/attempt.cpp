@@ -11,7 +11,7 @@
 #include "transport/tagged_data.h"
 #include "transport/text_buffer.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -104,4 +104,4 @@ bool RunAttempt(const WPK_SENDSTRUCT& message, const Peer& peer, Connection& con
     return ReceiveBody(reader, head, connection, notifier, tempDirectory);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

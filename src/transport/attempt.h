@@ -11,7 +11,7 @@
 #include "transport/settings.h"
 #include "wpk/wpk.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Whom a request is sent to: its server, or the proxy.
 struct Peer {
@@ -26,6 +26,6 @@ struct Peer {
 bool RunAttempt(const WPK_SENDSTRUCT& message, const Peer& peer, Connection& connection, const Notifier& notifier,
                 const CountedText& tempDirectory, Outcome& outcome);
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

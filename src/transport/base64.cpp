@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -40,4 +40,4 @@ TextBuffer EncodeBase64(std::string_view bytes) noexcept {
     return text;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

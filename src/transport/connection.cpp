@@ -6,7 +6,7 @@
 
 #include "threadlib/pointer_word.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -217,4 +217,4 @@ bool Connection::FailWithSocketError() {
     return false;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -11,7 +11,7 @@
 #include "threadlib/semaphore.h"
 #include "transport/sockets_interface.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// The connection record of a request. All operations belong to the thread that carries the request, but for Cancel,
 /// which any thread may call: it only leaves a mark. From then on the socket counts as closed, and the carrying thread
@@ -93,9 +93,9 @@ private:
 
     std::atomic<bool> cancelled_{false};
     /// From before the socket is made until after it is closed.
-    SocketsUse use_;
+    SocketsGuard use_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

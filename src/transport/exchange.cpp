@@ -6,7 +6,7 @@
 #include "transport/notification.h"
 #include "transport/reply_head.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -82,9 +82,9 @@ bool Exchange::ChoosePeer() {
 /// goes before the question, which may take long.
 bool Exchange::RenewCredentials() {
     connection_.CloseIfGivenUp();
-    const Notifier::Answer answer = notifier_.AskForCredentials(peer_.credentials);
-    if (answer == Notifier::Answer::kDeclined) return false;
-    if (answer == Notifier::Answer::kSendAgain && state_.settings.ReplaceProxyCredentials(peer_.credentials)) {
+    const Notifier::CredentialsReply reply = notifier_.AskForCredentials(peer_.credentials);
+    if (reply == Notifier::CredentialsReply::kDeclined) return false;
+    if (reply == Notifier::CredentialsReply::kRetry && state_.settings.ReplaceProxyCredentials(peer_.credentials)) {
         return true;
     }
     outcome_ = kOutcomeUnexpected;
@@ -137,4 +137,4 @@ uint32_t RunExchange(WPK_SENDSTRUCT* message, Connection* connection, const Sema
     return Exchange(*message, *connection, *cancelSemaphore, state, notifier).Run();
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

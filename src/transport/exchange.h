@@ -10,7 +10,7 @@
 #include "transport/state.h"
 #include "wpk/wpk.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Carries out a request on the calling thread and reports through its callback. Returns 1 when the reply was delivered
 /// and 0 when a failure was. Throws what the callback throws, and nothing else; everything is released then, and
@@ -22,6 +22,6 @@ namespace wpk {
 uint32_t RunExchange(WPK_SENDSTRUCT* message, Connection* connection, const Semaphore* cancelSemaphore,
                      TransportState& state);
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace wpk {
+namespace wpk::core {
 
 size_t LineAssembler::Consume(std::string_view bytes) noexcept {
     size_t used = 0;
@@ -40,4 +40,4 @@ size_t LineAssembler::ConsumeText(std::string_view bytes) noexcept {
     return text;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace wpk {
+namespace wpk::core {
 
 /// Takes the bytes of one line, in portions of any size, until the line is complete or can no longer become one. It
 /// never takes a byte beyond the line's end, so what follows in the caller's buffer stays there for the next reader:
@@ -49,6 +49,6 @@ private:
     std::array<char, kBufferSize> buffer_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

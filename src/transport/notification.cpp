@@ -8,7 +8,7 @@
 
 #include "transport/text_buffer.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -75,17 +75,17 @@ void Notifier::ConnectionState(uint32_t connected) const {
     Deliver(notification);
 }
 
-Notifier::Answer Notifier::AskForCredentials(Credentials& credentials) const {
+Notifier::CredentialsReply Notifier::AskForCredentials(Credentials& credentials) const {
     CredentialsNotification notification;
     auto& shown = notification.record.body.credentials;
     FillField(shown.szUser, credentials.user.View());
     FillField(shown.szPassword, credentials.password.View());
     Deliver(notification.record);
-    if (shown.bRetry == 0) return Answer::kDeclined;
+    if (shown.bRetry == 0) return CredentialsReply::kDeclined;
     Credentials answer{ReadField(shown.szUser), ReadField(shown.szPassword)};
-    if (!answer.user.IsWhole() || !answer.password.IsWhole()) return Answer::kNoMemory;
+    if (!answer.user.IsWhole() || !answer.password.IsWhole()) return CredentialsReply::kNoMemory;
     credentials = std::move(answer);
-    return Answer::kSendAgain;
+    return CredentialsReply::kRetry;
 }
 
 void Notifier::Deliver(WPK_CALLBACKSTRUCT& notification) const {
@@ -94,4 +94,4 @@ void Notifier::Deliver(WPK_CALLBACKSTRUCT& notification) const {
     callback_(&notification);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -9,7 +9,7 @@
 #include "transport/settings.h"
 #include "wpk/wpk.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// A callback with its context. Without a callback, nothing is delivered. What the callback throws passes through.
 class Notifier {
@@ -21,11 +21,11 @@ public:
     void Reply(const void* reply, uint32_t length) const;
     void ConnectionState(uint32_t connected) const;
 
-    enum class Answer { kDeclined, kSendAgain, kNoMemory };
+    enum class CredentialsReply { kDeclined, kRetry, kNoMemory };
 
     /// Shows the credentials and asks for others, which replace them when the application wants the request sent again.
     /// Without the memory for its answer, they stay as they are.
-    Answer AskForCredentials(Credentials& credentials) const;
+    CredentialsReply AskForCredentials(Credentials& credentials) const;
 
 private:
     void Deliver(WPK_CALLBACKSTRUCT& notification) const;
@@ -34,6 +34,6 @@ private:
     void* userData_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -7,7 +7,7 @@
 
 #include "threadlib/pointer_word.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -64,4 +64,4 @@ void PendingRequests::Free(const Record& row) {
     delete request.cancel;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

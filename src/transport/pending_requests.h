@@ -9,7 +9,7 @@
 #include "threadlib/semaphore.h"
 #include "transport/connection.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// By which a request is told that it is cancelled. The words of the record are those of the semaphore itself.
 struct CancelRecord {
@@ -56,6 +56,6 @@ private:
     std::unique_ptr<RecordTable> table_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

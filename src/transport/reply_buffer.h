@@ -11,7 +11,7 @@
 
 #include "transport/spool_file.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Room for one reply, given back with this object. One thread at a time; nothing throws.
 class ReplyBuffer {
@@ -39,6 +39,6 @@ private:
     SpoolFile file_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

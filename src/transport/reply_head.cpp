@@ -6,10 +6,10 @@
 #include <limits>
 #include <optional>
 
-#include "transport/ascii.h"
+#include "threadlib/ascii.h"
 #include "transport/request_text.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 // Digits beyond this size change nothing any more: it is past every value told apart below, and far from overflow.
@@ -101,4 +101,4 @@ int JudgeHead(ReplyHead& head) noexcept {
     return 0;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -8,7 +8,7 @@
 
 #include "threadlib/counted_text.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// What a reply amounts to.
 enum Outcome : uint32_t {
@@ -46,6 +46,6 @@ int ReadHeader(std::string_view line, ReplyHead& head) noexcept;
 /// returned. Other outcomes stay.
 int JudgeHead(ReplyHead& head) noexcept;
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 constexpr int kHeadTimeoutSeconds = 60;
@@ -35,4 +35,4 @@ bool ReplyReader::FillBuffer() {
     return end_ > 0;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

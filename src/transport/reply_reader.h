@@ -10,7 +10,7 @@
 #include "transport/connection.h"
 #include "transport/line_assembler.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// Behaves as a reader that receives the head byte by byte, each with a time-out of its own, but receives ahead: one
 /// call to the system brings as much as there is, and the body then begins with what came with the head. Lives as long
@@ -42,6 +42,6 @@ private:
     std::array<char, 16384> buffer_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

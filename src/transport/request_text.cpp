@@ -9,7 +9,7 @@
 
 #include "transport/base64.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 /// A number in decimal digits.
@@ -60,4 +60,4 @@ TextBuffer BuildHeaderBlock(uint32_t bodyLength, bool viaProxy, std::string_view
                  Decimal(bodyLength).View(), "\r\n", authorization.View()});
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

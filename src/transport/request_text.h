@@ -8,7 +8,7 @@
 
 #include "transport/text_buffer.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// What this library calls itself, and what a server must call itself for its reply to be accepted.
 inline constexpr std::string_view kProductToken = "WPK/1.00";
@@ -22,6 +22,6 @@ TextBuffer BuildRequestLine(std::string_view server, uint32_t port) noexcept;
 TextBuffer BuildHeaderBlock(uint32_t bodyLength, bool viaProxy, std::string_view user,
                             std::string_view password) noexcept;
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -66,4 +66,4 @@ bool Settings::ReplaceProxyCredentials(const Credentials& credentials) {
     return true;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

@@ -10,7 +10,7 @@
 #include "transport/text_buffer.h"
 #include "wpk/wpk.h"
 
-namespace wpk {
+namespace wpk::core {
 
 struct Credentials {
     TextBuffer user;
@@ -64,6 +64,6 @@ private:
     Semaphore credentialsLock_{SemaphoreKind::kLock};
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -7,7 +7,7 @@
 #include "threadlib/platform.h"
 #include "threadlib/semaphore.h"
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -16,22 +16,22 @@ constexpr WORD kSocketsVersion = MAKEWORD(1, 1);
 /// The system may count starts without a lock of its own: two threads at once would lose one.
 const Semaphore startsLock{SemaphoreKind::kLock};
 
-/// The number of the network: even for one that is there, or was never watched; odd from its going until the next one
-/// comes.
-std::atomic<uint32_t> networkNumber{0};
+/// The generation of the network: even for one that is there, or was never watched; odd from its going until the next
+/// one comes.
+std::atomic<uint32_t> networkGeneration{0};
 
-bool IsGone(uint32_t number) {
-    return (number & 1) != 0;
+bool IsGone(uint32_t generation) {
+    return (generation & 1) != 0;
 }
 
 void CountNetworkGone() {
-    uint32_t now = networkNumber;
-    while (!networkNumber.compare_exchange_weak(now, (now + 1) | 1)) continue;
+    uint32_t now = networkGeneration;
+    while (!networkGeneration.compare_exchange_weak(now, (now + 1) | 1)) continue;
 }
 
 void CountNetworkThere() {
-    uint32_t now = networkNumber;
-    while (!networkNumber.compare_exchange_weak(now, now + (now & 1))) continue;
+    uint32_t now = networkGeneration;
+    while (!networkGeneration.compare_exchange_weak(now, now + (now & 1))) continue;
 }
 
 /// Uses that have begun and not ended, clean-ups that wait for their end, and whether one is at work: in one word, so
@@ -91,32 +91,33 @@ bool StartSockets() {
 }
 
 void CleanUpSockets() {
-    // In this order: a use that begins meanwhile has the old number or that of a gone network, and is lost either way.
+    // In this order: a use that begins meanwhile has the old generation or that of a gone network, and is lost either
+    // way.
     state += kOneCleanUp;
     CountNetworkGone();
     RunCleanUps();
 }
 
-void SocketsUse::Begin() {
+void SocketsGuard::Begin() {
     End();
     for (;;) {
         // Read first: a network that goes from now on is noticed.
-        networkNumber_ = networkNumber;
+        networkGeneration_ = networkGeneration;
         if (TakeUse()) break;
         const ScopedLock untilCleanedUp(startsLock);
     }
     begun_ = true;
 }
 
-void SocketsUse::End() {
+void SocketsGuard::End() {
     if (!begun_) return;
     begun_ = false;
     state -= kOneUse;
     RunCleanUps();
 }
 
-bool SocketsUse::Lost() const {
-    return begun_ && (IsGone(networkNumber_) || networkNumber_ != networkNumber);
+bool SocketsGuard::Lost() const {
+    return begun_ && (IsGone(networkGeneration_) || networkGeneration_ != networkGeneration);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

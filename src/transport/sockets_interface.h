@@ -14,7 +14,7 @@
 
 #include <cstdint>
 
-namespace wpk {
+namespace wpk::core {
 
 /// False when the system could not make the lock of the starts: nothing below keeps threads apart then.
 bool HasSocketsLock();
@@ -26,12 +26,12 @@ bool StartSockets();
 void CleanUpSockets();
 
 /// What everybody who opens a socket holds from before the opening until after the closing.
-class SocketsUse {
+class SocketsGuard {
 public:
-    SocketsUse() = default;
-    SocketsUse(const SocketsUse&) = delete;
-    SocketsUse& operator=(const SocketsUse&) = delete;
-    ~SocketsUse() { End(); }
+    SocketsGuard() = default;
+    SocketsGuard(const SocketsGuard&) = delete;
+    SocketsGuard& operator=(const SocketsGuard&) = delete;
+    ~SocketsGuard() { End(); }
 
     /// Waits for a clean-up that is at work, which is one call of the system.
     void Begin();
@@ -42,9 +42,9 @@ public:
 
 private:
     bool begun_ = false;
-    uint32_t networkNumber_ = 0;
+    uint32_t networkGeneration_ = 0;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 
-namespace wpk {
+namespace wpk::core {
 
 namespace {
 
@@ -74,4 +74,4 @@ bool SpoolFile::Create(const char* directory, uint32_t threadId, uint32_t length
     return static_cast<bool>(view_);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

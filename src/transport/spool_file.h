@@ -9,7 +9,7 @@
 #include "threadlib/handle.h"
 #include "transport/connection.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// A new file, mapped into memory over its whole length. It is deleted with this object; the system also deletes it if
 /// the process ends before that. One thread at a time; nothing throws.
@@ -30,6 +30,6 @@ private:
     UniqueView view_;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

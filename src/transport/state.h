@@ -9,7 +9,7 @@
 #include "threadlib/counted_text.h"
 #include "transport/settings.h"
 
-namespace wpk {
+namespace wpk::core {
 
 /// All that an exchange needs of the process it runs in.
 struct TransportState {
@@ -21,6 +21,6 @@ struct TransportState {
     const CountedText* tempDirectory = nullptr;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

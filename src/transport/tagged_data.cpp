@@ -8,9 +8,9 @@
 #include <new>
 #include <utility>
 
-#include "transport/ascii.h"
+#include "threadlib/ascii.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 constexpr uint32_t kLengthSize = 4;
@@ -114,4 +114,4 @@ bool TaggedData::HasKey(std::string_view key) const noexcept {
     return false;
 }
 
-}  // namespace wpk
+}  // namespace wpk::core

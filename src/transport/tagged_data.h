@@ -8,7 +8,7 @@
 #include <memory>
 #include <string_view>
 
-namespace wpk {
+namespace wpk::core {
 
 /// An entry on the wire, integers 32-bit little-endian: key length, key, value length, value. Entries follow each other
 /// in the order they were added, with nothing in between.
@@ -65,6 +65,6 @@ private:
     bool isJoined_ = true;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-namespace wpk {
+namespace wpk::core {
 
 /// Zeroes memory that is about to be given back; the compiler leaves these writes in.
 inline void Wipe(void* memory, size_t size) noexcept {
@@ -69,6 +69,6 @@ private:
     bool isWhole_ = true;
 };
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

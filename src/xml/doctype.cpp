@@ -17,11 +17,11 @@ public:
 
     bool Read() {
         if (!cursor_.Match("<!DOCTYPE")) return false;
-        Require(SpaceAndName(), 26);
+        Require(SpaceAndName(), kBadDoctype);
         cursor_.SkipWhitespace();
         if (ExternalId()) cursor_.SkipWhitespace();
         if (cursor_.Expect('[')) InternalSubset();
-        Require(cursor_.Expect('>'), 26);
+        Require(cursor_.Expect('>'), kBadDoctype);
         return true;
     }
 
@@ -35,7 +35,7 @@ private:
     /// A group whose first particle is not behind it yet has no separator.
     static constexpr unsigned kNoSeparator = 0x100;
 
-    void Require(bool isThere, unsigned code) {
+    void Require(bool isThere, ParsingError code) {
         if (!isThere) cursor_.Fail(code);
     }
 
@@ -43,7 +43,7 @@ private:
     bool Name() { return static_cast<bool>(cursor_.Name()); }
     bool SpaceAndName() { return Space() && Name(); }
     /// Optional white space and the '>' that ends a declaration.
-    void End(unsigned code) {
+    void End(ParsingError code) {
         cursor_.SkipWhitespace();
         Require(cursor_.Expect('>'), code);
     }
@@ -51,7 +51,7 @@ private:
     void InternalSubset() {
         while (!cursor_.Expect(']')) {
             if (Space() || MarkupDeclaration() || ParameterReference()) continue;
-            cursor_.Fail(26);
+            cursor_.Fail(kBadDoctype);
         }
         cursor_.SkipWhitespace();
     }
@@ -63,38 +63,38 @@ private:
         NameOfParameter();
         return true;
     }
-    void NameOfParameter() { Require(Name() && cursor_.Expect(';'), 27); }
+    void NameOfParameter() { Require(Name() && cursor_.Expect(';'), kBadParameterReference); }
 
     // Identifiers and literals.
 
     bool ExternalId() {
         if (cursor_.Match("SYSTEM")) {
-            Require(Space() && SystemLiteral(), 41);
+            Require(Space() && SystemLiteral(), kBadExternalId);
             return true;
         }
         if (!cursor_.Match("PUBLIC")) return false;
-        Require(Space() && PublicLiteral() && Space() && SystemLiteral(), 41);
+        Require(Space() && PublicLiteral() && Space() && SystemLiteral(), kBadExternalId);
         return true;
     }
 
     /// The next character of a literal; false at its end.
     bool NextOfLiteral(char quote, Byte& c) {
         c = cursor_.Read();
-        Require(c != 0, 1);
+        Require(c != 0, kUnexpectedEnd);
         return c != static_cast<Byte>(quote);
     }
 
     bool SystemLiteral() {
         const char quote = ReadQuote(cursor_);
         if (quote == '\0') return false;
-        for (Byte c = 0; NextOfLiteral(quote, c);) Require(Is(c, kAllowed), 2);
+        for (Byte c = 0; NextOfLiteral(quote, c);) Require(Is(c, kAllowed), kBadCharacter);
         return true;
     }
 
     bool PublicLiteral() {
         const char quote = ReadQuote(cursor_);
         if (quote == '\0') return false;
-        for (Byte c = 0; NextOfLiteral(quote, c);) Require(Is(c, kPublicId), 28);
+        for (Byte c = 0; NextOfLiteral(quote, c);) Require(Is(c, kPublicId), kBadPublicId);
         return true;
     }
 
@@ -108,7 +108,7 @@ private:
                 cursor_.Unread();
                 ReadReference(cursor_);
             } else {
-                Require(Is(c, kAllowed), 2);
+                Require(Is(c, kAllowed), kBadCharacter);
             }
         }
         return true;
@@ -118,8 +118,8 @@ private:
 
     bool Element() {
         if (!cursor_.Match("<!ELEMENT")) return false;
-        Require(SpaceAndName() && Space() && ContentSpecification(), 29);
-        End(29);
+        Require(SpaceAndName() && Space() && ContentSpecification(), kBadElementDeclaration);
+        End(kBadElementDeclaration);
         return true;
     }
 
@@ -146,7 +146,7 @@ private:
         cursor_.SkipWhitespace();
         if (cursor_.Match(")*") || cursor_.Expect(')')) return true;
         do {
-            Require(cursor_.Expect('|'), 30);
+            Require(cursor_.Expect('|'), kBadContentModel);
             cursor_.SkipWhitespace();
             Name();
             cursor_.SkipWhitespace();
@@ -168,7 +168,7 @@ private:
                 }
                 // A group without a first particle is none, so that its own outer group lacks one as well.
                 while (!separators.empty() && separators.back() == kNoSeparator) separators.pop_back();
-                Require(separators.empty(), 32);
+                Require(separators.empty(), kNoContentParticle);
                 return false;
             }
             Suffix();
@@ -189,8 +189,8 @@ private:
             separator = c;
             return false;
         }
-        Require(c != 0, 1);
-        Require(c == separator, separator == '|' ? 30 : 31);
+        Require(c != 0, kUnexpectedEnd);
+        Require(c == separator, separator == '|' ? kBadContentModel : kBadSequence);
         return false;
     }
 
@@ -198,10 +198,10 @@ private:
 
     bool AttributeList() {
         if (!cursor_.Match("<!ATTLIST")) return false;
-        Require(SpaceAndName(), 33);
+        Require(SpaceAndName(), kBadAttributeList);
         while (AttributeDefinition()) {
         }
-        End(33);
+        End(kBadAttributeList);
         return true;
     }
 
@@ -211,7 +211,7 @@ private:
             cursor_.Restore(before);
             return false;
         }
-        Require(Space() && AttributeType() && Space(), 34);
+        Require(Space() && AttributeType() && Space(), kBadAttributeDefinition);
         if (!cursor_.Match("#REQUIRED") && !cursor_.Match("#IMPLIED")) DefaultValue();
         return true;
     }
@@ -225,13 +225,13 @@ private:
 
     bool NotationType() {
         if (!cursor_.Match("NOTATION")) return false;
-        Require(Space() && cursor_.Expect('('), 35);
+        Require(Space() && cursor_.Expect('('), kBadNotationType);
         do {
             cursor_.SkipWhitespace();
-            Require(Name(), 35);
+            Require(Name(), kBadNotationType);
             cursor_.SkipWhitespace();
         } while (cursor_.Expect('|'));
-        Require(cursor_.Expect(')'), 35);
+        Require(cursor_.Expect(')'), kBadNotationType);
         return true;
     }
 
@@ -239,38 +239,38 @@ private:
         if (!cursor_.Expect('(')) return false;
         do {
             cursor_.SkipWhitespace();
-            Require(static_cast<bool>(cursor_.NameToken()), 36);
+            Require(static_cast<bool>(cursor_.NameToken()), kBadEnumeration);
             cursor_.SkipWhitespace();
         } while (cursor_.Expect('|'));
-        Require(cursor_.Expect(')'), 36);
+        Require(cursor_.Expect(')'), kBadEnumeration);
         return true;
     }
 
     void DefaultValue() {
-        if (cursor_.Match("#FIXED")) Require(Space(), 37);
-        Require(ReadValue(cursor_, Discard{}), 34);
+        if (cursor_.Match("#FIXED")) Require(Space(), kBadFixedDefault);
+        Require(ReadValue(cursor_, Discard{}), kBadAttributeDefinition);
     }
 
     // Entity and notation declarations.
 
     bool Entity() {
         if (!cursor_.Match("<!ENTITY")) return false;
-        Require(Space(), 38);
+        Require(Space(), kBadEntityDeclaration);
         if (cursor_.Expect('%')) {
-            Require(SpaceAndName() && Space() && (EntityValue() || ExternalId()), 38);
+            Require(SpaceAndName() && Space() && (EntityValue() || ExternalId()), kBadEntityDeclaration);
         } else {
-            Require(Name() && Space(), 38);
+            Require(Name() && Space(), kBadEntityDeclaration);
             if (!EntityValue()) ExternalEntity();
         }
-        End(38);
+        End(kBadEntityDeclaration);
         return true;
     }
 
     void ExternalEntity() {
-        Require(ExternalId(), 38);
+        Require(ExternalId(), kBadEntityDeclaration);
         const auto before = cursor_.Position();
         if (Space() && cursor_.Match("NDATA")) {
-            Require(SpaceAndName(), 39);
+            Require(SpaceAndName(), kBadUnparsedEntity);
         } else {
             cursor_.Restore(before);
         }
@@ -279,8 +279,8 @@ private:
     bool Notation() {
         if (!cursor_.Match("<!NOTATION")) return false;
         // A public identifier alone is refused, with 41: the external identifier wants the system literal as well.
-        Require(SpaceAndName() && Space() && ExternalId(), 40);
-        End(40);
+        Require(SpaceAndName() && Space() && ExternalId(), kBadNotationDeclaration);
+        End(kBadNotationDeclaration);
         return true;
     }
 

@@ -26,7 +26,7 @@ public:
         Elements(document);
         document->root = static_cast<Element*>(nodes_.data()[root]);
         Miscellany(document);
-        if (cursor_.Read() != 0) cursor_.Fail(43);
+        if (cursor_.Read() != 0) cursor_.Fail(kContentAfterRoot);
         builder_.Fill(document->children, nodes_.data(), nodes_.size());
         builder_.Finish();
         return document;
@@ -71,7 +71,7 @@ private:
     /// give one back.
     void Elements(Document* document) {
         Cursor cursor = cursor_;
-        if (!cursor.Expect('<')) cursor.Fail(16);
+        if (!cursor.Expect('<')) cursor.Fail(kNoRootElement);
         NodeContainer* parent = document;
         do {
             StartTag(cursor, parent);
@@ -84,7 +84,7 @@ private:
     /// empty-element tag.
     WPK_XML_INLINE void StartTag(Cursor& cursor, NodeContainer* parent) {
         const Slice name = cursor.Name();
-        if (!name) cursor.Fail(10);
+        if (!name) cursor.Fail(kNoElementName);
         Element* const element = builder_.Make<Element>(parent, builder_.KeepName(name));
         nodes_.push_back(element);
         if (cursor.SkipPlainEmptyEnd() || (!cursor.SkipPlain('>') && !EndStartTag(cursor, element))) return;
@@ -100,10 +100,10 @@ private:
         if (cursor.SkipWhitespace()) Attributes(cursor, element);
         const Byte c = cursor.Read();
         if (c == '/') {
-            if (!cursor.Expect('>')) cursor.Fail(11);
+            if (!cursor.Expect('>')) cursor.Fail(kEmptyTagNotClosed);
             return false;
         }
-        if (c != '>') cursor.Fail(12);
+        if (c != '>') cursor.Fail(kTagNotClosed);
         return true;
     }
 
@@ -136,7 +136,7 @@ private:
             builder_.Make<Attribute>(element, builder_.KeepName({name.data(), name.size(), false}));
         nodes_.push_back(attribute);
         const std::size_t first = nodes_.size();
-        if (!ReadValue(cursor, ValueTarget{*this, attribute})) cursor.Fail(4);
+        if (!ReadValue(cursor, ValueTarget{*this, attribute})) cursor.Fail(kValueNotQuoted);
         TakeNodes(attribute->children, first);
         return cursor;
     }
@@ -184,8 +184,8 @@ private:
                 text = cursor.Cut(from, 1);
                 return stop;
             }
-            if (stop != ']') cursor.Fail(stop == 0 ? 1 : 2);
-            if (cursor.Match("]>")) cursor.Fail(15);
+            if (stop != ']') cursor.Fail(stop == 0 ? kUnexpectedEnd : kBadCharacter);
+            if (cursor.Match("]>")) cursor.Fail(kSectionEndInContent);
         }
     }
 
@@ -207,10 +207,10 @@ private:
     static Cursor ReadEndTag(Cursor cursor, std::string_view expected) {
         cursor.Read();
         const Slice name = cursor.Name();
-        if (!name) cursor.Fail(10);
-        if (std::string_view(name) != expected) cursor.Fail(13);
+        if (!name) cursor.Fail(kNoElementName);
+        if (std::string_view(name) != expected) cursor.Fail(kWrongEndTag);
         cursor.SkipWhitespace();
-        if (!cursor.Expect('>')) cursor.Fail(12);
+        if (!cursor.Expect('>')) cursor.Fail(kTagNotClosed);
         return cursor;
     }
 

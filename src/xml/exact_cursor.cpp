@@ -110,7 +110,7 @@ Slice ExactCursor::Cut(const Place& from, std::size_t less) const noexcept {
     return {reinterpret_cast<const char*>(first), end - from.position, std::find(first, last, '\r') != last};
 }
 
-void ExactCursor::Fail(unsigned code) const {
+void ExactCursor::Fail(ParsingError code) const {
     throw ParsingException(code, place_.line, place_.column);
 }
 

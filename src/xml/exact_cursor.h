@@ -47,7 +47,7 @@ public:
     void Restore(const Place& place) noexcept { place_ = place; }
     Slice Cut(const Place& from, std::size_t less) const noexcept;
 
-    [[noreturn]] void Fail(unsigned code) const;
+    [[noreturn]] void Fail(ParsingError code) const;
 
 private:
     Slice CharsOfName(CharClass first) noexcept;

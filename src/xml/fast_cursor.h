@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "wpk/xml/exceptions.h"
 #include "xml/entities.h"
 #include "xml/scan.h"
 
@@ -165,7 +166,7 @@ public:
         return {AsChars(from), static_cast<std::size_t>(at_ - from) - less, hasReturns_};
     }
 
-    [[noreturn]] static void Fail(unsigned /*code*/) { throw Rejection{}; }
+    [[noreturn]] static void Fail(ParsingError /*code*/) { throw Rejection{}; }
 
 private:
     static const char* AsChars(const Byte* bytes) noexcept { return reinterpret_cast<const char*>(bytes); }

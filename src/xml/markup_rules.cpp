@@ -30,13 +30,13 @@ template <class Cursor>
 char ReadCharacterNumber(Cursor& cursor) {
     std::uint32_t number = 0;
     if (cursor.Expect('x')) {
-        if (!ReadNumber(cursor, kHexDigit, 16, number)) cursor.Fail(7);
+        if (!ReadNumber(cursor, kHexDigit, 16, number)) cursor.Fail(kNoHexDigit);
     } else {
-        if (!ReadNumber(cursor, kDigit, 10, number)) cursor.Fail(8);
+        if (!ReadNumber(cursor, kDigit, 10, number)) cursor.Fail(kNoDigit);
     }
-    if (!cursor.Expect(';')) cursor.Fail(6);
+    if (!cursor.Expect(';')) cursor.Fail(kBadReference);
     const Byte value = static_cast<Byte>(number & 0xFF);
-    if (!Is(value, kAllowed)) cursor.Fail(2);
+    if (!Is(value, kAllowed)) cursor.Fail(kBadCharacter);
     return static_cast<char>(value);
 }
 
@@ -49,7 +49,7 @@ void SkipPast(Cursor& cursor, const char (&end)[N]) {
     for (;;) {
         cursor.SkipTo(end[0]);
         if (cursor.Match(end)) return;
-        if (!Is(cursor.Read(), kAllowed)) cursor.Fail(2);
+        if (!Is(cursor.Read(), kAllowed)) cursor.Fail(kBadCharacter);
     }
 }
 
@@ -60,9 +60,9 @@ ReferenceParts ReadReference(Cursor& cursor) {
     if (cursor.Match("&#")) return {Slice{}, ReadCharacterNumber(cursor)};
     cursor.Expect('&');
     const Slice name = cursor.Name();
-    if (!name || !cursor.Expect(';')) cursor.Fail(6);
+    if (!name || !cursor.Expect(';')) cursor.Fail(kBadReference);
     const char value = PredefinedEntities::Find(name);
-    if (value == '\0') cursor.Fail(9);
+    if (value == '\0') cursor.Fail(kUnknownEntity);
     return {name, value};
 }
 
@@ -71,7 +71,7 @@ bool ReadComment(Cursor& cursor, Slice& text) {
     if (!cursor.Match("<!--")) return false;
     const auto from = cursor.Position();
     SkipPast(cursor, "--");
-    if (!cursor.Expect('>')) cursor.Fail(23);
+    if (!cursor.Expect('>')) cursor.Fail(kBadComment);
     text = cursor.Cut(from, 3);
     return true;
 }
@@ -89,8 +89,8 @@ template <class Cursor>
 bool ReadPi(Cursor& cursor, Slice& target, Slice& data) {
     if (!cursor.Match("<?")) return false;
     target = cursor.Name();
-    if (!target) cursor.Fail(24);
-    if (IsXml(target)) cursor.Fail(25);
+    if (!target) cursor.Fail(kNoTarget);
+    if (IsXml(target)) cursor.Fail(kReservedTarget);
     cursor.SkipWhitespace();
     const auto from = cursor.Position();
     SkipPast(cursor, "?>");

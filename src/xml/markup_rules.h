@@ -65,7 +65,7 @@ bool ReadValue(Cursor& cursor, Target&& target) {
             target.AddText(cursor.Cut(from, 1));
             return true;
         }
-        if (stop != '&') cursor.Fail(stop == 0 ? 1 : stop == '<' ? 5 : 2);
+        if (stop != '&') cursor.Fail(stop == 0 ? kUnexpectedEnd : stop == '<' ? kLessThanInValue : kBadCharacter);
         target.AddText(cursor.Cut(from, 1));
         cursor.Unread();
         target.AddReference(ReadReferenceInline(cursor));

@@ -30,7 +30,7 @@ void ReadEquals(Cursor& cursor) {
     cursor.SkipWhitespace();
     if (!cursor.Expect('=')) {
         cursor.Restore(before);
-        cursor.Fail(3);
+        cursor.Fail(kNoEquals);
     }
     cursor.SkipWhitespace();
 }

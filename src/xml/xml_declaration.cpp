@@ -29,30 +29,30 @@ Slice ReadRun(Cursor& cursor, CharClass first, CharClass others) {
 
 template <class Cursor>
 Slice ReadVersion(Cursor& cursor) {
-    if (!ReadKeyword(cursor, "version")) cursor.Fail(17);
+    if (!ReadKeyword(cursor, "version")) cursor.Fail(kBadVersion);
     const char quote = ReadQuote(cursor);
-    if (quote == '\0') cursor.Fail(17);
+    if (quote == '\0') cursor.Fail(kBadVersion);
     const Slice version = ReadRun(cursor, kVersionChar, kVersionChar);
-    if (!version || !cursor.Expect(quote)) cursor.Fail(17);
+    if (!version || !cursor.Expect(quote)) cursor.Fail(kBadVersion);
     return version;
 }
 
 template <class Cursor>
 Slice ReadEncoding(Cursor& cursor) {
     const char quote = ReadQuote(cursor);
-    if (quote == '\0') cursor.Fail(19);
+    if (quote == '\0') cursor.Fail(kEncodingNotQuoted);
     const Slice encoding = ReadRun(cursor, kLetter, kEncodingChar);
-    if (!encoding || !cursor.Expect(quote)) cursor.Fail(20);
+    if (!encoding || !cursor.Expect(quote)) cursor.Fail(kBadEncoding);
     return encoding;
 }
 
 template <class Cursor>
 bool ReadStandalone(Cursor& cursor) {
     const char quote = ReadQuote(cursor);
-    if (quote == '\0') cursor.Fail(21);
+    if (quote == '\0') cursor.Fail(kStandaloneNotQuoted);
     const bool isStandalone = cursor.Match("yes");
-    if (!isStandalone && !cursor.Match("no")) cursor.Fail(22);
-    if (!cursor.Expect(quote)) cursor.Fail(22);
+    if (!isStandalone && !cursor.Match("no")) cursor.Fail(kBadStandalone);
+    if (!cursor.Expect(quote)) cursor.Fail(kBadStandalone);
     return isStandalone;
 }
 
@@ -65,7 +65,7 @@ bool ReadXmlDeclaration(Cursor& cursor, XmlDeclaration& declaration) {
     if (ReadKeyword(cursor, "encoding")) declaration.encoding = ReadEncoding(cursor);
     if (ReadKeyword(cursor, "standalone")) declaration.isStandalone = ReadStandalone(cursor);
     cursor.SkipWhitespace();
-    if (!cursor.Match("?>")) cursor.Fail(18);
+    if (!cursor.Match("?>")) cursor.Fail(kDeclarationNotClosed);
     return true;
 }
 

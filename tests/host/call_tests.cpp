@@ -10,6 +10,8 @@
 #include "support/lib_thread.h"
 
 namespace wpk::host {
+
+using namespace core;
 namespace {
 
 /// What the child that ran last has found.

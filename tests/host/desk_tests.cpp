@@ -11,6 +11,8 @@
 #include "support/lib_thread.h"
 
 namespace wpk::host {
+
+using namespace core;
 namespace {
 
 using test::LibThread;

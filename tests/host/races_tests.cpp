@@ -17,6 +17,8 @@
 #include "transport/sockets_interface.h"
 
 namespace wpk::host {
+
+using namespace core;
 namespace {
 
 WPK_INITSTRUCT PermanentNetwork() {

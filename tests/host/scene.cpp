@@ -11,6 +11,11 @@
 #include "host/control.h"
 #include "ras.h"
 
+// What the DLL exports beside its interface.
+extern "C" DWORD WINAPI WRAPPER_RasEnumConnections(wpk::core::RasConnection* connections, DWORD* bufferSize,
+                                                   DWORD* count);
+extern "C" DWORD WINAPI WRAPPER_RasGetConnectStatus(void* connection, wpk::core::RasConnectionStatus* status);
+
 namespace wpk::host {
 
 namespace {

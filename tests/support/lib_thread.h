@@ -18,9 +18,9 @@ namespace wpk::test {
 
 /// Waits until no more than so many threads are registered: one that has just done its work still has to sign off.
 inline void AwaitThreads(uint32_t count) {
-    ThreadRegistry* registry = ThreadLib::processRegistry;
+    core::ThreadRegistry* registry = core::ThreadLib::processRegistry;
     auto registered = [registry] {
-        const ScopedLock lock(registry->Lock());
+        const core::ScopedLock lock(registry->Lock());
         return registry->Count();
     };
     while (registry && registered() > count) Sleep(1);
@@ -28,15 +28,15 @@ inline void AwaitThreads(uint32_t count) {
 
 /// Takes the thread layer down once its last thread has left.
 inline void ShutDownLayer() {
-    ThreadLib::Detach();
+    core::ThreadLib::Detach();
     AwaitThreads(0);
-    ThreadLib::Shutdown();
+    core::ThreadLib::Shutdown();
 }
 
 /// Initialises the thread layer and takes it down again. The thread that makes it is registered meanwhile.
 class ThreadLayer : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_EQ(ThreadLib::Init(), GetCurrentThreadId()); }
+    void SetUp() override { ASSERT_EQ(core::ThreadLib::Init(), GetCurrentThreadId()); }
     void TearDown() override { ShutDownLayer(); }
 };
 
@@ -44,8 +44,8 @@ protected:
 class LibThread {
 public:
     explicit LibThread(std::function<uint32_t()> body) : body_(std::make_unique<std::function<uint32_t()>>(body)) {
-        id_ = ThreadLib::Create(Run, body_.get());
-        ended_ = ThreadLib::OpenForWait(id_);
+        id_ = core::ThreadLib::Create(Run, body_.get());
+        ended_ = core::ThreadLib::OpenForWait(id_);
     }
     LibThread(const LibThread&) = delete;
     LibThread& operator=(const LibThread&) = delete;
@@ -55,7 +55,7 @@ public:
     static LibThread Started(std::function<uint32_t()> body) { return LibThread(std::move(body), true); }
 
     uint32_t Id() const { return id_; }
-    uint32_t Resume() const { return ThreadLib::Resume(id_); }
+    uint32_t Resume() const { return core::ThreadLib::Resume(id_); }
 
     /// Waits for the thread's end.
     void Join() {
@@ -71,7 +71,7 @@ private:
 
     std::unique_ptr<std::function<uint32_t()>> body_;
     uint32_t id_ = 0;
-    UniqueHandle ended_;
+    core::UniqueHandle ended_;
 };
 
 /// A thread of the layer that stands in a wait of its entry for ever, from the constructor's return on. Such a one may
@@ -91,8 +91,8 @@ public:
     uint32_t Resume() const { return thread_.Resume(); }
 
 private:
-    Semaphore stands_{SemaphoreKind::kSignal};
-    Semaphore never_{SemaphoreKind::kSignal};
+    core::Semaphore stands_{core::SemaphoreKind::kSignal};
+    core::Semaphore never_{core::SemaphoreKind::kSignal};
     LibThread thread_;
 };
 
@@ -125,7 +125,7 @@ private:
 
     std::unique_ptr<std::function<void()>> body_;
     unsigned id_ = 0;
-    UniqueHandle handle_;
+    core::UniqueHandle handle_;
 };
 
 /// Watches a thread of the layer from now on, so that its exit code can be had after its end.
@@ -143,33 +143,34 @@ public:
     }
 
 private:
-    UniqueHandle thread_;
+    core::UniqueHandle thread_;
 };
 
 /// Calls `look` with a thread's record, null when it is unknown, under the registry's lock.
 template <class Look>
 auto WithRecord(uint32_t id, Look look) {
-    ThreadRegistry* registry = ThreadLib::processRegistry;
-    const ScopedLock lock(registry->Lock());
+    core::ThreadRegistry* registry = core::ThreadLib::processRegistry;
+    const core::ScopedLock lock(registry->Lock());
     return look(registry->Find(id));
 }
 
 /// The name of a thread; empty when it has none, "(ended)" when it is unknown.
 inline std::string NameOf(uint32_t id) {
-    return WithRecord(id, [](const ThreadRecord* thread) -> std::string {
+    return WithRecord(id, [](const core::ThreadRecord* thread) -> std::string {
         if (!thread) return "(ended)";
         return thread->name ? thread->name.get() : "";
     });
 }
 
 /// The state of a thread as the layer sees it; kEnded when it is unknown.
-inline ThreadState StateOf(uint32_t id) {
-    return WithRecord(id, [](const ThreadRecord* thread) { return thread ? thread->state : ThreadState::kEnded; });
+inline core::ThreadState StateOf(uint32_t id) {
+    return WithRecord(
+        id, [](const core::ThreadRecord* thread) { return thread ? thread->state : core::ThreadState::kEnded; });
 }
 
 /// Waits until the layer sees the thread in this state. The layer has no event for it, so it is looked at again and
 /// again.
-inline void AwaitState(uint32_t id, ThreadState state) {
+inline void AwaitState(uint32_t id, core::ThreadState state) {
     while (StateOf(id) != state) Sleep(1);
 }
 

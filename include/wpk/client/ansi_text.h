@@ -5,7 +5,7 @@
 #define WPK_CLIENT_ANSI_TEXT_H
 
 #include <wpk/client/error.h>
-#include <wpk/client/platform.h>
+#include <wpk/client/detail/platform.h>
 
 #include <cstddef>
 #include <limits>

@@ -4,10 +4,9 @@
 #ifndef WPK_CLIENT_ERROR_H
 #define WPK_CLIENT_ERROR_H
 
-#include <wpk/client/requirements.h>
+#include <wpk/client/detail/requirements.h>
 #include <wpk/wpk.h>
 
-#include <string>
 #include <system_error>
 #include <type_traits>
 
@@ -61,101 +60,14 @@ enum class Errc : int {
     kBadAddress = 11
 };
 
-namespace detail {
-
-class Category final : public std::error_category {
-public:
-    const char* name() const noexcept override { return "wpk"; }
-
-    std::string message(int value) const override {
-        switch (static_cast<Errc>(value)) {
-            case Errc::kBadRequest:
-                return "the request names no server, or a proxy is wanted but not named";
-            case Errc::kNoNetwork:
-                return "there is no network connection";
-            case Errc::kConnect:
-                return "the server (or the proxy) could not be reached";
-            case Errc::kCancelled:
-                return "the request was cancelled";
-            case Errc::kBadVersion:
-                return "the server speaks another version of the protocol, or is no server of this kind";
-            case Errc::kNoService:
-                return "the server has no service of that name";
-            case Errc::kExchange:
-                return "the exchange with the server broke";
-            case Errc::kProxyCredentials:
-                return "the proxy wants credentials";
-            case Errc::kAlreadyInitialised:
-                return "the library has been initialised in this process before; keep one Client and share it";
-            case Errc::kNotInitialised:
-                return "the library could not be initialised";
-            case Errc::kNotTaken:
-                return "the library could not take the request";
-            case Errc::kNotConvertible:
-                return "a text holds a character that the ANSI code page does not have";
-            case Errc::kZeroInText:
-                return "a text holds a zero character";
-            case Errc::kMessageTooLong:
-                return "the message is too long: with the name of its service, 4294967221 bytes are the most";
-            case Errc::kCredentialsTooLong:
-                return "a user name or password for the proxy is longer than 255 bytes";
-            case Errc::kNoFunction:
-                return "a function that is needed is missing";
-            case Errc::kFunctionThrew:
-                return "a function that the application gave has thrown an exception";
-            case Errc::kTimedOut:
-                return "the time limit was reached";
-            case Errc::kBadAddress:
-                return "that is no address of a server or proxy";
-        }
-        return "unknown error " + std::to_string(value);
-    }
-
-    std::error_condition default_error_condition(int value) const noexcept override {
-        switch (static_cast<Errc>(value)) {
-            case Errc::kNoNetwork:
-                return std::errc::network_unreachable;
-            case Errc::kConnect:
-                return std::errc::host_unreachable;
-            case Errc::kCancelled:
-                return std::errc::operation_canceled;
-            case Errc::kProxyCredentials:
-                return std::errc::permission_denied;
-            case Errc::kTimedOut:
-                return std::errc::timed_out;
-            default:
-                return {value, *this};
-        }
-    }
-};
-
-}  // namespace detail
-
 /// The category of every Errc; its name is "wpk". Each module (program or DLL) of a process that uses this header has
 /// one of its own: hand error codes from one module to another as numbers.
-inline const std::error_category& ErrorCategory() noexcept {
-    // Never destroyed: requests may end while the process does.
-    static const std::error_category& category = *new detail::Category;
-    return category;
-}
+inline const std::error_category& ErrorCategory() noexcept;
 
 /// For the standard library, which calls it by this name.
 inline std::error_code make_error_code(Errc error) noexcept {
     return {static_cast<int>(error), ErrorCategory()};
 }
-
-namespace detail {
-
-[[noreturn]] inline void Throw(Errc error) {
-    throw std::system_error(make_error_code(error));
-}
-
-/// The reason stands in front of the error's text in what().
-[[noreturn]] inline void Throw(Errc error, const std::string& reason) {
-    throw std::system_error(make_error_code(error), reason);
-}
-
-}  // namespace detail
 
 }  // namespace client
 }  // namespace wpk
@@ -165,5 +77,7 @@ namespace std {
 template <>
 struct is_error_code_enum<wpk::Errc> : true_type {};
 }  // namespace std
+
+#include <wpk/client/detail/error_category.h>
 
 #endif  // WPK_CLIENT_ERROR_H

@@ -4,7 +4,7 @@
 #ifndef WPK_CLIENT_REQUEST_H
 #define WPK_CLIENT_REQUEST_H
 
-#include <wpk/client/exchange.h>
+#include <wpk/client/detail/exchange.h>
 
 #include <memory>
 #include <system_error>
@@ -46,7 +46,7 @@ public:
             throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
         }
         exchange_->Wait();
-        detail::ParcelsDone::All().Collect();
+        detail::RetiredSends::All().Collect();
     }
 
     /// True inside a function that is called for this request.

@@ -68,92 +68,92 @@ inline std::string Excerpt(std::string_view bytes, const ParsingException& fault
 /// gives, 14 and 42, have theirs as well.
 inline const char* ParsingErrorText(unsigned code) noexcept {
     switch (code) {
-        case 1:
+        case AdvXMLParser::kUnexpectedEnd:
             return "the document ends in the middle of a value, of an element or of a declaration";
-        case 2:
+        case AdvXMLParser::kBadCharacter:
             return "a character that no document may hold, or an end in the middle of a comment, section or "
                    "instruction";
-        case 3:
+        case AdvXMLParser::kNoEquals:
             return "an attribute's name or a keyword of the XML declaration without \"=\" after it";
-        case 4:
+        case AdvXMLParser::kValueNotQuoted:
             return "an attribute's value is missing or not in quotes";
-        case 5:
+        case AdvXMLParser::kLessThanInValue:
             return "\"<\" in an attribute's value; write \"&lt;\"";
-        case 6:
+        case AdvXMLParser::kBadReference:
             return "\"&\" that begins no reference; write \"&amp;\"";
-        case 7:
+        case AdvXMLParser::kNoHexDigit:
             return "\"&#x\" without a hexadecimal digit after it";
-        case 8:
+        case AdvXMLParser::kNoDigit:
             return "\"&#\" without a digit after it";
-        case 9:
+        case AdvXMLParser::kUnknownEntity:
             return "a reference to an entity other than lt, gt, amp, apos and quot";
-        case 10:
+        case AdvXMLParser::kNoElementName:
             return "\"<\" or \"</\" without a name after it; a \"<\" in a text is written \"&lt;\"";
-        case 11:
+        case AdvXMLParser::kEmptyTagNotClosed:
             return "\"/\" in a start tag without \">\" after it";
-        case 12:
+        case AdvXMLParser::kTagNotClosed:
             return "a tag that is not closed by \">\"";
-        case 13:
+        case AdvXMLParser::kWrongEndTag:
             return "the end tag is not that of the open element";
-        case 14:
+        case AdvXMLParser::kUnknownMarkup:
             return "\"<\" that begins no markup; write \"&lt;\"";
-        case 15:
+        case AdvXMLParser::kSectionEndInContent:
             return "\"]]>\" in a text; write \"]]&gt;\"";
-        case 16:
+        case AdvXMLParser::kNoRootElement:
             return "there is no root element";
-        case 17:
+        case AdvXMLParser::kBadVersion:
             return "the XML declaration has no valid version";
-        case 18:
+        case AdvXMLParser::kDeclarationNotClosed:
             return "the XML declaration is not closed by \"?>\"";
-        case 19:
+        case AdvXMLParser::kEncodingNotQuoted:
             return "the XML declaration's encoding is not in quotes";
-        case 20:
+        case AdvXMLParser::kBadEncoding:
             return "the XML declaration's encoding is no name of one";
-        case 21:
+        case AdvXMLParser::kStandaloneNotQuoted:
             return "the XML declaration's standalone is not in quotes";
-        case 22:
+        case AdvXMLParser::kBadStandalone:
             return "the XML declaration's standalone is neither \"yes\" nor \"no\"";
-        case 23:
+        case AdvXMLParser::kBadComment:
             return "\"--\" in a comment";
-        case 24:
+        case AdvXMLParser::kNoTarget:
             return "a processing instruction without a target";
-        case 25:
+        case AdvXMLParser::kReservedTarget:
             return "a processing instruction with the target xml, or an XML declaration that is not at the beginning";
-        case 26:
+        case AdvXMLParser::kBadDoctype:
             return "the document type declaration is malformed, or holds something that may not stand in it";
-        case 27:
+        case AdvXMLParser::kBadParameterReference:
             return "\"%\" without a name and \";\" after it";
-        case 28:
+        case AdvXMLParser::kBadPublicId:
             return "a public identifier holds a character that it may not";
-        case 29:
+        case AdvXMLParser::kBadElementDeclaration:
             return "an element declaration is malformed";
-        case 30:
+        case AdvXMLParser::kBadContentModel:
             return "a content model lacks \"|\" or its end";
-        case 31:
+        case AdvXMLParser::kBadSequence:
             return "a content model's separators differ";
-        case 32:
+        case AdvXMLParser::kNoContentParticle:
             return "a content model lacks a name or group after a separator";
-        case 33:
+        case AdvXMLParser::kBadAttributeList:
             return "an attribute-list declaration is malformed";
-        case 34:
+        case AdvXMLParser::kBadAttributeDefinition:
             return "an attribute's definition lacks its type or its default";
-        case 35:
+        case AdvXMLParser::kBadNotationType:
             return "a notation type is malformed";
-        case 36:
+        case AdvXMLParser::kBadEnumeration:
             return "an enumeration of an attribute's values is malformed";
-        case 37:
+        case AdvXMLParser::kBadFixedDefault:
             return "\"#FIXED\" without white space after it";
-        case 38:
+        case AdvXMLParser::kBadEntityDeclaration:
             return "an entity declaration is malformed";
-        case 39:
+        case AdvXMLParser::kBadUnparsedEntity:
             return "\"NDATA\" without a name after it";
-        case 40:
+        case AdvXMLParser::kBadNotationDeclaration:
             return "a notation declaration is malformed";
-        case 41:
+        case AdvXMLParser::kBadExternalId:
             return "\"SYSTEM\" or \"PUBLIC\" without its identifiers in quotes";
-        case 42:
+        case AdvXMLParser::kBadPublicNotation:
             return "a notation's public identifier is malformed";
-        case 43:
+        case AdvXMLParser::kContentAfterRoot:
             return "something other than a comment or an instruction after the root element";
         default:
             return "a fault of a kind that this version has no words for";

@@ -48,7 +48,7 @@ void RunOnThreads(Work work) {
 /// The front desk stays for good, and with a modem to watch, its service's and the Peeker.
 void ExpectNothingLeft(int64_t lasting_threads = 1) {
     ASSERT_TRUE(host::AwaitThat([=] { return host::CountLive().threads == lasting_threads; }));
-    detail::ParcelsDone::All().Collect();
+    detail::RetiredSends::All().Collect();
     EXPECT_EQ(host::CountLive().sockets, 0);
     EXPECT_EQ(host::CountLive().views, 0);
     EXPECT_EQ(host::Misuses(), std::vector<std::string>());

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include <windows.h>
 
-// The declarations of wpk/client/platform.h, without its Windows spelling.
+// The declarations of wpk/client/detail/platform.h, without its Windows spelling.
 namespace wpk::client_test::bridge {
 
 extern "C" {

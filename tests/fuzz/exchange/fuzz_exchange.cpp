@@ -20,6 +20,8 @@
 
 namespace wpk::fuzz {
 
+using namespace core;
+
 namespace {
 
 constexpr uint32_t kLongestInMemory = 10240;
@@ -224,7 +226,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    using namespace wpk;
+    using namespace wpk::core;
     const host::Live before = host::CountLive();
     fuzz::Run(fuzz::Script({reinterpret_cast<const char*>(data), size}));
     fuzz::Require(host::CountLive() == before, "everything that was opened is closed");

@@ -9,7 +9,7 @@
 #include "transport/line_assembler.h"
 #include "transport/reply_head.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using State = LineAssembler::State;
@@ -89,12 +89,12 @@ void CheckHead(std::string_view bytes, size_t portion) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
     const size_t portion = size_t{data[0]} + 1;
     const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
-    wpk::CheckHead(bytes, portion);
+    wpk::core::CheckHead(bytes, portion);
     return 0;
 }

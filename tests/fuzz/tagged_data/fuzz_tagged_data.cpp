@@ -14,7 +14,7 @@
 #include "message_server/request.h"
 #include "transport/tagged_data.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using Entries = std::vector<std::pair<std::string, std::string>>;
@@ -119,12 +119,12 @@ void CheckRoundTrip(std::string_view bytes) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
-    wpk::CheckWriter(bytes);
-    wpk::CheckReader(bytes);
-    wpk::CheckRoundTrip(bytes);
+    wpk::core::CheckWriter(bytes);
+    wpk::core::CheckReader(bytes);
+    wpk::core::CheckRoundTrip(bytes);
     return 0;
 }

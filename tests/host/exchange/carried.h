@@ -23,14 +23,14 @@ class ExchangeTest : public testing::Test {
 protected:
     ExchangeTest() {
         Reset();
-        StartSockets();
+        core::StartSockets();
         state.connectionStatus = 1;
         state.tempDirectory = &temp_directory_;
     }
     ~ExchangeTest() override {
         ClearFaults();
         ClearActions();
-        while (SocketStarts() > 0) CleanUpSockets();
+        while (SocketStarts() > 0) core::CleanUpSockets();
         EXPECT_EQ(CountLive(), before_);
         EXPECT_EQ(Misuses(), std::vector<std::string>());
     }
@@ -49,25 +49,26 @@ protected:
     /// As dial-up detection does when the modem hangs up.
     void LoseNetwork() {
         state.connectionStatus = 0;
-        CleanUpSockets();
+        core::CleanUpSockets();
     }
 
-    TransportState state;
+    core::TransportState state;
 
 private:
     const Live before_ = CountLive();
-    const CountedText temp_directory_{"./"};
+    const core::CountedText temp_directory_{"./"};
 };
 
 class Carried : public Request {
 public:
-    Carried(TransportState& state, uint16_t port, std::string service, std::string data = "hello")
+    Carried(core::TransportState& state, uint16_t port, std::string service, std::string data = "hello")
         : Request(port, std::move(service), std::move(data)), state_(state), records_(pending_->Add(kHandle)) {}
     ~Carried() { pending_->Remove(kHandle); }
 
     /// Carries it out; how it has ended: 0 for a reply, or the error.
     int Run() {
-        const uint32_t delivered = RunExchange(&message, records_.connection, &records_.cancel->semaphore, state_);
+        const uint32_t delivered =
+            core::RunExchange(&message, records_.connection, &records_.cancel->semaphore, state_);
         EXPECT_EQ(Finals(), 1);
         EXPECT_EQ(delivered, Error() == 0 ? 1u : 0u);
         return Error();
@@ -77,14 +78,14 @@ public:
     void CancelBefore(const char* call, uint64_t nth) {
         RunBefore(call, nth, [this] { Cancel(); });
     }
-    const PendingRequest& Records() const { return records_; }
+    const core::PendingRequest& Records() const { return records_; }
 
 private:
     static constexpr uint32_t kHandle = 4;
 
-    TransportState& state_;
-    const std::unique_ptr<PendingRequests> pending_ = PendingRequests::Create();
-    const PendingRequest records_;
+    core::TransportState& state_;
+    const std::unique_ptr<core::PendingRequests> pending_ = core::PendingRequests::Create();
+    const core::PendingRequest records_;
 };
 
 }  // namespace wpk::host

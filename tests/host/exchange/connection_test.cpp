@@ -8,6 +8,8 @@
 #include "host/exchange/carried.h"
 
 namespace wpk::host {
+
+using namespace core;
 namespace {
 
 /// On the machine that the stand-in pretends to be, nobody listens there and nobody is told so.

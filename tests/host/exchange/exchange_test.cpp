@@ -11,6 +11,8 @@
 #include "transport/notification.h"
 
 namespace wpk::host {
+
+using namespace core;
 namespace {
 
 TEST_F(ExchangeTest, OneFailedOpenIsMadeUpForByTheSecond) {

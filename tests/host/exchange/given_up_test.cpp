@@ -84,7 +84,7 @@ TEST_F(GivenUpTest, ARequestThatLosesTheNetworkHasClosedItsSocketBeforeItsCallba
     for (const Moment& moment : kMoments) {
         SCOPED_TRACE(moment.phase);
         state.connectionStatus = 1;
-        if (SocketStarts() == 0) StartSockets();
+        if (SocketStarts() == 0) core::StartSockets();
         const int end = RunGivenUp(moment, [this](Carried&) { LoseNetwork(); });
         EXPECT_TRUE(end == WPK_ERROR_NO_NETWORK || end == WPK_ERROR_CONNECT) << end;
         EXPECT_EQ(SocketStarts(), 0) << "no clean-up waits any more";
@@ -196,7 +196,7 @@ TEST_F(GivenUpTest, LinesWithoutEndAreEndedAtTheNextLook) {
         EXPECT_EQ(lost.Run(), WPK_ERROR_NO_NETWORK);
         EXPECT_EQ(Uses("recv") - receives, 10u);
         state.connectionStatus = 1;
-        StartSockets();
+        core::StartSockets();
     }
 }
 

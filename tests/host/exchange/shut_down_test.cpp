@@ -7,6 +7,8 @@
 #include "support/lib_thread.h"
 
 namespace wpk::host {
+
+using namespace core;
 namespace {
 
 /// Its workers are not found by the first part of a stop, which ends all workers that have a job.

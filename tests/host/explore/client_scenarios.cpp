@@ -59,7 +59,7 @@ public:
         // Until the layer no longer expects a late cancel.
         host::AwaitScheduled(
             "the end of late cancels", [] { return false; }, 10000);
-        client::detail::ParcelsDone::All().Collect();
+        client::detail::RetiredSends::All().Collect();
     }
 
     static client::Request Send(const char* service, client::OutcomeFunction on_outcome) {

@@ -18,6 +18,8 @@
 
 namespace wpk::explore {
 
+using namespace core;
+
 using host::Undisturbed;
 
 Library::Library() {

@@ -9,7 +9,7 @@
 
 #include "wpk/wpk.h"
 
-namespace wpk {
+namespace wpk::core {
 class GlobalObject;
 }
 
@@ -38,7 +38,7 @@ private:
     bool DetectsModems() const;
     void Stop();
 
-    std::unique_ptr<GlobalObject> global_;
+    std::unique_ptr<core::GlobalObject> global_;
 };
 
 /// A permanent network.

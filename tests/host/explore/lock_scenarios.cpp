@@ -11,6 +11,8 @@
 
 namespace wpk::explore {
 
+using namespace core;
+
 using host::AwaitThreads;
 using host::SchedulePoint;
 using host::StartThread;

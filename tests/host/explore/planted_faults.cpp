@@ -13,6 +13,8 @@
 
 namespace wpk::explore {
 
+using namespace core;
+
 using host::AwaitThreads;
 using host::StartThread;
 

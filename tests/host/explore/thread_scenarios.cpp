@@ -6,6 +6,8 @@
 
 namespace wpk::explore {
 
+using namespace core;
+
 using host::AwaitThreads;
 using host::StartThread;
 using host::Undisturbed;

@@ -18,6 +18,8 @@
 #include "library/start_up.h"
 
 namespace wpk::host {
+
+using namespace core;
 namespace {
 
 constexpr char kFolders[] = "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders";

@@ -13,6 +13,8 @@
 
 namespace wpk::host {
 
+using namespace core;
+
 namespace {
 
 constexpr int64_t kDeskThreads = 1;

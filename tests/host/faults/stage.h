@@ -56,7 +56,7 @@ private:
     void DialAgain();
 
     std::vector<std::unique_ptr<Request>> requests_;
-    const CountedText temp_directory_{"./"};
+    const core::CountedText temp_directory_{"./"};
 };
 
 }  // namespace wpk::host

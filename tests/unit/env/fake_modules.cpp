@@ -13,6 +13,8 @@
 
 namespace wpk::test {
 
+using namespace core;
+
 namespace {
 
 FakeModules* modules = nullptr;

@@ -28,7 +28,7 @@ public:
     }
     void Remove(const std::string& module) { functions_.erase(module); }
 
-    ModuleCalls Calls() const;
+    core::ModuleCalls Calls() const;
 
     /// "load x", "find f in x", "free x", in the order of the calls.
     std::vector<std::string> Trace() const;
@@ -50,7 +50,7 @@ private:
 /// One connection as the system shows it.
 struct FakeConnection {
     std::string deviceType;
-    DWORD state = kRasConnected;
+    DWORD state = core::kRasConnected;
     DWORD statusResult = ERROR_SUCCESS;
 };
 
@@ -80,8 +80,8 @@ void RunInEnumeration(uint32_t number, std::function<void()> action);
 void AwaitEnumerations(uint32_t count);
 uint32_t Enumerations();
 
-DWORD WINAPI EnumConnections(RasConnection* connections, DWORD* bufferSize, DWORD* count);
-DWORD WINAPI GetConnectStatus(void* connection, RasConnectionStatus* status);
+DWORD WINAPI EnumConnections(core::RasConnection* connections, DWORD* bufferSize, DWORD* count);
+DWORD WINAPI GetConnectStatus(void* connection, core::RasConnectionStatus* status);
 
 }  // namespace script
 

@@ -12,7 +12,7 @@
 #include "host/control.h"
 #endif
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 struct Told {
@@ -207,4 +207,4 @@ TEST_F(GlobalObjectTest, AFreshOneHasNoConnectionIsNotInitialisedAndItsServicesA
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

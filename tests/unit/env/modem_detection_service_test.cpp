@@ -16,7 +16,7 @@
 #include "host/control.h"
 #endif
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::Failing;
@@ -471,4 +471,4 @@ TEST_F(ModemDetectionTest, WhileTheServiceDoesNotRunNoModemIsConnected) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

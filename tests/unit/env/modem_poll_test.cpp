@@ -6,7 +6,7 @@
 
 #include "fake_modules.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::FakeConnection;
@@ -97,4 +97,4 @@ TEST(ModemPollTest, ACountBeyondTheBufferIsNotFollowed) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

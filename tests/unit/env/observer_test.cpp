@@ -10,7 +10,7 @@
 
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 struct Call {
@@ -148,4 +148,4 @@ TEST_F(ObservableTest, ThePlainObserverDoesNothingAndReturnsOne) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -12,7 +12,7 @@
 #include "fake_modules.h"
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using Trace = std::vector<std::string>;
@@ -110,4 +110,4 @@ TEST_F(RemoteAccessTest, TheProbeFreesTheLibraryAtOnce) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using namespace std::string_literals;
@@ -474,4 +474,4 @@ TEST_F(SystemInformationTest, GettersGiveCopies) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -13,7 +13,7 @@
 #include "library/start_up.h"
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 DWORD WINAPI NoConnection(RasConnection* /*connections*/, DWORD* /*size*/, DWORD* count) {
@@ -159,6 +159,6 @@ TEST_F(FailedStart, TriedAgainAttachesTheObserverOnce) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif

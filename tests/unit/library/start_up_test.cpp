@@ -14,7 +14,7 @@
 #include "support/field_at.h"
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 struct Notified {
@@ -365,4 +365,4 @@ TEST_F(StartUp, OfSeveralThreadsAtOnceOneStartsAndAllSucceed) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -15,7 +15,7 @@
 #include "support/field_at.h"
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::FieldAt;
@@ -471,4 +471,4 @@ TEST(MServiceSlots, AreInOrder) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -9,7 +9,7 @@
 
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 /// What a request's callback got, in order.
@@ -227,4 +227,4 @@ TEST_F(NetOutboundServiceTest, StopEndsTheThreadsOfPendingRequests) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -15,7 +15,7 @@
 #include "support/field_at.h"
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::FieldAt;
@@ -293,4 +293,4 @@ TEST(ServiceSlots, AreInOrder) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

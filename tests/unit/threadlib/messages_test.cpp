@@ -9,7 +9,7 @@
 
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::AwaitState;
@@ -328,4 +328,4 @@ TEST_F(Messages, ManySendersAtOnceEachGetTheirOwnAnswer) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

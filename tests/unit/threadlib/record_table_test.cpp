@@ -10,7 +10,7 @@
 #include "support/field_at.h"
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 ByteBuffer Bytes(const std::string& text) {
@@ -237,4 +237,4 @@ TEST_F(RecordTableThreads, ReadersAndWritersAtOnceSeeWholeRows) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

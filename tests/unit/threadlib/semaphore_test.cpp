@@ -10,7 +10,7 @@
 #include "support/lib_thread.h"
 #include "threadlib/readers_writer_lock.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::FieldAt;
@@ -153,4 +153,4 @@ TEST(ReadersWriterLockTest, NoWriterGetsInBesideAnother) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -13,7 +13,7 @@
 #include "support/lib_thread.h"
 #include "threadlib/exception_report.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using test::AwaitState;
@@ -232,4 +232,4 @@ TEST_F(Threads, ManyThreadsComeAndGoWithoutTrace) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -11,7 +11,7 @@
 
 #include "unit/transport/allocation_fault.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 std::string Base64Of(std::string_view bytes) {
@@ -92,4 +92,4 @@ TEST(Base64, WithoutMemoryTheTextIsNotWhole) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

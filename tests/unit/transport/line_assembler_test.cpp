@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace wpk {
+namespace wpk::core {
 
 static void PrintTo(LineAssembler::State state, std::ostream* out) {
     *out << (state == LineAssembler::State::kComplete ? "complete"
@@ -180,4 +180,4 @@ TEST(LineAssembler, RandomInputsReadAsByteByByteInRandomPortions) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

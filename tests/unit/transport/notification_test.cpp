@@ -11,7 +11,7 @@
 
 #include "unit/transport/allocation_fault.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 Credentials CredentialsOf(std::string_view user, std::string_view password) {
@@ -112,7 +112,7 @@ TEST(NotifierTest, ANotifierWithoutCallbackDeliversNothing) {
     const Notifier silent(nullptr, nullptr);
     silent.Failure(-1);
     silent.ConnectionState(1);
-    EXPECT_EQ(silent.AskForCredentials(credentials), Notifier::Answer::kDeclined);
+    EXPECT_EQ(silent.AskForCredentials(credentials), Notifier::CredentialsReply::kDeclined);
 }
 
 TEST(NotifierTest, CredentialsAreShownInAZeroFilledRecordAndLeftAloneWhenDeclined) {
@@ -125,7 +125,7 @@ TEST(NotifierTest, CredentialsAreShownInAZeroFilledRecordAndLeftAloneWhenDecline
     };
     Credentials credentials = CredentialsOf("u", "p");
     DirtyStack();
-    EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::Answer::kDeclined);
+    EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::CredentialsReply::kDeclined);
     EXPECT_EQ(credentials.user.View(), "u");
 }
 
@@ -146,7 +146,7 @@ TEST(NotifierTest, ReturnedTextsAreTakenUpToTheirFirstZeroOrTheFieldsEnd) {
         n.body.credentials.bRetry = 0x80000000;
     };
     Credentials credentials = CredentialsOf("u", "p");
-    EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::Answer::kSendAgain);
+    EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::CredentialsReply::kRetry);
     EXPECT_EQ(credentials.user.View(), "new");
     EXPECT_EQ(credentials.password.View(), std::string(256, 'x'));
 }
@@ -160,11 +160,11 @@ TEST(NotifierTest, AnAnswerThatThereIsNoMemoryForLeavesTheCredentialsAsTheyAre) 
     Credentials credentials = CredentialsOf("u", "p");
     for (int successes = 0; successes < kTextsOfCredentials; ++successes) {
         const test::AllocationFault fault(successes);
-        EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::Answer::kNoMemory);
+        EXPECT_EQ(kNotifier.AskForCredentials(credentials), Notifier::CredentialsReply::kNoMemory);
     }
     EXPECT_EQ(credentials.user.View(), "u");
     EXPECT_EQ(credentials.password.View(), "p");
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -8,7 +8,7 @@
 
 #include "support/lib_thread.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 TEST(PendingRequestsTest, AnEntryExistsFromAddToRemove) {
@@ -97,4 +97,4 @@ TEST_F(PendingRequestsThreads, CancelsThatRaceWithTheEndNeverTouchFreedRecords) 
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -10,7 +10,7 @@
 #include "transport/line_assembler.h"
 #include "unit/transport/allocation_fault.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using namespace std::string_view_literals;
@@ -328,4 +328,4 @@ TEST(InterimStatusLine, FollowedByAnEmptyLineFailsTheHead) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -9,7 +9,7 @@
 
 #include "unit/transport/allocation_fault.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 std::string RequestLineOf(std::string_view server, uint32_t port) {
@@ -113,4 +113,4 @@ TEST(HeaderBlock, WithoutMemoryForAnyOfItsTextsIsNotWhole) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -10,7 +10,7 @@
 #include "support/lib_thread.h"
 #include "unit/transport/allocation_fault.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 Credentials CredentialsOf(std::string_view user, std::string_view password) {
@@ -134,4 +134,4 @@ TEST_F(SettingsThreads, CredentialsReplacedWhileOthersCopyThemAreNeverTorn) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -11,7 +11,7 @@
 #include "support/lib_thread.h"
 #include "transport/connection.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 bool SocketsStarted() {
@@ -47,7 +47,7 @@ TEST_F(SocketsInterfaceTest, ACleanUpThatNothingHasStartedDoesNoHarm) {
 
 TEST_F(SocketsInterfaceTest, ACleanUpWaitsForTheLastSocketInUse) {
     StartSockets();
-    SocketsUse first, second;
+    SocketsGuard first, second;
     first.Begin();
     second.Begin();
     CleanUpSockets();
@@ -61,7 +61,7 @@ TEST_F(SocketsInterfaceTest, ACleanUpWaitsForTheLastSocketInUse) {
 TEST_F(SocketsInterfaceTest, EveryCleanUpThatWaitedIsMadeUpFor) {
     for (int i = 0; i < 4; ++i) StartSockets();
     {
-        SocketsUse use;
+        SocketsGuard use;
         use.Begin();
         CleanUpSockets();
         CleanUpSockets();
@@ -74,7 +74,7 @@ TEST_F(SocketsInterfaceTest, EveryCleanUpThatWaitedIsMadeUpFor) {
 
 TEST_F(SocketsInterfaceTest, WhatIsInUseIsLostAtOnceAndWhatBeginsLaterIsNot) {
     StartSockets();
-    SocketsUse before, after;
+    SocketsGuard before, after;
     before.Begin();
     EXPECT_FALSE(before.Lost());
     CleanUpSockets();
@@ -93,7 +93,7 @@ TEST_F(SocketsInterfaceTest, WhatIsInUseIsLostAtOnceAndWhatBeginsLaterIsNot) {
 
 TEST_F(SocketsInterfaceTest, EndingTwiceOrWithoutABeginningDoesNothing) {
     StartSockets();
-    SocketsUse use, other;
+    SocketsGuard use, other;
     other.Begin();
     use.End();
     use.Begin();
@@ -110,7 +110,7 @@ TEST_F(SocketsInterfaceTest, ThreadsThatOpenAndCloseNeverLoseAnOpenSocketToAClea
     for (int i = 0; i < 4; ++i) {
         users.push_back(std::make_unique<test::LibThread>([&] {
             while (!over) {
-                SocketsUse use;
+                SocketsGuard use;
                 use.Begin();
                 UniqueSocket mine(socket(AF_INET, SOCK_STREAM, 0));
                 if (!mine) continue;
@@ -149,4 +149,4 @@ TEST_F(SocketsInterfaceTest, AConnectionCountsAsClosedWhenTheNetworkGoes) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 constexpr uint32_t kId = 987654;
@@ -148,4 +148,4 @@ TEST(SpoolFileTest, ARequestThatIsGivenUpTriesNoFurtherNames) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -11,7 +11,7 @@
 
 #include "unit/transport/allocation_fault.h"
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 using namespace std::string_literals;
@@ -259,4 +259,4 @@ TEST(TaggedData, LargeValueTakesOneAllocationForItsEntryAndOneForTheJoin) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

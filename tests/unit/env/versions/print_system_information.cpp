@@ -6,14 +6,14 @@
 
 namespace {
 
-void Print(const char* name, const wpk::CountedText& text) {
+void Print(const char* name, const wpk::core::CountedText& text) {
     std::printf("%s=%s\n", name, text.CStr());
 }
 
 }  // namespace
 
 int main() {
-    wpk::SystemInformation information;
+    wpk::core::SystemInformation information;
     std::printf("osVersion=%u\n", information.GetOsVersion());
     std::printf("isNT=%u\n", information.IsNT());
     std::printf("refresh=%u\n", information.Refresh());

@@ -1,8 +1,8 @@
 /// @file
 /// What the client layer needs of a compiler; without it, one line that says so instead of hundreds of errors.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_CLIENT_REQUIREMENTS_H
-#define WPK_CLIENT_REQUIREMENTS_H
+#ifndef WPK_CLIENT_DETAIL_REQUIREMENTS_H
+#define WPK_CLIENT_DETAIL_REQUIREMENTS_H
 
 // An included file that does not exist ends the compilation, which an #error alone does not.
 #if defined(_MSVC_LANG) ? _MSVC_LANG < 201703L : __cplusplus < 201703L
@@ -23,4 +23,4 @@
 #include "what is missing stands in the line above"
 #endif
 
-#endif  // WPK_CLIENT_REQUIREMENTS_H
+#endif  // WPK_CLIENT_DETAIL_REQUIREMENTS_H

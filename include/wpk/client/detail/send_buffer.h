@@ -4,18 +4,18 @@
 // SPDX-License-Identifier: MIT
 //
 // A send record, its texts and its body must stay until the request's final callback has returned. Code inside that
-// callback cannot free them, and nobody is told when it has returned. But each request has a thread of its own: when
-// that has ended, the callback has returned. So a parcel that is done with is put aside together with a watch on its
-// thread, and freed by whoever looks after the thread has ended: the next request that is sent or ends, a wait, the end
-// of a Client.
+// callback cannot free them, and there is no notification after its return. But each request has its own thread: when
+// that has ended, the callback has returned. So a finished send buffer is put aside together with a watch on its
+// thread, and freed when one of these finds the thread ended: the next request that is sent or ends, a wait, the end of
+// a Client.
 //
 // The watch of a request that has been cancelled stays open some seconds longer, though its message is given back: the
 // library looks the handle of a cancel up after it has accepted it, and the handle is a thread's id, which the system
 // gives to a new thread as soon as nobody has the old one open.
-#ifndef WPK_CLIENT_PARCEL_H
-#define WPK_CLIENT_PARCEL_H
+#ifndef WPK_CLIENT_DETAIL_SEND_BUFFER_H
+#define WPK_CLIENT_DETAIL_SEND_BUFFER_H
 
-#include <wpk/client/platform.h>
+#include <wpk/client/detail/platform.h>
 #include <wpk/wpk.h>
 
 #include <chrono>
@@ -29,10 +29,10 @@ inline namespace client {
 namespace detail {
 
 /// A send record with everything that it points to. The body must not be longer than an unsigned int can say.
-class Parcel {
+class SendBuffer {
 public:
-    Parcel(std::string server, unsigned int port, std::string service, std::string body, WPK_CALLBACK callback,
-           void* context)
+    SendBuffer(std::string server, unsigned int port, std::string service, std::string body, WPK_CALLBACK callback,
+               void* context)
         : server_(std::move(server)), service_(std::move(service)), body_(std::move(body)) {
         record_.lpszServer = server_.c_str();
         record_.nPort = port;
@@ -42,13 +42,13 @@ public:
         record_.lpData = body_.data();
         record_.dwDataLength = static_cast<unsigned int>(body_.size());
     }
-    Parcel(const Parcel&) = delete;
-    Parcel& operator=(const Parcel&) = delete;
+    SendBuffer(const SendBuffer&) = delete;
+    SendBuffer& operator=(const SendBuffer&) = delete;
 
     WPK_SENDSTRUCT* Record() noexcept { return &record_; }
 
 private:
-    friend class ParcelsDone;
+    friend class RetiredSends;
 
     using Clock = std::chrono::steady_clock;
 
@@ -65,48 +65,48 @@ private:
     WPK_SENDSTRUCT record_;
     ThreadWatch thread_;
     Clock::time_point watched_until_ = Clock::time_point::min();
-    std::unique_ptr<Parcel> next_;
+    std::unique_ptr<SendBuffer> next_;
 };
 
-/// The parcels of this module whose requests have told their outcome. Any thread may call; nothing throws.
-class ParcelsDone {
+/// The send buffers of this module whose requests have ended. Any thread may call; nothing throws.
+class RetiredSends {
 public:
     /// Never destroyed: requests may end while the process does.
-    static ParcelsDone& All() {
-        static ParcelsDone& all = *new ParcelsDone;
+    static RetiredSends& All() {
+        static RetiredSends& all = *new RetiredSends;
         return all;
     }
 
     /// Call it on the thread that carries the request, from its final callback.
-    void Add(std::unique_ptr<Parcel> parcel, bool cancelled) noexcept {
+    void Add(std::unique_ptr<SendBuffer> buffer, bool cancelled) noexcept {
         // For a cancel that has been accepted and still waits for its turn on a busy machine.
         constexpr std::chrono::seconds kLateCancel{5};
-        parcel->thread_.WatchThisThread();
-        if (cancelled) parcel->watched_until_ = Parcel::Clock::now() + kLateCancel;
+        buffer->thread_.WatchThisThread();
+        if (cancelled) buffer->watched_until_ = SendBuffer::Clock::now() + kLateCancel;
         const std::lock_guard<std::mutex> lock(mutex_);
-        parcel->next_ = std::move(first_);
-        first_ = std::move(parcel);
+        buffer->next_ = std::move(first_);
+        first_ = std::move(buffer);
     }
 
     /// Frees those whose threads have ended. Waits for nothing.
     void Collect() noexcept {
-        std::unique_ptr<Parcel> ended = TakeEnded();
+        std::unique_ptr<SendBuffer> ended = TakeEnded();
         // One by one: a chain would be destroyed by recursion.
         while (ended) ended = std::move(ended->next_);
     }
 
 private:
-    ParcelsDone() = default;
+    RetiredSends() = default;
 
-    std::unique_ptr<Parcel> TakeEnded() noexcept {
-        std::unique_ptr<Parcel> ended;
+    std::unique_ptr<SendBuffer> TakeEnded() noexcept {
+        std::unique_ptr<SendBuffer> ended;
         const std::lock_guard<std::mutex> lock(mutex_);
-        for (std::unique_ptr<Parcel>* place = &first_; *place;) {
+        for (std::unique_ptr<SendBuffer>* place = &first_; *place;) {
             if (!(*place)->Over()) {
                 place = &(*place)->next_;
                 continue;
             }
-            std::unique_ptr<Parcel> one = std::move(*place);
+            std::unique_ptr<SendBuffer> one = std::move(*place);
             *place = std::move(one->next_);
             one->next_ = std::move(ended);
             ended = std::move(one);
@@ -115,11 +115,11 @@ private:
     }
 
     std::mutex mutex_;
-    std::unique_ptr<Parcel> first_;
+    std::unique_ptr<SendBuffer> first_;
 };
 
 }  // namespace detail
 }  // namespace client
 }  // namespace wpk
 
-#endif  // WPK_CLIENT_PARCEL_H
+#endif  // WPK_CLIENT_DETAIL_SEND_BUFFER_H

@@ -3,10 +3,10 @@
 // SPDX-License-Identifier: MIT
 //
 // They are declared here as <windows.h> declares them, so that header may be included before, after, or not at all.
-#ifndef WPK_CLIENT_PLATFORM_H
-#define WPK_CLIENT_PLATFORM_H
+#ifndef WPK_CLIENT_DETAIL_PLATFORM_H
+#define WPK_CLIENT_DETAIL_PLATFORM_H
 
-#include <wpk/client/requirements.h>
+#include <wpk/client/detail/requirements.h>
 
 #include <cstddef>
 #include <string>
@@ -82,4 +82,4 @@ inline bool WideToAnsi(std::wstring_view wide, std::string& bytes) {
 }  // namespace client
 }  // namespace wpk
 
-#endif  // WPK_CLIENT_PLATFORM_H
+#endif  // WPK_CLIENT_DETAIL_PLATFORM_H

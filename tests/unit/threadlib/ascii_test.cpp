@@ -1,12 +1,12 @@
 // Comparison and trimming of protocol text.
 // SPDX-License-Identifier: MIT
-#include "transport/ascii.h"
+#include "threadlib/ascii.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace wpk {
+namespace wpk::core {
 namespace {
 
 TEST(CompareIgnoreCase, LettersOfBothCasesAreEqual) {
@@ -63,4 +63,4 @@ TEST(TrimBlanks, TakesSpacesAndTabsFromBothEndsOnly) {
 }
 
 }  // namespace
-}  // namespace wpk
+}  // namespace wpk::core

@@ -1,10 +1,10 @@
 /// @file
-/// Who is told that the network comes and goes. Nothing here is for applications.
+/// Receives the notifications that the network comes and goes. Nothing here is for applications.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_CLIENT_LISTENER_H
-#define WPK_CLIENT_LISTENER_H
+#ifndef WPK_CLIENT_DETAIL_DEFAULT_CALLBACK_H
+#define WPK_CLIENT_DETAIL_DEFAULT_CALLBACK_H
 
-#include <wpk/client/exchange.h>
+#include <wpk/client/detail/exchange.h>
 #include <wpk/wpk.h>
 
 #include <functional>
@@ -18,19 +18,19 @@ namespace detail {
 
 /// The context of the library's default callback. The library may call that as long as the process lives, so once the
 /// library is initialised this object stays; Close() only makes it deaf.
-class Listener {
+class DefaultCallback {
 public:
-    Listener(std::function<void(bool)> on_connection, std::shared_ptr<const Shared> shared)
+    DefaultCallback(std::function<void(bool)> on_connection, std::shared_ptr<const Shared> shared)
         : function_(std::make_shared<const std::function<void(bool)>>(std::move(on_connection))),
           shared_(std::move(shared)) {}
-    Listener(const Listener&) = delete;
-    Listener& operator=(const Listener&) = delete;
+    DefaultCallback(const DefaultCallback&) = delete;
+    DefaultCallback& operator=(const DefaultCallback&) = delete;
 
     /// What the library calls. Other reasons belong to requests that code beside the Client has sent without a callback
     /// of their own; a question for credentials is then declined.
     static void WPK_CALL OnNotification(WPK_CALLBACKSTRUCT* notification) noexcept {
         if (notification->nReason != WPK_REASON_CONNECTION) return;
-        static_cast<Listener*>(notification->lpUserData)->Tell(notification->body.connection.dwConnected != 0);
+        static_cast<DefaultCallback*>(notification->lpUserData)->Tell(notification->body.connection.dwConnected != 0);
     }
 
     /// When it is back, the function is not running and is not called any more; from inside the function, it is not
@@ -64,4 +64,4 @@ private:
 }  // namespace client
 }  // namespace wpk
 
-#endif  // WPK_CLIENT_LISTENER_H
+#endif  // WPK_CLIENT_DETAIL_DEFAULT_CALLBACK_H

@@ -1,14 +1,14 @@
 /// @file
 /// One request from its sending to its outcome. Nothing here is for applications; Request is their handle to it.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_CLIENT_EXCHANGE_H
-#define WPK_CLIENT_EXCHANGE_H
+#ifndef WPK_CLIENT_DETAIL_EXCHANGE_H
+#define WPK_CLIENT_DETAIL_EXCHANGE_H
 
 #include <wpk/client/address.h>
 #include <wpk/client/message.h>
 #include <wpk/client/options.h>
-#include <wpk/client/parcel.h>
-#include <wpk/client/timekeeper.h>
+#include <wpk/client/detail/send_buffer.h>
+#include <wpk/client/detail/timekeeper.h>
 
 #include <algorithm>
 #include <chrono>
@@ -82,10 +82,10 @@ public:
         const std::chrono::milliseconds time_limit = message.time_limit.value_or(shared->time_limit);
         const std::shared_ptr<Exchange> exchange(
             new Exchange(std::move(shared), std::move(message), std::move(on_outcome)));
-        ParcelsDone::All().Collect();
+        RetiredSends::All().Collect();
         exchange->KeepTo(time_limit);
         exchange->self_ = exchange;
-        const unsigned int handle = functions.send(exchange->parcel_->Record());
+        const unsigned int handle = functions.send(exchange->send_buffer_->Record());
         if (handle == 0) {
             exchange->self_.reset();
             Throw(Errc::kNotTaken);
@@ -132,8 +132,8 @@ private:
         : shared_(std::move(shared)),
           on_progress_(std::move(message.on_progress)),
           on_outcome_(std::move(on_outcome)),
-          parcel_(std::make_unique<Parcel>(message.server.str(), message.port, message.service.str(),
-                                           std::move(message.body), &Exchange::OnNotification, this)) {}
+          send_buffer_(std::make_unique<SendBuffer>(message.server.str(), message.port, message.service.str(),
+                                                    std::move(message.body), &Exchange::OnNotification, this)) {}
 
     /// Everything that can fail happens here, before the request is sent.
     void KeepTo(std::chrono::milliseconds time_limit) {
@@ -245,7 +245,7 @@ private:
         std::copy(text.str().begin(), text.str().end(), field);
     }
 
-    /// The final notification. Nothing of the request but the parcel is left when a wait for it is over.
+    /// The final notification. When a wait for the request is over, only its send buffer is left.
     void End(const Outcome& outcome) noexcept {
         const std::shared_ptr<Exchange> alive = std::move(self_);
         {
@@ -256,8 +256,8 @@ private:
             on_outcome_ = nullptr;
             thrown_ = nullptr;
         }
-        ParcelsDone::All().Add(std::move(parcel_), cancel_accepted_);
-        ParcelsDone::All().Collect();
+        RetiredSends::All().Add(std::move(send_buffer_), cancel_accepted_);
+        RetiredSends::All().Collect();
         const std::lock_guard<std::mutex> lock(mutex_);
         done_ = true;
         changed_.notify_all();
@@ -286,7 +286,7 @@ private:
     std::shared_ptr<const Shared> shared_;  // null from the final notification on
     std::function<void(const Progress&)> on_progress_;
     OutcomeFunction on_outcome_;
-    std::unique_ptr<Parcel> parcel_;
+    std::unique_ptr<SendBuffer> send_buffer_;
     std::exception_ptr thrown_;
     std::shared_ptr<Exchange> self_;
 
@@ -311,4 +311,4 @@ inline void Progress::Cancel() const noexcept {
 }  // namespace client
 }  // namespace wpk
 
-#endif  // WPK_CLIENT_EXCHANGE_H
+#endif  // WPK_CLIENT_DETAIL_EXCHANGE_H

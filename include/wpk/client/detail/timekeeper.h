@@ -1,10 +1,10 @@
 /// @file
 /// Keeps the time limits of requests. Nothing here is for applications.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_CLIENT_TIMEKEEPER_H
-#define WPK_CLIENT_TIMEKEEPER_H
+#ifndef WPK_CLIENT_DETAIL_TIMEKEEPER_H
+#define WPK_CLIENT_DETAIL_TIMEKEEPER_H
 
-#include <wpk/client/requirements.h>
+#include <wpk/client/detail/requirements.h>
 
 #include <algorithm>
 #include <chrono>
@@ -123,4 +123,4 @@ private:
 }  // namespace client
 }  // namespace wpk
 
-#endif  // WPK_CLIENT_TIMEKEEPER_H
+#endif  // WPK_CLIENT_DETAIL_TIMEKEEPER_H

@@ -1,13 +1,13 @@
-// Comparison and trimming of protocol text: ASCII only, whatever the process's locale.
+// Comparison and trimming of text: ASCII only, whatever the process's locale.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_TRANSPORT_ASCII_H
-#define WPK_TRANSPORT_ASCII_H
+#ifndef WPK_THREADLIB_ASCII_H
+#define WPK_THREADLIB_ASCII_H
 
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
 
-namespace wpk {
+namespace wpk::core {
 
 /// Protocol names must compare alike on every machine, so the C library's locale-dependent functions stay out of it.
 constexpr unsigned char ToLowerAscii(char c) {
@@ -38,6 +38,6 @@ constexpr std::string_view TrimBlanks(std::string_view text) {
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-}  // namespace wpk
+}  // namespace wpk::core
 
 #endif
