@@ -70,8 +70,8 @@ public:
     static Block Of(std::uint64_t first, std::uint64_t second) noexcept {
         return Block(_mm_set_epi64x(static_cast<std::int64_t>(second), static_cast<std::int64_t>(first)));
     }
-    /// With the bit set by which lower-case letters differ from upper-case ones.
-    Block LowerCase() const noexcept { return Block(_mm_or_si128(bytes_, _mm_set1_epi8(0x20))); }
+    /// With these bits set in every byte.
+    Block With(char bits) const noexcept { return Block(_mm_or_si128(bytes_, _mm_set1_epi8(bits))); }
 
 private:
     explicit Block(__m128i bytes) noexcept : bytes_(bytes) {}

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "xml/block.h"
 #include "xml/char_class.h"
 #include "xml/entities.h"
 
@@ -16,41 +15,31 @@ const char* SkipWhite(const char* at, const char* end) noexcept {
     return at;
 }
 
-#ifdef WPK_XML_SSE2
-
 char* CopyName(char* to, char escaped) noexcept {
     const std::string_view name = EscapeNames::Find(escaped);
     std::memcpy(to, name.data(), name.size());
     return to + name.size();
 }
 
-/// How much is put between two looks at the room in the buffer, and what may be put beyond it: a block, or a name.
-constexpr std::size_t kRun = 32 * Block::kSize;
-constexpr std::size_t kBeyond = Block::kSize;
+#ifdef WPK_XML_SSE2
 
-/// Puts pieces of one text, one after the other.
+/// How much is put between two looks at the room in the buffer: with what may be put after it, a block or a name, it is
+/// less than the room.
+constexpr std::size_t kRun = OutputBuffer::kRoom - 2 * Block::kSize;
+
+/// Puts pieces of one text, one after the other. Between them there is room.
 template <WhiteSpace kSpace>
 class Escaper {
 public:
-    explicit Escaper(OutputBuffer& out) noexcept : out_(out) {}
+    Escaper(OutputBuffer& out, char* to) : out_(out), to_(out.MakeRoom(to)) {}
 
     /// Whole blocks. What is left is less than one.
     const char* PutBlocks(const char* at, const char* end) {
         while (static_cast<std::size_t>(end - at) >= Block::kSize) {
             const char* const runEnd =
                 at + std::min(static_cast<std::size_t>(end - at), kRun) / Block::kSize * Block::kSize;
-            char* to = out_.Reserve(kRun + kBeyond);
-            unsigned stops = 0;
-            do {
-                const Block block(at);
-                block.Store(to);
-                stops = Stops(block);
-                if (stops != 0) break;
-                at += Block::kSize;
-                to += Block::kSize;
-                isAfterWhite_ = white_ >> (Block::kSize - 1);
-            } while (at != runEnd);
-            at = stops != 0 ? PutStop(at, end, to, LowestBit(stops)) : Finish(at, to);
+            at = PutRun(at, runEnd, end);
+            to_ = out_.MakeRoom(to_);
         }
         return at;
     }
@@ -59,49 +48,59 @@ public:
     void PutRest(const char* at, const char* end) {
         while (at != end) {
             const std::size_t size = static_cast<std::size_t>(end - at);
-            char* const to = out_.Reserve(Block::kSize + kBeyond);
             const Block block(at);
-            block.Store(to);
-            const unsigned stops = Stops(block) & ((1U << size) - 1);
-            at = stops != 0 ? PutStop(at, end, to, LowestBit(stops)) : Finish(end, to + size);
+            block.Store(to_);
+            const Stops<kSpace> stops(block, isAfterWhite_);
+            const unsigned own = stops.all & ((1U << size) - 1);
+            at = own != 0 ? PutStop(at, end, to_, stops.white, LowestBit(own)) : Finish(end, to_ + size);
         }
+        to_ = out_.MakeRoom(to_);
     }
 
+    char* End() const noexcept { return to_; }
+
 private:
-    /// Where a block cannot be put as it is. Single spaces can; other white space, and what of it follows white space,
-    /// cannot when it is collapsed.
-    unsigned Stops(const Block& block) noexcept {
-        const Matches escaped = (block == '<') | (block == '>') | (block == '&') | (block == '\'') | (block == '"');
-        if constexpr (kSpace == WhiteSpace::kAsIs) {
-            return escaped.Mask();
-        } else {
-            const Matches breaks = (block == '\t') | (block == '\n') | (block == '\r');
-            white_ = (breaks | (block == ' ')).Mask();
-            return (escaped | breaks).Mask() | (white_ & ((white_ << 1) | isAfterWhite_));
-        }
+    /// Blocks up to `runEnd`, or up to the first that cannot be put as it is, and what stands for that in it.
+    const char* PutRun(const char* at, const char* runEnd, const char* end) noexcept {
+        char* to = to_;
+        unsigned isAfterWhite = isAfterWhite_;
+        do {
+            const Block block(at);
+            block.Store(to);
+            const Stops<kSpace> stops(block, isAfterWhite);
+            if (stops.all != 0) {
+                isAfterWhite_ = isAfterWhite;
+                return PutStop(at, end, to, stops.white, LowestBit(stops.all));
+            }
+            at += Block::kSize;
+            to += Block::kSize;
+            isAfterWhite = stops.white >> (Block::kSize - 1);
+        } while (at != runEnd);
+        isAfterWhite_ = isAfterWhite;
+        return Finish(at, to);
     }
 
     const char* Finish(const char* at, char* to) noexcept {
-        out_.Advance(to);
+        to_ = to;
         return at;
     }
 
-    /// Puts what stands for the character that stops a block at `copied`, and gives the place behind it in the text.
-    const char* PutStop(const char* at, const char* end, char* to, unsigned copied) noexcept {
+    /// Puts what stands for the character that stops a block at `copied`, and gives the place after it in the text.
+    const char* PutStop(const char* at, const char* end, char* to, unsigned white, unsigned copied) noexcept {
         const char* const stop = at + copied;
         if (!IsWhite(*stop)) {
             isAfterWhite_ = 0;
             return Finish(stop + 1, CopyName(to + copied, *stop));
         }
         // Where the white space has begun before, its space is there.
-        const unsigned isThere = ((white_ << 1) | isAfterWhite_) >> copied & 1;
+        const unsigned isThere = ((white << 1) | isAfterWhite_) >> copied & 1;
         to[copied] = ' ';
         isAfterWhite_ = 1;
         return Finish(SkipWhite(stop, end), to + copied + 1 - isThere);
     }
 
     OutputBuffer& out_;
-    unsigned white_ = 0;
+    char* to_;
     /// 1 when the last character put was white space, else 0.
     unsigned isAfterWhite_ = 0;
 };
@@ -113,8 +112,8 @@ private:
 #ifdef WPK_XML_SSE2
 
 template <WhiteSpace kSpace>
-void EscapeText(OutputBuffer& out, const ByteString& text) {
-    Escaper<kSpace> escaper(out);
+char* EscapeAnyText(OutputBuffer& out, char* to, const ByteString& text) {
+    Escaper<kSpace> escaper(out, to);
     const char* at = text.data();
     const char* const end = at + text.size();
     // A block can be read from the beginning of every string, and of a short one it is all there is.
@@ -126,29 +125,32 @@ void EscapeText(OutputBuffer& out, const ByteString& text) {
         std::memcpy(rest, at, static_cast<std::size_t>(end - at));
     }
     escaper.PutRest(rest, rest + (end - at));
+    return escaper.End();
 }
 
 #else
 
 template <WhiteSpace kSpace>
-void EscapeText(OutputBuffer& out, const ByteString& text) {
+char* EscapeAnyText(OutputBuffer& out, char* to, const ByteString& text) {
     const char* at = text.data();
     const char* const end = at + text.size();
     while (at != end) {
+        to = out.MakeRoom(to);
         if (kSpace == WhiteSpace::kCollapsed && IsWhite(*at)) {
-            out.Put(' ');
+            *to++ = ' ';
             at = SkipWhite(at, end);
         } else if (Is(static_cast<unsigned char>(*at), kEscaped)) {
-            out.Put(EscapeNames::Find(*at++));
+            to = CopyName(to, *at++);
         } else {
-            out.Put(*at++);
+            *to++ = *at++;
         }
     }
+    return out.MakeRoom(to);
 }
 
 #endif
 
-template void EscapeText<WhiteSpace::kAsIs>(OutputBuffer&, const ByteString&);
-template void EscapeText<WhiteSpace::kCollapsed>(OutputBuffer&, const ByteString&);
+template char* EscapeAnyText<WhiteSpace::kAsIs>(OutputBuffer&, char*, const ByteString&);
+template char* EscapeAnyText<WhiteSpace::kCollapsed>(OutputBuffer&, char*, const ByteString&);
 
 }  // namespace AdvXMLParser

@@ -47,6 +47,9 @@ struct NodeAccess {
         return node.location_.offset == 0 ? nullptr : reinterpret_cast<const Arena::Chunk*>(node.location_.Chunk());
     }
 
+    /// Whether a string holds its bytes in place: sixteen can be read from there.
+    static bool IsNear(const ByteString& bytes) noexcept { return bytes.IsNear(); }
+
     /// Whether a text or an element in an arena has got any of its memory from elsewhere.
     static bool HasHeapMemory(const Text& text) noexcept { return text.name.IsHeap() || text.text.IsHeap(); }
     static bool HasHeapMemory(const Element& element) noexcept {

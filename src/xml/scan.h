@@ -22,12 +22,6 @@ auto Controls(const AnyBlock& block) noexcept {
     return block.Between(0, 0x1F).AndNot(block.Between('\t', '\n'));
 }
 
-/// The ASCII ones. '-', '.', digits and ':' stand in a row, with a '/' among them.
-template <class AnyBlock>
-auto NameChars(const AnyBlock& block) noexcept {
-    return block.LowerCase().Between('a', 'z') | block.Between('-', ':').AndNot(block == '/') | (block == '_');
-}
-
 /// Ends at the first byte for which `isStop`; `stops` says the same for the bytes of a block.
 template <class Stops, class IsStop>
 WPK_XML_INLINE const Byte* Find(const Byte* at, const Byte* end, [[maybe_unused]] Stops stops, IsStop isStop) noexcept {
@@ -61,6 +55,18 @@ WPK_XML_INLINE const Byte* FindValueStop(const Byte* at, const Byte* end, char q
             return ((block == quote) | (block == '<') | (block == '&') | scan_detail::Controls(block)).Mask();
         },
         [quote](Byte c) { return Is(c, kValueStop) && (c == static_cast<Byte>(quote) || (c != '"' && c != '\'')); });
+}
+
+/// Ends at either quote, '<', '&', and every control character. What it looks for does not depend on the input, so that
+/// nothing has to be waited for before it begins.
+WPK_XML_INLINE const Byte* FindPlainValueStop(const Byte* at, const Byte* end) noexcept {
+    return scan_detail::Find(
+        at, end,
+        [](const auto& block) {
+            // '&' and '\'' differ in one bit.
+            return ((block.With(1) == '\'') | (block == '"') | (block == '<') | block.Between(0, 0x1F)).Mask();
+        },
+        [](Byte c) { return c < 0x20 || Is(c, kValueStop); });
 }
 
 /// Ends at the given byte, at a carriage return, and at what is not allowed in text.

@@ -1,6 +1,7 @@
 // The writer: every kind of node, both layouts, escaping.
 // SPDX-License-Identifier: MIT
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -43,6 +44,39 @@ TEST(Writing, IndentsByAUnitOfAnyLength) {
         EXPECT_EQ(Written(document, 0, unit.c_str()),
                   kDeclaration + "\n<r>\n" + unit + "<a>\n" + unit + unit + "<b/>\n" + unit + "</a>\n</r>")
             << length;
+    }
+}
+
+TEST(Writing, IndentsToAnyDepth) {
+    for (const std::size_t length : {1U, 2U, 3U, 21U, 63U, 64U}) {
+        const std::string unit(length, ' ');
+        Document document("r");
+        Node* innermost = document.root;
+        std::string indentation;
+        std::string tags = "<r>";
+        std::string ends = "\n</r>";
+        for (int depth = 0; depth < 100; ++depth) {
+            innermost = innermost->GetOrCreateElement("e");
+            indentation += unit;
+            tags += "\n" + indentation + (depth < 99 ? "<e>" : "<e/>");
+            if (depth < 99) ends = "\n" + indentation + "</e>" + ends;
+        }
+        EXPECT_EQ(Written(document, 0, unit.c_str()), kDeclaration + "\n" + tags + ends) << length;
+    }
+}
+
+TEST(Writing, PutsNamesOfAnyLength) {
+    std::vector<std::size_t> lengths = {4000, 4095, 4096, 4097, 9000};
+    for (std::size_t length = 0; length < 600; ++length) lengths.push_back(length);
+    for (const std::size_t length : lengths) {
+        const std::string name(length, 'n');
+        Element element(nullptr, name);
+        EXPECT_EQ(WrittenVerbatim(element), "<" + name + "/>");
+        Attribute* const attribute = new Attribute(&element, name);
+        attribute->AppendText("v");
+        element.attributes.push_back(attribute);
+        element.AppendText("x");
+        EXPECT_EQ(WrittenVerbatim(element), "<" + name + " " + name + "=\"v\">x</" + name + ">");
     }
 }
 
