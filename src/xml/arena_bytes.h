@@ -99,6 +99,10 @@ WPK_XML_INLINE ArenaBytes MakeNear(const char* bytes, std::size_t size, NodeAcce
     return arena_bytes_detail::kNearForms[static_cast<std::size_t>(mark)][size](bytes);
 }
 
+WPK_XML_INLINE ArenaBytes MakeEmpty(NodeAccess::Mark mark) noexcept {
+    return {Block(arena_bytes_detail::kNearForms[static_cast<std::size_t>(mark)][0].rest)};
+}
+
 }  // namespace AdvXMLParser::detail
 
 #endif  // WPK_XML_ARENA_BYTES_H

@@ -40,6 +40,7 @@ public:
     Byte ReadPastValue(char quote) noexcept;
     /// Those that may do nothing.
     bool SkipPlain(char /*c*/) noexcept { return false; }
+    bool SkipPlainEmptyEnd() noexcept { return false; }
     bool SkipPlainEnd(const Slice& /*name*/) noexcept { return false; }
     bool SkipPlainValue(Slice& /*text*/) noexcept { return false; }
     bool SkipEntity(Slice& /*name*/, char& /*value*/) noexcept { return false; }

@@ -88,7 +88,7 @@ private:
         if (!name) cursor.Fail(kNoElementName);
         Element* const element = builder_.Make<Element>(parent, builder_.StoreName(name));
         nodes_.push_back(element);
-        if (!cursor.SkipPlain('>') && !EndStartTag(cursor, element)) return;
+        if (cursor.SkipPlainEmptyEnd() || (!cursor.SkipPlain('>') && !EndStartTag(cursor, element))) return;
         OpenElement& open = open_.Extend();
         open.element = element;
         open.name = name.data;

@@ -94,6 +94,9 @@ public:
     /// May move past the character if it is there.
     bool SkipPlain(char c) noexcept { return Expect(c); }
 
+    /// May move past the end of an empty-element tag if it is there.
+    bool SkipPlainEmptyEnd() noexcept { return Match("/>"); }
+
     /// After the '<' of an end tag: may move past the rest of it, if that is the name without white space.
     bool SkipPlainEnd(const Slice& name) noexcept {
         if (!BeginsWith(at_ + 1, end_, reinterpret_cast<const Byte*>(name.data), name.size)) return false;
@@ -107,7 +110,7 @@ public:
     bool SkipPlainValue(Slice& text) noexcept {
         if (end_ - at_ < 3 || at_[0] != '=' || (at_[1] != '"' && at_[1] != '\'')) return false;
         const Byte* const from = at_ + 2;
-        const Byte* const to = FindValueStop(from, end_, static_cast<char>(at_[1]));
+        const Byte* const to = FindPlainValueStop(from, end_);
         if (to == end_ || *to != at_[1]) return false;
         text = {AsChars(from), static_cast<std::size_t>(to - from), false};
         at_ = to + 1;

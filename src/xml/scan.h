@@ -56,6 +56,18 @@ WPK_XML_INLINE const Byte* FindValueStop(const Byte* at, const Byte* end, char q
         [quote](Byte c) { return Is(c, kValueStop) && (c == static_cast<Byte>(quote) || (c != '"' && c != '\'')); });
 }
 
+/// Ends at either quote, '<', '&', and every control character. What it looks for does not depend on the input, so that
+/// nothing has to be waited for before it begins.
+WPK_XML_INLINE const Byte* FindPlainValueStop(const Byte* at, const Byte* end) noexcept {
+    return scan_detail::Find(
+        at, end,
+        [](const auto& block) {
+            // '&' and '\'' differ in one bit.
+            return ((block.With(1) == '\'') | (block == '"') | (block == '<') | block.Between(0, 0x1F)).Mask();
+        },
+        [](Byte c) { return c < 0x20 || Is(c, kValueStop); });
+}
+
 /// Ends at the given byte, at a carriage return, and at what is not allowed in text.
 inline const Byte* FindStop(const Byte* at, const Byte* end, char stop) noexcept {
     return scan_detail::Find(

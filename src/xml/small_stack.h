@@ -18,42 +18,40 @@ class SmallStack {
     static_assert(std::is_trivially_copyable<T>::value, "entries are moved as bytes");
 
 public:
-    SmallStack() noexcept : begin_(near_), end_(near_), limit_(near_ + N) {}
+    SmallStack() noexcept : entries_(near_), capacity_(N) {}
     SmallStack(const SmallStack&) = delete;
     SmallStack& operator=(const SmallStack&) = delete;
 
-    bool empty() const noexcept { return end_ == begin_; }
-    std::size_t size() const noexcept { return static_cast<std::size_t>(end_ - begin_); }
-    T* data() noexcept { return begin_; }
-    T& back() noexcept { return end_[-1]; }
-    void pop_back() noexcept { --end_; }
+    bool empty() const noexcept { return size_ == 0; }
+    std::size_t size() const noexcept { return size_; }
+    T* data() noexcept { return entries_; }
+    T& back() noexcept { return entries_[size_ - 1]; }
+    void pop_back() noexcept { --size_; }
     /// Drops everything above the first `size` entries.
-    void Shrink(std::size_t size) noexcept { end_ = begin_ + size; }
+    void Shrink(std::size_t size) noexcept { size_ = size; }
 
     void push_back(const T& entry) { Extend() = entry; }
     /// A new entry on top, to be filled in field by field: a record that is put together elsewhere and copied from
     /// there would have to wait until its fields have reached the memory.
     T& Extend() {
-        if (end_ == limit_) Grow();
-        return *end_++;
+        if (size_ == capacity_) Grow();
+        return entries_[size_++];
     }
 
 private:
     void Grow() {
-        const std::size_t count = size();
-        std::unique_ptr<T[]> grown(new T[count * 2]);
-        std::copy(begin_, end_, grown.get());
+        std::unique_ptr<T[]> grown(new T[capacity_ * 2]);
+        std::copy(entries_, entries_ + size_, grown.get());
         far_ = std::move(grown);
-        begin_ = far_.get();
-        end_ = begin_ + count;
-        limit_ = end_ + count;
+        entries_ = far_.get();
+        capacity_ *= 2;
     }
 
     T near_[N];
     std::unique_ptr<T[]> far_;
-    T* begin_;
-    T* end_;
-    T* limit_;
+    T* entries_;
+    std::size_t size_ = 0;
+    std::size_t capacity_;
 };
 
 }  // namespace AdvXMLParser::detail

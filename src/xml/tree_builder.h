@@ -72,6 +72,8 @@ private:
 
     WPK_XML_INLINE ArenaBytes StoreBytes(const Slice& slice, Mark mark) {
         reached_ = slice.data;
+        // Often there is nothing between two tags.
+        if (slice.size == 0) return MakeEmpty(mark);
         const bool isSimple =
             slice.size < NodeAccess::kNearSize && !slice.hasReturns && slice.data <= lastOverreadable_;
         return isSimple ? MakeNear(slice.data, slice.size, mark)

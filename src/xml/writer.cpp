@@ -164,7 +164,7 @@ private:
         PutString(state, element.name);
     }
 
-    /// Likewise, after the attributes.
+    /// Goes on as PutElement after the attributes.
     WPK_XML_INLINE bool EndStartTag(State& state, const Element& element) {
         if (element.children.empty()) {
             Put(state, "/>");
@@ -197,7 +197,7 @@ private:
     /// it go to the levels.
     WPK_XML_INLINE bool PutPlainAttributes(State& state, const Element& element, std::size_t next) {
         const std::size_t count = element.attributes.size();
-        while (next != count) {
+        while (next < count) {
             const Attribute& attribute = *element.attributes[next++];
             Put(state, " ");
             const ByteString* const text = OnlyText(attribute);
