@@ -4,8 +4,8 @@
 # Builds for Windows and runs everything under Wine; then builds the same sources natively, over a stand-in for the
 # platform's calls, with AddressSanitizer and UndefinedBehaviorSanitizer (asan) and with ThreadSanitizer (tsan), and runs
 # that; last, each fuzz target runs for a moment (fuzz). With some of these named, they alone: `scripts/test.sh windows`.
-# While the programs under Wine run, which wait more than they work, the others are built, and clang-tidy looks at what has
-# changed since it last passed.
+# While the programs under Wine run, which wait more than they work, the others are built, and clang-tidy looks at what of
+# the product has changed since it last passed.
 #
 # `scripts/test.sh quick` is for the moments in between: the layout, the unit tests natively, and clang-tidy.
 set -uo pipefail
@@ -57,7 +57,7 @@ compile_beside() {
         nice -n 19 bash -c "$(declare -f compile); quick=; compile $preset" >"build/$preset-beside.log" 2>&1
         echo "$preset"
     done
-    nice -n 19 scripts/tidy.sh --changed >/dev/null 2>&1
+    nice -n 19 scripts/tidy.sh --changed --product >/dev/null 2>&1
     echo tidy
 }
 
@@ -135,7 +135,7 @@ fuzz() {
 tidy() {
     announce "Running clang-tidy on what has changed"
     wait_for_build tidy
-    if scripts/tidy.sh --changed >build/tidy.log 2>&1; then
+    if scripts/tidy.sh --changed --product >build/tidy.log 2>&1; then
         count 1 0
     else
         grep -aE ': (error|warning): ' build/tidy.log | sort -u | head -n 20

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Runs clang-tidy over the product's sources, and its rules for names over the tests, as the native build sees them. With
-# --changed, over those alone that have changed since they last passed, themselves or a header that they include.
+# --changed, over those alone that have changed since they last passed, themselves or a header that they include; with
+# --product, without the tests.
+# Usage: scripts/tidy.sh [--changed] [--product]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 passed=build/tidy
@@ -28,8 +30,12 @@ check() {
 has_passed() { [ "$(cat "$passed/${1//\//_}" 2>/dev/null)" = "$(fingerprint "$1")" ]; }
 export -f fingerprint check
 
+asked_for() { [[ " $arguments " == *" $1 "* ]]; }
+arguments=$*
+
 sources() {
     find src -name '*.cpp' | LC_ALL=C sort
+    if asked_for --product; then return; fi
     # The tests that are not compiled here are for Windows alone.
     find tests -name '*.cpp' | LC_ALL=C sort | while read -r file; do
         if grep -qF "/$file\"" "$passed/compile_commands.json"; then echo "$file"; fi
@@ -37,5 +43,5 @@ sources() {
 }
 
 sources | while read -r file; do
-    [ "${1:-}" = --changed ] && has_passed "$file" || echo "$file"
+    asked_for --changed && has_passed "$file" || echo "$file"
 done | xargs -r -P 2 -n 1 bash -c 'check "$0"'

@@ -103,7 +103,7 @@ Arena::Chunk* Arena::AddChunk(std::size_t size) {
 void Arena::Destroy(Arena* arena) noexcept {
     Chunk* chunk = arena->chunks_;
     arena->~Arena();
-    while (chunk != nullptr) {
+    while (chunk) {
         Chunk* const next = chunk->next;
         ::operator delete(chunk);
         chunk = next;
@@ -111,7 +111,7 @@ void Arena::Destroy(Arena* arena) noexcept {
 }
 
 void Arena::DestroyAll(Arena* first) noexcept {
-    while (first != nullptr) {
+    while (first) {
         Arena* const next = first->NextRetired();
         Destroy(first);
         first = next;
@@ -154,9 +154,9 @@ void Arena::EndDelete() noexcept {
         Arena* const taken = retired.exchange(nullptr);
         if (deleting.fetch_sub(1) == 1) {
             DestroyAll(taken);
-            if (retired.load() == nullptr) return;
+            if (!retired.load()) return;
         } else {
-            if (taken == nullptr) return;
+            if (!taken) return;
             Retire(taken);
             if (deleting.load() != 0) return;
         }
@@ -168,7 +168,7 @@ void Arena::EndDelete() noexcept {
 /// Adds a list of arenas to those that wait to be freed.
 void Arena::Retire(Arena* first) noexcept {
     Arena* last = first;
-    while (last->NextRetired() != nullptr) last = last->NextRetired();
+    while (last->NextRetired()) last = last->NextRetired();
     Arena* before = retired.load();
     do {
         last->NextRetired() = before;
@@ -180,7 +180,7 @@ void BumpAllocator::Refill(std::size_t size, const char* reached) {
     const std::size_t stretch = std::min(left, kChunkSpan);
     const std::size_t room =
         RoundUp(size + std::max(EstimateTreeBytes(reached, stretch, size > kLongPiece), kMinChunk));
-    if (arena_ == nullptr) {
+    if (!arena_) {
         arena_ = Arena::Create(room);
         chunk_ = reinterpret_cast<char*>(arena_->FirstChunk());
         top_ = reinterpret_cast<char*>(arena_) + RoundUp(sizeof(Arena));

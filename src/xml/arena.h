@@ -78,7 +78,7 @@ class BumpAllocator {
 public:
     explicit BumpAllocator(const char* inputEnd) noexcept : inputEnd_(inputEnd) {}
     ~BumpAllocator() {
-        if (arena_ != nullptr) Arena::Destroy(arena_);
+        if (arena_) Arena::Destroy(arena_);
     }
     BumpAllocator(const BumpAllocator&) = delete;
     BumpAllocator& operator=(const BumpAllocator&) = delete;

@@ -77,7 +77,7 @@ private:
         do {
             StartTag(cursor, parent);
             parent = ContentToStartTag(cursor);
-        } while (parent != nullptr);
+        } while (parent);
         cursor_ = cursor;
     }
 

@@ -166,8 +166,7 @@ private:
         const Byte* const end = EndOfTags(input, size);
         if (end != input || size == 0) return end;
         const void* const zero = std::memchr(input, '\0', size);
-        return zero == nullptr ? input
-                               : EndOfTags(input, static_cast<std::size_t>(static_cast<const Byte*>(zero) - input));
+        return !zero ? input : EndOfTags(input, static_cast<std::size_t>(static_cast<const Byte*>(zero) - input));
     }
     static const Byte* EndOfTags(const Byte* input, std::size_t size) noexcept {
         while (size != 0 && Is(input[size - 1], kWhite)) --size;

@@ -35,7 +35,7 @@ void NodeContainer::AppendChild(Node* node) {
 
 void NodeContainer::AppendText(std::string_view text) {
     if (IsNull(*this)) return;
-    if (pendingText != nullptr) {
+    if (pendingText) {
         pendingText->text.append(text);
     } else {
         AppendChild(new Text(this, text));

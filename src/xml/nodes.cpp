@@ -22,7 +22,7 @@ char KnownEntity(std::string_view name) {
 }
 
 NodeContainer* ParentOrNull(NodeContainer* parent) noexcept {
-    return parent != nullptr ? parent : &NullElement();
+    return parent ? parent : &NullElement();
 }
 
 }  // namespace
@@ -70,7 +70,7 @@ const Element& Node::AsElement() const noexcept {
 
 NodeContainer& Node::AsContainer() noexcept {
     NodeContainer* const container = NodeAccess::AsContainer(this);
-    return container != nullptr ? *container : NullElement();
+    return container ? *container : NullElement();
 }
 const NodeContainer& Node::AsContainer() const noexcept {
     return const_cast<Node*>(this)->AsContainer();

@@ -44,8 +44,8 @@ CData& NullCData() noexcept {
 
 bool IsNull(const Node* node) noexcept {
     const NullNodes& nodes = TheNullNodes();
-    return node == nullptr || node == &nodes.element || node == &nodes.attribute || node == &nodes.comment ||
-           node == &nodes.pi || node == &nodes.cdata;
+    return !node || node == &nodes.element || node == &nodes.attribute || node == &nodes.comment || node == &nodes.pi ||
+           node == &nodes.cdata;
 }
 
 bool IsNull(const Node& node) noexcept {

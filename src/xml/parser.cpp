@@ -24,7 +24,7 @@ Parser::~Parser() = default;
 
 Document* Parser::Parse(const void* data, int size) const {
     static constexpr Byte kNothing[1] = {0};
-    const bool isEmpty = data == nullptr || size <= 0;
+    const bool isEmpty = !data || size <= 0;
     const Byte* const input = isEmpty ? kNothing : static_cast<const Byte*>(data);
     const std::size_t count = isEmpty ? 0 : static_cast<std::size_t>(size);
     if (Document* const document = ReadFast(input, count)) return document;

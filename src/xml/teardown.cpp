@@ -55,20 +55,20 @@ void FreeHeap(Node& node) noexcept {
 }  // namespace
 
 void Teardown::Empty(NodeContainer& container, NodeList<Attribute>* attributes) noexcept {
-    if (container.children.empty() && (attributes == nullptr || attributes->empty())) return;
+    if (container.children.empty() && (!attributes || attributes->empty())) return;
     Teardown(container, attributes).Run();
     container.children.clear();
-    if (attributes != nullptr) attributes->clear();
+    if (attributes) attributes->clear();
 }
 
 void Teardown::EmptyAll(Node& node) noexcept {
     NodeContainer* const container = NodeAccess::AsContainer(&node);
-    if (container != nullptr) Empty(*container, AttributesOf(*container));
+    if (container) Empty(*container, AttributesOf(*container));
 }
 
 WPK_XML_INLINE void Teardown::Drop(Node* node) noexcept {
     const Arena::Chunk* const chunk = NodeAccess::ChunkOf(*node);
-    if (chunk == nullptr) return DropHeapNode(node);
+    if (!chunk) return DropHeapNode(node);
     if (chunk != chunk_) ChangeChunk(chunk);
     ++deletedNodes_;
     // Most nodes are texts and elements, and hardly any has been changed.
@@ -83,7 +83,7 @@ WPK_XML_INLINE std::size_t Teardown::DropLeaves(const NodeList<Node>& nodes) noe
     Node* const* const begin = nodes.begin();
     Node* const* const end = begin + nodes.size();
     Node* const* at = begin;
-    for (; at != end && NodeAccess::AsContainer(*at) == nullptr; ++at) Drop(*at);
+    for (; at != end && !NodeAccess::AsContainer(*at); ++at) Drop(*at);
     return static_cast<std::size_t>(at - begin);
 }
 
@@ -97,7 +97,7 @@ void Teardown::Run() noexcept {
 
 /// Drops what the current container holds, up to its end or to a container that has to be entered.
 bool Teardown::Advance() noexcept {
-    const std::size_t attributes = attributes_ != nullptr ? attributes_->size() : 0;
+    const std::size_t attributes = attributes_ ? attributes_->size() : 0;
     while (done_ < attributes) {
         if (!DropContainer((*attributes_)[done_++])) return true;
     }
@@ -105,7 +105,7 @@ bool Teardown::Advance() noexcept {
     while (done_ - attributes < children.size()) {
         Node* const child = children[done_++ - attributes];
         NodeContainer* const container = NodeAccess::AsContainer(child);
-        if (container == nullptr) {
+        if (!container) {
             Drop(child);
         } else if (!DropContainer(container)) {
             return true;
@@ -119,7 +119,7 @@ bool Teardown::Advance() noexcept {
 bool Teardown::DropContainer(NodeContainer* container) noexcept {
     std::size_t done = 0;
     const NodeList<Attribute>* const attributes = AttributesOf(*container);
-    if (attributes != nullptr && !attributes->empty()) {
+    if (attributes && !attributes->empty()) {
         for (Attribute* attribute : *attributes) {
             ++done;
             const std::size_t leaves = DropLeaves(attribute->children);

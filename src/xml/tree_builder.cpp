@@ -23,7 +23,7 @@ char* CopyWithoutReturns(const char* data, std::size_t size, char* to) noexcept 
 ArenaBytes TreeBuilder::StoreOther(const char* data, std::size_t size, bool hasReturns, Mark mark) {
     if (!hasReturns) return StoreCopy(data, size, mark);
     // Mostly it is the end of a line and an indentation, of which all but the first byte stays.
-    if (size > 1 && data[0] == '\r' && data[1] == '\n' && std::memchr(data + 1, '\r', size - 1) == nullptr) {
+    if (size > 1 && data[0] == '\r' && data[1] == '\n' && !std::memchr(data + 1, '\r', size - 1)) {
         return StoreBytes({data + 1, size - 1, false}, mark);
     }
     return StoreWithoutReturns(data, size, mark);

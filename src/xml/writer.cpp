@@ -55,7 +55,7 @@ public:
     explicit Walk(WriteContext& context)
         : context_(context),
           out_(*context.output),
-          indent_(context.indent != nullptr ? context.indent : ""),
+          indent_(context.indent ? context.indent : ""),
           lineLevels_(indent_.empty() ? std::numeric_limits<std::size_t>::max() : 0) {}
 
     void Write(const Node& node) {
@@ -173,7 +173,7 @@ private:
         }
         Put(state, ">");
         const ByteString* const text = OnlyText(element);
-        if (text == nullptr) {
+        if (!text) {
             Enter(element, Part::kChildren);
             return false;
         }
@@ -201,7 +201,7 @@ private:
             const Attribute& attribute = *element.attributes[next++];
             Put(state, " ");
             const ByteString* const text = OnlyText(attribute);
-            if (text == nullptr || NodeAccess::ExactKindOf(attribute) != Kind::kAttribute) {
+            if (!text || NodeAccess::ExactKindOf(attribute) != Kind::kAttribute) {
                 Enter(element, Part::kAttributes, next);
                 state = PutOwn(state, attribute, NodeAccess::ExactKindOf(attribute));
                 return false;
@@ -419,7 +419,7 @@ private:
 }  // namespace
 
 void Writer::Write(const Node& node, WriteContext& context) {
-    if (context.output == nullptr) return;
+    if (!context.output) return;
     if ((context.flags & WRITE_VERBATIM) != 0) {
         Walk<WhiteSpace::kAsIs>(context).Write(node);
     } else {
@@ -428,7 +428,7 @@ void Writer::Write(const Node& node, WriteContext& context) {
 }
 
 void Writer::WriteChildren(const NodeContainer& container, WriteContext& context) {
-    if (context.output == nullptr) return;
+    if (!context.output) return;
     if ((context.flags & WRITE_VERBATIM) != 0) {
         Walk<WhiteSpace::kAsIs>(context).WriteChildren(container);
     } else {

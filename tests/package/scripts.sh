@@ -275,7 +275,8 @@ tidy_without_git() {
     touch "$copy/tests/two.cpp" "$copy/tests/three.cpp"
     play cmake 'mkdir -p build/host && echo "  \"file\": \"$PWD/tests/two.cpp\"" >build/host/compile_commands.json'
     play clang-tidy 'echo "looks at $*"'
-    run tidy.sh && ends_with 0 && says 'src/one.cpp' && says 'tests/two.cpp' && ! says 'tests/three.cpp'
+    run tidy.sh && ends_with 0 && says 'src/one.cpp' && says 'tests/two.cpp' && ! says 'tests/three.cpp' || return
+    run tidy.sh --product && ends_with 0 && says 'src/one.cpp' && ! says 'tests/two.cpp'
 }
 
 # name_tests FILE LINE: a source of tests with that line.

@@ -128,7 +128,7 @@ inline NodeContainer* PlaceForElement(Node* parent) noexcept {
     if (IsNull(parent)) return nullptr;
     NodeContainer& container = parent->AsContainer();
     const Document* const document = AsDocument(container);
-    const bool takesOne = document ? document->root == nullptr : !IsNull(container.AsElement());
+    const bool takesOne = document ? !document->root : !IsNull(container.AsElement());
     return takesOne ? &container : nullptr;
 }
 
