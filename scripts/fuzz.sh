@@ -50,8 +50,8 @@ run() {
     return $good
 }
 
-# In turns, so that every target has had its share whenever this is broken off. A turn is short also because the stand-in
-# for the platform never uses a handle's value twice, and has sixteen million of them.
+# In turns, so that every target has had its share whenever this is broken off. A turn is short also because the
+# fake platform never uses a handle's value twice, and has sixteen million of them.
 turn=300
 failed=()
 running=("${names[@]}")

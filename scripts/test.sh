@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # From a bare Debian machine to all tests passed. The last line is "N passed, N failed".
 #
-# Builds for Windows and runs everything under Wine; then builds the same sources natively, over a stand-in for the
-# platform's calls, with AddressSanitizer and UndefinedBehaviorSanitizer (asan) and with ThreadSanitizer (tsan), and runs
+# Builds for Windows and runs everything under Wine; then builds the same sources natively, over a fake platform,
+# with AddressSanitizer and UndefinedBehaviorSanitizer (asan) and with ThreadSanitizer (tsan), and runs
 # that; last, each fuzz target runs for a moment (fuzz). With some of these named, they alone: `scripts/test.sh windows`.
 # While the programs under Wine run, which wait more than they work, the others are built, and clang-tidy looks at what of
 # the product has changed since it last passed.

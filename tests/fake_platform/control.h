@@ -1,20 +1,20 @@
-// What tests can ask of the stand-in for the platform: faults, counts, records, and the machine that it pretends to be.
+// What tests can ask of the fake platform: faults, counts, records, and the machine that it pretends to be.
 // SPDX-License-Identifier: MIT
 //
-// The stand-in plays the Windows calls over POSIX, so that the library's sources run natively and the sanitizers see
+// The fake platform plays the Windows calls over POSIX, so that the library's sources run natively and the sanitizers see
 // all of them. It is stricter than Windows where that finds faults, and as unkind as Windows where that matters:
 //
 // - Values of kernel handles are never used twice: whatever uses a closed handle is recorded as a misuse.
 // - Socket values are used again at once, the lowest free one first; so are the ids of threads that have ended, when no
 //   handle to them is open any more.
-// - Threads cannot be stopped by force. A suspended thread stops at its next call into the stand-in, and so does a
+// - Threads cannot be stopped by force. A suspended thread stops at its next call into the fake platform, and so does a
 //   terminated one, for good: it keeps its stack, takes nothing that it waited for and runs no destructor. Its handle
-//   is signalled as soon as it stands still: at once while it waits in the stand-in.
+//   is signalled as soon as it stands still: at once while it waits in the fake platform.
 // - Calls of different threads order nothing between them unless they are about the same object. So ThreadSanitizer
 //   sees the races that a process-wide lock in here would hide.
 // - A call that releases something and is made to fail has released it all the same: nobody could do better.
 //
-// Under the scheduler (standin/scheduler.h) it runs threads one at a time, in an order that is chosen.
+// Under the scheduler (fake_platform/src/scheduler.h) it runs threads one at a time, in an order that is chosen.
 #ifndef WPK_TESTS_FAKE_PLATFORM_CONTROL_H
 #define WPK_TESTS_FAKE_PLATFORM_CONTROL_H
 

@@ -1,4 +1,4 @@
-// The C runtime's thread start, played by the stand-in for native builds.
+// The C runtime's thread start, played by the fake platform for native builds.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TESTS_FAKE_PLATFORM_INCLUDE_PROCESS_H
 #define WPK_TESTS_FAKE_PLATFORM_INCLUDE_PROCESS_H

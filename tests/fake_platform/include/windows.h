@@ -1,4 +1,4 @@
-// The part of the Windows programming interface that the library uses, played by the stand-in for native builds.
+// The part of the Windows programming interface that the library uses, played by the fake platform for native builds.
 // SPDX-License-Identifier: MIT
 //
 // Spelling, widths and values are those of 64-bit Windows: LONG and DWORD have 32 bits although long has 64 here. What

@@ -1,4 +1,4 @@
-// Windows Sockets 1.1, played by the stand-in for native builds.
+// Windows Sockets 1.1, played by the fake platform for native builds.
 // SPDX-License-Identifier: MIT
 //
 // The C library has calls and records of the same names with other shapes, and several standard headers bring them in.

@@ -1,4 +1,4 @@
-// Counting, failing and observing the stand-in's calls.
+// Counting, failing and observing the fake platform's calls.
 // SPDX-License-Identifier: MIT
 #include "fake_platform/src/call.h"
 
@@ -56,7 +56,7 @@ Site& SiteOf(std::string_view call) {
     for (Site& site : sites) {
         if (site.name == call) return site;
     }
-    std::fprintf(stderr, "the stand-in has no call %.*s\n", static_cast<int>(call.size()), call.data());
+    std::fprintf(stderr, "the fake platform has no call %.*s\n", static_cast<int>(call.size()), call.data());
     std::abort();
 }
 

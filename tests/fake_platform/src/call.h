@@ -1,4 +1,4 @@
-// Every call of the stand-in passes here: it is counted, may be made to fail, and is where a stopped thread stops.
+// Every call of the fake platform passes here: it is counted, may be made to fail, and is where a stopped thread stops.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TESTS_FAKE_PLATFORM_SRC_CALL_H
 #define WPK_TESTS_FAKE_PLATFORM_SRC_CALL_H
@@ -84,7 +84,7 @@ enum class Call {
 };
 
 /// The length of one call. First in the call's body, so that it ends last: a thread that has been stopped meanwhile
-/// holds nothing of the stand-in any more when it stops here.
+/// holds nothing of the fake platform any more when it stops here.
 class CallScope {
 public:
     explicit CallScope(Call call);

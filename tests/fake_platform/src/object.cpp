@@ -30,7 +30,7 @@ std::array<std::atomic<int64_t>, 7> live{};
 
 Chunk& ChunkOf(uint32_t index) {
     if (index >= kChunkCount) {
-        std::fputs("the stand-in has run out of handles\n", stderr);
+        std::fputs("the fake platform has run out of handles\n", stderr);
         std::abort();
     }
     std::atomic<Chunk*>& place = chunks[index];

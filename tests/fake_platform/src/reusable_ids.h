@@ -27,7 +27,7 @@ public:
                 if (!(bits & mask)) return NoteHighest(word * 64 + bit + 1);
             }
         }
-        std::fputs("the stand-in has run out of ids\n", stderr);
+        std::fputs("the fake platform has run out of ids\n", stderr);
         std::abort();
     }
 

@@ -1,4 +1,4 @@
-// The machine that the stand-in pretends to be: version, folders, modules and event log.
+// The machine that the fake platform pretends to be: version, folders, modules and event log.
 // SPDX-License-Identifier: MIT
 #include <cstring>
 #include <map>

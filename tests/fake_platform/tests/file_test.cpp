@@ -1,4 +1,4 @@
-// The stand-in's files, mappings and views.
+// The fake platform's files, mappings and views.
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-// The stand-in's semaphores and handles.
+// The fake platform's semaphores and handles.
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 

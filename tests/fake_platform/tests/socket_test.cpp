@@ -1,4 +1,4 @@
-// The stand-in's sockets, against a peer that uses the system's own.
+// The fake platform's sockets, against a peer that uses the system's own.
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// The machine that the stand-in pretends to be.
+// The machine that the fake platform pretends to be.
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 

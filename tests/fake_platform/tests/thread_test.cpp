@@ -1,4 +1,4 @@
-// The stand-in's threads: suspended at birth, suspended later, terminated, and with ids that come back.
+// The fake platform's threads: suspended at birth, suspended later, terminated, and with ids that come back.
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 

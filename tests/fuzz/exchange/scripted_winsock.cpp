@@ -1,4 +1,4 @@
-// Windows Sockets 1.1 over the scripted network, and its clock, in the place of the stand-in's. The linker takes the
+// Windows Sockets 1.1 over the scripted network, and its clock, in the place of the fake platform's. The linker takes the
 // stand-in's out of its library only where nobody else has these functions.
 // SPDX-License-Identifier: MIT
 #include <cstring>
@@ -27,7 +27,7 @@ uint32_t Milliseconds(const wpk_host_timeval* timeout) {
 
 }  // namespace
 
-// What the stand-in's control interface asks of its sockets.
+// What the fake platform's control interface asks of its sockets.
 namespace wpk::host {
 
 void ResetHosts() {}

@@ -18,7 +18,7 @@
 
 namespace wpk::host {
 
-/// The stand-in as at the start, with the sockets interface started; in the end nothing may be open or misused.
+/// The fake platform as at the start, with the sockets interface started; in the end nothing may be open or misused.
 class ExchangeTest : public testing::Test {
 protected:
     ExchangeTest() {

@@ -12,7 +12,7 @@ namespace wpk::host {
 using namespace core;
 namespace {
 
-/// On the machine that the stand-in pretends to be, nobody listens there and nobody is told so.
+/// On the machine that the fake platform pretends to be, nobody listens there and nobody is told so.
 constexpr uint16_t kDeadPort = 1;
 
 /// The waits of a connect that comes to nothing: 30 seconds in steps of 250 ms.

@@ -1,4 +1,4 @@
-// The system functions that wpk/client.h declares for itself, led to the stand-in for native builds.
+// The system functions that wpk/client.h declares for itself, led to the fake platform for native builds.
 // SPDX-License-Identifier: MIT
 #include <windows.h>
 

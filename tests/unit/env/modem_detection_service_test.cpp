@@ -395,7 +395,7 @@ TEST_F(ModemDetectionServiceTest, AStartThatWasRefusedMayBeTriedAgain) {
     EXPECT_EQ(StatesTold({ModemIn(kRasConnected)}), (States{0, 1}));
 }
 
-// Only the stand-in can make a call fail.
+// Only the fake platform can make a call fail.
 #ifndef _WIN32
 TEST_F(ModemDetectionServiceTest, AStartRefusedAfterItsModuleWasLoadedGivesItBackAndTheQueriesFindNothing) {
     // The desk has been made by then: this is the Peeker.

@@ -1,4 +1,4 @@
-// A start-up in which a call of the platform fails, on an instance of the test's own. Only the stand-in makes one fail.
+// A start-up in which a call of the platform fails, on an instance of the test's own. Only the fake platform makes one fail.
 // SPDX-License-Identifier: MIT
 #ifndef _WIN32
 
