@@ -17,7 +17,7 @@ double Now();
 double Median(std::vector<double> values);
 
 /// How many requests may run at once. Its lock and its wake-up stay inside the process: no cost worth measuring is
-/// added to any contestant.
+/// added to any client.
 class InFlight {
 public:
     explicit InFlight(unsigned limit) : limit_(limit) {}
@@ -35,7 +35,7 @@ private:
     CONDITION_VARIABLE left_ = CONDITION_VARIABLE_INIT;
 };
 
-/// Called by a contestant at the end of a request.
+/// Called by a client at the end of a request.
 void Finish(Request& request, bool delivered);
 
 struct Order {

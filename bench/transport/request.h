@@ -12,7 +12,7 @@ namespace bench {
 
 class InFlight;
 
-/// What is asked and, once it is over, when things happened. The contestants take it as their order and fill in the
+/// What is asked and, once it is over, when things happened. The clients take it as their order and fill in the
 /// times, in microseconds.
 struct Request {
     WPK_SENDSTRUCT record;

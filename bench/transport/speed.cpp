@@ -1,7 +1,7 @@
 // The library beside a plain sockets program: small requests, large replies.
 // SPDX-License-Identifier: MIT
 //
-// Usage: transport_speed PORT [ROUNDS]. The contestants take turns within every round, so that a slow moment of the
+// Usage: transport_speed PORT [ROUNDS]. The clients take turns within every round, so that a slow moment of the
 // machine hits both; figures are medians over the rounds.
 #include <cstdio>
 #include <cstdlib>
@@ -18,25 +18,25 @@ namespace {
 constexpr uint32_t kSmallReply = 200;
 constexpr uint32_t kMiB = 1 << 20;
 
-/// What one contestant achieved, one value for each request or block.
+/// What one client achieved, one value for each request or block.
 using Figures = std::vector<double>;
 
-struct Contestant {
+struct TestedClient {
     const char* name;
     Starter start;
 };
 
 /// In the order of the columns.
-constexpr Contestant kContestants[] = {{"library", StartInLibrary}, {"plain", StartPlain}, {"looking", StartLooking}};
+constexpr TestedClient kTested[] = {{"library", StartInLibrary}, {"plain", StartPlain}, {"looking", StartLooking}};
 constexpr size_t kLibrary = 0, kPlain = 1, kLooking = 2;
 
 struct Comparison {
     const char* what;
     const char* unit;
-    Figures figures[std::size(kContestants)];
+    Figures figures[std::size(kTested)];
 };
 
-/// Above or below which the ratio of the library to another contestant should stay.
+/// Above or below which the ratio of the library to another client should stay.
 struct Target {
     enum Kind { kAtMost, kAtLeast } kind;
     double ratio;
@@ -45,14 +45,14 @@ struct Target {
 
 void PrintHead() {
     std::printf("%-40s", "");
-    for (const Contestant& contestant : kContestants) std::printf(" %8s", contestant.name);
+    for (const TestedClient& client : kTested) std::printf(" %8s", client.name);
     std::printf(" %-10s  to plain  to looking   target\n", "");
 }
 
 void Print(const Comparison& comparison, const Target& target) {
-    double medians[std::size(kContestants)];
+    double medians[std::size(kTested)];
     std::printf("%-40s", comparison.what);
-    for (size_t i = 0; i < std::size(kContestants); ++i) {
+    for (size_t i = 0; i < std::size(kTested); ++i) {
         medians[i] = Median(comparison.figures[i]);
         std::printf(" %8.1f", medians[i]);
     }
@@ -60,7 +60,7 @@ void Print(const Comparison& comparison, const Target& target) {
     const bool met = target.kind == Target::kAtMost ? ratio <= target.ratio : ratio >= target.ratio;
     std::printf(" %-10s %9.2f %11.2f   %s %.2f to %s: %s\n", comparison.unit, medians[kLibrary] / medians[kPlain],
                 medians[kLibrary] / medians[kLooking], target.kind == Target::kAtMost ? "at most" : "at least",
-                target.ratio, kContestants[target.to].name, met ? "met" : "MISSED");
+                target.ratio, kTested[target.to].name, met ? "met" : "MISSED");
     std::fflush(stdout);
 }
 
@@ -71,8 +71,8 @@ void AddLatencies(const Block& block, Figures& figures) {
 void MeasureLatency(uint32_t port, unsigned rounds) {
     Comparison latency{"200 bytes, 1 in flight: until final call", "us", {}};
     for (unsigned round = 0; round < rounds; ++round) {
-        for (size_t i = 0; i < std::size(kContestants); ++i) {
-            AddLatencies(Run(kContestants[i].start, {port, kSmallReply, 100, 1}), latency.figures[i]);
+        for (size_t i = 0; i < std::size(kTested); ++i) {
+            AddLatencies(Run(kTested[i].start, {port, kSmallReply, 100, 1}), latency.figures[i]);
         }
     }
     Print(latency, {Target::kAtMost, 1.65, kPlain});
@@ -86,8 +86,8 @@ void MeasureThroughput(uint32_t port, unsigned rounds, unsigned inFlight, const 
     Comparison throughput{what, "requests/s", {}};
     const Order order{port, kSmallReply, 320, inFlight};
     for (unsigned round = 0; round < rounds; ++round) {
-        for (size_t i = 0; i < std::size(kContestants); ++i) {
-            throughput.figures[i].push_back(RequestsPerSecond(Run(kContestants[i].start, order)));
+        for (size_t i = 0; i < std::size(kTested); ++i) {
+            throughput.figures[i].push_back(RequestsPerSecond(Run(kTested[i].start, order)));
         }
     }
     Print(throughput, {Target::kAtLeast, 0.45, kPlain});
@@ -112,8 +112,8 @@ void MeasureLargeReplies(uint32_t port, unsigned rounds, const LargeReply& reply
     Comparison whole{reply.whole, "MB/s", {}};
     const Order order{port, reply.length, reply.count, 1};
     for (unsigned round = 0; round < rounds; ++round) {
-        for (size_t i = 0; i < std::size(kContestants); ++i) {
-            AddRates(Run(kContestants[i].start, order), receiving.figures[i], whole.figures[i]);
+        for (size_t i = 0; i < std::size(kTested); ++i) {
+            AddRates(Run(kTested[i].start, order), receiving.figures[i], whole.figures[i]);
         }
     }
     Print(receiving, {Target::kAtLeast, 0.9, kLooking});
@@ -134,7 +134,7 @@ int main(int argc, char** argv) {
     const unsigned rounds = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) : 9;
     InitialiseLibrary();
     InitialisePlain();
-    for (const Contestant& contestant : kContestants) Run(contestant.start, {port, kSmallReply, 50, 4});
+    for (const TestedClient& client : kTested) Run(client.start, {port, kSmallReply, 50, 4});
 
     PrintHead();
     MeasureLatency(port, rounds);

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "contestants/libxml.h"
-#include "contestants/pugi.h"
-#include "contestants/rapid.h"
-#include "contestants/tiny.h"
-#include "contestants/wpk.h"
+#include "libraries/libxml.h"
+#include "libraries/pugi.h"
+#include "libraries/rapid.h"
+#include "libraries/tiny.h"
+#include "libraries/wpk.h"
 #include "documents.h"
 #include "heap_count.h"
 
@@ -22,38 +22,38 @@ void Print(const char* figure, const std::string& document, const char* who, dou
 }
 
 /// What a library allocates once and for all does not count.
-template <class Contestant>
+template <class TestedLibrary>
 void WarmUp(const Document& document) {
-    Contestant::Parse(document.indented);
+    TestedLibrary::Parse(document.indented);
 }
 
-template <class Contestant>
+template <class TestedLibrary>
 void MeasureTree(const Document& document) {
-    WarmUp<Contestant>(document);
+    WarmUp<TestedLibrary>(document);
     const std::size_t before = LiveHeapBytes();
     ResetPeak();
-    const typename Contestant::Tree tree = Contestant::Parse(document.indented);
+    const typename TestedLibrary::Tree tree = TestedLibrary::Parse(document.indented);
     const double size = static_cast<double>(document.indented.size());
-    Print("live", document.name, Contestant::kName, static_cast<double>(LiveHeapBytes() - before) / size);
-    Print("peak", document.name, Contestant::kName, static_cast<double>(PeakHeapBytes() - before) / size);
+    Print("live", document.name, TestedLibrary::kName, static_cast<double>(LiveHeapBytes() - before) / size);
+    Print("peak", document.name, TestedLibrary::kName, static_cast<double>(PeakHeapBytes() - before) / size);
 }
 
-template <class Contestant>
+template <class TestedLibrary>
 void MeasureManyKept(const Document& document) {
     constexpr std::size_t kDocuments = 40000;
-    WarmUp<Contestant>(document);
-    std::vector<typename Contestant::Tree> kept;
+    WarmUp<TestedLibrary>(document);
+    std::vector<typename TestedLibrary::Tree> kept;
     kept.reserve(kDocuments);
     const std::size_t before = LiveHeapBytes();
-    for (std::size_t at = 0; at < kDocuments; ++at) kept.push_back(Contestant::Parse(document.indented));
+    for (std::size_t at = 0; at < kDocuments; ++at) kept.push_back(TestedLibrary::Parse(document.indented));
     const double each = static_cast<double>(LiveHeapBytes() - before) / static_cast<double>(kDocuments);
-    Print("kept", document.name, Contestant::kName, each);
+    Print("kept", document.name, TestedLibrary::kName, each);
 }
 
-template <class Contestant>
+template <class TestedLibrary>
 void MeasureAll(const std::vector<Document>& documents) {
-    for (const Document& document : documents) MeasureTree<Contestant>(document);
-    MeasureManyKept<Contestant>(documents.front());
+    for (const Document& document : documents) MeasureTree<TestedLibrary>(document);
+    MeasureManyKept<TestedLibrary>(documents.front());
 }
 
 }  // namespace

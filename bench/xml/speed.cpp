@@ -6,51 +6,51 @@
 #include <string>
 #include <vector>
 
-#include "contestants/expat_events.h"
-#include "contestants/libxml.h"
-#include "contestants/pugi.h"
-#include "contestants/rapid.h"
-#include "contestants/tiny.h"
-#include "contestants/wpk.h"
+#include "libraries/expat_events.h"
+#include "libraries/libxml.h"
+#include "libraries/pugi.h"
+#include "libraries/rapid.h"
+#include "libraries/tiny.h"
+#include "libraries/wpk.h"
 #include "documents.h"
 
 namespace xml_bench {
 namespace {
 
-template <class Contestant>
+template <class TestedLibrary>
 void ParseAndDestroy(benchmark::State& state, const Document& document) {
     for (auto _ : state) {
-        typename Contestant::Tree tree = Contestant::Parse(document.indented);
+        typename TestedLibrary::Tree tree = TestedLibrary::Parse(document.indented);
         benchmark::DoNotOptimize(tree);
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * document.indented.size()));
 }
 
-template <class Contestant>
+template <class TestedLibrary>
 void WriteRaw(benchmark::State& state, const Document& document) {
-    const typename Contestant::Tree tree = Contestant::Parse(document.indented);
+    const typename TestedLibrary::Tree tree = TestedLibrary::Parse(document.indented);
     for (auto _ : state) {
         std::string output;
-        Contestant::WriteRaw(tree, output);
+        TestedLibrary::WriteRaw(tree, output);
         benchmark::DoNotOptimize(output);
     }
 }
 
-template <class Contestant>
+template <class TestedLibrary>
 void WriteIndented(benchmark::State& state, const Document& document) {
-    const typename Contestant::Tree tree = Contestant::Parse(document.compact);
+    const typename TestedLibrary::Tree tree = TestedLibrary::Parse(document.compact);
     for (auto _ : state) {
         std::string output;
-        Contestant::WriteIndented(tree, output);
+        TestedLibrary::WriteIndented(tree, output);
         benchmark::DoNotOptimize(output);
     }
 }
 
-template <class Contestant>
+template <class TestedLibrary>
 void FindLastChild(benchmark::State& state, const Document& document) {
-    const typename Contestant::Tree tree = Contestant::Parse(document.indented);
+    const typename TestedLibrary::Tree tree = TestedLibrary::Parse(document.indented);
     for (auto _ : state) {
-        if (!Contestant::Find(tree, document.last_child)) state.SkipWithError("not found");
+        if (!TestedLibrary::Find(tree, document.last_child)) state.SkipWithError("not found");
     }
 }
 
@@ -62,12 +62,12 @@ void Register(const char* what, const Document& document, const char* who, Measu
                                  [&document, measure](benchmark::State& state) { measure(state, document); });
 }
 
-template <class Contestant>
+template <class TestedLibrary>
 void RegisterTree(const Document& document) {
-    Register("parse", document, Contestant::kName, ParseAndDestroy<Contestant>);
-    Register("write_raw", document, Contestant::kName, WriteRaw<Contestant>);
-    Register("write_indented", document, Contestant::kName, WriteIndented<Contestant>);
-    Register("find", document, Contestant::kName, FindLastChild<Contestant>);
+    Register("parse", document, TestedLibrary::kName, ParseAndDestroy<TestedLibrary>);
+    Register("write_raw", document, TestedLibrary::kName, WriteRaw<TestedLibrary>);
+    Register("write_indented", document, TestedLibrary::kName, WriteIndented<TestedLibrary>);
+    Register("find", document, TestedLibrary::kName, FindLastChild<TestedLibrary>);
 }
 
 void RegisterAll(const std::vector<Document>& documents) {

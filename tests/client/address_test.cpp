@@ -72,7 +72,7 @@ private:
     ScriptedLibrary& Prepared() {
         library_.onSend = [this](WPK_SENDSTRUCT* message) {
             ++sent_;
-            rig::Thread([&] { TellReply(*message, "done"); }).Join();
+            harness::Thread([&] { TellReply(*message, "done"); }).Join();
             return 8u;
         };
         return library_;

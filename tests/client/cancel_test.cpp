@@ -29,7 +29,7 @@ public:
 
 private:
     std::error_code code_;
-    rig::Signal told_;
+    harness::Signal told_;
 };
 
 TEST(RequestTest, CancelledEndsInTimeAndTellsSo) {
@@ -48,7 +48,7 @@ TEST(RequestTest, CancelledEndsInTimeAndTellsSo) {
 }
 
 TEST(RequestTest, CancelledAtOnceAfterTheSendEnds) {
-    const rig::FullListener listener;
+    const harness::FullListener listener;
     for (int i = 0; i < 20; ++i) {
         Ending ending;
         const Request request = TheClient().Send(To(listener.Port()), ending.Function());
@@ -78,8 +78,8 @@ TEST(RequestTest, EmptyDoesNothing) {
 }
 
 TEST(RequestTest, WaitedForInItsOwnFunctionIsADeadlockThatIsRefused) {
-    rig::Peer peer(rig::Answer(rig::Ok("world")));
-    rig::Signal known;
+    harness::Peer peer(harness::Answer(harness::Ok("world")));
+    harness::Signal known;
     std::error_code refused;
     bool inside = false;
     Request request;
@@ -96,7 +96,7 @@ TEST(RequestTest, WaitedForInItsOwnFunctionIsADeadlockThatIsRefused) {
 }
 
 TEST(RequestTest, WaitedForInAnotherRequestsFunctionIsWaitedFor) {
-    rig::Peer peer(rig::Answer(rig::Ok("world")), /*threads=*/2);
+    harness::Peer peer(harness::Answer(harness::Ok("world")), /*threads=*/2);
     const Request first = TheClient().Send(To(peer.Port()), [](const Outcome&) {});
     bool ended = false;
     const Request second = TheClient().Send(To(peer.Port()), [&](const Outcome&) {
@@ -110,7 +110,7 @@ TEST(RequestTest, WaitedForInAnotherRequestsFunctionIsWaitedFor) {
 TEST(Cancel, AfterTheEndDoesNotReachTheLibrary) {
     ScriptedLibrary library;
     library.onSend = [](WPK_SENDSTRUCT* message) {
-        rig::Thread([&] { TellReply(*message, "done"); }).Join();
+        harness::Thread([&] { TellReply(*message, "done"); }).Join();
         return 8u;
     };
     const Client client(ToLoopback(), library.TheFunctions());
@@ -128,14 +128,14 @@ TEST(Cancel, TwiceReachesTheLibraryOnce) {
     request.Cancel();
     request.Cancel();
     EXPECT_EQ(library.Cancelled(), Handles{8});
-    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
+    harness::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
     request.Wait();
 }
 
 TEST(Cancel, BeforeTheHandleIsKnownIsMadeUpFor) {
     ScriptedLibrary library;
     library.onSend = [&](WPK_SENDSTRUCT* message) {
-        rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
+        harness::Thread([&] { TellProgress(*message, "some", 10); }).Join();
         EXPECT_EQ(library.Cancelled(), Handles());
         return 8u;
     };
@@ -144,14 +144,14 @@ TEST(Cancel, BeforeTheHandleIsKnownIsMadeUpFor) {
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     const Request request = client.Send(std::move(message), [](const Outcome&) {});
     EXPECT_EQ(library.Cancelled(), Handles{8});
-    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
+    harness::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
     request.Wait();
 }
 
 TEST(Cancel, AndTheEndBothBeforeTheHandleIsKnownReachesNobody) {
     ScriptedLibrary library;
     library.onSend = [](WPK_SENDSTRUCT* message) {
-        rig::Thread([&] {
+        harness::Thread([&] {
             TellProgress(*message, "some", 4);
             TellReply(*message, "some");
         }).Join();
@@ -176,7 +176,7 @@ public:
 private:
     ScriptedLibrary& Prepared() {
         library_.onSend = [this](WPK_SENDSTRUCT* message) {
-            thread_ = std::make_unique<rig::Thread>([this, message] {
+            thread_ = std::make_unique<harness::Thread>([this, message] {
                 if (library_.WaitForCancel()) TellFailure(*message, WPK_ERROR_CANCELLED);
             });
             return 8u;
@@ -186,7 +186,7 @@ private:
 
     ScriptedLibrary library_;
     Client client_;
-    std::unique_ptr<rig::Thread> thread_;
+    std::unique_ptr<harness::Thread> thread_;
 };
 
 TEST(Cancel, RefusedByTheLibraryMayBeTriedAgain) {
@@ -214,7 +214,7 @@ TEST(Cancel, RefusedByTheLibraryIsTriedAgainByWhoeverWaits) {
 TEST(Cancel, RefusedByTheLibraryDuringAWaitIsTriedAgainByTheWaitingThread) {
     CancelledRequest scene(/*refusals=*/3);
     const Request request = scene.client().Send(To(80), [](const Outcome&) {});
-    rig::Thread waiting([&] { request.Wait(); });
+    harness::Thread waiting([&] { request.Wait(); });
     request.Cancel();
     waiting.Join();
     EXPECT_EQ(scene.library().Cancelled(), Handles{8});
@@ -223,7 +223,7 @@ TEST(Cancel, RefusedByTheLibraryDuringAWaitIsTriedAgainByTheWaitingThread) {
 TEST(Cancel, BeforeTheHandleIsKnownAndThenRefusedIsTriedAgain) {
     ScriptedLibrary library;
     library.onSend = [&](WPK_SENDSTRUCT* message) {
-        rig::Thread([&] { TellProgress(*message, "some", 10); }).Join();
+        harness::Thread([&] { TellProgress(*message, "some", 10); }).Join();
         return 8u;
     };
     const Client client(ToLoopback(), library.TheFunctions());
@@ -232,9 +232,9 @@ TEST(Cancel, BeforeTheHandleIsKnownAndThenRefusedIsTriedAgain) {
     message.on_progress = [](const Progress& progress) { progress.Cancel(); };
     const Request request = client.Send(std::move(message), [](const Outcome&) {});
     EXPECT_EQ(library.Cancelled(), Handles());
-    rig::Thread([&] { TellProgress(*library.sent, "some more", 10); }).Join();
+    harness::Thread([&] { TellProgress(*library.sent, "some more", 10); }).Join();
     EXPECT_EQ(library.Cancelled(), Handles{8});
-    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
+    harness::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
     request.Wait();
 }
 
@@ -246,11 +246,11 @@ TEST(Cancel, AfterAThrowingProgressFunctionRefusedIsTriedAgainWithTheNextPiece) 
     Message message = To(80);
     message.on_progress = [](const Progress&) { throw 1; };
     const Request request = client.Send(std::move(message), [](const Outcome&) {});
-    rig::Thread([&] { TellProgress(*library.sent, "some", 10); }).Join();
+    harness::Thread([&] { TellProgress(*library.sent, "some", 10); }).Join();
     EXPECT_EQ(library.Cancelled(), Handles());
-    rig::Thread([&] { TellProgress(*library.sent, "some more", 10); }).Join();
+    harness::Thread([&] { TellProgress(*library.sent, "some more", 10); }).Join();
     EXPECT_EQ(library.Cancelled(), Handles{8});
-    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
+    harness::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
     request.Wait();
 }
 
@@ -277,7 +277,7 @@ TEST(ScopedRequestTest, DestroyedCancelsAndWaits) {
 }
 
 TEST(ScopedRequestTest, DestroyedAfterTheEndDoesNothing) {
-    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    harness::Peer peer(harness::Answer(harness::Ok("world")));
     Ending ending;
     {
         const ScopedRequest request = TheClient().Send(To(peer.Port()), ending.Function());
@@ -287,11 +287,11 @@ TEST(ScopedRequestTest, DestroyedAfterTheEndDoesNothing) {
 }
 
 TEST(ScopedRequestTest, DetachedRunsOn) {
-    rig::Signal answer;
-    rig::Peer peer([&](rig::Connection& connection) {
+    harness::Signal answer;
+    harness::Peer peer([&](harness::Connection& connection) {
         connection.ReadRequest();
         answer.Wait();
-        connection.Send(rig::Ok("world"));
+        connection.Send(harness::Ok("world"));
     });
     Ending ending;
     Request request;
@@ -331,8 +331,8 @@ TEST(ScopedRequestTest, AssignedToEndsWhatItHeld) {
 }
 
 TEST(ScopedRequestTest, DestroyedInItsOwnFunctionDoesNotWaitForItself) {
-    rig::Peer peer(rig::Answer(rig::Ok("world")));
-    rig::Signal known;
+    harness::Peer peer(harness::Answer(harness::Ok("world")));
+    harness::Signal known;
     Ending ending;
     auto request = std::make_unique<ScopedRequest>();
     *request = TheClient().Send(To(peer.Port()), [&](const Outcome& outcome) {

@@ -21,7 +21,7 @@ void TellConnection(const ScriptedLibrary& library, unsigned int connected) {
 }
 
 TEST(ConnectionFunction, WithoutANetworkIsToldSoAtTheStart) {
-    rig::Signal told;
+    harness::Signal told;
     bool last = true;
     Options options;
     options.connection = Connection::kNever;
@@ -62,8 +62,8 @@ TEST(ConnectionFunction, AfterTheClientsEndIsNotCalled) {
 
 TEST(ConnectionFunction, RunningWhenTheClientEndsIsWaitedFor) {
     ScriptedLibrary library;
-    rig::Signal running;
-    rig::Signal destroyed;
+    harness::Signal running;
+    harness::Signal destroyed;
     std::atomic<bool> finished{false};
     Options options;
     options.on_connection = [&](bool) {
@@ -72,7 +72,7 @@ TEST(ConnectionFunction, RunningWhenTheClientEndsIsWaitedFor) {
         finished = true;
     };
     auto client = std::make_unique<Client>(std::move(options), library.TheFunctions());
-    rig::Thread teller([&] { TellConnection(library, 1); });
+    harness::Thread teller([&] { TellConnection(library, 1); });
     ASSERT_TRUE(running.Wait());
     client.reset();
     EXPECT_TRUE(finished);

@@ -13,28 +13,28 @@ namespace {
 using Pairs = std::vector<std::string>;
 
 /// A proxy that lets nobody in but one user; 407 for all others.
-rig::Peer::Script OnlyFor(std::string pair) {
-    return [pair = std::move(pair)](rig::Connection& connection) {
-        const bool known = rig::CredentialsOf(connection.ReadRequest()) == pair;
-        connection.Send(known ? rig::Ok("come in") : rig::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
+harness::Peer::Script OnlyFor(std::string pair) {
+    return [pair = std::move(pair)](harness::Connection& connection) {
+        const bool known = harness::CredentialsOf(connection.ReadRequest()) == pair;
+        connection.Send(known ? harness::Ok("come in") : harness::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
     };
 }
 
-Options Through(const rig::Peer& proxy) {
+Options Through(const harness::Peer& proxy) {
     Options options;
     options.server = "server.invalid";
     options.proxy = Proxy{"127.0.0.1", proxy.Port(), {}};
     return options;
 }
 
-Pairs PairsSentTo(rig::Peer& proxy) {
+Pairs PairsSentTo(harness::Peer& proxy) {
     Pairs pairs;
-    for (const std::string& request : proxy.Requests()) pairs.push_back(rig::CredentialsOf(request));
+    for (const std::string& request : proxy.Requests()) pairs.push_back(harness::CredentialsOf(request));
     return pairs;
 }
 
 TEST(ClientCredentials, GivenBeforehandAreSent) {
-    rig::Peer proxy(OnlyFor("user:word"));
+    harness::Peer proxy(OnlyFor("user:word"));
     Options options = Through(proxy);
     options.proxy->credentials = {"user", L"word"};
     const Client client(std::move(options), FreshLibrary());
@@ -43,7 +43,7 @@ TEST(ClientCredentials, GivenBeforehandAreSent) {
 }
 
 TEST(ClientCredentials, AskedForAndAnsweredAreUsedFromThenOn) {
-    rig::Peer proxy(OnlyFor("user:word"));
+    harness::Peer proxy(OnlyFor("user:word"));
     Options options = Through(proxy);
     Pairs refused;
     options.on_credentials = [&](const Credentials& last) -> std::optional<Credentials> {
@@ -58,7 +58,7 @@ TEST(ClientCredentials, AskedForAndAnsweredAreUsedFromThenOn) {
 }
 
 TEST(ClientCredentials, AskedForAndDeclinedEndTheRequest) {
-    rig::Peer proxy(OnlyFor("user:word"));
+    harness::Peer proxy(OnlyFor("user:word"));
     Options options = Through(proxy);
     options.on_credentials = [](const Credentials&) { return std::nullopt; };
     const Client client(std::move(options), FreshLibrary());
@@ -67,14 +67,14 @@ TEST(ClientCredentials, AskedForAndDeclinedEndTheRequest) {
 }
 
 TEST(ClientCredentials, WithoutAFunctionToAskAreDeclined) {
-    rig::Peer proxy(OnlyFor("user:word"));
+    harness::Peer proxy(OnlyFor("user:word"));
     const Client client(Through(proxy), FreshLibrary());
     EXPECT_EQ(CodeOf(client.Send({"Echo", "hello"})), Errc::kProxyCredentials);
 }
 
 TEST(ClientCredentials, OfTheLargestLengthAreSentWhole) {
     const std::string longest(255, 'p');
-    rig::Peer proxy(OnlyFor("user:" + longest));
+    harness::Peer proxy(OnlyFor("user:" + longest));
     Options options = Through(proxy);
     options.on_credentials = [&](const Credentials&) { return Credentials{"user", longest}; };
     const Client client(std::move(options), FreshLibrary());
@@ -82,7 +82,7 @@ TEST(ClientCredentials, OfTheLargestLengthAreSentWhole) {
 }
 
 TEST(ClientCredentials, ThatDoNotFitEndTheRequestAndSaySo) {
-    rig::Peer proxy(OnlyFor("user:word"));
+    harness::Peer proxy(OnlyFor("user:word"));
     Options options = Through(proxy);
     options.on_credentials = [](const Credentials&) { return Credentials{std::string(256, 'u'), "word"}; };
     const Client client(std::move(options), FreshLibrary());
@@ -92,7 +92,7 @@ TEST(ClientCredentials, ThatDoNotFitEndTheRequestAndSaySo) {
 }
 
 TEST(ClientCredentials, WhoseFunctionThrowsEndTheRequestWithThat) {
-    rig::Peer proxy(OnlyFor("user:word"));
+    harness::Peer proxy(OnlyFor("user:word"));
     Options options = Through(proxy);
     options.on_credentials = [](const Credentials&) -> std::optional<Credentials> {
         throw std::runtime_error("no terminal");
@@ -105,11 +105,11 @@ TEST(ClientCredentials, WhoseFunctionThrowsEndTheRequestWithThat) {
 }
 
 TEST(ClientCredentials, AskedForBeyondTheClientsEndAreStillAskedFor) {
-    rig::Signal gone;
-    rig::Peer proxy([&](rig::Connection& connection) {
-        const bool known = rig::CredentialsOf(connection.ReadRequest()) == "user:word";
+    harness::Signal gone;
+    harness::Peer proxy([&](harness::Connection& connection) {
+        const bool known = harness::CredentialsOf(connection.ReadRequest()) == "user:word";
         if (!known) gone.Wait();
-        connection.Send(known ? rig::Ok("come in") : rig::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
+        connection.Send(known ? harness::Ok("come in") : harness::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
     });
     std::future<Reply> future;
     {

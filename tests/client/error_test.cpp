@@ -10,9 +10,9 @@
 namespace wpk::client_test {
 namespace {
 
-using rig::Answer;
-using rig::Peer;
-using rig::RawReply;
+using harness::Answer;
+using harness::Peer;
+using harness::RawReply;
 
 constexpr WPK_ERROR kCoded[] = {WPK_ERROR_BAD_REQUEST, WPK_ERROR_NO_NETWORK,       WPK_ERROR_CONNECT,
                                 WPK_ERROR_CANCELLED,   WPK_ERROR_BAD_VERSION,      WPK_ERROR_NO_SERVICE,
@@ -32,7 +32,7 @@ TEST(ErrorCode, OfEveryFailureOfTheLibraryReachesFutureAndFunction) {
     for (const WPK_ERROR coded : kCoded) {
         ScriptedLibrary library;
         library.onSend = [&](WPK_SENDSTRUCT* message) {
-            rig::Thread([&] { TellFailure(*message, coded); }).Join();
+            harness::Thread([&] { TellFailure(*message, coded); }).Join();
             return 8u;
         };
         const Client client(ToLoopback(), library.TheFunctions());
@@ -74,7 +74,7 @@ TEST(RequestFailure, WithoutANetworkEndsSo) {
 }
 
 TEST(RequestFailure, ToAPortWithoutListenerEndsSo) {
-    EXPECT_EQ(CodeOf(TheClient().Send(To(rig::DeadPort()))), Errc::kConnect);
+    EXPECT_EQ(CodeOf(TheClient().Send(To(harness::DeadPort()))), Errc::kConnect);
 }
 
 TEST(RequestFailure, ToAServerOfAnotherVersionEndsSo) {

@@ -29,7 +29,7 @@ private:
         return options;
     }
 
-    rig::Monitor monitor_;
+    harness::Monitor monitor_;
     std::vector<std::string> texts_;
     const Client client_{Watching(), FreshLibrary()};
 };
@@ -37,10 +37,10 @@ private:
 using Texts = std::vector<std::string>;
 
 /// Sends the reply in two pieces, the second when `more` is set.
-rig::Peer::Script TwoPieces(rig::Signal& more) {
-    return [&more](rig::Connection& connection) {
+harness::Peer::Script TwoPieces(harness::Signal& more) {
+    return [&more](harness::Connection& connection) {
         connection.ReadRequest();
-        connection.Send(rig::OkHead(8) + "some");
+        connection.Send(harness::OkHead(8) + "some");
         more.Wait();
         connection.Send("more");
     };
@@ -48,7 +48,7 @@ rig::Peer::Script TwoPieces(rig::Signal& more) {
 
 TEST(OutcomeFunction, WhichThrowsIsReportedAndTheRequestEnds) {
     Watched watched;
-    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    harness::Peer peer(harness::Answer(harness::Ok("world")));
     const Request request =
         watched.client().Send(To(peer.Port()), [](const Outcome&) { throw std::runtime_error("mine"); });
     request.Wait();
@@ -57,14 +57,14 @@ TEST(OutcomeFunction, WhichThrowsIsReportedAndTheRequestEnds) {
 }
 
 TEST(OutcomeFunction, WhichThrowsWithNobodyToTellLeavesAllElseAlone) {
-    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    harness::Peer peer(harness::Answer(harness::Ok("world")));
     const Request request = TheClient().Send(To(peer.Port()), [](const Outcome&) { throw 42; });
     request.Wait();
     EXPECT_EQ(TheClient().Send(To(peer.Port())).get().body, "world");
 }
 
 TEST(ExceptionFunction, WhichThrowsIsNotHeeded) {
-    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    harness::Peer peer(harness::Answer(harness::Ok("world")));
     Options options = ToLoopback(peer.Port());
     options.on_exception = [](std::exception_ptr) { throw std::runtime_error("again"); };
     const Client client(std::move(options), FreshLibrary());
@@ -75,10 +75,10 @@ TEST(ExceptionFunction, WhichThrowsIsNotHeeded) {
 
 TEST(ThrowingProgressFunction, WhichThrowsCancelsTheRequestAndIsTheOutcome) {
     Watched watched;
-    rig::Signal never;
+    harness::Signal never;
     int calls = 0;
     {
-        rig::Peer peer(TwoPieces(never));
+        harness::Peer peer(TwoPieces(never));
         Message message = To(peer.Port());
         message.on_progress = [&](const Progress&) {
             ++calls;
@@ -95,8 +95,8 @@ TEST(ThrowingProgressFunction, WhichThrowsCancelsTheRequestAndIsTheOutcome) {
 }
 
 TEST(ThrowingProgressFunction, WhichThrowsReachesTheFutureAsItIs) {
-    rig::Signal never;
-    rig::Peer peer(TwoPieces(never));
+    harness::Signal never;
+    harness::Peer peer(TwoPieces(never));
     Message message = To(peer.Port());
     message.on_progress = [](const Progress&) { throw std::out_of_range("mine"); };
     std::future<Reply> future = TheClient().Send(std::move(message));
@@ -107,7 +107,7 @@ TEST(ThrowingProgressFunction, WhichThrowsReachesTheFutureAsItIs) {
 TEST(ThrowingProgressFunction, WhichThrowsAtTheLastPieceIsStillTheOutcome) {
     ScriptedLibrary library;
     library.onSend = [](WPK_SENDSTRUCT* message) {
-        rig::Thread([&] {
+        harness::Thread([&] {
             TellProgress(*message, "so", 4);
             TellProgress(*message, "some", 4);
             TellReply(*message, "some");

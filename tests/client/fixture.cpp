@@ -21,7 +21,7 @@ Function* Export(HMODULE module, const char* name) {
 }  // namespace
 
 Functions FreshLibrary() {
-    const HMODULE module = rig::Library::LoadFresh().module();
+    const HMODULE module = harness::Library::LoadFresh().module();
     return {Export<decltype(WPK_Init)>(module, "WPK_Init"), Export<decltype(WPK_Send)>(module, "WPK_Send"),
             Export<decltype(WPK_Cancel)>(module, "WPK_Cancel")};
 }
@@ -74,7 +74,7 @@ std::string TextOf(const std::exception_ptr& exception) {
 
 SilentPeer::SilentPeer(int threads)
     : peer_(
-          [this](rig::Connection& connection) {
+          [this](harness::Connection& connection) {
               connection.ReadRequest();
               over_.Wait();
           },

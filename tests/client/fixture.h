@@ -67,8 +67,8 @@ public:
     bool WaitForRequest() { return !peer_.WaitForRequest().empty(); }
 
 private:
-    rig::Signal over_;
-    rig::Peer peer_;
+    harness::Signal over_;
+    harness::Peer peer_;
 };
 
 }  // namespace wpk::client_test

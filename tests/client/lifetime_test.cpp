@@ -22,17 +22,17 @@ bool IsCommitted(const void* address) {
 constexpr size_t kLarge = 8u << 20;
 
 TEST(MessageKept, MadeOfTemporariesArrivesWhole) {
-    rig::Signal sent;
+    harness::Signal sent;
     std::string arrived;
-    rig::Peer peer([&](rig::Connection& connection) {
+    harness::Peer peer([&](harness::Connection& connection) {
         sent.Wait();  // until everything that the message was made of has gone
         arrived = connection.ReadRequest();
-        connection.Send(rig::Ok("world"));
+        connection.Send(harness::Ok("world"));
     });
     std::future<Reply> future;
     {
         std::string service = "a service whose name is too long for any short string";
-        Message message(service, rig::Pattern(kLarge));
+        Message message(service, harness::Pattern(kLarge));
         message.server = std::wstring(L"127.0.0.1");
         message.port = peer.Port();
         future = TheClient().Send(std::move(message));
@@ -41,21 +41,21 @@ TEST(MessageKept, MadeOfTemporariesArrivesWhole) {
     sent.Set();
     EXPECT_EQ(future.get().body, "world");
     EXPECT_NE(arrived.find("a service whose name is too long for any short string"), std::string::npos);
-    EXPECT_TRUE(rig::MessageOf(arrived) == rig::Pattern(kLarge));
+    EXPECT_TRUE(harness::MessageOf(arrived) == harness::Pattern(kLarge));
 }
 
 // The library may look at a record until the final callback has returned, and nobody is told when that is.
 TEST(MessageKept, AfterItsOutcomeStaysUntilItsThreadHasEnded) {
     ScriptedLibrary library;
-    rig::Signal returned;
-    rig::Signal goOn;
+    harness::Signal returned;
+    harness::Signal goOn;
     const WPK_SENDSTRUCT* record = nullptr;
     const void* body = nullptr;
-    std::unique_ptr<rig::Thread> thread;
+    std::unique_ptr<harness::Thread> thread;
     library.onSend = [&](WPK_SENDSTRUCT* message) {
         record = message;
         body = message->lpData;
-        thread = std::make_unique<rig::Thread>([&, message] {
+        thread = std::make_unique<harness::Thread>([&, message] {
             TellReply(*message, "done");
             returned.Set();
             goOn.Wait();
@@ -71,7 +71,7 @@ TEST(MessageKept, AfterItsOutcomeStaysUntilItsThreadHasEnded) {
     // Everything that gives memory back, while the thread still runs.
     request.Wait();
     library.onSend = [](WPK_SENDSTRUCT* message) {
-        rig::Thread([&] { TellReply(*message, "done"); }).Join();
+        harness::Thread([&] { TellReply(*message, "done"); }).Join();
         return 12u;
     };
     client.Send({"Echo", "other"}).get();
@@ -101,10 +101,10 @@ TEST(MessageKept, OfACancelledRequestIsGivenBackWhileItsThreadsIdStaysTaken) {
     ScriptedLibrary library;
     const void* body = nullptr;
     DWORD id = 0;
-    std::unique_ptr<rig::Thread> thread;
+    std::unique_ptr<harness::Thread> thread;
     library.onSend = [&](WPK_SENDSTRUCT* message) {
         body = message->lpData;
-        thread = std::make_unique<rig::Thread>([&, message] {
+        thread = std::make_unique<harness::Thread>([&, message] {
             id = GetCurrentThreadId();
             if (library.WaitForCancel()) TellFailure(*message, WPK_ERROR_CANCELLED);
         });
@@ -136,7 +136,7 @@ TEST(MessageMoved, WithALargeBodyIsNotCopied) {
     const void* sent = nullptr;
     library.onSend = [&](WPK_SENDSTRUCT* message) {
         sent = message->lpData;
-        rig::Thread([&] { TellReply(*message, "done"); }).Join();
+        harness::Thread([&] { TellReply(*message, "done"); }).Join();
         return 8u;
     };
     const Client client(ToLoopback(), library.TheFunctions());
@@ -147,12 +147,12 @@ TEST(MessageMoved, WithALargeBodyIsNotCopied) {
 }
 
 TEST(ClientLifetime, DestroyedWhileRequestsRunLetsThemEnd) {
-    rig::Signal answer;
-    rig::Peer peer(
-        [&](rig::Connection& connection) {
+    harness::Signal answer;
+    harness::Peer peer(
+        [&](harness::Connection& connection) {
             connection.ReadRequest();
             answer.Wait();
-            connection.Send(rig::Ok("late"));
+            connection.Send(harness::Ok("late"));
         },
         /*threads=*/2);
     std::future<Reply> future;
@@ -184,9 +184,9 @@ TEST(ClientLifetime, DestroyedWhileARequestRunsLeavesItsHandleWorking) {
 }
 
 TEST(ClientLifetime, DestroyedInsideAnOutcomeIsNoTrouble) {
-    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    harness::Peer peer(harness::Answer(harness::Ok("world")));
     auto client = std::make_unique<Client>(ToLoopback(peer.Port()), FreshLibrary());
-    rig::Signal known;
+    harness::Signal known;
     const Request request = client->Send({"Echo", "hello"}, [&](const Outcome&) {
         known.Wait();
         client.reset();
@@ -198,7 +198,7 @@ TEST(ClientLifetime, DestroyedInsideAnOutcomeIsNoTrouble) {
 
 /// In a process of its own, which has the library that it is linked with to itself.
 WPK_SCENARIO(EndWithRequestsUnderWay) {
-    static const rig::FullListener listener;
+    static const harness::FullListener listener;
     static SilentPeer peer;
     static const Client client(ToLoopback(listener.Port()));
     static std::vector<std::future<Reply>> futures;
@@ -209,13 +209,13 @@ WPK_SCENARIO(EndWithRequestsUnderWay) {
 }
 
 TEST(Process, WhichEndsWithRequestsUnderWayEndsAsItWants) {
-    EXPECT_EQ(rig::Child("EndWithRequestsUnderWay", "none").Wait(), 0u);
+    EXPECT_EQ(harness::Child("EndWithRequestsUnderWay", "none").Wait(), 0u);
 }
 
 TEST(FinalNotification, BeforeTheSendIsBackIsTheOutcome) {
     ScriptedLibrary library;
     library.onSend = [](WPK_SENDSTRUCT* message) {
-        rig::Thread([&] { TellReply(*message, "quick"); }).Join();
+        harness::Thread([&] { TellReply(*message, "quick"); }).Join();
         return 8u;
     };
     const Client client(ToLoopback(), library.TheFunctions());

@@ -14,8 +14,8 @@ constexpr int kThreads = 8;
 constexpr int kRequestsEach = 25;
 
 /// Answers each request with its own message.
-void Echo(rig::Connection& connection) {
-    connection.Send(rig::Ok(rig::MessageOf(connection.ReadRequest())));
+void Echo(harness::Connection& connection) {
+    connection.Send(harness::Ok(harness::MessageOf(connection.ReadRequest())));
 }
 
 /// Short ones stay in memory, long ones are spooled.
@@ -24,9 +24,9 @@ std::string MessageNumber(int number) {
 }
 
 TEST(ClientLoad, TwoHundredRequestsFromEightThreadsEachGetItsOwnReply) {
-    rig::Peer peer(Echo, kThreads);
+    harness::Peer peer(Echo, kThreads);
     std::atomic<int> good{0};
-    std::vector<rig::Thread> threads;
+    std::vector<harness::Thread> threads;
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
             std::vector<std::future<Reply>> futures;
@@ -52,11 +52,11 @@ TEST(ClientLoad, TwoHundredRequestsFromEightThreadsEachGetItsOwnReply) {
 }
 
 TEST(ClientLoad, RequestsCancelledAtAnyMomentEachEndOnce) {
-    rig::Peer peer(Echo, kThreads);
+    harness::Peer peer(Echo, kThreads);
     std::atomic<int> replies{0};
     std::atomic<int> cancelled{0};
     std::atomic<int> others{0};
-    std::vector<rig::Thread> threads;
+    std::vector<harness::Thread> threads;
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
             for (int i = 0; i < kRequestsEach; ++i) {

@@ -43,7 +43,7 @@ private:
     static int Cancel(unsigned int handle);
 
     static ScriptedLibrary* current_;
-    rig::Monitor monitor_;
+    harness::Monitor monitor_;
     bool initialised_ = false;
     int refusals_ = 0;
     std::vector<unsigned int> cancelled_;

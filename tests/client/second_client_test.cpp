@@ -15,7 +15,7 @@ std::error_code CodeOfAClient(const Functions& functions) {
 }
 
 TEST(SecondClient, BesideTheFirstIsRefusedAndLeavesItAlone) {
-    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    harness::Peer peer(harness::Answer(harness::Ok("world")));
     const Functions functions = FreshLibrary();
     const Client first(ToLoopback(peer.Port()), functions);
     EXPECT_EQ(CodeOfAClient(functions), Errc::kAlreadyInitialised);
@@ -43,7 +43,7 @@ TEST(ClientTest, MadeWhileAnotherOneIsBeingMadeIsRefused) {
     Functions functions = library.TheFunctions();
     static std::function<void()> during;
     static Functions real;
-    during = [&] { rig::Thread([&] { second = CodeOfAClient(functions); }).Join(); };
+    during = [&] { harness::Thread([&] { second = CodeOfAClient(functions); }).Join(); };
     real = library.TheFunctions();
     functions.init = [](const WPK_INITSTRUCT* settings) {
         during();

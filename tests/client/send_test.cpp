@@ -11,15 +11,15 @@
 namespace wpk::client_test {
 namespace {
 
-using rig::Answer;
-using rig::Ok;
-using rig::Peer;
+using harness::Answer;
+using harness::Ok;
+using harness::Peer;
 
 /// Longer than what the library keeps in memory.
 constexpr size_t kSpooled = 300000;
 
 std::string ExpectedBytes(unsigned short port, const std::string& service, const std::string& data) {
-    rig::ExpectedRequest expected;
+    harness::ExpectedRequest expected;
     expected.port = port;
     expected.service = service;
     expected.data = data;
@@ -39,7 +39,7 @@ TEST(SendForAFuture, AnEmptyReplyIsEmpty) {
 }
 
 TEST(SendForAFuture, ASpooledReplyHasBytesOfItsOwn) {
-    const std::string bytes = rig::Pattern(kSpooled);
+    const std::string bytes = harness::Pattern(kSpooled);
     Peer peer(Answer(Ok(bytes)));
     Request request;
     std::future<Reply> future = TheClient().Send(To(peer.Port()), request);
@@ -85,7 +85,7 @@ TEST(SendForAFunction, ToAServiceTellsTheReplyOnceOnAThreadOfTheLibrarys) {
 }
 
 TEST(SendForAFunction, ASpooledReplyIsShownWhereItIsMapped) {
-    const std::string bytes = rig::Pattern(kSpooled);
+    const std::string bytes = harness::Pattern(kSpooled);
     Peer peer(Answer(Ok(bytes)));
     bool equal = false;
     DWORD kind = 0;
@@ -102,7 +102,7 @@ TEST(SendForAFunction, ASpooledReplyIsShownWhereItIsMapped) {
 
 TEST(SendForAFunction, WhoseHandleIsDroppedStillTellsTheOutcome) {
     Peer peer(Answer(Ok("world")));
-    rig::Signal told;
+    harness::Signal told;
     TheClient().Send(To(peer.Port()), [&](const Outcome& outcome) {
         EXPECT_TRUE(outcome);
         told.Set();
@@ -154,17 +154,17 @@ TEST(MessageTest, WithADestinationGoesThere) {
 }
 
 TEST(MessageTest, OfAnyBytesArrivesWhole) {
-    const std::string bytes = rig::Pattern(1u << 20) + std::string("\0tail", 5);
+    const std::string bytes = harness::Pattern(1u << 20) + std::string("\0tail", 5);
     Peer peer(Answer(Ok("got it")));
     EXPECT_EQ(TheClient().Send(To(peer.Port(), bytes)).get().body, "got it");
-    EXPECT_TRUE(rig::MessageOf(peer.WaitForRequest()) == bytes);
+    EXPECT_TRUE(harness::MessageOf(peer.WaitForRequest()) == bytes);
 }
 
 TEST(MessageTest, AsLongAsARequestCanBeFitsAndNoLonger) {
     constexpr size_t kLongest = 0xFFFFFFFF;
     const size_t service = 4;
     for (const bool behindProxy : {false, true}) {
-        rig::ExpectedRequest request;
+        harness::ExpectedRequest request;
         request.service = "Echo";
         request.data = "";
         request.viaProxy = behindProxy;
@@ -178,7 +178,7 @@ TEST(MessageTest, AsLongAsARequestCanBeFitsAndNoLonger) {
 TEST(MessageTest, WithoutBodyArrivesEmpty) {
     Peer peer(Answer(Ok("got it")));
     EXPECT_EQ(TheClient().Send(To(peer.Port(), "")).get().body, "got it");
-    EXPECT_EQ(rig::MessageOf(peer.WaitForRequest()), "");
+    EXPECT_EQ(harness::MessageOf(peer.WaitForRequest()), "");
 }
 
 TEST(MessageTest, InWideCharactersArrivesInTheAnsiCodePage) {
@@ -194,11 +194,11 @@ TEST(MessageTest, InWideCharactersArrivesInTheAnsiCodePage) {
 }
 
 TEST(ProgressFunction, DuringAReplySeesItGrow) {
-    const std::string bytes = rig::Pattern(50000);
-    rig::Signal begun;
-    Peer peer([&](rig::Connection& connection) {
+    const std::string bytes = harness::Pattern(50000);
+    harness::Signal begun;
+    Peer peer([&](harness::Connection& connection) {
         connection.ReadRequest();
-        connection.Send(rig::OkHead(bytes.size()));
+        connection.Send(harness::OkHead(bytes.size()));
         connection.Send(std::string_view(bytes).substr(0, 100));
         begun.Wait();
         connection.Send(std::string_view(bytes).substr(100));
@@ -227,10 +227,10 @@ TEST(ProgressFunction, DuringAReplySeesItGrow) {
 }
 
 TEST(ProgressFunction, WhichCancelsEndsTheRequest) {
-    rig::Signal over;
-    Peer peer([&](rig::Connection& connection) {
+    harness::Signal over;
+    Peer peer([&](harness::Connection& connection) {
         connection.ReadRequest();
-        connection.Send(rig::OkHead(100) + "some");
+        connection.Send(harness::OkHead(100) + "some");
         over.Wait();
     });
     Message message = To(peer.Port());

@@ -54,15 +54,15 @@ TEST(TimeLimit, OfAMessageThatIsNotAnsweredIsToldToItsFunctionOnce) {
 }
 
 TEST(TimeLimit, WhileTheServerCannotBeReachedEndsTheRequest) {
-    const rig::FullListener listener;
+    const harness::FullListener listener;
     EXPECT_EQ(CodeOf(TheClient().Send(Within(kShort, listener.Port()))), Errc::kTimedOut);
 }
 
 TEST(TimeLimit, InTheMiddleOfAReplyEndsTheRequest) {
-    rig::Signal over;
-    rig::Peer peer([&](rig::Connection& connection) {
+    harness::Signal over;
+    harness::Peer peer([&](harness::Connection& connection) {
         connection.ReadRequest();
-        connection.Send(rig::OkHead(100) + "some");
+        connection.Send(harness::OkHead(100) + "some");
         over.Wait();
     });
     EXPECT_EQ(CodeOf(TheClient().Send(Within(kShort, peer.Port()))), Errc::kTimedOut);
@@ -70,12 +70,12 @@ TEST(TimeLimit, InTheMiddleOfAReplyEndsTheRequest) {
 }
 
 TEST(TimeLimit, ThatIsNotReachedChangesNothing) {
-    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    harness::Peer peer(harness::Answer(harness::Ok("world")));
     EXPECT_EQ(TheClient().Send(Within(hours(1), peer.Port())).get().body, "world");
 }
 
 TEST(TimeLimit, AsLongAsCanBeSaidIsNotReached) {
-    rig::Peer peer(rig::Answer(rig::Ok("world")));
+    harness::Peer peer(harness::Answer(harness::Ok("world")));
     EXPECT_EQ(TheClient().Send(Within((milliseconds::max)(), peer.Port())).get().body, "world");
 }
 
@@ -98,11 +98,11 @@ TEST(TimeLimit, OfAMessageGoesBeforeTheClients) {
 }
 
 TEST(TimeLimit, OfAMessageThatIsToHaveNoneTakesTheClientsAway) {
-    rig::Signal answer;
-    rig::Peer patient([&](rig::Connection& connection) {
+    harness::Signal answer;
+    harness::Peer patient([&](harness::Connection& connection) {
         connection.ReadRequest();
         answer.Wait();
-        connection.Send(rig::Ok("late"));
+        connection.Send(harness::Ok("late"));
     });
     SilentPeer silent;
     const Client client(ToLoopbackWithin(kShort, silent.Port()), FreshLibrary());
@@ -134,7 +134,7 @@ protected:
 
     /// Ends the request, from another thread as the library does.
     void FailWith(int error) {
-        rig::Thread([&] { TellFailure(*library_.sent, error); }).Join();
+        harness::Thread([&] { TellFailure(*library_.sent, error); }).Join();
     }
 
     ScriptedLibrary library_;
@@ -166,7 +166,7 @@ TEST_F(ScriptedTimeLimit, ThatWasReachedStaysWhatIsToldAfterACancel) {
 TEST_F(ScriptedTimeLimit, ReachedWhileTheReplyIsOnItsWayLosesToIt) {
     std::future<Reply> future = client_.Send(Within(kOver, 80));
     ASSERT_TRUE(library_.WaitForCancel());
-    rig::Thread([&] { TellReply(*library_.sent, "world"); }).Join();
+    harness::Thread([&] { TellReply(*library_.sent, "world"); }).Join();
     EXPECT_EQ(future.get().body, "world");
 }
 
@@ -211,7 +211,7 @@ TEST_F(ScriptedTimeLimit, OfAProgressFunctionThatThrowsIsNotWhatIsTold) {
     message.on_progress = [](const Progress&) { throw 1; };
     std::error_code code;
     const Request request = client_.Send(std::move(message), [&](const Outcome& outcome) { code = outcome.error(); });
-    rig::Thread([&] {
+    harness::Thread([&] {
         TellProgress(*library_.sent, "some", 10);
         TellFailure(*library_.sent, WPK_ERROR_CANCELLED);
     }).Join();
@@ -294,7 +294,7 @@ TEST(TimeLimit, WhenTheClientAndItsLastRequestHaveGoneLeavesNoThread) {
     ASSERT_TRUE(library.WaitForCancel());
     client.reset();
     EXPECT_FALSE(keeper.HasEnded());
-    rig::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
+    harness::Thread([&] { TellFailure(*library.sent, WPK_ERROR_CANCELLED); }).Join();
     EXPECT_TRUE(keeper.HasEnded());
     EXPECT_EQ(CodeOf(std::move(future)), Errc::kTimedOut);
 }

@@ -13,13 +13,13 @@
 namespace wpk::client_test {
 namespace {
 
-void Echo(rig::Connection& connection) {
-    connection.Send(rig::Ok(rig::MessageOf(connection.ReadRequest())));
+void Echo(harness::Connection& connection) {
+    connection.Send(harness::Ok(harness::MessageOf(connection.ReadRequest())));
 }
 
 class ClientPage : public testing::Test {
 protected:
-    rig::Peer peer_{Echo};
+    harness::Peer peer_{Echo};
     const unsigned short port = peer_.Port();
     const Client client{ToLoopback(port), FreshLibrary()};
 };
@@ -92,9 +92,9 @@ TEST_F(ClientPage, ProgressEndsAtHundred) {
 }
 
 TEST(ClientPageWithAProxy, CredentialsAreReplaced) {
-    rig::Peer proxy([](rig::Connection& connection) {
-        const bool known = rig::CredentialsOf(connection.ReadRequest()) == "user:new password";
-        connection.Send(known ? rig::Ok("in") : rig::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
+    harness::Peer proxy([](harness::Connection& connection) {
+        const bool known = harness::CredentialsOf(connection.ReadRequest()) == "user:new password";
+        connection.Send(known ? harness::Ok("in") : harness::RawReply("HTTP/1.0 407 Who", {"Content-Length: 0"}));
     });
     const unsigned short port = proxy.Port();
 #include "client/proxy.inc"

@@ -12,7 +12,7 @@
 #include <memory>
 #include <string>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 #include "guide/one_request.inc"
@@ -104,4 +104,4 @@ TEST(GuidePageNotifications, WindowGetsTheReplyAsItsOwn) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -1,8 +1,8 @@
 // What tests can ask of the fake platform: faults, counts, records, and the machine that it pretends to be.
 // SPDX-License-Identifier: MIT
 //
-// The fake platform plays the Windows calls over POSIX, so that the library's sources run natively and the sanitizers see
-// all of them. It is stricter than Windows where that finds faults, and as unkind as Windows where that matters:
+// The fake platform plays the Windows calls over POSIX, so that the library's sources run natively and the sanitizers
+// see all of them. It is stricter than Windows where that finds faults, and as unkind as Windows where that matters:
 //
 // - Values of kernel handles are never used twice: whatever uses a closed handle is recorded as a misuse.
 // - Socket values are used again at once, the lowest free one first; so are the ids of threads that have ended, when no

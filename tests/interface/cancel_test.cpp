@@ -11,7 +11,7 @@
 #include <memory>
 #include <random>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 /// A cancel is promised to be seen within 250 ms; the rest is what a machine under load may add. A second wait must not
@@ -386,4 +386,4 @@ TEST(CancelStorm, NeverTouchesARequestThatIsNotMeant) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 constexpr ULONGLONG kSecond = 1000;
@@ -86,4 +86,4 @@ TEST(Timeouts, ConnectTakesAtMost30SecondsAndEveryByteOfTheHead60) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

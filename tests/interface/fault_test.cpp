@@ -17,7 +17,7 @@
 #include <memory>
 #include <type_traits>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 /// Which call of the function under test fails. Set while no request runs; counted by any thread.
@@ -354,4 +354,4 @@ TEST(CallbackThatThrows, WithoutMemoryEndsItsRequestAlone) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

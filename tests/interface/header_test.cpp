@@ -21,7 +21,7 @@ bool SendRecordFieldsLieWhereTheyShould4();
 bool SendRecordFieldsLieWhereTheyShould8();
 bool SendRecordFieldsLieWhereTheyShould16();
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 TEST(CHeader, InCpp98WithAnyPackingLaysTheSendRecordOutAsDocumented) {
@@ -55,4 +55,4 @@ INSTANTIATE_TEST_SUITE_P(PackedTo, HeaderInC,
                                          FillRecordInC16));
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 /// The documented names, and nothing else.
@@ -281,4 +281,4 @@ TEST(Image, CarriesItsVersion) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

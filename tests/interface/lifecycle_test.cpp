@@ -12,7 +12,7 @@
 #include <map>
 #include <memory>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 /// Default callbacks may come as long as the process lives.
@@ -556,4 +556,4 @@ TEST(ProcessEnd, AfterInitOfEveryTypeIsClean) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -11,7 +11,7 @@
 #include <deque>
 #include <memory>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 const Library& TheLibrary() {
@@ -215,4 +215,4 @@ TEST(Load, RequestsOfEveryKindLeaveNoMemory) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

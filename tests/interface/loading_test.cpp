@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <string>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 constexpr int kGood = 42;
@@ -82,4 +82,4 @@ TEST(Loading, SocketsInterfaceIsAskedForVersion1Point1) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -12,7 +12,7 @@
 #include <cstring>
 #include <memory>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 std::unique_ptr<Request> ToNowhere() {
@@ -327,4 +327,4 @@ TEST(ProxyCredentials, ReplacedByManyAtOnceAreNeverTorn) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

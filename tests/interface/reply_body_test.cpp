@@ -10,7 +10,7 @@
 
 #include <cstring>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 const Library& TheLibrary() {
@@ -249,4 +249,4 @@ TEST(HugeReply, AnnouncedBeyond2GiBAndCutOffFailsCleanlyAndLeavesNoFile) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 const Library& TheLibrary() {
@@ -236,4 +236,4 @@ TEST(WrongPeer, AnswersRubbishEndsWithOneFailure) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

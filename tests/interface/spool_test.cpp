@@ -10,7 +10,7 @@
 
 #include <stdexcept>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 constexpr size_t kSpooled = 10241;
@@ -331,4 +331,4 @@ TEST(ThrowingCallback, IsReportedToTheEventLogWithItsThreadsName) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -11,7 +11,7 @@
 #include <memory>
 #include <new>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 struct Started {
@@ -259,4 +259,4 @@ TEST(BlockingCallback, HoldsUpNobodyElse) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 /// Wine takes the version that a program sees from here, by the name of the program's file.
@@ -81,4 +81,4 @@ TEST(WindowsVersion, DecidesWhereLargeRepliesAreSpooled) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

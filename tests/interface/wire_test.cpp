@@ -9,7 +9,7 @@
 
 #include <cstring>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 const Library& TheLibrary() {
@@ -206,4 +206,4 @@ TEST(WireFormat, AfterTheReplyTheConnectionIsClosedByTheLibrary) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

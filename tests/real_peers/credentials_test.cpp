@@ -9,7 +9,7 @@
 #include <cstring>
 #include <vector>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 // All proxies know the user "user" with the password "pass" only.
@@ -124,4 +124,4 @@ TEST(RealProxyCredentials, ThatTinyproxyDoesNotKnowEndTheRequestWithoutAQuestion
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

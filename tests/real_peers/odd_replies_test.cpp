@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 /// What is asked for in the message is what comes. `release` lets go of connections that stay open.
@@ -129,4 +129,4 @@ TEST(OddReply, OfAnOrdinaryWebServerIsNotTakenForAMessageServers) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

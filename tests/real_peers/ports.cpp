@@ -8,7 +8,7 @@
 #include <cctype>
 #include <cstdlib>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 unsigned short PortOf(const std::string& name) {
     std::string variable = "WPK_TEST_" + name + "_PORT";
@@ -19,4 +19,4 @@ unsigned short PortOf(const std::string& name) {
     return static_cast<unsigned short>(std::atoi(value));
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

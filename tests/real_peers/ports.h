@@ -5,11 +5,11 @@
 
 #include <string>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 /// The port of a name in run.sh.
 unsigned short PortOf(const std::string& name);
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_REAL_PEERS_PORTS_H

@@ -9,7 +9,7 @@
 
 #include <deque>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 /// Beyond what any of them holds in memory, and what the server takes.
@@ -108,4 +108,4 @@ TEST(SampleServer, BehindNginxWithAServerTextOfItsOwnIsNotTakenForAMessageServer
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

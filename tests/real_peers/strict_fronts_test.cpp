@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 constexpr size_t kTooLarge = 8 * 1024 * 1024;
@@ -101,4 +101,4 @@ TEST(SlowClient, OfNginxIsLeftWithoutAWordAndEndsTheRequest) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

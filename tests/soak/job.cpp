@@ -6,7 +6,7 @@
 
 namespace wpk::soak {
 
-Job::Job(Plan plan, const rig::Library& library, std::function<void(Job&)> ended)
+Job::Job(Plan plan, const harness::Library& library, std::function<void(Job&)> ended)
     : plan_(std::move(plan)),
       library_(library),
       ended_(std::move(ended)),
@@ -76,7 +76,7 @@ std::string Job::Judge() {
 }
 
 std::string Job::JudgeNotifications() {
-    const std::vector<rig::Notification> all = request_.inbox.All();
+    const std::vector<harness::Notification> all = request_.inbox.All();
     if (request_.inbox.Finals() != 1) return std::to_string(request_.inbox.Finals()) + " final notifications";
     if (all.size() != 1) return "a notification that nobody asked for";
     if (final_.thread != request_.Handle()) return "a final notification on another thread than the handle's";
@@ -100,7 +100,7 @@ std::string Job::JudgeFailure() const {
     if (error == WPK_ERROR_CANCELLED && Cancelled()) return {};
     if (std::find(plan_.errors.begin(), plan_.errors.end(), error) != plan_.errors.end()) return {};
     const bool lost = error == WPK_ERROR_CONNECT || error == WPK_ERROR_EXCHANGE;
-    if (lost && plan_.server && plan_.server->TroubledSince(plan_.sight)) return {};
+    if (lost && plan_.server && plan_.server->TroubledSince(plan_.snapshot)) return {};
     return "a failure without a cause";
 }
 

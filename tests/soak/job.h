@@ -33,15 +33,15 @@ struct Plan {
     CancelPlan cancel;
     /// Spoils the record so that the library finds it unusable.
     bool withoutServerName = false;
-    /// The server that carries it, if it is one that dies; then the sight of it from before the request.
+    /// The server that carries it, if it is one that dies; then the snapshot of it from before the request.
     ServerProcess* server = nullptr;
-    ServerProcess::Sight sight = {};
+    ServerProcess::Snapshot snapshot = {};
 };
 
 class Job {
 public:
     /// `ended` is called once on the request's thread, at the end of its final callback.
-    Job(Plan plan, const rig::Library& library, std::function<void(Job&)> ended);
+    Job(Plan plan, const harness::Library& library, std::function<void(Job&)> ended);
 
     /// False when the library refuses.
     bool Send();
@@ -57,7 +57,7 @@ public:
     size_t MessageLength() const { return request_.Message().size(); }
     bool Cancelled() const { return cancelledAt_ != 0; }
     /// The final notification; after the end.
-    const rig::Notification& Final() const { return final_; }
+    const harness::Notification& Final() const { return final_; }
     /// How long the request went on after it had been cancelled.
     ULONGLONG CancelTook() const { return endedAt_ - cancelledAt_; }
     /// From before the send to the final notification.
@@ -73,13 +73,13 @@ private:
     std::string JudgeFailure() const;
 
     Plan plan_;
-    const rig::Library& library_;
+    const harness::Library& library_;
     std::function<void(Job&)> ended_;
-    rig::Request request_;
-    rig::Notification final_;
+    harness::Request request_;
+    harness::Notification final_;
     ULONGLONG madeAt_ = GetTickCount64();
 
-    rig::Monitor monitor_;  // of what follows
+    harness::Monitor monitor_;  // of what follows
     bool sent_ = false;
     bool finalBegun_ = false;
     ULONGLONG cancelledAt_ = 0;

@@ -1,6 +1,6 @@
 // The books of a run: what was sent and what came of it, kind by kind, and everything that does not add up.
 // SPDX-License-Identifier: MIT
-#include "soak/account.h"
+#include "soak/ledger.h"
 
 #include "support/dll/process.h"
 
@@ -32,7 +32,7 @@ std::string Listed(const std::map<int, uint64_t>& failures) {
 }  // namespace
 
 Report::Report(const std::string& path) : file_(std::fopen(path.c_str(), "w")) {
-    if (!file_) rig::Die("cannot write " + path);
+    if (!file_) harness::Die("cannot write " + path);
 }
 
 Report::~Report() {
@@ -53,7 +53,7 @@ void Report::Line(const char* format, ...) {
     });
 }
 
-void Account::NoteAccepted(const Job& job) {
+void Ledger::NoteAccepted(const Job& job) {
     monitor_.Update([&] {
         ++all_.accepted;
         ++kinds_[job.plan().kind].accepted;
@@ -61,19 +61,19 @@ void Account::NoteAccepted(const Job& job) {
     });
 }
 
-void Account::NoteRefused(bool asExpected) {
+void Ledger::NoteRefused(bool asExpected) {
     monitor_.Update([this] { ++refused_; });
     if (!asExpected) NoteMismatch("a send was refused that is to be accepted, or the other way round");
 }
 
-void Account::NoteEnded(const Job& job, const std::string& wrong) {
-    const rig::Notification& last = job.Final();
+void Ledger::NoteEnded(const Job& job, const std::string& wrong) {
+    const harness::Notification& last = job.Final();
     monitor_.Update([&] {
         ++ended_;
-        for (Tally* tally : {&all_, &kinds_[job.plan().kind]}) {
-            tally->longest = std::max(tally->longest, job.Took());
-            if (last.reason == WPK_REASON_REPLY) ++tally->replies;
-            if (last.reason == WPK_REASON_FAILURE) ++tally->failures[last.error];
+        for (Counts* counts : {&all_, &kinds_[job.plan().kind]}) {
+            counts->longest = std::max(counts->longest, job.Took());
+            if (last.reason == WPK_REASON_REPLY) ++counts->replies;
+            if (last.reason == WPK_REASON_FAILURE) ++counts->failures[last.error];
         }
         bytesBack_ += last.bytes.size();
         if (!job.Cancelled()) return;
@@ -89,38 +89,38 @@ void Account::NoteEnded(const Job& job, const std::string& wrong) {
     if (!wrong.empty()) NoteMismatch(wrong + " (" + job.Describe() + ")");
 }
 
-void Account::NoteMismatch(const std::string& text) {
+void Ledger::NoteMismatch(const std::string& text) {
     const uint64_t count = monitor_.Update([this] { return ++mismatches_; });
     if (count <= kShownMismatches) report_.Line("MISMATCH: %s", text.c_str());
 }
 
-void Account::JudgeRescues() {
+void Ledger::JudgeRescues() {
     const auto [rescues, accepted] = monitor_.Update([this] { return std::pair(rescues_, all_.accepted); });
     if (rescues * kAcceptedForEachRescue > accepted) {
         NoteMismatch(std::to_string(rescues) + " requests did not end by themselves");
     }
 }
 
-uint64_t Account::Accepted() {
+uint64_t Ledger::Accepted() {
     return monitor_.Update([this] { return all_.accepted; });
 }
 
-uint64_t Account::InFlight() {
+uint64_t Ledger::InFlight() {
     return monitor_.Update([this] { return all_.accepted - std::min(all_.accepted, ended_); });
 }
 
-uint64_t Account::Mismatches() {
+uint64_t Ledger::Mismatches() {
     return monitor_.Update([this] { return mismatches_; });
 }
 
-void Account::Print(const std::string& kind, const Tally& tally) {
-    report_.Line("%-16s %9llu %9llu %10llu %s", kind.c_str(), Number(tally.accepted), Number(tally.replies),
-                 tally.longest, Listed(tally.failures).c_str());
+void Ledger::Print(const std::string& kind, const Counts& counts) {
+    report_.Line("%-16s %9llu %9llu %10llu %s", kind.c_str(), Number(counts.accepted), Number(counts.replies),
+                 counts.longest, Listed(counts.failures).c_str());
 }
 
-void Account::Print(unsigned int serverEnds) {
+void Ledger::Print(unsigned int serverEnds) {
     report_.Line("%-16s %9s %9s %10s  failures by code", "kind", "requests", "replies", "longest ms");
-    for (const auto& [kind, tally] : kinds_) Print(kind, tally);
+    for (const auto& [kind, counts] : kinds_) Print(kind, counts);
     Print("all", all_);
     report_.Line("refused sends: %llu; servers ended and started again: %u", Number(refused_), serverEnds);
     report_.Line(

@@ -1,7 +1,7 @@
 // The books of a run: what was sent and what came of it, kind by kind, and everything that does not add up.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_TESTS_SOAK_ACCOUNT_H
-#define WPK_TESTS_SOAK_ACCOUNT_H
+#ifndef WPK_TESTS_SOAK_LEDGER_H
+#define WPK_TESTS_SOAK_LEDGER_H
 
 #include "soak/job.h"
 
@@ -24,14 +24,14 @@ public:
     [[gnu::format(printf, 2, 3)]] void Line(const char* format, ...);
 
 private:
-    rig::Monitor monitor_;
+    harness::Monitor monitor_;
     std::FILE* file_;
 };
 
 /// Any thread.
-class Account {
+class Ledger {
 public:
-    explicit Account(Report& report) : report_(report) {}
+    explicit Ledger(Report& report) : report_(report) {}
 
     void NoteAccepted(const Job& job);
     void NoteRefused(bool asExpected);
@@ -47,19 +47,19 @@ public:
     void Print(unsigned int serverEnds);
 
 private:
-    struct Tally {
+    struct Counts {
         uint64_t accepted = 0;
         uint64_t replies = 0;
         std::map<int, uint64_t> failures;
         ULONGLONG longest = 0;
     };
 
-    void Print(const std::string& kind, const Tally& tally);
+    void Print(const std::string& kind, const Counts& counts);
 
     Report& report_;
-    rig::Monitor monitor_;
-    std::map<std::string, Tally> kinds_;
-    Tally all_;
+    harness::Monitor monitor_;
+    std::map<std::string, Counts> kinds_;
+    Counts all_;
     uint64_t ended_ = 0;
     uint64_t refused_ = 0;
     uint64_t bytesOut_ = 0;
@@ -74,4 +74,4 @@ private:
 
 }  // namespace wpk::soak
 
-#endif  // WPK_TESTS_SOAK_ACCOUNT_H
+#endif  // WPK_TESTS_SOAK_LEDGER_H

@@ -20,19 +20,19 @@ bool Load::RunRound(DWORD milliseconds) {
     const ULONGLONG end = GetTickCount64() + milliseconds;
     sending_ = cancelling_ = true;
     ++round_;
-    std::vector<rig::Thread> senders;
+    std::vector<harness::Thread> senders;
     for (uint64_t i = 0; i < kSenders; ++i) {
         senders.emplace_back([this, i, end] {
             Random random(seed_, round_ * 100 + i);
             SendUntil(end, random);
         });
     }
-    rig::Thread canceller([this] { CancelWhenDue(); });
-    rig::Thread saboteur([this, end] {
+    harness::Thread canceller([this] { CancelWhenDue(); });
+    harness::Thread saboteur([this, end] {
         Random random(seed_, round_ * 100 + kSenders);
         EndServersUntil(end, random);
     });
-    rig::Thread closer([this, &senders, &saboteur] {
+    harness::Thread closer([this, &senders, &saboteur] {
         senders.clear();
         saboteur.Join();
         monitor_.Update([this] { sending_ = false; });
@@ -46,7 +46,7 @@ void Load::SendUntil(ULONGLONG end, Random& random) {
     while (GetTickCount64() < end) {
         WaitForRoom();
         SendOne(random);
-        if (random.OneIn(50)) account_.NoteRefused(library_.Send(nullptr) == 0);
+        if (random.OneIn(50)) ledger_.NoteRefused(library_.Send(nullptr) == 0);
         Sleep(static_cast<DWORD>(random.Below(kPauseMs)));
     }
 }
@@ -60,11 +60,11 @@ void Load::SendOne(Random& random) {
         traffic_.Next(random), library_, [this](Job& ended) { monitor_.Update([&] { ended_.push_back(&ended); }); });
     monitor_.Update([&] { inFlight_[job.get()] = job; });
     if (!job->Send()) {
-        account_.NoteRefused(/*as_expected=*/false);
+        ledger_.NoteRefused(/*as_expected=*/false);
         monitor_.Update([&] { inFlight_.erase(job.get()); });
         return;
     }
-    account_.NoteAccepted(*job);
+    ledger_.NoteAccepted(*job);
     const CancelPlan& cancel = job->plan().cancel;
     if (cancel.when != CancelPlan::kAfter) return;
     if (cancel.milliseconds == 0) {
@@ -102,7 +102,7 @@ bool Load::Collect() {
             NoteStuck();
             return false;
         }
-        account_.NoteEnded(*job, job->Judge());
+        ledger_.NoteEnded(*job, job->Judge());
         if (job->plan().cancel.when != CancelPlan::kNever) kept.emplace_back(GetTickCount64(), job);
     }
 }
@@ -127,9 +127,9 @@ Load::JobPointer Load::TakeEnded(bool& allOver) {
 
 void Load::NoteStuck() {
     monitor_.Update([this] {
-        for (const auto& [address, job] : inFlight_) account_.NoteMismatch("no end: " + job->Describe());
+        for (const auto& [address, job] : inFlight_) ledger_.NoteMismatch("no end: " + job->Describe());
     });
-    account_.NoteMismatch("requests have not ended");
+    ledger_.NoteMismatch("requests have not ended");
 }
 
 void Load::EndServersUntil(ULONGLONG end, Random& random) {

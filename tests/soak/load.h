@@ -3,7 +3,7 @@
 #ifndef WPK_TESTS_SOAK_LOAD_H
 #define WPK_TESTS_SOAK_LOAD_H
 
-#include "soak/account.h"
+#include "soak/ledger.h"
 #include "soak/traffic.h"
 
 #include <cstdint>
@@ -19,8 +19,8 @@ constexpr DWORD kCalmBeforeEndMs = 33 * 1000;
 
 class Load {
 public:
-    Load(const rig::Library& library, const Traffic& traffic, ServerProcess& dying, Account& account, uint64_t seed)
-        : library_(library), traffic_(traffic), dying_(dying), account_(account), seed_(seed) {}
+    Load(const harness::Library& library, const Traffic& traffic, ServerProcess& dying, Ledger& ledger, uint64_t seed)
+        : library_(library), traffic_(traffic), dying_(dying), ledger_(ledger), seed_(seed) {}
 
     /// Sends for so long, then waits until every request has ended. False when some do not end.
     bool RunRound(DWORD milliseconds);
@@ -37,19 +37,19 @@ private:
     void NoteStuck();
     void EndServersUntil(ULONGLONG end, Random& random);
 
-    const rig::Library& library_;
+    const harness::Library& library_;
     const Traffic& traffic_;
     ServerProcess& dying_;
-    Account& account_;
+    Ledger& ledger_;
     uint64_t seed_;
     uint64_t round_ = 0;
 
-    rig::Monitor monitor_;  // of what follows
+    harness::Monitor monitor_;  // of what follows
     bool sending_ = false;
     std::map<Job*, JobPointer> inFlight_;
     std::vector<Job*> ended_;
 
-    rig::Monitor cancelsMonitor_;  // of what follows
+    harness::Monitor cancelsMonitor_;  // of what follows
     bool cancelling_ = false;
     std::multimap<ULONGLONG, std::weak_ptr<Job>> cancels_;
 };

@@ -1,7 +1,7 @@
 // Loads the library for minutes or hours with all that can go wrong going wrong, and accounts for every request.
 // SPDX-License-Identifier: MIT
-#include "soak/account.h"
-#include "soak/level.h"
+#include "soak/ledger.h"
+#include "soak/resource_usage.h"
 #include "soak/load.h"
 #include "soak/traffic.h"
 #include "support/dll/heap_count.h"
@@ -59,26 +59,26 @@ class Soak {
 public:
     explicit Soak(const Options& options)
         : options_(options),
-          report_(rig::ProgramFolder() + "soak.txt"),
-          library_(rig::Library::LoadFresh()),
+          report_(harness::ProgramFolder() + "soak.txt"),
+          library_(harness::Library::LoadFresh()),
           heap_(library_.module()),
-          account_(report_),
+          ledger_(report_),
           peers_(options.seed),
           traffic_(peers_, steady_, dying_),
-          load_(library_, traffic_, dying_, account_, options.seed) {}
+          load_(library_, traffic_, dying_, ledger_, options.seed) {}
 
     int Run() {
         report_.Line("seed %llu, %lu seconds", static_cast<unsigned long long>(options_.seed), options_.seconds);
-        const WPK_INITSTRUCT settings = rig::PermanentSettings(everybody_);
-        if (library_.Init(&settings) != 1) rig::Die("WPK_Init failed");
+        const WPK_INITSTRUCT settings = harness::PermanentSettings(everybody_);
+        if (library_.Init(&settings) != 1) harness::Die("WPK_Init failed");
         begin_ = GetTickCount64();
         {
-            const rig::Thread watch([this] { Watch(); });
-            knownThreads_ = rig::ThreadIds();
+            const harness::Thread watch([this] { Watch(); });
+            knownThreads_ = harness::ThreadIds();
             if (!RunRounds()) GiveUp();
             over_.Set();
         }
-        account_.Print(dying_.Ends());
+        ledger_.Print(dying_.Ends());
         PrintTrend();
         return PrintVerdict();
     }
@@ -91,35 +91,35 @@ private:
         // In its second life like in every later one.
         dying_.Kill();
         dying_.Start();
-        Level least = QuietLevel("after warm-up");
+        ResourceUsage least = QuietLevel("after warm-up");
         const DWORD whole = std::max(options_.seconds * 1000, 2 * Elapsed());
         while (Elapsed() < whole) {
             const DWORD left = whole - Elapsed();
             // No round too short for anything to happen in it.
             if (!load_.RunRound(left < 2 * kRoundMs ? left : kRoundMs)) return false;
-            const Level now = QuietLevel("at rest");
+            const ResourceUsage now = QuietLevel("at rest");
             Compare(least, now);
-            least = Level::Least(least, now);
+            least = ResourceUsage::Least(least, now);
         }
         return true;
     }
 
-    Level QuietLevel(const char* when) {
-        if (!peers_.WaitUntilIdle()) account_.NoteMismatch("a peer's connection does not end");
-        if (!rig::WaitForOtherThreads(knownThreads_)) account_.NoteMismatch("a thread of the library does not end");
-        const Level level = Measure();
-        Print(level, when);
-        quiet_.emplace_back(Elapsed() / 60000.0, static_cast<double>(level.UsedKb()));
-        return level;
+    ResourceUsage QuietLevel(const char* when) {
+        if (!peers_.WaitUntilIdle()) ledger_.NoteMismatch("a peer's connection does not end");
+        if (!harness::WaitForOtherThreads(knownThreads_)) ledger_.NoteMismatch("a thread of the library does not end");
+        const ResourceUsage usage = Measure();
+        Print(usage, when);
+        quiet_.emplace_back(Elapsed() / 60000.0, static_cast<double>(usage.UsedKb()));
+        return usage;
     }
 
     /// One at a time: looking at the process takes a handle, which another look would count.
-    Level Measure() {
-        return measuring_.Update([this] { return Level::Now(heap_); });
+    ResourceUsage Measure() {
+        return measuring_.Update([this] { return ResourceUsage::Now(heap_); });
     }
 
     /// Against the least ever seen at rest: what the warm-up's last moment held may have been on its way out.
-    void Compare(const Level& least, const Level& now) {
+    void Compare(const ResourceUsage& least, const ResourceUsage& now) {
         CompareOne("threads", least.threads, now.threads);
         CompareOne("handles", least.handles, now.handles);
         CompareOne("mapped regions", least.mapped, now.mapped);
@@ -131,27 +131,27 @@ private:
 
     void CompareOne(const char* what, size_t least, size_t now) {
         if (now <= least) return;
-        account_.NoteMismatch(std::string(what) + ": " + std::to_string(least) + " at rest before, " +
-                              std::to_string(now) + " now");
+        ledger_.NoteMismatch(std::string(what) + ": " + std::to_string(least) + " at rest before, " +
+                             std::to_string(now) + " now");
     }
 
-    void Print(const Level& level, const char* when) {
+    void Print(const ResourceUsage& usage, const char* when) {
         report_.Line(
             "%6lu s %8llu requests %4llu in flight %4llu threads %5llu handles %3llu mapped %7llu KB, "
             "%7llu spare %6ld blocks %s",
-            Elapsed() / 1000, static_cast<unsigned long long>(account_.Accepted()),
-            static_cast<unsigned long long>(account_.InFlight()), static_cast<unsigned long long>(level.threads),
-            static_cast<unsigned long long>(level.handles), static_cast<unsigned long long>(level.mapped),
-            static_cast<unsigned long long>(level.privateKb), static_cast<unsigned long long>(level.spareKb),
-            level.libraryBlocks, when);
+            Elapsed() / 1000, static_cast<unsigned long long>(ledger_.Accepted()),
+            static_cast<unsigned long long>(ledger_.InFlight()), static_cast<unsigned long long>(usage.threads),
+            static_cast<unsigned long long>(usage.handles), static_cast<unsigned long long>(usage.mapped),
+            static_cast<unsigned long long>(usage.privateKb), static_cast<unsigned long long>(usage.spareKb),
+            usage.libraryBlocks, when);
     }
 
     void Watch() {
         const DWORD step = options_.seconds < 300 ? 5000 : 30000;
         while (!over_.Wait(step)) {
-            const Level level = Measure();
-            Print(level, "");
-            samples_.emplace_back(Elapsed() / 60000.0, static_cast<double>(level.UsedKb()));
+            const ResourceUsage usage = Measure();
+            Print(usage, "");
+            samples_.emplace_back(Elapsed() / 60000.0, static_cast<double>(usage.UsedKb()));
         }
     }
 
@@ -167,16 +167,16 @@ private:
     }
 
     int PrintVerdict() {
-        if (!everybody_.All().empty()) account_.NoteMismatch("the default callback was called");
+        if (!everybody_.All().empty()) ledger_.NoteMismatch("the default callback was called");
         for (ServerProcess* server : {&steady_, &dying_}) {
             if (server->OwnEnd().empty()) continue;
             // In any case, for it explains many others, and only so many of them are shown.
             report_.Line("%s", server->OwnEnd().c_str());
-            account_.NoteMismatch(server->OwnEnd());
+            ledger_.NoteMismatch(server->OwnEnd());
         }
-        account_.JudgeRescues();
-        if (account_.InFlight() != 0) account_.NoteMismatch("requests without an end");
-        const auto mismatches = static_cast<unsigned long long>(account_.Mismatches());
+        ledger_.JudgeRescues();
+        if (ledger_.InFlight() != 0) ledger_.NoteMismatch("requests without an end");
+        const auto mismatches = static_cast<unsigned long long>(ledger_.Mismatches());
         // As GoogleTest says it, so that it is counted with the other tests.
         if (mismatches == 0) {
             report_.Line("[  PASSED  ] 1 test.");
@@ -189,7 +189,7 @@ private:
 
     /// Requests are still using what would be taken down now.
     [[noreturn]] void GiveUp() {
-        account_.Print(dying_.Ends());
+        ledger_.Print(dying_.Ends());
         PrintVerdict();
         TerminateProcess(GetCurrentProcess(), 1);
         std::abort();
@@ -197,10 +197,10 @@ private:
 
     Options options_;
     Report report_;
-    rig::Inbox& everybody_ = *new rig::Inbox;  // as long as the process: the library may call it any time
-    rig::Library library_;
-    rig::HeapCount heap_;
-    Account account_;
+    harness::Inbox& everybody_ = *new harness::Inbox;  // as long as the process: the library may call it any time
+    harness::Library library_;
+    harness::HeapCount heap_;
+    Ledger ledger_;
     Peers peers_;
     ServerProcess steady_;
     ServerProcess dying_;
@@ -208,8 +208,8 @@ private:
     Load load_;
     ULONGLONG begin_ = 0;
     std::set<DWORD> knownThreads_;
-    rig::Signal over_;
-    rig::Monitor measuring_;
+    harness::Signal over_;
+    harness::Monitor measuring_;
     std::vector<Point> samples_;  // minutes, KB in use
     std::vector<Point> quiet_;    // the same, without any request in flight
 };
@@ -223,8 +223,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: soak --seconds NUMBER [--seed NUMBER]    (60 seconds at least)\n");
         return 2;
     }
-    wpk::rig::EnterScratchFolder(/*clean=*/true);
+    wpk::harness::EnterScratchFolder(/*clean=*/true);
     WSADATA sockets;
-    if (WSAStartup(MAKEWORD(2, 2), &sockets) != 0) wpk::rig::Die("no sockets");
+    if (WSAStartup(MAKEWORD(2, 2), &sockets) != 0) wpk::harness::Die("no sockets");
     return wpk::soak::Soak(*options).Run();
 }

@@ -17,7 +17,7 @@ constexpr int kOthers = 8;
 /// Whoever gets no answer here is cancelled, and has closed the connection, long before.
 constexpr DWORD kCancelMs = 15000;
 
-void SendSlowly(rig::Connection& connection, const std::string& reply, size_t pieces) {
+void SendSlowly(harness::Connection& connection, const std::string& reply, size_t pieces) {
     const size_t piece = reply.size() / pieces + 1;
     for (size_t at = 0; at < reply.size(); at += piece) {
         if (!connection.Send(std::string_view(reply).substr(at, piece))) return;
@@ -25,32 +25,32 @@ void SendSlowly(rig::Connection& connection, const std::string& reply, size_t pi
     }
 }
 
-void Perform(rig::Connection& connection) {
-    const std::string message = rig::MessageOf(connection.ReadRequest());
+void Perform(harness::Connection& connection) {
+    const std::string message = harness::MessageOf(connection.ReadRequest());
     // Cancelled before it was here in whole.
     if (message.empty()) return;
-    const Act act = Act::In(message);
-    switch (act.what) {
-        case Act::kReply:
-            connection.Send(act.Reply());
+    const Action action = Action::In(message);
+    switch (action.what) {
+        case Action::kReply:
+            connection.Send(action.Reply());
             break;
-        case Act::kSlowly:
-            SendSlowly(connection, act.Reply(), act.place);
+        case Action::kSlowly:
+            SendSlowly(connection, action.Reply(), action.place);
             break;
-        case Act::kCut:
-            connection.Send(act.Reply().substr(0, act.place));
+        case Action::kCut:
+            connection.Send(action.Reply().substr(0, action.place));
             connection.Close();
             break;
-        case Act::kReset:
-            connection.Send(act.Reply().substr(0, act.place));
+        case Action::kReset:
+            connection.Send(action.Reply().substr(0, action.place));
             connection.Reset();
             break;
-        case Act::kStall:
-            connection.Send(act.Reply().substr(0, act.place));
+        case Action::kStall:
+            connection.Send(action.Reply().substr(0, action.place));
             connection.WaitForEnd(kCancelMs);
             break;
-        case Act::kWrongHead:
-            connection.Send(kWrongHeads[act.place].bytes);
+        case Action::kWrongHead:
+            connection.Send(kWrongHeads[action.place].bytes);
             break;
     }
 }
@@ -83,7 +83,7 @@ const WrongHead kWrongHeads[] = {
 };
 const size_t kWrongHeadCount = sizeof kWrongHeads / sizeof *kWrongHeads;
 
-std::string Act::Text() const {
+std::string Action::Text() const {
     std::string text;
     for (const size_t number : {static_cast<size_t>(what), bodyLength, bodyOffset, place}) {
         text += std::to_string(number) + " ";
@@ -91,18 +91,18 @@ std::string Act::Text() const {
     return text;
 }
 
-Act Act::In(const std::string& message) {
+Action Action::In(const std::string& message) {
     const char* text = message.c_str();
-    Act act;
-    act.what = static_cast<What>(TakeNumber(text));
-    act.bodyLength = TakeNumber(text);
-    act.bodyOffset = TakeNumber(text);
-    act.place = TakeNumber(text);
-    return act;
+    Action action;
+    action.what = static_cast<What>(TakeNumber(text));
+    action.bodyLength = TakeNumber(text);
+    action.bodyOffset = TakeNumber(text);
+    action.place = TakeNumber(text);
+    return action;
 }
 
-std::string Act::Reply() const {
-    std::string reply = rig::OkHead(bodyLength);
+std::string Action::Reply() const {
+    std::string reply = harness::OkHead(bodyLength);
     return reply.append(Stretch(bodyOffset, bodyLength));
 }
 
@@ -110,24 +110,24 @@ Peers::Peers(uint64_t seed)
     : seed_(seed),
       actor_(Perform, kActors),
       lateActor_(
-          [this](rig::Connection& connection) {
+          [this](harness::Connection& connection) {
               Sleep(static_cast<DWORD>(NextChoice(300)));
               Perform(connection);
           },
           kOthers),
-      cutter_([this](rig::Connection& connection) { CutEarly(connection); }, kOthers),
+      cutter_([this](harness::Connection& connection) { CutEarly(connection); }, kOthers),
       deaf_(
-          [this](rig::Connection& connection) {
+          [this](harness::Connection& connection) {
               connection.ReadBytes(4);
               Sleep(static_cast<DWORD>(NextChoice(500)));
               connection.WaitForEnd(kCancelMs);
           },
           kOthers) {
-    for (rig::Peer* peer : {&actor_, &lateActor_, &cutter_, &deaf_}) peer->KeepNoRequests();
+    for (harness::Peer* peer : {&actor_, &lateActor_, &cutter_, &deaf_}) peer->KeepNoRequests();
 }
 
 bool Peers::WaitUntilIdle() {
-    for (rig::Peer* peer : {&actor_, &lateActor_, &cutter_, &deaf_}) {
+    for (harness::Peer* peer : {&actor_, &lateActor_, &cutter_, &deaf_}) {
         if (!peer->WaitUntilIdle()) return false;
     }
     return true;
@@ -138,7 +138,7 @@ size_t Peers::NextChoice(size_t limit) {
     return Random(seed_, ++choices_).Below(limit);
 }
 
-void Peers::CutEarly(rig::Connection& connection) {
+void Peers::CutEarly(harness::Connection& connection) {
     const size_t place = NextChoice(4);
     // Every request is longer than that.
     if (place == 1 || place == 2) connection.ReadBytes(1 + NextChoice(200));

@@ -12,7 +12,7 @@
 namespace wpk::soak {
 
 /// What the actor does with a request. It travels as the beginning of the message.
-struct Act {
+struct Action {
     enum What : unsigned {
         kReply,      // a good reply
         kSlowly,     // the same in pieces, with pauses
@@ -27,7 +27,7 @@ struct Act {
     size_t place = 0;       // the first bytes' count, the pieces' count, or the head's number
 
     std::string Text() const;
-    static Act In(const std::string& message);
+    static Action In(const std::string& message);
     /// The whole good reply.
     std::string Reply() const;
 };
@@ -60,15 +60,15 @@ public:
 
 private:
     size_t NextChoice(size_t limit);
-    void CutEarly(rig::Connection& connection);
+    void CutEarly(harness::Connection& connection);
 
     uint64_t seed_;
     std::atomic<uint64_t> choices_{0};
-    rig::Peer actor_;
-    rig::Peer lateActor_;
-    rig::Peer cutter_;
-    rig::Peer deaf_;
-    rig::FullListener full_;
+    harness::Peer actor_;
+    harness::Peer lateActor_;
+    harness::Peer cutter_;
+    harness::Peer deaf_;
+    harness::FullListener full_;
 };
 
 }  // namespace wpk::soak

@@ -32,7 +32,7 @@ constexpr size_t kLargest = size_t{4} << 20;
 
 /// Stretches of this differ from each other wherever they begin.
 inline const std::string& Bytes() {
-    static const std::string bytes = rig::Pattern(2 * kLargest);
+    static const std::string bytes = harness::Pattern(2 * kLargest);
     return bytes;
 }
 

@@ -1,6 +1,6 @@
 // What the process holds at some moment: threads, handles, memory, files.
 // SPDX-License-Identifier: MIT
-#include "soak/level.h"
+#include "soak/resource_usage.h"
 
 #include "support/dll/process.h"
 
@@ -10,17 +10,17 @@ namespace wpk::soak {
 namespace {
 
 /// Wine does not say how much memory is a process's own; the list of its regions tells.
-void CountMemory(Level& level) {
+void CountMemory(ResourceUsage& usage) {
     size_t privateBytes = 0;
     MEMORY_BASIC_INFORMATION region = {};
     const char* address = nullptr;
     while (VirtualQuery(address, &region, sizeof region) != 0) {
         if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE) privateBytes += region.RegionSize;
         // A view may consist of several regions.
-        if (region.Type == MEM_MAPPED && region.BaseAddress == region.AllocationBase) ++level.mapped;
+        if (region.Type == MEM_MAPPED && region.BaseAddress == region.AllocationBase) ++usage.mapped;
         address = static_cast<const char*>(region.BaseAddress) + region.RegionSize;
     }
-    level.privateKb = privateBytes / 1024;
+    usage.privateKb = privateBytes / 1024;
 }
 
 size_t SpareBytes(HANDLE heap) {
@@ -44,32 +44,32 @@ size_t SpareBytes(HANDLE heap) {
     return spare;
 }
 
-void CountSpareMemory(Level& level) {
+void CountSpareMemory(ResourceUsage& usage) {
     HANDLE heaps[64];
     const DWORD count = std::min<DWORD>(GetProcessHeaps(64, heaps), 64);
     size_t spare = 0;
     for (DWORD i = 0; i < count; ++i) spare += SpareBytes(heaps[i]);
-    level.spareKb = spare / 1024;
+    usage.spareKb = spare / 1024;
 }
 
 }  // namespace
 
-Level Level::Now(const rig::HeapCount& libraryHeap) {
-    Level level;
-    level.threads = rig::ThreadIds().size();
-    level.handles = rig::HandleCount();
-    CountMemory(level);
-    CountSpareMemory(level);
-    level.libraryBlocks = libraryHeap.Blocks();
-    level.files = rig::FilesLike("", "tmp*").size();
-    return level;
+ResourceUsage ResourceUsage::Now(const harness::HeapCount& libraryHeap) {
+    ResourceUsage usage;
+    usage.threads = harness::ThreadIds().size();
+    usage.handles = harness::HandleCount();
+    CountMemory(usage);
+    CountSpareMemory(usage);
+    usage.libraryBlocks = libraryHeap.Blocks();
+    usage.files = harness::FilesLike("", "tmp*").size();
+    return usage;
 }
 
-Level Level::Least(const Level& a, const Level& b) {
-    Level least;
+ResourceUsage ResourceUsage::Least(const ResourceUsage& a, const ResourceUsage& b) {
+    ResourceUsage least;
     least.threads = std::min(a.threads, b.threads);
     least.handles = std::min(a.handles, b.handles);
-    const Level& lower = a.UsedKb() <= b.UsedKb() ? a : b;
+    const ResourceUsage& lower = a.UsedKb() <= b.UsedKb() ? a : b;
     least.privateKb = lower.privateKb;
     least.spareKb = lower.spareKb;
     least.mapped = std::min(a.mapped, b.mapped);

@@ -1,7 +1,7 @@
 // What the process holds at some moment: threads, handles, memory, files.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_TESTS_SOAK_LEVEL_H
-#define WPK_TESTS_SOAK_LEVEL_H
+#ifndef WPK_TESTS_SOAK_RESOURCE_USAGE_H
+#define WPK_TESTS_SOAK_RESOURCE_USAGE_H
 
 #include "support/dll/heap_count.h"
 
@@ -11,7 +11,7 @@
 
 namespace wpk::soak {
 
-struct Level {
+struct ResourceUsage {
     size_t threads = 0;
     size_t handles = 0;
     size_t privateKb = 0;    // memory of the process's own
@@ -22,9 +22,9 @@ struct Level {
 
     size_t UsedKb() const { return privateKb - spareKb; }
 
-    static Level Now(const rig::HeapCount& libraryHeap);
+    static ResourceUsage Now(const harness::HeapCount& libraryHeap);
     /// The lower one of each.
-    static Level Least(const Level& a, const Level& b);
+    static ResourceUsage Least(const ResourceUsage& a, const ResourceUsage& b);
 };
 
 /// A time and a value.
@@ -35,4 +35,4 @@ double Slope(const std::vector<Point>& points);
 
 }  // namespace wpk::soak
 
-#endif  // WPK_TESTS_SOAK_LEVEL_H
+#endif  // WPK_TESTS_SOAK_RESOURCE_USAGE_H

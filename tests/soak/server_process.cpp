@@ -18,7 +18,7 @@ HANDLE Leash() {
         JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
         limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
         if (!job || !SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits)) {
-            rig::Die("no job object for the servers");
+            harness::Die("no job object for the servers");
         }
         return job;
     }();
@@ -38,7 +38,7 @@ HANDLE OpenErrors() {
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, /*bInheritHandle=*/TRUE};
     const HANDLE errors = CreateFileA("server_errors.txt", FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                       &inherited, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (errors == INVALID_HANDLE_VALUE) rig::Die("no file for the servers' errors");
+    if (errors == INVALID_HANDLE_VALUE) harness::Die("no file for the servers' errors");
     return errors;
 }
 
@@ -53,7 +53,7 @@ public:
         if (!InitializeProcThreadAttributeList(List(), 1, 0, &size) ||
             !UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles_, sizeof handles_, nullptr,
                                        nullptr)) {
-            rig::Die("no list of inherited handles");
+            harness::Die("no list of inherited handles");
         }
     }
     ~OnlyInherited() { DeleteProcThreadAttributeList(List()); }
@@ -69,7 +69,7 @@ private:
 
 /// The process, with its standard output going to the pipe.
 HANDLE Launch(HANDLE output, HANDLE errors) {
-    const std::string program = rig::ProgramFolder() + "message_server.exe";
+    const std::string program = harness::ProgramFolder() + "message_server.exe";
     // A machine under full load may be slow, but must not seem dead to the server.
     std::string command = "\"" + program + "\" --port 0 --timeout 600";
     OnlyInherited inherited(output, errors);
@@ -86,7 +86,7 @@ HANDLE Launch(HANDLE output, HANDLE errors) {
     for (int i = 0; !CreateProcessA(program.c_str(), command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE,
                                     EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, &startup.StartupInfo, &started);
          ++i) {
-        if (i == kTries) rig::Die("cannot start " + program);
+        if (i == kTries) harness::Die("cannot start " + program);
         Sleep(kPauseMs);
     }
     CloseHandle(started.hThread);
@@ -97,7 +97,7 @@ HANDLE Launch(HANDLE output, HANDLE errors) {
 unsigned short PortIn(const std::string& line) {
     const size_t colon = line.rfind(':');
     const unsigned long port = colon == std::string::npos ? 0 : std::strtoul(line.c_str() + colon + 1, nullptr, 10);
-    if (port == 0 || port > 0xFFFF) rig::Die("the sample server names no port: \"" + line + "\"");
+    if (port == 0 || port > 0xFFFF) harness::Die("the sample server names no port: \"" + line + "\"");
     return static_cast<unsigned short>(port);
 }
 
@@ -115,7 +115,7 @@ void ServerProcess::Start() {
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, /*bInheritHandle=*/TRUE};
     HANDLE read = nullptr;
     HANDLE write = nullptr;
-    if (!CreatePipe(&read, &write, &inherited, 0)) rig::Die("no pipe");
+    if (!CreatePipe(&read, &write, &inherited, 0)) harness::Die("no pipe");
     SetHandleInformation(read, HANDLE_FLAG_INHERIT, 0);
     const HANDLE errors = OpenErrors();
     process_ = Launch(write, errors);
@@ -137,16 +137,16 @@ void ServerProcess::Kill() {
         now_.up = false;
     });
     TerminateProcess(process_, 1);
-    WaitForSingleObject(process_, rig::kPatience);
+    WaitForSingleObject(process_, harness::kPatience);
     CloseHandle(process_);
 }
 
-ServerProcess::Sight ServerProcess::Look() {
+ServerProcess::Snapshot ServerProcess::Look() {
     return monitor_.Update([this] { return now_; });
 }
 
-bool ServerProcess::TroubledSince(const Sight& sight) {
-    return !sight.up || Ends() != sight.ends;
+bool ServerProcess::TroubledSince(const Snapshot& snapshot) {
+    return !snapshot.up || Ends() != snapshot.ends;
 }
 
 std::string ServerProcess::OwnEnd() {

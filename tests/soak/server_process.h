@@ -12,7 +12,7 @@ namespace wpk::soak {
 class ServerProcess {
 public:
     /// Where the server was at some moment, and how often it had been ended before.
-    struct Sight {
+    struct Snapshot {
         unsigned short port = 0;
         unsigned int ends = 0;
         bool up = false;
@@ -30,9 +30,9 @@ public:
     /// A new process, on a port of the system's choice. Returns when it listens.
     void Start();
 
-    Sight Look();
+    Snapshot Look();
     /// Whether the server was gone at that moment, or has been ended since.
-    bool TroubledSince(const Sight& sight);
+    bool TroubledSince(const Snapshot& snapshot);
     unsigned int Ends();
     /// What is to be said of an end that nobody has asked for; empty when there was none. For the thread that calls
     /// Kill and Start, or when no other thread does.
@@ -41,8 +41,8 @@ public:
 private:
     void NoteOwnEnd();
 
-    rig::Monitor monitor_;
-    Sight now_;
+    harness::Monitor monitor_;
+    Snapshot now_;
     HANDLE process_ = nullptr;
     std::string ownEnd_;
 };

@@ -27,11 +27,11 @@ std::string AnyMessage(Random& random) {
     return std::string(Stretch(offset, AnySize(random)));
 }
 
-Act AnyReply(Random& random) {
-    Act act;
-    act.bodyLength = AnySize(random);
-    act.bodyOffset = AnyOffset(random);
-    return act;
+Action AnyReply(Random& random) {
+    Action action;
+    action.bodyLength = AnySize(random);
+    action.bodyOffset = AnyOffset(random);
+    return action;
 }
 
 bool IsAlphabet(const std::string& body, size_t length) {
@@ -82,25 +82,25 @@ Plan Traffic::ToServer(Random& random, const char* kind, const char* service, st
     plan.service = service;
     plan.message = std::move(message);
     ServerProcess* server = random.OneIn(3) ? &dying_ : &steady_;
-    plan.sight = server->Look();
+    plan.snapshot = server->Look();
     // A request to a dead port ends after 30 seconds only: a few are enough, or there would soon be nothing else.
-    if (!plan.sight.up && !random.OneIn(10)) {
+    if (!plan.snapshot.up && !random.OneIn(10)) {
         server = &steady_;
-        plan.sight = server->Look();
+        plan.snapshot = server->Look();
     }
     // Of a process that is ended, Wine now and then keeps a connection open: in the middle of a reply, nothing but a
     // cancel would end such a request.
     if (server == &dying_) plan.cancel = {CancelPlan::kAfter, 45000, /*rescue=*/true};
     plan.server = server;
-    plan.port = plan.sight.port;
+    plan.port = plan.snapshot.port;
     return plan;
 }
 
-Plan Traffic::ToActor(Random& random, const char* kind, const Act& act) const {
+Plan Traffic::ToActor(Random& random, const char* kind, const Action& action) const {
     Plan plan;
     plan.kind = kind;
     plan.port = random.OneIn(5) ? peers_.LateActor() : peers_.Actor();
-    plan.message = act.Text() + AnyMessage(random);
+    plan.message = action.Text() + AnyMessage(random);
     return plan;
 }
 
@@ -159,32 +159,32 @@ Plan Traffic::Unusable(Random& random) const {
 }
 
 Plan Traffic::Reply(Random& random) const {
-    const Act act = AnyReply(random);
-    Plan plan = ToActor(random, "reply", act);
-    plan.right = [act](const std::string&, const std::string& body) {
-        return body == Stretch(act.bodyOffset, act.bodyLength);
+    const Action action = AnyReply(random);
+    Plan plan = ToActor(random, "reply", action);
+    plan.right = [action](const std::string&, const std::string& body) {
+        return body == Stretch(action.bodyOffset, action.bodyLength);
     };
     return plan;
 }
 
 Plan Traffic::SlowReply(Random& random) const {
-    Act act = AnyReply(random);
-    act.what = Act::kSlowly;
-    act.place = random.Between(2, 25);
-    Plan plan = ToActor(random, "slow reply", act);
-    plan.right = [act](const std::string&, const std::string& body) {
-        return body == Stretch(act.bodyOffset, act.bodyLength);
+    Action action = AnyReply(random);
+    action.what = Action::kSlowly;
+    action.place = random.Between(2, 25);
+    Plan plan = ToActor(random, "slow reply", action);
+    plan.right = [action](const std::string&, const std::string& body) {
+        return body == Stretch(action.bodyOffset, action.bodyLength);
     };
     return plan;
 }
 
 Plan Traffic::Cut(Random& random) const {
-    Act act = AnyReply(random);
-    act.what = random.OneIn(2) ? Act::kCut : Act::kReset;
+    Action action = AnyReply(random);
+    action.what = random.OneIn(2) ? Action::kCut : Action::kReset;
     // In the head as often as in the body.
-    const size_t head = rig::OkHead(act.bodyLength).size();
-    act.place = random.Below(random.OneIn(2) ? head : head + act.bodyLength);
-    Plan plan = ToActor(random, act.what == Act::kCut ? "cut" : "reset", act);
+    const size_t head = harness::OkHead(action.bodyLength).size();
+    action.place = random.Below(random.OneIn(2) ? head : head + action.bodyLength);
+    Plan plan = ToActor(random, action.what == Action::kCut ? "cut" : "reset", action);
     plan.errors = {WPK_ERROR_EXCHANGE};
     return plan;
 }
@@ -196,23 +196,23 @@ Plan Traffic::CutEarly(Random& random) const {
 }
 
 Plan Traffic::WrongHead(Random& random) const {
-    Act act;
-    act.what = Act::kWrongHead;
-    act.place = random.Below(kWrongHeadCount);
-    Plan plan = ToActor(random, "wrong head", act);
-    const int error = kWrongHeads[act.place].error;
+    Action action;
+    action.what = Action::kWrongHead;
+    action.place = random.Below(kWrongHeadCount);
+    Plan plan = ToActor(random, "wrong head", action);
+    const int error = kWrongHeads[action.place].error;
     if (error != 0) plan.errors = {error};
     if (error == 0) plan.right = [](const std::string&, const std::string& body) { return body == "hi"; };
     return plan;
 }
 
 Plan Traffic::Stall(Random& random) const {
-    Act act = AnyReply(random);
-    act.what = Act::kStall;
-    const size_t head = rig::OkHead(act.bodyLength).size();
+    Action action = AnyReply(random);
+    action.what = Action::kStall;
+    const size_t head = harness::OkHead(action.bodyLength).size();
     // Short of the whole by one byte at least, which for an empty body is the head's last.
-    act.place = random.Below(random.OneIn(2) ? head : head + act.bodyLength);
-    Plan plan = ToActor(random, "stall", act);
+    action.place = random.Below(random.OneIn(2) ? head : head + action.bodyLength);
+    Plan plan = ToActor(random, "stall", action);
     CancelSoon(random, plan);
     return plan;
 }

@@ -23,7 +23,7 @@ private:
     static const Sort kSorts[];
 
     Plan ToServer(Random& random, const char* kind, const char* service, std::string message) const;
-    Plan ToActor(Random& random, const char* kind, const Act& act) const;
+    Plan ToActor(Random& random, const char* kind, const Action& action) const;
 
     Plan Echo(Random& random) const;
     Plan Reverse(Random& random) const;

@@ -1,4 +1,4 @@
-// Measures parsing, destroying and writing of documents of many shapes, in turn with the other contestants, and prints
+// Measures parsing, destroying and writing of documents of many shapes, in turn with the other libraries, and prints
 // ratios to the last of them.
 // SPDX-License-Identifier: MIT
 #include <algorithm>
@@ -12,7 +12,7 @@
 #include <malloc.h>
 #endif
 
-#include "contestant.h"
+#include "tested_library.h"
 #include "shapes.h"
 
 namespace xml_bench {
@@ -24,7 +24,7 @@ double NsSince(Clock::time_point start) {
     return std::chrono::duration<double, std::nano>(Clock::now() - start).count();
 }
 
-const std::vector<const Contestant*> kContestants = {
+const std::vector<const TestedLibrary*> kTested = {
     &kWpk,
 #ifdef WPK_XML_BASELINE
     &kBaseline,
@@ -37,7 +37,7 @@ const std::vector<const Contestant*> kContestants = {
 struct Options {
     std::uint64_t seed = 1;
     int rounds = 7;
-    double share = 8e6;  // ns for one figure of one contestant in one round
+    double share = 8e6;  // ns for one figure of one library in one round
     std::string only;
     bool isEdited = false;
 };
@@ -59,7 +59,7 @@ double Measure(double share, Work work) {
 }
 
 /// The two halves of a tree's life, with a look at the clock between them.
-void MeasureHalves(const Contestant& who, const std::string& bytes, Edit edit, double share, double& parse,
+void MeasureHalves(const TestedLibrary& who, const std::string& bytes, Edit edit, double share, double& parse,
                    double& destroy) {
     parse = destroy = 0;
     std::size_t calls = 0;
@@ -82,21 +82,21 @@ constexpr const char* kFigureNames[] = {"both", "parse", "destroy", "raw", "inde
 struct Row {
     std::string name;
     std::size_t bytes;
-    /// By figure and contestant, the best of all rounds, in ns: whatever else runs on the machine only adds to a time.
+    /// By figure and library, the best of all rounds, in ns: whatever else runs on the machine only adds to a time.
     std::vector<double> figures[kFigures];
 };
 
 Row MeasureDocument(const Shape& shape, Edit edit, const Options& options) {
     Row row{shape.name, shape.bytes.size(), {}};
     std::vector<std::vector<double>> samples[kFigures];
-    std::vector<const Contestant*> contestants;
-    for (const Contestant* who : kContestants) {
-        if (edit == Edit::kNone || who->edit != nullptr) contestants.push_back(who);
+    std::vector<const TestedLibrary*> libraries;
+    for (const TestedLibrary* who : kTested) {
+        if (edit == Edit::kNone || who->edit != nullptr) libraries.push_back(who);
     }
-    for (auto& figure : samples) figure.resize(contestants.size());
+    for (auto& figure : samples) figure.resize(libraries.size());
     for (int round = 0; round < options.rounds; ++round) {
-        for (std::size_t at = 0; at < contestants.size(); ++at) {
-            const Contestant& who = *contestants[at];
+        for (std::size_t at = 0; at < libraries.size(); ++at) {
+            const TestedLibrary& who = *libraries[at];
             double parse = 0;
             double destroy = 0;
             MeasureHalves(who, shape.bytes, edit, options.share, parse, destroy);
@@ -129,18 +129,18 @@ Row MeasureDocument(const Shape& shape, Edit edit, const Options& options) {
     return row;
 }
 
-void PrintHead(std::size_t contestants) {
+void PrintHead(std::size_t libraries) {
     std::printf("%-22s %9s", "document", "bytes");
     for (const char* figure : kFigureNames) {
-        for (std::size_t at = 0; at + 1 < contestants; ++at) {
-            std::printf(" %9s", at == 0 ? figure : kContestants[at]->name);
+        for (std::size_t at = 0; at + 1 < libraries; ++at) {
+            std::printf(" %9s", at == 0 ? figure : kTested[at]->name);
         }
         std::printf(" %11s", "ns");
     }
     std::printf("\n");
 }
 
-/// Ratios to the last contestant, whose own time follows.
+/// Ratios to the last library, whose own time follows.
 void PrintRow(const Row& row) {
     std::printf("%-22s %9zu", row.name.c_str(), row.bytes);
     for (const auto& figure : row.figures) {
@@ -155,8 +155,8 @@ template <class Select>
 void PrintMeans(const char* name, const std::vector<Row>& rows, Select isIn) {
     std::printf("%-32s", name);
     for (int figure = 0; figure < kFigures; ++figure) {
-        const std::size_t contestants = rows.front().figures[figure].size();
-        for (std::size_t at = 0; at + 1 < contestants; ++at) {
+        const std::size_t libraries = rows.front().figures[figure].size();
+        for (std::size_t at = 0; at + 1 < libraries; ++at) {
             double sum = 0;
             double worst = 0;
             int count = 0;
@@ -178,7 +178,7 @@ void Run(const Options& options) {
     std::vector<Shape> shapes = MakeShapes(options.seed);
     for (Shape& real : ReadRealDocuments()) shapes.push_back(std::move(real));
     std::vector<Row> rows;
-    PrintHead(kContestants.size());
+    PrintHead(kTested.size());
     for (const Shape& shape : shapes) {
         if (shape.name.find(options.only) == std::string::npos) continue;
         rows.push_back(MeasureDocument(shape, Edit::kNone, options));
@@ -202,7 +202,7 @@ void RunEdited(const Options& options) {
                  {"built by hand", Edit::kBuiltByHand}};
     const std::vector<Shape> shapes = MakeShapes(options.seed);
     std::vector<void*> elsewhere;
-    for (const Contestant* who : kContestants) {
+    for (const TestedLibrary* who : kTested) {
         if (who->edit != nullptr) elsewhere.push_back(who->edit(who->parse(shapes[0].bytes), Edit::kManyPlaces));
     }
     PrintHead(elsewhere.size());
@@ -217,7 +217,7 @@ void RunEdited(const Options& options) {
         }
     }
     std::size_t at = 0;
-    for (const Contestant* who : kContestants) {
+    for (const TestedLibrary* who : kTested) {
         if (who->edit != nullptr) who->destroy(elsewhere[at++]);
     }
 }

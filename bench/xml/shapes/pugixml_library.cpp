@@ -6,7 +6,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "contestant.h"
+#include "tested_library.h"
 
 namespace xml_bench {
 
@@ -37,6 +37,6 @@ void Write(const void* tree, bool isRaw, std::string& output) {
 
 }  // namespace
 
-const Contestant kPugixml{"pugixml", Parse, Destroy, Write, nullptr};
+const TestedLibrary kPugixml{"pugixml", Parse, Destroy, Write, nullptr};
 
 }  // namespace xml_bench

@@ -212,7 +212,7 @@ std::vector<Shape> ReadRealDocuments() {
     for (const auto& file : files) {
         std::ifstream in(file.path, std::ios::binary);
         std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-        // A doctype may hold comments, which this library refuses there; no contestant does anything with it.
+        // A doctype may hold comments, which this library refuses there; no library does anything with it.
         const std::size_t doctype = bytes.find("<!DOCTYPE");
         if (doctype != std::string::npos) {
             const std::size_t subset = bytes.find_first_of("[>", doctype);

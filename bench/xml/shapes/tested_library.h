@@ -19,19 +19,19 @@ enum class Edit {
     kBuiltByHand
 };
 
-struct Contestant {
+struct TestedLibrary {
     const char* name;
     void* (*parse)(const std::string& bytes);
     void (*destroy)(void* tree);
     void (*write)(const void* tree, bool isRaw, std::string& output);
-    /// Null when the contestant takes no part in edited trees.
+    /// Null when the library takes no part in edited trees.
     void* (*edit)(void* tree, Edit edit);
 };
 
-extern const Contestant kWpk;
-extern const Contestant kPugixml;
+extern const TestedLibrary kWpk;
+extern const TestedLibrary kPugixml;
 #ifdef WPK_XML_BASELINE
-extern const Contestant kBaseline;
+extern const TestedLibrary kBaseline;
 #endif
 
 }  // namespace xml_bench

@@ -5,11 +5,11 @@
 #include <cstddef>
 #include <vector>
 
-#include "contestant.h"
+#include "tested_library.h"
 
-#ifndef WPK_XML_CONTESTANT
-#define WPK_XML_CONTESTANT kWpk
-#define WPK_XML_CONTESTANT_NAME "wpk"
+#ifndef WPK_XML_LIBRARY
+#define WPK_XML_LIBRARY kWpk
+#define WPK_XML_LIBRARY_NAME "wpk"
 #endif
 
 namespace xml_bench {
@@ -74,6 +74,6 @@ void* Change(void* tree, Edit edit) {
 
 }  // namespace
 
-const Contestant WPK_XML_CONTESTANT{WPK_XML_CONTESTANT_NAME, Parse, Destroy, Write, Change};
+const TestedLibrary WPK_XML_LIBRARY{WPK_XML_LIBRARY_NAME, Parse, Destroy, Write, Change};
 
 }  // namespace xml_bench

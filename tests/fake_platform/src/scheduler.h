@@ -60,7 +60,8 @@ bool IsScheduled();
 /// Where another thread may go on.
 void SchedulePoint();
 
-/// The same, of an access to memory: only in code of the library (CodeScope), for the fake platform holds locks of its own.
+/// The same, of an access to memory: only in code of the library (CodeScope), for the fake platform holds locks of its
+/// own.
 void SchedulePointInLibrary();
 
 /// Waits until the condition holds, which is looked at by any thread of the run: true; false when the time is over.

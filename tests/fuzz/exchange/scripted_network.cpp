@@ -22,23 +22,23 @@ uint64_t clockMs = 0;
 
 }  // namespace
 
-void Course::Enter(size_t at) {
+void EventCursor::Enter(size_t at) {
     at_ = at;
     left_ = at_ < events_->size() ? (*events_)[at_].amount : 0;
 }
 
-size_t Course::Room() const {
+size_t EventCursor::Room() const {
     if (at_ >= events_->size()) return std::numeric_limits<size_t>::max();
     return At(Kind::kPiece) ? left_ : 0;
 }
 
-void Course::Pass(size_t bytes) {
+void EventCursor::Pass(size_t bytes) {
     if (at_ >= events_->size()) return;
     left_ -= static_cast<uint32_t>(bytes);
     if (left_ == 0) Skip();
 }
 
-uint32_t Course::Wait(uint32_t milliseconds) {
+uint32_t EventCursor::Wait(uint32_t milliseconds) {
     const uint32_t passed = std::min(left_, milliseconds);
     left_ -= passed;
     if (left_ == 0) Skip();
@@ -58,9 +58,9 @@ uint64_t ScriptedNetwork::Clock() {
     return clockMs;
 }
 
-bool ScriptedNetwork::PassPauses(Course& course, uint32_t& milliseconds) {
-    while (course.At(Kind::kPause)) {
-        const uint32_t left = course.Wait(milliseconds);
+bool ScriptedNetwork::PassPauses(EventCursor& cursor, uint32_t& milliseconds) {
+    while (cursor.At(Kind::kPause)) {
+        const uint32_t left = cursor.Wait(milliseconds);
         clockMs += milliseconds - left;
         milliseconds = left;
         if (milliseconds == 0) return false;
@@ -103,8 +103,8 @@ void ScriptedNetwork::Connected() {
     connected_ = true;
     reply_ = script_.ReplyOf(requests_.size());
     requests_.emplace_back();
-    receives_ = Course(script_.receives);
-    sends_ = Course(script_.sends);
+    receives_ = EventCursor(script_.receives);
+    sends_ = EventCursor(script_.sends);
     openFor_ = 0;
 }
 

@@ -15,9 +15,9 @@
 namespace wpk::fuzz {
 
 /// Where a stream of bytes is in its events.
-class Course {
+class EventCursor {
 public:
-    explicit Course(const std::vector<Event>& events) : events_(&events) { Enter(0); }
+    explicit EventCursor(const std::vector<Event>& events) : events_(&events) { Enter(0); }
 
     bool At(Event::Kind kind) const { return at_ < events_->size() && (*events_)[at_].kind == kind; }
     /// Bytes that may pass now.
@@ -73,8 +73,8 @@ private:
     void Connected();
     bool AtEnd() const;
     int SelectConnected();
-    /// Lets a pause of the course pass, if it is in one: false when it goes on.
-    static bool PassPauses(Course& course, uint32_t& milliseconds);
+    /// Skips the pause that the cursor is in, if any: false when it goes on.
+    static bool PassPauses(EventCursor& cursor, uint32_t& milliseconds);
 
     const Script& script_;
     const std::function<void()> cancel_;
@@ -85,8 +85,8 @@ private:
     size_t connectsAt_ = 0;
     std::vector<std::string> requests_;
     std::string_view reply_;
-    Course receives_;
-    Course sends_;
+    EventCursor receives_;
+    EventCursor sends_;
     uint32_t openFor_ = 0;
 };
 

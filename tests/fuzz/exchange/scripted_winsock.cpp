@@ -1,6 +1,5 @@
-// Windows Sockets 1.1 over the scripted network, and its clock, in the place of the fake platform's. The linker takes the
-// stand-in's out of its library only where nobody else has these functions.
-// SPDX-License-Identifier: MIT
+// Windows Sockets 1.1 over the scripted network, and its clock, in the place of the fake platform's. The linker takes
+// the stand-in's out of its library only where nobody else has these functions. SPDX-License-Identifier: MIT
 #include <cstring>
 
 #include "fake_platform/control.h"

@@ -12,7 +12,7 @@
 #include "support/dll/request.h"
 #include "support/dll/wire.h"
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 using States = std::vector<unsigned int>;
@@ -204,4 +204,4 @@ TEST(WithoutRemoteAccess, AutomaticIsAPermanentNetwork) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

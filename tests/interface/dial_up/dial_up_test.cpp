@@ -10,7 +10,7 @@
 #include "support/dll/request.h"
 #include "support/dll/wire.h"
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 using States = std::vector<unsigned int>;
@@ -214,4 +214,4 @@ TEST_F(DialUp, CallbackThatSendsWhenTheNetworkComesGetsItsReply) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

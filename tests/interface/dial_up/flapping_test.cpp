@@ -13,7 +13,7 @@
 #include "support/dll/request.h"
 #include "support/dll/wire.h"
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 constexpr unsigned int kChanges = 24;
@@ -225,4 +225,4 @@ TEST(FlappingNetwork, RequestOfTheOldNetworkLeavesTheSocketsOfTheNewOneAlone) {
 }
 
 }  // namespace
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -8,7 +8,7 @@
 #include "support/dll/import_patch.h"
 #include "support/dll/process.h"
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 template <class Function>
@@ -81,4 +81,4 @@ Wrappers::Wrappers(const Library& library)
     : enumConnections(Find<DWORD WINAPI(void*, DWORD*, DWORD*)>(library.module(), "WRAPPER_RasEnumConnections")),
       getConnectStatus(Find<DWORD WINAPI(void*, void*)>(library.module(), "WRAPPER_RasGetConnectStatus")) {}
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

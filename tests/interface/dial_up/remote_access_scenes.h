@@ -9,7 +9,7 @@
 #include "interface/dial_up/rasapi32/stand_in.h"
 #include "support/dll/library.h"
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 /// Stages of a connection.
 constexpr unsigned int kOpenPort = 0;
@@ -39,6 +39,6 @@ struct Wrappers {
     DWORD(WINAPI* getConnectStatus)(void* connection, void* status);
 };
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_INTERFACE_DIAL_UP_REMOTE_ACCESS_SCENES_H

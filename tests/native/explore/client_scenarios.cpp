@@ -46,15 +46,15 @@ const Client& TheClient() {
 }
 
 /// A library under the Client.
-class Stage {
+class ClientFixture {
 public:
-    Stage() {
+    ClientFixture() {
         current = &library_;
         TheClient();
     }
-    Stage(const Stage&) = delete;
-    Stage& operator=(const Stage&) = delete;
-    ~Stage() {
+    ClientFixture(const ClientFixture&) = delete;
+    ClientFixture& operator=(const ClientFixture&) = delete;
+    ~ClientFixture() {
         library_.AwaitIdle();
         // Until the layer no longer expects a late cancel.
         host::AwaitScheduled(
@@ -85,8 +85,8 @@ struct Outcomes {
 
 void CancelAndWaitFromTwoThreads() {
     Outcomes outcomes;
-    const Stage stage;
-    client::Request request = Stage::Send("Silent", outcomes.Counter());
+    const ClientFixture fixture;
+    client::Request request = ClientFixture::Send("Silent", outcomes.Counter());
     StartThread("canceller", [request] { request.Cancel(); });
     StartThread("waiter", [&outcomes, request] {
         request.Wait();
@@ -99,18 +99,18 @@ void CancelAndWaitFromTwoThreads() {
 
 void ACancelAgainstTheOutcome() {
     Outcomes outcomes;
-    const Stage stage;
-    client::Request request = Stage::Send("Small", outcomes.Counter());
+    const ClientFixture fixture;
+    client::Request request = ClientFixture::Send("Small", outcomes.Counter());
     StartThread("canceller", [request] { request.Cancel(); });
     request.Wait();
     Expect(outcomes.HasEnded(), "a request has one outcome");
 }
 
 void AScopedRequestDestroyedByAnotherThread() {
-    const Stage stage;
+    const ClientFixture fixture;
     // On the heap, and gone with the handle.
     auto outcomes = std::make_unique<Outcomes>();
-    ScopedRequest request = Stage::Send("Silent", outcomes->Counter());
+    ScopedRequest request = ClientFixture::Send("Silent", outcomes->Counter());
     StartThread("owner", [outcomes = outcomes.get(), &request] {
         { const ScopedRequest own = std::move(request); }
         Expect(outcomes->HasEnded(), "when the handle has gone, the outcome has been told");
@@ -133,14 +133,14 @@ client::Request SendWithin(std::chrono::milliseconds limit, const char* service,
 
 void ATimeLimitThatIsReached() {
     Outcomes outcomes;
-    const Stage stage;
+    const ClientFixture fixture;
     SendWithin(std::chrono::seconds(1), "Silent", outcomes.Counter()).Wait();
     Expect(outcomes.last == client::Errc::kTimedOut, "a request whose time is up ends as timed out");
 }
 
 void ATimeLimitAgainstTheOutcome() {
     Outcomes outcomes;
-    const Stage stage;
+    const ClientFixture fixture;
     SendWithin(std::chrono::milliseconds(-1), "Small", outcomes.Counter()).Wait();
     Expect(outcomes.count == 1, "a request has one outcome");
     Expect(!outcomes.last || outcomes.last == client::Errc::kTimedOut, "the reply comes, or the time is up");
@@ -148,7 +148,7 @@ void ATimeLimitAgainstTheOutcome() {
 
 void ATimeLimitAfterACancel() {
     Outcomes outcomes;
-    const Stage stage;
+    const ClientFixture fixture;
     const uint64_t begin = host::ScheduledTime();
     const client::Request request = SendWithin(std::chrono::seconds(1), "Silent", outcomes.Counter());
     request.Cancel();
@@ -160,7 +160,7 @@ void ATimeLimitAfterACancel() {
 
 void ATimeLimitAgainstACancel() {
     Outcomes outcomes;
-    const Stage stage;
+    const ClientFixture fixture;
     const client::Request request = SendWithin(std::chrono::milliseconds(-1), "Silent", outcomes.Counter());
     StartThread("canceller", [request] { request.Cancel(); });
     request.Wait();

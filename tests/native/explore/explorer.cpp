@@ -49,7 +49,7 @@ void Expect(bool condition, const char* what) {
 }
 
 /// What parent and child share. The choices of the current run stand there, so that they survive a crash.
-struct Exploration::Board {
+struct Exploration::SharedCounters {
     static constexpr size_t kMostChoices = 100000;
 
     uint64_t schedules;
@@ -71,22 +71,22 @@ struct Exploration::Board {
     }
 };
 
-/// Notes every choice on the board.
+/// Notes every choice in the counters.
 class Exploration::Recorder : public host::Chooser {
 public:
-    explicit Recorder(Board& board) : board_(board) {}
+    explicit Recorder(SharedCounters& counters) : counters_(counters) {}
 
-    void Begin() { board_.choices = 0; }
+    void Begin() { counters_.choices = 0; }
 
     size_t Choose(const std::vector<Option>& options) final {
-        if (board_.choices == Board::kMostChoices) Fail("the run has too many choices");
-        const size_t chosen = Decide(board_.choices, options);
-        board_.chosen[board_.choices++] = static_cast<uint8_t>(chosen);
+        if (counters_.choices == SharedCounters::kMostChoices) Fail("the run has too many choices");
+        const size_t chosen = Decide(counters_.choices, options);
+        counters_.chosen[counters_.choices++] = static_cast<uint8_t>(chosen);
         return chosen;
     }
 
     [[noreturn]] void Fail(const std::string& why) final {
-        std::snprintf(board_.failure, sizeof board_.failure, "%s", why.c_str());
+        std::snprintf(counters_.failure, sizeof counters_.failure, "%s", why.c_str());
         std::fflush(stdout);
         std::_Exit(1);
     }
@@ -95,13 +95,15 @@ protected:
     virtual size_t Decide(size_t number, const std::vector<Option>& options) = 0;
 
 private:
-    Board& board_;
+    SharedCounters& counters_;
 };
 
 /// Depth first: the last choice that has another option left takes it, and the rest of the run is as usual.
 class Exploration::Systematically : public Recorder {
 public:
-    Systematically(Board& board, int bound) : Recorder(board), bound_(bound) { path_.reserve(Board::kMostChoices); }
+    Systematically(SharedCounters& counters, int bound) : Recorder(counters), bound_(bound) {
+        path_.reserve(SharedCounters::kMostChoices);
+    }
 
     /// False when there is no schedule left within the bound.
     bool Next() {
@@ -152,7 +154,7 @@ private:
 class Exploration::Randomly : public Recorder {
 public:
     /// Nothing is allocated during a run, whose allocations are counted.
-    Randomly(Board& board, uint64_t seed) : Recorder(board), random_(seed) {
+    Randomly(SharedCounters& counters, uint64_t seed) : Recorder(counters), random_(seed) {
         priorities_.reserve(kMostNumbers);
         changes_.reserve(kMostChanges);
     }
@@ -202,7 +204,7 @@ private:
 
 class Exploration::Again : public Recorder {
 public:
-    Again(Board& board, const std::string& schedule) : Recorder(board) {
+    Again(SharedCounters& counters, const std::string& schedule) : Recorder(counters) {
         std::istringstream text(schedule);
         size_t number = 0;
         size_t chosen = 0;
@@ -277,8 +279,8 @@ void Exploration::RunOnce(const Scenario& scenario, Recorder& chooser) {
     if (!difference.empty()) chooser.Fail(difference);
 }
 
-void Exploration::WarmUp(const Scenario& scenario, Board& board) {
-    Again usual(board, "");
+void Exploration::WarmUp(const Scenario& scenario, SharedCounters& counters) {
+    Again usual(counters, "");
     for (int i = 0; i < kWarmUps; ++i) {
         usual.Begin();
         host::RunScheduled(usual, [&] { RunBody(scenario); });
@@ -286,10 +288,10 @@ void Exploration::WarmUp(const Scenario& scenario, Board& board) {
     }
 }
 
-Exploration Exploration::Start(const std::function<void(Board&)>& explore) {
+Exploration Exploration::Start(const std::function<void(SharedCounters&)>& explore) {
     Exploration exploration;
-    exploration.board_ = static_cast<Board*>(host::SharedMemory(sizeof(Board)));
-    exploration.board_->exhausted = -1;
+    exploration.counters_ = static_cast<SharedCounters*>(host::SharedMemory(sizeof(SharedCounters)));
+    exploration.counters_->exhausted = -1;
     std::fflush(stdout);
     static int started = 0;
     ++started;
@@ -302,8 +304,8 @@ Exploration Exploration::Start(const std::function<void(Board&)>& explore) {
     mallopt(M_MMAP_THRESHOLD, 64 << 20);
     mallopt(M_TRIM_THRESHOLD, 256 << 20);
     const Clock::time_point start = Clock::now();
-    explore(*exploration.board_);
-    exploration.board_->seconds = SecondsSince(start);
+    explore(*exploration.counters_);
+    exploration.counters_->seconds = SecondsSince(start);
     std::_Exit(0);
 }
 
@@ -311,58 +313,58 @@ Findings Exploration::Await() {
     int status = 0;
     if (waitpid(process_, &status, 0) != process_) std::abort();
     Findings findings;
-    findings.schedules = board_->schedules;
-    findings.exhausted = board_->exhausted;
-    findings.exhaustedSchedules = board_->exhaustedSchedules;
-    findings.seconds = board_->seconds;
+    findings.schedules = counters_->schedules;
+    findings.exhausted = counters_->exhausted;
+    findings.exhaustedSchedules = counters_->exhaustedSchedules;
+    findings.seconds = counters_->seconds;
     if (status != 0) {
-        findings.schedule = board_->Schedule();
-        findings.failure = board_->failure;
+        findings.schedule = counters_->Schedule();
+        findings.failure = counters_->failure;
         if (findings.failure.empty()) findings.failure = "the process has ended with status " + std::to_string(status);
     }
-    munmap(board_, sizeof(Board));
+    munmap(counters_, sizeof(SharedCounters));
     return findings;
 }
 
 Exploration Exploration::Repeat(const Scenario& scenario, const std::string& schedule) {
-    return Start([&](Board& board) {
+    return Start([&](SharedCounters& counters) {
         alarm(kGraceSeconds);
-        WarmUp(scenario, board);
-        Again chooser(board, schedule);
+        WarmUp(scenario, counters);
+        Again chooser(counters, schedule);
         RunOnce(scenario, chooser);
-        ++board.schedules;
+        ++counters.schedules;
     });
 }
 
 Exploration Exploration::Systematic(const Scenario& scenario, int mostPreemptions, double seconds) {
-    return Start([&](Board& board) {
+    return Start([&](SharedCounters& counters) {
         alarm(static_cast<unsigned>(seconds) + kGraceSeconds);
         const Clock::time_point start = Clock::now();
-        WarmUp(scenario, board);
+        WarmUp(scenario, counters);
         for (int bound = 0; bound <= mostPreemptions; ++bound) {
-            Systematically chooser(board, bound);
-            const uint64_t before = board.schedules;
+            Systematically chooser(counters, bound);
+            const uint64_t before = counters.schedules;
             do {
-                if (board.schedules > 0 && SecondsSince(start) > seconds) return;
+                if (counters.schedules > 0 && SecondsSince(start) > seconds) return;
                 RunOnce(scenario, chooser);
-                ++board.schedules;
+                ++counters.schedules;
             } while (chooser.Next());
-            board.exhausted = bound;
-            board.exhaustedSchedules = board.schedules - before;
+            counters.exhausted = bound;
+            counters.exhaustedSchedules = counters.schedules - before;
         }
     });
 }
 
 Exploration Exploration::Random(const Scenario& scenario, uint64_t seed, double seconds) {
-    return Start([&](Board& board) {
+    return Start([&](SharedCounters& counters) {
         alarm(static_cast<unsigned>(seconds) + kGraceSeconds);
         const Clock::time_point start = Clock::now();
-        WarmUp(scenario, board);
-        Randomly chooser(board, seed);
+        WarmUp(scenario, counters);
+        Randomly chooser(counters, seed);
         do {
-            chooser.Next(board.choices);
+            chooser.Next(counters.choices);
             RunOnce(scenario, chooser);
-            ++board.schedules;
+            ++counters.schedules;
         } while (SecondsSince(start) <= seconds);
     });
 }

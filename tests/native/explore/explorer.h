@@ -47,18 +47,18 @@ public:
     Findings Await();
 
 private:
-    struct Board;
+    struct SharedCounters;
     class Recorder;
     class Systematically;
     class Randomly;
     class Again;
 
-    static Exploration Start(const std::function<void(Board&)>& explore);
-    static void WarmUp(const Scenario& scenario, Board& board);
+    static Exploration Start(const std::function<void(SharedCounters&)>& explore);
+    static void WarmUp(const Scenario& scenario, SharedCounters& counters);
     static void RunOnce(const Scenario& scenario, Recorder& chooser);
 
     pid_t process_ = 0;
-    Board* board_ = nullptr;
+    SharedCounters* counters_ = nullptr;
 };
 
 }  // namespace wpk::explore

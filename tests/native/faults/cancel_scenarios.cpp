@@ -23,69 +23,69 @@ void CancelOwn() {
 }
 
 /// Cancels the request right before a use of a call, unless a fault keeps that use from coming.
-void SendCancelledBefore(Stage& stage, NativeRequest& request, const char* call, uint64_t nth) {
+void SendCancelledBefore(ScenarioFixture& fixture, NativeRequest& request, const char* call, uint64_t nth) {
     RunBefore(call, nth, CancelOwn);
-    if (request.Send() != 0) stage.AwaitQuietOrWaiting(request);
+    if (request.Send() != 0) fixture.AwaitQuietOrWaiting(request);
     ClearActions();
 }
 
-void CancelQueued(Stage& stage) {
+void CancelQueued(ScenarioFixture& fixture) {
     // The first call of the exchange.
-    SendCancelledBefore(stage, stage.Make("Silent"), "socket", 1);
+    SendCancelledBefore(fixture, fixture.Make("Silent"), "socket", 1);
 }
 
-void CancelResolving(Stage& stage) {
-    NativeRequest& request = stage.Make("Silent");
+void CancelResolving(ScenarioFixture& fixture) {
+    NativeRequest& request = fixture.Make("Silent");
     request.message.lpszServer = "localhost";
-    SendCancelledBefore(stage, request, "gethostbyname", 1);
+    SendCancelledBefore(fixture, request, "gethostbyname", 1);
 }
 
-void CancelConnecting(Stage& stage) {
-    NativeRequest& request = stage.Make("Small");
+void CancelConnecting(ScenarioFixture& fixture) {
+    NativeRequest& request = fixture.Make("Small");
     // Nobody listens there, so that the connect goes on until its time is over.
     request.message.nPort = 1;
-    SendCancelledBefore(stage, request, "select", 2);
+    SendCancelledBefore(fixture, request, "select", 2);
 }
 
-void CancelSending(Stage& stage) {
+void CancelSending(ScenarioFixture& fixture) {
     // The head goes in three sends, the body in pieces.
-    SendCancelledBefore(stage, stage.Make("Silent", std::string(32768, 'd')), "send", 6);
+    SendCancelledBefore(fixture, fixture.Make("Silent", std::string(32768, 'd')), "send", 6);
 }
 
-void CancelFromOutside(Stage& stage, NativeRequest& request) {
+void CancelFromOutside(ScenarioFixture& fixture, NativeRequest& request) {
     CancelRequest(request.Handle());
-    stage.AwaitQuietOrWaiting(request);
+    fixture.AwaitQuietOrWaiting(request);
 }
 
-void CancelReadingTheHead(Stage& stage) {
-    NativeRequest& request = stage.Send("Silent");
+void CancelReadingTheHead(ScenarioFixture& fixture) {
+    NativeRequest& request = fixture.Send("Silent");
     if (request.Handle() == 0) return;
-    EXPECT_TRUE(AwaitThat([&] { return stage.server.Silent() > 0 || request.Finals() > 0; }));
-    CancelFromOutside(stage, request);
+    EXPECT_TRUE(AwaitThat([&] { return fixture.server.Silent() > 0 || request.Finals() > 0; }));
+    CancelFromOutside(fixture, request);
 }
 
-void CancelReceiving(Stage& stage) {
-    NativeRequest& request = stage.Send("Half");
+void CancelReceiving(ScenarioFixture& fixture) {
+    NativeRequest& request = fixture.Send("Half");
     if (request.Handle() == 0) return;
     EXPECT_TRUE(AwaitThat([&] { return request.Progresses() > 0 || request.Finals() > 0; }));
-    CancelFromOutside(stage, request);
+    CancelFromOutside(fixture, request);
 }
 
-void CancelInCallback(Stage& stage) {
-    NativeRequest& request = stage.Make("Half");
+void CancelInCallback(ScenarioFixture& fixture) {
+    NativeRequest& request = fixture.Make("Half");
     request.onNotification = [&request](const WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason == WPK_REASON_PROGRESS && request.Progresses() == 0) CancelOwn();
     };
     if (request.Send() == 0) return;
     EXPECT_TRUE(AwaitThat([&] { return request.Progresses() > 0 || request.Finals() > 0; }));
-    stage.AwaitQuietOrWaiting(request);
+    fixture.AwaitQuietOrWaiting(request);
 }
 
-void CancelAfterTheEnd(Stage& stage) {
-    NativeRequest& request = stage.Make("Small");
-    stage.SendAndAwait(request);
+void CancelAfterTheEnd(ScenarioFixture& fixture) {
+    NativeRequest& request = fixture.Make("Small");
+    fixture.SendAndAwait(request);
     CancelRequest(request.Handle());
-    stage.AwaitQuiet();
+    fixture.AwaitQuiet();
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "native/faults/stage.h"
+#include "native/faults/scenario_fixture.h"
 
 namespace wpk::host {
 namespace {

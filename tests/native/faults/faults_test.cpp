@@ -50,9 +50,9 @@ std::string Describe(const Case& which) {
            (which.times == Times::kOnce ? " once" : " for good");
 }
 
-void Prepare(const Scenario& scenario, Stage& stage) {
+void Prepare(const Scenario& scenario, ScenarioFixture& fixture) {
     SpeedUp(kSpeed, kSelectSpeed);
-    scenario.prepare(stage);
+    scenario.prepare(fixture);
     if (scenario.broken) FailCall(scenario.broken, 1);
 }
 
@@ -62,19 +62,19 @@ bool CanFail(std::string_view call, const Scenario& scenario) {
 }
 
 void RunUndisturbed(const Scenario& scenario) {
-    auto& stage = Lasting<Stage>();
-    Prepare(scenario, stage);
+    auto& fixture = Lasting<ScenarioFixture>();
+    Prepare(scenario, fixture);
     const std::vector<std::string_view> calls = FallibleCalls();
     std::array<uint64_t, kMostCalls> before{};
     for (size_t i = 0; i < calls.size(); ++i) before[i] = Uses(calls[i]);
-    scenario.act(stage);
+    scenario.act(fixture);
     for (size_t i = 0; i < calls.size(); ++i) {
         const uint64_t used = CanFail(calls[i], scenario) ? Uses(calls[i]) - before[i] : 0;
         TheBoard().uses[i] = std::min(TheBoard().uses[i], used);
     }
     ClearFaults();
-    EXPECT_EQ(stage.AwaitEnds(Stage::Rescue::kNone), scenario.ends);
-    stage.ExpectSound();
+    EXPECT_EQ(fixture.AwaitEnds(ScenarioFixture::Rescue::kNone), scenario.ends);
+    fixture.ExpectSound();
     TheBoard().live = CountLive();
 }
 
@@ -87,21 +87,21 @@ void ExpectEnds(const Scenario& scenario, const std::vector<int>& ends, std::str
 
 void RunWithFault(const Scenario& scenario, const Case& which) {
     SCOPED_TRACE(Describe(which));
-    auto& stage = Lasting<Stage>();
-    Prepare(scenario, stage);
+    auto& fixture = Lasting<ScenarioFixture>();
+    Prepare(scenario, fixture);
     FailCall(which.call, which.nth, which.times);
-    scenario.act(stage);
+    scenario.act(fixture);
     const uint64_t fired = FaultsFired(which.call);
     ClearFaults();
     EXPECT_TRUE(fired <= 1 || which.times == Times::kForGood) << fired;
     TheBoard().fired[which.number] = fired > 0;
-    const std::vector<int> ends = stage.AwaitEnds(Stage::Rescue::kCancel);
+    const std::vector<int> ends = fixture.AwaitEnds(ScenarioFixture::Rescue::kCancel);
     if (fired > 0) {
         ExpectEnds(scenario, ends, which.call);
     } else {
         EXPECT_EQ(ends, scenario.ends);
     }
-    stage.ExpectSound();
+    fixture.ExpectSound();
     if (scenario.mayLackParts) {
         EXPECT_TRUE(CountLive().IsWithin(TheBoard().live)) << CountLive() << "\nnot within\n" << TheBoard().live;
     } else {

@@ -8,70 +8,70 @@
 namespace wpk::host {
 namespace {
 
-void UseProxy(Stage& stage, const char* password) {
-    stage.settings.bBehindProxy = 1;
-    stage.settings.lpszProxyServer = "127.0.0.1";
-    stage.settings.nProxyPort = stage.server.Port();
-    stage.settings.lpszProxyUser = "u";
-    stage.settings.lpszProxyPassword = password;
-    Initialise(stage);
+void UseProxy(ScenarioFixture& fixture, const char* password) {
+    fixture.settings.bBehindProxy = 1;
+    fixture.settings.lpszProxyServer = "127.0.0.1";
+    fixture.settings.nProxyPort = fixture.server.Port();
+    fixture.settings.lpszProxyUser = "u";
+    fixture.settings.lpszProxyPassword = password;
+    Initialise(fixture);
 }
 
-void InitialiseBehindProxy(Stage& stage) {
-    UseProxy(stage, "right");
+void InitialiseBehindProxy(ScenarioFixture& fixture) {
+    UseProxy(fixture, "right");
 }
 
-void InitialiseUnknownToProxy(Stage& stage) {
-    UseProxy(stage, "wrong");
+void InitialiseUnknownToProxy(ScenarioFixture& fixture) {
+    UseProxy(fixture, "wrong");
 }
 
 template <const char* const& service>
-void SendOne(Stage& stage) {
-    stage.SendAndAwait(service);
+void SendOne(ScenarioFixture& fixture) {
+    fixture.SendAndAwait(service);
 }
 
 constexpr const char* kSmall = "Small";
 constexpr const char* kLarge = "Large";
 constexpr const char* kUnknown = "Unknown";
 
-void SendByName(Stage& stage) {
-    NativeRequest& request = stage.Make("Small");
+void SendByName(ScenarioFixture& fixture) {
+    NativeRequest& request = fixture.Make("Small");
     request.message.lpszServer = "localhost";
-    stage.SendAndAwait(request);
+    fixture.SendAndAwait(request);
 }
 
 /// A fault must not make the proxy ask for credentials that were right.
-void DeclineQuestion(Stage& stage) {
-    NativeRequest& request = stage.Make("Guarded");
+void DeclineQuestion(ScenarioFixture& fixture) {
+    NativeRequest& request = fixture.Make("Guarded");
     request.user.clear();
-    stage.SendAndAwait(request);
+    fixture.SendAndAwait(request);
 }
 
 /// What was answered once is neither sent wrong nor asked for again.
-void AnswerQuestionForTwo(Stage& stage) {
-    NativeRequest& first = stage.Make("Guarded");
-    stage.SendAndAwait(first);
-    NativeRequest& second = stage.Make("Guarded");
-    stage.SendAndAwait(second);
+void AnswerQuestionForTwo(ScenarioFixture& fixture) {
+    NativeRequest& first = fixture.Make("Guarded");
+    fixture.SendAndAwait(first);
+    NativeRequest& second = fixture.Make("Guarded");
+    fixture.SendAndAwait(second);
     EXPECT_LE(first.Questions(), 1);
     const bool answered = first.Handle() != 0 && first.Error() == 0;
     EXPECT_LE(second.Questions(), answered ? 0 : 1);
 }
 
-/// Its request has no final notification, so it is none of the stage's.
-void SendWithCallbackThatThrows(Stage& stage) {
-    auto& request = Lasting<NativeRequest>(stage.server.Port(), "Small");
+/// Its request has no final notification, so it is none of the fixture's.
+void SendWithCallbackThatThrows(ScenarioFixture& fixture) {
+    auto& request = Lasting<NativeRequest>(fixture.server.Port(), "Small");
     request.onNotification = [](const WPK_CALLBACKSTRUCT& notification) {
         if (notification.nReason == WPK_REASON_PROGRESS) throw 1;
     };
     request.Send();
-    stage.AwaitQuiet();
+    fixture.AwaitQuiet();
 }
 
-void SendSeveral(Stage& stage) {
-    NativeRequest* const requests[] = {&stage.Send("Small"), &stage.Send("Large"), &stage.Send("Unknown")};
+void SendSeveral(ScenarioFixture& fixture) {
+    NativeRequest* const requests[] = {&fixture.Send("Small"), &fixture.Send("Large"), &fixture.Send("Unknown")};
     for (NativeRequest* request : requests) EXPECT_TRUE(request->Handle() == 0 || request->AwaitFinal());
-    stage.AwaitQuiet();
+    fixture.AwaitQuiet();
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // A process in which a scenario runs.
 // SPDX-License-Identifier: MIT
-#include "native/faults/stage.h"
+#include "native/faults/scenario_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -29,19 +29,19 @@ int64_t RegisteredThreads() {
 
 }  // namespace
 
-Stage::Stage() {
+ScenarioFixture::ScenarioFixture() {
     settings.nConnectionType = WPK_CONNECTION_PERMANENT;
     settings.lpfnCallback = [](WPK_CALLBACKSTRUCT* notification) {
         const CodeScope test(Code::kTest);
-        auto* stage = static_cast<Stage*>(notification->lpUserData);
-        ++(notification->body.connection.dwConnected ? stage->comes : stage->goes);
+        auto* fixture = static_cast<ScenarioFixture*>(notification->lpUserData);
+        ++(notification->body.connection.dwConnected ? fixture->comes : fixture->goes);
     };
     settings.lpUserData = this;
     // The folder of this process alone: several run at a time, and what stays in it is seen.
     theGlobalObject.transport.tempDirectory = &tempDirectory_;
 }
 
-NativeRequest& Stage::Make(const char* service, std::string data) {
+NativeRequest& ScenarioFixture::Make(const char* service, std::string data) {
     requests_.push_back(std::make_unique<NativeRequest>(server.Port(), service, std::move(data)));
     NativeRequest& request = *requests_.back();
     request.user = "u";
@@ -49,34 +49,34 @@ NativeRequest& Stage::Make(const char* service, std::string data) {
     return request;
 }
 
-NativeRequest& Stage::Send(const char* service) {
+NativeRequest& ScenarioFixture::Send(const char* service) {
     NativeRequest& request = Make(service);
     request.Send();
     return request;
 }
 
-void Stage::SendAndAwait(const char* service) {
+void ScenarioFixture::SendAndAwait(const char* service) {
     SendAndAwait(Make(service));
 }
 
-void Stage::SendAndAwait(NativeRequest& request) {
+void ScenarioFixture::SendAndAwait(NativeRequest& request) {
     EXPECT_TRUE(request.Send() == 0 || request.AwaitFinal());
     AwaitQuiet();
 }
 
-void Stage::AwaitQuiet() const {
+void ScenarioFixture::AwaitQuiet() const {
     const int64_t lasting = LastingThreads();
     EXPECT_TRUE(AwaitThat([lasting] { return CountLive().threads <= lasting; })) << CountLive();
 }
 
-void Stage::AwaitQuietOrWaiting(NativeRequest& request) const {
+void ScenarioFixture::AwaitQuietOrWaiting(NativeRequest& request) const {
     EXPECT_TRUE(AwaitThat([&] {
         const int64_t threads = CountLive().threads - kDeskThreads;
         return threads <= 0 || (threads == 1 && request.Finals() == 0 && FaultsFired() > 0);
     })) << CountLive();
 }
 
-std::vector<int> Stage::AwaitEnds(Rescue rescue) {
+std::vector<int> ScenarioFixture::AwaitEnds(Rescue rescue) {
     std::vector<int> ends;
     for (auto& request : requests_) {
         if (request->Handle() == 0) {
@@ -90,7 +90,7 @@ std::vector<int> Stage::AwaitEnds(Rescue rescue) {
     return ends;
 }
 
-void Stage::ExpectSound() {
+void ScenarioFixture::ExpectSound() {
     EXPECT_EQ(InitLibrary(settings), 1);
     AwaitQuiet();
     if (DetectsModem()) DialAgain();
@@ -110,19 +110,19 @@ void Stage::ExpectSound() {
 }
 
 /// A row or a record that has been left behind holds no handle, and the table that it is in can be reached.
-void Stage::ExpectNothingRegistered() const {
+void ScenarioFixture::ExpectNothingRegistered() const {
     EXPECT_EQ(Call(theGlobalObject, kCommandAnyPending, 0), 0u);
     // The question had a thread of its own.
     AwaitQuiet();
     EXPECT_EQ(RegisteredThreads(), LastingThreads());
 }
 
-int64_t Stage::LastingThreads() const {
+int64_t ScenarioFixture::LastingThreads() const {
     return kDeskThreads + (DetectsModem() ? kDetectionThreads : 0);
 }
 
 /// Detection looks again and again, unless it could not be started; then its threads go.
-bool Stage::DetectsModem() const {
+bool ScenarioFixture::DetectsModem() const {
     if (settings.nConnectionType != WPK_CONNECTION_DIAL_UP) return false;
     const int looks = modem::Looks();
     EXPECT_TRUE(AwaitThat([looks] { return modem::Looks() > looks || CountLive().threads <= kDeskThreads; }));
@@ -130,7 +130,7 @@ bool Stage::DetectsModem() const {
 }
 
 /// Whatever the library thought of the modem before, it then knows that it is connected.
-void Stage::DialAgain() {
+void ScenarioFixture::DialAgain() {
     modem::HangUp();
     const int looks = modem::Looks();
     EXPECT_TRUE(AwaitThat([looks] { return modem::Looks() >= looks + 3; }));

@@ -1,7 +1,7 @@
 // A process in which a scenario runs.
 // SPDX-License-Identifier: MIT
-#ifndef WPK_TESTS_NATIVE_FAULTS_STAGE_H
-#define WPK_TESTS_NATIVE_FAULTS_STAGE_H
+#ifndef WPK_TESTS_NATIVE_FAULTS_SCENARIO_FIXTURE_H
+#define WPK_TESTS_NATIVE_FAULTS_SCENARIO_FIXTURE_H
 
 #include <atomic>
 #include <cstdint>
@@ -18,11 +18,11 @@ namespace wpk::host {
 constexpr int kRefused = 1;
 
 /// One a process: the library can be initialised only once in each.
-class Stage {
+class ScenarioFixture {
 public:
-    Stage();
-    Stage(const Stage&) = delete;
-    Stage& operator=(const Stage&) = delete;
+    ScenarioFixture();
+    ScenarioFixture(const ScenarioFixture&) = delete;
+    ScenarioFixture& operator=(const ScenarioFixture&) = delete;
 
     /// A request that answers questions for credentials well, yet to be sent.
     NativeRequest& Make(const char* service, std::string data = "hello");
@@ -61,4 +61,4 @@ private:
 
 }  // namespace wpk::host
 
-#endif  // WPK_TESTS_NATIVE_FAULTS_STAGE_H
+#endif  // WPK_TESTS_NATIVE_FAULTS_SCENARIO_FIXTURE_H

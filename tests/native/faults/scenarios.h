@@ -6,7 +6,7 @@
 #include <ostream>
 #include <vector>
 
-#include "native/faults/stage.h"
+#include "native/faults/scenario_fixture.h"
 
 namespace wpk::host {
 
@@ -18,8 +18,8 @@ constexpr uint32_t kSelectSpeed = 1;
 struct Scenario {
     const char* name;
     /// Before the fault is armed.
-    void (*prepare)(Stage&);
-    void (*act)(Stage&);
+    void (*prepare)(ScenarioFixture&);
+    void (*act)(ScenarioFixture&);
     /// How its requests end when nothing fails, in the order of their making.
     std::vector<int> ends;
     /// Whether a fault may leave a part of the library out for good.
@@ -37,7 +37,7 @@ std::vector<Scenario> RequestScenarios();
 std::vector<Scenario> CancelScenarios();
 
 /// Initialises with a permanent network.
-void Initialise(Stage& stage);
+void Initialise(ScenarioFixture& fixture);
 
 }  // namespace wpk::host
 

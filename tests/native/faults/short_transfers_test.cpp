@@ -5,7 +5,7 @@
 #include <string>
 
 #include "fake_platform/control.h"
-#include "native/faults/stage.h"
+#include "native/faults/scenario_fixture.h"
 #include "native/support/child_process.h"
 
 namespace wpk::host {
@@ -19,11 +19,12 @@ uint64_t FewestTransfers(const std::string& bytes) {
     return (bytes.size() + most - 1) / most;
 }
 
-void ExpectReply(Stage& stage, const char* service, const std::string& reply, const std::string& data = "hello") {
+void ExpectReply(ScenarioFixture& fixture, const char* service, const std::string& reply,
+                 const std::string& data = "hello") {
     const uint64_t sendsBefore = Uses("send");
     const uint64_t receivesBefore = Uses("recv");
-    NativeRequest& request = stage.Make(service, data);
-    stage.SendAndAwait(request);
+    NativeRequest& request = fixture.Make(service, data);
+    fixture.SendAndAwait(request);
     EXPECT_EQ(request.Error(), 0) << service;
     EXPECT_EQ(request.Reply(), reply) << service;
     EXPECT_EQ(request.Finals(), 1) << service;
@@ -46,15 +47,15 @@ std::string Body(const std::string& service, const std::string& data) {
 
 TEST_P(ShortTransfers, CarryRequestsAndRepliesWhole) {
     const bool passed = RunInChild([] {
-        auto& stage = Lasting<Stage>();
-        ASSERT_EQ(InitLibrary(stage.settings), 1);
+        auto& fixture = Lasting<ScenarioFixture>();
+        ASSERT_EQ(InitLibrary(fixture.settings), 1);
         ShortenTransfers(GetParam());
         const std::string moreThanAPiece(5000, 'd');
-        ExpectReply(stage, "Small", "small");
-        ExpectReply(stage, "Large", std::string(Server::kLargeSize, 'x'));
-        ExpectReply(stage, "Echo", Body("Echo", moreThanAPiece), moreThanAPiece);
-        NativeRequest& refused = stage.Make("Unknown");
-        stage.SendAndAwait(refused);
+        ExpectReply(fixture, "Small", "small");
+        ExpectReply(fixture, "Large", std::string(Server::kLargeSize, 'x'));
+        ExpectReply(fixture, "Echo", Body("Echo", moreThanAPiece), moreThanAPiece);
+        NativeRequest& refused = fixture.Make("Unknown");
+        fixture.SendAndAwait(refused);
         EXPECT_EQ(refused.Error(), WPK_ERROR_NO_SERVICE);
         EXPECT_EQ(Misuses(), std::vector<std::string>());
     });
@@ -63,13 +64,13 @@ TEST_P(ShortTransfers, CarryRequestsAndRepliesWhole) {
 
 TEST_P(ShortTransfers, CarryAProxysQuestion) {
     const bool passed = RunInChild([] {
-        auto& stage = Lasting<Stage>();
-        stage.settings.bBehindProxy = 1;
-        stage.settings.lpszProxyServer = "127.0.0.1";
-        stage.settings.nProxyPort = stage.server.Port();
-        ASSERT_EQ(InitLibrary(stage.settings), 1);
+        auto& fixture = Lasting<ScenarioFixture>();
+        fixture.settings.bBehindProxy = 1;
+        fixture.settings.lpszProxyServer = "127.0.0.1";
+        fixture.settings.nProxyPort = fixture.server.Port();
+        ASSERT_EQ(InitLibrary(fixture.settings), 1);
         ShortenTransfers(GetParam());
-        ExpectReply(stage, "Guarded", "small");
+        ExpectReply(fixture, "Guarded", "small");
     });
     EXPECT_TRUE(passed);
 }

@@ -8,34 +8,34 @@
 namespace wpk::host {
 namespace {
 
-void DoNothing(Stage&) {}
+void DoNothing(ScenarioFixture&) {}
 
 template <int type>
-void UseConnection(Stage& stage) {
-    stage.settings.nConnectionType = type;
+void UseConnection(ScenarioFixture& fixture) {
+    fixture.settings.nConnectionType = type;
 }
 
-void InitialiseOnly(Stage& stage) {
-    InitLibrary(stage.settings);
-    stage.AwaitQuiet();
+void InitialiseOnly(ScenarioFixture& fixture) {
+    InitLibrary(fixture.settings);
+    fixture.AwaitQuiet();
 }
 
 /// A service that could not start keeps its job table, which has two locks, for the next start.
 constexpr int64_t kJobTableHandles = 2;
 
 /// Undone, it leaves no thread and nothing else open.
-void InitialiseInVain(Stage& stage) {
+void InitialiseInVain(ScenarioFixture& fixture) {
     const int64_t handles = CountLive().handles;
-    EXPECT_EQ(InitLibrary(stage.settings), 0);
+    EXPECT_EQ(InitLibrary(fixture.settings), 0);
     EXPECT_TRUE(AwaitThat([] { return CountLive().threads == 0; }));
     EXPECT_LE(CountLive().handles, handles + kJobTableHandles);
 }
 
-void PrepareDialUp(Stage& stage) {
+void PrepareDialUp(ScenarioFixture& fixture) {
     // The modem is looked at every five seconds.
     SpeedUp(kSpeed * 10, kSelectSpeed);
     modem::Install();
-    stage.settings.nConnectionType = WPK_CONNECTION_DIAL_UP;
+    fixture.settings.nConnectionType = WPK_CONNECTION_DIAL_UP;
 }
 
 /// Until the modem's state has been told, unless a fault keeps the library from seeing it.
@@ -43,32 +43,32 @@ void AwaitTold(const std::atomic<int>& told) {
     EXPECT_TRUE(AwaitThat([&told] { return told > 0 || FaultsFired() > 0; }));
 }
 
-void DialAndHangUp(Stage& stage) {
-    InitLibrary(stage.settings);
-    AwaitTold(stage.goes);
+void DialAndHangUp(ScenarioFixture& fixture) {
+    InitLibrary(fixture.settings);
+    AwaitTold(fixture.goes);
     modem::Dial();
-    AwaitTold(stage.comes);
-    stage.goes = 0;
+    AwaitTold(fixture.comes);
+    fixture.goes = 0;
     modem::HangUp();
-    AwaitTold(stage.goes);
+    AwaitTold(fixture.goes);
 }
 
-void DialSendAndHangUp(Stage& stage) {
-    InitLibrary(stage.settings);
+void DialSendAndHangUp(ScenarioFixture& fixture) {
+    InitLibrary(fixture.settings);
     modem::Dial();
-    AwaitTold(stage.comes);
-    NativeRequest& request = stage.Send("Silent");
-    EXPECT_TRUE(AwaitThat([&] { return stage.server.Silent() > 0 || FaultsFired() > 0; }));
-    stage.goes = 0;
+    AwaitTold(fixture.comes);
+    NativeRequest& request = fixture.Send("Silent");
+    EXPECT_TRUE(AwaitThat([&] { return fixture.server.Silent() > 0 || FaultsFired() > 0; }));
+    fixture.goes = 0;
     modem::HangUp();
-    AwaitTold(stage.goes);
+    AwaitTold(fixture.goes);
     EXPECT_TRUE(AwaitThat([&] { return request.Finals() > 0 || FaultsFired() > 0; }));
 }
 
 }  // namespace
 
-void Initialise(Stage& stage) {
-    ASSERT_EQ(InitLibrary(stage.settings), 1);
+void Initialise(ScenarioFixture& fixture) {
+    ASSERT_EQ(InitLibrary(fixture.settings), 1);
 }
 
 std::vector<Scenario> StartScenarios() {

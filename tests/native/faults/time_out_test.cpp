@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "fake_platform/control.h"
-#include "native/faults/stage.h"
+#include "native/faults/scenario_fixture.h"
 #include "native/support/child_process.h"
 #include "windows.h"
 
@@ -15,12 +15,12 @@ namespace {
 
 TEST(TimeOut, AHeadThatDoesNotComeForSixtySecondsFailsTheRequest) {
     const bool passed = RunInChild([] {
-        auto& stage = Lasting<Stage>();
-        ASSERT_EQ(InitLibrary(stage.settings), 1);
+        auto& fixture = Lasting<ScenarioFixture>();
+        ASSERT_EQ(InitLibrary(fixture.settings), 1);
         SpeedUp(100);
         const uint64_t begin = GetTickCount64();
-        NativeRequest& request = stage.Make("Silent");
-        stage.SendAndAwait(request);
+        NativeRequest& request = fixture.Make("Silent");
+        fixture.SendAndAwait(request);
         EXPECT_EQ(request.Error(), WPK_ERROR_EXCHANGE);
         EXPECT_EQ(request.Finals(), 1);
         EXPECT_GE(GetTickCount64() - begin, 60000u);

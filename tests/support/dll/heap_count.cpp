@@ -7,7 +7,7 @@
 #include <atomic>
 #include <cstdlib>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 std::atomic<long> blocks{0};
@@ -53,4 +53,4 @@ long HeapCount::Blocks() const {
     return blocks;
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -5,7 +5,7 @@
 
 #include "support/dll/import_patch.h"
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 /// One at a time, made before the library is initialised.
 class HeapCount {
@@ -19,6 +19,6 @@ private:
     std::vector<ImportPatch> patches_;
 };
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_SUPPORT_DLL_HEAP_COUNT_H

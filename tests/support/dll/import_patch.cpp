@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "support/dll/import_patch.h"
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 template <class Type>
@@ -48,4 +48,4 @@ ImportPatch::ImportPatch(ImportPatch&& other) noexcept : slots_(std::move(other.
     other.slots_.clear();
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 /// Points every import of `function` in `module` to `replacement`. The destructor puts the original back.
 class ImportPatch {
@@ -43,6 +43,6 @@ Function* FunctionAt(void* address) {
     return function;
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_SUPPORT_DLL_IMPORT_PATCH_H

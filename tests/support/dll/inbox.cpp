@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 bool ZeroFrom(const WPK_CALLBACKSTRUCT& record, size_t offset) {
@@ -143,4 +143,4 @@ bool Inbox::WaitForThreadEnd() {
     return WaitForSingleObject(thread_, kPatience) == WAIT_OBJECT_0;
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 /// A copy of one notification. Fields that its reason does not fill stay zero.
 struct Notification {
@@ -70,6 +70,6 @@ private:
     bool keepProgress_ = true;
 };
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_SUPPORT_DLL_INBOX_H

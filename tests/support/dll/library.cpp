@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 template <class Function>
@@ -66,4 +66,4 @@ Library StartFresh() {
     return library;
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -9,7 +9,7 @@
 
 #include <string>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 class Inbox;
 
@@ -48,6 +48,6 @@ WPK_INITSTRUCT PermanentSettings(Inbox& inbox);
 /// A fresh library, initialised with PermanentSettings. `inbox` must outlive it, that is: the process.
 Library StartFresh();
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_SUPPORT_DLL_LIBRARY_H

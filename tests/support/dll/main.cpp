@@ -6,10 +6,10 @@
 
 int main(int argc, char** argv) {
     const bool scenario = argc > 1 && std::string(argv[1]) == "--scenario";
-    wpk::rig::EnterScratchFolder(/*clean=*/!scenario);
+    wpk::harness::EnterScratchFolder(/*clean=*/!scenario);
     WSADATA sockets;
-    if (WSAStartup(MAKEWORD(2, 2), &sockets) != 0) wpk::rig::Die("no sockets");
-    if (scenario) return wpk::rig::RunScenario(argc, argv);
+    if (WSAStartup(MAKEWORD(2, 2), &sockets) != 0) wpk::harness::Die("no sockets");
+    if (scenario) return wpk::harness::RunScenario(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     {
         // GoogleTest starts a thread of its own on the first use of a trace: now, before any test counts threads.

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 sockaddr_in Loopback(unsigned short port) {
@@ -256,4 +256,4 @@ unsigned short DeadPort() {
     return port;
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

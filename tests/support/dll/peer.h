@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 class Peer;
 
@@ -122,6 +122,6 @@ private:
 /// A port of loopback on which nobody listens.
 unsigned short DeadPort();
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_SUPPORT_DLL_PEER_H

@@ -1,4 +1,4 @@
-// The platform's headers, in the one order that works, and the small things every part of the rig is made of.
+// The platform's headers, in the one order that works, and the small things every part of the harness is made of.
 // SPDX-License-Identifier: MIT
 #ifndef WPK_TESTS_SUPPORT_DLL_PLATFORM_H
 #define WPK_TESTS_SUPPORT_DLL_PLATFORM_H
@@ -9,7 +9,7 @@
 #include <functional>
 #include <utility>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 /// Long enough for any machine under any load: a test that reaches it has failed, it was not merely slow.
 constexpr DWORD kPatience = 90 * 1000;
@@ -102,6 +102,6 @@ private:
     HANDLE handle_;
 };
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_SUPPORT_DLL_PLATFORM_H

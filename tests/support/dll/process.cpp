@@ -10,7 +10,7 @@
 #include <cstring>
 #include <map>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 std::map<std::string, Scenario>& Scenarios() {
@@ -64,7 +64,7 @@ size_t CountInSystemList() {
 }  // namespace
 
 void Die(const std::string& message) {
-    std::fprintf(stderr, "rig: %s (error %lu)\n", message.c_str(), GetLastError());
+    std::fprintf(stderr, "harness: %s (error %lu)\n", message.c_str(), GetLastError());
     std::fflush(nullptr);
     TerminateProcess(GetCurrentProcess(), 99);
     std::abort();
@@ -187,4 +187,4 @@ int RunScenario(int argc, char** argv) {
     return found->second(argv[3]);
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

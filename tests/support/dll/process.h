@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
-/// Ends the process with a message: the rig itself does not work.
+/// Ends the process with a message: the harness itself does not work.
 [[noreturn]] void Die(const std::string& message);
 
 /// Where this program lies; with a closing separator.
@@ -59,12 +59,12 @@ private:
 /// For main: the exit code of a "--scenario NAME ARGUMENT" command line, or -1 when the command line is another.
 int RunScenario(int argc, char** argv);
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 // Defines a scenario: a function body with the parameter `argument` that returns its exit code.
-#define WPK_SCENARIO(name)                                   \
-    int name(const std::string& argument);                   \
-    const wpk::rig::ScenarioEntry name##_entry(#name, name); \
+#define WPK_SCENARIO(name)                                       \
+    int name(const std::string& argument);                       \
+    const wpk::harness::ScenarioEntry name##_entry(#name, name); \
     int name([[maybe_unused]] const std::string& argument)
 
 #endif  // WPK_TESTS_SUPPORT_DLL_PROCESS_H

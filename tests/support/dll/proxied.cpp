@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 Proxied::Proxied(unsigned short proxyPort, const char* user, const char* password) : library(Library::LoadFresh()) {
     // The library may call its default callback as long as the process lives.
@@ -34,4 +34,4 @@ void AnswerCredentials(Request& request, const std::string& user, const std::str
     };
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 /// A fresh library with a proxy on 127.0.0.1; null credentials are allowed.
 class Proxied {
@@ -23,6 +23,6 @@ void FillField(char (&field)[WPK_CREDENTIAL_SIZE], const std::string& text);
 /// Makes a request answer every question for credentials with these.
 void AnswerCredentials(Request& request, const std::string& user, const std::string& password);
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_SUPPORT_DLL_PROXIED_H

@@ -4,7 +4,7 @@
 
 #include "support/dll/process.h"
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 ReceiveWatch* current = nullptr;
 }
@@ -45,4 +45,4 @@ size_t ReceiveWatch::Calls() {
     return monitor_.Update([this] { return calls_; });
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

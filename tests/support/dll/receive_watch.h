@@ -5,7 +5,7 @@
 
 #include "support/dll/import_patch.h"
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 /// One at a time, while no request of the library is in flight. Sees every recv of that library.
 class ReceiveWatch {
@@ -32,6 +32,6 @@ private:
     ImportPatch patch_;
 };
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_SUPPORT_DLL_RECEIVE_WATCH_H

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 Request::Request(unsigned short port, std::string message) : message_(std::move(message)) {
     record.nPort = port;
@@ -92,4 +92,4 @@ void RunAndExpectFailure(const Library& library, Request& request, int error) {
     ExpectFailure(request, error);
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 /// Owns every byte that its record points to. Must live until the request has ended (WaitForEnd).
 class Request {
@@ -50,6 +50,6 @@ void ExpectFailure(Request& request, int error);
 void RunAndExpectReply(const Library& library, Request& request, const std::string& body);
 void RunAndExpectFailure(const Library& library, Request& request, int error);
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_SUPPORT_DLL_REQUEST_H

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace wpk::rig {
+namespace wpk::harness {
 namespace {
 
 const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -120,4 +120,4 @@ std::string RawReply(const std::string& status, const std::vector<std::string>& 
     return reply + "\r\n" + body;
 }
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness

@@ -8,7 +8,7 @@
 
 #include "support/pattern.h"
 
-namespace wpk::rig {
+namespace wpk::harness {
 
 struct ExpectedRequest {
     std::string server = "127.0.0.1";
@@ -45,6 +45,6 @@ std::string RawReply(const std::string& status, const std::vector<std::string>& 
 
 using test::Pattern;
 
-}  // namespace wpk::rig
+}  // namespace wpk::harness
 
 #endif  // WPK_TESTS_SUPPORT_DLL_WIRE_H

@@ -1,5 +1,5 @@
-// A start-up in which a call of the platform fails, on an instance of the test's own. Only the fake platform makes one fail.
-// SPDX-License-Identifier: MIT
+// A start-up in which a call of the platform fails, on an instance of the test's own. Only the fake platform makes one
+// fail. SPDX-License-Identifier: MIT
 #ifndef _WIN32
 
 #include <gtest/gtest.h>
