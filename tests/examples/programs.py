@@ -74,8 +74,15 @@ class Client:
 
     def run(self, message=b""):
         """Returns exit status, standard output, standard error."""
-        result = subprocess.run(self._command, input=message, capture_output=True, timeout=PATIENCE)
+        result = self._run_once(message)
+        if result.returncode == -signal.SIGKILL:
+            # Wine gives a process a second for its end, which can be too short on a busy machine.
+            print(f"Killed by Wine, and run once more: {' '.join(self._command[1:])}", flush=True)
+            result = self._run_once(message)
         return result.returncode, result.stdout, result.stderr
+
+    def _run_once(self, message):
+        return subprocess.run(self._command, input=message, capture_output=True, timeout=PATIENCE)
 
     def start(self):
         self._process = subprocess.Popen(self._command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
