@@ -96,7 +96,7 @@ enum ParsingError : unsigned {
     kBadParameterReference = 27,
     /// A character in a public identifier that none may contain.
     kBadPublicId = 28,
-    /// An element declaration without a name, content specification or ">".
+    /// An element declaration without a name, a content model or ">".
     kBadElementDeclaration = 29,
     /// A content model: "|" or the end is missing in mixed content, or a "|" group changes its separator.
     kBadContentModel = 30,
