@@ -93,7 +93,7 @@ private:
             return Finish(stop + 1, CopyName(to + copied, *stop));
         }
         // Where the white space has begun before, its space is there.
-        const unsigned isThere = ((white << 1) | isAfterWhite_) >> copied & 1;
+        const unsigned isThere = (((white << 1) | isAfterWhite_) >> copied) & 1;
         to[copied] = ' ';
         isAfterWhite_ = 1;
         return Finish(SkipWhite(stop, end), to + copied + 1 - isThere);

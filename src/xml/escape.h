@@ -58,9 +58,9 @@ WPK_XML_INLINE char* EscapeText(OutputBuffer& out, char* to, const ByteString& t
         const Stops<kSpace> stops(block, 0);
         // What of the block is not part of the text is shifted out.
         const unsigned others = std::numeric_limits<unsigned>::digits - static_cast<unsigned>(size);
-        if (stops.all << others == 0) return to + size;
+        if ((stops.all << others) == 0) return to + size;
         // Nothing but a line feed and an indentation: one space.
-        if (~stops.white << others == 0) {
+        if ((~stops.white << others) == 0) {
             *to = ' ';
             return to + 1;
         }

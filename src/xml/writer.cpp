@@ -383,9 +383,12 @@ private:
         state.atLineStart = false;
     }
 
+    /// The most levels whose indentation fits into the prepared line. Only for an indentation that is not empty.
+    std::size_t LevelsOfPreparedLine() const noexcept { return (kLine - 1) / indent_.size(); }
+
     /// Extends the prepared line to the indentation of that many levels. False if it does not fit.
     bool PrepareLine(std::size_t levels) noexcept {
-        if (levels * indent_.size() > kLine - 1) return false;
+        if (levels > LevelsOfPreparedLine()) return false;
         for (; lineLevels_ < levels; ++lineLevels_) {
             std::memcpy(line_ + 1 + lineLevels_ * indent_.size(), indent_.data(), indent_.size());
         }
@@ -394,7 +397,7 @@ private:
 
     State BeginLongLine(State state, std::size_t levels) {
         NewLine(state);
-        const std::size_t most = (kLine - 1) / indent_.size();
+        const std::size_t most = LevelsOfPreparedLine();
         if (most != 0) PrepareLine(most);
         for (; most != 0 && levels != 0; levels -= std::min(levels, most)) {
             state.to = out_.MakeRoom(state.to);

@@ -17,7 +17,7 @@ inline namespace client {
 namespace detail {
 
 /// The context of the library's default callback. The library may call that as long as the process lives, so once the
-/// library is initialised this object stays; Close() only makes it deaf.
+/// library is initialised this object stays; Close() only ends the calls of the function.
 class DefaultCallback {
 public:
     DefaultCallback(std::function<void(bool)> on_connection, std::shared_ptr<const Shared> shared)
