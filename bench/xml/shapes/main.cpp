@@ -12,8 +12,8 @@
 #include <malloc.h>
 #endif
 
-#include "tested_library.h"
 #include "shapes.h"
+#include "tested_library.h"
 
 namespace xml_bench {
 namespace {
@@ -23,16 +23,6 @@ using Clock = std::chrono::steady_clock;
 double NsSince(Clock::time_point start) {
     return std::chrono::duration<double, std::nano>(Clock::now() - start).count();
 }
-
-const std::vector<const TestedLibrary*> kTested = {
-    &kWpk,
-#ifdef WPK_XML_BASELINE
-    &kBaseline,
-#endif
-#ifdef WPK_XML_PUGIXML
-    &kPugixml,
-#endif
-};
 
 struct Options {
     std::uint64_t seed = 1;

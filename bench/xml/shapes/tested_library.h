@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace xml_bench {
 
@@ -33,5 +34,16 @@ extern const TestedLibrary kPugixml;
 #ifdef WPK_XML_BASELINE
 extern const TestedLibrary kBaseline;
 #endif
+
+/// Those that are there in this build; the one that the others are compared with is the last.
+inline const std::vector<const TestedLibrary*> kTested = {
+    &kWpk,
+#ifdef WPK_XML_BASELINE
+    &kBaseline,
+#endif
+#ifdef WPK_XML_PUGIXML
+    &kPugixml,
+#endif
+};
 
 }  // namespace xml_bench
