@@ -10,8 +10,17 @@ export passed
 
 cmake --preset host >/dev/null
 mkdir -p "$passed"
-# Headers that another compiler has translated beforehand are of no use.
-sed 's/ -Winvalid-pch -include [^ ]*cmake_pch.hxx//' build/host/compile_commands.json >"$passed/compile_commands.json"
+# Each source once, although several programs may be built from it. Headers that another compiler has translated
+# beforehand are of no use.
+python3 - build/host/compile_commands.json "$passed/compile_commands.json" <<'END'
+import json, re, sys
+with open(sys.argv[1]) as built:
+    commands = {entry["file"]: entry for entry in reversed(json.load(built))}
+for entry in commands.values():
+    entry["command"] = re.sub(r" -Winvalid-pch -include \S*cmake_pch\.hxx", "", entry["command"])
+with open(sys.argv[2], "w") as once:
+    json.dump(list(commands.values()), once, indent=0)
+END
 
 # Of all that clang-tidy looks at for one source.
 fingerprint() {

@@ -250,6 +250,11 @@ begin_with_source() {
     echo 'int   generated;' >"$copy/build/generated.cpp"
 }
 
+# Where several versions are installed, the command only chooses one.
+add_python() {
+    ln -s "$(python3 -c 'import sys; print(sys.executable)')" "$commands/python3"
+}
+
 layout_without_git() {
     begin_with_source 'int   one;'
     run format.sh --check && ends_with 123 && says 'src/one.cpp:1:4' && ! says generated || return
@@ -269,13 +274,18 @@ tests_without_git() {
 
 tidy_without_git() {
     begin_with_source 'int one;'
+    add_python
     ln -s "$(command -v g++)" "$commands/"
     ln -s "$(command -v sha256sum)" "$commands/"
     mkdir "$copy/tests"
     touch "$copy/tests/two.cpp" "$copy/tests/three.cpp"
-    play cmake 'mkdir -p build/host && echo "  \"file\": \"$PWD/tests/two.cpp\"" >build/host/compile_commands.json'
+    mkdir -p "$copy/build/host"
+    local twice="{\"command\": \"c++ -Winvalid-pch -include a/cmake_pch.hxx -c two.cpp\", \"file\": \"$copy/tests/two.cpp\"}"
+    echo "[$twice, $twice]" >"$copy/build/host/compile_commands.json"
+    play cmake ''
     play clang-tidy 'echo "looks at $*"'
     run tidy.sh && ends_with 0 && says 'src/one.cpp' && says 'tests/two.cpp' && ! says 'tests/three.cpp' || return
+    [ "$(grep -c '"c++ -c two.cpp"' "$copy/build/tidy/compile_commands.json")" = 1 ] || return
     run tidy.sh --product && ends_with 0 && says 'src/one.cpp' && ! says 'tests/two.cpp'
 }
 
@@ -285,10 +295,9 @@ name_tests() {
     echo "$2" >"$copy/tests/folder/$1"
 }
 
-# Where several versions are installed, the command only chooses one.
 begin_with_python() {
     begin
-    ln -s "$(python3 -c 'import sys; print(sys.executable)')" "$commands/python3"
+    add_python
 }
 
 test_names_of_one_style() {
