@@ -92,25 +92,35 @@ run_programs() {
     ctest --preset "$preset" -V -j "$jobs" "$@" >>"build/$preset-tests.log" 2>&1
 }
 
-# Wine gives a process one second for its end and kills it then, which is too short on a busy machine. A program that was
-# killed before it had a failure to tell is run once more, and said to be. One that has failed, or has not come to an
-# end, has failed.
+# Wine gives a process one second for its end and kills it then, which is too short on a busy machine; and programs are
+# killed when Wine's server has crashed under them. A program that was killed before it had a failure to tell is run once
+# more, and said to be. One that has failed, or has not come to an end, has failed.
 run_killed_again() {
-    local preset=$1 log=build/$1-tests.log killed
+    local log=build/windows-tests.log killed
     killed=$(awk -v killed=1 -f scripts/count_tests.awk "$log" | paste -s -d '|')
     [ -n "$killed" ] || return
     echo "  Killed by Wine, and run once more: ${killed//|/, }"
-    run_programs "$preset" -R "^($killed)$"
+    run_programs windows -R "^($killed)$"
+}
+
+run_under_wine() {
+    scripts/wine.sh --start
+    scripts/wine.sh --end-orphans &
+    run_programs windows
+    run_killed_again
+    scripts/wine.sh --stop
+    wait $!
 }
 
 run() {
     local preset=$1 log=build/$1-tests.log passed failed
     announce "Testing: $preset"
     : >"$log"
-    [ "$preset" != windows ] || scripts/wine.sh --start
-    run_programs "$preset"
-    [ "$preset" != windows ] || run_killed_again "$preset"
-    [ "$preset" != windows ] || scripts/wine.sh --stop
+    if [ "$preset" = windows ]; then
+        run_under_wine
+    else
+        run_programs "$preset"
+    fi
     read -r passed failed < <(awk -f scripts/count_tests.awk "$log")
     grep -aE '^ *[0-9]+/[0-9]+ Test +#' "$log" | sed 's/^ */  /'
     [ "$failed" -eq 0 ] || grep -aE '^[0-9]+: (\[  FAILED  \] [A-Z]|.*(Failure|ERROR:|MISMATCH))' "$log" | sort -u | head -n 60

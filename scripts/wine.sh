@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # Runs a Windows program under Wine, in a prefix below build/ that is made on first use and belongs to this checkout.
-# Usage: scripts/wine.sh PROGRAM [ARGUMENT ...] | --start | --stop
+# Usage: scripts/wine.sh PROGRAM [ARGUMENT ...] | --start | --stop | --end-orphans
 #
 # --start keeps Wine's server and services running until --stop: programs then start at once, and no program is the one
 # that they were started by, whose output they would hold open.
+#
+# --end-orphans waits until the server is gone and kills the programs that it has left behind: when it crashes, they wait
+# for its answers for ever.
 #
 # WPK_WINEPREFIX names another prefix. WINEPREFIX does not: it may be one with a user's own programs, which --stop ends.
 set -euo pipefail
@@ -15,7 +18,7 @@ give_up() {
 }
 
 if [ $# -eq 0 ] || [ "$1" = --help ]; then
-    echo "usage: scripts/wine.sh PROGRAM [ARGUMENT ...] | --start | --stop" >&2
+    echo "usage: scripts/wine.sh PROGRAM [ARGUMENT ...] | --start | --stop | --end-orphans" >&2
     exit 2
 fi
 command -v wine >/dev/null || give_up "Wine is missing; scripts/setup.sh demo installs it."
@@ -38,6 +41,14 @@ Mend what is wrong, remove the folder, and run this again."
     touch "$WINEPREFIX/.ready"
 }
 
+end_orphans() {
+    local process
+    wineserver -w </dev/null >/dev/null 2>&1 || true
+    for process in /proc/[0-9]*; do
+        if grep -qzxF "WINEPREFIX=$WINEPREFIX" "$process/environ" 2>/dev/null; then kill -9 "${process#/proc/}" || true; fi
+    done
+}
+
 if [ -d "$WINEPREFIX" ] && [ ! -O "$WINEPREFIX" ]; then
     give_up "$WINEPREFIX belongs to another user, and Wine refuses that. Remove it, or set WPK_WINEPREFIX to a folder \
 of your own."
@@ -58,5 +69,6 @@ case "$1" in
             give_up "Wine does not start in $WINEPREFIX; WINEDEBUG=err+all wine cmd /c exit tells more."
         ;;
     --stop) wineserver -k </dev/null >/dev/null 2>&1 || true ;;
+    --end-orphans) end_orphans ;;
     *) exec wine "$@" ;;
 esac

@@ -146,6 +146,19 @@ wine_beside_a_users_prefix() {
         [ "$(cat "$commands/wineserver.calls")" = "-k in $copy/build/wine" ] && [ ! -e "$work/users_prefix" ]
 }
 
+# The server is gone at once here.
+wine_ends_what_its_server_left() {
+    local own others
+    begin
+    play_wine
+    WINEPREFIX=$copy/build/wine sleep 1000 &
+    own=$!
+    WINEPREFIX=$copy/build/wine2 sleep 1000 &
+    others=$!
+    run wine.sh --end-orphans && ends_with 0 && [ "$(cat "$commands/wineserver.calls")" = "-w in $copy/build/wine" ] &&
+        ! wait $own && kill $others
+}
+
 wine_cannot_make_a_prefix() {
     begin
     play wine 'echo "wine: no space"; exit 1'
@@ -347,6 +360,7 @@ check "SetupMachineHasAPolicyKeepsIt" setup_where_there_is_a_policy
 check "WineWithoutArgumentsShowsItsUsage" wine_without_arguments
 check "WineNotInstalledNamesTheScriptThatInstallsIt" wine_missing
 check "WineUserHasAPrefixLeavesItAlone" wine_beside_a_users_prefix
+check "WineServerIsGoneEndsTheProgramsOfItsPrefixAndNoOthers" wine_ends_what_its_server_left
 check "WinePrefixCannotBeMadeShowsWinesWords" wine_cannot_make_a_prefix
 check "WinePrefixIsNotWholeIsAFailure" wine_makes_half_a_prefix
 check "DemoPackagesMissingSaysSoInItsLastLine" demo_without_packages
