@@ -118,6 +118,18 @@ inline NodeContainer* WritableContainer(Node* node) noexcept {
     return IsNull(container) || container.IsType(AdvXMLParser::DOCUMENT_NODE) ? nullptr : &container;
 }
 
+/// Makes the pieces of a text, which may be a view of what they replace, and puts them into the node. False if there is
+/// no such node.
+inline bool PutText(Node* node, std::string_view text, void (*put)(NodeContainer& parent, Attribute& pieces)) {
+    CheckCharacters(text);
+    NodeContainer* const container = WritableContainer(node);
+    if (!container) return false;
+    Attribute pieces(nullptr, {});
+    AppendPieces(pieces, *container, text);
+    put(*container, pieces);
+    return true;
+}
+
 /// The document when the container is one, else null.
 inline Document* AsDocument(NodeContainer& container) noexcept {
     return container.IsType(AdvXMLParser::DOCUMENT_NODE) ? static_cast<Document*>(&container) : nullptr;
@@ -194,14 +206,7 @@ bool TakeOut(List& list, const Node* node) noexcept {
 /// character (below 0x20): no document can contain it.
 template <class T>
 bool AppendEscaped(Node* node, const T& value) {
-    const detail::Written written(value);
-    detail::CheckCharacters(written.Text());
-    NodeContainer* const container = detail::WritableContainer(node);
-    if (!container) return false;
-    Attribute pieces(nullptr, {});
-    detail::AppendPieces(pieces, *container, written.Text());
-    detail::TakePieces(*container, pieces);
-    return true;
+    return detail::PutText(node, detail::Written(value).Text(), detail::TakePieces);
 }
 
 /// Replaces everything inside an element, or an attribute's value, by a value, in the way of AppendEscaped. The value
@@ -211,14 +216,7 @@ bool AppendEscaped(Node* node, const T& value) {
 ///     SetText(order->root->GetOrCreateElement("total"), 10.25);
 template <class T>
 bool SetText(Node* node, const T& value) {
-    const detail::Written written(value);
-    detail::CheckCharacters(written.Text());
-    NodeContainer* const container = detail::WritableContainer(node);
-    if (!container) return false;
-    Attribute pieces(nullptr, {});
-    detail::AppendPieces(pieces, *container, written.Text());
-    detail::ReplaceByPieces(*container, pieces);
-    return true;
+    return detail::PutText(node, detail::Written(value).Text(), detail::ReplaceByPieces);
 }
 
 /// Sets the element's first attribute of that name, as SetText does, or adds one. An attribute xml:space also sets the
