@@ -74,6 +74,9 @@ bool AllocationFails();
 
 /// Sends and receives move at most so many bytes at a time; 0: as many as they can.
 void ShortenTransfers(int most);
+/// A connect returns when it has come to its end, even of a socket that does not block. Windows may do so; usually it
+/// says that the connect is under way.
+void ConnectAtOnce(bool atOnce);
 
 // What is open.
 

@@ -57,6 +57,7 @@ void Reset() {
     ResetRegistry();
     ResetHosts();
     ShortenTransfers(0);
+    ConnectAtOnce(false);
 }
 
 }  // namespace wpk::host

@@ -7,13 +7,24 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 
+#include "fake_platform/control.h"
 #include "fake_platform/src/call.h"
 #include "fake_platform/src/thread.h"
 #include "winsock_types.h"
 
 namespace wpk::host {
+namespace {
+
+std::atomic<bool> connectsAtOnce{false};
+
+}  // namespace
+
+void ConnectAtOnce(bool atOnce) {
+    connectsAtOnce.store(atOnce);
+}
 
 int SocketErrorOf(int error) {
     switch (error) {
@@ -71,11 +82,11 @@ int TcpSocket::Connect(uint32_t address, uint16_t port) {
     const int result = connect(descriptor_, reinterpret_cast<const sockaddr*>(&target), sizeof target);
     const int error = result == 0 ? 0 : errno;
     {
-        // Windows never tells at once, not even of a port on its own machine that nobody listens on.
         const std::lock_guard lock(mutex_);
         state_ = error == 0 || error == EINPROGRESS ? State::kConnecting : State::kFailed;
     }
-    if (!Blocking()) return WSAEWOULDBLOCK;
+    // Windows does not tell at once, not even of a port on its own machine that nobody listens on.
+    if (!Blocking() && !connectsAtOnce.load()) return WSAEWOULDBLOCK;
     if (error != 0 && error != EINPROGRESS) return SocketErrorOf(error);
     if (const int waited = Await(POLLOUT)) return waited;
     return Settle() == State::kConnected ? 0 : WSAECONNREFUSED;

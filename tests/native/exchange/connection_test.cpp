@@ -118,6 +118,17 @@ TEST_F(ConnectionTest, AConnectThatComesToNothingWaits120TimesAndLooksOnceMoreIn
     EXPECT_EQ(LongestWait(), 250u);
 }
 
+TEST_F(ConnectionTest, AConnectThatSucceedsAtOnceIsFollowedByNoLook) {
+    const NativePeer peer([](NativePeer::Connection& other) { other.AwaitClose(); });
+    const Semaphore cancel = Signal();
+    ConnectAtOnce(true);
+    Connection connection;
+    EXPECT_TRUE(connection.Connect("127.0.0.1", peer.Port(), &cancel));
+    EXPECT_EQ(Uses("select"), 0u);
+    EXPECT_EQ(connection.LastError(), 0);
+    EXPECT_TRUE(connection.Send("x", 1));
+}
+
 TEST_F(ConnectionTest, WithoutASemaphoreTheWaitForAConnectionSleeps) {
     SpeedUp(5000);
     Connection connection;
