@@ -47,13 +47,26 @@ struct State {
     bool atLineStart;
 };
 
-/// The walk over a tree. There is room in the buffer when a node is begun, which does for all that is short in it; what
-/// may be long makes room for itself and after itself.
+/// Which part of a container is being written.
+enum class Part : std::uint8_t { kAttributes, kChildren, kChildrenAlone };
+struct Level {
+    const NodeContainer* container;
+    std::uint32_t next;
+    Part part;
+};
+
+/// Where a walk is: what is open, the innermost last.
+using Levels = SmallStack<Level, 32>;
+
+/// The walk over a tree, up to its end or to a node that changes the context's settings. There is room in the buffer
+/// when a node is begun, which does for all that is short in it; what may be long makes room for itself and after
+/// itself.
 template <WhiteSpace kSpace>
 class Walk {
 public:
-    explicit Walk(WriteContext& context)
+    Walk(WriteContext& context, Levels& levels)
         : context_(context),
+          levels_(levels),
           out_(*context.output),
           indent_(context.indent ? context.indent : ""),
           lineLevels_(indent_.empty() ? std::numeric_limits<std::size_t>::max() : 0) {}
@@ -69,16 +82,10 @@ public:
         Run(Begin());
     }
 
+    void GoOn() { Run(Begin()); }
+
 private:
     static constexpr bool kIsVerbatim = kSpace == WhiteSpace::kAsIs;
-
-    /// Which part of a container is being written.
-    enum class Part : std::uint8_t { kAttributes, kChildren, kChildrenAlone };
-    struct Level {
-        const NodeContainer* container;
-        std::uint32_t next;
-        Part part;
-    };
 
     State Begin() noexcept { return {out_.Begin(), context_.depth, context_.afterBlock, context_.atLineStart}; }
 
@@ -89,6 +96,7 @@ private:
             } else {
                 PutChildren(state);
             }
+            if (areSettingsChanged_) return;
         }
         Finish(state);
     }
@@ -178,8 +186,8 @@ private:
             return false;
         }
         PutText(state, *text);
-        // A text leaves no line to end.
-        if (!kIsVerbatim) EndBlock(state);
+        // A text leaves no line to end, but an attribute may have left one.
+        EndLevel(state);
         PutEndTag(state, element);
         return true;
     }
@@ -264,10 +272,13 @@ private:
         return state;
     }
 
-    /// Through the node's own virtual function.
+    /// Through the node's own virtual function, which may do anything with the context.
     State PutForeign(const State& state, const Node& node) {
         Finish(state);
+        const WriteContext before = context_;
         node.Write(context_);
+        areSettingsChanged_ =
+            context_.flags != before.flags || context_.indent != before.indent || context_.output != before.output;
         return Begin();
     }
 
@@ -411,32 +422,44 @@ private:
     static constexpr std::size_t kLine = 64;
 
     WriteContext& context_;
+    Levels& levels_;
     OutputBuffer out_;
-    SmallStack<Level, 32> levels_;
+    bool areSettingsChanged_ = false;
     const std::string_view indent_;
     /// A line feed and the indentation of as many levels as have been needed, to be moved at once.
     char line_[1 + kLine] = {'\n'};
     std::size_t lineLevels_;
 };
 
-}  // namespace
-
-void Writer::Write(const Node& node, WriteContext& context) {
-    if (!context.output) return;
+/// Has the context's kind of walk do something.
+template <class Work>
+void WithWalk(WriteContext& context, Levels& levels, Work work) {
     if ((context.flags & WRITE_VERBATIM) != 0) {
-        Walk<WhiteSpace::kAsIs>(context).Write(node);
+        Walk<WhiteSpace::kAsIs> walk(context, levels);
+        work(walk);
     } else {
-        Walk<WhiteSpace::kCollapsed>(context).Write(node);
+        Walk<WhiteSpace::kCollapsed> walk(context, levels);
+        work(walk);
     }
 }
 
-void Writer::WriteChildren(const NodeContainer& container, WriteContext& context) {
+/// Begins a walk, and goes on with others where a node has changed the settings.
+template <class Work>
+void WriteBeginningWith(WriteContext& context, Work begin) {
     if (!context.output) return;
-    if ((context.flags & WRITE_VERBATIM) != 0) {
-        Walk<WhiteSpace::kAsIs>(context).WriteChildren(container);
-    } else {
-        Walk<WhiteSpace::kCollapsed>(context).WriteChildren(container);
-    }
+    Levels levels;
+    WithWalk(context, levels, begin);
+    while (!levels.empty() && context.output) WithWalk(context, levels, [](auto& walk) { walk.GoOn(); });
+}
+
+}  // namespace
+
+void Writer::Write(const Node& node, WriteContext& context) {
+    WriteBeginningWith(context, [&node](auto& walk) { walk.Write(node); });
+}
+
+void Writer::WriteChildren(const NodeContainer& container, WriteContext& context) {
+    WriteBeginningWith(context, [&container](auto& walk) { walk.WriteChildren(container); });
 }
 
 }  // namespace AdvXMLParser::detail

@@ -1,8 +1,10 @@
 // Nodes of an application's own in the library's trees.
 // SPDX-License-Identifier: MIT
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -35,6 +37,57 @@ TEST(ForeignNodes, TakePartInTheTree) {
     const std::unique_ptr<Element> copy(document.root->Clone(nullptr));
     EXPECT_EQ(copy->GetText(), "a stamp b");
     EXPECT_EQ(document.root->FindElement("#stamp"), &NullElement());
+}
+
+/// A node whose Write changes the context.
+class Switch : public Stamp {
+public:
+    explicit Switch(std::function<void(WriteContext&)> change) : change_(std::move(change)) {}
+    void Write(WriteContext& context) const override { change_(context); }
+
+private:
+    std::function<void(WriteContext&)> change_;
+};
+
+/// <a/>, the switch and <b> <c/></b>, written below <r>.
+std::string WrittenAround(std::function<void(WriteContext&)> change) {
+    Document document("r");
+    document.root->GetOrCreateElement("a");
+    document.root->AppendChild(new Switch(std::move(change)));
+    Node* const b = document.root->GetOrCreateElement("b");
+    b->AppendText("  ");
+    b->GetOrCreateElement("c");
+    return xml_tests::Written(*document.root);
+}
+
+TEST(ForeignNodes, ChangeTheStateOfWhatFollows) {
+    const std::string end = " \n    <c/>\n  </b>\n</r>";
+    EXPECT_EQ(WrittenAround([](WriteContext&) {}), "\n<r>\n  <a/>\n  <b>" + end);
+    EXPECT_EQ(WrittenAround([](WriteContext& context) { context.atLineStart = true; }), "\n<r>\n  <a/>  <b>" + end);
+    EXPECT_EQ(WrittenAround([](WriteContext& context) { ++context.depth; }),
+              "\n<r>\n  <a/>\n    <b> \n      <c/>\n    </b>\n  </r>");
+}
+
+TEST(ForeignNodes, ChangeTheSettingsOfWhatFollows) {
+    EXPECT_EQ(WrittenAround([](WriteContext& context) { context.flags = WRITE_VERBATIM; }),
+              "\n<r>\n  <a/><b>  <c/></b></r>");
+    EXPECT_EQ(WrittenAround([](WriteContext& context) { context.indent = "-"; }),
+              "\n<r>\n  <a/>\n-<b> \n--<c/>\n-</b>\n</r>");
+    std::string other;
+    EXPECT_EQ(WrittenAround([&other](WriteContext& context) { context.output = &other; }), "\n<r>\n  <a/>");
+    EXPECT_EQ(other, "\n  <b> \n    <c/>\n  </b>\n</r>");
+    EXPECT_EQ(WrittenAround([](WriteContext& context) { context.output = nullptr; }), "\n<r>\n  <a/>");
+}
+
+TEST(ForeignNodes, InAnAttributeChangeTheSettingsOfWhatFollows) {
+    Element element(nullptr, "e");
+    Attribute* const attribute = new Attribute(&element, "a");
+    attribute->AppendChild(new Switch([](WriteContext& context) { context.flags = WRITE_VERBATIM; }));
+    element.attributes.push_back(attribute);
+    element.attributes.push_back(new Attribute(&element, "b"));
+    element.attributes.back()->AppendText("1  2");
+    element.AppendText("3  4");
+    EXPECT_EQ(xml_tests::Written(element), "\n<e a=\"\" b=\"1  2\">3  4</e>");
 }
 
 /// A container of an application's own.

@@ -260,6 +260,20 @@ TEST(Writing, NodesInUnusualPlacesAreWrittenAllTheSame) {
     EXPECT_EQ(WrittenVerbatim(element), "<e a=\"<x/>\">b=\"\"" + kDeclaration + "<d/></e>");
 }
 
+TEST(Writing, AnAttributeWithABlockPutsTheEndTagOnALineOfItsOwn) {
+    Element element(nullptr, "e");
+    Attribute* attribute = new Attribute(&element, "a");
+    attribute->AppendChild(new Element(attribute, "x"));
+    element.attributes.push_back(attribute);
+    element.AppendText("t");
+    EXPECT_EQ(Written(element), "\n<e a=\"\n  <x/>\">t\n</e>");
+    Element outer(nullptr, "o");
+    Element* const inner = static_cast<Element*>(element.Clone(&outer));
+    inner->attributes.push_back(static_cast<Attribute*>(attribute->Clone(inner)));
+    outer.AppendChild(inner);
+    EXPECT_EQ(Written(outer), "\n<o>\n  <e a=\"\n    <x/>\">t\n  </e>\n</o>");
+}
+
 TEST(Writing, AContainersOwnWriteWritesItsChildren) {
     Element element(nullptr, "e");
     element.AppendText("x");
