@@ -59,10 +59,8 @@ bool ModemDetectionService::LoadWrappers() {
     }
     RemoteAccessFunctions found;
     found.enumConnections = calls_.Find<RasEnumConnectionsFunction>(rasLibrary_, "WRAPPER_RasEnumConnections");
-    if (found.enumConnections) {
-        found.getConnectStatus = calls_.Find<RasGetConnectStatusFunction>(rasLibrary_, "WRAPPER_RasGetConnectStatus");
-    }
-    if (!found.getConnectStatus) {
+    found.getConnectStatus = calls_.Find<RasGetConnectStatusFunction>(rasLibrary_, "WRAPPER_RasGetConnectStatus");
+    if (!found.enumConnections || !found.getConnectStatus) {
         RememberFailure(GetLastError(), "function not found.  Please make sure the modem is installed properly.");
         return false;
     }
