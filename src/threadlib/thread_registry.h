@@ -9,15 +9,15 @@
 
 namespace wpk::core {
 
-/// Thread records by thread id. One lock guards the registry and every record in it. The registry has no second lock: a
-/// thread could be suspended or terminated while it holds that one, and every later look-up would wait forever. This
-/// cannot happen to the one lock, because a thread must hold it to suspend or terminate another one.
+/// Thread records by thread id. One lock guards the registry and every record in it. A thread must hold it to suspend
+/// or terminate another one, so no thread can be stopped while it holds it itself. A second lock for the registry could
+/// be lost that way, or would guard nothing that this one does not guard already.
 class ThreadRegistry {
 public:
     static constexpr uint32_t kBucketCount = 1999;
 
     /// Ids come in steps of four or eight, so their lowest bits carry nothing.
-    static constexpr uint32_t BucketOf(uint32_t id) { return ((id >> 3) * 0x9E3779B1u) % kBucketCount; }
+    uint32_t BucketOf(uint32_t id) const { return ((id >> 3) * 0x9E3779B1u) % bucketCount_; }
 
     /// The lock; false if the system could not create it.
     const Semaphore& Lock() const { return lock_; }
@@ -36,6 +36,7 @@ public:
     static void EndSend(ThreadRecord& sender);
 
 private:
+    const uint32_t bucketCount_ = kBucketCount;
     std::array<List<ThreadRecord>, kBucketCount> buckets_;
     uint32_t count_ = 0;
     Semaphore lock_{SemaphoreKind::kLock};
