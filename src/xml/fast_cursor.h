@@ -106,7 +106,7 @@ public:
         return true;
     }
 
-    /// Behind the name of an attribute: may move past '=' and a value that is plain text.
+    /// After the name of an attribute: may move past '=' and a value that is plain text.
     bool SkipPlainValue(Slice& text) noexcept {
         if (end_ - at_ < 3 || at_[0] != '=' || (at_[1] != '"' && at_[1] != '\'')) return false;
         const Byte* const from = at_ + 2;

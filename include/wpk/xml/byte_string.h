@@ -58,7 +58,7 @@ public:
     ByteString& append(std::string_view bytes);
     ByteString& operator+=(std::string_view bytes) { return append(bytes); }
     ///@}
-    /// /// Empties the string and frees its memory.
+    /// Empties the string and frees its memory.
     void clear() noexcept;
 
     /// The bytes, followed by one zero byte. Valid until the string is changed or destroyed.

@@ -100,7 +100,7 @@ enum ParsingError : unsigned {
     kBadElementDeclaration = 29,
     /// A content model: "|" or the end is missing in mixed content, or a "|" group changes its separator.
     kBadContentModel = 30,
-    /// A content model: a "," group changes its separator.
+    /// A content model: a group whose separator is not "|" changes it.
     kBadSequence = 31,
     /// A content model: nothing after a separator.
     kNoContentParticle = 32,
