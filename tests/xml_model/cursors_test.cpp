@@ -9,6 +9,7 @@
 #include <string>
 
 #include "support/sanitized.h"
+#include "xml/fast_cursor.h"
 #include "xml_model/cursors.h"
 #include "xml_model/document_generator.h"
 
@@ -52,6 +53,17 @@ TEST(Cursors, AgreeOnTheFirstInputsOfTheFuzzTargets) {
         ++read;
     }
     EXPECT_GE(read, 4U);
+}
+
+/// What is not read at once is read piece by piece, with the same result in more time.
+TEST(FastCursor, ReadsAPlainValueAtOnce) {
+    using namespace AdvXMLParser::detail;
+    const std::string input = "='a plain value'>";
+    FastCursor cursor(reinterpret_cast<const Byte*>(input.data()), input.size());
+    Slice value;
+    ASSERT_TRUE(cursor.SkipPlainValue(value));
+    EXPECT_EQ(std::string_view(value), "a plain value");
+    EXPECT_TRUE(cursor.Expect('>'));
 }
 
 }  // namespace

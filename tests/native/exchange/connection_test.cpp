@@ -190,6 +190,18 @@ TEST_F(ConnectionTest, WaitsBeforeEveryReceive) {
     }
 }
 
+TEST_F(ConnectionTest, LooksEvery200MillisecondsWhileItWaits) {
+    const NativePeer silent([](NativePeer::Connection& other) { other.AwaitClose(); });
+    const Semaphore cancel = Signal();
+    ConnectAtOnce(true);
+    Connection connection;
+    ASSERT_TRUE(connection.Connect("127.0.0.1", silent.Port(), &cancel));
+    SpeedUp(100);
+    char byte = 0;
+    EXPECT_EQ(connection.Receive(&byte, 1, /*seconds=*/1), 0u);
+    EXPECT_EQ(LongestWait(), 200u);
+}
+
 TEST_F(ConnectionTest, ALimitedWaitIsOverWhenItsTimeIsHoweverLongItsStepsTake) {
     const NativePeer silent([](NativePeer::Connection& other) { other.AwaitClose(); });
     const Semaphore cancel = Signal();

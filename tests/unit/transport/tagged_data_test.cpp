@@ -156,6 +156,15 @@ TEST(TaggedDataTest, JoiningPointsTheEntriesIntoTheJoinedBytes) {
     EXPECT_EQ(data.Value(2).data() + data.Value(2).size(), start + 82);
 }
 
+TEST(TaggedDataTest, JoiningFreesTheMemoryOfTheEntries) {
+    constexpr size_t kSize = 100000;
+    TaggedData data;
+    ASSERT_EQ(AddText(data, "key", std::string(kSize, 'v')), 1);
+    const std::ptrdiff_t before = test::LiveBytes();
+    ASSERT_EQ(data.Join(), 1);
+    EXPECT_LT(test::LiveBytes() - before, static_cast<std::ptrdiff_t>(kSize / 2));
+}
+
 TEST(TaggedDataTest, EntryAddedAfterJoiningTakesPartInTheNextJoin) {
     TaggedData data;
     ASSERT_EQ(AddText(data, "a", "1"), 1);

@@ -1,5 +1,6 @@
 // The writer: every kind of node, both layouts, escaping.
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -272,6 +273,23 @@ TEST(Writing, AnAttributeWithABlockPutsTheEndTagOnALineOfItsOwn) {
     inner->attributes.push_back(static_cast<Attribute*>(attribute->Clone(inner)));
     outer.AppendChild(inner);
     EXPECT_EQ(Written(outer), "\n<o>\n  <e a=\"\n    <x/>\">t\n  </e>\n</o>");
+}
+
+/// Texts are put piece by piece, each of which must fit into what is left of the buffer of 4096 bytes.
+TEST(Writing, ALongTextMayBeginAtAnyPlaceOfTheBuffer) {
+    for (size_t before = 3400; before < 4200; ++before) {
+        const std::string name(before, 'n');
+        const std::string text = std::string(511, 't') + "&" + std::string(700, 't');
+        Element element(nullptr, "e");
+        element.AppendChild(new Comment(&element, name.substr(0, 500)));
+        for (size_t left = before - 500; left > 0; left -= std::min<size_t>(left, 500)) {
+            element.AppendChild(new Text(&element, name.substr(0, std::min<size_t>(left, 500))));
+        }
+        element.AppendChild(new Text(&element, text));
+        element.GetOrCreateElement("i");
+        EXPECT_EQ(Written(element, 0, "--"), "\n<e>\n--<!--" + name.substr(0, 500) + "-->\n" + name.substr(500) +
+                                                 TextAsWritten(text) + "\n--<i/>\n</e>");
+    }
 }
 
 TEST(Writing, AContainersOwnWriteWritesItsChildren) {
