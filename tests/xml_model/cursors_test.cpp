@@ -66,5 +66,17 @@ TEST(FastCursor, ReadsAPlainValueAtOnce) {
     EXPECT_TRUE(cursor.Expect('>'));
 }
 
+TEST(FastCursor, ReadsAReferenceToAnEntityAtOnce) {
+    using namespace AdvXMLParser::detail;
+    const std::string input = "&quot;</a>";
+    FastCursor cursor(reinterpret_cast<const Byte*>(input.data()), input.size());
+    Slice name;
+    char value = '\0';
+    ASSERT_TRUE(cursor.SkipEntity(name, value));
+    EXPECT_EQ(std::string_view(name), "quot");
+    EXPECT_EQ(value, '"');
+    EXPECT_TRUE(cursor.Match("</a>"));
+}
+
 }  // namespace
 }  // namespace xml_model

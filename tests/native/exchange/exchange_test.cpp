@@ -90,6 +90,24 @@ TEST_F(ExchangeTest, AHeaderWithoutAColonIsRefusedAfterAllThatIsNeededToo) {
     EXPECT_EQ(request.Run(), WPK_ERROR_EXCHANGE);
 }
 
+TEST_F(ExchangeTest, TheHeadOfAReplyDecidesHowItsRequestEnds) {
+    const struct {
+        std::string head;
+        int end;
+    } replies[] = {
+        {"HTTP/1.0 200 OK\r\nServer: WPK/2.0 (Win32)\r\nContent-Length: 0\r\n\r\n", WPK_ERROR_BAD_VERSION},
+        {"HTTP/1.0 404 Not Found\r\nContent-Length: 0\r\n\r\n", WPK_ERROR_EXCHANGE},
+    };
+    for (const auto& reply : replies) {
+        NativePeer server([&reply](NativePeer::Connection& connection) {
+            connection.ReadRequest();
+            connection.Write(reply.head);
+        });
+        Carried request(state, server.Port(), "Small");
+        EXPECT_EQ(request.Run(), reply.end) << reply.head;
+    }
+}
+
 TEST_F(ExchangeTest, AProxyThatIsGoneAfterItsQuestionIsNotTakenForConnected) {
     SpeedUp(5000);
     for (const int end : {WPK_ERROR_CONNECT, WPK_ERROR_CANCELLED}) {

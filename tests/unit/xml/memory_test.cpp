@@ -39,6 +39,13 @@ TEST(Memory, OfASmallMessageIsAtMostTwentyFiveBytesAByte) {
     EXPECT_LE(LiveBytes() - before, 1024);
 }
 
+TEST(Memory, OfAttributesIsAtMostFiveBytesAByte) {
+    const std::string value(100, 'v');
+    std::string text = "<r>";
+    for (int i = 0; i < 100; ++i) text += "<e a='" + value + "' b='" + value + "'/>";
+    EXPECT_LE(LiveBytesPerByte(text + "</r>"), 5.0);
+}
+
 TEST(Memory, OfManySmallDocumentsIsTheirOwnOnly) {
     const std::string text = Message(1);
     const std::ptrdiff_t before = LiveBytes();
