@@ -12,6 +12,7 @@
 #include "support/xml.h"
 
 using namespace AdvXMLParser;
+using wpk::test::Allocations;
 using wpk::test::LiveBytes;
 using xml_tests::Message;
 using xml_tests::Parse;
@@ -44,6 +45,17 @@ TEST(Memory, OfAttributesIsAtMostFiveBytesAByte) {
     std::string text = "<r>";
     for (int i = 0; i < 100; ++i) text += "<e a='" + value + "' b='" + value + "'/>";
     EXPECT_LE(LiveBytesPerByte(text + "</r>"), 5.0);
+}
+
+/// The size of a tree is estimated before it is there. A better estimate would only save memory.
+TEST(Memory, OfAUsualDocumentIsOnePiece) {
+    const std::string documents[] = {Message(1), Message(10), "<r><a>1</a><b c='2'/><d>x &amp; y</d></r>"};
+    for (const std::string& text : documents) {
+        const size_t before = Allocations();
+        Parse(text);
+        // The other one is the buffer of the test.
+        EXPECT_EQ(Allocations() - before, 2U) << text.substr(0, 200);
+    }
 }
 
 TEST(Memory, OfManySmallDocumentsIsTheirOwnOnly) {
