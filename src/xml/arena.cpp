@@ -12,12 +12,16 @@ namespace {
 
 /// How much of the input one chunk is to serve: nearly always all of it.
 constexpr std::size_t kChunkSpan = std::size_t{1} << 20;
-/// Upper bound of a chunk, in bytes per input byte, so that input that merely looks like markup cannot make us
-/// over-allocate. Denser trees get further chunks.
-constexpr std::size_t kMaxBytesPerInputByte = 16;
+/// Upper bounds of a chunk, in bytes per input byte and altogether, so that input that merely looks like markup cannot
+/// make us over-allocate. The first is what the densest trees take, of elements with names of one letter. Larger trees
+/// get further chunks.
+constexpr std::size_t kMaxBytesPerInputByte = 40;
+constexpr std::size_t kMaxChunk = std::size_t{16} << 20;
 /// How much of the input is looked at to size a chunk, and in how many pieces when that is not all of it.
 constexpr std::size_t kSample = 4096;
 constexpr std::size_t kSamplePieces = 16;
+/// Below this a second chunk is rare, and room to spare is much of the first one.
+constexpr std::size_t kTiny = 1024;
 /// Smallest chunk worth allocating near the end of the input.
 constexpr std::size_t kMinChunk = 256;
 /// A piece that can only be a long text or a long list.
@@ -76,7 +80,10 @@ std::size_t EstimateTreeBytes(const char* bytes, std::size_t size, bool hasLongT
     const std::size_t usual = kUsualRun * (count.tags + count.values);
     if (hasLongTexts && sample > usual) estimate += sample - usual;
     if (sample == 0) return 0;
-    return std::min(size / sample * estimate + size % sample * estimate / sample, kMaxBytesPerInputByte * size);
+    // Lists of more than one entry take more, and a sample is not the whole.
+    if (size > kTiny) estimate += estimate / 16;
+    return std::min(
+        {size / sample * estimate + size % sample * estimate / sample, kMaxBytesPerInputByte * size, kMaxChunk});
 }
 
 /// How many nodes of any arena are between BeginDelete and EndDelete, and the arenas without nodes that wait for them.

@@ -39,12 +39,15 @@ public:
     }
 
 private:
+    /// Whoever needs more than the first entries usually needs many more.
+    static constexpr std::size_t kGrowth = 4;
+
     void Grow() {
-        std::unique_ptr<T[]> grown(new T[capacity_ * 2]);
+        std::unique_ptr<T[]> grown(new T[capacity_ * kGrowth]);
         std::copy(entries_, entries_ + size_, grown.get());
         far_ = std::move(grown);
         entries_ = far_.get();
-        capacity_ *= 2;
+        capacity_ *= kGrowth;
     }
 
     T near_[N];
