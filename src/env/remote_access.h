@@ -37,6 +37,7 @@ static_assert(sizeof(RasConnection) == 724);
 static_assert(offsetof(RasConnection, connection) == 4);
 static_assert(offsetof(RasConnection, entryName) == 12);
 static_assert(offsetof(RasConnection, deviceType) == 269);
+static_assert(offsetof(RasConnection, furtherFields) == 286);
 static_assert(sizeof(RasConnectionStatus) == 332);
 static_assert(offsetof(RasConnectionStatus, state) == 4);
 

@@ -199,15 +199,14 @@ bool Connection::AwaitReady(Direction direction, int seconds) {
     }
 }
 
-/// The system's select for this one socket: 1 ready, 0 time-out, below 0 error.
+/// The system's select for this one socket, for less than a second: 1 ready, 0 time-out, below 0 error.
 int Connection::Select(Direction direction, uint32_t milliseconds) const {
     fd_set sockets;
     FD_ZERO(&sockets);
     sockets.fd_count = 1;
     sockets.fd_array[0] = socket_.Get();
     timeval limit{};
-    limit.tv_sec = static_cast<long>(milliseconds / 1000);
-    limit.tv_usec = static_cast<long>(milliseconds % 1000 * 1000);
+    limit.tv_usec = static_cast<long>(milliseconds * 1000);
     fd_set* readable = direction == Direction::kReadable ? &sockets : nullptr;
     fd_set* writable = direction == Direction::kWritable ? &sockets : nullptr;
     return select(/*nfds=*/0, readable, writable, /*exceptfds=*/nullptr, &limit);

@@ -76,6 +76,25 @@ void NodesOfTwoDocumentsDeletedCrosswise() {
     AwaitThreads();
 }
 
+/// Documents without nodes wait until no node is being deleted: here two of them, for one that is.
+void DocumentsThatEndWhileANodeIsDeleted() {
+    std::vector<Node*> last;
+    {
+        const Undisturbed start;
+        for (int i = 0; i < 3; ++i) {
+            const auto document = ParseSample();
+            last.push_back(document->root->children.back());
+            document->root->children.pop_back();
+        }
+    }
+    StartThread("owner of one", [&last] { delete last[0]; });
+    StartThread("owner of two", [&last] {
+        delete last[1];
+        delete last[2];
+    });
+    AwaitThreads();
+}
+
 }  // namespace
 
 const Scenarios& TreeScenarios() {
@@ -83,6 +102,7 @@ const Scenarios& TreeScenarios() {
         {"nodes of a dead document deleted one by one", NodesDeletedOneByOne},
         {"a node deleted beside its document", ANodeDeletedBesideItsDocument},
         {"nodes of two documents deleted crosswise", NodesOfTwoDocumentsDeletedCrosswise},
+        {"documents that end while a node is deleted", DocumentsThatEndWhileANodeIsDeleted},
     };
     return all;
 }
