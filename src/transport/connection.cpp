@@ -206,7 +206,7 @@ int Connection::Select(Direction direction, uint32_t milliseconds) const {
     sockets.fd_count = 1;
     sockets.fd_array[0] = socket_.Get();
     timeval limit{};
-    limit.tv_usec = static_cast<long>(milliseconds * 1000);
+    limit.tv_usec = static_cast<long>(milliseconds) * 1000;
     fd_set* readable = direction == Direction::kReadable ? &sockets : nullptr;
     fd_set* writable = direction == Direction::kWritable ? &sockets : nullptr;
     return select(/*nfds=*/0, readable, writable, /*exceptfds=*/nullptr, &limit);

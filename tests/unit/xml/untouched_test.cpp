@@ -102,6 +102,10 @@ TEST(Untouched, IsNoDocumentOneOfWhoseStringsWasChanged) {
     ExpectNoticed("clear", [](Document& d) { FirstText(d).text.clear(); });
     ExpectNoticed("moved from", [](Document& d) { const ByteString taken = std::move(FirstText(d).text); });
     ExpectNoticed("moved into", [](Document& d) { FirstText(d).text = ByteString(kLong); });
+    ExpectNoticed("assigned", [](Document& d) {
+        NodeList<Attribute> same(std::as_const(d.root->attributes));
+        d.root->attributes = std::move(same);
+    });
     ExpectNoticed("swapped", [](Document& d) {
         ByteString other(kLong);
         std::swap(other, FirstText(d).text);
