@@ -91,6 +91,17 @@ TEST_F(SocketsInterfaceTest, WhatIsInUseIsLostAtOnceAndWhatBeginsLaterIsNot) {
     after.End();
 }
 
+TEST_F(SocketsInterfaceTest, WhatIsLostStaysLostHoweverOftenTheNetworkComesBack) {
+    StartSockets();
+    SocketsGuard uses[3];
+    for (SocketsGuard& use : uses) {
+        use.Begin();
+        CleanUpSockets();
+        StartSockets();
+        for (const SocketsGuard* one = uses; one <= &use; ++one) EXPECT_TRUE(one->Lost());
+    }
+}
+
 TEST_F(SocketsInterfaceTest, EndingTwiceOrWithoutABeginningDoesNothing) {
     StartSockets();
     SocketsGuard use, other;
