@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "support/allocation_fault.h"
 #include "support/lib_thread.h"
 
 namespace wpk::core {
@@ -184,6 +185,17 @@ TEST_F(Threads, SetNameKeepsACopyAndReplacesTheOldOne) {
     EXPECT_EQ(test::NameOf(thread.Id()), "second");
     EXPECT_EQ(ThreadLib::SetName(thread.Id(), ""), 1u);
     EXPECT_EQ(ThreadLib::SetName(0xFFFFFFFC, "nobody"), 0u);
+    thread.Resume();
+}
+
+TEST_F(Threads, SetNameWithoutMemoryFailsAndLeavesNoName) {
+    LibThread thread([] { return 0u; });
+    ASSERT_EQ(ThreadLib::SetName(thread.Id(), "first"), 1u);
+    {
+        const test::AllocationFault fault;
+        EXPECT_EQ(ThreadLib::SetName(thread.Id(), "second"), 0u);
+    }
+    EXPECT_EQ(test::NameOf(thread.Id()), "");
     thread.Resume();
 }
 
