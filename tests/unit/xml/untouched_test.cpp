@@ -77,10 +77,10 @@ Text& FirstText(Document& document) {
 }
 
 /// Does it, sees that it was noticed, and that the document's end leaves nothing behind.
-void ExpectNoticed(const char* what, const Change& change) {
+void ExpectNoticed(const char* what, const Change& change, const char* text = kText) {
     const std::ptrdiff_t before = LiveBytes();
     {
-        const auto document = Parse(kText);
+        const auto document = Parse(text);
         change(*document);
         EXPECT_FALSE(IsUntouched(*document)) << what;
     }
@@ -156,6 +156,26 @@ TEST(Untouched, IsNoDocumentOneOfWhoseListsMayHaveBeenChanged) {
     ExpectNoticed("an attribute's", [](Document& d) { d.root->attributes.at(0)->AppendText(kLong); });
     ExpectNoticed("DeleteChildren", [](Document& d) { d.root->FindElement("two")->DeleteChildren(); });
     ExpectNoticed("AppendChild to the document", [](Document& d) { d.AppendChild(new Comment(&d, kLong)); });
+}
+
+// A list of one entry keeps it in place, and an empty one keeps none: each is marked by itself.
+TEST(Untouched, IsNoDocumentOneOfWhoseShortListsMayHaveBeenChanged) {
+    const char* none = "<r/>";
+    const char* one = "<r a='1'>x</r>";
+    ExpectNoticed(
+        "no children", [](Document& d) { d.root->children.reserve(2); }, none);
+    ExpectNoticed(
+        "no attributes", [](Document& d) { d.root->attributes.reserve(2); }, none);
+    ExpectNoticed(
+        "an attribute without text", [](Document& d) { d.root->attributes.at(0)->children.reserve(2); }, "<r a=''/>");
+    ExpectNoticed(
+        "the document's only child", [](Document& d) { d.children.reserve(2); }, one);
+    ExpectNoticed(
+        "an element's only child", [](Document& d) { d.root->children.reserve(2); }, one);
+    ExpectNoticed(
+        "an only attribute", [](Document& d) { d.root->attributes.reserve(2); }, one);
+    ExpectNoticed(
+        "an attribute's only child", [](Document& d) { d.root->attributes.at(0)->children.reserve(2); }, one);
 }
 
 TEST(Untouched, IsNoDocumentFromWhichANodeWasDeleted) {
