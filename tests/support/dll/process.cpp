@@ -3,7 +3,6 @@
 #include "support/dll/process.h"
 
 #include <tlhelp32.h>
-#include <winternl.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -30,35 +29,20 @@ std::string ProgramStem() {
     return name.substr(0, name.rfind('.'));
 }
 
-/// Wine does not count a process's handles; its list of the system's handles tells as much.
-size_t CountInSystemList() {
-    struct Entry {
-        void* object;
-        ULONG_PTR process;
-        ULONG_PTR handle;
-        ULONG access;
-        USHORT trace;
-        USHORT type;
-        ULONG attributes;
-        ULONG reserved;
-    };
-    constexpr auto kSystemExtendedHandleInformation = static_cast<SYSTEM_INFORMATION_CLASS>(64);
-    std::vector<char> buffer(1 << 20);
-    ULONG needed = 0;
-    while (NtQuerySystemInformation(kSystemExtendedHandleInformation, buffer.data(), static_cast<ULONG>(buffer.size()),
-                                    &needed) != 0) {
-        if (buffer.size() > (64u << 20)) Die("the system does not list its handles");
-        buffer.resize(buffer.size() * 2);
+/// Wine does not count a process's handles. Asking for the list of the system's handles crashes Wine's server when a
+/// process begins or ends meanwhile. So each value is tried: the system gives the lowest one that is free, in steps of
+/// four.
+size_t CountByTrying() {
+    constexpr ULONG_PTR kStep = 4;
+    constexpr ULONG_PTR kLongestGap = 1024 * kStep;
+    size_t count = 0;
+    for (ULONG_PTR last = 0, value = kStep; value - last <= kLongestGap; value += kStep) {
+        DWORD flags = 0;
+        if (!GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags)) continue;
+        ++count;
+        last = value;
     }
-    ULONG_PTR count = 0;
-    std::memcpy(&count, buffer.data(), sizeof count);
-    size_t own = 0;
-    for (ULONG_PTR i = 0; i < count; ++i) {
-        Entry entry;
-        std::memcpy(&entry, buffer.data() + 2 * sizeof(ULONG_PTR) + i * sizeof entry, sizeof entry);
-        if (entry.process == GetCurrentProcessId()) ++own;
-    }
-    return own;
+    return count;
 }
 
 }  // namespace
@@ -113,7 +97,7 @@ unsigned long long FileSize(const std::string& path) {
 size_t HandleCount() {
     DWORD count = 0;
     if (GetProcessHandleCount(GetCurrentProcess(), &count) && count > 0) return count;
-    return CountInSystemList();
+    return CountByTrying();
 }
 
 std::set<DWORD> ThreadIds() {
