@@ -123,8 +123,7 @@ run() {
     fi
     read -r passed failed < <(awk -f scripts/count_tests.awk "$log")
     grep -aE '^ *[0-9]+/[0-9]+ Test +#' "$log" | sed 's/^ */  /'
-    # With what a failure says of itself, which may be among the lines of other programs.
-    [ "$failed" -eq 0 ] || grep -aE -A 6 '^[0-9]+: (\[  FAILED  \] [A-Z]|.*(: Failure|ERROR:|MISMATCH))' "$log" | head -n 120
+    [ "$failed" -eq 0 ] || awk -f scripts/show_failures.awk "$log" | head -n 200
     [ "$passed" -gt 0 ] || fail "No test of $preset has run; see $log."
     count "$passed" "$failed"
 }

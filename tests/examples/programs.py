@@ -16,6 +16,8 @@ import tty
 WINE = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "wine.sh"
 # For whatever should come at once, on a machine that is busy with other things.
 PATIENCE = 120
+# Wine gives a process a second for its end, which can be too short on a busy machine, and kills it then.
+KILLED = -signal.SIGKILL
 _folder = None
 
 
@@ -30,6 +32,10 @@ def program_path(program):
 
 def program_command(program, arguments):
     return [str(WINE), program_path(program)] + [str(argument) for argument in arguments]
+
+
+def say_that_it_was_killed(command):
+    print(f"Killed by Wine, and run once more: {' '.join(command[1:])}", flush=True)
 
 
 class LineReader(threading.Thread):
@@ -52,10 +58,14 @@ class LineReader(threading.Thread):
             self._ended = True
             self._changed.notify_all()
 
-    def wait_for_line(self, part):
+    def find_line(self, part):
+        """None when no such line has come before the pipe's end or in time."""
         with self._changed:
             self._changed.wait_for(lambda: self._ended or self._line(part) is not None, PATIENCE)
-            line = self._line(part)
+            return self._line(part)
+
+    def wait_for_line(self, part):
+        line = self.find_line(part)
         if line is None:
             raise AssertionError(f"no line with {part!r} has come, only {self.bytes!r}")
         return line
@@ -75,9 +85,8 @@ class Client:
     def run(self, message=b""):
         """Returns exit status, standard output, standard error."""
         result = self._run_once(message)
-        if result.returncode == -signal.SIGKILL:
-            # Wine gives a process a second for its end, which can be too short on a busy machine.
-            print(f"Killed by Wine, and run once more: {' '.join(self._command[1:])}", flush=True)
+        if result.returncode == KILLED:
+            say_that_it_was_killed(self._command)
             result = self._run_once(message)
         return result.returncode, result.stdout, result.stderr
 
@@ -111,19 +120,40 @@ class Client:
         return status, self._output.bytes, self._errors.bytes
 
 
-class Server:
-    """A running message_server on a port of the system's choice."""
+class Listener:
+    """A running program that says on which port it listens."""
 
-    def __init__(self, *arguments):
-        self._command = program_command("message_server", ("--port", 0) + arguments)
+    def __init__(self, program, arguments):
+        self._command = program_command(program, arguments)
 
     def __enter__(self):
+        line = self._start()
+        if line is None and self._exit_status() == KILLED:
+            say_that_it_was_killed(self._command)
+            line = self._start()
+        if line is None:
+            status = self._exit_status()
+            self._errors.join()
+            raise AssertionError(f"{self._command[1]} does not listen: status {status}, {self._errors.bytes!r}")
+        self.port = int(re.fullmatch(r"listening on [\d.]+:(\d+)(, passing on to 127\.0\.0\.1:\d+)?", line)[1])
+        return self
+
+    def _start(self):
+        """Returns the line that says where it listens; None when it does not."""
         self._process = subprocess.Popen(self._command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                          stderr=subprocess.PIPE)
+        self._output = LineReader(self._process.stdout)
         self._errors = LineReader(self._process.stderr)
-        line = LineReader(self._process.stdout).wait_for_line("listening on")
-        self.port = int(re.fullmatch(r"listening on [\d.]+:(\d+)", line)[1])
-        return self
+        return self._output.find_line("listening on")
+
+    def _exit_status(self):
+        try:
+            return self._process.wait(PATIENCE)
+        finally:
+            self._process.kill()
+
+    def wait_for_line(self, part):
+        return self._output.wait_for_line(part)
 
     def wait_for_error_line(self, part):
         return self._errors.wait_for_line(part)
@@ -136,7 +166,14 @@ class Server:
         self._process.kill()
         self._process.wait()
         if not lived:
-            raise AssertionError("the server has ended by itself")
+            raise AssertionError(f"{self._command[1]} has ended by itself")
+
+
+class Server(Listener):
+    """A running message_server on a port of the system's choice."""
+
+    def __init__(self, *arguments):
+        super().__init__("message_server", ("--port", 0) + arguments)
 
 
 class TerminalClient:

@@ -7,51 +7,27 @@ Prints as GoogleTest does, so that its results are counted with the others.
 """
 import os
 import pathlib
-import re
 import socket
 import struct
-import subprocess
 import sys
 import threading
 
 sys.path.insert(0, str(pathlib.Path(__file__).parent))
-from programs import PATIENCE, Client, LineReader, Server, exchange, find_programs, program_command, whole_request
+from programs import PATIENCE, Client, Listener, Server, exchange, find_programs, whole_request
 from scripted_proxy import ScriptedProxy
 from test_run import check, check_equal, end_in_order, run_tests, wanted_tests
 
 server = None
 
 
-class Trace:
+class Trace(Listener):
     """A running wpk_trace on a port of the system's choice."""
 
     def __init__(self, port, *arguments):
-        self._command = program_command("wpk_trace", ("--listen", 0, "--to", f"127.0.0.1:{port}") + arguments)
-
-    def __enter__(self):
-        self._process = subprocess.Popen(self._command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                         stderr=subprocess.PIPE)
-        self._output = LineReader(self._process.stdout)
-        self._errors = LineReader(self._process.stderr)
-        line = self._output.wait_for_line("listening on")
-        self.port = int(re.match(r"listening on [\d.]+:(\d+), passing on to 127\.0\.0\.1:\d+$", line)[1])
-        return self
-
-    def wait_for_line(self, part):
-        return self._output.wait_for_line(part)
-
-    def wait_for_error_line(self, part):
-        return self._errors.wait_for_line(part)
+        super().__init__("wpk_trace", ("--listen", 0, "--to", f"127.0.0.1:{port}") + arguments)
 
     def lines(self):
         return self._output.bytes.decode("ascii").replace("\r", "").split("\n")
-
-    def __exit__(self, *_):
-        lived = self._process.poll() is None
-        self._process.kill()
-        self._process.wait()
-        if not lived:
-            raise AssertionError("wpk_trace has ended by itself")
 
 
 class Peer:

@@ -285,6 +285,35 @@ tests_without_git() {
     run test.sh host && says 'not laid out' && [ "$(tail -n 1 <<<"$said")" = '0 passed, 2 failed' ]
 }
 
+# show_failures: what is said of a log of three programs, of which two have failed at once.
+show_failures() {
+    awk -f "$root/scripts/show_failures.awk" <<'END'
+    Start 1: one_tests
+    Start 2: two_tests
+    Start 3: three_tests
+1: one_test.cpp:7: Failure
+3: Traceback of a program that passes
+2: two_tests: starting
+1: Expected: one
+2: two_tests: no such file
+1/3 Test #1: one_tests ...***Failed  0.10 sec
+2/3 Test #2: two_tests ...***Failed  0.20 sec
+3/3 Test #3: three_tests ...   Passed  0.30 sec
+END
+}
+
+failures_are_shown() {
+    show_failures | diff - <(cat <<'END'
+1/3 Test #1: one_tests ...***Failed  0.10 sec
+1: one_test.cpp:7: Failure
+1: Expected: one
+2/3 Test #2: two_tests ...***Failed  0.20 sec
+2: two_tests: starting
+2: two_tests: no such file
+END
+    )
+}
+
 tidy_without_git() {
     begin_with_source 'int one;'
     add_python
@@ -372,6 +401,7 @@ check "PackageDoesNotCompileShowsTheCompilersWords" package_does_not_compile
 check "PackageBuildOfAnotherKindIsRefused" package_from_other_builds
 check "LayoutTreeWithoutGitIsCheckedAndMended" layout_without_git
 check "TestsTreeWithoutGitCheckTheLayoutOfIt" tests_without_git
+check "TestsFailuresAreShownByProgram" failures_are_shown
 check "TidyTreeWithoutGitLooksAtItsSources" tidy_without_git
 check "TestNamesOfOneStyleAreAccepted" test_names_of_one_style
 check "TestNamesOfOtherStylesAreNamed" test_names_of_other_styles
