@@ -199,4 +199,5 @@ def main():
     return 1 if run.survivors() else 0
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    sys.exit(main())
