@@ -142,9 +142,10 @@ public:
     /// from either end.
     iterator erase(const_iterator position) noexcept {
         NoteChange();
-        if (position == begin() && size_ > 1) return EraseFirst();
-        T** const hole = begin() + (position - begin());
-        std::copy(hole + 1, end(), hole);
+        T** const first = Entries();
+        if (position == first && size_ > 1) return EraseFirst();
+        T** const hole = first + (position - first);
+        std::copy(hole + 1, first + size_, hole);
         --size_;
         return hole;
     }
