@@ -2,8 +2,8 @@
 # Runs a Windows program under Wine, in a prefix below build/ that is made on first use and belongs to this checkout.
 # Usage: scripts/wine.sh PROGRAM [ARGUMENT ...] | --start | --stop | --end-orphans
 #
-# --start keeps Wine's server and services running until --stop: programs then start at once, and no program is the one
-# that they were started by, whose output they would hold open.
+# --start keeps a new server of Wine's and its services running until --stop: programs then start at once, and no program
+# is the one that they were started by, whose output they would hold open. Programs of an earlier server end.
 #
 # --end-orphans waits until the server is gone and kills the programs that it has left behind: when it crashes, they wait
 # for its answers for ever.
@@ -64,7 +64,9 @@ if [ ! -f "$WINEPREFIX/.ready" ]; then
 fi
 case "$1" in
     --start)
-        wineserver -p </dev/null >/dev/null 2>&1 || true
+        # A server that runs already, as one does that has just made the prefix, would end with the last of its programs.
+        wineserver -k </dev/null >/dev/null 2>&1 || true
+        wineserver -p </dev/null >/dev/null 2>&1 || give_up "another program has started Wine in $WINEPREFIX meanwhile."
         wine cmd /c exit </dev/null >/dev/null 2>&1 ||
             give_up "Wine does not start in $WINEPREFIX; WINEDEBUG=err+all wine cmd /c exit tells more."
         ;;

@@ -146,6 +146,29 @@ wine_beside_a_users_prefix() {
         [ "$(cat "$commands/wineserver.calls")" = "-k in $copy/build/wine" ] && [ ! -e "$work/users_prefix" ]
 }
 
+# Wine's server as it is: it takes no orders while it runs, but for its end.
+play_wine_with_server() {
+    play_wine
+    play wine "$(tail -n +2 "$commands/wine"); touch $work/server"
+    play wineserver "case \$1 in
+        -k) rm -f $work/server ;;
+        -p) [ ! -e $work/server ] && echo stays >$work/server ;;
+        esac"
+}
+
+wine_starts_a_server_that_stays() {
+    begin
+    play_wine_with_server
+    run wine.sh --start && ends_with 0 && [ "$(cat "$work/server")" = stays ]
+}
+
+wine_is_started_by_another_meanwhile() {
+    begin
+    play_wine_with_server
+    play wineserver '[ $1 = -k ]'
+    run wine.sh --start && ends_with 1 && says 'another program has started Wine'
+}
+
 # The server is gone at once here.
 wine_ends_what_its_server_left() {
     local own others
@@ -389,6 +412,8 @@ check "SetupMachineHasAPolicyKeepsIt" setup_where_there_is_a_policy
 check "WineWithoutArgumentsShowsItsUsage" wine_without_arguments
 check "WineNotInstalledNamesTheScriptThatInstallsIt" wine_missing
 check "WineUserHasAPrefixLeavesItAlone" wine_beside_a_users_prefix
+check "WineHasMadeItsPrefixStartsAServerThatStays" wine_starts_a_server_that_stays
+check "WineIsStartedByAnotherMeanwhileSaysSo" wine_is_started_by_another_meanwhile
 check "WineServerIsGoneEndsTheProgramsOfItsPrefixAndNoOthers" wine_ends_what_its_server_left
 check "WinePrefixCannotBeMadeShowsWinesWords" wine_cannot_make_a_prefix
 check "WinePrefixIsNotWholeIsAFailure" wine_makes_half_a_prefix
