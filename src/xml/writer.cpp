@@ -232,7 +232,6 @@ private:
 
     /// Puts a node as one of that kind, which is what it is made of. Of a container that is the beginning.
     State PutOwn(State state, const Node& node, Kind kind) {
-        state.to = out_.MakeRoom(state.to);
         switch (kind) {
             case Kind::kElement:
                 BeginStartTag(state, static_cast<const Element&>(node));

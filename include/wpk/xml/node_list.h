@@ -201,7 +201,7 @@ private:
     void Reallocate(std::size_t capacity) {
         if (capacity > kMostEntries) throw std::length_error("NodeList");
         T** const entries = static_cast<T**>(detail::AllocateEntries(capacity));
-        std::copy(begin(), end(), entries);
+        std::copy_n(Entries(), size_, entries);
         Free();
         many_ = entries;
         capacity_ = static_cast<std::uint32_t>(capacity);
@@ -222,9 +222,9 @@ private:
         other.clear();
     }
 
+    /// The other list is a temporary one, or on the heap: as the parser made it, only this one can be.
     void Swap(NodeList& other) noexcept {
         NoteChange();
-        other.NoteChange();
         std::swap(many_, other.many_);
         std::swap(size_, other.size_);
         std::swap(capacity_, other.capacity_);

@@ -125,28 +125,10 @@ TEST(Untouched, IsNoDocumentOneOfWhoseListsMayHaveBeenChanged) {
     ExpectNoticed("begin", [](Document& d) { static_cast<void>(d.root->attributes.begin()); });
     ExpectNoticed("end", [](Document& d) { static_cast<void>(d.children.end()); });
     ExpectNoticed("push_back", [](Document& d) { d.root->attributes.push_back(new Attribute(d.root, kLong)); });
-    ExpectNoticed("pop_back", [](Document& d) {
-        Node* last = d.root->children.back();
-        d.root->children.pop_back();
-        delete last;
-    });
-    ExpectNoticed("erase", [](Document& d) {
-        const std::unique_ptr<Node> first(d.root->children.at(0));
-        d.root->children.erase(std::as_const(d.root->children).begin());
-    });
     ExpectNoticed("insert", [](Document& d) {
         d.root->children.insert(std::as_const(d.root->children).begin(), new Text(d.root, kLong));
     });
     ExpectNoticed("reserve", [](Document& d) { d.root->children.reserve(100); });
-    ExpectNoticed("clear", [](Document& d) {
-        std::vector<std::unique_ptr<Node>> taken;
-        for (Node* child : std::as_const(d.root->children)) taken.emplace_back(child);
-        d.root->children.clear();
-    });
-    ExpectNoticed("moved from", [](Document& d) {
-        const NodeList<Node> taken = std::move(d.root->children);
-        for (const Node* child : taken) delete child;
-    });
     ExpectNoticed("swapped", [](Document& d) {
         NodeList<Attribute> other;
         std::swap(other, d.root->attributes);
@@ -156,6 +138,30 @@ TEST(Untouched, IsNoDocumentOneOfWhoseListsMayHaveBeenChanged) {
     ExpectNoticed("an attribute's", [](Document& d) { d.root->attributes.at(0)->AppendText(kLong); });
     ExpectNoticed("DeleteChildren", [](Document& d) { d.root->FindElement("two")->DeleteChildren(); });
     ExpectNoticed("AppendChild to the document", [](Document& d) { d.AppendChild(new Comment(&d, kLong)); });
+}
+
+/// Takes `count` children out of the list, from `first` on, and sees that it was noticed. They are deleted after the
+/// look, for that is noticed too.
+void ExpectLossNoticed(const char* what, size_t first, size_t count, void (*remove)(NodeList<Node>&)) {
+    const std::ptrdiff_t before = LiveBytes();
+    {
+        const auto document = Parse(kText);
+        NodeList<Node>& children = document->root->children;
+        std::vector<std::unique_ptr<Node>> lost;
+        for (size_t i = first; i < first + count; ++i) lost.emplace_back(children.at(i));
+        remove(children);
+        EXPECT_FALSE(IsUntouched(*document)) << what;
+    }
+    EXPECT_EQ(LiveBytes(), before) << what;
+}
+
+TEST(Untouched, IsNoDocumentOneOfWhoseListsHasLostAnEntry) {
+    using Nodes = NodeList<Node>;
+    ExpectLossNoticed("erase", 0, 1, [](Nodes& nodes) { nodes.erase(std::as_const(nodes).begin()); });
+    ExpectLossNoticed("erase inside", 1, 1, [](Nodes& nodes) { nodes.erase(std::as_const(nodes).begin() + 1); });
+    ExpectLossNoticed("pop_back", 10, 1, [](Nodes& nodes) { nodes.pop_back(); });
+    ExpectLossNoticed("clear", 0, 11, [](Nodes& nodes) { nodes.clear(); });
+    ExpectLossNoticed("moved from", 0, 11, [](Nodes& nodes) { const Nodes taken = std::move(nodes); });
 }
 
 // A list of one entry keeps it in place, and an empty one keeps none: each is marked by itself.
