@@ -71,7 +71,7 @@ private:
 HANDLE Launch(HANDLE output, HANDLE errors) {
     const std::string program = harness::ProgramFolder() + "message_server.exe";
     // A machine under full load may be slow, but must not seem dead to the server.
-    std::string command = "\"" + program + "\" --port 0 --timeout 600";
+    const std::string command = "\"" + program + "\" --port 0 --timeout 600";
     OnlyInherited inherited(output, errors);
     STARTUPINFOEXA startup = {};
     startup.StartupInfo.cb = sizeof startup;
@@ -80,14 +80,8 @@ HANDLE Launch(HANDLE output, HANDLE errors) {
     startup.StartupInfo.hStdError = errors;
     startup.lpAttributeList = inherited.List();
     PROCESS_INFORMATION started = {};
-    // Wine, when it is very busy, now and then cannot start a process, and can a moment later.
-    constexpr int kTries = 40;
-    constexpr DWORD kPauseMs = 250;
-    for (int i = 0; !CreateProcessA(program.c_str(), command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE,
-                                    EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, &startup.StartupInfo, &started);
-         ++i) {
-        if (i == kTries) harness::Die("cannot start " + program);
-        Sleep(kPauseMs);
+    if (!harness::StartProcess(program, command, EXTENDED_STARTUPINFO_PRESENT, startup.StartupInfo, started)) {
+        harness::Die("cannot start " + program);
     }
     CloseHandle(started.hThread);
     AssignProcessToJobObject(Leash(), started.hProcess);

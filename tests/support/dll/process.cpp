@@ -130,6 +130,24 @@ ScenarioEntry::ScenarioEntry(const char* name, Scenario scenario) {
     Scenarios()[name] = scenario;
 }
 
+bool StartProcess(const std::string& program, const std::string& command, DWORD flags, STARTUPINFOA& startup,
+                  PROCESS_INFORMATION& started) {
+    // Wine, when it is very busy, now and then loses a process that it has just started, and can start one a moment
+    // later.
+    constexpr int kTries = 40;
+    constexpr DWORD kPauseMs = 250;
+    for (int i = 0; i < kTries; ++i) {
+        std::string writable = command;
+        if (CreateProcessA(program.c_str(), writable.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE, flags, nullptr,
+                           nullptr, &startup, &started)) {
+            return true;
+        }
+        if (GetLastError() != ERROR_INTERNAL_ERROR) return false;
+        Sleep(kPauseMs);
+    }
+    return false;
+}
+
 Child::Child(const std::string& scenario, const std::string& argument, const std::string& programName) {
     std::string program = ProgramPath();
     if (!programName.empty()) {
@@ -137,15 +155,12 @@ Child::Child(const std::string& scenario, const std::string& argument, const std
         if (!CopyFileA(program.c_str(), copy.c_str(), /*bFailIfExists=*/FALSE)) Die("cannot copy to " + copy);
         program = copy;
     }
-    std::string command = "\"" + program + "\" --scenario " + scenario + " \"" + argument + "\"";
+    const std::string command = "\"" + program + "\" --scenario " + scenario + " \"" + argument + "\"";
     STARTUPINFOA startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION started = {};
     std::fflush(nullptr);
-    if (!CreateProcessA(program.c_str(), command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE, 0, nullptr,
-                        nullptr, &startup, &started)) {
-        Die("cannot start " + command);
-    }
+    if (!StartProcess(program, command, 0, startup, started)) Die("cannot start " + command);
     CloseHandle(started.hThread);
     process_ = started.hProcess;
 }

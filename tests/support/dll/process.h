@@ -41,6 +41,10 @@ struct ScenarioEntry {
     ScenarioEntry(const char* name, Scenario scenario);
 };
 
+/// CreateProcess with handles inherited; false when the process cannot be started.
+bool StartProcess(const std::string& program, const std::string& command, DWORD flags, STARTUPINFOA& startup,
+                  PROCESS_INFORMATION& started);
+
 /// Runs a scenario in a new process. The program is this one, or a copy of it under another file name.
 class Child {
 public:
