@@ -72,7 +72,9 @@ TEST(WindowsVersion, DecidesWhereLargeRepliesAreSpooled) {
     };
     for (const auto& row : kTable) {
         SCOPED_TRACE(row.version);
-        const std::string program = std::string("interface_on_") + row.version + ".exe";
+        // By this process too: all programs of a user share the registry, and this one may run several times at once.
+        const std::string program =
+            std::string("interface_on_") + row.version + "_" + std::to_string(GetCurrentProcessId()) + ".exe";
         SetVersion(program, row.version);
         EXPECT_EQ(Child("SpoolOnThisVersion", row.expectation, program).Wait(), 0u);
         RegDeleteKeyA(HKEY_CURRENT_USER, VersionKey(program).c_str());
