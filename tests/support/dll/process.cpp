@@ -29,11 +29,10 @@ std::string ProgramStem() {
     return name.substr(0, name.rfind('.'));
 }
 
-/// Wine does not count a process's handles. Asking for the list of the system's handles crashes Wine's server when a
-/// process begins or ends meanwhile. So each value is tried: the system gives the lowest one that is free, in steps of
-/// four.
+/// The handles that are there, by trying each value: the system gives the lowest one that is free, in steps of four.
 size_t CountByTrying() {
     constexpr ULONG_PTR kStep = 4;
+    // New ones fill the gaps first.
     constexpr ULONG_PTR kLongestGap = 1024 * kStep;
     size_t count = 0;
     for (ULONG_PTR last = 0, value = kStep; value - last <= kLongestGap; value += kStep) {
@@ -97,7 +96,25 @@ unsigned long long FileSize(const std::string& path) {
 size_t HandleCount() {
     DWORD count = 0;
     if (GetProcessHandleCount(GetCurrentProcess(), &count) && count > 0) return count;
-    return CountByTrying();
+    // Wine does not count them. Its list of the system's handles would tell, but crashes its server when a process
+    // begins or ends meanwhile.
+    size_t before = 0;
+    size_t now = CountByTrying();
+    // One that is closed and opened anew meanwhile may be seen twice, or not at all.
+    do {
+        before = now;
+        now = CountByTrying();
+    } while (now != before);
+    return now;
+}
+
+bool WaitUntilHandlesAreAtMost(size_t count) {
+    const ULONGLONG end = GetTickCount64() + kPatience;
+    while (HandleCount() > count) {
+        if (GetTickCount64() >= end) return false;
+        Sleep(10);
+    }
+    return true;
 }
 
 std::set<DWORD> ThreadIds() {

@@ -28,6 +28,8 @@ unsigned long long FileSize(const std::string& path);
 
 /// Handles that this process holds.
 size_t HandleCount();
+/// Threads that go on, and the system, close some handles a moment after what they served is over.
+bool WaitUntilHandlesAreAtMost(size_t count);
 
 std::set<DWORD> ThreadIds();
 /// Waits for the end of every thread that is not in `known`: for those that a test has no other sight of.
