@@ -32,7 +32,7 @@ std::string ProgramStem() {
 /// The handles that are there, by trying each value: the system gives the lowest one that is free, in steps of four.
 size_t CountByTrying() {
     constexpr ULONG_PTR kStep = 4;
-    // New ones fill the gaps first.
+    // A gap so long ends the search. What leaks is found all the same, because it fills the first gaps.
     constexpr ULONG_PTR kLongestGap = 1024 * kStep;
     size_t count = 0;
     for (ULONG_PTR last = 0, value = kStep; value - last <= kLongestGap; value += kStep) {
@@ -94,18 +94,17 @@ unsigned long long FileSize(const std::string& path) {
 }
 
 size_t HandleCount() {
-    DWORD count = 0;
-    if (GetProcessHandleCount(GetCurrentProcess(), &count) && count > 0) return count;
+    DWORD counted = 0;
+    if (GetProcessHandleCount(GetCurrentProcess(), &counted) && counted > 0) return counted;
     // Wine does not count them. Its list of the system's handles would tell, but crashes its server when a process
     // begins or ends meanwhile.
-    size_t before = 0;
-    size_t now = CountByTrying();
-    // One that is closed and opened anew meanwhile may be seen twice, or not at all.
-    do {
-        before = now;
-        now = CountByTrying();
-    } while (now != before);
-    return now;
+    // A handle that is closed and opened anew meanwhile may be seen twice, or not at all: two counts have to agree.
+    size_t count = CountByTrying();
+    for (size_t before = count + 1; count != before;) {
+        before = count;
+        count = CountByTrying();
+    }
+    return count;
 }
 
 bool WaitUntilHandlesAreAtMost(size_t count) {

@@ -26,9 +26,11 @@ std::vector<std::string> FilesLike(const std::string& folder, const std::string&
 bool FileExists(const std::string& path);
 unsigned long long FileSize(const std::string& path);
 
-/// Handles that this process holds.
+/// Handles that this process holds. Where the system does not count them, single ones far above the others are left
+/// out.
 size_t HandleCount();
-/// Threads that go on, and the system, close some handles a moment after what they served is over.
+/// False when they are still more after kPatience. Threads that go on, and the system, may close a handle a moment
+/// after what it served is over.
 bool WaitUntilHandlesAreAtMost(size_t count);
 
 std::set<DWORD> ThreadIds();
