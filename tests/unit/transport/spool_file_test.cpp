@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "support/own_folder.h"
+
 namespace wpk::core {
 namespace {
 
@@ -55,7 +57,12 @@ private:
     std::vector<std::string> names_;
 };
 
-TEST(SpoolFileTest, HasTheWholeSizeAndIsZeroFilledAndWritable) {
+/// The names of the files are always the same: whatever another run has left, or makes now, must not be in the way.
+class SpoolFileTest : public testing::Test {
+    const test::OwnCurrentFolder folder_;
+};
+
+TEST_F(SpoolFileTest, HasTheWholeSizeAndIsZeroFilledAndWritable) {
     SpoolFile file;
     ASSERT_TRUE(Make(file, 10241));
     EXPECT_EQ(file.Data()[0], 0);
@@ -64,7 +71,7 @@ TEST(SpoolFileTest, HasTheWholeSizeAndIsZeroFilledAndWritable) {
     EXPECT_EQ(file.Data()[10240], 'x');
 }
 
-TEST(SpoolFileTest, ExistsOnlyAsLongAsItsOwner) {
+TEST_F(SpoolFileTest, ExistsOnlyAsLongAsItsOwner) {
     {
         SpoolFile file;
         ASSERT_TRUE(Make(file, 20000));
@@ -73,7 +80,7 @@ TEST(SpoolFileTest, ExistsOnlyAsLongAsItsOwner) {
     EXPECT_FALSE(Exists(NameOf(0)));
 }
 
-TEST(SpoolFileTest, TheDirectoryIsPutInFrontAsItStands) {
+TEST_F(SpoolFileTest, TheDirectoryIsPutInFrontAsItStands) {
     SpoolFile file;
     ASSERT_TRUE(Make(file, 20000, "./"));
     EXPECT_TRUE(Exists(NameOf(0)));
@@ -81,7 +88,7 @@ TEST(SpoolFileTest, TheDirectoryIsPutInFrontAsItStands) {
     EXPECT_FALSE(Make(nowhere, 20000, "./no-such-directory/"));
 }
 
-TEST(SpoolFileTest, ATakenNameIsLeftAloneAndTheNextOneIsTried) {
+TEST_F(SpoolFileTest, ATakenNameIsLeftAloneAndTheNextOneIsTried) {
     for (int taken : {1, 2, 5}) {
         const Obstacles obstacles(taken);
         {
@@ -94,7 +101,7 @@ TEST(SpoolFileTest, ATakenNameIsLeftAloneAndTheNextOneIsTried) {
     }
 }
 
-TEST(SpoolFileTest, GivesUpOnceTheNameWithOneThousandIsTaken) {
+TEST_F(SpoolFileTest, GivesUpOnceTheNameWithOneThousandIsTaken) {
     {
         const Obstacles allButTheLast(1000);
         SpoolFile file;
@@ -108,7 +115,7 @@ TEST(SpoolFileTest, GivesUpOnceTheNameWithOneThousandIsTaken) {
     EXPECT_TRUE(all.Untouched());
 }
 
-TEST(SpoolFileTest, LengthsOfTwoGibibytesAndMoreAreMadeOrFailCleanly) {
+TEST_F(SpoolFileTest, LengthsOfTwoGibibytesAndMoreAreMadeOrFailCleanly) {
     for (uint32_t length : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFEu}) {
         SpoolFile file;
         if (Make(file, length)) {
@@ -119,7 +126,7 @@ TEST(SpoolFileTest, LengthsOfTwoGibibytesAndMoreAreMadeOrFailCleanly) {
     EXPECT_FALSE(Exists(NameOf(0)));
 }
 
-TEST(SpoolFileTest, BeginsWithWhatIsThereAlready) {
+TEST_F(SpoolFileTest, BeginsWithWhatIsThereAlready) {
     const Connection connection;
     SpoolFile file;
     ASSERT_TRUE(file.Create("", kId, 20000, "begun", connection));
@@ -127,7 +134,7 @@ TEST(SpoolFileTest, BeginsWithWhatIsThereAlready) {
     EXPECT_EQ(file.Data()[19999], 0);
 }
 
-TEST(SpoolFileTest, IsSharedWithNobody) {
+TEST_F(SpoolFileTest, IsSharedWithNobody) {
     SpoolFile file;
     ASSERT_TRUE(Make(file, 20000));
     for (const DWORD access : {DWORD{GENERIC_READ}, DWORD{GENERIC_WRITE}}) {
@@ -138,7 +145,7 @@ TEST(SpoolFileTest, IsSharedWithNobody) {
     }
 }
 
-TEST(SpoolFileTest, ARequestThatIsGivenUpTriesNoFurtherNames) {
+TEST_F(SpoolFileTest, ARequestThatIsGivenUpTriesNoFurtherNames) {
     const Obstacles obstacles(1);
     Connection connection;
     connection.Cancel();

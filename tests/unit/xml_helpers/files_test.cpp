@@ -11,7 +11,7 @@
 
 #include <wpk/xml_helpers.h>
 
-#include "unit/xml_helpers/own_folder.h"
+#include "support/own_folder.h"
 
 using namespace wpk::xml;
 namespace fs = std::filesystem;
@@ -28,7 +28,7 @@ protected:
         return {std::istreambuf_iterator<char>(stream), {}};
     }
 
-    xml_tests::OwnFolder folder_;
+    wpk::test::OwnFolder folder_;
 };
 
 TEST(ToString, OfADocumentIsLaidOutOrVerbatim) {

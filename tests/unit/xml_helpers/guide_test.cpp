@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "xml_helpers/task.inc"
 
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -10,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "unit/xml_helpers/own_folder.h"
+#include "support/own_folder.h"
 
 namespace {
 
@@ -27,14 +26,9 @@ const char* const kExcerpt =
 #include "xml_helpers/excerpt.out"
     ;
 
-/// In a folder of its own, as the file is named without one.
+/// The page names the file without a folder.
 class XmlHelpersPage : public testing::Test {
-protected:
-    XmlHelpersPage() : before_(std::filesystem::current_path()) { std::filesystem::current_path(folder_.Path()); }
-    ~XmlHelpersPage() override { std::filesystem::current_path(before_); }
-
-    std::filesystem::path before_;
-    xml_tests::OwnFolder folder_;
+    const wpk::test::OwnCurrentFolder folder_;
 };
 
 TEST_F(XmlHelpersPage, TaskMakesOfTheFileWhatItShows) {
