@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: MIT
 #include "native/explore/explorer.h"
 
+#include <linux/membarrier.h>
 #include <malloc.h>
 #include <sched.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -42,6 +44,15 @@ constexpr unsigned kGraceSeconds = 60;
 /// Runs before the first one that counts: some objects are made at their first use and stay.
 constexpr int kWarmUps = 2;
 
+/// The kernel frees the stacks of ended threads at a moment of its choice, which hardly comes while all processors are
+/// busy: the threads of all schedules would take hundreds of megabytes a second, until memory runs out. This call waits
+/// for that moment. It may be missing; then nothing else is lost.
+void FreeStacksOfEndedThreads() {
+    syscall(SYS_membarrier, MEMBARRIER_CMD_GLOBAL, 0, 0);
+}
+
+constexpr uint64_t kSchedulesBetweenFrees = 200;
+
 }  // namespace
 
 void Expect(bool condition, const char* what) {
@@ -59,6 +70,10 @@ struct Exploration::SharedCounters {
     char failure[1024];
     size_t choices;
     uint8_t chosen[kMostChoices];
+
+    void CountSchedule() {
+        if (++schedules % kSchedulesBetweenFrees == 0) FreeStacksOfEndedThreads();
+    }
 
     std::string Schedule() const {
         std::string text;
@@ -332,7 +347,7 @@ Exploration Exploration::Repeat(const Scenario& scenario, const std::string& sch
         WarmUp(scenario, counters);
         Again chooser(counters, schedule);
         RunOnce(scenario, chooser);
-        ++counters.schedules;
+        counters.CountSchedule();
     });
 }
 
@@ -347,7 +362,7 @@ Exploration Exploration::Systematic(const Scenario& scenario, int mostPreemption
             do {
                 if (counters.schedules > 0 && SecondsSince(start) > seconds) return;
                 RunOnce(scenario, chooser);
-                ++counters.schedules;
+                counters.CountSchedule();
             } while (chooser.Next());
             counters.exhausted = bound;
             counters.exhaustedSchedules = counters.schedules - before;
@@ -364,7 +379,7 @@ Exploration Exploration::Random(const Scenario& scenario, uint64_t seed, double 
         do {
             chooser.Next(counters.choices);
             RunOnce(scenario, chooser);
-            ++counters.schedules;
+            counters.CountSchedule();
         } while (SecondsSince(start) <= seconds);
     });
 }
